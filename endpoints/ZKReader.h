@@ -1,0 +1,86 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "ZKEnumerationResult.h"
+#include "ZKError.h"
+#include "ZKFileInfo.h"
+#include "ZKPropertyListObject.h"
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QString>
+#include <QUrl>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+class ZKWriter;
+
+// The source side of a transfer: one file, folder or link, wherever it lives.
+// Calls never throw; a failed call returns an empty result and leaves the
+// reason in error(). A successful call does not necessarily clear error().
+class ZKReader : public ZKPropertyListObject, public std::enable_shared_from_this<ZKReader>
+{
+public:
+    using ReaderBlock = std::function<ZKEnumerationResult(const std::shared_ptr<ZKReader> &)>;
+    using FileInfoBlock = std::function<ZKEnumerationResult(const ZKFileInfo &)>;
+    using DataBlock = std::function<ZKEnumerationResult(const QByteArray &)>;
+    using NameBlock = std::function<ZKEnumerationResult(const QString &)>;
+
+    static constexpr quint64 standardBlockSize = 65536;
+
+    virtual bool open() = 0;
+    virtual void close() = 0;
+
+    virtual QByteArray readBlock() = 0;
+    virtual QByteArray readBlockOfLength(quint64 length) = 0;
+    virtual QByteArray readBlockOfMaximumLength(quint64 length) = 0;
+    virtual bool seekToPosition(quint64 position) = 0;
+
+    virtual ZKEnumerationResult enumerateContentsOfDirectoryWithBlock(const ReaderBlock &block) = 0;
+    virtual ZKEnumerationResult enumerateFileInfoWithBlock(const FileInfoBlock &block) = 0;
+    virtual ZKEnumerationResult enumerateContentsOfFileWithBlock(const DataBlock &block) = 0;
+    virtual std::optional<ZKFileInfo> fileInfoForChild(const QString &name) = 0;
+    virtual std::shared_ptr<ZKReader> childWithName(const QString &name) = 0;
+    virtual std::shared_ptr<ZKWriter> asWriter() = 0;
+    virtual quint64 calculateDirectorySizeFollowingLinks(bool followLinks,
+                                                         const NameBlock &block) = 0;
+
+    virtual QUrl url() const = 0;
+    virtual QUrl urlForPasteboard() = 0;
+    virtual QString filename() const = 0;
+    // A freedesktop icon name; the user interface turns it into an image.
+    virtual QString icon() const = 0;
+    virtual bool exists() const = 0;
+    virtual quint64 size() const = 0;
+    virtual QDateTime creationDate() const = 0;
+    virtual QDateTime modificationDate() const = 0;
+    virtual quint16 permissions() const = 0;
+    virtual quint64 owner() const = 0;
+    virtual quint64 group() const = 0;
+    virtual bool isExtensionHidden() const = 0;
+    virtual bool isImmutable() const = 0;
+    virtual bool isDirectory() const = 0;
+    virtual bool isLink() const = 0;
+    virtual QString linkTarget() const = 0;
+    virtual bool isLocal() const = 0;
+    virtual bool canSeek() const = 0;
+    virtual bool hasMoreData() const = 0;
+
+    const ZKOptionalError &error() const { return m_error; }
+
+    // Readers of the same class are equal when their URLs are.
+    virtual bool isEqual(const ZKReader &other) const;
+    QString description() const { return url().path(); }
+
+protected:
+    void setError(ZKError error) { m_error = std::move(error); }
+    void clearError() { m_error.reset(); }
+
+private:
+    ZKOptionalError m_error;
+};
+
+using ZKReaderPtr = std::shared_ptr<ZKReader>;

@@ -1,0 +1,46 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QString>
+#include <optional>
+
+// An error is a value: what failed is told by the result of a call, and the
+// caller reads the object's error() to learn why.
+class ZKError
+{
+public:
+    ZKError() = default;
+    ZKError(QString domain, qint64 code, QString localizedDescription);
+
+    // The engine's and the endpoints' domain.
+    static const QString applicationDomain;
+
+    static ZKError application(qint64 code, const QString &message);
+
+    const QString &domain() const { return m_domain; }
+    qint64 code() const { return m_code; }
+    const QString &localizedDescription() const { return m_localizedDescription; }
+
+    bool operator==(const ZKError &other) const = default;
+
+private:
+    QString m_domain;
+    qint64 m_code = 0;
+    QString m_localizedDescription;
+};
+
+using ZKOptionalError = std::optional<ZKError>;
+
+// Error codes of the application domain.
+namespace ZKErrorCode {
+inline constexpr qint64 readFailed = -1000;
+inline constexpr qint64 createFailed = -1001;
+inline constexpr qint64 verificationFailed = -1004;
+inline constexpr qint64 conflict = -1005;
+inline constexpr qint64 writeFailed = -1006;
+inline constexpr qint64 analysisRefused = -1007;
+inline constexpr qint64 httpTimeout = -1008;
+inline constexpr qint64 unknownClass = -1009;
+inline constexpr qint64 noPropertyListSupport = -1010;
+} // namespace ZKErrorCode

@@ -1,0 +1,14 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QVariantMap>
+
+// Anything that can be written into a saved queue. Its dictionary names the
+// class (without the prefix) under "Type"; ZKPropertyListParser re-creates it.
+class ZKPropertyListObject
+{
+public:
+    virtual ~ZKPropertyListObject() = default;
+    virtual QVariantMap asPropertyList() const = 0;
+};
