@@ -4,7 +4,6 @@
 
 #include <typeinfo>
 
-bool ZKReader::isEqual(const ZKReader &other) const
-{
+bool ZKReader::isEqual(const ZKReader &other) const {
     return typeid(*this) == typeid(other) && url() == other.url();
 }

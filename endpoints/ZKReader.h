@@ -21,8 +21,7 @@ class ZKWriter;
 // The source side of a transfer: one file, folder or link, wherever it lives.
 // Calls never throw; a failed call returns an empty result and leaves the
 // reason in error(). A successful call does not necessarily clear error().
-class ZKReader : public ZKPropertyListObject, public std::enable_shared_from_this<ZKReader>
-{
+class ZKReader : public ZKPropertyListObject, public std::enable_shared_from_this<ZKReader> {
 public:
     using ReaderBlock = std::function<ZKEnumerationResult(const std::shared_ptr<ZKReader> &)>;
     using FileInfoBlock = std::function<ZKEnumerationResult(const ZKFileInfo &)>;

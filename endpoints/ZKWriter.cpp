@@ -4,7 +4,6 @@
 
 #include <typeinfo>
 
-bool ZKWriter::isEqual(const ZKWriter &other) const
-{
+bool ZKWriter::isEqual(const ZKWriter &other) const {
     return typeid(*this) == typeid(other) && url() == other.url();
 }

@@ -18,8 +18,7 @@ class ZKReader;
 // The destination side of a transfer: a folder, or a file or link inside it.
 // A file writer appends at the end of what is already there, which is what
 // makes resuming a partial copy work.
-class ZKWriter : public ZKPropertyListObject, public std::enable_shared_from_this<ZKWriter>
-{
+class ZKWriter : public ZKPropertyListObject, public std::enable_shared_from_this<ZKWriter> {
 public:
     virtual bool open() = 0;
     virtual void close() = 0;

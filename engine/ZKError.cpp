@@ -7,11 +7,8 @@ const QString ZKError::applicationDomain = QStringLiteral("com.velmarind.Ferrowi
 ZKError::ZKError(QString domain, qint64 code, QString localizedDescription)
     : m_domain(std::move(domain))
     , m_code(code)
-    , m_localizedDescription(std::move(localizedDescription))
-{
-}
+    , m_localizedDescription(std::move(localizedDescription)) {}
 
-ZKError ZKError::application(qint64 code, const QString &message)
-{
+ZKError ZKError::application(qint64 code, const QString &message) {
     return ZKError(applicationDomain, code, message);
 }

@@ -7,8 +7,7 @@
 
 // An error is a value: what failed is told by the result of a call, and the
 // caller reads the object's error() to learn why.
-class ZKError
-{
+class ZKError {
 public:
     ZKError() = default;
     ZKError(QString domain, qint64 code, QString localizedDescription);

@@ -6,8 +6,7 @@
 
 // Anything that can be written into a saved queue. Its dictionary names the
 // class (without the prefix) under "Type"; ZKPropertyListParser re-creates it.
-class ZKPropertyListObject
-{
+class ZKPropertyListObject {
 public:
     virtual ~ZKPropertyListObject() = default;
     virtual QVariantMap asPropertyList() const = 0;

@@ -1,0 +1,22 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+// Small helpers shared by the tests.
+namespace ZKTestSupport {
+
+// Deterministic pseudo-random content, so a failing case can be replayed.
+QByteArray randomBytes(qsizetype length, quint32 seed);
+
+bool writeFile(const QString &path, const QByteArray &content);
+QByteArray readFile(const QString &path);
+
+// Points the settings store and the standard paths at a private folder, so
+// tests never read or write the user's real settings. Call before the
+// QCoreApplication is created.
+void isolateSettings();
+
+} // namespace ZKTestSupport
