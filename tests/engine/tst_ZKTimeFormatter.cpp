@@ -1,0 +1,115 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKTimeFormatter.h"
+
+#include <clocale>
+#include <limits>
+
+#include <QLocale>
+#include <QTest>
+
+class TestZKTimeFormatter : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void formatTime_data();
+    void formatTime();
+    void hugeValuesKeepTheirForm();
+    void stringForObjectValue_data();
+    void stringForObjectValue();
+    void parsingIsRefused();
+    void ignoresTheUserLocale();
+};
+
+void TestZKTimeFormatter::formatTime_data() {
+    QTest::addColumn<double>("seconds");
+    QTest::addColumn<QString>("expected");
+
+    constexpr double inf = std::numeric_limits<double>::infinity();
+    QTest::newRow("nan") << std::numeric_limits<double>::quiet_NaN() << "indeterminate";
+    QTest::newRow("+inf") << inf << "indeterminate";
+    QTest::newRow("-inf") << -inf << "indeterminate";
+    QTest::newRow("negative") << -5.0 << "less than a second";
+    QTest::newRow("zero") << 0.0 << "less than a second";
+    QTest::newRow("0.999") << 0.999 << "less than a second";
+    QTest::newRow("1.0") << 1.0 << "a few seconds";
+    QTest::newRow("3.49") << 3.49 << "a few seconds";
+    QTest::newRow("3.5") << 3.5 << "about 5 seconds";
+    QTest::newRow("6.99") << 6.99 << "about 5 seconds";
+    QTest::newRow("7") << 7.0 << "about 10 seconds";
+    QTest::newRow("11.9") << 11.9 << "about 10 seconds";
+    QTest::newRow("12") << 12.0 << "about 15 seconds";
+    QTest::newRow("51.99") << 51.99 << "about 50 seconds";
+    QTest::newRow("52") << 52.0 << "about 55 seconds";
+    QTest::newRow("55.0") << 55.0 << "about 55 seconds";
+    QTest::newRow("55.001") << 55.001 << "about a minute";
+    QTest::newRow("55.5") << 55.5 << "about a minute";
+    QTest::newRow("89.99") << 89.99 << "about a minute";
+    QTest::newRow("90") << 90.0 << "about 2 minutes";
+    QTest::newRow("149.99") << 149.99 << "about 2 minutes";
+    QTest::newRow("150") << 150.0 << "about 3 minutes";
+    QTest::newRow("3600") << 3600.0 << "about 60 minutes";
+    QTest::newRow("3600.01") << 3600.01 << "about an hour";
+    QTest::newRow("3959 (under 1.1 h)") << 3959.0 << "about an hour";
+    QTest::newRow("3960 (1.1 h)") << 3960.0 << "about 1.1 hours";
+    QTest::newRow("9000") << 9000.0 << "about 2.5 hours";
+    QTest::newRow("86400") << 86400.0 << "about 24.0 hours";
+    QTest::newRow("86400.5") << 86400.5 << "about a day";
+    QTest::newRow("95039 (under 1.1 d)") << 95039.0 << "about a day";
+    QTest::newRow("95040 (1.1 d)") << 95040.0 << "about 1.1 days";
+    QTest::newRow("1e9") << 1.0e9 << "about 11574.1 days";
+}
+
+void TestZKTimeFormatter::formatTime() {
+    QFETCH(double, seconds);
+    QFETCH(QString, expected);
+    QCOMPARE(ZKTimeFormatter::formatTime(seconds), expected);
+}
+
+void TestZKTimeFormatter::hugeValuesKeepTheirForm() {
+    const QString text = ZKTimeFormatter::formatTime(std::numeric_limits<double>::max());
+    QVERIFY2(text.startsWith(QStringLiteral("about 2")) && text.endsWith(QStringLiteral(".0 days")),
+             qPrintable(text));
+    // Fixed notation, as the phrase promises a count of days, not 2e+303.
+    QVERIFY2(!text.contains(u'e') && !text.contains(u'+'), qPrintable(text));
+}
+
+void TestZKTimeFormatter::stringForObjectValue_data() {
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QString>("expected"); // null: no text at all
+
+    QTest::newRow("text") << QVariant(QStringLiteral("90")) << QString();
+    QTest::newRow("invalid") << QVariant() << QString();
+    QTest::newRow("int") << QVariant(90) << "about 2 minutes";
+    QTest::newRow("double") << QVariant(55.5) << "about a minute";
+    QTest::newRow("nan") << QVariant(std::numeric_limits<double>::quiet_NaN()) << "indeterminate";
+}
+
+void TestZKTimeFormatter::stringForObjectValue() {
+    QFETCH(QVariant, value);
+    QFETCH(QString, expected);
+    const QString text = ZKTimeFormatter().stringForObjectValue(value);
+    QCOMPARE(text.isNull(), expected.isNull());
+    QCOMPARE(text, expected);
+}
+
+void TestZKTimeFormatter::parsingIsRefused() {
+    QVariant value;
+    QString error;
+    QVERIFY(!ZKTimeFormatter().getObjectValue(&value, QStringLiteral("about a day"), &error));
+    QCOMPARE(error, QStringLiteral("Not supported"));
+    QVERIFY(!value.isValid());
+}
+
+void TestZKTimeFormatter::ignoresTheUserLocale() {
+    const QLocale previous;
+    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+    std::setlocale(LC_NUMERIC, "de_DE.UTF-8");
+    const QString text = ZKTimeFormatter::formatTime(9000.0);
+    std::setlocale(LC_NUMERIC, "C");
+    QLocale::setDefault(previous);
+    QCOMPARE(text, QStringLiteral("about 2.5 hours"));
+}
+
+QTEST_GUILESS_MAIN(TestZKTimeFormatter)
+#include "tst_ZKTimeFormatter.moc"
