@@ -37,6 +37,14 @@ void ZKNotificationCenter::removeObservers(const QObject *context) {
     std::erase_if(m_observers, [context](const Observer &o) { return o.context == context; });
 }
 
+void ZKNotificationCenter::removeObservers(const QObject *context, const QString &name,
+                                           const void *sender) {
+    QMutexLocker locker(&m_lock);
+    std::erase_if(m_observers, [&](const Observer &o) {
+        return o.context == context && o.name == name && o.sender == sender;
+    });
+}
+
 void ZKNotificationCenter::post(const QString &name, const void *sender,
                                 const QVariantMap &userInfo) {
     // Callbacks run outside the lock: an observer may add observers, post, or

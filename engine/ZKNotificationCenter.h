@@ -34,6 +34,7 @@ public:
                         Callback callback);
     void removeObserver(quint64 token);
     void removeObservers(const QObject *context);
+    void removeObservers(const QObject *context, const QString &name, const void *sender);
 
     void post(const QString &name, const void *sender, const QVariantMap &userInfo = {});
 
