@@ -1,0 +1,25 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <optional>
+
+// The persistent access handle of a local item: its device and inode number
+// together with the path it had, kept as plain data so that it survives a
+// restart of the application. Resolving it finds the item again when it was
+// given another name inside the same folder.
+class ZKBookmark {
+public:
+    ZKBookmark() = delete;
+
+    // Empty when the item cannot be examined (links are not followed).
+    static QByteArray create(const QString &path);
+
+    // The current path of the item: the recorded path when the same item is
+    // still there, else the entry of the recorded parent folder that carries
+    // the same inode. Nothing when the item is gone; failure then says why.
+    static std::optional<QString> resolve(const QByteArray &bookmark, QString *failure);
+};
