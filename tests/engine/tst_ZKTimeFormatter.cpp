@@ -2,10 +2,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKTimeFormatter.h"
 
-#include <clocale>
 #include <limits>
 
-#include <QLocale>
 #include <QTest>
 
 class TestZKTimeFormatter : public QObject {
@@ -18,7 +16,6 @@ private Q_SLOTS:
     void stringForObjectValue_data();
     void stringForObjectValue();
     void parsingIsRefused();
-    void ignoresTheUserLocale();
 };
 
 void TestZKTimeFormatter::formatTime_data() {
@@ -99,16 +96,6 @@ void TestZKTimeFormatter::parsingIsRefused() {
     QVERIFY(!ZKTimeFormatter().getObjectValue(&value, QStringLiteral("about a day"), &error));
     QCOMPARE(error, QStringLiteral("Not supported"));
     QVERIFY(!value.isValid());
-}
-
-void TestZKTimeFormatter::ignoresTheUserLocale() {
-    const QLocale previous;
-    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
-    std::setlocale(LC_NUMERIC, "de_DE.UTF-8");
-    const QString text = ZKTimeFormatter::formatTime(9000.0);
-    std::setlocale(LC_NUMERIC, "C");
-    QLocale::setDefault(previous);
-    QCOMPARE(text, QStringLiteral("about 2.5 hours"));
 }
 
 QTEST_GUILESS_MAIN(TestZKTimeFormatter)
