@@ -1,0 +1,752 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKFileSystemReader.h"
+
+#include "ZKBookmark.h"
+#include "ZKFileSystemWriter.h"
+#include "ZKLogging.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <limits>
+#include <vector>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QDir>
+#include <QFile>
+#include <QMimeDatabase>
+
+namespace {
+
+const QString typeKey = QStringLiteral("Type");
+const QString pathKey = QStringLiteral("Path");
+const QString bookmarkKey = QStringLiteral("Bookmark");
+
+QString errnoText(int number) {
+    return qt_error_string(number);
+}
+
+ZKError readError(const QString &message) {
+    return ZKError::application(ZKErrorCode::readFailed, message);
+}
+
+QByteArray joinPath(const QByteArray &parent, const QByteArray &name) {
+    return parent.endsWith('/') ? parent + name : parent + '/' + name;
+}
+
+// Names that are not valid UTF-8 cannot travel through a QString or a QUrl and
+// back; such an item would be silently lost on the way.
+bool isRepresentable(const QByteArray &raw) {
+    return QFile::encodeName(QFile::decodeName(raw)) == raw;
+}
+
+QUrl urlForPath(const QByteArray &path) {
+    return QUrl::fromLocalFile(QFile::decodeName(path));
+}
+
+// Component-wise: "/a/b" contains "/a/b/c" but not "/a/bc".
+bool containsPath(const QByteArray &ancestor, const QByteArray &path) {
+    if (ancestor == "/" || ancestor == path) {
+        return true;
+    }
+    return path.size() > ancestor.size() && path.startsWith(ancestor) &&
+           path.at(ancestor.size()) == '/';
+}
+
+// A link whose target holds any folder being walked would bring the walk back
+// into itself, directly or through another link.
+bool wouldLoop(const QByteArray &target, const QByteArrayList &chain) {
+    for (const QByteArray &walked : chain) {
+        if (containsPath(target, walked)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::optional<QByteArray> realPath(const QByteArray &path) {
+    char *resolved = ::realpath(path.constData(), nullptr);
+    if (!resolved) {
+        return std::nullopt;
+    }
+    QByteArray result(resolved);
+    ::free(resolved);
+    return result;
+}
+
+QByteArray parentOf(const QByteArray &path) {
+    const qsizetype slash = path.lastIndexOf('/');
+    return slash <= 0 ? QByteArray("/") : path.left(slash);
+}
+
+QDateTime dateFrom(const statx_timestamp &time) {
+    return QDateTime::fromMSecsSinceEpoch(qint64(time.tv_sec) * 1000 + time.tv_nsec / 1000000);
+}
+
+// A walk that keeps only the folders on the way down open, so that its memory
+// does not grow with the size of the tree.
+struct WalkEntry {
+    QByteArray path;
+    QByteArray name;
+    int parentFd = -1;
+    int statError = 0; // errno of a failed lstat; status is then undefined
+    struct stat status {};
+};
+
+enum class WalkStep { Descend, Prune, Stop, Fail };
+enum class WalkEnd { Finished, Stopped, Failed };
+
+struct Level {
+    DIR *directory = nullptr;
+    QByteArray path;
+};
+
+// Failures to open a folder that only mean "this folder cannot be read" or "it
+// went away"; the walk passes over them. Anything else (no descriptors left,
+// an I/O error) would leave part of the tree unseen and ends the walk.
+bool isUnreadableFolder(int number) {
+    return number == EACCES || number == EPERM || number == ENOENT || number == ENOTDIR ||
+           number == ELOOP;
+}
+
+template <typename Visit>
+WalkEnd walkTree(const QByteArray &root, QByteArrayList &chain, Visit visit, QByteArray *failedPath,
+                 int *failedErrno) {
+    const qsizetype chainBase = chain.size();
+    std::vector<Level> levels;
+    auto finish = [&](WalkEnd end) {
+        for (Level &level : levels) {
+            ::closedir(level.directory);
+        }
+        chain.resize(chainBase);
+        return end;
+    };
+    auto fail = [&](const QByteArray &path, int number) {
+        *failedPath = path;
+        *failedErrno = number;
+        return finish(WalkEnd::Failed);
+    };
+
+    const int rootFd = ::open(root.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (rootFd < 0) {
+        const int number = errno;
+        if (isUnreadableFolder(number)) {
+            qCInfo(lcEndpoints) << "Skipping unreadable folder" << root << errnoText(number);
+            return WalkEnd::Finished;
+        }
+        return fail(root, number);
+    }
+    DIR *rootDirectory = ::fdopendir(rootFd);
+    if (!rootDirectory) {
+        const int number = errno;
+        ::close(rootFd);
+        return fail(root, number);
+    }
+    levels.push_back({rootDirectory, root});
+    chain.append(realPath(root).value_or(root));
+
+    WalkEntry entry;
+    while (!levels.empty()) {
+        DIR *directory = levels.back().directory;
+        errno = 0;
+        const dirent *item = ::readdir(directory);
+        if (!item) {
+            if (errno != 0) {
+                return fail(levels.back().path, errno);
+            }
+            ::closedir(directory);
+            levels.pop_back();
+            chain.removeLast();
+            continue;
+        }
+        const char *name = item->d_name;
+        if (name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'))) {
+            continue;
+        }
+        entry.name = QByteArray(name);
+        entry.path = joinPath(levels.back().path, entry.name);
+        entry.parentFd = ::dirfd(directory);
+        entry.statError = 0;
+        if (::fstatat(entry.parentFd, name, &entry.status, AT_SYMLINK_NOFOLLOW) != 0) {
+            if (errno == ENOENT) {
+                continue; // removed while we walk: nothing left to miss
+            }
+            entry.statError = errno;
+        }
+
+        switch (visit(entry)) {
+        case WalkStep::Stop:
+            return finish(WalkEnd::Stopped);
+        case WalkStep::Fail:
+            return finish(WalkEnd::Failed);
+        case WalkStep::Prune:
+            continue;
+        case WalkStep::Descend:
+            break;
+        }
+        if (entry.statError != 0 || !S_ISDIR(entry.status.st_mode)) {
+            continue;
+        }
+        // O_NOFOLLOW: a folder replaced by a link meanwhile is not entered.
+        const int fd =
+            ::openat(entry.parentFd, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        if (fd < 0) {
+            const int number = errno;
+            if (isUnreadableFolder(number)) {
+                qCInfo(lcEndpoints)
+                    << "Skipping unreadable folder" << entry.path << errnoText(number);
+                continue;
+            }
+            return fail(entry.path, number);
+        }
+        DIR *child = ::fdopendir(fd);
+        if (!child) {
+            const int number = errno;
+            ::close(fd);
+            return fail(entry.path, number);
+        }
+        const QByteArray realChild = joinPath(chain.last(), entry.name);
+        levels.push_back({child, entry.path});
+        chain.append(realChild);
+    }
+    return finish(WalkEnd::Finished);
+}
+
+} // namespace
+
+std::shared_ptr<ZKFileSystemReader> ZKFileSystemReader::readerWithUrl(const QUrl &url) {
+    return std::make_shared<ZKFileSystemReader>(url);
+}
+
+ZKFileSystemReader::ZKFileSystemReader(const QUrl &url) {
+    setUrlAndFilename(url);
+    if (m_url.isLocalFile()) {
+        m_bookmark = ZKBookmark::create(m_url.toLocalFile());
+    }
+}
+
+ZKFileSystemReader::ZKFileSystemReader(const QVariantMap &propertyList) {
+    const QString path = propertyList.value(pathKey).toString();
+    setUrlAndFilename(path.isEmpty() ? QUrl() : QUrl::fromLocalFile(path));
+    m_bookmark = propertyList.value(bookmarkKey).toByteArray();
+}
+
+ZKFileSystemReader::~ZKFileSystemReader() {
+    closeHandle();
+}
+
+void ZKFileSystemReader::setUrlAndFilename(const QUrl &url) {
+    // "/a/b/" and "/a/b" are one item; the slash would also hide the name.
+    m_url = url.path() == QLatin1String("/") ? url : url.adjusted(QUrl::StripTrailingSlash);
+    m_filename = m_url.fileName();
+}
+
+QVariantMap ZKFileSystemReader::asPropertyList() const {
+    QVariantMap propertyList;
+    propertyList.insert(typeKey, QStringLiteral("FileSystemReader"));
+    propertyList.insert(pathKey, m_url.toLocalFile());
+    if (!m_bookmark.isEmpty()) {
+        propertyList.insert(bookmarkKey, m_bookmark);
+    }
+    return propertyList;
+}
+
+QByteArray ZKFileSystemReader::encodedPath() const {
+    return QFile::encodeName(m_url.toLocalFile());
+}
+
+void ZKFileSystemReader::acquireBookmark() {
+    if (m_startedAccessing) {
+        return;
+    }
+    if (m_bookmark.isEmpty()) {
+        return;
+    }
+    QString failure;
+    const std::optional<QString> resolved = ZKBookmark::resolve(m_bookmark, &failure);
+    if (!resolved) {
+        qCWarning(lcEndpoints).noquote()
+            << QStringLiteral("Error while acquiring bookmark for %1: %2")
+                   .arg(m_url.toLocalFile(), failure);
+        return;
+    }
+    m_bookmarkUrl = QUrl::fromLocalFile(*resolved);
+    m_startedAccessing = true;
+
+    // A link keeps its own path: the bookmark names the link, and following a
+    // renamed link would not be what the user queued either.
+    struct stat status {};
+    const QByteArray path = encodedPath();
+    const bool isLinkHere = ::lstat(path.constData(), &status) == 0 && S_ISLNK(status.st_mode);
+    if (!resolved->isEmpty() && !isLinkHere && m_bookmarkUrl != m_url) {
+        qCInfo(lcEndpoints) << "Following" << m_url.toLocalFile() << "to" << *resolved;
+        setUrlAndFilename(m_bookmarkUrl);
+    }
+}
+
+void ZKFileSystemReader::releaseBookmark() {
+    m_startedAccessing = false;
+    m_bookmarkUrl.clear();
+}
+
+QUrl ZKFileSystemReader::urlForPasteboard() {
+    acquireBookmark();
+    // Without a bookmark there is nothing to resolve: the path is the best we know.
+    return m_bookmarkUrl.isEmpty() ? m_url : m_bookmarkUrl;
+}
+
+QString ZKFileSystemReader::icon() const {
+    const QByteArray path = encodedPath();
+    struct stat status {};
+    if (!path.isEmpty() && ::stat(path.constData(), &status) == 0 && S_ISDIR(status.st_mode)) {
+        return QStringLiteral("folder");
+    }
+    return QMimeDatabase()
+        .mimeTypeForFile(m_url.toLocalFile(), QMimeDatabase::MatchExtension)
+        .iconName();
+}
+
+void ZKFileSystemReader::resetAttributes() {
+    m_exists = false;
+    m_size = 0;
+    m_creationDate = QDateTime();
+    m_modificationDate = QDateTime();
+    m_permissions = 0;
+    m_owner = 0;
+    m_group = 0;
+    m_isImmutable = false;
+    m_isDirectory = false;
+    m_isLink = false;
+    m_linkTarget.clear();
+}
+
+void ZKFileSystemReader::closeHandle() {
+    if (m_fd >= 0) {
+        ::close(m_fd);
+        m_fd = -1;
+    }
+    m_offset = 0;
+}
+
+bool ZKFileSystemReader::open() {
+    acquireBookmark();
+    closeHandle();
+    resetAttributes();
+
+    if (m_url.isEmpty() || !m_url.isLocalFile() || m_url.toLocalFile().isEmpty() ||
+        m_filename.isEmpty()) {
+        setError(readError(QStringLiteral("Invalid file path: '%1'").arg(m_url.toString())));
+        return false;
+    }
+    const QString path = m_url.toLocalFile();
+    const QByteArray encoded = encodedPath();
+
+    struct statx attributes {};
+    const unsigned int wanted = STATX_BASIC_STATS | STATX_BTIME;
+    if (::statx(AT_FDCWD, encoded.constData(), AT_SYMLINK_NOFOLLOW, wanted, &attributes) != 0) {
+        setError(readError(QStringLiteral("Unable to determine the size of '%1': %2")
+                               .arg(path, errnoText(errno))));
+        return false;
+    }
+    m_exists = true;
+
+    if (S_ISLNK(attributes.stx_mode)) {
+        m_isLink = true;
+        QByteArray target(PATH_MAX, Qt::Uninitialized);
+        const ssize_t length = ::readlink(encoded.constData(), target.data(), target.size());
+        if (length < 0) {
+            setError(readError(QStringLiteral("Unable to resolve symbolic link '%1': %2")
+                                   .arg(path, errnoText(errno))));
+            return false;
+        }
+        target.truncate(length);
+        m_linkTarget = QFile::decodeName(target);
+        // The kernel resolves the target relative to the link's folder, link by
+        // link; a dangling link keeps its own attributes.
+        struct statx targetAttributes {};
+        if (::statx(AT_FDCWD, encoded.constData(), 0, wanted, &targetAttributes) == 0) {
+            attributes = targetAttributes;
+        }
+    }
+
+    m_isDirectory = S_ISDIR(attributes.stx_mode);
+    m_size = attributes.stx_size;
+    if (attributes.stx_mask & STATX_BTIME) {
+        m_creationDate = dateFrom(attributes.stx_btime);
+    }
+    m_modificationDate = dateFrom(attributes.stx_mtime);
+    m_permissions = quint16(attributes.stx_mode & 07777);
+    m_owner = attributes.stx_uid;
+    m_group = attributes.stx_gid;
+    m_isImmutable = (attributes.stx_attributes_mask & STATX_ATTR_IMMUTABLE) &&
+                    (attributes.stx_attributes & STATX_ATTR_IMMUTABLE);
+
+    if (m_isDirectory) {
+        m_size = 0;
+        return true;
+    }
+
+    // O_NONBLOCK: a FIFO put here meanwhile must not hang the open.
+    const int fd = ::open(encoded.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0) {
+        setError(readError(QStringLiteral("Unable to open '%1': %2.").arg(path, errnoText(errno))));
+        return false;
+    }
+    struct stat opened {};
+    if (::fstat(fd, &opened) != 0) {
+        const int number = errno;
+        ::close(fd);
+        setError(
+            readError(QStringLiteral("Unable to open '%1': %2.").arg(path, errnoText(number))));
+        return false;
+    }
+    if (!S_ISREG(opened.st_mode)) {
+        // A FIFO, socket or device has no size to copy; reading it would
+        // either block or produce an empty copy without saying so.
+        ::close(fd);
+        setError(readError(QStringLiteral("Unable to open '%1': %2.")
+                               .arg(path, QStringLiteral("it is not a regular file"))));
+        return false;
+    }
+    ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
+    m_fd = fd;
+    m_offset = 0;
+    // The size of the file actually opened: what hasMoreData measures against.
+    m_size = quint64(opened.st_size);
+    return true;
+}
+
+void ZKFileSystemReader::close() {
+    closeHandle();
+    releaseBookmark();
+}
+
+bool ZKFileSystemReader::hasMoreData() const {
+    return m_fd >= 0 && m_offset < m_size;
+}
+
+QByteArray ZKFileSystemReader::readBlock() {
+    return readBlockOfLength(standardBlockSize);
+}
+
+QByteArray ZKFileSystemReader::readBlockOfMaximumLength(quint64 length) {
+    return length < standardBlockSize ? readBlockOfLength(length) : readBlock();
+}
+
+QByteArray ZKFileSystemReader::readBlockOfLength(quint64 length) {
+    if (m_fd < 0) {
+        return {};
+    }
+    // Never past the size seen by open: a file that grows meanwhile would
+    // otherwise keep the copy going for ever.
+    const quint64 wanted = m_offset < m_size ? qMin(length, m_size - m_offset) : 0;
+    if (wanted == 0) {
+        return {};
+    }
+    const QString path = m_url.toLocalFile();
+    if (wanted > quint64(std::numeric_limits<qsizetype>::max())) {
+        setError(readError(QStringLiteral("Unable to read from '%1': %2.")
+                               .arg(path, QStringLiteral("the block is too large"))));
+        return {};
+    }
+    QByteArray data(qsizetype(wanted), Qt::Uninitialized);
+    quint64 done = 0;
+    while (done < wanted) {
+        const ssize_t count = ::read(m_fd, data.data() + done, size_t(wanted - done));
+        if (count < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            setError(readError(
+                QStringLiteral("Unable to read from '%1': %2.").arg(path, errnoText(errno))));
+            return {};
+        }
+        if (count == 0) {
+            setError(readError(QStringLiteral("Unable to read from '%1': %2.")
+                                   .arg(path, QStringLiteral("the file became shorter while it "
+                                                             "was read (%1 bytes expected, it "
+                                                             "ends at %2)")
+                                                  .arg(m_size)
+                                                  .arg(m_offset + done))));
+            return {};
+        }
+        done += quint64(count);
+    }
+    m_offset += done;
+    return data;
+}
+
+bool ZKFileSystemReader::seekToPosition(quint64 position) {
+    if (m_fd < 0 || position > quint64(std::numeric_limits<off_t>::max())) {
+        return false;
+    }
+    if (::lseek(m_fd, off_t(position), SEEK_SET) < 0) {
+        const int number = errno;
+        setError(readError(QStringLiteral("Unable to read from '%1': %2.")
+                               .arg(m_url.toLocalFile(), errnoText(number))));
+        return false;
+    }
+    m_offset = position;
+    return true;
+}
+
+ZKEnumerationResult ZKFileSystemReader::enumerateContentsOfFileWithBlock(const DataBlock &block) {
+    ZKEnumerationResult result = ZKEnumerationResultContinue;
+    while (hasMoreData()) {
+        const QByteArray data = readBlock();
+        if (data.isEmpty()) {
+            break; // the read failed; error() says why
+        }
+        result = block(data);
+        if (result == ZKEnumerationResultStop) {
+            break;
+        }
+    }
+    return result;
+}
+
+ZKEnumerationResult
+ZKFileSystemReader::enumerateContentsOfDirectoryWithBlock(const ReaderBlock &block) {
+    if (!m_isDirectory) {
+        return ZKEnumerationResultContinue;
+    }
+    const QByteArray path = encodedPath();
+    DIR *directory = ::opendir(path.constData());
+    if (!directory) {
+        const int number = errno;
+        qCInfo(lcEndpoints) << "Skipping unreadable folder" << path << errnoText(number);
+        return ZKEnumerationResultContinue;
+    }
+    ZKEnumerationResult result = ZKEnumerationResultContinue;
+    while (const dirent *item = ::readdir(directory)) {
+        const QByteArray name(item->d_name);
+        if (name == "." || name == "..") {
+            continue;
+        }
+        if (!isRepresentable(name)) {
+            qCWarning(lcEndpoints) << "Skipping an entry whose name is not valid UTF-8 in"
+                                   << m_url.toLocalFile() << name.toPercentEncoding("/");
+            continue;
+        }
+        result = block(readerWithUrl(urlForPath(joinPath(path, name))));
+        if (result == ZKEnumerationResultStop) {
+            break;
+        }
+    }
+    ::closedir(directory);
+    return result;
+}
+
+ZKEnumerationResult ZKFileSystemReader::enumerateFileInfoWithBlock(const FileInfoBlock &block) {
+    if (!m_isDirectory) {
+        return ZKEnumerationResultContinue;
+    }
+    clearError();
+    QByteArrayList chain;
+    return walkFileInfo(encodedPath(), chain, block);
+}
+
+ZKEnumerationResult ZKFileSystemReader::walkFileInfo(const QByteArray &root, QByteArrayList &chain,
+                                                     const FileInfoBlock &block) {
+    ZKEnumerationResult last = ZKEnumerationResultContinue;
+    auto attributesError = [this](const QByteArray &path, const QString &reason) {
+        setError(readError(QStringLiteral("Unable to determine the size of '%1': %2")
+                               .arg(QFile::decodeName(path), reason)));
+        return WalkStep::Fail;
+    };
+    const QString invalidName = QStringLiteral(
+        "the name is not valid UTF-8 and cannot be represented; rename it to copy it");
+
+    auto visit = [&](const WalkEntry &entry) -> WalkStep {
+        if (entry.statError != 0) {
+            return attributesError(entry.path, errnoText(entry.statError));
+        }
+        if (!isRepresentable(entry.name)) {
+            return attributesError(entry.path, invalidName);
+        }
+        const mode_t mode = entry.status.st_mode;
+        const int accessFlags = AT_EACCESS | (S_ISLNK(mode) ? AT_SYMLINK_NOFOLLOW : 0);
+        const char *name = entry.name.constData();
+
+        ZKFileInfo info;
+        info.url = urlForPath(entry.path);
+        info.directory = S_ISDIR(mode);
+        info.symbolicLink = S_ISLNK(mode);
+        info.size = info.directory ? 0 : quint64(entry.status.st_size);
+        info.readable = ::faccessat(entry.parentFd, name, R_OK, accessFlags) == 0;
+        info.writable = ::faccessat(entry.parentFd, name, W_OK, accessFlags) == 0;
+
+        if (info.symbolicLink) {
+            info.size = 0;
+            const std::optional<QByteArray> target = realPath(entry.path);
+            struct stat targetStatus {};
+            if (!target) {
+                // Dangling: say where it points, as far as that can be told.
+                QByteArray stored(PATH_MAX, Qt::Uninitialized);
+                const ssize_t length =
+                    ::readlinkat(entry.parentFd, name, stored.data(), stored.size());
+                if (length >= 0) {
+                    stored.truncate(length);
+                    const QByteArray base =
+                        realPath(parentOf(entry.path)).value_or(parentOf(entry.path));
+                    const QByteArray joined =
+                        stored.startsWith('/') ? stored : joinPath(base, stored);
+                    info.targetUrl =
+                        QUrl::fromLocalFile(QDir::cleanPath(QFile::decodeName(joined)));
+                }
+            } else if (!isRepresentable(*target)) {
+                return attributesError(entry.path, invalidName);
+            } else if (::stat(target->constData(), &targetStatus) == 0) {
+                info.targetUrl = urlForPath(*target);
+                info.directory = S_ISDIR(targetStatus.st_mode);
+                if (!info.directory) {
+                    info.size = quint64(targetStatus.st_size);
+                } else if (!wouldLoop(*target, chain)) {
+                    // The target's contents come before the link itself.
+                    const ZKEnumerationResult nested = walkFileInfo(*target, chain, block);
+                    if (error()) {
+                        return WalkStep::Fail;
+                    }
+                    last = nested;
+                    if (nested == ZKEnumerationResultStop) {
+                        return WalkStep::Stop;
+                    }
+                } else {
+                    qCInfo(lcEndpoints)
+                        << "Not following" << entry.path << "into" << *target << "which holds it";
+                }
+            } else {
+                info.targetUrl = urlForPath(*target);
+            }
+        }
+
+        last = block(info);
+        if (last == ZKEnumerationResultStop) {
+            return WalkStep::Stop;
+        }
+        if (last == ZKEnumerationResultSkip && info.directory) {
+            return WalkStep::Prune;
+        }
+        return WalkStep::Descend;
+    };
+
+    QByteArray failedPath;
+    int failedErrno = 0;
+    const WalkEnd end = walkTree(root, chain, visit, &failedPath, &failedErrno);
+    if (end == WalkEnd::Failed && !error()) {
+        attributesError(failedPath, errnoText(failedErrno));
+    }
+    return last;
+}
+
+quint64 ZKFileSystemReader::calculateDirectorySizeFollowingLinks(bool followLinks,
+                                                                 const NameBlock &block) {
+    if (!m_isDirectory) {
+        return 0;
+    }
+    QByteArrayList chain;
+    bool stopped = false;
+    return sizeOfTree(encodedPath(), chain, followLinks, block, &stopped);
+}
+
+quint64 ZKFileSystemReader::sizeOfTree(const QByteArray &root, QByteArrayList &chain,
+                                       bool followLinks, const NameBlock &block, bool *stopped) {
+    quint64 total = 0;
+    auto visit = [&](const WalkEntry &entry) -> WalkStep {
+        if (entry.statError != 0) {
+            return WalkStep::Prune; // a count is an estimate; pass over it
+        }
+        if (block) {
+            const ZKEnumerationResult result = block(QFile::decodeName(entry.name));
+            if (result == ZKEnumerationResultStop) {
+                *stopped = true;
+                return WalkStep::Stop;
+            }
+            if (result == ZKEnumerationResultSkip) {
+                return WalkStep::Prune;
+            }
+        }
+        const mode_t mode = entry.status.st_mode;
+        if (S_ISLNK(mode)) {
+            if (!followLinks) {
+                return WalkStep::Descend;
+            }
+            struct stat target {};
+            if (::stat(entry.path.constData(), &target) != 0) {
+                return WalkStep::Descend; // dangling
+            }
+            if (S_ISREG(target.st_mode)) {
+                total += quint64(target.st_size);
+            } else if (S_ISDIR(target.st_mode)) {
+                const std::optional<QByteArray> real = realPath(entry.path);
+                if (real && !wouldLoop(*real, chain)) {
+                    total += sizeOfTree(*real, chain, followLinks, block, stopped);
+                    if (*stopped) {
+                        return WalkStep::Stop;
+                    }
+                }
+            }
+        } else if (S_ISREG(mode)) {
+            total += quint64(entry.status.st_size);
+        }
+        return WalkStep::Descend;
+    };
+    QByteArray failedPath;
+    int failedErrno = 0;
+    if (walkTree(root, chain, visit, &failedPath, &failedErrno) == WalkEnd::Failed) {
+        qCWarning(lcEndpoints) << "Size count incomplete at" << failedPath
+                               << errnoText(failedErrno);
+    }
+    return total;
+}
+
+std::optional<ZKFileInfo> ZKFileSystemReader::fileInfoForChild(const QString &name) {
+    if (!m_isDirectory || error() || name.isEmpty()) {
+        return std::nullopt;
+    }
+    const QByteArray path = encodedPath();
+    const QByteArray childPath = joinPath(path, QFile::encodeName(name));
+    struct stat status {};
+    if (::lstat(childPath.constData(), &status) != 0) {
+        return std::nullopt;
+    }
+    ZKFileInfo info;
+    info.url = urlForPath(childPath);
+    info.directory = S_ISDIR(status.st_mode);
+    info.size = info.directory ? 0 : quint64(status.st_size);
+    // Deliberately the access rights of this folder, not of the child: the
+    // caller asks whether it may replace the child here.
+    info.readable = ::access(path.constData(), R_OK) == 0;
+    info.writable = ::access(path.constData(), W_OK) == 0;
+    if (S_ISLNK(status.st_mode)) {
+        info.symbolicLink = true;
+        info.size = 0;
+        info.targetUrl = urlForPath(realPath(path).value_or(path));
+    }
+    return info;
+}
+
+std::shared_ptr<ZKReader> ZKFileSystemReader::childWithName(const QString &name) {
+    if (name.isEmpty() || m_url.isEmpty()) {
+        return shared_from_this();
+    }
+    const QByteArray path = joinPath(encodedPath(), QFile::encodeName(name));
+    auto child = readerWithUrl(urlForPath(path));
+    return child;
+}
+
+std::shared_ptr<ZKWriter> ZKFileSystemReader::asWriter() {
+    auto writer = m_isDirectory ? ZKFileSystemWriter::writerWithDirectory(m_url)
+                                : ZKFileSystemWriter::writerWithFile(m_url);
+    writer->setBookmark(m_bookmark);
+    return writer;
+}
+
+size_t ZKFileSystemReader::hash() const {
+    return qHash(m_url);
+}

@@ -1,0 +1,110 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "ZKReader.h"
+
+#include <QByteArray>
+#include <QByteArrayList>
+#include <QDateTime>
+#include <QString>
+#include <QUrl>
+#include <QVariantMap>
+
+#include <memory>
+
+// The reader of a local file, folder or symbolic link. The item is remembered
+// by path and by a bookmark (device and inode), so that a source given another
+// name after it was queued is still found.
+class ZKFileSystemReader : public ZKReader {
+public:
+    static std::shared_ptr<ZKFileSystemReader> readerWithUrl(const QUrl &url);
+
+    // Construct through std::make_shared: enumerations hand out shared_from_this.
+    explicit ZKFileSystemReader(const QUrl &url);
+    // Restores the saved form; makes no new bookmark.
+    explicit ZKFileSystemReader(const QVariantMap &propertyList);
+    ~ZKFileSystemReader() override;
+
+    ZKFileSystemReader(const ZKFileSystemReader &) = delete;
+    ZKFileSystemReader &operator=(const ZKFileSystemReader &) = delete;
+
+    QVariantMap asPropertyList() const override;
+
+    bool open() override;
+    void close() override;
+
+    QByteArray readBlock() override;
+    QByteArray readBlockOfLength(quint64 length) override;
+    QByteArray readBlockOfMaximumLength(quint64 length) override;
+    bool seekToPosition(quint64 position) override;
+
+    ZKEnumerationResult enumerateContentsOfDirectoryWithBlock(const ReaderBlock &block) override;
+    ZKEnumerationResult enumerateFileInfoWithBlock(const FileInfoBlock &block) override;
+    ZKEnumerationResult enumerateContentsOfFileWithBlock(const DataBlock &block) override;
+    std::optional<ZKFileInfo> fileInfoForChild(const QString &name) override;
+    std::shared_ptr<ZKReader> childWithName(const QString &name) override;
+    std::shared_ptr<ZKWriter> asWriter() override;
+    quint64 calculateDirectorySizeFollowingLinks(bool followLinks, const NameBlock &block) override;
+
+    QUrl url() const override { return m_url; }
+    QUrl urlForPasteboard() override;
+    QString filename() const override { return m_filename; }
+    QString icon() const override;
+    bool exists() const override { return m_exists; }
+    quint64 size() const override { return m_size; }
+    QDateTime creationDate() const override { return m_creationDate; }
+    QDateTime modificationDate() const override { return m_modificationDate; }
+    quint16 permissions() const override { return m_permissions; }
+    quint64 owner() const override { return m_owner; }
+    quint64 group() const override { return m_group; }
+    // Linux file systems keep no such flag.
+    bool isExtensionHidden() const override { return false; }
+    bool isImmutable() const override { return m_isImmutable; }
+    bool isDirectory() const override { return m_isDirectory; }
+    bool isLink() const override { return m_isLink; }
+    QString linkTarget() const override { return m_linkTarget; }
+    bool isLocal() const override { return true; }
+    bool canSeek() const override { return true; }
+    bool hasMoreData() const override;
+
+    QByteArray bookmark() const { return m_bookmark; }
+    void setBookmark(const QByteArray &bookmark) { m_bookmark = bookmark; }
+    // Resolves the bookmark and follows a renamed source to its new path.
+    void acquireBookmark();
+    void releaseBookmark();
+    bool startedAccessingSecurityScopedResource() const { return m_startedAccessing; }
+
+    size_t hash() const;
+
+private:
+    void setUrlAndFilename(const QUrl &url);
+    void resetAttributes();
+    void closeHandle();
+    QByteArray encodedPath() const;
+    ZKEnumerationResult walkFileInfo(const QByteArray &root, QByteArrayList &chain,
+                                     const FileInfoBlock &block);
+    quint64 sizeOfTree(const QByteArray &root, QByteArrayList &chain, bool followLinks,
+                       const NameBlock &block, bool *stopped);
+
+    QUrl m_url;
+    QString m_filename;
+    QByteArray m_bookmark;
+    QUrl m_bookmarkUrl;
+    bool m_startedAccessing = false;
+
+    int m_fd = -1;
+    quint64 m_offset = 0;
+
+    bool m_exists = false;
+    quint64 m_size = 0;
+    QDateTime m_creationDate;
+    QDateTime m_modificationDate;
+    quint16 m_permissions = 0;
+    quint64 m_owner = 0;
+    quint64 m_group = 0;
+    bool m_isImmutable = false;
+    bool m_isDirectory = false;
+    bool m_isLink = false;
+    QString m_linkTarget;
+};

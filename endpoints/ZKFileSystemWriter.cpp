@@ -1,0 +1,555 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKFileSystemWriter.h"
+
+#include "ZKBookmark.h"
+#include "ZKFileSystemReader.h"
+#include "ZKLogging.h"
+
+#include <cerrno>
+#include <climits>
+#include <limits>
+#include <typeinfo>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/file.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QFile>
+#include <QMimeDatabase>
+
+const QString ZKFileSystemWriter::posixErrorDomain = QStringLiteral("POSIX");
+
+namespace {
+
+const QString typeKey = QStringLiteral("Type");
+const QString pathKey = QStringLiteral("Path");
+const QString isDirectoryKey = QStringLiteral("IsDirectory");
+const QString bookmarkKey = QStringLiteral("Bookmark");
+
+QString errnoText(int number) {
+    return qt_error_string(number);
+}
+
+ZKError createError(const QString &message) {
+    return ZKError::application(ZKErrorCode::createFailed, message);
+}
+
+ZKError writeError(const QString &message) {
+    return ZKError::application(ZKErrorCode::writeFailed, message);
+}
+
+ZKError systemError(int number, const QString &message) {
+    return ZKError(ZKFileSystemWriter::posixErrorDomain, number, message);
+}
+
+void logSetFailure(const char *attribute, const QString &value, int number) {
+    qCWarning(lcEndpoints).noquote()
+        << QStringLiteral("Unable to set %1 = '%2': %3")
+               .arg(QLatin1String(attribute), value, errnoText(number));
+}
+
+// Creates every missing folder of path. Returns 0 or the errno of the first
+// folder that could not be made, whose path is then in failedPath.
+int makePath(const QByteArray &path, QByteArray *failedPath) {
+    qsizetype from = 1;
+    while (from <= path.size()) {
+        qsizetype slash = path.indexOf('/', from);
+        if (slash < 0) {
+            slash = path.size();
+        }
+        const QByteArray prefix = path.left(slash);
+        from = slash + 1;
+        if (prefix.endsWith('/') || prefix.isEmpty()) {
+            continue; // doubled separator
+        }
+        if (::mkdir(prefix.constData(), 0777) == 0) {
+            continue;
+        }
+        const int number = errno;
+        struct stat status {};
+        if (number == EEXIST && ::stat(prefix.constData(), &status) == 0 &&
+            S_ISDIR(status.st_mode)) {
+            continue;
+        }
+        *failedPath = prefix;
+        return number;
+    }
+    return 0;
+}
+
+// Removes name (relative to parentFd, or an absolute path) with all its
+// contents, never following a link. Stops at the first failure and returns its
+// errno, with the path that failed in failedPath.
+int removeItem(int parentFd, const QByteArray &name, const QByteArray &shownPath,
+               QByteArray *failedPath) {
+    struct stat status {};
+    if (::fstatat(parentFd, name.constData(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        *failedPath = shownPath;
+        return errno;
+    }
+    if (!S_ISDIR(status.st_mode)) {
+        if (::unlinkat(parentFd, name.constData(), 0) != 0) {
+            *failedPath = shownPath;
+            return errno;
+        }
+        return 0;
+    }
+    const int fd =
+        ::openat(parentFd, name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0) {
+        *failedPath = shownPath;
+        return errno;
+    }
+    DIR *directory = ::fdopendir(fd);
+    if (!directory) {
+        const int number = errno;
+        ::close(fd);
+        *failedPath = shownPath;
+        return number;
+    }
+    int result = 0;
+    while (true) {
+        errno = 0;
+        const dirent *item = ::readdir(directory);
+        if (!item) {
+            result = errno;
+            if (result != 0) {
+                *failedPath = shownPath;
+            }
+            break;
+        }
+        const QByteArray child(item->d_name);
+        if (child == "." || child == "..") {
+            continue;
+        }
+        result = removeItem(::dirfd(directory), child, shownPath + '/' + child, failedPath);
+        if (result != 0) {
+            break;
+        }
+    }
+    ::closedir(directory);
+    if (result != 0) {
+        return result;
+    }
+    if (::unlinkat(parentFd, name.constData(), AT_REMOVEDIR) != 0) {
+        *failedPath = shownPath;
+        return errno;
+    }
+    return 0;
+}
+
+} // namespace
+
+std::shared_ptr<ZKFileSystemWriter> ZKFileSystemWriter::writerWithDirectory(const QUrl &url) {
+    return std::make_shared<ZKFileSystemWriter>(url, true);
+}
+
+std::shared_ptr<ZKFileSystemWriter> ZKFileSystemWriter::writerWithFile(const QUrl &url) {
+    return std::make_shared<ZKFileSystemWriter>(url, false);
+}
+
+ZKFileSystemWriter::ZKFileSystemWriter(const QUrl &url, bool isDirectory)
+    : m_isDirectory(isDirectory) {
+    setUrlAndFilename(url);
+    if (m_url.isLocalFile()) {
+        m_bookmark = ZKBookmark::create(m_url.toLocalFile());
+    }
+}
+
+ZKFileSystemWriter::ZKFileSystemWriter(const QVariantMap &propertyList)
+    : m_isDirectory(propertyList.value(isDirectoryKey).toBool()) {
+    const QString path = propertyList.value(pathKey).toString();
+    setUrlAndFilename(path.isEmpty() ? QUrl() : QUrl::fromLocalFile(path));
+    m_bookmark = propertyList.value(bookmarkKey).toByteArray();
+}
+
+ZKFileSystemWriter::~ZKFileSystemWriter() {
+    closeHandle();
+}
+
+void ZKFileSystemWriter::setUrlAndFilename(const QUrl &url) {
+    m_url = url.path() == QLatin1String("/") ? url : url.adjusted(QUrl::StripTrailingSlash);
+    m_filename = m_url.fileName();
+}
+
+void ZKFileSystemWriter::setUrl(const QUrl &url) {
+    setUrlAndFilename(url);
+}
+
+QString ZKFileSystemWriter::path() const {
+    return m_url.toLocalFile();
+}
+
+QByteArray ZKFileSystemWriter::childPath(const QString &name) const {
+    const QByteArray parent = QFile::encodeName(path());
+    return (parent.endsWith('/') ? parent : parent + '/') + QFile::encodeName(name);
+}
+
+QVariantMap ZKFileSystemWriter::asPropertyList() const {
+    QVariantMap propertyList;
+    propertyList.insert(typeKey, QStringLiteral("FileSystemWriter"));
+    propertyList.insert(pathKey, path());
+    propertyList.insert(isDirectoryKey, m_isDirectory);
+    if (!m_bookmark.isEmpty()) {
+        propertyList.insert(bookmarkKey, m_bookmark);
+    }
+    return propertyList;
+}
+
+bool ZKFileSystemWriter::isEqual(const ZKWriter &other) const {
+    return ZKWriter::isEqual(other) && m_isDirectory == other.isDirectory();
+}
+
+size_t ZKFileSystemWriter::hash() const {
+    return qHash(m_url) + (m_isDirectory ? 1 : 0);
+}
+
+QString ZKFileSystemWriter::icon() const {
+    const QByteArray encoded = QFile::encodeName(path());
+    struct stat status {};
+    if (encoded.isEmpty() || ::stat(encoded.constData(), &status) != 0) {
+        return QStringLiteral("ZKMissingFolder");
+    }
+    if (S_ISDIR(status.st_mode)) {
+        return QStringLiteral("folder");
+    }
+    return QMimeDatabase().mimeTypeForFile(path(), QMimeDatabase::MatchExtension).iconName();
+}
+
+void ZKFileSystemWriter::acquireBookmark() {
+    if (m_startedAccessing || m_bookmark.isEmpty()) {
+        return;
+    }
+    QString failure;
+    const std::optional<QString> resolved = ZKBookmark::resolve(m_bookmark, &failure);
+    if (!resolved) {
+        qCWarning(lcEndpoints).noquote()
+            << QStringLiteral("Error while acquiring bookmark for %1: %2").arg(path(), failure);
+        return;
+    }
+    m_bookmarkUrl = QUrl::fromLocalFile(*resolved);
+    m_startedAccessing = true;
+}
+
+void ZKFileSystemWriter::releaseBookmark() {
+    m_startedAccessing = false;
+    m_bookmarkUrl.clear();
+}
+
+void ZKFileSystemWriter::closeHandle() {
+    if (m_fd >= 0) {
+        ::flock(m_fd, LOCK_UN);
+        ::close(m_fd);
+        m_fd = -1;
+    }
+}
+
+bool ZKFileSystemWriter::open() {
+    acquireBookmark();
+    closeHandle();
+
+    if (m_url.isEmpty() || !m_url.isLocalFile() || path().isEmpty() || m_filename.isEmpty()) {
+        const QString shown = m_url.isLocalFile() ? path() : m_url.toString();
+        setError(createError(QStringLiteral("Invalid path: '%1'").arg(shown)));
+        return false;
+    }
+    const QString shownPath = path();
+    const QByteArray encoded = QFile::encodeName(shownPath);
+
+    struct stat status {};
+    const bool exists = ::stat(encoded.constData(), &status) == 0;
+    const bool isFolder = exists && S_ISDIR(status.st_mode);
+
+    if (m_isDirectory) {
+        if (isFolder) {
+            return true;
+        }
+        QByteArray failedPath;
+        const int number = makePath(encoded, &failedPath);
+        if (number != 0) {
+            setError(
+                systemError(number, QStringLiteral("Unable to create the folder '%1': %2.")
+                                        .arg(QFile::decodeName(failedPath), errnoText(number))));
+            return false;
+        }
+        return true;
+    }
+
+    if (isFolder) {
+        setError(createError(QStringLiteral("Unable to open '%1' as a file.").arg(shownPath)));
+        return false;
+    }
+    m_size = exists ? quint64(status.st_size) : 0;
+
+    int fd = -1;
+    if (!exists) {
+        // O_EXCL: a dangling link here must not make us create its target.
+        fd =
+            ::open(encoded.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NONBLOCK, 0666);
+        if (fd < 0) {
+            setError(createError(
+                QStringLiteral("Unable to create '%1': %2.").arg(shownPath, errnoText(errno))));
+            return false;
+        }
+    } else {
+        // O_NONBLOCK: a FIFO here must not hang the open.
+        fd = ::open(encoded.constData(), O_WRONLY | O_CLOEXEC | O_NONBLOCK);
+        if (fd < 0) {
+            setError(createError(
+                QStringLiteral("Unable to open '%1': %2.").arg(shownPath, errnoText(errno))));
+            return false;
+        }
+    }
+    struct stat opened {};
+    const bool statted = ::fstat(fd, &opened) == 0;
+    if (!statted || !S_ISREG(opened.st_mode)) {
+        // A FIFO or device would swallow the data without keeping it.
+        const QString reason =
+            !statted ? errnoText(errno) : QStringLiteral("it is not a regular file");
+        ::close(fd);
+        setError(createError(QStringLiteral("Unable to open '%1': %2.").arg(shownPath, reason)));
+        return false;
+    }
+    ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
+    m_fd = fd;
+
+    // flock locks the open file description, so a second writer in this very
+    // process is refused as well as one in another process.
+    if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        const int number = errno;
+        if (number == EWOULDBLOCK) {
+            setError(createError(
+                QStringLiteral("Unable to access '%1': another process is writing to the file.")
+                    .arg(shownPath)));
+            return false; // the caller closes
+        }
+        qCWarning(lcEndpoints).noquote() << QStringLiteral("Unable to lock '%1': %2 (%3).")
+                                                .arg(shownPath, errnoText(number))
+                                                .arg(number);
+    }
+
+    const off_t end = ::lseek(fd, 0, SEEK_END);
+    if (end < 0) {
+        const int number = errno;
+        closeHandle();
+        setError(createError(QStringLiteral("Unable to seek to end of file '%1': %2")
+                                 .arg(shownPath, errnoText(number))));
+        return false;
+    }
+    // Measured under the lock: the bytes a resumed copy continues from.
+    m_size = quint64(end);
+    return true;
+}
+
+void ZKFileSystemWriter::close() {
+    closeHandle();
+    releaseBookmark();
+}
+
+bool ZKFileSystemWriter::appendBlock(const QByteArray &data) {
+    if (m_fd < 0) {
+        setError(
+            writeError(QStringLiteral("Unable to write data to unopened file '%1'.").arg(path())));
+        return false;
+    }
+    const char *bytes = data.constData();
+    qsizetype remaining = data.size();
+    while (remaining > 0) {
+        const ssize_t written = ::write(m_fd, bytes, size_t(remaining));
+        if (written < 0) {
+            const int number = errno;
+            if (number == EINTR) {
+                continue;
+            }
+            setError(writeError(QStringLiteral("Unable to write data to '%1': %2.")
+                                    .arg(path(), errnoText(number))));
+            return false;
+        }
+        bytes += written;
+        remaining -= written;
+    }
+    return true;
+}
+
+std::shared_ptr<ZKWriter> ZKFileSystemWriter::createDirectory(const QString &name) {
+    if (!m_isDirectory) {
+        setError(createError(QStringLiteral("Cannot create a directory in '%1'.").arg(path())));
+        return nullptr;
+    }
+    return writerWithDirectory(QUrl::fromLocalFile(QFile::decodeName(childPath(name))));
+}
+
+std::shared_ptr<ZKWriter> ZKFileSystemWriter::createFile(const QString &name) {
+    if (!m_isDirectory) {
+        setError(createError(QStringLiteral("Cannot create a file in '%1'.").arg(path())));
+        return nullptr;
+    }
+    return writerWithFile(QUrl::fromLocalFile(QFile::decodeName(childPath(name))));
+}
+
+std::shared_ptr<ZKWriter> ZKFileSystemWriter::createLink(const QString &name,
+                                                         const QString &target) {
+    if (!m_isDirectory) {
+        setError(createError(QStringLiteral("Cannot create a symbolic link in '%1'.").arg(path())));
+        return nullptr;
+    }
+    const QByteArray child = childPath(name);
+    const QByteArray wanted = QFile::encodeName(target);
+    const QUrl childUrl = QUrl::fromLocalFile(QFile::decodeName(child));
+
+    struct stat status {};
+    if (::lstat(child.constData(), &status) == 0 && S_ISLNK(status.st_mode)) {
+        QByteArray stored(PATH_MAX, Qt::Uninitialized);
+        const ssize_t length = ::readlink(child.constData(), stored.data(), stored.size());
+        if (length >= 0 && stored.left(length) == wanted) {
+            return writerWithFile(childUrl); // already right: a resumed or repeated copy
+        }
+    }
+    // Stored as given, so that relative links stay relative. An existing item
+    // is not removed first: whether to replace it was settled before copying.
+    if (::symlink(wanted.constData(), child.constData()) != 0) {
+        const int number = errno;
+        setError(systemError(number, QStringLiteral("Unable to create the symbolic link '%1': %2.")
+                                         .arg(QFile::decodeName(child), errnoText(number))));
+        return nullptr;
+    }
+    return writerWithFile(childUrl);
+}
+
+bool ZKFileSystemWriter::removeFile(const QString &name) {
+    const QByteArray child = childPath(name);
+    QByteArray failedPath;
+    const int number = removeItem(AT_FDCWD, child, child, &failedPath);
+    if (number != 0) {
+        const QString description = QStringLiteral("Unable to remove '%1': %2.")
+                                        .arg(QFile::decodeName(failedPath), errnoText(number));
+        qCWarning(lcEndpoints).noquote() << QStringLiteral("Unable to remove file \"%1\": %2")
+                                                .arg(QFile::decodeName(child), description);
+        setError(systemError(number, description));
+        return false;
+    }
+    return true;
+}
+
+bool ZKFileSystemWriter::remove(const std::function<bool()> &isCancelled) {
+    acquireBookmark();
+    if (isCancelled && isCancelled()) {
+        return false; // the grant stays held until close
+    }
+    const QByteArray encoded = QFile::encodeName(path());
+    QByteArray failedPath;
+    const int number =
+        encoded.isEmpty() ? ENOENT : removeItem(AT_FDCWD, encoded, encoded, &failedPath);
+    if (number != 0) {
+        setError(systemError(number, QStringLiteral("Unable to remove '%1': %2.")
+                                         .arg(QFile::decodeName(failedPath), errnoText(number))));
+    }
+    releaseBookmark();
+    return number == 0;
+}
+
+std::shared_ptr<ZKReader> ZKFileSystemWriter::asReader() {
+    auto reader = ZKFileSystemReader::readerWithUrl(m_url);
+    reader->setBookmark(m_bookmark);
+    return reader;
+}
+
+void ZKFileSystemWriter::setCreationDate(const QDateTime &date) {
+    // Linux file systems record a birth time but offer no call to set it.
+    Q_UNUSED(date);
+}
+
+void ZKFileSystemWriter::setModificationDate(const QDateTime &date) {
+    if (!date.isValid()) {
+        return;
+    }
+    const qint64 milliseconds = date.toMSecsSinceEpoch();
+    struct timespec times[2]{};
+    times[0].tv_nsec = UTIME_OMIT;
+    times[1].tv_sec = time_t(milliseconds / 1000);
+    times[1].tv_nsec = long(milliseconds % 1000) * 1000000;
+    if (times[1].tv_nsec < 0) {
+        times[1].tv_sec -= 1;
+        times[1].tv_nsec += 1000000000;
+    }
+    // AT_SYMLINK_NOFOLLOW: a copied link gets its own date, its target is left alone.
+    const QByteArray encoded = QFile::encodeName(path());
+    if (::utimensat(AT_FDCWD, encoded.constData(), times, AT_SYMLINK_NOFOLLOW) != 0) {
+        logSetFailure("modificationDate", date.toString(Qt::ISODateWithMs), errno);
+    }
+}
+
+void ZKFileSystemWriter::setPermissions(quint16 permissions) {
+    if (permissions == 0) {
+        return;
+    }
+    const QByteArray encoded = QFile::encodeName(path());
+    struct stat status {};
+    if (::lstat(encoded.constData(), &status) == 0 && S_ISLNK(status.st_mode)) {
+        return; // a link has no mode of its own on Linux
+    }
+    if (::chmod(encoded.constData(), mode_t(permissions & 07777)) != 0) {
+        logSetFailure("permissions", QString::number(permissions, 8), errno);
+    }
+}
+
+void ZKFileSystemWriter::setOwner(quint64 owner) {
+    const QByteArray encoded = QFile::encodeName(path());
+    if (owner >= quint64(std::numeric_limits<uid_t>::max())) {
+        logSetFailure("owner", QString::number(owner), EINVAL);
+        return;
+    }
+    if (::lchown(encoded.constData(), uid_t(owner), uid_t(-1)) != 0) {
+        logSetFailure("owner", QString::number(owner), errno);
+    }
+}
+
+void ZKFileSystemWriter::setGroup(quint64 group) {
+    const QByteArray encoded = QFile::encodeName(path());
+    if (group >= quint64(std::numeric_limits<gid_t>::max())) {
+        logSetFailure("group", QString::number(group), EINVAL);
+        return;
+    }
+    if (::lchown(encoded.constData(), uid_t(-1), gid_t(group)) != 0) {
+        logSetFailure("group", QString::number(group), errno);
+    }
+}
+
+void ZKFileSystemWriter::setIsExtensionHidden(bool hidden) {
+    // Linux has no such flag: the name is always shown whole.
+    Q_UNUSED(hidden);
+}
+
+void ZKFileSystemWriter::setIsImmutable(bool immutable) {
+    const QString value = immutable ? QStringLiteral("true") : QStringLiteral("false");
+    const QByteArray encoded = QFile::encodeName(path());
+    struct stat status {};
+    if (::lstat(encoded.constData(), &status) == 0 && S_ISLNK(status.st_mode)) {
+        return; // links carry no flags on Linux
+    }
+    const int fd = ::open(encoded.constData(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0) {
+        logSetFailure("isImmutable", value, errno);
+        return;
+    }
+    int flags = 0;
+    if (::ioctl(fd, FS_IOC_GETFLAGS, &flags) != 0) {
+        const int number = errno;
+        // A file system without flags holds no immutable file: nothing to clear.
+        if (immutable || (number != ENOTTY && number != EOPNOTSUPP)) {
+            logSetFailure("isImmutable", value, number);
+        }
+        ::close(fd);
+        return;
+    }
+    const int wanted = immutable ? (flags | FS_IMMUTABLE_FL) : (flags & ~FS_IMMUTABLE_FL);
+    if (wanted != flags && ::ioctl(fd, FS_IOC_SETFLAGS, &wanted) != 0) {
+        logSetFailure("isImmutable", value, errno);
+    }
+    ::close(fd);
+}

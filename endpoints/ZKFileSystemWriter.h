@@ -1,0 +1,96 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "ZKWriter.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QUrl>
+#include <QVariantMap>
+
+#include <memory>
+
+// The writer of a local destination: the destination folder of a task and each
+// file, folder or link made inside it. A file is appended to, never rewritten,
+// and held under an exclusive advisory lock while it is open so that two
+// copies never write the same file.
+//
+// Failures of the system in creating folders or links and in removing items are
+// reported in posixErrorDomain with the errno as code.
+class ZKFileSystemWriter : public ZKWriter {
+public:
+    static const QString posixErrorDomain;
+
+    static std::shared_ptr<ZKFileSystemWriter> writerWithDirectory(const QUrl &url);
+    static std::shared_ptr<ZKFileSystemWriter> writerWithFile(const QUrl &url);
+
+    // Construct through std::make_shared: createLink() may hand out shared_from_this.
+    ZKFileSystemWriter(const QUrl &url, bool isDirectory);
+    // Restores the saved form; makes no new bookmark.
+    explicit ZKFileSystemWriter(const QVariantMap &propertyList);
+    ~ZKFileSystemWriter() override;
+
+    ZKFileSystemWriter(const ZKFileSystemWriter &) = delete;
+    ZKFileSystemWriter &operator=(const ZKFileSystemWriter &) = delete;
+
+    QVariantMap asPropertyList() const override;
+
+    bool open() override;
+    void close() override;
+    bool appendBlock(const QByteArray &data) override;
+
+    std::shared_ptr<ZKWriter> createDirectory(const QString &name) override;
+    std::shared_ptr<ZKWriter> createFile(const QString &name) override;
+    std::shared_ptr<ZKWriter> createLink(const QString &name, const QString &target) override;
+    bool removeFile(const QString &name) override;
+    // Returns false without removing anything when isCancelled answers true.
+    bool remove(const std::function<bool()> &isCancelled) override;
+    std::shared_ptr<ZKReader> asReader() override;
+
+    // Linux keeps no settable creation date: a quiet no-op.
+    void setCreationDate(const QDateTime &date) override;
+    void setModificationDate(const QDateTime &date) override;
+    // 0 is ignored: it means the source's mode was unknown.
+    void setPermissions(quint16 permissions) override;
+    void setOwner(quint64 owner) override;
+    void setGroup(quint64 group) override;
+    // Linux has no hidden-extension flag: a quiet no-op.
+    void setIsExtensionHidden(bool hidden) override;
+    void setIsImmutable(bool immutable) override;
+
+    QString filename() const override { return m_filename; }
+    QString icon() const override;
+    quint64 size() const override { return m_size; }
+    QUrl url() const override { return m_url; }
+    void setUrl(const QUrl &url) override;
+    bool isDirectory() const override { return m_isDirectory; }
+    bool isLocal() const override { return true; }
+    bool canCreateLinks() const override { return true; }
+
+    // Equal when the URLs are and both are, or both are not, folders.
+    bool isEqual(const ZKWriter &other) const override;
+    size_t hash() const;
+
+    QByteArray bookmark() const { return m_bookmark; }
+    void setBookmark(const QByteArray &bookmark) { m_bookmark = bookmark; }
+    // Resolves the bookmark; unlike the reader, the writer keeps its own url.
+    void acquireBookmark();
+    void releaseBookmark();
+    bool startedAccessingSecurityScopedResource() const { return m_startedAccessing; }
+
+private:
+    void setUrlAndFilename(const QUrl &url);
+    void closeHandle();
+    QString path() const;
+    QByteArray childPath(const QString &name) const;
+
+    QUrl m_url;
+    QString m_filename;
+    bool m_isDirectory = false;
+    QByteArray m_bookmark;
+    QUrl m_bookmarkUrl;
+    bool m_startedAccessing = false;
+    int m_fd = -1;
+    quint64 m_size = 0;
+};
