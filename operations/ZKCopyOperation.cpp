@@ -1,0 +1,383 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKCopyOperation.h"
+
+#include "ZKAnalyseCopyOperation.h"
+#include "ZKLogging.h"
+
+#include <QHash>
+
+namespace {
+
+ZKError openError(const QString &filename) {
+    return ZKError::application(ZKErrorCode::readFailed,
+                                QStringLiteral("Unable to open '%1'.").arg(filename));
+}
+
+} // namespace
+
+ZKCopyOperation::ZKCopyOperation(ZKReaderPtr source, ZKWriterPtr destination, quint64 offset)
+    : m_source(std::move(source))
+    , m_destination(std::move(destination))
+    , m_offset(offset)
+    , m_bytesCopied(offset) {}
+
+void ZKCopyOperation::main() {
+    m_startTime = Clock::now();
+    m_bytesWritten = 0;
+    m_topLevel = true;
+    if (!m_source->open()) {
+        takeError(m_source->error(), openError(m_source->filename()));
+        m_source->close();
+        return;
+    }
+    if (!m_destination->open()) {
+        m_source->close();
+        takeError(m_destination->error(),
+                  ZKError::application(
+                      ZKErrorCode::createFailed,
+                      QStringLiteral("Invalid path: '%1'").arg(m_destination->url().path())));
+        m_destination->close();
+        return;
+    }
+    copyFrom(*m_source, *m_destination);
+    m_destination->close();
+    m_source->close();
+}
+
+bool ZKCopyOperation::followsLink(const ZKWriter &folder) const {
+    return m_symbolicLinkHandling != ZKSymbolicLinkHandlingSkip &&
+           (m_symbolicLinkHandling != ZKSymbolicLinkHandlingCopyLink || !folder.canCreateLinks());
+}
+
+void ZKCopyOperation::copyFrom(ZKReader &reader, ZKWriter &folder) {
+    if (!reader.exists()) {
+        setError(openError(reader.filename()));
+        return;
+    }
+    if (reader.isLink()) {
+        if (m_symbolicLinkHandling == ZKSymbolicLinkHandlingSkip) {
+            return;
+        }
+        if (m_symbolicLinkHandling == ZKSymbolicLinkHandlingCopyLink && folder.canCreateLinks()) {
+            copyLinkFrom(reader, folder);
+            return;
+        }
+    }
+    // A followed link carries its target's attributes.
+    if (reader.isDirectory()) {
+        copyDirectoryFrom(reader, folder);
+    } else {
+        copyFileFrom(reader, folder);
+    }
+}
+
+void ZKCopyOperation::copyLinkFrom(ZKReader &reader, ZKWriter &folder) {
+    m_topLevel = false;
+    if (!folder.createLink(reader.filename(), reader.linkTarget())) {
+        takeError(
+            folder.error(),
+            ZKError::application(
+                ZKErrorCode::createFailed,
+                QStringLiteral("Cannot create a symbolic link in '%1'.").arg(folder.url().path())));
+    }
+}
+
+void ZKCopyOperation::copyDirectoryFrom(ZKReader &reader, ZKWriter &folder) {
+    const ZKWriterPtr newFolder = folder.createDirectory(reader.filename());
+    if (!newFolder) {
+        takeError(
+            folder.error(),
+            ZKError::application(
+                ZKErrorCode::createFailed,
+                QStringLiteral("Cannot create a directory in '%1'.").arg(folder.url().path())));
+        return;
+    }
+    if (!newFolder->open()) {
+        takeError(newFolder->error(),
+                  ZKError::application(
+                      ZKErrorCode::createFailed,
+                      QStringLiteral("Invalid path: '%1'").arg(newFolder->url().path())));
+        newFolder->close();
+        return;
+    }
+    if (m_topLevel) {
+        // Copying a folder into itself must not copy the copy again.
+        excludeFolder(newFolder->url());
+        m_topLevel = false;
+    }
+    FolderScope scope(*this, reader);
+    if (!scope.entered()) {
+        newFolder->close();
+        return;
+    }
+
+    const ZKReaderPtr existing = newFolder->asReader();
+    if (!existing || !existing->open()) {
+        takeError(existing ? existing->error() : ZKOptionalError(),
+                  openError(newFolder->filename()));
+        if (existing) {
+            existing->close();
+        }
+        newFolder->close();
+        return;
+    }
+    // What is already there, one level deep.
+    QHash<QString, ZKFileInfo> index;
+    const QUrl newFolderUrl = existing->url();
+    existing->enumerateFileInfoWithBlock([&](const ZKFileInfo &info) {
+        if (isChildOf(info.url, newFolderUrl)) {
+            index.insert(info.url.fileName(), info);
+        }
+        return inProgress() ? ZKEnumerationResultSkip : ZKEnumerationResultStop;
+    });
+    if (existing->error() && !hasError()) {
+        setError(*existing->error());
+    }
+    existing->close();
+
+    const QUrl folderUrl = reader.url();
+    if (inProgress()) {
+        reader.enumerateFileInfoWithBlock([&](const ZKFileInfo &item) {
+            // A followed link's contents come under the target's path before
+            // the link; they are copied when the link itself is.
+            if (!isChildOf(item.url, folderUrl)) {
+                return inProgress() ? ZKEnumerationResultSkip : ZKEnumerationResultStop;
+            }
+            const QString name = item.url.fileName();
+            const auto there = index.constFind(name);
+            // Same size: finished by an earlier run (the analysis has ruled
+            // on conflicts already).
+            const bool complete = there != index.cend() && !there->directory && !item.directory &&
+                                  there->size == item.size;
+            if (!complete && shouldCopyFile(item.url)) {
+                const ZKReaderPtr child = reader.childWithName(name);
+                // A dangling link cannot be opened, yet it can be recreated.
+                if (child->open() || (child->isLink() && !followsLink(*newFolder))) {
+                    copyFrom(*child, *newFolder);
+                } else if (!child->exists()) {
+                    setError(openError(name));
+                } else {
+                    takeError(child->error(), openError(name));
+                }
+                child->close();
+            }
+            return inProgress() ? ZKEnumerationResultSkip : ZKEnumerationResultStop;
+        });
+        if (reader.error() && !hasError()) {
+            setError(*reader.error());
+        }
+    }
+    newFolder->close();
+    // After the contents, so that copying them does not change the date again.
+    copyAttributesFrom(reader, *newFolder, inProgress());
+}
+
+void ZKCopyOperation::copyFileFrom(ZKReader &reader, ZKWriter &folder) {
+    m_topLevel = false;
+    clearError();
+    ZKWriterPtr file = folder.createFile(reader.filename());
+    if (!file) {
+        takeError(folder.error(),
+                  ZKError::application(
+                      ZKErrorCode::createFailed,
+                      QStringLiteral("Cannot create a file in '%1'.").arg(folder.url().path())));
+        return;
+    }
+    if (!file->open()) {
+        takeError(file->error(), openError(file->filename()));
+        file->close();
+        return;
+    }
+    if (file->size() != 0) {
+        file = openForResume(reader, folder, file);
+        if (!file) {
+            return;
+        }
+    }
+
+    copyContents(reader, *file);
+    file->close();
+    if (!isCancelled() && !hasError()) {
+        copyAttributesFrom(reader, *file, true);
+    }
+}
+
+// The file writer stands at the end of what the file holds. Answers the
+// writer to append to, or nothing when the copy of this file must stop.
+ZKWriterPtr ZKCopyOperation::openForResume(ZKReader &reader, ZKWriter &folder, ZKWriterPtr file) {
+    const quint64 existingSize = file->size();
+    file->close();
+    const ZKReaderPtr copy = file->asReader();
+    if (!copy || !copy->open()) {
+        takeError(copy ? copy->error() : ZKOptionalError(), openError(file->filename()));
+        if (copy) {
+            copy->close();
+        }
+        return nullptr;
+    }
+    ZKOptionalError testError;
+    const bool partial = ZKAnalyseCopyOperation::isPartialCopyFrom(reader, *copy, this, &testError);
+    copy->close();
+
+    bool startOver = false;
+    if (partial) {
+        if (!reader.seekToPosition(existingSize)) {
+            takeError(reader.error(), openError(reader.filename()));
+            return nullptr;
+        }
+        if (!reader.canSeek()) {
+            // The source answered from its first byte after all, so the file
+            // must start from its first byte too.
+            qCInfo(lcOperations) << "Source cannot resume; copying" << file->url().path() << "anew";
+            if (m_offset != 0) {
+                m_bytesCopied -= std::min(m_bytesCopied.load(), existingSize);
+            }
+            startOver = true;
+        } else {
+            if (m_offset == 0) {
+                m_bytesCopied += existingSize;
+            }
+            if (!file->open()) {
+                takeError(file->error(), openError(file->filename()));
+                file->close();
+                return nullptr;
+            }
+            if (file->size() != existingSize) {
+                // Someone wrote to it between the test and now: what was
+                // tested is no longer what would be continued.
+                file->close();
+                setError(ZKError::application(
+                    ZKErrorCode::createFailed,
+                    QStringLiteral("Unable to access '%1': another process is writing to the file.")
+                        .arg(file->url().path())));
+                return nullptr;
+            }
+            return file;
+        }
+    } else if (replacedUrls().contains(standardizedUrl(file->url())) ||
+               replacedUrls().contains(file->url())) {
+        startOver = true;
+    } else {
+        // Ended by cancellation, the test leaves no error: just stop.
+        if (testError && !isCancelled()) {
+            setError(*testError);
+        }
+        return nullptr;
+    }
+
+    if (startOver) {
+        if (!file->remove([] { return false; })) {
+            takeError(file->error(), openError(file->filename()));
+            file->close();
+            return nullptr;
+        }
+        file->close();
+        if (!reader.seekToPosition(0) && reader.canSeek()) {
+            takeError(reader.error(), openError(reader.filename()));
+            return nullptr;
+        }
+        ZKWriterPtr fresh = folder.createFile(reader.filename());
+        if (!fresh) {
+            takeError(folder.error(), openError(reader.filename()));
+            return nullptr;
+        }
+        if (!fresh->open()) {
+            takeError(fresh->error(), openError(fresh->filename()));
+            fresh->close();
+            return nullptr;
+        }
+        return fresh;
+    }
+    return nullptr;
+}
+
+QByteArray ZKCopyOperation::readNextBlockFromSource(ZKReader &reader) {
+    const quint64 rate = maximumTransferRate();
+    return rate != 0 ? reader.readBlockOfMaximumLength(rate) : reader.readBlock();
+}
+
+void ZKCopyOperation::report(quint64 &unreported, Clock::time_point &lastNotification) {
+    const Clock::time_point now = Clock::now();
+    m_bytesCopied += unreported;
+    postActivity(unreported, m_bytesWritten,
+                 std::chrono::duration<double>(now - lastNotification).count(),
+                 std::chrono::duration<double>(now - m_startTime).count());
+    lastNotification = now;
+    unreported = 0;
+}
+
+void ZKCopyOperation::copyContents(ZKReader &reader, ZKWriter &file) {
+    Clock::time_point throttleStart = Clock::now();
+    Clock::time_point lastNotification = throttleStart;
+    double residual = 0;
+    quint64 unreported = 0;
+    while (reader.hasMoreData()) {
+        if (isCancelled()) {
+            break;
+        }
+        const quint64 rate = maximumTransferRate();
+        quint64 length = 0;
+        {
+            const QByteArray block = readNextBlockFromSource(reader);
+            if (block.isEmpty()) {
+                // Nothing more although data was expected: never end a file
+                // short without saying so.
+                takeError(
+                    reader.error(),
+                    ZKError::application(ZKErrorCode::readFailed,
+                                         QStringLiteral("Unable to read from '%1': %2.")
+                                             .arg(reader.url().path(), QStringLiteral("no data"))));
+                break;
+            }
+            if (!file.appendBlock(block)) {
+                takeError(file.error(),
+                          ZKError::application(
+                              ZKErrorCode::writeFailed,
+                              QStringLiteral("Unable to write data to '%1': %2.")
+                                  .arg(file.url().path(), QStringLiteral("unknown error"))));
+                break;
+            }
+            length = quint64(block.size());
+        }
+        unreported += length;
+        m_bytesWritten += length;
+        if (isCancelled()) {
+            break;
+        }
+        if (rate != 0) {
+            residual = sleepForTransferOf(length, throttleStart, residual);
+            if (isCancelled()) {
+                break;
+            }
+        }
+        if (secondsSince(lastNotification) > minimumTimeBetweenNotifications()) {
+            report(unreported, lastNotification);
+        }
+        throttleStart = Clock::now();
+    }
+    if (unreported != 0) {
+        report(unreported, lastNotification);
+    }
+}
+
+void ZKCopyOperation::copyAttributesFrom(ZKReader &reader, ZKWriter &writer, bool complete) {
+    if (m_copyCreationTime) {
+        writer.setCreationDate(reader.creationDate());
+    }
+    if (m_copyModificationTime) {
+        writer.setModificationDate(reader.modificationDate());
+    }
+    if (m_copyPermissions && complete) {
+        writer.setPermissions(reader.permissions());
+    }
+    if (m_copyOwnership) {
+        writer.setGroup(reader.group());
+        writer.setOwner(reader.owner());
+    }
+    writer.setIsExtensionHidden(reader.isExtensionHidden());
+    // Last: an immutable item refuses every later change.
+    if (complete) {
+        writer.setIsImmutable(reader.isImmutable());
+    }
+}

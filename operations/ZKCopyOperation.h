@@ -1,0 +1,75 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "ZKFileOperation.h"
+#include "ZKReader.h"
+#include "ZKSymbolicLinkHandling.h"
+#include "ZKWriter.h"
+
+#include <atomic>
+#include <memory>
+
+// Moves the bytes of one source item (a file, a folder with everything below
+// it, or a link) into a destination folder, through the endpoint interfaces
+// only. A file that an earlier run left incomplete is continued from its
+// length; items the analysis marked are skipped or replaced without asking.
+// Progress leaves the operation thread only through activity notifications,
+// after bytesCopied() has been brought up to date.
+class ZKCopyOperation : public ZKFileOperation {
+public:
+    // offset: bytes the task already counts as done (0 for a fresh copy).
+    ZKCopyOperation(ZKReaderPtr source, ZKWriterPtr destination, quint64 offset = 0);
+
+    const ZKReaderPtr &source() const { return m_source; }
+    const ZKWriterPtr &destination() const { return m_destination; }
+    quint64 offset() const { return m_offset; }
+
+    // Bytes known to be at the destination, starting at offset(). Grows only
+    // when a notification is posted or a file ends. Safe from any thread.
+    quint64 bytesCopied() const { return m_bytesCopied.load(); }
+
+    bool copyCreationTime() const { return m_copyCreationTime; }
+    void setCopyCreationTime(bool copy) { m_copyCreationTime = copy; }
+    bool copyModificationTime() const { return m_copyModificationTime; }
+    void setCopyModificationTime(bool copy) { m_copyModificationTime = copy; }
+    bool copyPermissions() const { return m_copyPermissions; }
+    void setCopyPermissions(bool copy) { m_copyPermissions = copy; }
+    bool copyOwnership() const { return m_copyOwnership; }
+    void setCopyOwnership(bool copy) { m_copyOwnership = copy; }
+
+    // A ZKSymbolicLinkHandling value; other numbers mean follow.
+    qint32 symbolicLinkHandling() const { return m_symbolicLinkHandling; }
+    void setSymbolicLinkHandling(qint32 handling) { m_symbolicLinkHandling = handling; }
+
+protected:
+    void main() override;
+
+private:
+    void copyFrom(ZKReader &reader, ZKWriter &folder);
+    bool followsLink(const ZKWriter &folder) const;
+    void copyFileFrom(ZKReader &reader, ZKWriter &folder);
+    void copyDirectoryFrom(ZKReader &reader, ZKWriter &folder);
+    void copyLinkFrom(ZKReader &reader, ZKWriter &folder);
+    // complete is false for an item whose contents were cut short: it then
+    // gets no mode and no immutable flag, either of which could keep a
+    // later run from finishing it.
+    void copyAttributesFrom(ZKReader &reader, ZKWriter &writer, bool complete);
+    ZKWriterPtr openForResume(ZKReader &reader, ZKWriter &folder, ZKWriterPtr file);
+    void copyContents(ZKReader &reader, ZKWriter &file);
+    QByteArray readNextBlockFromSource(ZKReader &reader);
+    void report(quint64 &unreported, Clock::time_point &lastNotification);
+
+    ZKReaderPtr m_source;
+    ZKWriterPtr m_destination;
+    quint64 m_offset = 0;
+    std::atomic<quint64> m_bytesCopied{0};
+    bool m_copyCreationTime = true;
+    bool m_copyModificationTime = true;
+    bool m_copyPermissions = true;
+    bool m_copyOwnership = true;
+    qint32 m_symbolicLinkHandling = ZKSymbolicLinkHandlingCopyLink;
+    Clock::time_point m_startTime;
+    quint64 m_bytesWritten = 0;
+    bool m_topLevel = true;
+};
