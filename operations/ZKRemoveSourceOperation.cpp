@@ -1,0 +1,122 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKRemoveSourceOperation.h"
+
+#include "ZKLogging.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace {
+
+// Where an item really lies: its folder with every link resolved, and its own
+// name (a link itself is an item, whatever it points to).
+QString realLocation(const QUrl &url) {
+    const QFileInfo info(url.toLocalFile());
+    const QString folder = info.dir().canonicalPath();
+    return folder.isEmpty() ? QString() : folder + QLatin1Char('/') + info.fileName();
+}
+
+// Two different paths may still name one item (a link on the way, "." or
+// ".." segments); removing it would then remove the only copy.
+bool isSameItem(const ZKReader &source, const ZKReader &copy) {
+    if (ZKFileOperation::standardizedUrl(source.url()) ==
+        ZKFileOperation::standardizedUrl(copy.url())) {
+        return true;
+    }
+    if (!source.isLocal() || !source.url().isLocalFile() || !copy.url().isLocalFile()) {
+        return false;
+    }
+    const QString sourceLocation = realLocation(source.url());
+    return !sourceLocation.isEmpty() && sourceLocation == realLocation(copy.url());
+}
+
+} // namespace
+
+std::shared_ptr<ZKRemoveSourceOperation>
+ZKRemoveSourceOperation::operationWithSource(ZKReaderPtr source, ZKWriterPtr destination) {
+    return std::make_shared<ZKRemoveSourceOperation>(std::move(source), std::move(destination));
+}
+
+ZKRemoveSourceOperation::ZKRemoveSourceOperation(ZKReaderPtr source, ZKWriterPtr destination)
+    : m_source(std::move(source))
+    , m_destination(std::move(destination)) {}
+
+void ZKRemoveSourceOperation::refuse(const QString &message) {
+    setError(ZKError::application(ZKErrorCode::verificationFailed,
+                                  QStringLiteral("Cannot remove files because %1").arg(message)));
+}
+
+void ZKRemoveSourceOperation::main() {
+    const bool sourceOpened = m_source->open();
+    m_destination->open();
+    const ZKReaderPtr folder = m_destination->asReader();
+    m_destinationReader = folder ? folder->childWithName(m_source->filename()) : nullptr;
+    if (m_destinationReader) {
+        m_destinationReader->open();
+    }
+    const ZKWriterPtr sourceWriter = sourceOpened ? m_source->asWriter() : nullptr;
+
+    if (!sourceOpened) {
+        // What cannot be looked at cannot be shown to have been copied.
+        takeError(
+            m_source->error(),
+            ZKError::application(ZKErrorCode::readFailed,
+                                 QStringLiteral("Unable to open '%1'.").arg(m_source->filename())));
+    } else if (!m_destinationReader) {
+        refuse(QStringLiteral("%1 was not copied.").arg(m_source->url().path()));
+    } else {
+        compareSource(*m_source, *m_destinationReader);
+    }
+
+    if (m_destinationReader) {
+        m_destinationReader->close();
+    }
+    m_destination->close();
+    m_source->close();
+
+    if (!hasError() && !isCancelled() && sourceWriter) {
+        removeItem(*sourceWriter);
+    }
+}
+
+void ZKRemoveSourceOperation::compareSource(ZKReader &source, ZKReader &copy) {
+    if (isSameItem(source, copy)) {
+        refuse(QStringLiteral("%1 is both the source and destination.").arg(source.url().path()));
+        return;
+    }
+    // A link is compared as an item, never entered: removing it removes the
+    // link alone, and what it points to stays where it is.
+    if (source.isDirectory() && !source.isLink()) {
+        source.enumerateContentsOfDirectoryWithBlock([&](const ZKReaderPtr &child) {
+            if (shouldRemoveFile(child->url())) {
+                child->open();
+                const ZKReaderPtr childCopy = copy.childWithName(child->filename());
+                childCopy->open();
+                compareSource(*child, *childCopy);
+                childCopy->close();
+                child->close();
+            }
+            return inProgress() ? ZKEnumerationResultContinue : ZKEnumerationResultStop;
+        });
+        return;
+    }
+    if (!copy.exists()) {
+        refuse(QStringLiteral("%1 was not copied.").arg(source.url().path()));
+        return;
+    }
+    if (isCancelled()) {
+        return;
+    }
+    if (source.size() != copy.size()) {
+        refuse(QStringLiteral("%1 is not the same size as %2.")
+                   .arg(copy.url().path(), source.url().path()));
+    }
+}
+
+void ZKRemoveSourceOperation::removeItem(ZKWriter &writer) {
+    if (!writer.remove([this] { return isCancelled(); }) && writer.error()) {
+        setError(*writer.error());
+    }
+    writer.close();
+}

@@ -1,0 +1,42 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "ZKFileOperation.h"
+#include "ZKReader.h"
+#include "ZKWriter.h"
+
+#include <memory>
+
+// The last step of a move: checks once more that every item of the source
+// stands at the destination with its size, and only then removes the source
+// item with all its contents. After a refusal, an error or a cancellation
+// nothing is removed.
+//
+// Items matching a skip pattern are not compared, and go with their folder:
+// removal takes the whole source item. An item the user chose to skip is
+// compared like any other and, not being there, blocks the removal. A link
+// is compared as one item: removal takes the link, not what it points to.
+class ZKRemoveSourceOperation : public ZKFileOperation {
+public:
+    static std::shared_ptr<ZKRemoveSourceOperation> operationWithSource(ZKReaderPtr source,
+                                                                        ZKWriterPtr destination);
+    ZKRemoveSourceOperation(ZKReaderPtr source, ZKWriterPtr destination);
+
+    const ZKReaderPtr &source() const { return m_source; }
+    const ZKWriterPtr &destination() const { return m_destination; }
+    // The copied item at the destination; set by main().
+    const ZKReaderPtr &destinationReader() const { return m_destinationReader; }
+
+protected:
+    void main() override;
+
+private:
+    void compareSource(ZKReader &source, ZKReader &copy);
+    void removeItem(ZKWriter &writer);
+    void refuse(const QString &message);
+
+    ZKReaderPtr m_source;
+    ZKWriterPtr m_destination;
+    ZKReaderPtr m_destinationReader;
+};
