@@ -1,0 +1,311 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKAnalyseCopyOperation.h"
+#include "ZKFileSystemReader.h"
+#include "ZKFileSystemWriter.h"
+#include "ZKTestSupport.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+using ZKTestSupport::randomBytes;
+using ZKTestSupport::writeFile;
+
+namespace {
+
+ZKReaderPtr readerAt(const QString &path) {
+    return ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(path));
+}
+
+ZKAnalyseCopyOperation analyser(const QString &source, const QString &folder) {
+    return ZKAnalyseCopyOperation(
+        readerAt(source), ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(folder)));
+}
+
+QString errorText(const ZKFileOperation &operation) {
+    return operation.error() ? operation.error()->localizedDescription() : QString();
+}
+
+QUrl url(const QString &path) {
+    return QUrl::fromLocalFile(path);
+}
+
+} // namespace
+
+class TestZKAnalyseCopyOperation : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void partialCopyTest_data();
+    void partialCopyTest();
+    void singleFile_data();
+    void singleFile();
+    void folderAgainstEarlierRun_data();
+    void folderAgainstEarlierRun();
+    void unwritableItem();
+    void unreadableItem();
+    void links_data();
+    void links();
+
+private:
+    std::unique_ptr<QTemporaryDir> m_dir;
+    QString path(const QString &name) const { return m_dir->filePath(name); }
+};
+
+void TestZKAnalyseCopyOperation::init() {
+    m_dir = std::make_unique<QTemporaryDir>();
+    QVERIFY(QDir().mkpath(path("src/t")) && QDir().mkpath(path("dst/t")));
+}
+
+void TestZKAnalyseCopyOperation::partialCopyTest_data() {
+    QTest::addColumn<QByteArray>("original");
+    QTest::addColumn<QByteArray>("copy");
+    QTest::addColumn<bool>("partial");
+    const QByteArray big = randomBytes(3000000, 1);
+    QByteArray headChanged = big.left(1000000);
+    headChanged[4000] = char(headChanged[4000] ^ 1);
+    QByteArray tailChanged = big.left(1000000);
+    tailChanged[996000] = char(tailChanged[996000] ^ 1);
+    QTest::newRow("first 10 bytes") << big << big.left(10) << true;
+    QTest::newRow("first million") << big << big.left(1000000) << true;
+    QTest::newRow("complete") << big << big << true;
+    QTest::newRow("first 4 KiB differ") << big << headChanged << false;
+    QTest::newRow("last 4 KiB differ") << big << tailChanged << false;
+    QTest::newRow("longer than the source") << big.left(5000) << big.left(5001) << false;
+    QTest::newRow("empty copy") << big << QByteArray() << false;
+}
+
+void TestZKAnalyseCopyOperation::partialCopyTest() {
+    QFETCH(QByteArray, original);
+    QFETCH(QByteArray, copy);
+    QFETCH(bool, partial);
+    QVERIFY(writeFile(path("original"), original) && writeFile(path("copy"), copy));
+    const ZKReaderPtr source = readerAt(path("original"));
+    const ZKReaderPtr existing = readerAt(path("copy"));
+    QVERIFY(source->open() && existing->open());
+    ZKOptionalError error;
+    QCOMPARE(ZKAnalyseCopyOperation::isPartialCopyFrom(source, existing, nullptr, &error), partial);
+    QCOMPARE(error.has_value(), !partial);
+    if (error) {
+        QCOMPARE(error->code(), qint64(-1005));
+        QCOMPARE(error->localizedDescription(),
+                 QStringLiteral("A file named '%1' already exists.").arg(path("copy")));
+    }
+}
+
+void TestZKAnalyseCopyOperation::singleFile_data() {
+    QTest::addColumn<QString>("existing"); // none, partial, other, folder
+    QTest::addColumn<int>("answer");       // -1: no handler
+    QTest::addColumn<quint64>("already");
+    QTest::addColumn<bool>("replaced");
+    QTest::addColumn<QString>("expected"); // %1: the existing item's path
+    QTest::newRow("nothing there") << "none" << -1 << quint64(0) << false << "";
+    QTest::newRow("partial copy") << "partial" << -1 << quint64(1000) << false << "";
+    QTest::newRow("other file, replaced") << "other" << 0 << quint64(0) << true << "";
+    QTest::newRow("other file, skipped")
+        << "other" << 1 << quint64(0) << false << "A file named '%1' already exists.";
+    QTest::newRow("other file, nobody asked")
+        << "other" << -1 << quint64(0) << false << "A file named '%1' already exists.";
+    QTest::newRow("folder there") << "folder" << 0 << quint64(0) << false
+                                  << "A folder already exists with the name 'f'.";
+}
+
+void TestZKAnalyseCopyOperation::singleFile() {
+    QFETCH(QString, existing);
+    QFETCH(int, answer);
+    QFETCH(quint64, already);
+    QFETCH(bool, replaced);
+    QFETCH(QString, expected);
+    const QByteArray content = randomBytes(50000, 2);
+    QVERIFY(writeFile(path("src/f"), content));
+    if (existing == "partial") {
+        QVERIFY(writeFile(path("dst/f"), content.left(1000)));
+    } else if (existing == "other") {
+        QVERIFY(writeFile(path("dst/f"), "something else"));
+    } else if (existing == "folder") {
+        QVERIFY(QDir().mkdir(path("dst/f")));
+    }
+    auto operation = analyser(path("src/f"), path("dst"));
+    QList<ZKFileInfo> asked;
+    if (answer >= 0) {
+        operation.setPreExistingDestinationHandler([&](const ZKFileInfo &info) {
+            asked.append(info);
+            return ZKFileResponse(answer);
+        });
+    }
+    operation.start();
+    QCOMPARE(errorText(operation), expected.arg(path("dst/f")));
+    QCOMPARE(operation.totalBytes(), quint64(content.size()));
+    QCOMPARE(operation.bytesAlreadyCopied(), already);
+    QCOMPARE(operation.isPartialCopy(), already != 0);
+    QCOMPARE(operation.replacedUrls().contains(url(path("dst/f"))), replaced);
+    if (existing == "other" && answer >= 0) {
+        QCOMPARE(asked.size(), 1);
+        QCOMPARE(asked.first().url, url(path("dst/f")));
+    }
+}
+
+// src/t holds: same (dest: same size, other bytes), empty (dest: 0 bytes),
+// diff (dest: longer, other bytes), part (dest: its first 1000 bytes), new,
+// a pattern-skipped name and a temporary file.
+void TestZKAnalyseCopyOperation::folderAgainstEarlierRun_data() {
+    QTest::addColumn<int>("answer"); // -1: no handler
+    QTest::addColumn<quint64>("total");
+    QTest::addColumn<quint64>("already");
+    QTest::addColumn<bool>("failed");
+    QTest::newRow("replace") << 0 << quint64(7800) << quint64(4500) << false;
+    QTest::newRow("skip") << 1 << quint64(5800) << quint64(1500) << false;
+    QTest::newRow("cancel") << 2 << quint64(0) << quint64(0) << true;
+    QTest::newRow("no handler") << -1 << quint64(0) << quint64(0) << true;
+    QTest::newRow("unknown answer: taken as partial")
+        << 7 << quint64(7800) << quint64(4500) << false;
+}
+
+void TestZKAnalyseCopyOperation::folderAgainstEarlierRun() {
+    QFETCH(int, answer);
+    QFETCH(quint64, total);
+    QFETCH(quint64, already);
+    QFETCH(bool, failed);
+    QVERIFY(QDir().mkpath(path("src/t/sub")) && QDir().mkpath(path("dst/t/sub")));
+    QVERIFY(writeFile(path("src/t/same"), randomBytes(500, 3)));
+    QVERIFY(writeFile(path("dst/t/same"), randomBytes(500, 4)));
+    QVERIFY(writeFile(path("src/t/empty"), randomBytes(300, 5)));
+    QVERIFY(writeFile(path("dst/t/empty"), {}));
+    QVERIFY(writeFile(path("src/t/sub/diff"), randomBytes(2000, 6)));
+    QVERIFY(writeFile(path("dst/t/sub/diff"), randomBytes(3000, 7)));
+    QVERIFY(writeFile(path("src/t/part"), randomBytes(4000, 8)));
+    QVERIFY(writeFile(path("dst/t/part"), randomBytes(4000, 8).left(1000)));
+    QVERIFY(writeFile(path("src/t/new"), randomBytes(1000, 9)));
+    QVERIFY(writeFile(path("src/t/skipme"), "x") && writeFile(path("src/t/.DS_Store"), "y"));
+
+    auto operation = analyser(path("src/t"), path("dst"));
+    operation.setSkippedFilePatterns({"^skipme$", "^\\.DS_Store$"});
+    operation.setTemporaryFilePatterns({"^\\.DS_Store$"});
+    QList<QUrl> asked;
+    if (answer >= 0) {
+        operation.setPreExistingFileHandler([&](const ZKFileInfo &info) {
+            asked.append(info.url);
+            return ZKFileResponse(answer);
+        });
+    }
+    operation.start();
+    const QUrl diff = url(path("dst/t/sub/diff"));
+    if (failed) {
+        QCOMPARE(errorText(operation),
+                 QStringLiteral("A file named '%1' already exists.").arg(diff.path()));
+        QCOMPARE(operation.error()->code(), qint64(-1005));
+        return;
+    }
+    QVERIFY2(!operation.error(), qPrintable(errorText(operation)));
+    // Equal sizes, empty copies and partial copies are never asked about.
+    QCOMPARE(asked, QList<QUrl>{diff});
+    QCOMPARE(operation.totalBytes(), total);
+    QCOMPARE(operation.bytesAlreadyCopied(), already);
+    QCOMPARE(operation.replacedUrls().contains(diff), answer == 0);
+    QCOMPARE(operation.skippedUrls().contains(url(path("src/t/sub/diff"))), answer == 1);
+    QVERIFY(operation.skippedUrls().contains(url(path("src/t/skipme"))));
+    QVERIFY(!operation.skippedUrls().contains(url(path("src/t/.DS_Store"))));
+}
+
+void TestZKAnalyseCopyOperation::unwritableItem() {
+    QVERIFY(writeFile(path("src/t/f"), randomBytes(2000, 10)));
+    QVERIFY(writeFile(path("dst/t/f"), randomBytes(3000, 11)));
+    // Even root may not write an immutable file.
+    if (QProcess::execute("chattr", {"+i", path("dst/t/f")}) != 0) {
+        QSKIP("chattr +i is not available here: the unwritable case is not exercised.");
+    }
+    auto clear = qScopeGuard([&] { QProcess::execute("chattr", {"-i", path("dst/t/f")}); });
+    for (const bool skip : {true, false}) {
+        auto operation = analyser(path("src/t"), path("dst"));
+        operation.setPreExistingFileHandler(
+            [](const ZKFileInfo &) { return ZKFileResponseReplace; });
+        QList<QUrl> asked;
+        operation.setUnwritableFileHandler([&](const ZKFileInfo &info) {
+            asked.append(info.url);
+            return skip ? ZKFileResponseSkip : ZKFileResponseReplace;
+        });
+        operation.start();
+        QCOMPARE(asked, QList<QUrl>{url(path("src/t/f"))});
+        if (skip) {
+            QVERIFY2(!operation.error(), qPrintable(errorText(operation)));
+            QCOMPARE(operation.totalBytes(), quint64(0));
+            QVERIFY(operation.skippedUrls().contains(url(path("src/t/f"))));
+        } else {
+            QCOMPARE(errorText(operation),
+                     QStringLiteral("Unable to write '%1'.").arg(path("dst/t/f")));
+            QCOMPARE(operation.error()->code(), qint64(-1007));
+        }
+    }
+}
+
+void TestZKAnalyseCopyOperation::unreadableItem() {
+    QVERIFY(writeFile(path("src/t/secret"), "s") && writeFile(path("src/t/open"), "o"));
+    QVERIFY(QFile::setPermissions(path("src/t/secret"), {}));
+    if (geteuid() == 0) {
+        // Root reads every file: the analysis runs as an unprivileged user.
+        QVERIFY(QProcess::execute("chmod", {"-R", "a+rwX", m_dir->path()}) == 0);
+        QVERIFY(QFile::setPermissions(path("src/t/secret"), {}));
+    }
+    for (const bool skip : {true, false}) {
+        const pid_t child = fork();
+        if (child == 0) {
+            if (geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) {
+                _exit(3);
+            }
+            auto operation = analyser(path("src/t"), path("dst"));
+            if (skip) {
+                operation.setUnreadableFileHandler(
+                    [](const ZKFileInfo &) { return ZKFileResponseSkip; });
+            }
+            operation.start();
+            const bool ok =
+                skip ? !operation.error() &&
+                           operation.skippedUrls() == QSet<QUrl>{url(path("src/t/secret"))} &&
+                           operation.totalBytes() == 1
+                     : errorText(operation) ==
+                               QStringLiteral("Unable to read '%1'.").arg(path("src/t/secret")) &&
+                           operation.error()->code() == -1007;
+            _exit(ok ? 0 : 1);
+        }
+        int status = 0;
+        QCOMPARE(waitpid(child, &status, 0), child);
+        QVERIFY2(WIFEXITED(status) && WEXITSTATUS(status) == 0,
+                 qPrintable(QStringLiteral("skip=%1 status=%2").arg(skip).arg(status)));
+    }
+}
+
+void TestZKAnalyseCopyOperation::links_data() {
+    QTest::addColumn<qint32>("handling");
+    QTest::addColumn<quint64>("total");
+    QTest::newRow("copied as a link: nothing to move") << qint32(0) << quint64(100);
+    QTest::newRow("followed: the target's size") << qint32(1) << quint64(200);
+    QTest::newRow("skipped") << qint32(2) << quint64(100);
+}
+
+void TestZKAnalyseCopyOperation::links() {
+    QFETCH(qint32, handling);
+    QFETCH(quint64, total);
+    QVERIFY(writeFile(path("src/t/f"), randomBytes(100, 12)));
+    QVERIFY(QFile::link("f", path("src/t/l")));
+    auto operation = analyser(path("src/t"), path("dst"));
+    operation.setSymbolicLinkHandling(handling);
+    operation.start();
+    QVERIFY2(!operation.error(), qPrintable(errorText(operation)));
+    QCOMPARE(operation.totalBytes(), total);
+}
+
+int main(int argc, char **argv) {
+    ZKTestSupport::isolateSettings();
+    QCoreApplication app(argc, argv);
+    TestZKAnalyseCopyOperation test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_ZKAnalyseCopyOperation.moc"
