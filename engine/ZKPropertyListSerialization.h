@@ -1,0 +1,46 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "ZKError.h"
+
+#include <QByteArray>
+#include <QVariant>
+
+// Converts trees of QVariant values to and from property lists. Saved files
+// are XML property lists; reading accepts XML and binary ones.
+//
+// Supported values: QVariantMap (dictionary), QVariantList and QStringList
+// (array), QString, bool, the integer types (integer), double and float
+// (real), QByteArray (data) and QDateTime (date). Dates are kept to the second
+// in XML and may lie between 1933-12-13 and 2069-01-19 (UTC). Read integers
+// come back as qint64, or as quint64 when they exceed the signed range; read
+// dates come back in UTC.
+//
+// Input from files is treated as hostile: nesting deeper than
+// maximumNestingDepth containers, data larger than maximumDataSize bytes,
+// truncated or damaged data all give an error instead of a result.
+class ZKPropertyListSerialization {
+public:
+    // Unreadable data is a loading refusal; a value that cannot be written is
+    // a refusal of the class that asked for the save.
+    static constexpr qint64 unreadableDataCode = -1009;
+    static constexpr qint64 unsupportedValueCode = -1010;
+
+    static constexpr int maximumNestingDepth = 256;
+    static constexpr qsizetype maximumDataSize = qsizetype(256) * 1024 * 1024;
+
+    // An XML property list; an empty QByteArray on failure, with the reason in
+    // *error when given.
+    static QByteArray dataFromPropertyList(const QVariant &plist, ZKError *error = nullptr);
+
+    // The same as a binary property list, the compact form used between
+    // queues of the running application.
+    static QByteArray binaryDataFromPropertyList(const QVariant &plist, ZKError *error = nullptr);
+
+    // A null QVariant on failure, with the reason in *error when given.
+    static QVariant propertyListFromData(const QByteArray &data, ZKError *error = nullptr);
+
+private:
+    ZKPropertyListSerialization() = delete;
+};
