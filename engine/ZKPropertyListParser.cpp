@@ -1,0 +1,117 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKPropertyListParser.h"
+
+#include "ZKLogging.h"
+
+#include <QHash>
+#include <QReadWriteLock>
+
+#include <algorithm>
+
+namespace {
+
+struct Registry {
+    QReadWriteLock lock;
+    QHash<QString, ZKPropertyListParser::Factory> factories;
+};
+
+// ---------------------------------------------------------------------------
+// The saveable classes of the application. Every class whose dictionaries
+// can appear in a saved queue, on the pasteboard or in the user settings is
+// registered here under its name without the prefix.
+void registerBuiltinClasses(QHash<QString, ZKPropertyListParser::Factory> &factories) {
+    Q_UNUSED(factories);
+    // Endpoints ("FileSystemReader", "FileSystemWriter", "HttpReader",
+    // "FtpReader", "FtpWriter") and tasks ("CopyTask") are added here.
+}
+// ---------------------------------------------------------------------------
+
+Registry &registry() {
+    // Built once, on first use, from whichever thread comes first.
+    static Registry *instance = [] {
+        auto *created = new Registry;
+        registerBuiltinClasses(created->factories);
+        return created;
+    }();
+    return *instance;
+}
+
+void fail(ZKError *error, qint64 code, const QString &message) {
+    if (error) {
+        *error = ZKError::application(code, message);
+    }
+}
+
+} // namespace
+
+std::shared_ptr<ZKPropertyListObject> ZKPropertyListParser::parseObject(const QVariantMap &dict,
+                                                                        ZKError *error) {
+    const auto type = dict.constFind(QStringLiteral("Type"));
+    if (type == dict.constEnd()) {
+        fail(error, ZKErrorCode::unknownClass,
+             QStringLiteral("The property 'Type' was not found in the property list."));
+        return nullptr;
+    }
+    const QString typeName = type.value().toString();
+    Factory factory;
+    bool isKnown = false;
+    {
+        Registry &classes = registry();
+        QReadLocker locker(&classes.lock);
+        const auto found = classes.factories.constFind(typeName);
+        if (found != classes.factories.constEnd()) {
+            isKnown = true;
+            factory = found.value();
+        }
+    }
+    if (!isKnown) {
+        fail(error, ZKErrorCode::unknownClass,
+             QStringLiteral("'%1' is not recognised as a valid class name.").arg(typeName));
+        return nullptr;
+    }
+    if (!factory) {
+        fail(error, ZKErrorCode::noPropertyListSupport,
+             QStringLiteral("The '%1' class does not support initialisation from a property list.")
+                 .arg(typeName));
+        return nullptr;
+    }
+    // Called outside the lock: factories re-create their own parts (a task
+    // its endpoints) through this parser.
+    return factory(dict);
+}
+
+QSet<QUrl> ZKPropertyListParser::parseUrls(const QVariantList &texts) {
+    QSet<QUrl> urls;
+    urls.reserve(texts.size());
+    for (const QVariant &text : texts) {
+        const QUrl url(text.toString());
+        if (!url.isValid() || url.isEmpty()) {
+            qCWarning(lcEngine) << "Ignoring a saved URL that is not valid:" << text;
+            continue;
+        }
+        urls.insert(url);
+    }
+    return urls;
+}
+
+QVariantList ZKPropertyListParser::formatUrls(const QSet<QUrl> &urls) {
+    QStringList texts;
+    texts.reserve(urls.size());
+    for (const QUrl &url : urls) {
+        texts.append(url.toString(QUrl::FullyEncoded));
+    }
+    std::sort(texts.begin(), texts.end());
+    QVariantList result;
+    result.reserve(texts.size());
+    for (const QString &text : std::as_const(texts)) {
+        result.append(text);
+    }
+    return result;
+}
+
+void ZKPropertyListParser::registerClass(const QString &type, Factory factory) {
+    Registry &classes = registry();
+    QWriteLocker locker(&classes.lock);
+    classes.factories.insert(type, std::move(factory));
+}
