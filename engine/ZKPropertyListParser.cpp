@@ -2,6 +2,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKPropertyListParser.h"
 
+#include "ZKCopyTask.h"
+#include "ZKFileSystemReader.h"
+#include "ZKFileSystemWriter.h"
 #include "ZKLogging.h"
 
 #include <QHash>
@@ -21,9 +24,16 @@ struct Registry {
 // can appear in a saved queue, on the pasteboard or in the user settings is
 // registered here under its name without the prefix.
 void registerBuiltinClasses(QHash<QString, ZKPropertyListParser::Factory> &factories) {
-    Q_UNUSED(factories);
-    // Endpoints ("FileSystemReader", "FileSystemWriter", "HttpReader",
-    // "FtpReader", "FtpWriter") and tasks ("CopyTask") are added here.
+    // Every saveable class, under its name without the prefix. FTP and HTTP
+    // endpoints join here when they exist.
+    factories.insert(QStringLiteral("FileSystemReader"), [](const QVariantMap &plist) {
+        return std::make_shared<ZKFileSystemReader>(plist);
+    });
+    factories.insert(QStringLiteral("FileSystemWriter"), [](const QVariantMap &plist) {
+        return std::make_shared<ZKFileSystemWriter>(plist);
+    });
+    factories.insert(QStringLiteral("CopyTask"),
+                     [](const QVariantMap &plist) { return ZKCopyTask::create(plist); });
 }
 // ---------------------------------------------------------------------------
 

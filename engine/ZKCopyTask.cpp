@@ -1,0 +1,866 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKCopyTask.h"
+
+#include "ZKAnalyseCopyOperation.h"
+#include "ZKBlockOperation.h"
+#include "ZKByteCountFormatter.h"
+#include "ZKCopyOperation.h"
+#include "ZKFileBrowser.h"
+#include "ZKLogging.h"
+#include "ZKMainQueue.h"
+#include "ZKNotificationCenter.h"
+#include "ZKNotificationNames.h"
+#include "ZKPreferences.h"
+#include "ZKPropertyListParser.h"
+#include "ZKQuestionPresenter.h"
+#include "ZKRemoveSourceOperation.h"
+#include "ZKTaskState.h"
+#include "ZKTimeFormatter.h"
+#include "ZKTransferMode.h"
+#include "ZKUserDefaults.h"
+#include "ZKVerifyFileOperation.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QPointer>
+
+#include <chrono>
+#include <cmath>
+
+using S = ZKTaskState;
+
+namespace {
+
+// Keys of the saved form.
+const QString kType = QStringLiteral("Type");
+const QString kSource = QStringLiteral("Source");
+const QString kDestination = QStringLiteral("Destination");
+const QString kIsVerifyEnabled = QStringLiteral("IsVerifyEnabled");
+const QString kIsVerifiedOk = QStringLiteral("IsVerifiedOk");
+const QString kTransferMode = QStringLiteral("TransferMode");
+const QString kSkippedUrls = QStringLiteral("SkippedUrls");
+const QString kReplacedUrls = QStringLiteral("ReplacedUrls");
+const QString kState = QStringLiteral("State");
+const QString kProgressBytes = QStringLiteral("ProgressBytes");
+const QString kTotalBytes = QStringLiteral("TotalBytes");
+const QString kDataRate = QStringLiteral("DataRate");
+const QString kMaximumTransferRate = QStringLiteral("MaximumTransferRate");
+const QString kErrorMessage = QStringLiteral("ErrorMessage");
+
+void deleteOnMainThread(ZKCopyTask *task) {
+    if (ZKMainQueue::isMainThread() || !QCoreApplication::instance()) {
+        delete task;
+    } else {
+        task->deleteLater();
+    }
+}
+
+// Stores a value and announces it, when it changed.
+template <class T, class V> bool store(std::atomic<T> &field, V value) {
+    return field.exchange(T(value)) != T(value);
+}
+
+} // namespace
+
+std::shared_ptr<ZKCopyTask> ZKCopyTask::create(ZKReaderPtr source, ZKWriterPtr destination) {
+    return std::shared_ptr<ZKCopyTask>(new ZKCopyTask(std::move(source), std::move(destination)),
+                                       deleteOnMainThread);
+}
+
+std::shared_ptr<ZKCopyTask> ZKCopyTask::create(const QVariantMap &plist) {
+    auto source = ZKPropertyListParser::parseObjectOfType<ZKReader>(plist.value(kSource).toMap());
+    auto destination =
+        ZKPropertyListParser::parseObjectOfType<ZKWriter>(plist.value(kDestination).toMap());
+    if (!source || !destination) {
+        return nullptr;
+    }
+    auto task = create(std::move(source), std::move(destination));
+    task->m_isVerifyEnabled = plist.value(kIsVerifyEnabled).toBool();
+    task->m_isVerifiedOk = plist.value(kIsVerifiedOk).toBool();
+    task->m_transferMode = ZKTransferMode::parse(plist.value(kTransferMode).toString());
+    task->m_skippedUrls = ZKPropertyListParser::parseUrls(plist.value(kSkippedUrls).toList());
+    task->m_replacedUrls = ZKPropertyListParser::parseUrls(plist.value(kReplacedUrls).toList());
+    const qint32 state = ZKTaskState::parse(plist.value(kState).toString());
+    const quint64 progress = plist.value(kProgressBytes).toULongLong();
+    const quint64 total = plist.value(kTotalBytes).toULongLong();
+    task->m_state = state;
+    task->m_progressBytes = progress;
+    task->m_totalBytes = total;
+    task->m_dataRate = plist.value(kDataRate).toDouble();
+    task->m_maximumTransferRate = plist.value(kMaximumTransferRate).toULongLong();
+    const QString message = plist.value(kErrorMessage).toString();
+    if (state == S::Failed && !message.isEmpty()) {
+        task->m_error = ZKError(ZKError::applicationDomain, 0, message);
+    }
+
+    // Work interrupted by quitting continues by itself. A removal is not run
+    // again: it stays Removing until the user acts.
+    switch (state) {
+    case S::Preparing:
+        task->prepare();
+        break;
+    case S::PendingProcessing:
+        task->m_bytesCopied = progress;
+        break;
+    case S::Processing:
+        task->m_bytesCopied = progress;
+        task->process();
+        break;
+    case S::PendingVerification:
+        task->m_bytesCopied = total;
+        task->m_bytesVerified = progress;
+        break;
+    case S::Verifying:
+        task->m_bytesCopied = total;
+        task->m_bytesVerified = progress;
+        task->verify();
+        break;
+    case S::Cancelling:
+        task->cancel();
+        break;
+    default:
+        break;
+    }
+    task->refresh();
+    return task;
+}
+
+ZKCopyTask::ZKCopyTask(ZKReaderPtr source, ZKWriterPtr destination) {
+    setSource(std::move(source));
+    setDestination(std::move(destination));
+    // The texts follow whatever they are made of.
+    for (auto signal : {&ZKTask::stateChanged, &ZKTask::sourceChanged, &ZKTask::destinationChanged,
+                        &ZKTask::transferModeChanged, &ZKTask::dataRateChanged}) {
+        connect(this, signal, this, &ZKCopyTask::refresh);
+    }
+    refresh();
+}
+
+ZKCopyTask::~ZKCopyTask() {
+    pause();
+    // Nothing queued may outlive the members it uses.
+    m_operationQueue.cancelAllOperations();
+    m_operationQueue.waitUntilAllOperationsAreFinished();
+}
+
+QVariantMap ZKCopyTask::asPropertyList() const {
+    std::lock_guard locker(m_lock);
+    return {
+        {kType, QStringLiteral("CopyTask")},
+        {kSource, m_source ? m_source->asPropertyList() : QVariantMap()},
+        {kDestination, m_destination ? m_destination->asPropertyList() : QVariantMap()},
+        {kIsVerifyEnabled, m_isVerifyEnabled.load()},
+        {kIsVerifiedOk, m_isVerifiedOk.load()},
+        {kTransferMode, ZKTransferMode::convertToString(m_transferMode.load())},
+        {kSkippedUrls, ZKPropertyListParser::formatUrls(m_skippedUrls)},
+        {kReplacedUrls, ZKPropertyListParser::formatUrls(m_replacedUrls)},
+        {kState, ZKTaskState::convertToString(m_state.load())},
+        {kProgressBytes, m_progressBytes.load()},
+        {kTotalBytes, m_totalBytes.load()},
+        {kDataRate, m_dataRate.load()},
+        {kMaximumTransferRate, m_maximumTransferRate.load()},
+        {kErrorMessage, m_error ? m_error->localizedDescription() : QString()},
+    };
+}
+
+bool ZKCopyTask::isEqual(const ZKCopyTask &other) const {
+    const auto a = source();
+    const auto b = other.source();
+    const auto c = destination();
+    const auto d = other.destination();
+    return a && b && c && d && a->isEqual(*b) && c->isEqual(*d);
+}
+
+// ---- steps
+
+void ZKCopyTask::start() {
+    switch (state()) {
+    case S::PendingPreparation:
+        prepare();
+        break;
+    case S::PendingProcessing:
+        process();
+        break;
+    case S::PendingVerification:
+        verify();
+        break;
+    case S::PendingRemoval:
+        remove();
+        break;
+    default:
+        qCInfo(lcEngine, "Tried to start in the wrong state (%u).", unsigned(state()));
+        break;
+    }
+    refresh();
+}
+
+void ZKCopyTask::configure(ZKFileOperation &operation) const {
+    operation.setMaximumTransferRate(m_maximumTransferRate.load());
+    operation.setMinimumTimeBetweenNotifications(m_minimumTimeBetweenNotifications);
+    operation.setSkippedFilePatterns(ZKPreferences::skippedFilePatterns());
+    operation.setTemporaryFilePatterns(ZKPreferences::temporaryFilePatterns());
+    std::lock_guard locker(m_lock);
+    operation.setSkippedUrls(m_skippedUrls);
+    operation.setReplacedUrls(m_replacedUrls);
+}
+
+void ZKCopyTask::prepare() {
+    setState(S::Preparing);
+    auto operation = std::make_shared<ZKAnalyseCopyOperation>(source(), destination());
+    configure(*operation);
+    {
+        std::lock_guard locker(m_lock);
+        operation->setUnreadableFileHandler(m_unreadableFileHandler);
+        operation->setUnwritableFileHandler(m_unwritableFileHandler);
+        operation->setPreExistingFileHandler(m_preExistingFileHandler);
+        operation->setPreExistingDestinationHandler(m_preExistingDestinationHandler);
+    }
+    operation->setSymbolicLinkHandling(
+        qint32(ZKUserDefaults::standard().integerForKey(ZKPreferences::symbolicLinkAction)));
+    runOperation(operation, S::Preparing, [this](ZKFileOperation &op) { endPrepare(op); });
+}
+
+void ZKCopyTask::process() {
+    setState(S::Processing);
+    auto operation =
+        std::make_shared<ZKCopyOperation>(source(), destination(), m_bytesCopied.load());
+    configure(*operation);
+    auto &defaults = ZKUserDefaults::standard();
+    operation->setCopyCreationTime(defaults.boolForKey(ZKPreferences::copyCreationTime));
+    operation->setCopyModificationTime(defaults.boolForKey(ZKPreferences::copyModificationTime));
+    operation->setCopyPermissions(defaults.boolForKey(ZKPreferences::copyPermissions));
+    operation->setCopyOwnership(defaults.boolForKey(ZKPreferences::copyOwnership));
+    operation->setSymbolicLinkHandling(
+        qint32(defaults.integerForKey(ZKPreferences::symbolicLinkAction)));
+    runOperation(operation, S::Processing, [this](ZKFileOperation &op) { endProcess(op); });
+}
+
+void ZKCopyTask::verify() {
+    setState(S::Verifying);
+    auto operation =
+        std::make_shared<ZKVerifyFileOperation>(source(), destination(), m_bytesVerified.load());
+    configure(*operation);
+    operation->setSymbolicLinkHandling(
+        qint32(ZKUserDefaults::standard().integerForKey(ZKPreferences::symbolicLinkAction)));
+    runOperation(operation, S::Verifying, [this](ZKFileOperation &op) { endVerify(op); });
+}
+
+void ZKCopyTask::remove() {
+    setState(S::Removing);
+    auto operation = std::make_shared<ZKRemoveSourceOperation>(source(), destination());
+    configure(*operation);
+    runOperation(operation, S::Removing, [this](ZKFileOperation &op) { endRemove(op); });
+}
+
+void ZKCopyTask::runOperation(const std::shared_ptr<ZKFileOperation> &operation,
+                              qint32 runningState,
+                              std::function<void(ZKFileOperation &)> endHandler) {
+    ZKFileOperation *raw = operation.get();
+    const bool reportsProgress = runningState == S::Processing || runningState == S::Verifying;
+    quint64 token = 0;
+    if (reportsProgress) {
+        // Progress is taken from the operation's counters at each of its
+        // notifications; the notification itself goes on up as the task's.
+        token = ZKNotificationCenter::defaultCenter().addObserver(
+            ZKNotificationNames::operationActivity, raw, nullptr,
+            [this, raw, runningState](const ZKNotification &notification) {
+                const quint64 bytes =
+                    runningState == S::Processing
+                        ? static_cast<ZKCopyOperation *>(raw)->bytesCopied()
+                        : static_cast<ZKVerifyFileOperation *>(raw)->bytesVerified();
+                ZKMainQueue::async([this, bytes, runningState, guard = QPointer<ZKCopyTask>(this)] {
+                    if (!guard || state() != runningState) {
+                        return;
+                    }
+                    (runningState == S::Processing ? m_bytesCopied : m_bytesVerified) = bytes;
+                    setProgressBytes(bytes);
+                    refresh();
+                });
+                ZKNotificationCenter::defaultCenter().post(ZKNotificationNames::taskActivity, this,
+                                                           notification.userInfo);
+            });
+    }
+    operation->setCompletionBlock([this, raw, token, endHandler = std::move(endHandler)] {
+        if (token) {
+            ZKNotificationCenter::defaultCenter().removeObserver(token);
+        }
+        {
+            std::lock_guard locker(m_lock);
+            m_currentOperation.reset();
+        }
+        onMain([&] { endHandler(*raw); });
+        refresh();
+        signalOperationFinished();
+    });
+    {
+        std::lock_guard locker(m_completionLock);
+        m_operationStarted = true;
+    }
+    {
+        std::lock_guard locker(m_lock);
+        m_currentOperation = operation;
+    }
+    m_operationQueue.addOperation(operation);
+}
+
+bool ZKCopyTask::endsByCancellation(ZKFileOperation &operation, qint32 restingState) {
+    const auto s = state();
+    if (s == S::Cancelling || s == S::Cancelled) {
+        return true; // cancellation owns the state now
+    }
+    if (operation.isCancelled()) {
+        setState(restingState);
+        return true;
+    }
+    if (operation.error()) {
+        fail(operation.error());
+        return true;
+    }
+    return false;
+}
+
+void ZKCopyTask::fail(const ZKOptionalError &error) {
+    {
+        std::lock_guard locker(m_lock);
+        m_error = error;
+    }
+    if (totalBytes() == 0) {
+        setProgressBytes(0);
+        setTotalBytes(1);
+    }
+    setState(S::Failed);
+}
+
+void ZKCopyTask::endPrepare(ZKFileOperation &op) {
+    if (endsByCancellation(op, S::PendingPreparation)) {
+        return;
+    }
+    auto &operation = static_cast<ZKAnalyseCopyOperation &>(op);
+    const quint64 already = operation.bytesAlreadyCopied();
+    const quint64 total = operation.totalBytes();
+    m_bytesCopied = already;
+    setSkippedUrls(operation.mutableSkippedUrls());
+    setReplacedUrls(operation.mutableReplacedUrls());
+    if (total != 0 && total == already) {
+        setTotalBytes(total);
+        if (isVerifyEnabled()) {
+            setProgressBytes(0);
+            setState(S::PendingVerification);
+        } else {
+            setProgressBytes(already);
+            setState(transferMode() == ZKTransferMode::Move ? S::PendingRemoval : S::Completed);
+        }
+        return;
+    }
+    setProgressBytes(already);
+    setTotalBytes(total);
+    setState(S::PendingProcessing);
+}
+
+void ZKCopyTask::endProcess(ZKFileOperation &op) {
+    if (endsByCancellation(op, S::PendingProcessing)) {
+        return;
+    }
+    m_bytesCopied = static_cast<ZKCopyOperation &>(op).bytesCopied();
+    setProgressBytes(m_bytesCopied.load());
+    if (isVerifyEnabled()) {
+        setProgressBytes(0);
+        setState(S::PendingVerification);
+    } else {
+        setState(transferMode() == ZKTransferMode::Move ? S::PendingRemoval : S::Completed);
+    }
+}
+
+void ZKCopyTask::endVerify(ZKFileOperation &op) {
+    if (endsByCancellation(op, S::PendingVerification)) {
+        return;
+    }
+    m_bytesVerified = static_cast<ZKVerifyFileOperation &>(op).bytesVerified();
+    setProgressBytes(m_bytesVerified.load());
+    setIsVerifiedOk(true);
+    setState(transferMode() == ZKTransferMode::Move ? S::PendingRemoval : S::Completed);
+}
+
+void ZKCopyTask::endRemove(ZKFileOperation &op) {
+    if (endsByCancellation(op, S::PendingRemoval)) {
+        return;
+    }
+    setState(S::Completed);
+}
+
+// ---- commands
+
+void ZKCopyTask::cancelAndWait() {
+    m_operationQueue.cancelAllOperations();
+    waitUntilAllOperationsAreFinished();
+}
+
+void ZKCopyTask::pause() {
+    const auto s = state();
+    if (s == S::Preparing || s == S::Processing || s == S::Verifying || s == S::Removing) {
+        cancelAndWait();
+        refresh();
+    }
+}
+
+void ZKCopyTask::cancel() {
+    const qint32 previous = state();
+    setState(S::Cancelling);
+    cancelAndWait();
+    bool deletePartial = false;
+    if (isPartialCopy(previous)) {
+        const auto dest = destination();
+        const QString path = QDir(dest ? dest->description() : QString()).filePath(filename());
+        onMain([&] {
+            ZKQuestion question;
+            question.message =
+                QStringLiteral("Do you want to delete the partially copied file '%1'?").arg(path);
+            question.buttons = {QStringLiteral("Delete"), QStringLiteral("Keep")};
+            deletePartial = ZKQuestionPresenter::askShared(question).button == 0;
+        });
+    }
+    auto operation = std::make_shared<ZKBlockOperation>([this, deletePartial] {
+        if (deletePartial) {
+            if (const auto dest = destination(); dest && dest->open()) {
+                dest->removeFile(filename());
+                dest->close();
+            }
+        }
+        onMain([this] { setState(S::Cancelled); });
+    });
+    m_operationQueue.addOperation(operation);
+    refresh();
+}
+
+bool ZKCopyTask::isPartialCopy(qint32 previousState) {
+    if (previousState == S::PendingPreparation || previousState == S::Completed ||
+        m_bytesCopied.load() == 0) {
+        return false;
+    }
+    const auto src = source();
+    const auto dest = destination();
+    if (!src || !dest || src->error() || dest->error()) {
+        return false;
+    }
+    const auto destReader = dest->asReader();
+    if (!destReader) {
+        return false;
+    }
+    const auto child = destReader->childWithName(filename());
+    const bool opened = child->open() && src->open();
+    bool partial = false;
+    if (opened && !child->error() && !src->error() && child->url() != src->url() &&
+        child->size() < src->size()) {
+        partial = ZKAnalyseCopyOperation::isPartialCopyFrom(src, child, nullptr, nullptr);
+    }
+    child->close();
+    src->close();
+    return partial;
+}
+
+void ZKCopyTask::reset() {
+    const auto s = state();
+    if (s == S::Completed || s == S::Suspended) {
+        return;
+    }
+    cancelAndWait();
+    m_bytesCopied = 0;
+    m_bytesVerified = 0;
+    onMain([this] {
+        setProgressBytes(0);
+        setTotalBytes(0);
+        setState(S::PendingPreparation);
+    });
+}
+
+void ZKCopyTask::suspend() {
+    if (state() >= S::Completed) {
+        return;
+    }
+    pause();
+    onMain([this] { setState(S::Suspended); });
+}
+
+void ZKCopyTask::resume() {
+    if (state() != S::Suspended) {
+        return;
+    }
+    cancelAndWait();
+    m_bytesCopied = 0;
+    m_bytesVerified = 0;
+    onMain([this] {
+        setProgressBytes(0);
+        setTotalBytes(0);
+        setState(S::PendingPreparation);
+    });
+}
+
+void ZKCopyTask::revealSource() {
+    if (const auto src = source()) {
+        ZKFileBrowser::reveal(src->url());
+    }
+}
+
+void ZKCopyTask::revealDestination() {
+    const auto dest = destination();
+    if (!dest) {
+        return;
+    }
+    const QUrl folder = dest->url();
+    const QString child = QDir(folder.toLocalFile()).filePath(filename());
+    ZKFileBrowser::reveal(
+        folder.isLocalFile() && QFileInfo::exists(child) ? QUrl::fromLocalFile(child) : folder);
+}
+
+// ---- completion handshake
+
+void ZKCopyTask::waitUntilAllOperationsAreFinished() {
+    m_operationQueue.waitUntilAllOperationsAreFinished();
+    using namespace std::chrono;
+    const auto deadline = steady_clock::now() + seconds(10);
+    const bool onMainThread = ZKMainQueue::isMainThread();
+    std::unique_lock locker(m_completionLock);
+    while (m_operationStarted && steady_clock::now() < deadline) {
+        if (onMainThread) {
+            // The completion callback sets the state through the main
+            // thread; serve it while waiting.
+            m_completionCondition.wait_for(locker, milliseconds(5));
+            locker.unlock();
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
+            locker.lock();
+        } else {
+            m_completionCondition.wait_until(locker, deadline);
+        }
+    }
+}
+
+void ZKCopyTask::signalOperationFinished() {
+    std::lock_guard locker(m_completionLock);
+    m_operationStarted = false;
+    m_completionCondition.notify_all();
+}
+
+// ---- derived figures
+
+void ZKCopyTask::refresh() {
+    ZKMainQueue::async([guard = QPointer<ZKCopyTask>(this)] {
+        if (!guard) {
+            return;
+        }
+        guard->refreshIsIndeterminate();
+        guard->refreshTimeRemaining();
+        guard->refreshPercentCompleted();
+        guard->refreshDescription();
+        guard->refreshDetail();
+    });
+}
+
+void ZKCopyTask::refreshIsIndeterminate() {
+    const auto s = state();
+    bool indeterminate = false;
+    if (s != S::Completed && s != S::Failed) {
+        indeterminate = totalBytes() == 0 || s == S::PendingPreparation || s == S::Preparing ||
+                        s == S::Removing || s == S::Cancelling;
+    }
+    setIsIndeterminate(indeterminate);
+}
+
+void ZKCopyTask::refreshTimeRemaining() {
+    const auto s = state();
+    const double total = double(totalBytes());
+    const double rate = dataRate();
+    double time = 0;
+    if (!(s >= S::Removing && s <= S::Cancelled) && total != 0 && rate >= 0.1) {
+        time = isVerifyEnabled()
+                   ? (2 * total - double(bytesCopied()) - double(bytesVerified())) / rate
+                   : (total - double(progressBytes())) / rate;
+    }
+    setTimeRemaining(time);
+}
+
+void ZKCopyTask::refreshPercentCompleted() {
+    const double total = double(totalBytes());
+    double completed = 0;
+    if (total != 0) {
+        completed = isVerifyEnabled()
+                        ? (double(bytesCopied()) + double(bytesVerified())) / (2 * total)
+                        : double(bytesCopied()) / total;
+    }
+    setPercentCompleted(completed);
+    setPercentRemaining(1 - completed);
+}
+
+void ZKCopyTask::refreshDescription() {
+    enum Table { Copy, Move, Download };
+    const Table table = !m_sourceIsLocal                         ? Download
+                        : transferMode() == ZKTransferMode::Move ? Move
+                                                                 : Copy;
+    static const char *const texts[3][4] = {
+        {"Copy \"%1\" to \"%2\"", "Copying \"%1\" to \"%2\"", "Copied \"%1\" to \"%2\""},
+        {"Move \"%1\" to \"%2\"", "Moving \"%1\" to \"%2\"", "Moved \"%1\" to \"%2\""},
+        {"Download \"%1\" to \"%2\"", "Downloading \"%1\" to \"%2\"",
+         "Downloaded \"%1\" to \"%2\""},
+    };
+    QString text;
+    switch (state()) {
+    case S::Processing:
+        text = QString::fromUtf8(texts[table][1]).arg(filename(), destinationDirectory());
+        break;
+    case S::PendingVerification:
+        text = QStringLiteral("Verify \"%1\"").arg(filename());
+        break;
+    case S::Verifying:
+        text = QStringLiteral("Verifying \"%1\"").arg(filename());
+        break;
+    case S::Completed:
+        text = QString::fromUtf8(texts[table][2]).arg(filename(), destinationDirectory());
+        break;
+    default:
+        text = QString::fromUtf8(texts[table][0]).arg(filename(), destinationDirectory());
+        break;
+    }
+    {
+        std::lock_guard locker(m_lock);
+        if (text == m_description) {
+            return;
+        }
+        m_description = text;
+    }
+    Q_EMIT descriptionChanged();
+}
+
+void ZKCopyTask::refreshDetail() {
+    const quint64 total = totalBytes();
+    const QString size = total == 0
+                             ? ZKByteCountFormatter::formatFileSize(progressBytes())
+                             : QStringLiteral("%1 of %2")
+                                   .arg(ZKByteCountFormatter::formatFileSize(progressBytes()),
+                                        ZKByteCountFormatter::formatFileSize(total));
+    const double time = timeRemaining();
+    const QString timeText = time > 0.01 && std::isfinite(time)
+                                 ? QStringLiteral(" - %1").arg(ZKTimeFormatter::formatTime(time))
+                                 : QString();
+    QString detail;
+    switch (state()) {
+    case S::PendingPreparation:
+        detail = QStringLiteral("Waiting");
+        break;
+    case S::Preparing:
+        detail = QStringLiteral("Analysing...");
+        break;
+    case S::Removing:
+        detail = QStringLiteral("Removing...");
+        break;
+    case S::Completed:
+        detail = size + QStringLiteral(" - done");
+        break;
+    case S::Failed: {
+        const auto e = error();
+        detail = QStringLiteral("Failed: %1").arg(e ? e->localizedDescription() : QString());
+        break;
+    }
+    case S::Cancelling:
+        detail = QStringLiteral("Cancelling...");
+        break;
+    case S::Cancelled:
+        detail = QStringLiteral("Cancelled");
+        break;
+    default:
+        detail = size + timeText;
+        break;
+    }
+    setDetail(detail);
+}
+
+// ---- properties
+
+void ZKCopyTask::onMain(const std::function<void()> &fn) {
+    ZKMainQueue::sync(fn);
+}
+
+void ZKCopyTask::setState(qint32 state) {
+    onMain([&] {
+        if (store(m_state, state)) {
+            Q_EMIT stateChanged();
+        }
+    });
+}
+
+ZKReaderPtr ZKCopyTask::source() const {
+    std::lock_guard locker(m_lock);
+    return m_source;
+}
+
+void ZKCopyTask::setSource(ZKReaderPtr source) {
+    {
+        std::lock_guard locker(m_lock);
+        m_source = std::move(source);
+        m_sourceFilename = m_source ? m_source->filename() : QString();
+        m_sourceIcon = m_source ? m_source->icon() : QString();
+        m_sourceIsLocal = !m_source || m_source->isLocal();
+    }
+    Q_EMIT sourceChanged();
+    Q_EMIT filenameChanged();
+    Q_EMIT iconChanged();
+    Q_EMIT isResumableChanged();
+}
+
+ZKWriterPtr ZKCopyTask::destination() const {
+    std::lock_guard locker(m_lock);
+    return m_destination;
+}
+
+void ZKCopyTask::setDestination(ZKWriterPtr destination) {
+    {
+        std::lock_guard locker(m_lock);
+        m_destination = std::move(destination);
+        m_destinationFilename = m_destination ? m_destination->filename() : QString();
+    }
+    Q_EMIT destinationChanged();
+    Q_EMIT destinationDirectoryChanged();
+}
+
+void ZKCopyTask::setTransferMode(qint32 mode) {
+    onMain([&] {
+        if (store(m_transferMode, mode)) {
+            Q_EMIT transferModeChanged();
+        }
+    });
+}
+
+QString ZKCopyTask::icon() const {
+    std::lock_guard locker(m_lock);
+    return m_sourceIcon;
+}
+
+QString ZKCopyTask::filename() const {
+    std::lock_guard locker(m_lock);
+    return m_sourceFilename;
+}
+
+QString ZKCopyTask::destinationDirectory() const {
+    std::lock_guard locker(m_lock);
+    return m_destinationFilename;
+}
+
+QString ZKCopyTask::description() const {
+    std::lock_guard locker(m_lock);
+    return m_description;
+}
+
+QString ZKCopyTask::detail() const {
+    std::lock_guard locker(m_lock);
+    return m_detail;
+}
+
+void ZKCopyTask::setDetail(const QString &detail) {
+    onMain([&] {
+        {
+            std::lock_guard locker(m_lock);
+            if (m_detail == detail) {
+                return;
+            }
+            m_detail = detail;
+        }
+        Q_EMIT detailChanged();
+    });
+}
+
+#define ZK_ATOMIC_SETTER(Setter, Type, field, signal)                                              \
+    void ZKCopyTask::Setter(Type value) {                                                          \
+        onMain([&] {                                                                               \
+            if (store(field, value)) {                                                             \
+                Q_EMIT signal();                                                                   \
+            }                                                                                      \
+        });                                                                                        \
+    }
+
+ZK_ATOMIC_SETTER(setTotalBytes, quint64, m_totalBytes, totalBytesChanged)
+ZK_ATOMIC_SETTER(setProgressBytes, quint64, m_progressBytes, progressBytesChanged)
+ZK_ATOMIC_SETTER(setIsIndeterminate, bool, m_isIndeterminate, isIndeterminateChanged)
+ZK_ATOMIC_SETTER(setPercentCompleted, double, m_percentCompleted, percentCompletedChanged)
+ZK_ATOMIC_SETTER(setPercentRemaining, double, m_percentRemaining, percentRemainingChanged)
+ZK_ATOMIC_SETTER(setDataRate, double, m_dataRate, dataRateChanged)
+ZK_ATOMIC_SETTER(setTimeRemaining, double, m_timeRemaining, timeRemainingChanged)
+ZK_ATOMIC_SETTER(setIsVerifyEnabled, bool, m_isVerifyEnabled, isVerifyEnabledChanged)
+ZK_ATOMIC_SETTER(setIsVerifiedOk, bool, m_isVerifiedOk, isVerifiedOkChanged)
+ZK_ATOMIC_SETTER(setUnreadableFileResponse, qint32, m_unreadableFileResponse, responsesChanged)
+ZK_ATOMIC_SETTER(setUnwritableFileResponse, qint32, m_unwritableFileResponse, responsesChanged)
+ZK_ATOMIC_SETTER(setPreExistingFileResponse, qint32, m_preExistingFileResponse, responsesChanged)
+
+#undef ZK_ATOMIC_SETTER
+
+void ZKCopyTask::setMaximumTransferRate(quint64 bytesPerSecond) {
+    // A limit changed while a step runs takes effect within that step.
+    {
+        std::lock_guard locker(m_lock);
+        if (m_currentOperation) {
+            m_currentOperation->setMaximumTransferRate(bytesPerSecond);
+        }
+    }
+    onMain([&] {
+        if (store(m_maximumTransferRate, bytesPerSecond)) {
+            Q_EMIT maximumTransferRateChanged();
+        }
+    });
+}
+
+bool ZKCopyTask::isResumable() const {
+    const auto src = source();
+    return src && src->canSeek();
+}
+
+QSet<QUrl> ZKCopyTask::skippedUrls() const {
+    std::lock_guard locker(m_lock);
+    return m_skippedUrls;
+}
+
+void ZKCopyTask::setSkippedUrls(const QSet<QUrl> &urls) {
+    {
+        std::lock_guard locker(m_lock);
+        m_skippedUrls = urls;
+    }
+    Q_EMIT skippedUrlsChanged();
+}
+
+QSet<QUrl> ZKCopyTask::replacedUrls() const {
+    std::lock_guard locker(m_lock);
+    return m_replacedUrls;
+}
+
+void ZKCopyTask::setReplacedUrls(const QSet<QUrl> &urls) {
+    {
+        std::lock_guard locker(m_lock);
+        m_replacedUrls = urls;
+    }
+    Q_EMIT replacedUrlsChanged();
+}
+
+#define ZK_HANDLER_ACCESSORS(Getter, Setter, field)                                                \
+    ZKFileHandler ZKCopyTask::Getter() const {                                                     \
+        std::lock_guard locker(m_lock);                                                            \
+        return field;                                                                              \
+    }                                                                                              \
+    void ZKCopyTask::Setter(ZKFileHandler handler) {                                               \
+        std::lock_guard locker(m_lock);                                                            \
+        field = std::move(handler);                                                                \
+    }
+
+ZK_HANDLER_ACCESSORS(unreadableFileHandler, setUnreadableFileHandler, m_unreadableFileHandler)
+ZK_HANDLER_ACCESSORS(unwritableFileHandler, setUnwritableFileHandler, m_unwritableFileHandler)
+ZK_HANDLER_ACCESSORS(preExistingFileHandler, setPreExistingFileHandler, m_preExistingFileHandler)
+ZK_HANDLER_ACCESSORS(preExistingDestinationHandler, setPreExistingDestinationHandler,
+                     m_preExistingDestinationHandler)
+
+#undef ZK_HANDLER_ACCESSORS
+
+ZKOptionalError ZKCopyTask::error() const {
+    std::lock_guard locker(m_lock);
+    return m_error;
+}
+
+void ZKCopyTask::setMinimumTimeBetweenNotifications(double seconds) {
+    m_minimumTimeBetweenNotifications = seconds;
+}

@@ -1,0 +1,183 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "ZKError.h"
+#include "ZKOperationQueue.h"
+#include "ZKTask.h"
+
+#include <QVariantMap>
+
+#include <atomic>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+
+class ZKFileOperation;
+
+// The one concrete task: analyse, copy, verify (when enabled) and remove the
+// source (in Move mode), one step per start(). Every state change and every
+// observable figure is set on the main thread; operations run on the task's
+// own worker.
+class ZKCopyTask : public ZKTask {
+    Q_OBJECT
+
+public:
+    // Tasks are shared between the queue, the document and operations; the
+    // last owner may be a worker thread, so destruction is sent to the main
+    // thread.
+    static std::shared_ptr<ZKCopyTask> create(ZKReaderPtr source, ZKWriterPtr destination);
+    static std::shared_ptr<ZKCopyTask> create(const QVariantMap &propertyList);
+
+    ~ZKCopyTask() override;
+
+    QVariantMap asPropertyList() const override;
+    bool isEqual(const ZKCopyTask &other) const;
+
+    void start() override;
+    void pause() override;
+    void cancel() override;
+    void reset() override;
+    void suspend() override;
+    void resume() override;
+    void revealSource() override;
+    void revealDestination() override;
+
+    qint32 state() const override { return m_state.load(); }
+    void setState(qint32 state) override;
+    ZKReaderPtr source() const override;
+    void setSource(ZKReaderPtr source) override;
+    ZKWriterPtr destination() const override;
+    void setDestination(ZKWriterPtr destination) override;
+    qint32 transferMode() const override { return m_transferMode.load(); }
+    void setTransferMode(qint32 mode) override;
+    QString icon() const override;
+    QString filename() const override;
+    QString destinationDirectory() const override;
+    QString description() const override;
+    QString detail() const override;
+    void setDetail(const QString &detail) override;
+    quint64 totalBytes() const override { return m_totalBytes.load(); }
+    void setTotalBytes(quint64 bytes) override;
+    quint64 progressBytes() const override { return m_progressBytes.load(); }
+    void setProgressBytes(quint64 bytes) override;
+    bool isIndeterminate() const override { return m_isIndeterminate.load(); }
+    void setIsIndeterminate(bool indeterminate) override;
+    double percentCompleted() const override { return m_percentCompleted.load(); }
+    void setPercentCompleted(double fraction) override;
+    double percentRemaining() const override { return m_percentRemaining.load(); }
+    void setPercentRemaining(double fraction) override;
+    double dataRate() const override { return m_dataRate.load(); }
+    void setDataRate(double bytesPerSecond) override;
+    double timeRemaining() const override { return m_timeRemaining.load(); }
+    void setTimeRemaining(double seconds) override;
+    bool isVerifyEnabled() const override { return m_isVerifyEnabled.load(); }
+    void setIsVerifyEnabled(bool enabled) override;
+    bool isVerifiedOk() const override { return m_isVerifiedOk.load(); }
+    void setIsVerifiedOk(bool ok) override;
+    quint64 maximumTransferRate() const override { return m_maximumTransferRate.load(); }
+    void setMaximumTransferRate(quint64 bytesPerSecond) override;
+    bool isResumable() const override;
+    QSet<QUrl> skippedUrls() const override;
+    void setSkippedUrls(const QSet<QUrl> &urls) override;
+    QSet<QUrl> replacedUrls() const override;
+    void setReplacedUrls(const QSet<QUrl> &urls) override;
+
+    ZKFileHandler unreadableFileHandler() const override;
+    void setUnreadableFileHandler(ZKFileHandler handler) override;
+    ZKFileHandler unwritableFileHandler() const override;
+    void setUnwritableFileHandler(ZKFileHandler handler) override;
+    ZKFileHandler preExistingFileHandler() const override;
+    void setPreExistingFileHandler(ZKFileHandler handler) override;
+    ZKFileHandler preExistingDestinationHandler() const override;
+    void setPreExistingDestinationHandler(ZKFileHandler handler) override;
+
+    qint32 unreadableFileResponse() const override { return m_unreadableFileResponse.load(); }
+    void setUnreadableFileResponse(qint32 response) override;
+    qint32 unwritableFileResponse() const override { return m_unwritableFileResponse.load(); }
+    void setUnwritableFileResponse(qint32 response) override;
+    qint32 preExistingFileResponse() const override { return m_preExistingFileResponse.load(); }
+    void setPreExistingFileResponse(qint32 response) override;
+
+    ZKOptionalError error() const;
+    quint64 bytesCopied() const { return m_bytesCopied.load(); }
+    quint64 bytesVerified() const { return m_bytesVerified.load(); }
+    double minimumTimeBetweenNotifications() const { return m_minimumTimeBetweenNotifications; }
+    void setMinimumTimeBetweenNotifications(double seconds);
+
+    // Recomputes the derived figures and texts on the main thread, later.
+    void refresh();
+
+    // The completion handshake: returns once the last queued step's end
+    // handler has run, or after ten seconds.
+    void waitUntilAllOperationsAreFinished();
+
+private:
+    ZKCopyTask(ZKReaderPtr source, ZKWriterPtr destination);
+
+    void prepare();
+    void process();
+    void verify();
+    void remove();
+    void runOperation(const std::shared_ptr<ZKFileOperation> &operation, qint32 runningState,
+                      std::function<void(ZKFileOperation &)> endHandler);
+    void endPrepare(ZKFileOperation &operation);
+    void endProcess(ZKFileOperation &operation);
+    void endVerify(ZKFileOperation &operation);
+    void endRemove(ZKFileOperation &operation);
+    bool endsByCancellation(ZKFileOperation &operation, qint32 restingState);
+    void fail(const ZKOptionalError &error);
+    void signalOperationFinished();
+    bool isPartialCopy(qint32 previousState);
+    void cancelAndWait();
+    void configure(ZKFileOperation &operation) const;
+
+    void refreshIsIndeterminate();
+    void refreshTimeRemaining();
+    void refreshPercentCompleted();
+    void refreshDescription();
+    void refreshDetail();
+
+    // Runs fn on the main thread, now when already there.
+    static void onMain(const std::function<void()> &fn);
+
+    ZKOperationQueue m_operationQueue;
+    std::shared_ptr<ZKFileOperation> m_currentOperation;
+    mutable std::mutex m_lock; // guards the endpoints, the sets, the handlers and the error
+    ZKOptionalError m_error;
+    std::atomic<quint64> m_bytesCopied{0};
+    std::atomic<quint64> m_bytesVerified{0};
+    std::atomic<quint64> m_maximumTransferRate{0};
+    bool m_operationStarted = false; // guarded by m_completionLock
+    std::mutex m_completionLock;
+    std::condition_variable m_completionCondition;
+    std::atomic<bool> m_isIndeterminate{true};
+    std::atomic<bool> m_isVerifyEnabled{false};
+    std::atomic<bool> m_isVerifiedOk{false};
+    std::atomic<qint32> m_transferMode{0};
+    std::atomic<qint32> m_state{0};
+    std::atomic<qint32> m_unreadableFileResponse{2};
+    std::atomic<qint32> m_unwritableFileResponse{2};
+    std::atomic<qint32> m_preExistingFileResponse{2};
+    ZKReaderPtr m_source;
+    ZKWriterPtr m_destination;
+    QString m_sourceFilename;
+    QString m_sourceIcon;
+    QString m_destinationFilename;
+    bool m_sourceIsLocal = true;
+    QString m_detail;
+    QString m_description;
+    std::atomic<double> m_dataRate{0};
+    std::atomic<quint64> m_totalBytes{0};
+    std::atomic<quint64> m_progressBytes{0};
+    std::atomic<double> m_timeRemaining{0};
+    std::atomic<double> m_percentRemaining{1};
+    std::atomic<double> m_percentCompleted{0};
+    QSet<QUrl> m_skippedUrls;
+    QSet<QUrl> m_replacedUrls;
+    ZKFileHandler m_unreadableFileHandler;
+    ZKFileHandler m_unwritableFileHandler;
+    ZKFileHandler m_preExistingFileHandler;
+    ZKFileHandler m_preExistingDestinationHandler;
+    double m_minimumTimeBetweenNotifications = 1.0;
+};

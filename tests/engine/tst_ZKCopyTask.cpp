@@ -1,0 +1,301 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKCopyTask.h"
+#include "ZKFileSystemReader.h"
+#include "ZKFileSystemWriter.h"
+#include "ZKPreferences.h"
+#include "ZKQuestionPresenter.h"
+#include "ZKTaskState.h"
+#include "ZKTestSupport.h"
+#include "ZKTransferMode.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+using S = ZKTaskState;
+
+namespace {
+
+class ScriptedPresenter : public ZKQuestionPresenter {
+public:
+    ZKAnswer ask(const ZKQuestion &question) override {
+        m_questions << question.message;
+        return ZKAnswer{m_button, false};
+    }
+
+    QStringList m_questions;
+    int m_button = 0;
+};
+
+bool isResting(qint32 state) {
+    return state == S::PendingPreparation || state == S::PendingProcessing ||
+           state == S::PendingVerification || state == S::PendingRemoval || state >= S::Completed;
+}
+
+} // namespace
+
+class TestZKCopyTask : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void stepsThroughTheStates_data();
+    void stepsThroughTheStates();
+    void alreadyCopiedSourceCompletesAfterAnalysis();
+    void failedAnalysisHasNonZeroTotal();
+    void pauseDuringVerifyResumesAtOffset();
+    void cancelAsksAboutPartialFile_data();
+    void cancelAsksAboutPartialFile();
+    void savedProcessingTaskContinuesCopying();
+    void savedRemovingTaskStaysRemoving();
+    void texts_data();
+    void texts();
+
+private:
+    QString path(const QString &name) const { return QDir(m_dir->path()).filePath(name); }
+    std::shared_ptr<ZKCopyTask> makeTask(const QString &source);
+    // Starts the task and waits until it rests again; answers the states it
+    // went through.
+    QList<qint32> step(ZKCopyTask &task);
+    QList<qint32> runToEnd(ZKCopyTask &task);
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    ScriptedPresenter m_presenter;
+};
+
+void TestZKCopyTask::initTestCase() {
+    ZKPreferences::initialiseUserDefaults();
+    ZKQuestionPresenter::setShared(&m_presenter);
+}
+
+void TestZKCopyTask::init() {
+    m_dir = std::make_unique<QTemporaryDir>();
+    QDir(m_dir->path()).mkdir(QStringLiteral("out"));
+    m_presenter.m_questions.clear();
+    m_presenter.m_button = 0;
+}
+
+void TestZKCopyTask::cleanup() {
+    m_dir.reset();
+}
+
+std::shared_ptr<ZKCopyTask> TestZKCopyTask::makeTask(const QString &source) {
+    return ZKCopyTask::create(
+        ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(path(source))),
+        ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(path(QStringLiteral("out")))));
+}
+
+QList<qint32> TestZKCopyTask::step(ZKCopyTask &task) {
+    QList<qint32> states;
+    auto connection = connect(&task, &ZKTask::stateChanged, this, [&] { states << task.state(); });
+    task.start();
+    const bool rested =
+        QTest::qWaitFor([&] { return isResting(task.state()) && !states.isEmpty(); }, 20000);
+    disconnect(connection);
+    if (!rested) {
+        states << -1; // shows up in the comparison of the caller
+    }
+    return states;
+}
+
+QList<qint32> TestZKCopyTask::runToEnd(ZKCopyTask &task) {
+    QList<qint32> states;
+    for (int i = 0; i < 6 && task.state() < S::Completed; ++i) {
+        states += step(task);
+    }
+    return states;
+}
+
+void TestZKCopyTask::stepsThroughTheStates_data() {
+    QTest::addColumn<qsizetype>("size");
+    QTest::addColumn<bool>("verify");
+    QTest::addColumn<qint32>("mode");
+    QTest::addColumn<QList<qint32>>("expected");
+
+    QTest::newRow("copy") << qsizetype(300000) << false << qint32(ZKTransferMode::Copy)
+                          << QList<qint32>{S::Preparing, S::PendingProcessing, S::Processing,
+                                           S::Completed};
+    // A zero-byte source still passes through a copy step.
+    QTest::newRow("empty file") << qsizetype(0) << false << qint32(ZKTransferMode::Copy)
+                                << QList<qint32>{S::Preparing, S::PendingProcessing, S::Processing,
+                                                 S::Completed};
+    QTest::newRow("move with verify")
+        << qsizetype(300000) << true << qint32(ZKTransferMode::Move)
+        << QList<qint32>{S::Preparing, S::PendingProcessing, S::Processing, S::PendingVerification,
+                         S::Verifying, S::PendingRemoval,    S::Removing,   S::Completed};
+}
+
+void TestZKCopyTask::stepsThroughTheStates() {
+    QFETCH(qsizetype, size);
+    QFETCH(bool, verify);
+    QFETCH(qint32, mode);
+    QFETCH(QList<qint32>, expected);
+
+    const QByteArray content = ZKTestSupport::randomBytes(size, 7);
+    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("src")), content));
+    auto task = makeTask(QStringLiteral("src"));
+    task->setIsVerifyEnabled(verify);
+    task->setTransferMode(mode);
+
+    QCOMPARE(runToEnd(*task), expected);
+    QVERIFY2(!task->error(), qUtf8Printable(task->detail()));
+    QCOMPARE(ZKTestSupport::readFile(path(QStringLiteral("out/src"))), content);
+    QCOMPARE(QFile::exists(path(QStringLiteral("src"))), mode == ZKTransferMode::Copy);
+    QCOMPARE(task->isVerifiedOk(), verify);
+    QCOMPARE(task->totalBytes(), quint64(size));
+}
+
+void TestZKCopyTask::alreadyCopiedSourceCompletesAfterAnalysis() {
+    const QByteArray content = ZKTestSupport::randomBytes(100000, 3);
+    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("src")), content));
+    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("out/src")), content));
+    auto task = makeTask(QStringLiteral("src"));
+    QCOMPARE(step(*task), (QList<qint32>{S::Preparing, S::Completed}));
+    QCOMPARE(task->progressBytes(), quint64(100000));
+    QCOMPARE(task->totalBytes(), quint64(100000));
+}
+
+void TestZKCopyTask::failedAnalysisHasNonZeroTotal() {
+    auto task = makeTask(QStringLiteral("missing"));
+    QCOMPARE(step(*task), (QList<qint32>{S::Preparing, S::Failed}));
+    QCOMPARE(task->progressBytes(), quint64(0));
+    QCOMPARE(task->totalBytes(), quint64(1));
+    QTRY_VERIFY(task->detail().startsWith(QStringLiteral("Failed: ")));
+}
+
+void TestZKCopyTask::pauseDuringVerifyResumesAtOffset() {
+    const qsizetype size = 600000;
+    const QByteArray content = ZKTestSupport::randomBytes(size, 11);
+    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("src")), content));
+    auto task = makeTask(QStringLiteral("src"));
+    task->setIsVerifyEnabled(true);
+    step(*task); // analyse
+    step(*task); // copy
+    QCOMPARE(task->state(), S::PendingVerification);
+
+    // Slow enough that the verification is caught in the middle.
+    task->setMaximumTransferRate(200000);
+    task->start();
+    QTRY_VERIFY_WITH_TIMEOUT(task->bytesVerified() > 0, 10000);
+    task->pause();
+    QCOMPARE(task->state(), S::PendingVerification);
+    const quint64 verified = task->bytesVerified();
+    QVERIFY(verified > 0 && verified < quint64(size));
+    task->refresh();
+    QTRY_COMPARE(task->percentCompleted(), (double(size) + double(verified)) / (2.0 * size));
+
+    task->setMaximumTransferRate(0);
+    QCOMPARE(step(*task), (QList<qint32>{S::Verifying, S::Completed}));
+    QVERIFY(task->isVerifiedOk());
+}
+
+void TestZKCopyTask::cancelAsksAboutPartialFile_data() {
+    QTest::addColumn<int>("button");
+    QTest::addColumn<bool>("partialKept");
+    QTest::newRow("Delete") << 0 << false;
+    QTest::newRow("Keep") << 1 << true;
+}
+
+void TestZKCopyTask::cancelAsksAboutPartialFile() {
+    QFETCH(int, button);
+    QFETCH(bool, partialKept);
+
+    const QByteArray content = ZKTestSupport::randomBytes(2000000, 5);
+    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("src")), content));
+    auto task = makeTask(QStringLiteral("src"));
+    step(*task);
+    task->setMaximumTransferRate(300000);
+    task->start();
+    QTRY_VERIFY_WITH_TIMEOUT(task->bytesCopied() > 0, 10000);
+    m_presenter.m_button = button;
+    task->cancel();
+    QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Cancelled, 10000);
+    QCOMPARE(m_presenter.m_questions.size(), 1);
+    QVERIFY(m_presenter.m_questions[0].endsWith(QStringLiteral("out/src'?")));
+    QCOMPARE(QFile::exists(path(QStringLiteral("out/src"))), partialKept);
+    QVERIFY(QFile::exists(path(QStringLiteral("src"))));
+}
+
+void TestZKCopyTask::savedProcessingTaskContinuesCopying() {
+    const QByteArray content = ZKTestSupport::randomBytes(3000000, 9);
+    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("src")), content));
+    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("out/src")), content.left(1000000)));
+    auto saved = makeTask(QStringLiteral("src"))->asPropertyList();
+    saved[QStringLiteral("State")] = QStringLiteral("Processing");
+    saved[QStringLiteral("ProgressBytes")] = quint64(1000000);
+    saved[QStringLiteral("TotalBytes")] = quint64(3000000);
+
+    auto task = ZKCopyTask::create(saved);
+    QVERIFY(task);
+    QCOMPARE(task->state(), S::Processing);
+    QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Completed, 20000);
+    QCOMPARE(ZKTestSupport::readFile(path(QStringLiteral("out/src"))), content);
+}
+
+void TestZKCopyTask::savedRemovingTaskStaysRemoving() {
+    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("src")), "data"));
+    auto saved = makeTask(QStringLiteral("src"))->asPropertyList();
+    QCOMPARE(saved.size(), 14);
+    saved[QStringLiteral("State")] = QStringLiteral("Removing");
+    auto task = ZKCopyTask::create(saved);
+    QTest::qWait(100);
+    QCOMPARE(task->state(), S::Removing);
+    QVERIFY(QFile::exists(path(QStringLiteral("src"))));
+}
+
+void TestZKCopyTask::texts_data() {
+    QTest::addColumn<qint32>("state");
+    QTest::addColumn<qint32>("mode");
+    QTest::addColumn<QString>("description");
+    QTest::addColumn<QString>("detail");
+
+    QTest::newRow("waiting") << qint32(S::PendingPreparation) << qint32(ZKTransferMode::Copy)
+                             << "Copy \"src\" to \"out\""
+                             << "Waiting";
+    QTest::newRow("moving") << qint32(S::Processing) << qint32(ZKTransferMode::Move)
+                            << "Moving \"src\" to \"out\""
+                            << "512 bytes of 2.0 KB";
+    QTest::newRow("verify") << qint32(S::PendingVerification) << qint32(ZKTransferMode::Move)
+                            << "Verify \"src\""
+                            << "512 bytes of 2.0 KB";
+    QTest::newRow("done") << qint32(S::Completed) << qint32(ZKTransferMode::Copy)
+                          << "Copied \"src\" to \"out\""
+                          << "512 bytes of 2.0 KB - done";
+    QTest::newRow("removing") << qint32(S::Removing) << qint32(ZKTransferMode::Move)
+                              << "Move \"src\" to \"out\""
+                              << "Removing...";
+    QTest::newRow("cancelled") << qint32(S::Cancelled) << qint32(ZKTransferMode::Copy)
+                               << "Copy \"src\" to \"out\""
+                               << "Cancelled";
+}
+
+void TestZKCopyTask::texts() {
+    QFETCH(qint32, state);
+    QFETCH(qint32, mode);
+    QFETCH(QString, description);
+    QFETCH(QString, detail);
+
+    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("src")), "x"));
+    auto task = makeTask(QStringLiteral("src"));
+    task->setTransferMode(mode);
+    task->setTotalBytes(2048);
+    task->setProgressBytes(512);
+    task->setState(state);
+    task->refresh();
+    QTRY_COMPARE(task->description(), description);
+    QTRY_COMPARE(task->detail(), detail);
+}
+
+int main(int argc, char **argv) {
+    ZKTestSupport::isolateSettings();
+    QCoreApplication app(argc, argv);
+    TestZKCopyTask test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_ZKCopyTask.moc"
