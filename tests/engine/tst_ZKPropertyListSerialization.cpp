@@ -1,0 +1,367 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKPropertyListSerialization.h"
+
+#include <plist/plist.h>
+
+#include <QDateTime>
+#include <QTest>
+#include <QTimeZone>
+
+#include <limits>
+
+using S = ZKPropertyListSerialization;
+
+namespace {
+
+// Equal values of equal types, all the way down: 5 as int and 5 as qint64
+// compare equal as QVariants, but readers of saved files rely on the type.
+bool sameTyped(const QVariant &a, const QVariant &b) {
+    if (a.typeId() != b.typeId()) {
+        return false;
+    }
+    if (a.typeId() == QMetaType::QVariantList) {
+        const QVariantList x = a.toList(), y = b.toList();
+        return x.size() == y.size() && std::equal(x.begin(), x.end(), y.begin(), sameTyped);
+    }
+    if (a.typeId() == QMetaType::QVariantMap) {
+        const QVariantMap x = a.toMap(), y = b.toMap();
+        return x.keys() == y.keys() && std::equal(x.begin(), x.end(), y.begin(), sameTyped);
+    }
+    return a == b;
+}
+
+// Another writer's binary form of the same tree, made by libplist alone.
+QByteArray binaryFromXml(const QByteArray &xml) {
+    plist_t root = nullptr;
+    plist_from_xml(xml.constData(), uint32_t(xml.size()), &root);
+    char *bytes = nullptr;
+    uint32_t length = 0;
+    plist_to_bin(root, &bytes, &length);
+    QByteArray binary(bytes, length);
+    plist_to_bin_free(bytes);
+    plist_free(root);
+    return binary;
+}
+
+// A binary property list made by hand, for shapes no writer produces: each
+// object is its encoded bytes; references are one byte wide.
+QByteArray binaryPlist(const QList<QByteArray> &objects, quint64 top = 0) {
+    QByteArray data("bplist00");
+    QList<quint32> offsets;
+    for (const QByteArray &object : objects) {
+        offsets.append(quint32(data.size()));
+        data += object;
+    }
+    const quint64 table = quint64(data.size());
+    for (quint32 offset : offsets) {
+        for (int shift = 24; shift >= 0; shift -= 8) {
+            data += char(offset >> shift);
+        }
+    }
+    QByteArray trailer(32, '\0');
+    trailer[6] = 4; // offset size
+    trailer[7] = 4; // reference size
+    for (int i = 0; i < 8; ++i) {
+        trailer[8 + i] = char(quint64(objects.size()) >> (56 - 8 * i));
+        trailer[16 + i] = char(top >> (56 - 8 * i));
+        trailer[24 + i] = char(table >> (56 - 8 * i));
+    }
+    return data + trailer;
+}
+
+// An array of `count` references to object `target`.
+QByteArray arrayOf(int count, quint32 target) {
+    QByteArray object(1, char(0xA0 | count));
+    for (int i = 0; i < count; ++i) {
+        for (int shift = 24; shift >= 0; shift -= 8) {
+            object += char(target >> shift);
+        }
+    }
+    return object;
+}
+
+// Arrays nested `depth` deep, each holding `width` references to the next.
+QByteArray nestedBinary(int depth, int width = 1) {
+    QList<QByteArray> objects;
+    for (int i = 0; i < depth - 1; ++i) {
+        objects.append(arrayOf(width, quint32(i + 1)));
+    }
+    objects.append(arrayOf(0, 0));
+    return binaryPlist(objects);
+}
+
+QByteArray nestedXml(int depth) {
+    return "<plist version=\"1.0\">" + QByteArray("<array>").repeated(depth) +
+           QByteArray("</array>").repeated(depth) + "</plist>";
+}
+
+QVariant nestedList(int depth) {
+    QVariant value = QVariantList();
+    for (int i = 1; i < depth; ++i) {
+        value = QVariantList{value};
+    }
+    return value;
+}
+
+QDateTime utc(int year, int month, int day, int h, int m, int s, int ms = 0) {
+    return QDateTime(QDate(year, month, day), QTime(h, m, s, ms), QTimeZone::utc());
+}
+
+} // namespace
+
+class tst_ZKPropertyListSerialization : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void roundTrip_data();
+    void roundTrip();
+    void typeKeyIsWrittenFirst();
+    void binaryKeepsMilliseconds();
+    void readsOtherWritersXml_data();
+    void readsOtherWritersXml();
+    void refusesUnwritableValues_data();
+    void refusesUnwritableValues();
+    void refusesHostileData_data();
+    void refusesHostileData();
+    void truncationIsNeverSilent();
+    void refusesHugeData();
+};
+
+void tst_ZKPropertyListSerialization::roundTrip_data() {
+    QTest::addColumn<QVariant>("written");
+    QTest::addColumn<QVariant>("expected");
+
+    const QString text = QStringLiteral("Ärger <&> \"quoted\" ]]> tab\t cr\r lf\n ☃ \x01");
+    QByteArray allBytes;
+    for (int i = 0; i < 256; ++i) {
+        allBytes += char(i);
+    }
+    const qint64 int64Min = std::numeric_limits<qint64>::min();
+    const qint64 int64Max = std::numeric_limits<qint64>::max();
+    const quint64 uint64Max = std::numeric_limits<quint64>::max();
+
+    QTest::newRow("text") << QVariant(text) << QVariant(text);
+    QTest::newRow("empty text") << QVariant(QString()) << QVariant(QString(""));
+    QTest::newRow("true") << QVariant(true) << QVariant(true);
+    QTest::newRow("false") << QVariant(false) << QVariant(false);
+    QTest::newRow("int") << QVariant(42) << QVariant(qint64(42));
+    QTest::newRow("negative") << QVariant(qint64(-5)) << QVariant(qint64(-5));
+    QTest::newRow("int64 min") << QVariant(int64Min) << QVariant(int64Min);
+    QTest::newRow("int64 max") << QVariant(int64Max) << QVariant(int64Max);
+    QTest::newRow("small unsigned") << QVariant(quint64(7)) << QVariant(qint64(7));
+    QTest::newRow("2^63") << QVariant(quint64(int64Max) + 1) << QVariant(quint64(int64Max) + 1);
+    QTest::newRow("2^64 - 1") << QVariant(uint64Max) << QVariant(uint64Max);
+    QTest::newRow("real") << QVariant(0.1) << QVariant(0.1);
+    QTest::newRow("huge real") << QVariant(1e300) << QVariant(1e300);
+    QTest::newRow("infinity") << QVariant(qInf()) << QVariant(qInf());
+    QTest::newRow("data") << QVariant(allBytes) << QVariant(allBytes);
+    QTest::newRow("empty data") << QVariant(QByteArray()) << QVariant(QByteArray());
+    QTest::newRow("date") << QVariant(utc(2024, 2, 29, 13, 14, 15))
+                          << QVariant(utc(2024, 2, 29, 13, 14, 15));
+    QTest::newRow("date before 2001")
+        << QVariant(utc(1990, 7, 1, 0, 0, 1)) << QVariant(utc(1990, 7, 1, 0, 0, 1));
+    const QDateTime local(QDate(2030, 12, 24), QTime(18, 30));
+    QTest::newRow("local date") << QVariant(local) << QVariant(local.toUTC());
+    QTest::newRow("string list") << QVariant(QStringList{"a", "b"})
+                                 << QVariant(QVariantList{QString("a"), QString("b")});
+    QTest::newRow("empty containers") << QVariant(QVariantMap{{"list", QVariantList()}})
+                                      << QVariant(QVariantMap{{"list", QVariantList()}});
+    const QVariantMap task{{"Type", "CopyTask"},
+                           {"ProgressBytes", qint64(1) << 40},
+                           {"SkippedUrls", QVariantList{QString("file:///a%20b")}},
+                           {"Source", QVariantMap{{"Type", "FileSystemReader"}, {"Path", "/a"}}}};
+    QTest::newRow("document") << QVariant(QVariantMap{{"Tasks", QVariantList{task}}})
+                              << QVariant(QVariantMap{{"Tasks", QVariantList{task}}});
+    QTest::newRow("deepest allowed")
+        << nestedList(S::maximumNestingDepth) << nestedList(S::maximumNestingDepth);
+}
+
+void tst_ZKPropertyListSerialization::roundTrip() {
+    QFETCH(QVariant, written);
+    QFETCH(QVariant, expected);
+
+    ZKError error;
+    const QByteArray xml = S::dataFromPropertyList(written, &error);
+    QVERIFY2(!xml.isEmpty(), qPrintable(error.localizedDescription()));
+    QVERIFY(xml.startsWith("<?xml"));
+
+    const QList<QByteArray> forms{xml, binaryFromXml(xml),
+                                  S::binaryDataFromPropertyList(written, &error)};
+    for (const QByteArray &data : forms) {
+        const QVariant read = S::propertyListFromData(data, &error);
+        QVERIFY2(read.isValid(), qPrintable(error.localizedDescription()));
+        QVERIFY2(sameTyped(read, expected), qPrintable(QDebug::toString(read)));
+    }
+}
+
+void tst_ZKPropertyListSerialization::typeKeyIsWrittenFirst() {
+    const QVariantMap map{{"Alpha", 1}, {"Type", "CopyTask"}, {"Zulu", 2}};
+    const QByteArray xml = S::dataFromPropertyList(map);
+    const auto type = xml.indexOf("<key>Type</key>");
+    QVERIFY(type > 0);
+    QVERIFY(type < xml.indexOf("<key>Alpha</key>"));
+    QVERIFY(xml.indexOf("<key>Alpha</key>") < xml.indexOf("<key>Zulu</key>"));
+}
+
+void tst_ZKPropertyListSerialization::binaryKeepsMilliseconds() {
+    // XML dates hold whole seconds; the binary form is used for the
+    // pasteboard and keeps more.
+    const QDateTime date = utc(2020, 5, 17, 8, 9, 10, 250);
+    const QVariant fromBinary = S::propertyListFromData(S::binaryDataFromPropertyList(date));
+    QCOMPARE(fromBinary.toDateTime(), date);
+    const QVariant fromXml = S::propertyListFromData(S::dataFromPropertyList(date));
+    QCOMPARE(fromXml.toDateTime(), utc(2020, 5, 17, 8, 9, 10));
+}
+
+void tst_ZKPropertyListSerialization::readsOtherWritersXml_data() {
+    QTest::addColumn<QByteArray>("xml");
+    QTest::addColumn<QVariant>("expected");
+
+    QTest::newRow("unsigned maximum") << QByteArray("<integer>18446744073709551615</integer>")
+                                      << QVariant(std::numeric_limits<quint64>::max());
+    QTest::newRow("minus one") << QByteArray("<integer>-1</integer>") << QVariant(qint64(-1));
+    QTest::newRow("date") << QByteArray("<date>2011-03-04T05:06:07Z</date>")
+                          << QVariant(utc(2011, 3, 4, 5, 6, 7));
+    QTest::newRow("comment and CDATA")
+        << QByteArray("<array><!-- </array> --><string><![CDATA[</array>]]></string></array>")
+        << QVariant(QVariantList{QString("</array>")});
+    QTest::newRow("empty elements")
+        << QByteArray("<dict><key>a</key><array/><key>b</key><dict/></dict>")
+        << QVariant(QVariantMap{{"a", QVariantList()}, {"b", QVariantMap()}});
+}
+
+void tst_ZKPropertyListSerialization::readsOtherWritersXml() {
+    QFETCH(QByteArray, xml);
+    QFETCH(QVariant, expected);
+
+    const QByteArray document = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                                "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+                                "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+                                "<plist version=\"1.0\">" +
+                                xml + "</plist>\n";
+    ZKError error;
+    const QVariant read = S::propertyListFromData(document, &error);
+    QVERIFY2(read.isValid(), qPrintable(error.localizedDescription()));
+    QVERIFY2(sameTyped(read, expected), qPrintable(QDebug::toString(read)));
+}
+
+void tst_ZKPropertyListSerialization::refusesUnwritableValues_data() {
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QString>("message");
+
+    QTest::newRow("url") << QVariant(QUrl("file:///a")) << "value of type 'QUrl'";
+    QTest::newRow("null") << QVariant() << "value of type 'none'";
+    QTest::newRow("nested, with its place")
+        << QVariant(QVariantMap{
+               {"Tasks", QVariantList{QVariantMap{{"Source", QVariant::fromValue(QSize())}}}}})
+        << "(at 'Tasks/0/Source')";
+    QTest::newRow("NUL in text") << QVariant(QString("a") + QChar(0) + "b") << "null character";
+    QTest::newRow("NUL in key") << QVariant(QVariantMap{{QString("a") + QChar(0), 1}})
+                                << "null character";
+    QTest::newRow("date after 2069") << QVariant(utc(2100, 1, 1, 0, 0, 0)) << "outside the range";
+    QTest::newRow("invalid date") << QVariant(QDateTime()) << "invalid date";
+    QTest::newRow("too deep") << nestedList(S::maximumNestingDepth + 1) << "256 levels deep";
+}
+
+void tst_ZKPropertyListSerialization::refusesUnwritableValues() {
+    QFETCH(QVariant, value);
+    QFETCH(QString, message);
+
+    for (const bool binary : {false, true}) {
+        ZKError error;
+        const QByteArray data = binary ? S::binaryDataFromPropertyList(value, &error)
+                                       : S::dataFromPropertyList(value, &error);
+        QVERIFY(data.isEmpty());
+        QCOMPARE(error.domain(), ZKError::applicationDomain);
+        QCOMPARE(error.code(), S::unsupportedValueCode);
+        QVERIFY2(error.localizedDescription().contains(message),
+                 qPrintable(error.localizedDescription()));
+    }
+    QVERIFY(S::dataFromPropertyList(value).isEmpty()); // no error object asked for
+}
+
+void tst_ZKPropertyListSerialization::refusesHostileData_data() {
+    QTest::addColumn<QByteArray>("data");
+    QTest::addColumn<QString>("message");
+
+    const QString notPlist = QStringLiteral("not a readable property list");
+    const QString truncated = QStringLiteral("may be truncated");
+    const QString damaged = QStringLiteral("binary property list is damaged");
+    const QString tooDeep = QStringLiteral("256 levels deep");
+
+    QTest::newRow("empty") << QByteArray() << "empty";
+    QTest::newRow("blank") << QByteArray("  \n") << notPlist;
+    QTest::newRow("plain text") << QByteArray("hello") << notPlist;
+    QTest::newRow("no value") << QByteArray("<plist></plist>") << notPlist;
+    QTest::newRow("unclosed dict") << QByteArray("<plist><dict><key>a</key>") << truncated;
+    QTest::newRow("cut in a tag") << QByteArray("<plist><array><str") << truncated;
+    QTest::newRow("unclosed comment") << QByteArray("<plist><!-- </plist>") << truncated;
+    QTest::newRow("crossed tags") << QByteArray("<plist><array></dict></plist>") << "well-formed";
+    QTest::newRow("date after 2069")
+        << QByteArray("<plist><date>2100-01-01T00:00:00Z</date></plist>")
+        << "outside the readable range";
+    QTest::newRow("xml 257 deep") << nestedXml(S::maximumNestingDepth + 1) << tooDeep;
+    // Deep enough to overflow the stack when libplist frees the tree.
+    QTest::newRow("xml 2 000 000 deep") << nestedXml(2000000) << tooDeep;
+    QTest::newRow("random bytes") << QByteArray::fromHex("8f00ff13c0de7e57") << notPlist;
+    QTest::newRow("binary header only") << QByteArray("bplist00") << damaged;
+    QTest::newRow("binary garbage") << QByteArray("bplist00") + QByteArray(64, '\xff') << damaged;
+    QByteArray badOffset = binaryPlist({arrayOf(0, 0)});
+    badOffset[badOffset.size() - 32 - 1] = char(0xF0); // the object lies beyond the data
+    QTest::newRow("binary offset out of range") << badOffset << damaged;
+    QTest::newRow("binary reference out of range") << binaryPlist({arrayOf(1, 9)}) << damaged;
+    QTest::newRow("binary UID") << binaryPlist({QByteArray::fromHex("8005")}) << "kind";
+    QTest::newRow("binary cycle") << binaryPlist({arrayOf(1, 0)}) << "includes itself";
+    QTest::newRow("binary 257 deep") << nestedBinary(S::maximumNestingDepth + 1) << tooDeep;
+    QTest::newRow("binary 200 000 deep") << nestedBinary(200000) << tooDeep;
+    // 60 levels of two references each would expand to 2^60 objects.
+    QTest::newRow("binary expansion") << nestedBinary(60, 2) << "too often";
+}
+
+void tst_ZKPropertyListSerialization::refusesHostileData() {
+    QFETCH(QByteArray, data);
+    QFETCH(QString, message);
+
+    ZKError error;
+    const QVariant read = S::propertyListFromData(data, &error);
+    QVERIFY2(!read.isValid(), qPrintable(QDebug::toString(read)));
+    QCOMPARE(error.domain(), ZKError::applicationDomain);
+    QCOMPARE(error.code(), S::unreadableDataCode);
+    QVERIFY2(error.localizedDescription().contains(message),
+             qPrintable(error.localizedDescription()));
+    QVERIFY(!S::propertyListFromData(data).isValid());
+}
+
+void tst_ZKPropertyListSerialization::truncationIsNeverSilent() {
+    const QVariantMap document{{"Type", "FerrowickDocument"},
+                               {"Tasks", QVariantList{QVariantMap{{"Path", "/a"}, {"Size", 7}},
+                                                      QVariantMap{{"Path", "/b"}}}}};
+    const QByteArray xml = S::dataFromPropertyList(document);
+    const QList<QByteArray> forms{xml, S::binaryDataFromPropertyList(document)};
+    for (const QByteArray &data : forms) {
+        const QVariant whole = S::propertyListFromData(data);
+        QVERIFY(whole.isValid());
+        for (qsizetype length = 0; length < data.size(); ++length) {
+            ZKError error;
+            const QVariant read = S::propertyListFromData(data.left(length), &error);
+            QVERIFY2(
+                !read.isValid() || read == whole,
+                qPrintable(
+                    QStringLiteral("cut at %1 gave %2").arg(length).arg(QDebug::toString(read))));
+            QVERIFY(read.isValid() || !error.localizedDescription().isEmpty());
+        }
+    }
+}
+
+void tst_ZKPropertyListSerialization::refusesHugeData() {
+    const QByteArray huge(S::maximumDataSize + 1, ' ');
+    ZKError error;
+    QVERIFY(!S::propertyListFromData(huge, &error).isValid());
+    QCOMPARE(error.code(), S::unreadableDataCode);
+    QVERIFY2(error.localizedDescription().contains("more than the 268435456 bytes"),
+             qPrintable(error.localizedDescription()));
+}
+
+QTEST_GUILESS_MAIN(tst_ZKPropertyListSerialization)
+#include "tst_ZKPropertyListSerialization.moc"
