@@ -409,10 +409,17 @@ void ZKCopyTask::cancel() {
     const qint32 previous = state();
     setState(S::Cancelling);
     cancelAndWait();
-    bool deletePartial = false;
-    if (isPartialCopy(previous)) {
+    // The look at the partial file, the question and the removal run on the
+    // task's worker, in line with its other operations, so no endpoint is
+    // ever used by two threads. The state is settled by the completion,
+    // which runs even when something cancels this operation too.
+    auto operation = std::make_shared<ZKBlockOperation>([this, previous] {
+        if (!isPartialCopy(previous)) {
+            return;
+        }
         const auto dest = destination();
-        const QString path = QDir(dest ? dest->description() : QString()).filePath(filename());
+        const QString path = QDir(dest->description()).filePath(filename());
+        bool deletePartial = false;
         onMain([&] {
             ZKQuestion question;
             question.message =
@@ -420,15 +427,14 @@ void ZKCopyTask::cancel() {
             question.buttons = {QStringLiteral("Delete"), QStringLiteral("Keep")};
             deletePartial = ZKQuestionPresenter::askShared(question).button == 0;
         });
-    }
-    auto operation = std::make_shared<ZKBlockOperation>([this, deletePartial] {
-        if (deletePartial) {
-            if (const auto dest = destination(); dest && dest->open()) {
-                dest->removeFile(filename());
-                dest->close();
-            }
+        if (deletePartial && dest->open()) {
+            dest->removeFile(filename());
+            dest->close();
         }
+    });
+    operation->setCompletionBlock([this] {
         onMain([this] { setState(S::Cancelled); });
+        refresh();
     });
     m_operationQueue.addOperation(operation);
     refresh();
@@ -701,10 +707,12 @@ void ZKCopyTask::setSource(ZKReaderPtr source) {
         m_sourceIcon = m_source ? m_source->icon() : QString();
         m_sourceIsLocal = !m_source || m_source->isLocal();
     }
-    Q_EMIT sourceChanged();
-    Q_EMIT filenameChanged();
-    Q_EMIT iconChanged();
-    Q_EMIT isResumableChanged();
+    onMain([this] {
+        Q_EMIT sourceChanged();
+        Q_EMIT filenameChanged();
+        Q_EMIT iconChanged();
+        Q_EMIT isResumableChanged();
+    });
 }
 
 ZKWriterPtr ZKCopyTask::destination() const {
@@ -718,8 +726,10 @@ void ZKCopyTask::setDestination(ZKWriterPtr destination) {
         m_destination = std::move(destination);
         m_destinationFilename = m_destination ? m_destination->filename() : QString();
     }
-    Q_EMIT destinationChanged();
-    Q_EMIT destinationDirectoryChanged();
+    onMain([this] {
+        Q_EMIT destinationChanged();
+        Q_EMIT destinationDirectoryChanged();
+    });
 }
 
 void ZKCopyTask::setTransferMode(qint32 mode) {
@@ -822,7 +832,7 @@ void ZKCopyTask::setSkippedUrls(const QSet<QUrl> &urls) {
         std::lock_guard locker(m_lock);
         m_skippedUrls = urls;
     }
-    Q_EMIT skippedUrlsChanged();
+    onMain([this] { Q_EMIT skippedUrlsChanged(); });
 }
 
 QSet<QUrl> ZKCopyTask::replacedUrls() const {
@@ -835,7 +845,7 @@ void ZKCopyTask::setReplacedUrls(const QSet<QUrl> &urls) {
         std::lock_guard locker(m_lock);
         m_replacedUrls = urls;
     }
-    Q_EMIT replacedUrlsChanged();
+    onMain([this] { Q_EMIT replacedUrlsChanged(); });
 }
 
 #define ZK_HANDLER_ACCESSORS(Getter, Setter, field)                                                \
