@@ -24,16 +24,15 @@ struct Registry {
 // can appear in a saved queue, on the pasteboard or in the user settings is
 // registered here under its name without the prefix.
 void registerBuiltinClasses(QHash<QString, ZKPropertyListParser::Factory> &factories) {
-    // Every saveable class, under its name without the prefix. FTP and HTTP
-    // endpoints join here when they exist.
-    factories.insert(QStringLiteral("FileSystemReader"), [](const QVariantMap &plist) {
-        return std::make_shared<ZKFileSystemReader>(plist);
+    // Endpoints hand out shared_from_this, so they are made by make_shared.
+    factories.insert(QStringLiteral("FileSystemReader"), [](const QVariantMap &dict) {
+        return std::make_shared<ZKFileSystemReader>(dict);
     });
-    factories.insert(QStringLiteral("FileSystemWriter"), [](const QVariantMap &plist) {
-        return std::make_shared<ZKFileSystemWriter>(plist);
+    factories.insert(QStringLiteral("FileSystemWriter"), [](const QVariantMap &dict) {
+        return std::make_shared<ZKFileSystemWriter>(dict);
     });
-    factories.insert(QStringLiteral("CopyTask"),
-                     [](const QVariantMap &plist) { return ZKCopyTask::create(plist); });
+    // The other endpoints ("HttpReader", "FtpReader", "FtpWriter") and the
+    // task ("CopyTask") are added here.
 }
 // ---------------------------------------------------------------------------
 
