@@ -1,0 +1,195 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKPropertyListParser.h"
+#include "ZKPropertyListSerialization.h"
+#include "ZKReader.h"
+
+#include <QRegularExpression>
+#include <QTest>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+namespace {
+
+class Probe : public ZKPropertyListObject {
+public:
+    explicit Probe(const QVariantMap &dict)
+        : m_dict(dict) {}
+    QVariantMap asPropertyList() const override { return m_dict; }
+
+    QVariantMap m_dict;
+    std::shared_ptr<ZKPropertyListObject> m_part;
+};
+
+class OtherProbe : public ZKPropertyListObject {
+public:
+    QVariantMap asPropertyList() const override { return {{"Type", "OtherProbe"}}; }
+};
+
+} // namespace
+
+class tst_ZKPropertyListParser : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void recreatesRegisteredClass();
+    void factoriesMayParseTheirParts();
+    void refuses_data();
+    void refuses();
+    void registersFromManyThreads();
+    void builtinEndpoints_data();
+    void builtinEndpoints();
+    void urlsRoundTrip();
+    void urlTextsAreStable();
+    void invalidUrlTextsAreLeftOut();
+};
+
+void tst_ZKPropertyListParser::initTestCase() {
+    ZKPropertyListParser::registerClass("Probe", [](const QVariantMap &dict) {
+        auto probe = std::make_shared<Probe>(dict);
+        // A task re-creates its endpoints the same way.
+        if (dict.contains("Part")) {
+            probe->m_part = ZKPropertyListParser::parseObject(dict.value("Part").toMap());
+        }
+        return probe;
+    });
+    ZKPropertyListParser::registerClass(
+        "OtherProbe", [](const QVariantMap &) { return std::make_shared<OtherProbe>(); });
+    ZKPropertyListParser::registerClass("Unloadable", nullptr);
+}
+
+void tst_ZKPropertyListParser::recreatesRegisteredClass() {
+    const QVariantMap dict{{"Type", "Probe"}, {"Size", 5}};
+    ZKError error;
+    const auto object = ZKPropertyListParser::parseObject(dict, &error);
+    QVERIFY2(object, qPrintable(error.localizedDescription()));
+    QCOMPARE(object->asPropertyList(), dict);
+    QVERIFY(ZKPropertyListParser::parseObjectOfType<Probe>(dict));
+    // Of another family: nothing, and nothing to report.
+    QVERIFY(!ZKPropertyListParser::parseObjectOfType<OtherProbe>(dict, &error));
+    QVERIFY(ZKPropertyListParser::parseObjectOfType<OtherProbe>({{"Type", "OtherProbe"}}));
+}
+
+void tst_ZKPropertyListParser::factoriesMayParseTheirParts() {
+    const QVariantMap dict{{"Type", "Probe"}, {"Part", QVariantMap{{"Type", "OtherProbe"}}}};
+    const auto probe = ZKPropertyListParser::parseObjectOfType<Probe>(dict);
+    QVERIFY(probe);
+    QVERIFY(std::dynamic_pointer_cast<OtherProbe>(probe->m_part));
+}
+
+void tst_ZKPropertyListParser::refuses_data() {
+    QTest::addColumn<QVariantMap>("dict");
+    QTest::addColumn<qint64>("code");
+    QTest::addColumn<QString>("message");
+
+    QTest::newRow("no type") << QVariantMap{{"Path", "/a"}} << qint64(-1009)
+                             << "The property 'Type' was not found in the property list.";
+    QTest::newRow("unknown class") << QVariantMap{{"Type", "Teleporter"}} << qint64(-1009)
+                                   << "'Teleporter' is not recognised as a valid class name.";
+    // The prefix belongs to the class name, never to the saved type.
+    QTest::newRow("prefixed type") << QVariantMap{{"Type", "ZKProbe"}} << qint64(-1009)
+                                   << "'ZKProbe' is not recognised as a valid class name.";
+    QTest::newRow("no property-list support")
+        << QVariantMap{{"Type", "Unloadable"}} << qint64(-1010)
+        << "The 'Unloadable' class does not support initialisation from a property list.";
+}
+
+void tst_ZKPropertyListParser::refuses() {
+    QFETCH(QVariantMap, dict);
+    QFETCH(qint64, code);
+    QFETCH(QString, message);
+
+    ZKError error;
+    QVERIFY(!ZKPropertyListParser::parseObject(dict, &error));
+    QCOMPARE(error, ZKError(ZKError::applicationDomain, code, message));
+    QVERIFY(!ZKPropertyListParser::parseObject(dict)); // no error object asked for
+}
+
+void tst_ZKPropertyListParser::registersFromManyThreads() {
+    std::atomic<int> failures = 0;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([t, &failures] {
+            for (int i = 0; i < 200; ++i) {
+                const QString type = QStringLiteral("Probe%1x%2").arg(t).arg(i);
+                ZKPropertyListParser::registerClass(
+                    type, [](const QVariantMap &dict) { return std::make_shared<Probe>(dict); });
+                if (!ZKPropertyListParser::parseObject({{"Type", type}}) ||
+                    !ZKPropertyListParser::parseObject({{"Type", "Probe"}})) {
+                    ++failures;
+                }
+            }
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    QCOMPARE(failures.load(), 0);
+}
+
+void tst_ZKPropertyListParser::builtinEndpoints_data() {
+    QTest::addColumn<QVariantMap>("dict");
+    QTest::newRow("reader") << QVariantMap{{"Type", "FileSystemReader"}, {"Path", "/tmp/a b"}};
+    QTest::newRow("writer") << QVariantMap{{"Type", "FileSystemWriter"}, {"Path", "/tmp/a b"}};
+}
+
+void tst_ZKPropertyListParser::builtinEndpoints() {
+    QFETCH(QVariantMap, dict);
+
+    ZKError error;
+    const auto endpoint = ZKPropertyListParser::parseObject(dict, &error);
+    QVERIFY2(endpoint, qPrintable(error.localizedDescription()));
+    const QVariantMap saved = endpoint->asPropertyList();
+    QCOMPARE(saved.value("Type"), dict.value("Type"));
+    QCOMPARE(saved.value("Path"), dict.value("Path"));
+}
+
+void tst_ZKPropertyListParser::urlsRoundTrip() {
+    const QSet<QUrl> urls{
+        QUrl::fromLocalFile("/home/ann/My Documents/report (final).pdf"),
+        QUrl::fromLocalFile(QString::fromUtf8("/home/ann/Ünïcødé/日本語 ☃.txt")),
+        QUrl::fromLocalFile("/tmp/100% #1?.txt"),
+        QUrl::fromLocalFile("/"),
+        QUrl("ftp://ann@example.org:2121/pub/a%20b/"),
+        QUrl("https://example.org/get?file=a%26b&x=%C3%A9"),
+    };
+    const QVariantList texts = ZKPropertyListParser::formatUrls(urls);
+    QCOMPARE(texts.size(), urls.size());
+    // Through a saved file as well, where every text must survive XML.
+    const QVariant saved = ZKPropertyListSerialization::propertyListFromData(
+        ZKPropertyListSerialization::dataFromPropertyList(texts));
+    QCOMPARE(ZKPropertyListParser::parseUrls(saved.toList()), urls);
+    for (const QVariant &text : texts) {
+        QVERIFY2(QUrl(text.toString()).isLocalFile() == text.toString().startsWith("file:///"),
+                 qPrintable(text.toString()));
+    }
+}
+
+void tst_ZKPropertyListParser::urlTextsAreStable() {
+    // A set's order changes from run to run; the saved file must not.
+    QSet<QUrl> forwards, backwards;
+    for (int i = 0; i < 50; ++i) {
+        forwards.insert(QUrl::fromLocalFile(QStringLiteral("/data/%1").arg(i)));
+        backwards.insert(QUrl::fromLocalFile(QStringLiteral("/data/%1").arg(49 - i)));
+    }
+    const QVariantList texts = ZKPropertyListParser::formatUrls(forwards);
+    QCOMPARE(texts, ZKPropertyListParser::formatUrls(backwards));
+    QCOMPARE(texts.first().toString(), QStringLiteral("file:///data/0"));
+    QCOMPARE(ZKPropertyListParser::formatUrls({QUrl::fromLocalFile("/a b/é")}),
+             QVariantList{QStringLiteral("file:///a%20b/%C3%A9")});
+}
+
+void tst_ZKPropertyListParser::invalidUrlTextsAreLeftOut() {
+    const QRegularExpression warning(QStringLiteral("Ignoring a saved URL that is not valid"));
+    QTest::ignoreMessage(QtWarningMsg, warning);
+    QTest::ignoreMessage(QtWarningMsg, warning);
+    const QSet<QUrl> urls = ZKPropertyListParser::parseUrls(
+        {QString("file:///kept"), QString(), QString("http://[::1")});
+    QCOMPARE(urls, QSet<QUrl>{QUrl("file:///kept")});
+}
+
+QTEST_GUILESS_MAIN(tst_ZKPropertyListParser)
+#include "tst_ZKPropertyListParser.moc"
