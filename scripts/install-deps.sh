@@ -7,12 +7,25 @@
 set -euo pipefail
 
 packages=(
+  # build
   build-essential cmake pkg-config git
   qt6-base-dev qt6-base-dev-tools libqt6dbus6 libqt6network6
   libplist-dev libicu-dev libsecret-1-dev libcanberra-dev
   clang-format
-  dbus dbus-daemon
+  # servers and peers the tests start on 127.0.0.1 or a private bus
+  dbus dbus-daemon util-linux vsftpd nginx-light python3 openssl
+  gnome-keyring libsecret-tools
+  # reference tools of the benchmarks
+  curl wget rsync
+  # shared libraries of the FTP daemons unpacked below
+  libsodium23 libcap2 libcrypt1 libpam0g libssl3 libhiredis0.14 libmemcached11
+  libmemcachedutil2 libidn2-0 libpcre2-8-0 libpcre2-posix3 libacl1 libncursesw6
+  libtinfo6 zlib1g
 )
+
+sudo=""
+[ "$(id -u)" -eq 0 ] || sudo="sudo"
+export DEBIAN_FRONTEND=noninteractive
 
 missing=()
 for p in "${packages[@]}"; do
@@ -21,10 +34,31 @@ for p in "${packages[@]}"; do
   fi
 done
 
+updated=0
 if [ ${#missing[@]} -gt 0 ]; then
-  sudo=""
-  [ "$(id -u)" -eq 0 ] || sudo="sudo"
-  export DEBIAN_FRONTEND=noninteractive
   $sudo apt-get update
+  updated=1
   $sudo apt-get install -y --no-install-recommends "${missing[@]}"
 fi
+
+# Debian's FTP daemons exclude each other as packages, yet the tests run all
+# three side by side: vsftpd is installed above, pure-ftpd and proftpd are
+# unpacked into a cache folder outside the source tree and run from there.
+ftpd_dir=${FERROWICK_FTPD_DIR:-/var/cache/ferrowick/ftpd}
+unpack() {
+  local package=$1 marker=$2
+  [ -x "$ftpd_dir/$package/$marker" ] && return 0
+  if [ "$updated" -eq 0 ]; then
+    $sudo apt-get update
+    updated=1
+  fi
+  local work
+  work=$(mktemp -d)
+  chmod 777 "$work" # apt-get download runs as the _apt user
+  (cd "$work" && apt-get download "$package" 2>&1 | grep -v "^W: Download is performed unsandboxed" || true)
+  $sudo mkdir -p "$ftpd_dir/$package"
+  $sudo dpkg-deb -x "$work"/"${package}"_*.deb "$ftpd_dir/$package"
+  rm -rf "$work"
+}
+unpack pure-ftpd usr/sbin/pure-ftpd
+unpack proftpd-core usr/sbin/proftpd
