@@ -31,6 +31,8 @@ void registerBuiltinClasses(QHash<QString, ZKPropertyListParser::Factory> &facto
     factories.insert(QStringLiteral("FileSystemWriter"), [](const QVariantMap &dict) {
         return std::make_shared<ZKFileSystemWriter>(dict);
     });
+    factories.insert(QStringLiteral("CopyTask"),
+                     [](const QVariantMap &dict) { return ZKCopyTask::create(dict); });
     // The other endpoints ("HttpReader", "FtpReader", "FtpWriter") and the
     // task ("CopyTask") are added here.
 }
