@@ -5,7 +5,14 @@
 #include "ZKAnalyseCopyOperation.h"
 #include "ZKLogging.h"
 
+#include <QFile>
 #include <QHash>
+
+#include <algorithm>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -189,14 +196,16 @@ void ZKCopyOperation::copyFileFrom(ZKReader &reader, ZKWriter &folder) {
         file->close();
         return;
     }
+    quint64 resumedAt = 0;
     if (file->size() != 0) {
         file = openForResume(reader, folder, file);
         if (!file) {
             return;
         }
+        resumedAt = file->size();
     }
 
-    copyContents(reader, *file);
+    copyContents(reader, *file, resumedAt);
     file->close();
     if (!isCancelled() && !hasError()) {
         copyAttributesFrom(reader, *file, true);
@@ -307,12 +316,33 @@ void ZKCopyOperation::report(quint64 &unreported, Clock::time_point &lastNotific
     unreported = 0;
 }
 
-void ZKCopyOperation::copyContents(ZKReader &reader, ZKWriter &file) {
-    Clock::time_point throttleStart = Clock::now();
-    Clock::time_point lastNotification = throttleStart;
-    double residual = 0;
-    quint64 unreported = 0;
-    while (reader.hasMoreData()) {
+bool ZKCopyOperation::afterBlock(quint64 length, quint64 rate, Pacing &pacing) {
+    pacing.unreported += length;
+    m_bytesWritten += length;
+    if (isCancelled()) {
+        return false;
+    }
+    if (rate != 0) {
+        pacing.residual = sleepForTransferOf(length, pacing.throttleStart, pacing.residual);
+        if (isCancelled()) {
+            return false;
+        }
+    }
+    if (secondsSince(pacing.lastNotification) > minimumTimeBetweenNotifications()) {
+        report(pacing.unreported, pacing.lastNotification);
+    }
+    pacing.throttleStart = Clock::now();
+    return true;
+}
+
+void ZKCopyOperation::copyContents(ZKReader &reader, ZKWriter &file, quint64 position) {
+    Pacing pacing;
+    pacing.throttleStart = Clock::now();
+    pacing.lastNotification = pacing.throttleStart;
+    const bool local = reader.isLocal() && file.isLocal() && reader.size() > position &&
+                       reader.size() - position >= localCopyMinimum;
+    const bool goOn = !local || copyLocally(reader, file, position, pacing);
+    while (goOn && reader.hasMoreData()) {
         if (isCancelled()) {
             break;
         }
@@ -340,25 +370,89 @@ void ZKCopyOperation::copyContents(ZKReader &reader, ZKWriter &file) {
             }
             length = quint64(block.size());
         }
-        unreported += length;
-        m_bytesWritten += length;
-        if (isCancelled()) {
+        if (!afterBlock(length, rate, pacing)) {
             break;
         }
-        if (rate != 0) {
-            residual = sleepForTransferOf(length, throttleStart, residual);
-            if (isCancelled()) {
-                break;
+    }
+    if (pacing.unreported != 0) {
+        report(pacing.unreported, pacing.lastNotification);
+    }
+}
+
+// Between two local files the kernel copies each block itself, which spares
+// copying every byte out to this process and back. Blocks, pacing,
+// notifications and cancellation stay those of the block loop. Whatever goes
+// wrong here is left to the block loop, which continues from the same place
+// and reports a failure in the endpoints' own words. Answers false when the
+// block loop must not continue.
+bool ZKCopyOperation::copyLocally(ZKReader &reader, ZKWriter &file, quint64 position,
+                                  Pacing &pacing) {
+    const QByteArray sourcePath = QFile::encodeName(reader.url().toLocalFile());
+    const QByteArray copyPath = QFile::encodeName(file.url().toLocalFile());
+    const int in = ::open(sourcePath.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (in < 0) {
+        return true;
+    }
+    const int out = ::open(copyPath.constData(), O_WRONLY | O_CLOEXEC | O_NONBLOCK);
+    struct stat inStatus {};
+    struct stat outStatus {};
+    if (out < 0 || ::fstat(in, &inStatus) != 0 || ::fstat(out, &outStatus) != 0 ||
+        !S_ISREG(inStatus.st_mode) || !S_ISREG(outStatus.st_mode) ||
+        quint64(outStatus.st_size) != file.size()) {
+        if (out >= 0) {
+            ::close(out);
+        }
+        ::close(in);
+        return true;
+    }
+
+    const quint64 end = reader.size();
+    loff_t inOffset = loff_t(position);
+    loff_t outOffset = loff_t(outStatus.st_size);
+    bool goOn = true;
+    while (quint64(inOffset) < end) {
+        if (isCancelled()) {
+            goOn = false;
+            break;
+        }
+        // The block readBlockOfMaximumLength or readBlock would have given.
+        const quint64 rate = maximumTransferRate();
+        const quint64 wanted = std::min<quint64>(
+            rate != 0 && rate < ZKReader::standardBlockSize ? rate : ZKReader::standardBlockSize,
+            end - quint64(inOffset));
+        const ssize_t copied = ::copy_file_range(in, &inOffset, out, &outOffset, wanted, 0);
+        if (copied <= 0) {
+            if (copied < 0 && errno == EINTR) {
+                continue;
             }
+            break;
         }
-        if (secondsSince(lastNotification) > minimumTimeBetweenNotifications()) {
-            report(unreported, lastNotification);
+        if (!afterBlock(quint64(copied), rate, pacing)) {
+            goOn = false;
+            break;
         }
-        throttleStart = Clock::now();
     }
-    if (unreported != 0) {
-        report(unreported, lastNotification);
+    ::close(out);
+    ::close(in);
+    if (quint64(inOffset) == position) {
+        return goOn; // nothing was written: the endpoints stand where they stood
     }
+    // The endpoints continue from where the kernel stopped; the writer is
+    // opened again to stand at the new end of the file.
+    file.close();
+    if (!reader.seekToPosition(quint64(inOffset)) || !file.open() ||
+        file.size() != quint64(outOffset)) {
+        if (!hasError()) {
+            takeError(
+                file.error(),
+                ZKError::application(
+                    ZKErrorCode::createFailed,
+                    QStringLiteral("Unable to access '%1': another process is writing to the file.")
+                        .arg(file.url().path())));
+        }
+        return false;
+    }
+    return goOn;
 }
 
 void ZKCopyOperation::copyAttributesFrom(ZKReader &reader, ZKWriter &writer, bool complete) {
@@ -376,8 +470,9 @@ void ZKCopyOperation::copyAttributesFrom(ZKReader &reader, ZKWriter &writer, boo
         writer.setOwner(reader.owner());
     }
     writer.setIsExtensionHidden(reader.isExtensionHidden());
-    // Last: an immutable item refuses every later change.
-    if (complete) {
+    // Last: an immutable item refuses every later change. A file that was
+    // just written to cannot carry the flag, so there is nothing to clear.
+    if (complete && (reader.isImmutable() || writer.isDirectory())) {
         writer.setIsImmutable(reader.isImmutable());
     }
 }

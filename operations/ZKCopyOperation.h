@@ -56,7 +56,18 @@ private:
     // later run from finishing it.
     void copyAttributesFrom(ZKReader &reader, ZKWriter &writer, bool complete);
     ZKWriterPtr openForResume(ZKReader &reader, ZKWriter &folder, ZKWriterPtr file);
-    void copyContents(ZKReader &reader, ZKWriter &file);
+    struct Pacing {
+        Clock::time_point throttleStart;
+        Clock::time_point lastNotification;
+        double residual = 0;
+        quint64 unreported = 0;
+    };
+    // Files this large go through the kernel when both ends are local.
+    static constexpr quint64 localCopyMinimum = 16 * ZKReader::standardBlockSize;
+
+    void copyContents(ZKReader &reader, ZKWriter &file, quint64 position);
+    bool copyLocally(ZKReader &reader, ZKWriter &file, quint64 position, Pacing &pacing);
+    bool afterBlock(quint64 length, quint64 rate, Pacing &pacing);
     QByteArray readNextBlockFromSource(ZKReader &reader);
     void report(quint64 &unreported, Clock::time_point &lastNotification);
 
