@@ -1,0 +1,85 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "ZKError.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <mutex>
+#include <optional>
+
+// A small blocking IPv4 TCP socket: the FTP client's control connection and
+// each of its passive data connections. Every call clears error() when it
+// starts and leaves the reason there when it fails; nothing throws.
+//
+// Sends and receives are bounded by the "downloadTimeout" preference, applied
+// when the socket connects. The connect itself has no time limit of its own.
+class ZKSocket {
+public:
+    static const QString errorDomain;
+
+    ZKSocket();
+    ~ZKSocket();
+
+    ZKSocket(const ZKSocket &) = delete;
+    ZKSocket &operator=(const ZKSocket &) = delete;
+
+    // Resolves host (IPv4 only) and connects to its first address. A failed
+    // connect leaves the descriptor open, so that the socket still counts as
+    // connected and the next send or receive reports the system's error.
+    void connectToHost(const QString &host, qint32 port);
+    // Closes the descriptor; leaves error() alone.
+    void disconnect();
+
+    void sendData(const QByteArray &data);
+    void sendString(const QString &string);
+    // Every send call carries the urgent flag.
+    void sendOutOfBandData(const QByteArray &data);
+    void sendOutOfBandString(const QString &string);
+
+    // One receive call. An empty result means the peer closed the stream (the
+    // socket is then disconnected); nullopt means a failure, see error().
+    std::optional<QByteArray> receiveDataOfMaximumLength(quint64 length);
+    std::optional<QByteArray> receiveData();
+    // nullopt also when the bytes are not valid UTF-8.
+    std::optional<QString> receiveString();
+    // Everything up to the end of the stream. After a failure (error() set)
+    // the bytes gathered until then are still returned.
+    std::optional<QByteArray> receiveRemainingData();
+    // nullopt when nothing could be received or the bytes are not valid UTF-8.
+    std::optional<QString> receiveRemainingDataAsString();
+
+    // Whether at least one byte is waiting; never blocks, never consumes,
+    // never touches error().
+    bool hasMoreData() const;
+
+    bool isConnected() const { return m_socketDescriptor != -1; }
+    int socketDescriptor() const { return m_socketDescriptor; }
+
+    ZKOptionalError error() const;
+
+    // Kept for the callers; the effective limit is the preference.
+    double timeout() const { return m_timeout; }
+    void setTimeout(double seconds) { m_timeout = seconds; }
+
+    // The "downloadTimeout" preference in whole seconds; 5 when it is unset
+    // or not positive, since 0 would mean waiting for ever.
+    static qint32 downloadTimeoutSeconds();
+
+    // Strict decoding: nullopt for bytes that are not valid UTF-8.
+    static std::optional<QString> decodeUtf8(const QByteArray &bytes);
+
+private:
+    void send(const QByteArray &data, int flags);
+    void setError(ZKError error);
+    void setSystemError(int number);
+    void setNotConnectedError();
+    void clearError();
+
+    int m_socketDescriptor = -1;
+    double m_timeout = 0;
+    mutable std::mutex m_errorLock;
+    ZKOptionalError m_error;
+};
