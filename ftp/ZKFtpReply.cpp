@@ -1,0 +1,96 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKFtpReply.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace {
+
+// The client's domain (ZKFtpClient::errorDomain holds the same text).
+const QString ftpErrorDomain = QStringLiteral("com.velmarind.ftp.ErrorDomain");
+
+bool isAsciiDigit(QChar c) {
+    return c >= QLatin1Char('0') && c <= QLatin1Char('9');
+}
+
+QStringList splitAt(const QString &text, QStringView separators) {
+    QStringList pieces;
+    qsizetype start = 0;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (separators.contains(text.at(i))) {
+            pieces.append(text.mid(start, i - start));
+            start = i + 1;
+        }
+    }
+    pieces.append(text.mid(start));
+    return pieces;
+}
+
+} // namespace
+
+QStringList ZKFtpReply::finalLines(const QString &text) {
+    QStringList lines;
+    for (const QString &line : splitAt(text, u"\r\n")) {
+        if (line.size() >= 4 && line.at(3) == QLatin1Char(' ') && isAsciiDigit(line.at(0))) {
+            lines.append(line);
+        }
+    }
+    return lines;
+}
+
+ZKOptionalError ZKFtpReply::errorOf(const QString &line) {
+    if (line.size() < 4) {
+        return ZKError(ftpErrorDomain, 1,
+                       QStringLiteral("Invalid response from ftp server: '%1'").arg(line));
+    }
+    const QChar first = line.at(0);
+    if (first != QLatin1Char('4') && first != QLatin1Char('5')) {
+        return std::nullopt;
+    }
+    const QString digits = line.left(3);
+    bool isNumber = false;
+    qint64 code = digits.toInt(&isNumber);
+    if (!isNumber) {
+        // "4x9 ..." still fails; it just has no better number than its class.
+        code = (first.unicode() - '0') * 100;
+    }
+    const QString description =
+        line.size() == 4 ? QStringLiteral("Error code %1").arg(digits) : line.mid(4);
+    return ZKError(ftpErrorDomain, code, description);
+}
+
+qint64 ZKFtpReply::leadingInteger(QStringView text) {
+    qsizetype i = 0;
+    while (i < text.size() && (text.at(i) == QLatin1Char(' ') || text.at(i) == QLatin1Char('\t'))) {
+        ++i;
+    }
+    bool negative = false;
+    if (i < text.size() && (text.at(i) == QLatin1Char('-') || text.at(i) == QLatin1Char('+'))) {
+        negative = text.at(i) == QLatin1Char('-');
+        ++i;
+    }
+    constexpr qint64 limit = std::numeric_limits<qint32>::max();
+    qint64 value = 0;
+    for (; i < text.size() && isAsciiDigit(text.at(i)); ++i) {
+        value = std::min(value * 10 + (text.at(i).unicode() - '0'), limit);
+    }
+    return negative ? -value : value;
+}
+
+bool ZKFtpReply::parsePassiveReply(const QString &reply, QString *host, qint32 *port) {
+    const QStringList pieces = splitAt(reply, u",()");
+    const qsizetype count = pieces.size();
+    if (count <= 6) {
+        return false;
+    }
+    *host = pieces.mid(count - 7, 4).join(QLatin1Char('.'));
+    // Numbers out of range give a port the resolver refuses, which ends in a
+    // clear connect error rather than a wrapped-around port.
+    const qint64 high = leadingInteger(pieces.at(count - 3));
+    const qint64 low = leadingInteger(pieces.at(count - 2));
+    const qint64 value = high * 256 + low;
+    *port = qint32(std::clamp<qint64>(value, std::numeric_limits<qint32>::min(),
+                                      std::numeric_limits<qint32>::max()));
+    return true;
+}

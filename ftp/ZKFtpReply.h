@@ -1,0 +1,37 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "ZKError.h"
+
+#include <QString>
+#include <QStringList>
+
+// How the FTP client reads the server's replies, kept free of sockets so that
+// the rules can be tested and fuzzed on their own.
+class ZKFtpReply {
+public:
+    ZKFtpReply() = delete;
+
+    // The final lines of replies in one received buffer: split at every CR
+    // and LF, kept when at least 4 characters long with a decimal digit first
+    // and a space fourth. Continuation lines ("220-...") and text without a
+    // code are dropped; a line split across two buffers is judged piece by
+    // piece.
+    static QStringList finalLines(const QString &text);
+
+    // The error a final line stands for: none unless its first character is
+    // "4" or "5". Lines shorter than 4 characters are invalid responses.
+    static ZKOptionalError errorOf(const QString &line);
+
+    // Host and port of a PASV reply, read from the last six numbers between
+    // the separators ",", "(" and ")". The reply must carry its numbers in
+    // parentheses. False when the reply has too few pieces; the host is then
+    // not checked in any way (the server's address is used as given).
+    static bool parsePassiveReply(const QString &reply, QString *host, qint32 *port);
+
+    // The number at the front of text the way a lenient reader takes it:
+    // leading blanks, an optional sign, then digits; 0 when there are none,
+    // clamped on overflow.
+    static qint64 leadingInteger(QStringView text);
+};
