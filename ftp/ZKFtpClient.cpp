@@ -1,0 +1,486 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKFtpClient.h"
+
+#include "ZKFtpReply.h"
+#include "ZKLogging.h"
+
+#include <cerrno>
+#include <thread>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+const QString abortLine = QStringLiteral("ABOR\r\n");
+
+// What an absent reply reads as inside a message.
+const QString absentText = QStringLiteral("(null)");
+
+bool isSafeParameter(const QString &parameter) {
+    for (const QChar c : parameter) {
+        if (c == QLatin1Char('\r') || c == QLatin1Char('\n') || c == QChar(0)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+quint64 leadingSize(QStringView text) {
+    const qint64 value = ZKFtpReply::leadingInteger(text);
+    return value < 0 ? 0 : quint64(value);
+}
+
+} // namespace
+
+const QString ZKFtpClient::errorDomain = QStringLiteral("com.velmarind.ftp.ErrorDomain");
+
+ZKFtpClient::ZKFtpClient() = default;
+
+ZKFtpClient::~ZKFtpClient() {
+    disconnect();
+}
+
+ZKOptionalError ZKFtpClient::error() const {
+    std::lock_guard locker(m_errorLock);
+    return m_error;
+}
+
+void ZKFtpClient::setError(const ZKOptionalError &error) {
+    std::lock_guard locker(m_errorLock);
+    m_error = error;
+}
+
+void ZKFtpClient::setClientError(qint64 code, const QString &description) {
+    setError(ZKError(errorDomain, code, description));
+}
+
+void ZKFtpClient::copySocketError(const ZKSocket &socket) {
+    if (ZKOptionalError socketError = socket.error()) {
+        setError(socketError);
+    }
+}
+
+void ZKFtpClient::clearError() {
+    setError(std::nullopt);
+}
+
+void ZKFtpClient::connectToHost(const QString &host, qint32 port) {
+    clearError();
+    m_referenceCount = 0;
+    m_currentPath.clear();
+    m_controlResponses.clear();
+    if (host.isEmpty()) {
+        setClientError(2, QStringLiteral("No host specified."));
+        return;
+    }
+    disconnect();
+    m_controlSocket = std::make_unique<ZKSocket>();
+    m_controlSocket->connectToHost(host, port);
+    if (m_controlSocket->error()) {
+        copySocketError(*m_controlSocket);
+        // Not kept: a client that never reached the server must not count
+        // as connected, or a later open would try to reuse it.
+        m_controlSocket.reset();
+        return;
+    }
+    readControlResponse();
+    retainConnection();
+}
+
+void ZKFtpClient::disconnect() {
+    if (m_dataSocket) {
+        m_dataSocket->disconnect();
+        m_dataSocket.reset();
+    }
+    if (m_controlSocket) {
+        m_controlSocket->disconnect();
+        m_controlSocket.reset();
+    }
+}
+
+void ZKFtpClient::retainConnection() {
+    qCInfo(lcFtp) << "Retained connection";
+    ++m_referenceCount;
+}
+
+void ZKFtpClient::releaseConnection() {
+    if (m_referenceCount == 0) {
+        setClientError(3, QStringLiteral("Released connection too many times."));
+        return;
+    }
+    qCInfo(lcFtp) << "Released connection";
+    --m_referenceCount;
+    if (m_referenceCount == 0) {
+        disconnect();
+        qCInfo(lcFtp) << "Disconnected";
+    }
+}
+
+bool ZKFtpClient::isConnected() const {
+    return m_controlSocket != nullptr;
+}
+
+void ZKFtpClient::sendControlRequest(const QString &command, const QString &parameter) {
+    if (!m_controlSocket) {
+        setClientError(1, QStringLiteral("Cannot send request: client is not connected."));
+        return;
+    }
+    if (!isSafeParameter(parameter)) {
+        setClientError(1, QStringLiteral("Cannot send request: the parameter of %1 holds a line "
+                                         "break or a NUL character.")
+                              .arg(command));
+        return;
+    }
+    const QString line = parameter.isEmpty() ? QStringLiteral("%1\r\n").arg(command)
+                                             : QStringLiteral("%1 %2\r\n").arg(command, parameter);
+    m_controlSocket->sendString(line);
+    copySocketError(*m_controlSocket);
+}
+
+bool ZKFtpClient::isWithinTimeoutSince(Clock::time_point start, const QString &task) {
+    const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    if (seconds < double(ZKSocket::downloadTimeoutSeconds())) {
+        return true;
+    }
+    setClientError(3, QStringLiteral("Timed out while %1.").arg(task));
+    return false;
+}
+
+std::optional<QString> ZKFtpClient::readControlResponse() {
+    const Clock::time_point start = Clock::now();
+    while (m_controlResponses.isEmpty()) {
+        if (!isWithinTimeoutSince(start, QStringLiteral("reading control response"))) {
+            break;
+        }
+        if (!m_controlSocket) {
+            setClientError(1, QStringLiteral("Cannot read response: client is not connected."));
+            break;
+        }
+        const std::optional<QString> text = m_controlSocket->receiveString();
+        if (m_controlSocket->error()) {
+            copySocketError(*m_controlSocket);
+            break;
+        }
+        // Bytes that are not UTF-8 carry no line that could be trusted.
+        if (text) {
+            for (const QString &line : ZKFtpReply::finalLines(*text)) {
+                if (!m_controlResponses.contains(line)) {
+                    m_controlResponses.append(line);
+                }
+            }
+        }
+    }
+    if (m_controlResponses.isEmpty()) {
+        return std::nullopt;
+    }
+    const QString line = m_controlResponses.takeFirst();
+    if (const ZKOptionalError replyError = ZKFtpReply::errorOf(line)) {
+        setError(replyError);
+    }
+    return line;
+}
+
+void ZKFtpClient::command(const QString &name, const QString &parameter) {
+    sendControlRequest(name, parameter);
+    if (!error()) {
+        readControlResponse();
+    }
+}
+
+void ZKFtpClient::loginWithUsername(const QString &username, const QString &password) {
+    clearError();
+    command(QStringLiteral("USER"), username);
+    if (!error()) {
+        command(QStringLiteral("PASS"), password);
+    }
+    if (!error()) {
+        command(QStringLiteral("TYPE"), QStringLiteral("I"));
+    }
+}
+
+void ZKFtpClient::beginPassiveConnection() {
+    sendControlRequest(QStringLiteral("PASV"));
+    if (error()) {
+        return;
+    }
+    const std::optional<QString> reply = readControlResponse();
+    QString host;
+    qint32 port = 0;
+    const bool refused = error().has_value();
+    // A refusal is reported as a reply that cannot be used, with the server's
+    // own text inside.
+    if (!reply || refused || !ZKFtpReply::parsePassiveReply(*reply, &host, &port)) {
+        setClientError(
+            2, QStringLiteral("Unable to parse response '%1'").arg(reply.value_or(absentText)));
+        return;
+    }
+    // The address is used as the server gives it.
+    m_dataSocket = std::make_unique<ZKSocket>();
+    m_dataSocket->connectToHost(host, port);
+    copySocketError(*m_dataSocket);
+}
+
+void ZKFtpClient::endPassiveConnection() {
+    if (!m_dataSocket) {
+        return;
+    }
+    // The socket is kept: a later close without a new transfer reads one
+    // more reply, waiting up to the time limit when none comes.
+    m_dataSocket->disconnect();
+    const ZKOptionalError remembered = error();
+    // The completion reply (226, or 426 and the like) is consumed; its
+    // verdict is not what decides, a later size check or verification is.
+    readControlResponse();
+    setError(remembered);
+}
+
+void ZKFtpClient::beginRetrieve(const QString &name, quint64 offset) {
+    clearError();
+    beginPassiveConnection();
+    if (error()) {
+        return;
+    }
+    if (offset != 0) {
+        command(QStringLiteral("REST"), QString::number(offset));
+        if (error()) {
+            return;
+        }
+    }
+    command(QStringLiteral("RETR"), name);
+}
+
+QByteArray ZKFtpClient::retrieveBlock() {
+    return retrieveBlockOfMaximumLength(4096);
+}
+
+QByteArray ZKFtpClient::retrieveBlockOfMaximumLength(quint64 length) {
+    clearError();
+    if (!m_dataSocket) {
+        setError(
+            ZKError(ZKSocket::errorDomain, ENOTCONN, QStringLiteral("socket is not connected")));
+        return {};
+    }
+    const std::optional<QByteArray> data = m_dataSocket->receiveDataOfMaximumLength(length);
+    copySocketError(*m_dataSocket);
+    return data.value_or(QByteArray());
+}
+
+void ZKFtpClient::endRetrieve() {
+    if (!m_dataSocket || !m_dataSocket->hasMoreData()) {
+        endPassiveConnection();
+        return;
+    }
+    // Stopped before the end: urgent ABOR, then the same text once more as
+    // an ordinary line, which puts "ABOR" CR LF CR LF on the wire.
+    const ZKOptionalError remembered = error();
+    if (m_controlSocket) {
+        m_controlSocket->sendOutOfBandString(abortLine);
+    }
+    sendControlRequest(abortLine);
+    endPassiveConnection();
+    readControlResponse();
+    readControlResponse();
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+    // Whatever else the server says about the abort is only logged. Bounded
+    // in time, so that a server that keeps talking cannot hold us here.
+    const Clock::time_point start = Clock::now();
+    const double limit = double(ZKSocket::downloadTimeoutSeconds());
+    while (m_controlSocket && m_controlSocket->hasMoreData() &&
+           std::chrono::duration<double>(Clock::now() - start).count() < limit) {
+        const std::optional<QByteArray> data = m_controlSocket->receiveData();
+        if (!data || data->isEmpty()) {
+            break;
+        }
+        qCInfo(lcFtp).noquote() << QString::fromUtf8(*data);
+    }
+    m_controlResponses.clear();
+    setError(remembered);
+}
+
+void ZKFtpClient::beginStore(const QString &name) {
+    clearError();
+    beginPassiveConnection();
+    if (error()) {
+        return;
+    }
+    command(QStringLiteral("APPE"), name);
+}
+
+void ZKFtpClient::storeBlock(const QByteArray &data) {
+    clearError();
+    if (!m_dataSocket) {
+        setError(
+            ZKError(ZKSocket::errorDomain, ENOTCONN, QStringLiteral("socket is not connected")));
+        return;
+    }
+    m_dataSocket->sendData(data);
+    copySocketError(*m_dataSocket);
+}
+
+void ZKFtpClient::endStore() {
+    clearError();
+    endPassiveConnection();
+}
+
+void ZKFtpClient::changePath(const QStringList &components) {
+    clearError();
+    QStringList target;
+    for (const QString &component : components) {
+        if (component != QLatin1String("/")) {
+            target.append(component);
+        }
+    }
+    qsizetype common = 0;
+    while (common < m_currentPath.size() && common < target.size() &&
+           m_currentPath.at(common) == target.at(common)) {
+        ++common;
+    }
+    for (qsizetype up = m_currentPath.size() - common; up > 0; --up) {
+        leaveSubdirectory();
+        if (error()) {
+            return;
+        }
+    }
+    for (qsizetype i = m_currentPath.size(); i < target.size(); ++i) {
+        enterSubdirectory(target.at(i));
+        if (error()) {
+            return;
+        }
+    }
+}
+
+void ZKFtpClient::enterSubdirectory(const QString &name) {
+    clearError();
+    command(QStringLiteral("CWD"), name);
+    if (!error()) {
+        m_currentPath.append(name);
+    }
+}
+
+void ZKFtpClient::leaveSubdirectory() {
+    clearError();
+    command(QStringLiteral("CDUP"));
+    if (!error() && !m_currentPath.isEmpty()) {
+        m_currentPath.removeLast();
+    }
+}
+
+void ZKFtpClient::createDirectory(const QString &name) {
+    clearError();
+    command(QStringLiteral("MKD"), name);
+}
+
+void ZKFtpClient::removeDirectory(const QString &name) {
+    clearError();
+    command(QStringLiteral("RMD"), name);
+}
+
+void ZKFtpClient::removeFile(const QString &name) {
+    clearError();
+    command(QStringLiteral("DELE"), name);
+}
+
+ZKFtpItem ZKFtpClient::itemFromSizeReply(const QString &name, const QString &reply) const {
+    ZKFtpItem item;
+    item.setName(name);
+    item.setType(ZKFtpItem::File);
+    item.setSize(leadingSize(QStringView(reply).mid(4)));
+    return item;
+}
+
+std::optional<QList<ZKFtpItem>> ZKFtpClient::listItems() {
+    clearError();
+    beginPassiveConnection();
+    if (error()) {
+        return std::nullopt;
+    }
+    sendControlRequest(QStringLiteral("NLST"));
+    if (error()) {
+        return std::nullopt;
+    }
+    const std::optional<QString> listing = m_dataSocket->receiveRemainingDataAsString();
+    if (m_dataSocket->error()) {
+        copySocketError(*m_dataSocket);
+        // The reply to NLST is still due; reading it keeps the next command
+        // from taking it for its own.
+        endPassiveConnection();
+        return std::nullopt;
+    }
+    readControlResponse();
+    endPassiveConnection();
+    if (error()) {
+        return std::nullopt;
+    }
+    if (!listing) {
+        setClientError(2, QStringLiteral("The server sent a listing that is not valid UTF-8."));
+        return std::nullopt;
+    }
+
+    QList<ZKFtpItem> items;
+    QStringList names;
+    qsizetype start = 0;
+    for (qsizetype i = 0; i <= listing->size(); ++i) {
+        if (i == listing->size() || listing->at(i) == QLatin1Char('\r') ||
+            listing->at(i) == QLatin1Char('\n')) {
+            const QString name = listing->mid(start, i - start);
+            if (!name.isEmpty() && name != QLatin1String(".") && name != QLatin1String("..")) {
+                names.append(name);
+            }
+            start = i + 1;
+        }
+    }
+    for (const QString &name : std::as_const(names)) {
+        clearError();
+        sendControlRequest(QStringLiteral("SIZE"), name);
+        const std::optional<QString> reply = error() ? std::nullopt : readControlResponse();
+        if (!reply) {
+            // No answer at all is a broken connection, not a directory.
+            return std::nullopt;
+        }
+        if (error()) {
+            // Refused: a directory, or a file the server will not size.
+            clearError();
+            ZKFtpItem item;
+            item.setName(name);
+            item.setType(ZKFtpItem::Directory);
+            item.setSize(0);
+            items.append(item);
+            continue;
+        }
+        items.append(itemFromSizeReply(name, *reply));
+    }
+    clearError();
+    return items;
+}
+
+std::optional<ZKFtpItem> ZKFtpClient::itemWithName(const QString &name) {
+    clearError();
+    sendControlRequest(QStringLiteral("SIZE"), name);
+    std::optional<QString> reply = error() ? std::nullopt : readControlResponse();
+    if (reply && !error()) {
+        return itemFromSizeReply(name, *reply);
+    }
+    clearError();
+    command(QStringLiteral("CWD"), name);
+    if (error()) {
+        return std::nullopt;
+    }
+    command(QStringLiteral("CDUP"));
+    ZKFtpItem item;
+    item.setName(name);
+    item.setType(ZKFtpItem::Directory);
+    item.setSize(0);
+    return item;
+}
+
+QString ZKFtpClient::parentPath(const QString &path) {
+    QStringList components;
+    for (const QString &component : path.split(QLatin1Char('/'), Qt::SkipEmptyParts)) {
+        components.append(component);
+    }
+    if (!components.isEmpty()) {
+        components.removeLast();
+    }
+    return QStringLiteral("/%1").arg(components.join(QLatin1Char('/')));
+}

@@ -1,0 +1,120 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "ZKError.h"
+#include "ZKFtpItem.h"
+#include "ZKSocket.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+// A thin synchronous FTP control client over one ZKSocket, with a passive
+// data connection per transfer or listing. It knows USER, PASS, TYPE, PASV,
+// REST, RETR, APPE, ABOR, CWD, CDUP, MKD, RMD, DELE, NLST and SIZE, and no
+// other command: uploads always append, listings are names only, and the
+// working directory is tracked here rather than asked of the server.
+//
+// Every operation leaves its outcome in error(); the caller inspects it after
+// each call. Endpoints that share one connection count their uses with
+// retainConnection() and releaseConnection(); the last release disconnects.
+// A client is used by one thread at a time.
+class ZKFtpClient {
+public:
+    static const QString errorDomain;
+
+    ZKFtpClient();
+    ~ZKFtpClient();
+
+    ZKFtpClient(const ZKFtpClient &) = delete;
+    ZKFtpClient &operator=(const ZKFtpClient &) = delete;
+
+    // Reads the greeting and takes the first use of the connection, also when
+    // the greeting was a refusal.
+    void connectToHost(const QString &host, qint32 port);
+    void disconnect();
+    void retainConnection();
+    void releaseConnection();
+    bool isConnected() const;
+
+    // USER, PASS, then TYPE I; a null password sends a bare PASS.
+    void loginWithUsername(const QString &username, const QString &password);
+
+    // REST (only for a non-zero offset) and RETR over a new passive connection.
+    void beginRetrieve(const QString &name, quint64 offset);
+    // Up to 4096 bytes; an empty result is the end of the data.
+    QByteArray retrieveBlock();
+    QByteArray retrieveBlockOfMaximumLength(quint64 length);
+    // Aborts with ABOR when data is still waiting (the download was stopped
+    // early), else just closes the data connection and reads its reply.
+    void endRetrieve();
+
+    void beginStore(const QString &name);
+    void storeBlock(const QByteArray &data);
+    void endStore();
+
+    // Moves the server's working directory to the given components with CDUP
+    // and CWD, one component at a time; "/" components are ignored.
+    void changePath(const QStringList &components);
+    void enterSubdirectory(const QString &name);
+    void leaveSubdirectory();
+    void createDirectory(const QString &name);
+    void removeDirectory(const QString &name);
+    void removeFile(const QString &name);
+
+    // NLST of the working directory, then SIZE of every name: a name whose
+    // SIZE fails is taken for a directory. nullopt on failure.
+    std::optional<QList<ZKFtpItem>> listItems();
+    // SIZE, or CWD and CDUP when that fails; nullopt (with CWD's error) when
+    // neither works.
+    std::optional<ZKFtpItem> itemWithName(const QString &name);
+
+    // "/a/b/c" gives "/a/b"; "/a" gives "/".
+    static QString parentPath(const QString &path);
+
+    // One command line, "COMMAND" or "COMMAND parameter", ended by CR LF. A
+    // parameter holding CR, LF or NUL is refused (code 1): it would smuggle
+    // a second command onto the control connection.
+    void sendControlRequest(const QString &command, const QString &parameter = QString());
+    // The next final reply line, or nullopt. A 4xx or 5xx line is returned
+    // and also sets error().
+    std::optional<QString> readControlResponse();
+
+    // True while fewer than "downloadTimeout" seconds have passed since
+    // start; else sets the code 3 time-out error with the given phrase.
+    bool isWithinTimeoutSince(std::chrono::steady_clock::time_point start, const QString &task);
+
+    const QStringList &currentPath() const { return m_currentPath; }
+    quint32 referenceCount() const { return m_referenceCount; }
+    ZKOptionalError error() const;
+    bool supportsRfc3659() const { return m_supportsRfc3659; }
+    void setSupportsRfc3659(bool supports) { m_supportsRfc3659 = supports; }
+
+private:
+    void beginPassiveConnection();
+    void endPassiveConnection();
+    // One command and its reply.
+    void command(const QString &name, const QString &parameter = QString());
+    ZKFtpItem itemFromSizeReply(const QString &name, const QString &reply) const;
+
+    void setError(const ZKOptionalError &error);
+    void setClientError(qint64 code, const QString &description);
+    void copySocketError(const ZKSocket &socket);
+    void clearError();
+
+    std::unique_ptr<ZKSocket> m_controlSocket;
+    std::unique_ptr<ZKSocket> m_dataSocket;
+    QStringList m_controlResponses; // insertion-ordered, no duplicates
+    quint32 m_referenceCount = 0;
+    QStringList m_currentPath;
+    bool m_supportsRfc3659 = true;
+    mutable std::mutex m_errorLock;
+    ZKOptionalError m_error;
+};
