@@ -3,6 +3,7 @@
 #include "ZKReaderFactory.h"
 
 #include "ZKFileSystemReader.h"
+#include "ZKFtpReader.h"
 
 #include <pwd.h>
 #include <sys/types.h>
@@ -146,12 +147,10 @@ QList<ZKReaderPtr> ZKReaderFactory::readersWithPaths(const QStringList &paths) {
 
 ZKReaderPtr ZKReaderFactory::ftpReader(const QUrl &url, const QString &username,
                                        const QString &password) {
-    // To be: ZKFtpReader::readerWithUrl(url, username, password), or
-    // ZKFtpReader::readerWithUrl(url) when no credentials are given.
-    Q_UNUSED(url);
-    Q_UNUSED(username);
-    Q_UNUSED(password);
-    return nullptr;
+    if (username.isEmpty()) {
+        return ZKFtpReader::readerWithUrl(url);
+    }
+    return ZKFtpReader::readerWithUrl(url, username, password);
 }
 
 ZKReaderPtr ZKReaderFactory::httpReader(const QUrl &url) {

@@ -5,6 +5,8 @@
 #include "ZKCopyTask.h"
 #include "ZKFileSystemReader.h"
 #include "ZKFileSystemWriter.h"
+#include "ZKFtpReader.h"
+#include "ZKFtpWriter.h"
 #include "ZKLogging.h"
 
 #include <QHash>
@@ -31,6 +33,10 @@ void registerBuiltinClasses(QHash<QString, ZKPropertyListParser::Factory> &facto
     factories.insert(QStringLiteral("FileSystemWriter"), [](const QVariantMap &dict) {
         return std::make_shared<ZKFileSystemWriter>(dict);
     });
+    factories.insert(QStringLiteral("FtpReader"),
+                     [](const QVariantMap &dict) { return std::make_shared<ZKFtpReader>(dict); });
+    factories.insert(QStringLiteral("FtpWriter"),
+                     [](const QVariantMap &dict) { return std::make_shared<ZKFtpWriter>(dict); });
     factories.insert(QStringLiteral("CopyTask"),
                      [](const QVariantMap &dict) { return ZKCopyTask::create(dict); });
     // The other endpoints ("HttpReader", "FtpReader", "FtpWriter") and the

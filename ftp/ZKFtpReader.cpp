@@ -1,0 +1,599 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKFtpReader.h"
+
+#include "ZKFtpUrl.h"
+#include "ZKFtpWriter.h"
+#include "ZKKeyChain.h"
+#include "ZKLogging.h"
+
+#include <QMimeDatabase>
+
+#include <algorithm>
+
+namespace {
+
+const QString typeKey = QStringLiteral("Type");
+const QString urlKey = QStringLiteral("Url");
+const QString usernameKey = QStringLiteral("Username");
+const QString supportsRfc3659Key = QStringLiteral("SupportsRfc3659");
+
+constexpr quint64 dataBlockSize = 4096;
+// A server that answers every CWD and lists one more folder in each would
+// otherwise lead a walk down for ever.
+constexpr int maximumDepth = 256;
+
+} // namespace
+
+const QString ZKFtpReader::defaultUsername = QStringLiteral("anonymous");
+const QString ZKFtpReader::defaultPassword = QStringLiteral("Ferrowick");
+
+std::shared_ptr<ZKFtpReader> ZKFtpReader::readerWithUrl(const QUrl &url) {
+    return std::make_shared<ZKFtpReader>(url);
+}
+
+std::shared_ptr<ZKFtpReader> ZKFtpReader::readerWithUrl(const QUrl &url, const QString &username,
+                                                        const std::optional<QString> &password) {
+    return std::make_shared<ZKFtpReader>(url, username, password);
+}
+
+ZKFtpReader::ZKFtpReader(const QUrl &url)
+    : m_username(defaultUsername)
+    , m_password(defaultPassword)
+    , m_ftp(std::make_shared<ZKFtpClient>()) {
+    setUrl(url);
+    takeCredentialsFromUrl();
+    m_isDirectory = ZKFtpUrl::isDirectoryUrl(m_url);
+}
+
+ZKFtpReader::ZKFtpReader(const QUrl &url, const QString &username,
+                         const std::optional<QString> &password)
+    : ZKFtpReader(url) {
+    if (!username.isEmpty()) {
+        m_username = username;
+        m_password = password;
+        m_passwordStored = false;
+    }
+}
+
+ZKFtpReader::ZKFtpReader(const QUrl &url, const QString &username,
+                         const std::optional<QString> &password, std::shared_ptr<ZKFtpClient> ftp,
+                         const std::optional<ZKFtpItem> &item)
+    : m_username(username)
+    , m_password(password)
+    , m_ftp(std::move(ftp))
+    , m_initialisedProperties(true) {
+    setUrl(url);
+    m_isDirectory = ZKFtpUrl::isDirectoryUrl(m_url);
+    if (!m_ftp) {
+        m_ftp = std::make_shared<ZKFtpClient>();
+    }
+    if (item) {
+        applyItem(*item);
+    }
+}
+
+ZKFtpReader::ZKFtpReader(const QVariantMap &propertyList)
+    : ZKFtpReader(QUrl(propertyList.value(urlKey).toString())) {
+    m_username = propertyList.value(usernameKey).toString();
+    m_password.reset();
+    m_passwordStored = true;
+    m_supportsRfc3659 = propertyList.value(supportsRfc3659Key, true).toBool();
+}
+
+ZKFtpReader::~ZKFtpReader() {
+    close();
+}
+
+void ZKFtpReader::setUrl(const QUrl &url) {
+    m_url = url;
+    m_filename = ZKFtpUrl::filename(url);
+}
+
+void ZKFtpReader::takeCredentialsFromUrl() {
+    if (m_url.userName().isEmpty()) {
+        m_url = ZKFtpUrl::withoutPassword(m_url);
+        return;
+    }
+    m_username = m_url.userName(QUrl::FullyDecoded);
+    if (!m_url.password().isEmpty()) {
+        m_password = m_url.password(QUrl::FullyDecoded);
+    } else {
+        m_password.reset();
+        m_passwordStored = true;
+    }
+    m_url = ZKFtpUrl::withoutPassword(m_url);
+}
+
+void ZKFtpReader::setCredentials(const QString &username, const std::optional<QString> &password) {
+    m_username = username;
+    m_password = password;
+}
+
+void ZKFtpReader::applyItem(const ZKFtpItem &item) {
+    m_exists = true;
+    m_isDirectory = item.type() == ZKFtpItem::Directory;
+    m_size = m_isDirectory ? 0 : item.size();
+    m_modificationDate = item.modificationDate();
+    m_permissions = item.permissions();
+}
+
+QVariantMap ZKFtpReader::asPropertyList() const {
+    if (!m_username.isEmpty() && !m_passwordStored) {
+        ZKKeyChain::storeFtpPassword(host(), m_username, m_password);
+        m_passwordStored = true;
+    }
+    QVariantMap propertyList;
+    propertyList.insert(typeKey, QStringLiteral("FtpReader"));
+    propertyList.insert(urlKey, m_url.toString());
+    propertyList.insert(usernameKey, m_username);
+    propertyList.insert(supportsRfc3659Key, m_supportsRfc3659);
+    return propertyList;
+}
+
+qint32 ZKFtpReader::controlPort() const {
+    return ZKFtpUrl::controlPort(m_url);
+}
+
+QStringList ZKFtpReader::parentPathComponents() const {
+    return ZKFtpUrl::parentPathComponents(m_url);
+}
+
+size_t ZKFtpReader::hash() const {
+    return qHash(m_url);
+}
+
+QString ZKFtpReader::icon() const {
+    if (m_isDirectory) {
+        return QStringLiteral("folder");
+    }
+    return QMimeDatabase().mimeTypeForFile(m_filename, QMimeDatabase::MatchExtension).iconName();
+}
+
+void ZKFtpReader::fail(const QString &message) {
+    setError(ZKError::application(ZKErrorCode::readFailed, message));
+}
+
+QString ZKFtpReader::clientDescription() const {
+    const ZKOptionalError clientError = m_ftp ? m_ftp->error() : std::nullopt;
+    return clientError ? clientError->localizedDescription() : QStringLiteral("unknown error");
+}
+
+bool ZKFtpReader::open() {
+    close();
+    clearError();
+    if (!m_url.isValid() || m_url.isEmpty()) {
+        fail(QStringLiteral("Invalid url: '%1'").arg(m_url.toString()));
+        return false;
+    }
+    if (m_url.path().isEmpty() || m_filename.isEmpty()) {
+        fail(QStringLiteral("No file or folder specified: '%1'").arg(m_url.toString()));
+        return false;
+    }
+    m_hasMoreData = true;
+    m_connected = true;
+    m_retrieveStarted = false;
+    m_position = 0;
+
+    // A child on its parent's connection: the listing told us what it is.
+    if (m_ftp->isConnected()) {
+        m_ftp->retainConnection();
+        return true;
+    }
+
+    m_ftp->setSupportsRfc3659(m_supportsRfc3659);
+    if (!m_password && m_passwordStored) {
+        m_password = ZKKeyChain::retrieveFtpPassword(host(), m_username);
+    }
+    m_ftp->connectToHost(host(), controlPort());
+    if (m_ftp->error()) {
+        fail(QStringLiteral("Unable to connect to '%1': %2").arg(host(), clientDescription()));
+        return false;
+    }
+    m_ftp->loginWithUsername(m_username, m_password.value_or(QString()));
+    if (m_ftp->error()) {
+        fail(QStringLiteral("Unable to log in to '%1': %2").arg(host(), clientDescription()));
+        return false;
+    }
+    m_ftp->changePath(parentPathComponents());
+    if (m_ftp->error()) {
+        fail(QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
+        return false;
+    }
+    const std::optional<ZKFtpItem> item = m_ftp->itemWithName(m_filename);
+    if (!item) {
+        const ZKOptionalError clientError = m_ftp->error();
+        if (clientError && clientError->code() == 550) {
+            fail(QStringLiteral("Unable to open file '%1': No such file or directory")
+                     .arg(m_url.path()));
+        } else {
+            fail(QStringLiteral("Unable to open file '%1': %2")
+                     .arg(m_url.path(), clientDescription()));
+        }
+        return false;
+    }
+    applyItem(*item);
+    return true;
+}
+
+void ZKFtpReader::close() {
+    if (m_connected) {
+        if (m_retrieveStarted) {
+            m_ftp->endRetrieve();
+        }
+        m_ftp->releaseConnection();
+        m_connected = false;
+    }
+    m_retrieveStarted = false;
+    m_existingData.clear();
+}
+
+bool ZKFtpReader::hasMoreData() const {
+    if (!m_ftp || !m_ftp->isConnected() || !m_hasMoreData) {
+        return false;
+    }
+    return !sizeIsKnown() || m_position < m_size;
+}
+
+bool ZKFtpReader::seekToPosition(quint64 position) {
+    if (m_retrieveStarted) {
+        m_ftp->endRetrieve();
+        m_retrieveStarted = false;
+    }
+    m_ftp->changePath(parentPathComponents());
+    if (m_ftp->error()) {
+        fail(QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
+        m_hasMoreData = false;
+        return false;
+    }
+    m_ftp->beginRetrieve(m_filename, position);
+    if (m_ftp->error()) {
+        fail(QStringLiteral("Unable to open file '%1': %2").arg(host(), clientDescription()));
+        m_hasMoreData = false;
+        return false;
+    }
+    m_hasMoreData = true;
+    m_retrieveStarted = true;
+    m_position = position;
+    return true;
+}
+
+QByteArray ZKFtpReader::readBlock() {
+    return readBlockOfMaximumLength(dataBlockSize);
+}
+
+QByteArray ZKFtpReader::readBlockOfMaximumLength(quint64 length) {
+    if (!m_ftp) {
+        return {};
+    }
+    if (!m_retrieveStarted && !seekToPosition(0)) {
+        return {};
+    }
+    quint64 wanted = std::min(length, standardBlockSize);
+    if (sizeIsKnown()) {
+        wanted = std::min(wanted, m_size > m_position ? m_size - m_position : 0);
+    }
+    if (wanted == 0) {
+        m_hasMoreData = false;
+        return {};
+    }
+    const QByteArray data = m_ftp->retrieveBlockOfMaximumLength(wanted);
+    if (m_ftp->error()) {
+        fail(QStringLiteral("Unable to read file '%1': %2").arg(host(), clientDescription()));
+    }
+    if (data.isEmpty()) {
+        m_hasMoreData = false;
+        if (!m_ftp->error() && sizeIsKnown() && m_position < m_size) {
+            // Never end a file short without saying so: the data connection
+            // closed before the size the server gave.
+            fail(QStringLiteral("Unable to read file '%1': %2")
+                     .arg(host(), QStringLiteral("the data connection closed after %1 of %2 bytes")
+                                      .arg(m_position)
+                                      .arg(m_size)));
+        }
+        return data;
+    }
+    m_position += quint64(data.size());
+    return data;
+}
+
+QByteArray ZKFtpReader::readBlockOfLength(quint64 length) {
+    QByteArray gathered;
+    while (hasMoreData() && quint64(gathered.size()) < length) {
+        const QByteArray block = readBlockOfMaximumLength(length - quint64(gathered.size()));
+        if (block.isEmpty()) {
+            break;
+        }
+        gathered.append(block);
+    }
+    return gathered;
+}
+
+ZKEnumerationResult ZKFtpReader::enumerateContentsOfFileWithBlock(const DataBlock &block) {
+    ZKEnumerationResult result = ZKEnumerationResultContinue;
+    while (hasMoreData()) {
+        const QByteArray data = readBlock();
+        if (data.isEmpty()) {
+            break;
+        }
+        result = block(data);
+        if (result == ZKEnumerationResultStop) {
+            return ZKEnumerationResultStop;
+        }
+    }
+    return result;
+}
+
+std::optional<QList<ZKFtpItem>> ZKFtpReader::listWorkingDirectory() {
+    std::optional<QList<ZKFtpItem>> items = m_ftp->listItems();
+    if (!items) {
+        fail(QStringLiteral("Unable to list files in directory '%1': %2")
+                 .arg(host(), clientDescription()));
+        return std::nullopt;
+    }
+    // A name that is not one plain entry ("../x", "a/b", "/etc/x") would put
+    // a copy outside the folder it was listed in. Such a listing comes from
+    // a broken or hostile server; nothing of it is used.
+    for (const ZKFtpItem &item : std::as_const(*items)) {
+        if (!ZKFtpItem::isPlainName(item.name())) {
+            qCWarning(lcFtp) << "Refusing the listing of" << m_ftp->currentPath() << "on" << host()
+                             << "for the entry" << item.name();
+            fail(QStringLiteral("Unable to list files in directory '%1': %2")
+                     .arg(host(), QStringLiteral("the server listed the entry '%1', which is not "
+                                                 "a plain file name")
+                                      .arg(item.name())));
+            return std::nullopt;
+        }
+    }
+    return items;
+}
+
+ZKEnumerationResult ZKFtpReader::enumerateFileInfoWithBlock(const FileInfoBlock &block) {
+    if (!m_isDirectory) {
+        return ZKEnumerationResultContinue;
+    }
+    clearError();
+    m_ftp->changePath(ZKFtpUrl::pathComponents(m_url));
+    if (m_ftp->error()) {
+        fail(QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
+        return ZKEnumerationResultStop;
+    }
+    return walkFileInfo(block, 0);
+}
+
+ZKEnumerationResult ZKFtpReader::walkFileInfo(const FileInfoBlock &block, int depth) {
+    if (depth >= maximumDepth) {
+        fail(QStringLiteral("Unable to list files in directory '%1': %2")
+                 .arg(host(), QStringLiteral("the folders nest more than %1 levels deep")
+                                  .arg(maximumDepth)));
+        return ZKEnumerationResultStop;
+    }
+    const std::optional<QList<ZKFtpItem>> items = listWorkingDirectory();
+    if (!items) {
+        return ZKEnumerationResultStop;
+    }
+    ZKEnumerationResult result = ZKEnumerationResultContinue;
+    for (const ZKFtpItem &item : *items) {
+        ZKFileInfo info;
+        info.url = ZKFtpUrl::entryUrl(m_url, m_ftp->currentPath(), item.name());
+        info.directory = item.type() == ZKFtpItem::Directory;
+        info.symbolicLink = item.type() == ZKFtpItem::SymbolicLink;
+        info.size = info.directory ? 0 : item.size();
+        info.readable = true;
+        info.writable = true;
+        result = block(info);
+        if (result == ZKEnumerationResultStop) {
+            return ZKEnumerationResultStop;
+        }
+        if (result != ZKEnumerationResultContinue || !info.directory) {
+            continue;
+        }
+        m_ftp->enterSubdirectory(item.name());
+        if (m_ftp->error()) {
+            fail(QStringLiteral("Unable to find path '%1': %2")
+                     .arg(info.url.path(), clientDescription()));
+            return ZKEnumerationResultStop;
+        }
+        // A stop inside a subfolder ends only that subfolder; an error
+        // ends everything.
+        walkFileInfo(block, depth + 1);
+        if (error()) {
+            return ZKEnumerationResultStop;
+        }
+        m_ftp->leaveSubdirectory();
+        if (m_ftp->error()) {
+            fail(QStringLiteral("Unable to find path '%1': %2")
+                     .arg(info.url.path(), clientDescription()));
+            return ZKEnumerationResultStop;
+        }
+    }
+    return result;
+}
+
+quint64 ZKFtpReader::calculateDirectorySizeFollowingLinks(bool followLinks,
+                                                          const NameBlock &block) {
+    Q_UNUSED(followLinks); // the listing tells no links apart
+    if (!m_isDirectory) {
+        return 0;
+    }
+    m_ftp->changePath(ZKFtpUrl::pathComponents(m_url));
+    if (m_ftp->error()) {
+        fail(QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
+        return 0;
+    }
+    bool stopped = false;
+    return sizeOfWorkingDirectory(block, 0, &stopped);
+}
+
+quint64 ZKFtpReader::sizeOfWorkingDirectory(const NameBlock &block, int depth, bool *stopped) {
+    if (depth >= maximumDepth) {
+        return 0;
+    }
+    const std::optional<QList<ZKFtpItem>> items = listWorkingDirectory();
+    if (!items) {
+        *stopped = true;
+        return 0;
+    }
+    quint64 total = 0;
+    for (const ZKFtpItem &item : *items) {
+        if (block) {
+            const ZKEnumerationResult result = block(item.name());
+            if (result == ZKEnumerationResultStop) {
+                *stopped = true;
+                return total;
+            }
+            if (result == ZKEnumerationResultSkip) {
+                continue;
+            }
+        }
+        if (item.type() == ZKFtpItem::File) {
+            total += item.size();
+        } else if (item.type() == ZKFtpItem::Directory) {
+            m_ftp->enterSubdirectory(item.name());
+            if (m_ftp->error()) {
+                continue; // a count is an estimate
+            }
+            total += sizeOfWorkingDirectory(block, depth + 1, stopped);
+            m_ftp->leaveSubdirectory();
+            if (*stopped || m_ftp->error()) {
+                *stopped = true;
+                return total;
+            }
+        }
+    }
+    return total;
+}
+
+std::shared_ptr<ZKFtpReader> ZKFtpReader::makeChild(const QUrl &url,
+                                                    const std::optional<ZKFtpItem> &item) {
+    auto child = std::make_shared<ZKFtpReader>(url, m_username, m_password, m_ftp, item);
+    child->m_supportsRfc3659 = m_supportsRfc3659;
+    child->m_passwordStored = m_passwordStored;
+    return child;
+}
+
+ZKEnumerationResult ZKFtpReader::enumerateContentsOfDirectoryWithBlock(const ReaderBlock &block) {
+    if (!m_isDirectory) {
+        return ZKEnumerationResultContinue;
+    }
+    m_ftp->changePath(ZKFtpUrl::pathComponents(m_url));
+    if (m_ftp->error()) {
+        fail(QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
+        return ZKEnumerationResultStop;
+    }
+    const std::optional<QList<ZKFtpItem>> items = listWorkingDirectory();
+    if (!items) {
+        return ZKEnumerationResultStop;
+    }
+    ZKEnumerationResult result = ZKEnumerationResultContinue;
+    for (const ZKFtpItem &item : *items) {
+        const bool isDirectory = item.type() == ZKFtpItem::Directory;
+        result = block(makeChild(ZKFtpUrl::childUrl(m_url, item.name(), isDirectory), item));
+        if (result == ZKEnumerationResultStop) {
+            return ZKEnumerationResultStop;
+        }
+    }
+    return result;
+}
+
+std::optional<ZKFileInfo> ZKFtpReader::fileInfoForChild(const QString &name) {
+    QStringList components = ZKFtpUrl::pathComponents(m_url);
+    const QStringList childComponents = name.split(QLatin1Char('/'), Qt::SkipEmptyParts);
+    if (childComponents.isEmpty()) {
+        return std::nullopt;
+    }
+    components.append(childComponents.mid(0, childComponents.size() - 1));
+    m_ftp->changePath(components);
+    if (m_ftp->error()) {
+        fail(QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
+        return std::nullopt;
+    }
+    const QString last = childComponents.last();
+    const std::optional<ZKFtpItem> item = m_ftp->itemWithName(last);
+    if (!item) {
+        const ZKOptionalError clientError = m_ftp->error();
+        if (clientError && clientError->code() == 550) {
+            fail(QStringLiteral("Unable to open file '%1': No such file or directory")
+                     .arg(m_url.path()));
+        } else {
+            fail(QStringLiteral("Unable to open file '%1': %2")
+                     .arg(m_url.path(), clientDescription()));
+        }
+        return std::nullopt;
+    }
+    ZKFileInfo info;
+    info.url = ZKFtpUrl::entryUrl(m_url, components, last);
+    info.size = item->type() == ZKFtpItem::Directory ? 0 : item->size();
+    info.directory = item->type() == ZKFtpItem::Directory;
+    info.symbolicLink = item->type() == ZKFtpItem::SymbolicLink;
+    info.readable = true;
+    info.writable = true;
+    return info;
+}
+
+std::shared_ptr<ZKReader> ZKFtpReader::childWithName(const QString &name) {
+    if (name.isEmpty()) {
+        return shared_from_this();
+    }
+    if (!m_ftp->isConnected()) {
+        auto child = std::make_shared<ZKFtpReader>(ZKFtpUrl::childUrl(m_url, name, false));
+        // The same account, also an empty user name or an absent password.
+        child->m_username = m_username;
+        child->m_password = m_password;
+        child->m_passwordStored = m_passwordStored;
+        child->m_supportsRfc3659 = m_supportsRfc3659;
+        return child;
+    }
+    m_ftp->changePath(ZKFtpUrl::pathComponents(m_url));
+    std::optional<ZKFtpItem> item;
+    if (!m_ftp->error()) {
+        item = m_ftp->itemWithName(name);
+    }
+    const bool isDirectory = item && item->type() == ZKFtpItem::Directory;
+    return makeChild(ZKFtpUrl::childUrl(m_url, name, isDirectory), item);
+}
+
+std::shared_ptr<ZKWriter> ZKFtpReader::asWriter() {
+    std::shared_ptr<ZKFtpWriter> writer;
+    if (m_ftp->isConnected()) {
+        writer = std::make_shared<ZKFtpWriter>(m_url, m_isDirectory, m_ftp, m_username, m_password);
+    } else {
+        writer = std::make_shared<ZKFtpWriter>(m_url, m_isDirectory);
+        writer->setCredentials(m_username, m_password);
+    }
+    writer->setSupportsRfc3659(m_supportsRfc3659);
+    writer->setPasswordStored(m_passwordStored);
+    return writer;
+}
+
+bool ZKFtpReader::isUrlValid(const QUrl &url, const QString &username,
+                             const std::optional<QString> &password) {
+    const QString name = ZKFtpUrl::filename(url);
+    if (!url.isValid() || name.isEmpty()) {
+        return false;
+    }
+    ZKFtpClient client;
+    client.connectToHost(url.host(), ZKFtpUrl::controlPort(url));
+    if (client.error()) {
+        return false;
+    }
+    if (username.isEmpty()) {
+        client.loginWithUsername(defaultUsername, defaultPassword);
+    } else {
+        client.loginWithUsername(username, password.value_or(QString()));
+    }
+    if (!client.error()) {
+        client.changePath(ZKFtpUrl::parentPathComponents(url));
+    }
+    if (!client.error()) {
+        client.beginRetrieve(name, 0);
+    }
+    bool valid = false;
+    if (!client.error()) {
+        const QByteArray first = client.retrieveBlockOfMaximumLength(dataBlockSize);
+        valid = !first.isEmpty() && !client.error();
+        client.endRetrieve();
+    }
+    client.disconnect();
+    return valid;
+}

@@ -1,0 +1,445 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKFtpWriter.h"
+
+#include "ZKFtpReader.h"
+#include "ZKFtpUrl.h"
+#include "ZKKeyChain.h"
+#include "ZKLogging.h"
+
+#include <QMimeDatabase>
+#include <QScopeGuard>
+
+#include <typeinfo>
+
+namespace {
+
+const QString typeKey = QStringLiteral("Type");
+const QString urlKey = QStringLiteral("Url");
+const QString usernameKey = QStringLiteral("Username");
+const QString isDirectoryKey = QStringLiteral("IsDirectory");
+const QString supportsRfc3659Key = QStringLiteral("SupportsRfc3659");
+
+// Removal descends by recursion; a server that claims folders without end
+// must not exhaust the stack.
+constexpr int maximumRemovalDepth = 256;
+thread_local int removalDepth = 0;
+
+} // namespace
+
+std::shared_ptr<ZKFtpWriter> ZKFtpWriter::writerWithUrl(const QUrl &url) {
+    return std::make_shared<ZKFtpWriter>(url, false);
+}
+
+std::shared_ptr<ZKFtpWriter> ZKFtpWriter::writerWithUrl(const QUrl &url, const QString &username,
+                                                        const std::optional<QString> &password) {
+    return std::make_shared<ZKFtpWriter>(url, false, username, password);
+}
+
+std::shared_ptr<ZKFtpWriter> ZKFtpWriter::writerWithDirectoryUrl(const QUrl &url) {
+    return std::make_shared<ZKFtpWriter>(url, true);
+}
+
+std::shared_ptr<ZKFtpWriter>
+ZKFtpWriter::writerWithDirectoryUrl(const QUrl &url, const QString &username,
+                                    const std::optional<QString> &password) {
+    return std::make_shared<ZKFtpWriter>(url, true, username, password);
+}
+
+ZKFtpWriter::ZKFtpWriter(const QUrl &url, bool isDirectory)
+    : m_username(ZKFtpReader::defaultUsername)
+    , m_password(ZKFtpReader::defaultPassword)
+    , m_ftp(std::make_shared<ZKFtpClient>())
+    , m_isDirectory(isDirectory) {
+    setUrl(isDirectory ? makeDirectoryUrl(url) : url);
+    takeCredentialsFromUrl();
+}
+
+ZKFtpWriter::ZKFtpWriter(const QUrl &url, bool isDirectory, const QString &username,
+                         const std::optional<QString> &password)
+    : ZKFtpWriter(url, isDirectory) {
+    if (!username.isEmpty()) {
+        m_username = username;
+        m_password = password;
+        m_passwordStored = false;
+    }
+}
+
+ZKFtpWriter::ZKFtpWriter(const QUrl &url, bool isDirectory, std::shared_ptr<ZKFtpClient> ftp,
+                         const QString &username, const std::optional<QString> &password)
+    : m_username(username)
+    , m_password(password)
+    , m_ftp(std::move(ftp))
+    , m_isDirectory(isDirectory) {
+    setUrl(isDirectory ? makeDirectoryUrl(url) : url);
+    if (!m_ftp) {
+        m_ftp = std::make_shared<ZKFtpClient>();
+    }
+}
+
+ZKFtpWriter::ZKFtpWriter(const QVariantMap &propertyList)
+    : ZKFtpWriter(QUrl(propertyList.value(urlKey).toString()),
+                  propertyList.value(isDirectoryKey).toBool()) {
+    m_username = propertyList.value(usernameKey).toString();
+    m_password.reset();
+    m_passwordStored = true;
+    m_supportsRfc3659 = propertyList.value(supportsRfc3659Key, true).toBool();
+}
+
+ZKFtpWriter::~ZKFtpWriter() {
+    close();
+}
+
+void ZKFtpWriter::takeCredentialsFromUrl() {
+    if (!m_url.userName().isEmpty()) {
+        m_username = m_url.userName(QUrl::FullyDecoded);
+        if (!m_url.password().isEmpty()) {
+            m_password = m_url.password(QUrl::FullyDecoded);
+        } else {
+            m_password.reset();
+            m_passwordStored = true;
+        }
+    }
+    m_url = ZKFtpUrl::withoutPassword(m_url);
+}
+
+void ZKFtpWriter::setCredentials(const QString &username, const std::optional<QString> &password) {
+    m_username = username;
+    m_password = password;
+}
+
+void ZKFtpWriter::setUrl(const QUrl &url) {
+    m_url = url;
+    m_filename = ZKFtpUrl::filename(url);
+}
+
+bool ZKFtpWriter::isDirectoryUrl(const QUrl &url) {
+    return ZKFtpUrl::isDirectoryUrl(url);
+}
+
+QUrl ZKFtpWriter::makeDirectoryUrl(const QUrl &url) {
+    return ZKFtpUrl::makeDirectoryUrl(url);
+}
+
+qint32 ZKFtpWriter::controlPort() const {
+    return ZKFtpUrl::controlPort(m_url);
+}
+
+QStringList ZKFtpWriter::parentPathComponents() const {
+    return ZKFtpUrl::parentPathComponents(m_url);
+}
+
+bool ZKFtpWriter::isEqual(const ZKWriter &other) const {
+    if (typeid(*this) != typeid(other)) {
+        return false;
+    }
+    const auto &writer = static_cast<const ZKFtpWriter &>(other);
+    return m_isDirectory == writer.m_isDirectory && m_url == writer.m_url;
+}
+
+size_t ZKFtpWriter::hash() const {
+    return qHash(m_url) + (m_isDirectory ? 1 : 0);
+}
+
+QString ZKFtpWriter::icon() const {
+    if (m_isDirectory) {
+        return QStringLiteral("folder");
+    }
+    return QMimeDatabase().mimeTypeForFile(m_filename, QMimeDatabase::MatchExtension).iconName();
+}
+
+QVariantMap ZKFtpWriter::asPropertyList() const {
+    if (!m_username.isEmpty() && !m_passwordStored) {
+        ZKKeyChain::storeFtpPassword(host(), m_username, m_password);
+        m_passwordStored = true;
+    }
+    QVariantMap propertyList;
+    propertyList.insert(typeKey, QStringLiteral("FtpWriter"));
+    propertyList.insert(urlKey, m_url.toString());
+    propertyList.insert(usernameKey, m_username);
+    propertyList.insert(isDirectoryKey, m_isDirectory);
+    propertyList.insert(supportsRfc3659Key, m_supportsRfc3659);
+    return propertyList;
+}
+
+void ZKFtpWriter::fail(qint64 code, const QString &message) {
+    setError(ZKError::application(code, message));
+}
+
+QString ZKFtpWriter::clientDescription() const {
+    const ZKOptionalError clientError = m_ftp->error();
+    return clientError ? clientError->localizedDescription() : QStringLiteral("unknown error");
+}
+
+bool ZKFtpWriter::connect() {
+    m_connected = true;
+    if (m_ftp->isConnected()) {
+        m_ftp->retainConnection();
+        return true;
+    }
+    m_ftp->setSupportsRfc3659(m_supportsRfc3659);
+    if (!m_password && m_passwordStored) {
+        m_password = ZKKeyChain::retrieveFtpPassword(host(), m_username);
+    }
+    m_ftp->connectToHost(host(), controlPort());
+    if (m_ftp->error()) {
+        // Without quotes, unlike the reader's message.
+        fail(ZKErrorCode::createFailed,
+             QStringLiteral("Unable to connect to %1: %2").arg(host(), clientDescription()));
+        return false;
+    }
+    m_ftp->loginWithUsername(m_username, m_password.value_or(QString()));
+    if (m_ftp->error()) {
+        fail(ZKErrorCode::createFailed,
+             QStringLiteral("Unable to log in to %1: %2").arg(host(), clientDescription()));
+        return false;
+    }
+    return true;
+}
+
+bool ZKFtpWriter::open() {
+    close();
+    clearError();
+    if (!m_url.isValid() || m_url.isEmpty()) {
+        fail(ZKErrorCode::createFailed, QStringLiteral("Invalid url: '%1'").arg(m_url.toString()));
+        return false;
+    }
+    if (m_url.path().isEmpty() || m_filename.isEmpty()) {
+        fail(ZKErrorCode::createFailed,
+             QStringLiteral("No folder specified: '%1'").arg(m_url.toString()));
+        return false;
+    }
+    if (!connect()) {
+        return false;
+    }
+    m_ftp->changePath(parentPathComponents());
+    if (m_ftp->error()) {
+        fail(ZKErrorCode::createFailed,
+             QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
+        return false;
+    }
+    const std::optional<ZKFtpItem> item = m_ftp->itemWithName(m_filename);
+    if (m_isDirectory) {
+        // An existing entry of that name is taken as it is.
+        if (!item) {
+            m_ftp->createDirectory(m_filename);
+            if (m_ftp->error()) {
+                fail(ZKErrorCode::createFailed,
+                     QStringLiteral("Unable to create directory '%1': %2")
+                         .arg(m_url.path(), clientDescription()));
+                return false;
+            }
+        }
+        return true;
+    }
+    m_size = item ? item->size() : 0;
+    m_ftp->beginStore(m_filename);
+    if (m_ftp->error()) {
+        fail(ZKErrorCode::writeFailed,
+             QStringLiteral("Unable to open file '%1': %2").arg(m_url.path(), clientDescription()));
+        return false;
+    }
+    m_uploading = true;
+    return true;
+}
+
+void ZKFtpWriter::close() {
+    if (m_connected) {
+        // Also for folder writers: it reads the reply of the client's last
+        // transfer when that is still due, and waits for it otherwise.
+        m_ftp->endStore();
+        m_ftp->releaseConnection();
+        m_connected = false;
+    }
+    m_uploading = false;
+}
+
+bool ZKFtpWriter::appendBlock(const QByteArray &data) {
+    if (!m_uploading) {
+        // The shared client's data connection may belong to someone else.
+        fail(ZKErrorCode::writeFailed,
+             QStringLiteral("Unable to write to file '%1': %2")
+                 .arg(m_url.path(), QStringLiteral("the file is not open for writing")));
+        return false;
+    }
+    m_ftp->storeBlock(data);
+    if (m_ftp->error()) {
+        fail(ZKErrorCode::writeFailed, QStringLiteral("Unable to write to file '%1': %2")
+                                           .arg(m_url.path(), clientDescription()));
+        return false;
+    }
+    return true;
+}
+
+std::shared_ptr<ZKFtpWriter> ZKFtpWriter::makeChild(const QString &name, bool isDirectory) {
+    auto child = std::make_shared<ZKFtpWriter>(ZKFtpUrl::childUrl(m_url, name, isDirectory),
+                                               isDirectory, m_ftp, m_username, m_password);
+    child->m_supportsRfc3659 = m_supportsRfc3659;
+    child->m_passwordStored = m_passwordStored;
+    return child;
+}
+
+std::shared_ptr<ZKWriter> ZKFtpWriter::createDirectory(const QString &name) {
+    if (!m_isDirectory) {
+        fail(ZKErrorCode::createFailed,
+             QStringLiteral("Cannot create a directory in '%1'.").arg(m_url.path()));
+        return nullptr;
+    }
+    m_ftp->changePath(ZKFtpUrl::pathComponents(m_url));
+    if (m_ftp->error()) {
+        fail(ZKErrorCode::createFailed,
+             QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
+        return nullptr;
+    }
+    return makeChild(name, true);
+}
+
+std::shared_ptr<ZKWriter> ZKFtpWriter::createFile(const QString &name) {
+    if (!m_isDirectory) {
+        fail(ZKErrorCode::createFailed,
+             QStringLiteral("Cannot create a file in '%1'.").arg(m_url.path()));
+        return nullptr;
+    }
+    m_ftp->changePath(ZKFtpUrl::pathComponents(m_url));
+    if (m_ftp->error()) {
+        fail(ZKErrorCode::createFailed,
+             QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
+        return nullptr;
+    }
+    return makeChild(name, false);
+}
+
+std::shared_ptr<ZKWriter> ZKFtpWriter::createLink(const QString &name, const QString &target) {
+    Q_UNUSED(target);
+    fail(ZKErrorCode::createFailed, QStringLiteral("Cannot create a symbolic link at '%1'.")
+                                        .arg(ZKFtpUrl::childUrl(m_url, name, false).path()));
+    return nullptr;
+}
+
+bool ZKFtpWriter::removeFile(const QString &name) {
+    if (!m_isDirectory) {
+        fail(ZKErrorCode::createFailed,
+             QStringLiteral("Cannot remove a file from '%1'.").arg(m_url.path()));
+        return false;
+    }
+    m_ftp->changePath(ZKFtpUrl::pathComponents(m_url));
+    if (m_ftp->error()) {
+        fail(ZKErrorCode::createFailed,
+             QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
+        return false;
+    }
+    m_ftp->removeFile(name);
+    if (m_ftp->error()) {
+        fail(ZKErrorCode::createFailed,
+             QStringLiteral("Unable to remove file '%1': %2").arg(name, clientDescription()));
+        return false;
+    }
+    return true;
+}
+
+bool ZKFtpWriter::removeContents(const std::function<bool()> &isCancelled) {
+    const std::shared_ptr<ZKReader> reader = asReader();
+    ZKOptionalError childError;
+    reader->enumerateContentsOfDirectoryWithBlock([&](const std::shared_ptr<ZKReader> &child) {
+        if (isCancelled && isCancelled()) {
+            return ZKEnumerationResultStop;
+        }
+        child->open();
+        const std::shared_ptr<ZKWriter> writer = child->asWriter();
+        child->close();
+        if (!writer->open() || !writer->remove(isCancelled)) {
+            childError = writer->error();
+            if (!childError) {
+                childError =
+                    ZKError::application(ZKErrorCode::createFailed, QStringLiteral("cancelled"));
+            }
+        }
+        writer->close();
+        return childError ? ZKEnumerationResultStop : ZKEnumerationResultContinue;
+    });
+    if (!childError && reader->error()) {
+        childError = reader->error();
+    }
+    if (childError) {
+        fail(ZKErrorCode::createFailed, QStringLiteral("Unable to remove contents of directory "
+                                                       "'%1': %2")
+                                            .arg(m_filename, childError->localizedDescription()));
+        return false;
+    }
+    return true;
+}
+
+bool ZKFtpWriter::remove(const std::function<bool()> &isCancelled) {
+    if (isCancelled && isCancelled()) {
+        return false;
+    }
+    if (removalDepth >= maximumRemovalDepth) {
+        fail(ZKErrorCode::createFailed,
+             QStringLiteral("Unable to remove directory '%1': %2")
+                 .arg(m_filename, QStringLiteral("the folders nest too deeply")));
+        return false;
+    }
+    // A writer made from a source reader is asked to remove without having
+    // been opened, after the reader gave back the connection.
+    if (!m_connected && !connect()) {
+        return false;
+    }
+    ++removalDepth;
+    const auto leave = qScopeGuard([] { --removalDepth; });
+
+    m_ftp->changePath(parentPathComponents());
+    if (m_ftp->error()) {
+        fail(ZKErrorCode::createFailed,
+             QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
+        return false;
+    }
+    if (m_isDirectory) {
+        if (!removeContents(isCancelled)) {
+            return false;
+        }
+        if (isCancelled && isCancelled()) {
+            return false;
+        }
+        m_ftp->changePath(parentPathComponents());
+        if (m_ftp->error()) {
+            fail(ZKErrorCode::createFailed, QStringLiteral("Unable to find path '%1': %2")
+                                                .arg(m_url.path(), clientDescription()));
+            return false;
+        }
+        m_ftp->removeDirectory(m_filename);
+        if (m_ftp->error()) {
+            fail(ZKErrorCode::createFailed, QStringLiteral("Unable to remove directory '%1': %2")
+                                                .arg(m_filename, clientDescription()));
+            return false;
+        }
+        return true;
+    }
+    // An upload still open on this file is finished before the file goes.
+    m_ftp->endStore();
+    m_uploading = false;
+    m_ftp->removeFile(m_filename);
+    if (m_ftp->error()) {
+        fail(ZKErrorCode::createFailed,
+             QStringLiteral("Unable to remove file '%1': %2").arg(m_filename, clientDescription()));
+        return false;
+    }
+    return true;
+}
+
+std::shared_ptr<ZKReader> ZKFtpWriter::asReader() {
+    std::shared_ptr<ZKFtpReader> reader;
+    if (m_ftp->isConnected()) {
+        m_ftp->changePath(parentPathComponents());
+        std::optional<ZKFtpItem> item;
+        if (!m_ftp->error()) {
+            item = m_ftp->itemWithName(m_filename);
+        }
+        reader = std::make_shared<ZKFtpReader>(m_url, m_username, m_password, m_ftp, item);
+    } else {
+        reader = std::make_shared<ZKFtpReader>(m_url);
+        reader->setCredentials(m_username, m_password);
+    }
+    reader->setSupportsRfc3659(m_supportsRfc3659);
+    reader->setPasswordStored(m_passwordStored);
+    return reader;
+}
