@@ -77,20 +77,30 @@ void ZKTaskQueue::removeAll() {
     Q_EMIT tasksChanged();
 }
 
-void ZKTaskQueue::sortWithDescriptor(const QString &key, bool ascending) {
+void ZKTaskQueue::sortWithDescriptor(const QString &key, bool ascending,
+                                     Qt::CaseSensitivity caseSensitivity) {
+    const QByteArray name = key.toLatin1();
+    const auto order = [&](const ZKTaskPtr &a, const ZKTaskPtr &b) {
+        const QVariant x = a->property(name.constData());
+        const QVariant y = b->property(name.constData());
+        if (x.typeId() == QMetaType::QString && y.typeId() == QMetaType::QString) {
+            return x.toString().compare(y.toString(), caseSensitivity);
+        }
+        const auto ordering = QVariant::compare(x, y);
+        return ordering == QPartialOrdering::Less      ? -1
+               : ordering == QPartialOrdering::Greater ? 1
+                                                       : 0;
+    };
     Q_EMIT tasksAboutToChange();
     {
         // Property values are read under the lock: they are plain getters of
         // values the main thread sets, never a wait.
         QWriteLocker locker(&m_lock);
-        const QByteArray name = key.toLatin1();
-        std::stable_sort(
-            m_tasks.begin(), m_tasks.end(), [&](const ZKTaskPtr &a, const ZKTaskPtr &b) {
-                const auto order =
-                    QVariant::compare(a->property(name.constData()), b->property(name.constData()));
-                return ascending ? order == QPartialOrdering::Less
-                                 : order == QPartialOrdering::Greater;
-            });
+        std::stable_sort(m_tasks.begin(), m_tasks.end(),
+                         [&](const ZKTaskPtr &a, const ZKTaskPtr &b) {
+                             const int result = order(a, b);
+                             return ascending ? result < 0 : result > 0;
+                         });
     }
     Q_EMIT tasksChanged();
 }

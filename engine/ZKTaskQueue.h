@@ -33,7 +33,8 @@ public:
     void removeTasksAtIndexes(const ZKIndexList &indexes);
     void removeAll();
     // Sorts by a task property (such as "filename" or "state").
-    void sortWithDescriptor(const QString &key, bool ascending);
+    void sortWithDescriptor(const QString &key, bool ascending,
+                            Qt::CaseSensitivity caseSensitivity = Qt::CaseSensitive);
     void removeTask(const ZKTaskPtr &task);
 
     QList<ZKTaskPtr> tasks() const;

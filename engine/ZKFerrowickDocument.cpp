@@ -1,0 +1,899 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKFerrowickDocument.h"
+
+#include "ZKBlockOperation.h"
+#include "ZKByteCountFormatter.h"
+#include "ZKCopyTask.h"
+#include "ZKLogging.h"
+#include "ZKMainQueue.h"
+#include "ZKNotificationCenter.h"
+#include "ZKNotificationManager.h"
+#include "ZKNotificationNames.h"
+#include "ZKPasteboard.h"
+#include "ZKPreferences.h"
+#include "ZKPropertyListParser.h"
+#include "ZKPropertyListSerialization.h"
+#include "ZKQuestionPresenter.h"
+#include "ZKQueueState.h"
+#include "ZKReaderFactory.h"
+#include "ZKSchedulePanel.h"
+#include "ZKSpeedLimitPanel.h"
+#include "ZKTaskState.h"
+#include "ZKTimeFormatter.h"
+#include "ZKTransferMode.h"
+#include "ZKUserDefaults.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QPointer>
+#include <QSaveFile>
+
+using S = ZKTaskState;
+
+const QString ZKFerrowickDocument::fileExtension = QStringLiteral("queue");
+
+namespace {
+const QString kType = QStringLiteral("Type");
+const QString kDocumentType = QStringLiteral("FerrowickDocument");
+const QString kState = QStringLiteral("State");
+const QString kIsVerifyEnabled = QStringLiteral("IsVerifyEnabled");
+const QString kAutoClearItems = QStringLiteral("AutoClearItems");
+const QString kAutoRetryItems = QStringLiteral("AutoRetryItems");
+const QString kDataRate = QStringLiteral("DataRate");
+const QString kDefaultTransferMode = QStringLiteral("DefaultTransferMode");
+const QString kDefaultDestination = QStringLiteral("DefaultDestination");
+const QString kSpeedLimit = QStringLiteral("SpeedLimit");
+const QString kSchedule = QStringLiteral("Schedule");
+const QString kTasks = QStringLiteral("Tasks");
+
+const QString kApplyToAll = QStringLiteral("Apply to all");
+const QString kSkip = QStringLiteral("Skip");
+const QString kCancel = QStringLiteral("Cancel");
+const QString kReplace = QStringLiteral("Replace");
+const QString kSkipInfo = QStringLiteral("Do you want to skip copying this item?");
+const QString kReplaceInfo = QStringLiteral("Do you want to replace the existing item?");
+
+QString itemName(const ZKFileInfo &item) {
+    return item.url.fileName();
+}
+
+bool isNumber(const QVariant &value) {
+    switch (value.typeId()) {
+    case QMetaType::Double:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+        return true;
+    default:
+        return false;
+    }
+}
+} // namespace
+
+ZKFerrowickDocument::ZKFerrowickDocument(QObject *parent)
+    : QObject(parent) {
+    auto &defaults = ZKUserDefaults::standard();
+    m_state = defaults.integerForKey(ZKPreferences::queueState) == ZKQueueState::Paused
+                  ? ZKQueueState::Paused
+                  : ZKQueueState::Running;
+    m_isVerifyEnabled = defaults.boolForKey(ZKPreferences::verifyEnabled);
+    m_autoClearItems = defaults.boolForKey(ZKPreferences::automaticClearEnabled);
+    m_autoRetryItems = defaults.boolForKey(ZKPreferences::automaticRetryEnabled);
+    m_showDataRate = defaults.boolForKey(ZKPreferences::showDataRate);
+    m_showDataSize = defaults.boolForKey(ZKPreferences::showDataSize);
+    // The default destination is kept in the settings in its saved form.
+    const QVariant saved = defaults.objectForKey(ZKPreferences::defaultDestination);
+    if (saved.canConvert<QVariantMap>() && !saved.toMap().isEmpty()) {
+        m_defaultDestination = ZKPropertyListParser::parseObjectOfType<ZKWriter>(saved.toMap());
+    } else if (const QString path = saved.toString(); !path.isEmpty()) {
+        if (const auto reader = ZKReaderFactory::readerWithPath(path)) {
+            m_defaultDestination = reader->asWriter();
+        }
+    }
+
+    m_dataRateCalculator.setNumberOfSamples(10);
+    connect(&m_dataRateCalculator, &ZKDataRateCalculator::bytesPerSecondChanged, this, [this] {
+        ZKMainQueue::async([guard = QPointer<ZKFerrowickDocument>(this)] {
+            if (guard) {
+                guard->m_taskQueue.setDataRate(guard->m_dataRateCalculator.bytesPerSecond());
+                guard->announceTexts();
+            }
+        });
+    });
+    connect(&defaults, &ZKUserDefaults::valueChanged, this, [this](const QString &key) {
+        if (key == ZKPreferences::showDataRate || key == ZKPreferences::showDataSize) {
+            auto &d = ZKUserDefaults::standard();
+            m_showDataRate = d.boolForKey(ZKPreferences::showDataRate);
+            m_showDataSize = d.boolForKey(ZKPreferences::showDataSize);
+            Q_EMIT dataDescriptionChanged();
+        }
+    });
+    m_retryTimer.setUpdateHandler([this] { Q_EMIT descriptionChanged(); });
+    m_retryTimer.setCompletionHandler([this] { retry(); });
+    m_speedLimit = std::make_unique<ZKSpeedLimitPanel>(this);
+    m_schedule = std::make_unique<ZKSchedulePanel>(this);
+    refreshRetryTooltip();
+    refreshClearTooltip();
+}
+
+ZKFerrowickDocument::~ZKFerrowickDocument() {
+    m_retryTimer.cancel();
+    m_dispatchQueue.waitUntilAllOperationsAreFinished();
+    m_taskQueue.removeTaskObserver(this);
+    // No task step may outlive the document whose questions it may ask.
+    for (const auto &task : m_taskQueue.tasks()) {
+        task->pause();
+    }
+    m_sleepManager.permitIdleSleep();
+}
+
+// ---- identity and saving
+
+void ZKFerrowickDocument::setFileName(const QString &path) {
+    m_fileName = path;
+}
+
+QString ZKFerrowickDocument::displayName() const {
+    return m_fileName.isEmpty() ? QStringLiteral("Untitled")
+                                : QFileInfo(m_fileName).completeBaseName();
+}
+
+void ZKFerrowickDocument::updateChangeCount() {
+    ZKMainQueue::async([guard = QPointer<ZKFerrowickDocument>(this)] {
+        if (guard) {
+            ++guard->m_changeCount;
+            Q_EMIT guard->editedChanged();
+        }
+    });
+}
+
+QVariantMap ZKFerrowickDocument::asPropertyList() const {
+    QVariantMap plist{
+        {kType, kDocumentType},
+        {kState, ZKQueueState::convertToString(state())},
+        {kIsVerifyEnabled, m_isVerifyEnabled},
+        {kAutoClearItems, m_autoClearItems},
+        {kAutoRetryItems, m_autoRetryItems},
+        {kDataRate, m_dataRateCalculator.bytesPerSecond()},
+        {kDefaultTransferMode, ZKTransferMode::convertToString(m_defaultTransferMode)},
+        {kSpeedLimit, m_speedLimit->asPropertyList()},
+        {kSchedule, m_schedule->asPropertyList()},
+        {kTasks, m_taskQueue.asPropertyList()},
+    };
+    if (m_defaultDestination) {
+        plist.insert(kDefaultDestination, m_defaultDestination->asPropertyList());
+    }
+    return plist;
+}
+
+bool ZKFerrowickDocument::validatePropertyList(const QVariantMap &plist, QString *reason) {
+    auto fail = [reason](const QString &text) {
+        if (reason) {
+            *reason = text;
+        }
+        return false;
+    };
+    if (plist.value(kType).toString() != kDocumentType ||
+        plist.value(kType).typeId() != QMetaType::QString) {
+        return fail(QStringLiteral("it is not a Ferrowick queue"));
+    }
+    const auto check = [&](const QString &key, auto isRightType) {
+        return !plist.contains(key) || isRightType(plist.value(key));
+    };
+    const auto isText = [](const QVariant &v) {
+        return v.typeId() == QMetaType::QString;
+    };
+    const auto isBool = [](const QVariant &v) {
+        return v.typeId() == QMetaType::Bool;
+    };
+    const auto isMap = [](const QVariant &v) {
+        return v.typeId() == QMetaType::QVariantMap;
+    };
+    const auto isList = [](const QVariant &v) {
+        return v.typeId() == QMetaType::QVariantList;
+    };
+    const std::pair<QString, std::function<bool(const QVariant &)>> rules[] = {
+        {kState, isText},
+        {kIsVerifyEnabled, isBool},
+        {kAutoClearItems, isBool},
+        {kAutoRetryItems, isBool},
+        {kDataRate, isNumber},
+        {kDefaultTransferMode, isText},
+        {kDefaultDestination, isMap},
+        {kSpeedLimit, isMap},
+        {kSchedule, isMap},
+        {kTasks, isList},
+    };
+    for (const auto &[key, rule] : rules) {
+        if (!check(key, rule)) {
+            return fail(QStringLiteral("the entry \"%1\" has the wrong type").arg(key));
+        }
+    }
+    return true;
+}
+
+bool ZKFerrowickDocument::readFromPropertyList(const QVariantMap &plist) {
+    if (!validatePropertyList(plist, nullptr)) {
+        return false;
+    }
+    m_taskQueue.removeTaskObserver(this);
+    m_taskQueue.removeAll();
+    m_taskQueue.flushRemovedTasks();
+    m_lastStates.clear();
+
+    // Stored directly: loading a paused queue must not pause anything.
+    m_state = ZKQueueState::parse(plist.value(kState).toString());
+    m_isVerifyEnabled = plist.value(kIsVerifyEnabled).toBool();
+    m_autoClearItems = plist.value(kAutoClearItems).toBool();
+    m_autoRetryItems = plist.value(kAutoRetryItems).toBool();
+    refreshRetryTooltip();
+    refreshClearTooltip();
+    m_dataRateCalculator.setBytesPerSecond(plist.value(kDataRate).toDouble());
+    m_defaultTransferMode = ZKTransferMode::parse(plist.value(kDefaultTransferMode).toString());
+    m_defaultDestination = plist.contains(kDefaultDestination)
+                               ? ZKPropertyListParser::parseObjectOfType<ZKWriter>(
+                                     plist.value(kDefaultDestination).toMap())
+                               : nullptr;
+    m_speedLimit = std::make_unique<ZKSpeedLimitPanel>(plist.value(kSpeedLimit).toMap(), this);
+    m_schedule = std::make_unique<ZKSchedulePanel>(plist.value(kSchedule).toMap(), this);
+
+    QList<ZKTaskPtr> tasks;
+    for (const QVariant &entry : plist.value(kTasks).toList()) {
+        if (entry.typeId() != QMetaType::QVariantMap) {
+            continue;
+        }
+        if (auto task = ZKPropertyListParser::parseObjectOfType<ZKTask>(entry.toMap())) {
+            tasks.append(task);
+        }
+    }
+    ZKIndexList indexes;
+    for (qsizetype i = 0; i < tasks.size(); ++i) {
+        indexes.append(i);
+    }
+    insertTasks(tasks, indexes);
+
+    Q_EMIT stateChanged();
+    Q_EMIT isVerifyEnabledChanged();
+    Q_EMIT autoClearItemsChanged();
+    Q_EMIT autoRetryItemsChanged();
+    if (state() == ZKQueueState::Running && !m_taskQueue.allTasksCompleted()) {
+        m_sleepManager.preventIdleSleep();
+    }
+    startNextTask();
+    return true;
+}
+
+bool ZKFerrowickDocument::readFromFile(const QString &path, ZKError *error) {
+    auto fail = [&](const QString &reason) {
+        if (error) {
+            *error = ZKError::application(
+                ZKErrorCode::unknownClass,
+                QStringLiteral("The queue \"%1\" cannot be opened: %2.").arg(path, reason));
+        }
+        qCWarning(lcEngine).noquote() << "Unable to load" << path << reason;
+        return false;
+    };
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return fail(file.errorString());
+    }
+    if (file.size() > ZKPropertyListSerialization::maximumDataSize) {
+        return fail(QStringLiteral("the file is too large to be a queue"));
+    }
+    const QByteArray data = file.readAll();
+    ZKError parseError;
+    const QVariant plist = ZKPropertyListSerialization::propertyListFromData(data, &parseError);
+    if (!plist.isValid()) {
+        return fail(parseError.localizedDescription());
+    }
+    if (plist.typeId() != QMetaType::QVariantMap) {
+        return fail(QStringLiteral("it is not a Ferrowick queue"));
+    }
+    QString reason;
+    if (!validatePropertyList(plist.toMap(), &reason)) {
+        return fail(reason);
+    }
+    setFileName(path);
+    return readFromPropertyList(plist.toMap());
+}
+
+bool ZKFerrowickDocument::writeToFile(const QString &path, ZKError *error) const {
+    ZKError serialisationError;
+    const QByteArray data =
+        ZKPropertyListSerialization::dataFromPropertyList(asPropertyList(), &serialisationError);
+    if (data.isEmpty()) {
+        if (error) {
+            *error = serialisationError;
+        }
+        return false;
+    }
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(data) != data.size() || !file.commit()) {
+        if (error) {
+            *error = ZKError::application(ZKErrorCode::writeFailed,
+                                          QStringLiteral("Unable to save the queue \"%1\": %2.")
+                                              .arg(path, file.errorString()));
+        }
+        return false;
+    }
+    return true;
+}
+
+// ---- running
+
+void ZKFerrowickDocument::runInBackground(std::function<void()> work) {
+    m_dispatchQueue.addOperation(std::make_shared<ZKBlockOperation>(std::move(work)));
+}
+
+void ZKFerrowickDocument::waitForBackgroundWork() {
+    m_dispatchQueue.waitUntilAllOperationsAreFinished();
+}
+
+void ZKFerrowickDocument::setState(qint32 state) {
+    m_state = state;
+    if (state == ZKQueueState::Paused) {
+        runInBackground([this] {
+            m_taskQueue.pauseAll();
+            m_taskQueue.flushRemovedTasks();
+            m_sleepManager.permitIdleSleep();
+        });
+        ZKMainQueue::sync([this] { cancelRetryTimer(); });
+    } else {
+        startNextTask();
+    }
+    sendQueueActivityNotification();
+    updateChangeCount();
+    ZKMainQueue::async([guard = QPointer<ZKFerrowickDocument>(this)] {
+        if (guard) {
+            Q_EMIT guard->stateChanged();
+        }
+    });
+}
+
+void ZKFerrowickDocument::toggleStartStop() {
+    setState(state() == ZKQueueState::Running ? ZKQueueState::Paused : ZKQueueState::Running);
+}
+
+void ZKFerrowickDocument::startNextTask() {
+    // All starting decisions are made one at a time on the background queue,
+    // so a task can never be started twice from one state.
+    runInBackground([this] { startNextTaskNow(); });
+}
+
+void ZKFerrowickDocument::startNextTaskNow() {
+    const auto current = m_taskQueue.currentTask();
+    if (current && current->state() == S::Preparing) {
+        return; // one analysis at a time
+    }
+    if (const auto preparation = m_taskQueue.nextPreparationTask()) {
+        startTask(preparation); // analysis runs in a paused queue too
+    } else if (state() == ZKQueueState::Running) {
+        const auto next = m_taskQueue.nextTask();
+        if (next &&
+            (!current || m_taskQueue.indexOfTask(next) < m_taskQueue.indexOfTask(current))) {
+            startTask(next);
+        }
+    }
+    if (!m_taskQueue.currentTask()) {
+        m_sleepManager.permitIdleSleep();
+    }
+}
+
+void ZKFerrowickDocument::startTask(const ZKTaskPtr &task) {
+    m_taskQueue.pauseAllResumableTasks();
+    m_sleepManager.preventIdleSleep();
+    ZKMainQueue::sync([this] { cancelRetryTimer(); });
+    task->start();
+    updateChangeCount();
+}
+
+bool ZKFerrowickDocument::shouldStartNextTaskWithStateChange(qint32 from, qint32 to) {
+    if (to == S::Completed || to == S::Failed || to == S::Cancelled) {
+        return true;
+    }
+    if (from == S::Preparing) {
+        return to == S::PendingProcessing || to == S::PendingVerification ||
+               to == S::PendingRemoval;
+    }
+    if (from == S::Processing) {
+        return to == S::PendingVerification || to == S::PendingRemoval;
+    }
+    return from == S::Verifying && to == S::PendingRemoval;
+}
+
+void ZKFerrowickDocument::onTaskStateChanged(ZKTask *task) {
+    const qint32 from = m_lastStates.value(task, S::PendingPreparation);
+    const qint32 to = task->state();
+    m_lastStates.insert(task, to);
+    refreshTaskProgress(task);
+    sendQueueActivityNotification();
+    if (shouldStartNextTaskWithStateChange(from, to)) {
+        std::weak_ptr<ZKTask> weak;
+        for (const auto &t : m_taskQueue.tasks()) {
+            if (t.get() == task) {
+                weak = t;
+            }
+        }
+        ZKMainQueue::async([guard = QPointer<ZKFerrowickDocument>(this), weak, to] {
+            if (guard) {
+                guard->followUp(weak, to);
+            }
+        });
+    }
+    Q_EMIT descriptionChanged();
+}
+
+void ZKFerrowickDocument::followUp(const std::weak_ptr<ZKTask> &weak, qint32 newState) {
+    if (m_autoClearItems && newState == S::Completed) {
+        ZKMainQueue::asyncAfter(1, [guard = QPointer<ZKFerrowickDocument>(this), weak] {
+            const auto task = weak.lock();
+            if (!guard || !task) {
+                return;
+            }
+            const qsizetype index = guard->m_taskQueue.indexOfTask(task);
+            if (index >= 0) {
+                guard->clearItems({index});
+            }
+        });
+    }
+    startNextTask();
+    if (state() == ZKQueueState::Running && m_taskQueue.allTasksCompleted() &&
+        (newState == S::Completed || newState == S::Failed)) {
+        ZKNotificationManager::notifyQueueCompleted(*this);
+        if (m_autoRetryItems && m_taskQueue.failedCount() != 0) {
+            startRetryTimer();
+        }
+        Q_EMIT queueCompleted();
+    }
+    announceTexts();
+}
+
+void ZKFerrowickDocument::onTaskActivity(ZKTask *task, const QVariantMap &userInfo) {
+    m_dataRateCalculator.addSampleOfBytes(
+        userInfo.value(ZKNotificationNames::bytesKey).toULongLong(),
+        userInfo.value(ZKNotificationNames::timePassedKey).toDouble());
+    refreshTaskProgress(task);
+    sendQueueActivityNotification();
+}
+
+void ZKFerrowickDocument::refreshTaskProgress(ZKTask *task) {
+    m_progressTracker.setItemForTaskState(task, task->state(),
+                                          {task->progressBytes(), task->totalBytes()});
+}
+
+void ZKFerrowickDocument::sendQueueActivityNotification() {
+    ZKMainQueue::async([guard = QPointer<ZKFerrowickDocument>(this)] {
+        if (!guard) {
+            return;
+        }
+        ZKNotificationCenter::defaultCenter().post(
+            ZKNotificationNames::queueActivity, guard.data(),
+            {{ZKNotificationNames::stateKey, guard->state()},
+             {ZKNotificationNames::bytesKey, guard->m_progressTracker.progressBytes()},
+             {ZKNotificationNames::totalBytesKey, guard->m_progressTracker.totalBytes()}});
+        Q_EMIT guard->dataDescriptionChanged();
+    });
+}
+
+// ---- retry
+
+void ZKFerrowickDocument::startRetryTimer() {
+    m_retryTimer.setTimeout(double(
+        ZKUserDefaults::standard().integerForKey(ZKPreferences::automaticRetryDelaySeconds)));
+    m_retryTimer.start();
+    Q_EMIT descriptionChanged();
+}
+
+void ZKFerrowickDocument::cancelRetryTimer() {
+    if (m_retryTimer.isRunning()) {
+        m_retryTimer.cancel();
+        Q_EMIT descriptionChanged();
+    }
+}
+
+void ZKFerrowickDocument::retry() {
+    if (state() == ZKQueueState::Running && m_taskQueue.allTasksCompleted() &&
+        m_taskQueue.failedCount() != 0 && m_autoRetryItems) {
+        restart();
+    }
+}
+
+void ZKFerrowickDocument::restart(bool fromButton) {
+    if (fromButton) {
+        toggleAutoRetryItems();
+    }
+    runInBackground([this] {
+        m_taskQueue.resetAll();
+        startNextTaskNow();
+        updateChangeCount();
+    });
+}
+
+void ZKFerrowickDocument::refreshRetryTooltip() {
+    const qint64 delay =
+        ZKUserDefaults::standard().integerForKey(ZKPreferences::automaticRetryDelaySeconds);
+    m_retryTooltip = m_autoRetryItems ? QStringLiteral("Retry (Auto retry after %1)")
+                                            .arg(ZKTimeFormatter::formatTime(double(delay)))
+                                      : QStringLiteral("Retry");
+    Q_EMIT retryTooltipChanged();
+}
+
+void ZKFerrowickDocument::refreshClearTooltip() {
+    // The button both clears and switches automatic clearing, like Retry.
+    m_clearTooltip =
+        m_autoClearItems ? QStringLiteral("Clear (Auto clear on)") : QStringLiteral("Clear");
+    Q_EMIT clearTooltipChanged();
+}
+
+void ZKFerrowickDocument::setMaximumTransferRate(quint64 bytesPerSecond) {
+    m_taskQueue.setMaximumTransferRate(bytesPerSecond);
+}
+
+void ZKFerrowickDocument::setDataRate(double bytesPerSecond) {
+    m_dataRateCalculator.setBytesPerSecond(bytesPerSecond);
+}
+
+// ---- settings
+
+void ZKFerrowickDocument::setIsVerifyEnabled(bool enabled) {
+    m_isVerifyEnabled = enabled;
+    m_taskQueue.setVerifyEnabled(enabled);
+    updateChangeCount();
+    Q_EMIT isVerifyEnabledChanged();
+}
+
+void ZKFerrowickDocument::setDefaultTransferMode(qint32 mode) {
+    m_defaultTransferMode = mode;
+    updateChangeCount();
+    Q_EMIT defaultTransferModeChanged();
+}
+
+void ZKFerrowickDocument::setDefaultDestination(ZKWriterPtr destination) {
+    m_defaultDestination = std::move(destination);
+    updateChangeCount();
+    Q_EMIT defaultDestinationChanged();
+}
+
+void ZKFerrowickDocument::toggleAutoClearItems() {
+    m_autoClearItems = !m_autoClearItems;
+    refreshClearTooltip();
+    updateChangeCount();
+    Q_EMIT autoClearItemsChanged();
+    if (m_autoClearItems) {
+        clearItems(m_taskQueue.completedItems());
+    }
+}
+
+void ZKFerrowickDocument::toggleAutoRetryItems() {
+    m_autoRetryItems = !m_autoRetryItems;
+    refreshRetryTooltip();
+    updateChangeCount();
+    Q_EMIT autoRetryItemsChanged();
+    if (m_autoRetryItems && m_taskQueue.failedCount() != 0) {
+        startRetryTimer();
+    } else if (!m_autoRetryItems) {
+        cancelRetryTimer();
+    }
+}
+
+// ---- the task list
+
+QList<ZKTaskPtr> ZKFerrowickDocument::addTasks(const QList<ZKReaderPtr> &sources,
+                                               const ZKWriterPtr &destination, qsizetype index) {
+    QList<ZKTaskPtr> tasks;
+    ZKIndexList indexes;
+    for (const auto &source : sources) {
+        if (!source || !destination) {
+            continue;
+        }
+        auto task = ZKCopyTask::create(source, destination);
+        task->setIsVerifyEnabled(m_isVerifyEnabled);
+        task->setDataRate(m_dataRateCalculator.bytesPerSecond());
+        task->setMaximumTransferRate(m_speedLimit->value());
+        // A download is always a copy, whatever the default.
+        if (source->isLocal()) {
+            task->setTransferMode(m_defaultTransferMode);
+        }
+        indexes.append(index + tasks.size());
+        tasks.append(task);
+    }
+    ZKMainQueue::sync([&] { insertTasks(tasks, indexes); });
+    startNextTask();
+    return tasks;
+}
+
+void ZKFerrowickDocument::connectTask(const ZKTaskPtr &task) {
+    const std::weak_ptr<ZKTask> weak = task;
+    const QPointer<ZKFerrowickDocument> guard(this);
+    auto handler = [guard, weak](auto method) {
+        return [guard, weak, method](const ZKFileInfo &item) {
+            const auto t = weak.lock();
+            return guard && t ? (guard->*method)(item, *t) : ZKFileResponseCancel;
+        };
+    };
+    task->setUnreadableFileHandler(handler(&ZKFerrowickDocument::showUnreadableAlertForFile));
+    task->setUnwritableFileHandler(handler(&ZKFerrowickDocument::showUnwritableAlertForFile));
+    task->setPreExistingFileHandler(handler(&ZKFerrowickDocument::showPreExistingAlertForFile));
+    task->setPreExistingDestinationHandler([guard](const ZKFileInfo &item) {
+        return guard ? guard->showPreExistingDestinationAlertForFile(item) : ZKFileResponseCancel;
+    });
+    ZKTask *raw = task.get();
+    m_lastStates.insert(raw, raw->state());
+    connect(raw, &ZKTask::stateChanged, this, [this, raw] { onTaskStateChanged(raw); });
+    ZKNotificationCenter::defaultCenter().addObserver(
+        ZKNotificationNames::taskActivity, raw, this,
+        [guard, weak](const ZKNotification &notification) {
+            ZKMainQueue::async([guard, weak, info = notification.userInfo] {
+                const auto t = weak.lock();
+                if (guard && t) {
+                    guard->onTaskActivity(t.get(), info);
+                }
+            });
+        });
+    refreshTaskProgress(raw);
+}
+
+void ZKFerrowickDocument::insertTasks(const QList<ZKTaskPtr> &tasks, const ZKIndexList &indexes) {
+    for (const auto &task : tasks) {
+        connectTask(task);
+    }
+    m_taskQueue.insertTasks(tasks, indexes);
+    Q_EMIT tasksChanged();
+    announceTexts();
+    sendQueueActivityNotification();
+    updateChangeCount();
+}
+
+void ZKFerrowickDocument::removeTasksAtIndexes(const ZKIndexList &indexes) {
+    for (const auto &task : m_taskQueue.tasks()) {
+        if (indexes.contains(m_taskQueue.indexOfTask(task))) {
+            m_progressTracker.clearItem(task.get());
+            m_lastStates.remove(task.get());
+        }
+    }
+    m_taskQueue.removeTaskObserver(this, indexes);
+    m_taskQueue.removeTasksAtIndexes(indexes);
+    // Auto-cleared tasks still count in "n of m complete" until the whole
+    // queue is done.
+    if (!m_autoClearItems || m_taskQueue.allTasksCompleted()) {
+        runInBackground([this] { m_taskQueue.flushRemovedTasks(); });
+    }
+    Q_EMIT tasksChanged();
+    announceTexts();
+    sendQueueActivityNotification();
+    updateChangeCount();
+}
+
+// ---- commands
+
+void ZKFerrowickDocument::clearItems(const ZKIndexList &indexes) {
+    if (!indexes.isEmpty()) {
+        removeTasksAtIndexes(indexes);
+    }
+}
+
+void ZKFerrowickDocument::clearAllItems() {
+    clearItems(m_taskQueue.allItems());
+}
+
+void ZKFerrowickDocument::clearCompletedItems(bool fromButton) {
+    if (fromButton) {
+        m_autoClearItems = !m_autoClearItems;
+        refreshClearTooltip();
+        Q_EMIT autoClearItemsChanged();
+    }
+    clearItems(m_taskQueue.completedItems());
+}
+
+void ZKFerrowickDocument::clearFailedItems() {
+    clearItems(m_taskQueue.failedItems());
+}
+
+void ZKFerrowickDocument::suspendAll() {
+    runInBackground([this] {
+        for (const auto &task : m_taskQueue.tasks()) {
+            task->suspend();
+        }
+    });
+}
+
+void ZKFerrowickDocument::resumeAll() {
+    runInBackground([this] {
+        for (const auto &task : m_taskQueue.tasks()) {
+            task->resume();
+        }
+        startNextTaskNow();
+    });
+}
+
+void ZKFerrowickDocument::setAllTransferModeCopy() {
+    for (const auto &task : m_taskQueue.tasks()) {
+        if (task->state() != S::Completed) {
+            task->setTransferMode(ZKTransferMode::Copy);
+        }
+    }
+    updateChangeCount();
+}
+
+void ZKFerrowickDocument::setAllTransferModeMove() {
+    for (const auto &task : m_taskQueue.tasks()) {
+        const auto source = task->source();
+        if (task->state() != S::Completed && source && source->isLocal()) {
+            task->setTransferMode(ZKTransferMode::Move);
+        }
+    }
+    updateChangeCount();
+}
+
+void ZKFerrowickDocument::changeAllDestination(const ZKWriterPtr &destination) {
+    for (const auto &task : m_taskQueue.tasks()) {
+        if (task->state() != S::Completed) {
+            task->setDestination(destination);
+        }
+    }
+    updateChangeCount();
+}
+
+void ZKFerrowickDocument::sortTasksWithDescriptor(const QString &key, bool caseInsensitive) {
+    m_taskQueue.sortWithDescriptor(key, true,
+                                   caseInsensitive ? Qt::CaseInsensitive : Qt::CaseSensitive);
+    Q_EMIT tasksChanged();
+    updateChangeCount();
+}
+
+void ZKFerrowickDocument::sortByFilename() {
+    sortTasksWithDescriptor(QStringLiteral("filename"), true);
+}
+
+void ZKFerrowickDocument::sortByDestination() {
+    sortTasksWithDescriptor(QStringLiteral("destinationDirectory"), true);
+}
+
+void ZKFerrowickDocument::sortByFileSize() {
+    sortTasksWithDescriptor(QStringLiteral("totalBytes"));
+}
+
+void ZKFerrowickDocument::sortByPercentCompleted() {
+    sortTasksWithDescriptor(QStringLiteral("percentCompleted"));
+}
+
+void ZKFerrowickDocument::sortByPercentRemaining() {
+    sortTasksWithDescriptor(QStringLiteral("percentRemaining"));
+}
+
+void ZKFerrowickDocument::sortByTimeRemaining() {
+    sortTasksWithDescriptor(QStringLiteral("timeRemaining"));
+}
+
+void ZKFerrowickDocument::copyItems(const ZKIndexList &indexes, ZKPasteboard &pasteboard) const {
+    m_taskQueue.copyTasks(indexes, pasteboard);
+}
+
+void ZKFerrowickDocument::copySources(ZKPasteboard &pasteboard) const {
+    m_taskQueue.copyUrlsToPasteboard(pasteboard);
+}
+
+void ZKFerrowickDocument::paste(const QList<QByteArray> &taskItems, const QList<QUrl> &urls,
+                                qsizetype index) {
+    QList<ZKTaskPtr> tasks;
+    ZKIndexList indexes;
+    for (const QByteArray &data : taskItems) {
+        const QVariant plist = ZKPropertyListSerialization::propertyListFromData(data);
+        if (auto task = ZKPropertyListParser::parseObjectOfType<ZKTask>(plist.toMap())) {
+            indexes.append(index + tasks.size());
+            tasks.append(task);
+        }
+    }
+    if (!tasks.isEmpty()) {
+        insertTasks(tasks, indexes);
+        index += tasks.size();
+    }
+    if (!urls.isEmpty() && m_defaultDestination) {
+        addTasks(ZKReaderFactory::readersWithUrls(urls), m_defaultDestination, index);
+    } else {
+        startNextTask();
+    }
+}
+
+// ---- texts
+
+void ZKFerrowickDocument::announceTexts() {
+    Q_EMIT descriptionChanged();
+    Q_EMIT dataDescriptionChanged();
+}
+
+QString ZKFerrowickDocument::description() const {
+    QString text = m_taskQueue.description();
+    const double remaining = m_retryTimer.remainingTime();
+    if (remaining > 0) {
+        text += QStringLiteral(" - retrying in %1").arg(ZKTimeFormatter::formatTime(remaining));
+    }
+    return text;
+}
+
+QString ZKFerrowickDocument::dataDescription() const {
+    QString text;
+    const quint64 remaining = m_taskQueue.remainingBytes();
+    if (m_showDataSize && remaining != 0) {
+        text = QStringLiteral("%1 remaining").arg(ZKByteCountFormatter::formatFileSize(remaining));
+    }
+    const double rate = m_dataRateCalculator.bytesPerSecond();
+    if (m_showDataRate && rate > 0) {
+        const QString rateText = ZKByteCountFormatter::formatDataRate(quint64(rate));
+        text = text.isEmpty() ? rateText : QStringLiteral("%1 - %2").arg(text, rateText);
+    }
+    return text;
+}
+
+// ---- conflict questions
+
+ZKFileResponse ZKFerrowickDocument::ask(const QString &message, const QString &informativeText,
+                                        const QStringList &buttons,
+                                        const QList<ZKFileResponse> &answers, bool showsApplyToAll,
+                                        bool *applyToAll) {
+    ZKAnswer answer;
+    ZKMainQueue::sync([&] {
+        ZKQuestion question{message, informativeText, buttons, showsApplyToAll};
+        answer = ZKQuestionPresenter::askShared(question);
+    });
+    if (applyToAll) {
+        *applyToAll = answer.applyToAll;
+    }
+    return answer.button >= 0 && answer.button < answers.size() ? answers[answer.button]
+                                                                : ZKFileResponseCancel;
+}
+
+ZKFileResponse ZKFerrowickDocument::showUnreadableAlertForFile(const ZKFileInfo &item,
+                                                               ZKTask &task) {
+    if (task.unreadableFileResponse() != ZKFileResponseCancel) {
+        return ZKFileResponse(task.unreadableFileResponse());
+    }
+    bool all = false;
+    const auto response =
+        ask(QStringLiteral("Ferrowick cannot read an item named '%1'.").arg(itemName(item)),
+            kSkipInfo, {kSkip, kCancel}, {ZKFileResponseSkip, ZKFileResponseCancel}, true, &all);
+    if (all) {
+        task.setUnreadableFileResponse(response);
+    }
+    return response;
+}
+
+ZKFileResponse ZKFerrowickDocument::showUnwritableAlertForFile(const ZKFileInfo &item,
+                                                               ZKTask &task) {
+    if (task.unwritableFileResponse() != ZKFileResponseCancel) {
+        return ZKFileResponse(task.unwritableFileResponse());
+    }
+    bool all = false;
+    const auto response =
+        ask(QStringLiteral("Ferrowick cannot write to an item named '%1'.").arg(itemName(item)),
+            kSkipInfo, {kSkip, kCancel}, {ZKFileResponseSkip, ZKFileResponseCancel}, true, &all);
+    if (all) {
+        task.setUnwritableFileResponse(response);
+    }
+    return response;
+}
+
+ZKFileResponse ZKFerrowickDocument::showPreExistingAlertForFile(const ZKFileInfo &item,
+                                                                ZKTask &task) {
+    if (task.preExistingFileResponse() != ZKFileResponseCancel) {
+        return ZKFileResponse(task.preExistingFileResponse());
+    }
+    bool all = false;
+    const auto response = ask(
+        QStringLiteral("A different item with the name '%1' already exists.").arg(itemName(item)),
+        kReplaceInfo, {kSkip, kReplace, kCancel},
+        {ZKFileResponseSkip, ZKFileResponseReplace, ZKFileResponseCancel}, true, &all);
+    if (all) {
+        task.setPreExistingFileResponse(response);
+    }
+    return response;
+}
+
+ZKFileResponse ZKFerrowickDocument::showPreExistingDestinationAlertForFile(const ZKFileInfo &item) {
+    return ask(
+        QStringLiteral("A different item with the name '%1' already exists.").arg(itemName(item)),
+        kReplaceInfo, {kReplace, kCancel}, {ZKFileResponseReplace, ZKFileResponseCancel}, false,
+        nullptr);
+}

@@ -1,0 +1,202 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "ZKCountdownTimer.h"
+#include "ZKDataRateCalculator.h"
+#include "ZKError.h"
+#include "ZKOperationQueue.h"
+#include "ZKProgressTracker.h"
+#include "ZKSleepManager.h"
+#include "ZKTaskQueue.h"
+
+#include <QHash>
+#include <QObject>
+#include <QVariantMap>
+
+#include <memory>
+
+class ZKPasteboard;
+class ZKSchedulePanel;
+class ZKSpeedLimitPanel;
+
+// One queue: it owns the tasks and runs them one after another, answers their
+// conflict questions, measures the overall rate, retries and clears, and is
+// saved to and loaded from a ".queue" file. It lives on the main thread;
+// starting and pausing work runs on a serial background queue so that the
+// main thread never waits for a task's step to end.
+class ZKFerrowickDocument : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(qint32 state READ state WRITE setState NOTIFY stateChanged)
+    Q_PROPERTY(QString description READ description NOTIFY descriptionChanged)
+    Q_PROPERTY(QString dataDescription READ dataDescription NOTIFY dataDescriptionChanged)
+    Q_PROPERTY(bool isVerifyEnabled READ isVerifyEnabled WRITE setIsVerifyEnabled NOTIFY
+                   isVerifyEnabledChanged)
+    Q_PROPERTY(bool autoClearItems READ autoClearItems NOTIFY autoClearItemsChanged)
+    Q_PROPERTY(bool autoRetryItems READ autoRetryItems NOTIFY autoRetryItemsChanged)
+    Q_PROPERTY(QString retryTooltip READ retryTooltip NOTIFY retryTooltipChanged)
+    Q_PROPERTY(QString clearTooltip READ clearTooltip NOTIFY clearTooltipChanged)
+
+public:
+    static const QString fileExtension; // "queue"
+
+    // A new queue, from the user settings.
+    explicit ZKFerrowickDocument(QObject *parent = nullptr);
+    ~ZKFerrowickDocument() override;
+
+    // ---- identity and saving
+    QString fileName() const { return m_fileName; }
+    void setFileName(const QString &path);
+    QString displayName() const;
+    bool isEdited() const { return m_changeCount != 0; }
+    void updateChangeCount();
+
+    QVariantMap asPropertyList() const;
+    bool readFromPropertyList(const QVariantMap &plist);
+    // A damaged or foreign file is refused with a clear error and changes
+    // nothing.
+    bool readFromFile(const QString &path, ZKError *error = nullptr);
+    // Written as a whole to a temporary file and renamed over the old one.
+    bool writeToFile(const QString &path, ZKError *error = nullptr) const;
+    // Checks the document-level entries of a saved queue; unparseable task
+    // entries are left to the loader, which drops them.
+    static bool validatePropertyList(const QVariantMap &plist, QString *reason);
+
+    // ---- running
+    qint32 state() const { return m_state.load(); }
+    void setState(qint32 state);
+    void toggleStartStop();
+    void startNextTask();
+    static bool shouldStartNextTaskWithStateChange(qint32 from, qint32 to);
+    void startRetryTimer();
+    void cancelRetryTimer();
+    void retry();
+    void restart(bool fromButton = false);
+    void setMaximumTransferRate(quint64 bytesPerSecond);
+    void setDataRate(double bytesPerSecond);
+    // Returns once every start and pause submitted so far has run.
+    void waitForBackgroundWork();
+
+    // ---- settings
+    bool isVerifyEnabled() const { return m_isVerifyEnabled; }
+    void setIsVerifyEnabled(bool enabled);
+    void toggleVerifyEnabled() { setIsVerifyEnabled(!m_isVerifyEnabled); }
+    qint32 defaultTransferMode() const { return m_defaultTransferMode; }
+    void setDefaultTransferMode(qint32 mode);
+    ZKWriterPtr defaultDestination() const { return m_defaultDestination; }
+    void setDefaultDestination(ZKWriterPtr destination);
+    bool autoClearItems() const { return m_autoClearItems; }
+    void toggleAutoClearItems();
+    bool autoRetryItems() const { return m_autoRetryItems; }
+    void toggleAutoRetryItems();
+    QString retryTooltip() const { return m_retryTooltip; }
+    QString clearTooltip() const { return m_clearTooltip; }
+
+    ZKTaskQueue &taskQueue() { return m_taskQueue; }
+    const ZKTaskQueue &taskQueue() const { return m_taskQueue; }
+    ZKDataRateCalculator &dataRateCalculator() { return m_dataRateCalculator; }
+    ZKProgressTracker &progressTracker() { return m_progressTracker; }
+    ZKCountdownTimer &retryTimer() { return m_retryTimer; }
+    ZKSleepManager &sleepManager() { return m_sleepManager; }
+    ZKSpeedLimitPanel &speedLimit() { return *m_speedLimit; }
+    ZKSchedulePanel &schedule() { return *m_schedule; }
+
+    // ---- the task list
+    // Downloads (sources that are not local) are always created in Copy mode.
+    QList<ZKTaskPtr> addTasks(const QList<ZKReaderPtr> &sources, const ZKWriterPtr &destination,
+                              qsizetype index);
+    void insertTasks(const QList<ZKTaskPtr> &tasks, const ZKIndexList &indexes);
+    void removeTasksAtIndexes(const ZKIndexList &indexes);
+    qsizetype countOfTasks() const { return m_taskQueue.count(); }
+    ZKTaskPtr objectInTasksAtIndex(qsizetype index) const { return m_taskQueue.taskAtIndex(index); }
+    qsizetype indexOfTask(const ZKTaskPtr &task) const { return m_taskQueue.indexOfTask(task); }
+    qsizetype failedTaskCount() const { return m_taskQueue.failedCount(); }
+
+    // ---- commands
+    void clearItems(const ZKIndexList &indexes);
+    void clearAllItems();
+    void clearCompletedItems(bool fromButton = false);
+    void clearFailedItems();
+    void suspendAll();
+    void resumeAll();
+    void setAllTransferModeCopy();
+    void setAllTransferModeMove();
+    void changeAllDestination(const ZKWriterPtr &destination);
+    void sortByFilename();
+    void sortByDestination();
+    void sortByFileSize();
+    void sortByPercentCompleted();
+    void sortByPercentRemaining();
+    void sortByTimeRemaining();
+    void copyItems(const ZKIndexList &indexes, ZKPasteboard &pasteboard) const;
+    void copySources(ZKPasteboard &pasteboard) const;
+    // Tasks from the pasteboard's task items, then readers for its URLs.
+    void paste(const QList<QByteArray> &taskItems, const QList<QUrl> &urls, qsizetype index);
+
+    // ---- texts
+    QString description() const;
+    QString dataDescription() const;
+
+    // ---- conflict questions, asked on the main thread, answered by the
+    // task's remembered response when it has one.
+    ZKFileResponse showUnreadableAlertForFile(const ZKFileInfo &item, ZKTask &task);
+    ZKFileResponse showUnwritableAlertForFile(const ZKFileInfo &item, ZKTask &task);
+    ZKFileResponse showPreExistingAlertForFile(const ZKFileInfo &item, ZKTask &task);
+    ZKFileResponse showPreExistingDestinationAlertForFile(const ZKFileInfo &item);
+
+Q_SIGNALS:
+    void stateChanged();
+    void descriptionChanged();
+    void dataDescriptionChanged();
+    void isVerifyEnabledChanged();
+    void autoClearItemsChanged();
+    void autoRetryItemsChanged();
+    void retryTooltipChanged();
+    void clearTooltipChanged();
+    void defaultTransferModeChanged();
+    void defaultDestinationChanged();
+    void tasksChanged();
+    void editedChanged();
+    // The queue finished (the completion notice has been given).
+    void queueCompleted();
+
+private:
+    void runInBackground(std::function<void()> work);
+    void startNextTaskNow();
+    void startTask(const ZKTaskPtr &task);
+    void connectTask(const ZKTaskPtr &task);
+    void onTaskStateChanged(ZKTask *task);
+    void followUp(const std::weak_ptr<ZKTask> &task, qint32 newState);
+    void onTaskActivity(ZKTask *task, const QVariantMap &userInfo);
+    void refreshTaskProgress(ZKTask *task);
+    void sendQueueActivityNotification();
+    void refreshRetryTooltip();
+    void refreshClearTooltip();
+    void announceTexts();
+    void sortTasksWithDescriptor(const QString &key, bool caseInsensitive = false);
+    ZKFileResponse ask(const QString &message, const QString &informativeText,
+                       const QStringList &buttons, const QList<ZKFileResponse> &answers,
+                       bool showsApplyToAll, bool *applyToAll);
+
+    ZKTaskQueue m_taskQueue;
+    ZKOperationQueue m_dispatchQueue;
+    ZKDataRateCalculator m_dataRateCalculator;
+    ZKProgressTracker m_progressTracker;
+    std::atomic<qint32> m_state{0};
+    bool m_isVerifyEnabled = false;
+    qint32 m_defaultTransferMode = 0;
+    ZKWriterPtr m_defaultDestination;
+    ZKCountdownTimer m_retryTimer;
+    ZKSleepManager m_sleepManager;
+    bool m_autoClearItems = false;
+    bool m_autoRetryItems = false;
+    std::unique_ptr<ZKSpeedLimitPanel> m_speedLimit;
+    std::unique_ptr<ZKSchedulePanel> m_schedule;
+    QString m_retryTooltip;
+    QString m_clearTooltip;
+    QString m_fileName;
+    int m_changeCount = 0;
+    bool m_showDataRate = false;
+    bool m_showDataSize = false;
+    QHash<ZKTask *, qint32> m_lastStates; // old values for state changes
+};

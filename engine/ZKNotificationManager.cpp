@@ -1,0 +1,107 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKNotificationManager.h"
+
+#include "ZKFerrowickDocument.h"
+#include "ZKLogging.h"
+#include "ZKPreferences.h"
+#include "ZKUserDefaults.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDir>
+#include <QFileInfo>
+#include <QStandardPaths>
+
+#include <canberra.h>
+
+#include <mutex>
+
+void ZKNotificationManager::notifyQueueCompleted(const ZKFerrowickDocument &document) {
+    auto &defaults = ZKUserDefaults::standard();
+    QString label = QStringLiteral("Completed");
+    QString sound = defaults.stringForKey(ZKPreferences::completionSound);
+    if (document.failedTaskCount() != 0) {
+        label = QStringLiteral("Failed");
+        sound = defaults.stringForKey(ZKPreferences::failureSound);
+    }
+    if (!sound.isEmpty()) {
+        playSound(sound);
+    }
+
+    auto message = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.Notifications"),
+                                                  QStringLiteral("/org/freedesktop/Notifications"),
+                                                  QStringLiteral("org.freedesktop.Notifications"),
+                                                  QStringLiteral("Notify"));
+    message << QStringLiteral("Ferrowick") << quint32(0) << QStringLiteral("ferrowick")
+            << QStringLiteral("%1 %2").arg(document.displayName(), label) << document.description()
+            << QStringList() << QVariantMap() << qint32(-1);
+    auto bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected() || !bus.send(message)) {
+        qCInfo(lcEngine) << "No notification service: the queue" << document.displayName() << label;
+    }
+}
+
+QStringList ZKNotificationManager::soundFolders() {
+    QStringList folders;
+    const QByteArray own = qgetenv("FERROWICK_SOUND_DIR");
+    if (!own.isEmpty()) {
+        folders << QString::fromLocal8Bit(own);
+    }
+    folders << QStandardPaths::locateAll(QStandardPaths::AppDataLocation, QStringLiteral("sounds"),
+                                         QStandardPaths::LocateDirectory);
+    folders << QStandardPaths::locateAll(QStandardPaths::GenericDataLocation,
+                                         QStringLiteral("sounds"), QStandardPaths::LocateDirectory);
+#ifdef FERROWICK_SOUND_DIR
+    folders << QStringLiteral(FERROWICK_SOUND_DIR);
+#endif
+    return folders;
+}
+
+QString ZKNotificationManager::soundPath(const QString &name) {
+    if (name.isEmpty() || name.contains(QLatin1Char('/'))) {
+        return QString();
+    }
+    const QStringList extensions{QStringLiteral("oga"), QStringLiteral("ogg"),
+                                 QStringLiteral("wav"), QStringLiteral("flac")};
+    for (const QString &folder : soundFolders()) {
+        // A folder of its own sounds, or a sound theme's stereo folder.
+        QStringList candidates{folder};
+        for (const QString &theme : QDir(folder).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+            candidates << QDir(folder).filePath(theme + QStringLiteral("/stereo"));
+        }
+        for (const QString &dir : candidates) {
+            for (const QString &extension : extensions) {
+                const QString path = QDir(dir).filePath(name + QLatin1Char('.') + extension);
+                if (QFileInfo(path).isFile()) {
+                    return path;
+                }
+            }
+        }
+    }
+    return QString();
+}
+
+void ZKNotificationManager::playSound(const QString &name) {
+    const QString path = soundPath(name);
+    if (path.isEmpty()) {
+        qCInfo(lcEngine) << "No sound named" << name;
+        return;
+    }
+    static std::mutex lock;
+    static ca_context *context = nullptr;
+    std::lock_guard locker(lock);
+    if (!context) {
+        if (ca_context_create(&context) != CA_SUCCESS) {
+            context = nullptr;
+            qCInfo(lcEngine) << "No sound device: cannot play" << name;
+            return;
+        }
+        ca_context_change_props(context, CA_PROP_APPLICATION_NAME, "Ferrowick", nullptr);
+    }
+    const int result = ca_context_play(context, 0, CA_PROP_MEDIA_FILENAME,
+                                       QFile::encodeName(path).constData(), nullptr);
+    if (result != CA_SUCCESS) {
+        qCInfo(lcEngine) << "Unable to play" << path << ca_strerror(result);
+    }
+}

@@ -1,0 +1,289 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKCopyTask.h"
+#include "ZKFerrowickDocument.h"
+#include "ZKFileSystemReader.h"
+#include "ZKFileSystemWriter.h"
+#include "ZKPreferences.h"
+#include "ZKPropertyListSerialization.h"
+#include "ZKQuestionPresenter.h"
+#include "ZKQueueState.h"
+#include "ZKSpeedLimitPanel.h"
+#include "ZKTaskState.h"
+#include "ZKTestSupport.h"
+#include "ZKUserDefaults.h"
+
+#include <QCoreApplication>
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+using S = ZKTaskState;
+
+namespace {
+
+class ScriptedPresenter : public ZKQuestionPresenter {
+public:
+    ZKAnswer ask(const ZKQuestion &question) override {
+        m_questions << question;
+        return m_answer;
+    }
+
+    QList<ZKQuestion> m_questions;
+    ZKAnswer m_answer;
+};
+
+} // namespace
+
+class TestZKFerrowickDocument : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void pausedQueueAnalysesButDoesNotCopy();
+    void taskAddedAboveTakesOver();
+    void autoRetryResetsFailedTasks();
+    void pausingCancelsRetryCountdown();
+    void replaceAppliedToAllIsAskedOnce();
+    void localSourcesTakeTheDefaultMode();
+    void savedQueueReopensAndResumes();
+    void malformedFilesAreRefused_data();
+    void malformedFilesAreRefused();
+    void unknownTaskTypeIsDropped();
+
+private:
+    QString path(const QString &name) const { return QDir(m_dir->path()).filePath(name); }
+    ZKReaderPtr reader(const QString &name) const {
+        return ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(path(name)));
+    }
+    ZKWriterPtr outFolder() const {
+        return ZKFileSystemWriter::writerWithDirectory(
+            QUrl::fromLocalFile(path(QStringLiteral("out"))));
+    }
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    ScriptedPresenter m_presenter;
+};
+
+void TestZKFerrowickDocument::initTestCase() {
+    ZKPreferences::initialiseUserDefaults();
+    // The desktop must stay silent while the tests run.
+    ZKUserDefaults::standard().setString(ZKPreferences::completionSound, QString());
+    ZKUserDefaults::standard().setString(ZKPreferences::failureSound, QString());
+    ZKQuestionPresenter::setShared(&m_presenter);
+}
+
+void TestZKFerrowickDocument::init() {
+    m_dir = std::make_unique<QTemporaryDir>();
+    QDir(m_dir->path()).mkdir(QStringLiteral("out"));
+    m_presenter.m_questions.clear();
+    m_presenter.m_answer = {};
+    ZKUserDefaults::standard().setInteger(ZKPreferences::queueState, ZKQueueState::Running);
+}
+
+void TestZKFerrowickDocument::cleanup() {
+    m_dir.reset();
+}
+
+void TestZKFerrowickDocument::pausedQueueAnalysesButDoesNotCopy() {
+    QVERIFY(
+        ZKTestSupport::writeFile(path(QStringLiteral("a")), ZKTestSupport::randomBytes(5000, 1)));
+    ZKFerrowickDocument document;
+    document.setState(ZKQueueState::Paused);
+    const auto task = document.addTasks({reader(QStringLiteral("a"))}, outFolder(), 0).first();
+    QTRY_COMPARE(task->state(), S::PendingProcessing);
+    QTest::qWait(300);
+    QCOMPARE(task->state(), S::PendingProcessing);
+    QVERIFY(!QFile::exists(path(QStringLiteral("out/a"))));
+
+    document.setState(ZKQueueState::Running);
+    QTRY_COMPARE(task->state(), S::Completed);
+}
+
+void TestZKFerrowickDocument::taskAddedAboveTakesOver() {
+    const QByteArray a = ZKTestSupport::randomBytes(1500000, 2);
+    const QByteArray b = ZKTestSupport::randomBytes(200000, 3);
+    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("a")), a));
+    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("b")), b));
+    ZKFerrowickDocument document;
+    document.speedLimit().setMaximumTransferRate(500000);
+    document.speedLimit().setEnabled(true);
+    const auto taskA = document.addTasks({reader(QStringLiteral("a"))}, outFolder(), 0).first();
+    QTRY_VERIFY_WITH_TIMEOUT(taskA->state() == S::Processing && taskA->progressBytes() > 0, 10000);
+
+    QList<qint32> statesOfA;
+    connect(taskA.get(), &ZKTask::stateChanged, this, [&] { statesOfA << taskA->state(); });
+    const auto taskB = document.addTasks({reader(QStringLiteral("b"))}, outFolder(), 0).first();
+    QTRY_COMPARE_WITH_TIMEOUT(taskB->state(), S::Completed, 10000);
+    // A made way for B and waited.
+    QVERIFY(statesOfA.contains(S::PendingProcessing));
+    const quint64 offsetOfA = taskA->progressBytes();
+    QVERIFY(offsetOfA > 0);
+    QTRY_COMPARE_WITH_TIMEOUT(taskA->state(), S::Completed, 20000);
+    QCOMPARE(ZKTestSupport::readFile(path(QStringLiteral("out/a"))), a);
+    QCOMPARE(ZKTestSupport::readFile(path(QStringLiteral("out/b"))), b);
+}
+
+void TestZKFerrowickDocument::autoRetryResetsFailedTasks() {
+    ZKUserDefaults::standard().setInteger(ZKPreferences::automaticRetryDelaySeconds, 1);
+    ZKFerrowickDocument document;
+    document.toggleAutoRetryItems();
+    const auto task = document.addTasks({reader(QStringLiteral("late"))}, outFolder(), 0).first();
+    QTRY_COMPARE(task->state(), S::Failed);
+    QTRY_VERIFY(document.retryTimer().isRunning());
+    QVERIFY(document.description().contains(QStringLiteral(" - retrying in ")));
+    // The source turns up before the countdown ends.
+    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("late")), "now here"));
+    QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Completed, 10000);
+    QCOMPARE(ZKTestSupport::readFile(path(QStringLiteral("out/late"))), QByteArray("now here"));
+}
+
+void TestZKFerrowickDocument::pausingCancelsRetryCountdown() {
+    ZKUserDefaults::standard().setInteger(ZKPreferences::automaticRetryDelaySeconds, 1);
+    ZKFerrowickDocument document;
+    document.toggleAutoRetryItems();
+    const auto task =
+        document.addTasks({reader(QStringLiteral("missing"))}, outFolder(), 0).first();
+    QTRY_VERIFY(document.retryTimer().isRunning());
+    document.setState(ZKQueueState::Paused);
+    QVERIFY(!document.retryTimer().isRunning());
+    QTest::qWait(1500);
+    QCOMPARE(task->state(), S::Failed);
+}
+
+void TestZKFerrowickDocument::replaceAppliedToAllIsAskedOnce() {
+    for (const auto *name : {"x", "y", "z"}) {
+        const QString file = QStringLiteral("tree/%1").arg(QLatin1String(name));
+        QDir(m_dir->path()).mkpath(QStringLiteral("tree"));
+        QDir(m_dir->path()).mkpath(QStringLiteral("out/tree"));
+        QVERIFY(ZKTestSupport::writeFile(path(file), QByteArray("new ") + name));
+        QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("out/") + file), "old, and longer"));
+    }
+    m_presenter.m_answer = {1, true}; // Replace, apply to all
+    ZKFerrowickDocument document;
+    const auto task = document.addTasks({reader(QStringLiteral("tree"))}, outFolder(), 0).first();
+    QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Completed, 10000);
+    QCOMPARE(m_presenter.m_questions.size(), 1);
+    QVERIFY(m_presenter.m_questions[0].showsApplyToAll);
+    QCOMPARE(
+        m_presenter.m_questions[0].buttons,
+        (QStringList{QStringLiteral("Skip"), QStringLiteral("Replace"), QStringLiteral("Cancel")}));
+    QCOMPARE(ZKTestSupport::readFile(path(QStringLiteral("out/tree/y"))), QByteArray("new y"));
+}
+
+void TestZKFerrowickDocument::localSourcesTakeTheDefaultMode() {
+    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("a")), "a"));
+    ZKFerrowickDocument document;
+    document.setState(ZKQueueState::Paused);
+    document.setDefaultTransferMode(1);
+    const auto task = document.addTasks({reader(QStringLiteral("a"))}, outFolder(), 0).first();
+    QCOMPARE(task->transferMode(), 1);
+}
+
+void TestZKFerrowickDocument::savedQueueReopensAndResumes() {
+    const QByteArray content = ZKTestSupport::randomBytes(2000000, 4);
+    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("big")), content));
+    const QString queueFile = path(QStringLiteral("saved.queue"));
+    {
+        ZKFerrowickDocument document;
+        document.speedLimit().setMaximumTransferRate(400000);
+        document.speedLimit().setEnabled(true);
+        document.setIsVerifyEnabled(true);
+        const auto task =
+            document.addTasks({reader(QStringLiteral("big"))}, outFolder(), 0).first();
+        QTRY_VERIFY_WITH_TIMEOUT(task->state() == S::Processing && task->progressBytes() > 0,
+                                 10000);
+        ZKError error;
+        QVERIFY2(document.writeToFile(queueFile, &error), qPrintable(error.localizedDescription()));
+    }
+    ZKFerrowickDocument reopened;
+    ZKError error;
+    QVERIFY2(reopened.readFromFile(queueFile, &error), qPrintable(error.localizedDescription()));
+    QCOMPARE(reopened.displayName(), QStringLiteral("saved"));
+    QCOMPARE(reopened.countOfTasks(), 1);
+    QVERIFY(reopened.isVerifyEnabled());
+    QCOMPARE(reopened.speedLimit().value(), quint64(400000));
+    const auto task = reopened.objectInTasksAtIndex(0);
+    QVERIFY(task->progressBytes() > 0);
+    reopened.speedLimit().setEnabled(false);
+    QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Completed, 20000);
+    QVERIFY(task->isVerifiedOk());
+    QCOMPARE(ZKTestSupport::readFile(path(QStringLiteral("out/big"))), content);
+}
+
+void TestZKFerrowickDocument::malformedFilesAreRefused_data() {
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("reason");
+
+    const QByteArray header = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">";
+    QTest::newRow("empty") << QByteArray() << "";
+    QTest::newRow("truncated xml") << header + "<dict><key>Type</key><string>FerrowickDocu"
+                                   << "";
+    QTest::newRow("binary garbage") << ZKTestSupport::randomBytes(4096, 99) << "";
+    QTest::newRow("binary plist header, garbage body")
+        << QByteArray("bplist00") + ZKTestSupport::randomBytes(200, 5) << "";
+    QTest::newRow("not a dictionary") << header + "<array/></plist>"
+                                      << "not a Ferrowick queue";
+    QTest::newRow("wrong Type")
+        << header + "<dict><key>Type</key><string>Spreadsheet</string></dict></plist>"
+        << "not a Ferrowick queue";
+    QTest::newRow("Tasks is a string")
+        << header + "<dict><key>Type</key><string>FerrowickDocument</string>"
+                    "<key>Tasks</key><string>x</string></dict></plist>"
+        << "\"Tasks\" has the wrong type";
+    QTest::newRow("State is a number")
+        << header + "<dict><key>Type</key><string>FerrowickDocument</string>"
+                    "<key>State</key><integer>1</integer></dict></plist>"
+        << "\"State\" has the wrong type";
+    QTest::newRow("deep nesting") << header + QByteArray(100000, 'x').replace("x", "<array>") +
+                                         "</plist>"
+                                  << "";
+}
+
+void TestZKFerrowickDocument::malformedFilesAreRefused() {
+    QFETCH(QByteArray, content);
+    QFETCH(QString, reason);
+
+    const QString file = path(QStringLiteral("bad.queue"));
+    QVERIFY(ZKTestSupport::writeFile(file, content));
+    ZKFerrowickDocument document;
+    ZKError error;
+    QVERIFY(!document.readFromFile(file, &error));
+    QVERIFY2(error.localizedDescription().startsWith(QStringLiteral("The queue \"")),
+             qPrintable(error.localizedDescription()));
+    QVERIFY2(error.localizedDescription().contains(reason),
+             qPrintable(error.localizedDescription()));
+    QCOMPARE(ZKTestSupport::readFile(file), content);
+    QCOMPARE(document.countOfTasks(), 0);
+}
+
+void TestZKFerrowickDocument::unknownTaskTypeIsDropped() {
+    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("a")), "a"));
+    ZKFerrowickDocument document;
+    document.setState(ZKQueueState::Paused);
+    document.addTasks({reader(QStringLiteral("a"))}, outFolder(), 0);
+    QVariantMap plist = document.asPropertyList();
+    QVariantList tasks = plist.value(QStringLiteral("Tasks")).toList();
+    QVariantMap alien = tasks.first().toMap();
+    alien[QStringLiteral("Type")] = QStringLiteral("TeleportTask");
+    tasks.prepend(alien);
+    tasks.append(QStringLiteral("not even a dictionary"));
+    plist[QStringLiteral("Tasks")] = tasks;
+
+    ZKFerrowickDocument reopened;
+    QVERIFY(reopened.readFromPropertyList(plist));
+    QCOMPARE(reopened.countOfTasks(), 1);
+    QCOMPARE(reopened.state(), qint32(ZKQueueState::Paused));
+}
+
+int main(int argc, char **argv) {
+    ZKTestSupport::isolateSettings();
+    QCoreApplication app(argc, argv);
+    TestZKFerrowickDocument test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_ZKFerrowickDocument.moc"
