@@ -4,6 +4,7 @@
 
 #include "ZKFileSystemReader.h"
 #include "ZKFtpReader.h"
+#include "ZKHttpReader.h"
 
 #include <pwd.h>
 #include <sys/types.h>
@@ -141,8 +142,7 @@ QList<ZKReaderPtr> ZKReaderFactory::readersWithPaths(const QStringList &paths) {
 }
 
 // ---------------------------------------------------------------------------
-// The network reader families plug in here, and only here. Until they exist
-// their addresses are recognised but give no reader.
+// The network reader families plug in here, and only here.
 // ---------------------------------------------------------------------------
 
 ZKReaderPtr ZKReaderFactory::ftpReader(const QUrl &url, const QString &username,
@@ -154,7 +154,5 @@ ZKReaderPtr ZKReaderFactory::ftpReader(const QUrl &url, const QString &username,
 }
 
 ZKReaderPtr ZKReaderFactory::httpReader(const QUrl &url) {
-    // To be: ZKHttpReader::readerWithUrl(url).
-    Q_UNUSED(url);
-    return nullptr;
+    return ZKHttpReader::readerWithUrl(url);
 }

@@ -7,6 +7,7 @@
 #include "ZKFileSystemWriter.h"
 #include "ZKFtpReader.h"
 #include "ZKFtpWriter.h"
+#include "ZKHttpReader.h"
 #include "ZKLogging.h"
 
 #include <QHash>
@@ -37,10 +38,10 @@ void registerBuiltinClasses(QHash<QString, ZKPropertyListParser::Factory> &facto
                      [](const QVariantMap &dict) { return std::make_shared<ZKFtpReader>(dict); });
     factories.insert(QStringLiteral("FtpWriter"),
                      [](const QVariantMap &dict) { return std::make_shared<ZKFtpWriter>(dict); });
+    factories.insert(QStringLiteral("HttpReader"),
+                     [](const QVariantMap &dict) { return std::make_shared<ZKHttpReader>(dict); });
     factories.insert(QStringLiteral("CopyTask"),
                      [](const QVariantMap &dict) { return ZKCopyTask::create(dict); });
-    // The other endpoints ("HttpReader", "FtpReader", "FtpWriter") and the
-    // task ("CopyTask") are added here.
 }
 // ---------------------------------------------------------------------------
 

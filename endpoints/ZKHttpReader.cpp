@@ -1,0 +1,766 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKHttpReader.h"
+
+#include "ZKLogging.h"
+#include "ZKPreferences.h"
+#include "ZKUserDefaults.h"
+
+#include <unicode/locid.h>
+#include <unicode/parsepos.h>
+#include <unicode/smpdtfmt.h>
+#include <unicode/timezone.h>
+#include <unicode/unistr.h>
+
+#include <algorithm>
+#include <cmath>
+#include <mutex>
+#include <string>
+
+#include <QEventLoop>
+#include <QFileInfo>
+#include <QHash>
+#include <QMimeDatabase>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+#include <QSslConfiguration>
+#include <QThread>
+#include <QThreadStorage>
+#include <QTimer>
+
+namespace {
+
+const QString typeKey = QStringLiteral("Type");
+const QString urlKey = QStringLiteral("Url");
+const QString canSeekKey = QStringLiteral("CanSeek");
+
+// Used when the user's store holds no usable "downloadTimeout".
+constexpr qint64 defaultTimeoutSeconds = 5;
+// How much the network thread may read ahead of the reader: enough to keep
+// the connection busy while a block is written, small enough that memory
+// stays flat however large the download.
+constexpr qint64 readAheadBytes = 1024 * 1024;
+// The longest name most Linux file systems accept, in bytes.
+constexpr qsizetype maximumFilenameBytes = 255;
+
+// One manager per reading thread: it must live on the thread whose event
+// loop delivers its signals, and keeping it for the thread's lifetime lets
+// later requests reuse its connections. The storage deletes it when the
+// thread ends.
+QNetworkAccessManager *networkManager() {
+    static QThreadStorage<QNetworkAccessManager *> managers;
+    if (!managers.hasLocalData()) {
+        auto *manager = new QNetworkAccessManager;
+        // Redirects are followed, except from HTTPS to plain HTTP, which
+        // would hand the rest of a secure download to anyone on the way.
+        manager->setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
+        managers.setLocalData(manager);
+    }
+    return managers.localData();
+}
+
+struct TrustedCertificates {
+    std::mutex lock;
+    QList<QSslCertificate> certificates;
+};
+
+TrustedCertificates &trusted() {
+    static TrustedCertificates instance;
+    return instance;
+}
+
+// Statuses that Qt reports as errors although the server answered in full;
+// their body is what the user asked for, so it is delivered as data.
+bool isHttpStatusError(QNetworkReply::NetworkError error) {
+    switch (error) {
+    case QNetworkReply::ProtocolInvalidOperationError:
+    case QNetworkReply::AuthenticationRequiredError:
+    case QNetworkReply::ContentAccessDenied:
+    case QNetworkReply::ContentOperationNotPermittedError:
+    case QNetworkReply::ContentNotFoundError:
+    case QNetworkReply::ContentReSendError:
+    case QNetworkReply::ContentConflictError:
+    case QNetworkReply::ContentGoneError:
+    case QNetworkReply::UnknownContentError:
+    case QNetworkReply::InternalServerError:
+    case QNetworkReply::OperationNotImplementedError:
+    case QNetworkReply::ServiceUnavailableError:
+    case QNetworkReply::UnknownServerError:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool isFollowedRedirect(int status) {
+    return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
+}
+
+struct ContentRange {
+    std::optional<quint64> first;
+    std::optional<quint64> total;
+};
+
+// "bytes 100-199/1000", "bytes 100-199/*".
+ContentRange parseContentRange(const QByteArray &value) {
+    ContentRange range;
+    QByteArray text = value.trimmed();
+    if (!text.toLower().startsWith("bytes ")) {
+        return range;
+    }
+    text = text.mid(6).trimmed();
+    const qsizetype dash = text.indexOf('-');
+    const qsizetype slash = text.indexOf('/');
+    bool ok = false;
+    if (dash > 0) {
+        const quint64 first = text.left(dash).trimmed().toULongLong(&ok);
+        if (ok) {
+            range.first = first;
+        }
+    }
+    if (slash >= 0) {
+        const quint64 total = text.mid(slash + 1).trimmed().toULongLong(&ok);
+        if (ok) {
+            range.total = total;
+        }
+    }
+    return range;
+}
+
+// Splits "a; b=c; d="e;f"" at the semicolons that are not inside quotes.
+QList<QByteArray> splitParameters(const QByteArray &value) {
+    QList<QByteArray> parts;
+    QByteArray current;
+    bool quoted = false;
+    for (qsizetype i = 0; i < value.size(); ++i) {
+        const char c = value.at(i);
+        if (quoted && c == '\\' && i + 1 < value.size()) {
+            current += c;
+            current += value.at(++i);
+            continue;
+        }
+        if (c == '"') {
+            quoted = !quoted;
+        }
+        if (c == ';' && !quoted) {
+            parts.append(current.trimmed());
+            current.clear();
+        } else {
+            current += c;
+        }
+    }
+    parts.append(current.trimmed());
+    return parts;
+}
+
+QByteArray unquote(const QByteArray &value) {
+    if (value.size() < 2 || !value.startsWith('"') || !value.endsWith('"')) {
+        return value;
+    }
+    QByteArray result;
+    for (qsizetype i = 1; i + 1 < value.size(); ++i) {
+        if (value.at(i) == '\\' && i + 2 < value.size()) {
+            ++i;
+        }
+        result += value.at(i);
+    }
+    return result;
+}
+
+// charset'language'percent-encoded, as in filename*=UTF-8''na%C3%AFve.txt
+QString decodeExtendedValue(const QByteArray &value) {
+    const qsizetype first = value.indexOf('\'');
+    const qsizetype second = first < 0 ? -1 : value.indexOf('\'', first + 1);
+    if (second < 0) {
+        return {};
+    }
+    const QByteArray charset = value.left(first).toLower();
+    const QByteArray bytes = QByteArray::fromPercentEncoding(value.mid(second + 1));
+    if (charset == "utf-8") {
+        return QString::fromUtf8(bytes);
+    }
+    if (charset == "iso-8859-1") {
+        return QString::fromLatin1(bytes);
+    }
+    return {};
+}
+
+QString headerText(const QNetworkReply &reply) {
+    QStringList fields;
+    const auto pairs = reply.rawHeaderPairs();
+    for (const auto &pair : pairs) {
+        fields.append(QStringLiteral("%1: %2").arg(QString::fromLatin1(pair.first),
+                                                   QString::fromLatin1(pair.second)));
+    }
+    return QStringLiteral("{") + fields.join(QStringLiteral(", ")) + QStringLiteral("}");
+}
+
+} // namespace
+
+const QString ZKHttpReader::networkErrorDomain = QStringLiteral("QNetworkReply::NetworkError");
+
+std::shared_ptr<ZKHttpReader> ZKHttpReader::readerWithUrl(const QUrl &url) {
+    return std::make_shared<ZKHttpReader>(url);
+}
+
+ZKHttpReader::ZKHttpReader(const QUrl &url)
+    : m_url(url)
+    , m_filename(safeFilename(url.fileName())) {}
+
+ZKHttpReader::ZKHttpReader(const QVariantMap &propertyList)
+    : ZKHttpReader(QUrl(propertyList.value(urlKey).toString())) {
+    if (propertyList.contains(canSeekKey)) {
+        m_canSeek = propertyList.value(canSeekKey).toBool();
+    }
+}
+
+ZKHttpReader::~ZKHttpReader() {
+    close();
+}
+
+void ZKHttpReader::addTrustedCertificates(const QList<QSslCertificate> &certificates) {
+    TrustedCertificates &store = trusted();
+    std::lock_guard locker(store.lock);
+    store.certificates.append(certificates);
+}
+
+QList<QSslCertificate> ZKHttpReader::trustedCertificates() {
+    TrustedCertificates &store = trusted();
+    std::lock_guard locker(store.lock);
+    return store.certificates;
+}
+
+QVariantMap ZKHttpReader::asPropertyList() const {
+    return {
+        {typeKey, QStringLiteral("HttpReader")},
+        {urlKey, m_url.toString(QUrl::FullyEncoded)},
+        {canSeekKey, m_canSeek},
+    };
+}
+
+// ---- requesting
+
+bool ZKHttpReader::open() {
+    if (m_url.isEmpty() || !m_url.isValid() || m_url.path().isEmpty() ||
+        m_url.fileName().isEmpty() || safeFilename(m_url.fileName()).isEmpty()) {
+        setError(ZKError::application(ZKErrorCode::readFailed,
+                                      QStringLiteral("Invalid url: '%1'").arg(m_url.toString())));
+        return false;
+    }
+    return seekToPosition(0);
+}
+
+void ZKHttpReader::close() {
+    if (QNetworkReply *reply = m_reply.data()) {
+        m_reply.clear();
+        // Nothing of the old request may reach this reader any more.
+        QObject::disconnect(reply, nullptr, nullptr, nullptr);
+        if (reply->thread() == QThread::currentThread()) {
+            reply->abort();
+            delete reply;
+        } else {
+            QMetaObject::invokeMethod(
+                reply,
+                [reply] {
+                    reply->abort();
+                    reply->deleteLater();
+                },
+                Qt::QueuedConnection);
+        }
+    }
+    m_dataBlocks.clear();
+    m_requestActive = false;
+    m_responseReceived = false;
+    m_requestCompleted = false;
+    m_failure.reset();
+    m_failureReported = false;
+}
+
+bool ZKHttpReader::seekToPosition(quint64 position) {
+    close();
+    startRequest(position);
+    return waitForResponse();
+}
+
+void ZKHttpReader::startRequest(quint64 position) {
+    m_position = position;
+    m_announcedLength = -1;
+    m_receivedLength = 0;
+    m_silenceStart.reset();
+    QNetworkRequest request(m_url);
+    request.setRawHeader("Range", QByteArrayLiteral("bytes=") + QByteArray::number(position) + '-');
+    // A compressed answer would not match the ranges nor the length asked
+    // for; the bytes must come as the server keeps them.
+    request.setRawHeader("Accept-Encoding", "identity");
+    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute,
+                         QNetworkRequest::AlwaysNetwork);
+    request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
+    if (m_url.scheme() == QLatin1String("https")) {
+        const QList<QSslCertificate> extra = trustedCertificates();
+        if (!extra.isEmpty()) {
+            QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+            configuration.addCaCertificates(extra);
+            request.setSslConfiguration(configuration);
+        }
+    }
+
+    QNetworkReply *reply = networkManager()->get(request);
+    reply->setReadBufferSize(readAheadBytes);
+    m_reply = reply;
+    m_requestActive = true;
+    QObject::connect(reply, &QNetworkReply::metaDataChanged, reply,
+                     [this] { responseHeadArrived(false); });
+    QObject::connect(reply, &QNetworkReply::readyRead, reply, [this] { dataArrived(); });
+    QObject::connect(reply, &QNetworkReply::finished, reply, [this] { requestFinished(); });
+    QObject::connect(reply, &QNetworkReply::redirected, reply, [this](const QUrl &target) {
+        qCInfo(lcEndpoints) << "Following a redirect from" << m_url.toString() << "to"
+                            << target.toString();
+    });
+    QObject::connect(
+        reply, &QNetworkReply::sslErrors, reply, [this](const QList<QSslError> &errors) {
+            for (const QSslError &error : errors) {
+                qCWarning(lcEndpoints) << "TLS error from" << host() << ":" << error.errorString();
+            }
+        });
+}
+
+// ---- callbacks of the request
+
+void ZKHttpReader::responseHeadArrived(bool isFinal) {
+    QNetworkReply *reply = m_reply.data();
+    if (!reply || m_responseReceived) {
+        return;
+    }
+    const QVariant statusAttribute = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+    if (!statusAttribute.isValid()) {
+        return;
+    }
+    const int status = statusAttribute.toInt();
+    // The head of a redirect that is being followed says nothing about the
+    // file; the answer at the end of the chain does.
+    if (!isFinal && isFollowedRedirect(status) && reply->hasRawHeader("Location")) {
+        return;
+    }
+    m_statusCode = status;
+    m_exists = true;
+
+    QString suggested =
+        safeFilename(filenameFromContentDisposition(reply->rawHeader("Content-Disposition")));
+    if (suggested.isEmpty()) {
+        suggested = safeFilename(reply->url().fileName());
+    }
+    if (!suggested.isEmpty()) {
+        m_filename = suggested;
+    }
+
+    m_canSeek = status == 206;
+    const QVariant length = reply->header(QNetworkRequest::ContentLengthHeader);
+    bool lengthKnown = false;
+    const qint64 contentLength = length.isValid() ? length.toLongLong(&lengthKnown) : -1;
+    lengthKnown = lengthKnown && contentLength >= 0;
+    m_announcedLength = lengthKnown ? contentLength : -1;
+    if (status == 206) {
+        // The whole file's length, not the remainder's: what is compared
+        // with a partial copy and what progress is measured against.
+        const ContentRange range = parseContentRange(reply->rawHeader("Content-Range"));
+        if (range.first && *range.first != m_position) {
+            m_failure = ZKError::application(
+                ZKErrorCode::readFailed,
+                QStringLiteral("The server at %1 sent bytes from %2 on when asked for bytes "
+                               "from %3 on.")
+                    .arg(host())
+                    .arg(*range.first)
+                    .arg(m_position));
+            m_canSeek = false;
+        }
+        if (range.total) {
+            m_size = *range.total;
+        } else if (lengthKnown) {
+            m_size = m_position + quint64(contentLength);
+        }
+    } else if (lengthKnown) {
+        m_size = quint64(contentLength);
+    }
+    m_modificationDate = dateFromHttpDate(reply->rawHeader("Last-Modified"));
+    qCInfo(lcEndpoints, "Header fields: %s", qUtf8Printable(headerText(*reply)));
+    m_responseReceived = true;
+    if (m_failure) {
+        // Bytes from the wrong place must never reach a file.
+        m_requestCompleted = true;
+        QObject::disconnect(reply, nullptr, nullptr, nullptr);
+        reply->abort();
+    }
+    somethingArrived();
+}
+
+void ZKHttpReader::dataArrived() {
+    QNetworkReply *reply = m_reply.data();
+    if (!reply) {
+        return;
+    }
+    if (!m_responseReceived) {
+        responseHeadArrived(false);
+        if (!m_responseReceived) {
+            // Body of a redirect being followed.
+            reply->readAll();
+            return;
+        }
+    }
+    QByteArray block = reply->readAll();
+    if (!block.isEmpty()) {
+        m_receivedLength += block.size();
+        m_dataBlocks.push_back(std::move(block));
+    }
+    somethingArrived();
+}
+
+void ZKHttpReader::requestFinished() {
+    QNetworkReply *reply = m_reply.data();
+    if (!reply) {
+        return;
+    }
+    if (!m_responseReceived) {
+        responseHeadArrived(true);
+    }
+    if (m_responseReceived) {
+        dataArrived();
+    }
+    const QNetworkReply::NetworkError error = reply->error();
+    if (error != QNetworkReply::NoError && !(m_responseReceived && isHttpStatusError(error))) {
+        m_failure = ZKError(networkErrorDomain, qint64(error), reply->errorString());
+    } else if (m_announcedLength >= 0 && m_receivedLength < m_announcedLength && !m_failure) {
+        // The client library takes a connection that closes early for the
+        // end of the body; the file would then silently end short.
+        m_failure = ZKError(networkErrorDomain, qint64(QNetworkReply::RemoteHostClosedError),
+                            QStringLiteral("The connection to %1 closed after %2 of %3 bytes.")
+                                .arg(host())
+                                .arg(m_receivedLength)
+                                .arg(m_announcedLength));
+    }
+    if (m_failure) {
+        qCWarning(lcEndpoints) << "Download from" << m_url.toString()
+                               << "failed:" << m_failure->localizedDescription();
+    }
+    m_requestCompleted = true;
+    somethingArrived();
+}
+
+// ---- waiting
+
+ZKHttpReader::Clock::duration ZKHttpReader::timeLimit() const {
+    double seconds = m_timeout;
+    if (seconds <= 0) {
+        const qint64 preference =
+            ZKUserDefaults::standard().integerForKey(ZKPreferences::downloadTimeout);
+        seconds = double(preference > 0 ? preference : defaultTimeoutSeconds);
+    }
+    return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+}
+
+// A silence begins when a wait finds nothing to hand out and ends when
+// anything arrives. hasMoreData() and the read after it wait within the same
+// silence, so the limit is the longest silence of the server, whichever of
+// the two notices it.
+ZKHttpReader::Clock::time_point ZKHttpReader::silenceDeadline() const {
+    if (!m_silenceStart) {
+        m_silenceStart = Clock::now();
+    }
+    return *m_silenceStart + timeLimit();
+}
+
+void ZKHttpReader::somethingArrived() {
+    m_silenceStart.reset();
+    if (m_waitingLoop) {
+        m_waitingLoop->quit();
+    }
+}
+
+bool ZKHttpReader::runEventLoopOnce(Clock::time_point until) const {
+    const auto remaining = until - Clock::now();
+    if (remaining <= Clock::duration::zero()) {
+        return false;
+    }
+    const qint64 milliseconds =
+        std::max<qint64>(1, std::chrono::ceil<std::chrono::milliseconds>(remaining).count());
+    QEventLoop loop;
+    QTimer timer;
+    timer.setSingleShot(true);
+    timer.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&timer, &QTimer::timeout, &loop, &QEventLoop::quit);
+    timer.start(std::chrono::milliseconds(milliseconds));
+    m_waitingLoop = &loop;
+    loop.exec();
+    m_waitingLoop = nullptr;
+    return true;
+}
+
+void ZKHttpReader::reportFailure() {
+    if (m_failure && !m_failureReported) {
+        m_failureReported = true;
+        setError(*m_failure);
+    }
+}
+
+bool ZKHttpReader::waitForResponse() {
+    const Clock::time_point until = Clock::now() + timeLimit();
+    while (!m_responseReceived) {
+        if (m_requestCompleted) {
+            reportFailure();
+            return false;
+        }
+        if (!runEventLoopOnce(until)) {
+            if (m_responseReceived) {
+                break;
+            }
+            setError(ZKError::application(
+                ZKErrorCode::httpTimeout,
+                QStringLiteral("Timed out waiting for response from %1.").arg(host())));
+            return false;
+        }
+    }
+    // A head that already ended the request in failure (an answer for
+    // another range) leaves nothing to read.
+    if (m_failure && m_requestCompleted && m_dataBlocks.empty()) {
+        reportFailure();
+        return false;
+    }
+    return true;
+}
+
+bool ZKHttpReader::waitForData() {
+    const Clock::time_point until = silenceDeadline();
+    while (m_dataBlocks.empty()) {
+        if (m_requestCompleted) {
+            reportFailure();
+            return false;
+        }
+        if (!m_requestActive) {
+            return false;
+        }
+        if (!runEventLoopOnce(until) && m_dataBlocks.empty() && !m_requestCompleted) {
+            setError(ZKError::application(
+                ZKErrorCode::httpTimeout,
+                QStringLiteral("Timed out waiting for data from %1.").arg(host())));
+            return false;
+        }
+    }
+    return true;
+}
+
+QString ZKHttpReader::host() const {
+    return m_url.host();
+}
+
+// ---- reading
+
+bool ZKHttpReader::hasMoreData() const {
+    if (!m_dataBlocks.empty()) {
+        return true;
+    }
+    if (!m_requestActive) {
+        return false;
+    }
+    // A failure is more data to come in a way: the next read reports it,
+    // so that a broken transfer never looks like a finished one.
+    if (m_failure && !m_failureReported) {
+        return true;
+    }
+    if (!m_requestCompleted) {
+        runEventLoopOnce(silenceDeadline());
+        if (!m_requestCompleted) {
+            return true;
+        }
+    }
+    return !m_dataBlocks.empty() || (m_failure && !m_failureReported);
+}
+
+QByteArray ZKHttpReader::readBlock() {
+    if (!hasMoreData()) {
+        return {};
+    }
+    if (m_dataBlocks.empty() && !waitForData()) {
+        return {};
+    }
+    QByteArray block = std::move(m_dataBlocks.front());
+    m_dataBlocks.pop_front();
+    return block;
+}
+
+QByteArray ZKHttpReader::readBlockOfMaximumLength(quint64 length) {
+    if (length == 0 || !hasMoreData()) {
+        return {};
+    }
+    if (m_dataBlocks.empty() && !waitForData()) {
+        return {};
+    }
+    if (quint64(m_dataBlocks.front().size()) <= length) {
+        return readBlock();
+    }
+    return readBlockOfLength(length);
+}
+
+QByteArray ZKHttpReader::readBlockOfLength(quint64 length) {
+    const qsizetype wanted = qsizetype(std::min<quint64>(length, quint64(INT32_MAX)));
+    QByteArray result;
+    while (result.size() < wanted && hasMoreData()) {
+        if (m_dataBlocks.empty() && !waitForData()) {
+            if (!m_requestCompleted || m_failure) {
+                // Nothing gathered is lost: it goes back for a later read.
+                if (!result.isEmpty()) {
+                    m_dataBlocks.push_front(std::move(result));
+                }
+                return {};
+            }
+            break;
+        }
+        QByteArray &block = m_dataBlocks.front();
+        const qsizetype needed = wanted - result.size();
+        if (block.size() > needed) {
+            result += block.first(needed);
+            block = block.sliced(needed);
+        } else {
+            if (result.isEmpty()) {
+                result = std::move(block);
+            } else {
+                result += block;
+            }
+            m_dataBlocks.pop_front();
+        }
+    }
+    return result;
+}
+
+ZKEnumerationResult ZKHttpReader::enumerateContentsOfFileWithBlock(const DataBlock &block) {
+    ZKEnumerationResult result = ZKEnumerationResultContinue;
+    while (hasMoreData()) {
+        const QByteArray data = readBlock();
+        if (data.isEmpty()) {
+            break;
+        }
+        result = block(data);
+        if (result == ZKEnumerationResultStop) {
+            break;
+        }
+    }
+    return result;
+}
+
+// ---- a download has no children
+
+ZKEnumerationResult ZKHttpReader::enumerateContentsOfDirectoryWithBlock(const ReaderBlock &) {
+    return ZKEnumerationResultContinue;
+}
+
+ZKEnumerationResult ZKHttpReader::enumerateFileInfoWithBlock(const FileInfoBlock &) {
+    return ZKEnumerationResultStop;
+}
+
+std::optional<ZKFileInfo> ZKHttpReader::fileInfoForChild(const QString &) {
+    return std::nullopt;
+}
+
+std::shared_ptr<ZKReader> ZKHttpReader::childWithName(const QString &) {
+    return nullptr;
+}
+
+std::shared_ptr<ZKWriter> ZKHttpReader::asWriter() {
+    return nullptr;
+}
+
+quint64 ZKHttpReader::calculateDirectorySizeFollowingLinks(bool, const NameBlock &) {
+    return 0;
+}
+
+// ---- attributes
+
+QString ZKHttpReader::icon() const {
+    QMimeDatabase database;
+    if (QFileInfo(m_filename).suffix().isEmpty()) {
+        return database.mimeTypeForName(QStringLiteral("text/html")).iconName();
+    }
+    return database.mimeTypeForFile(m_filename, QMimeDatabase::MatchExtension).iconName();
+}
+
+size_t ZKHttpReader::hash() const {
+    return qHash(m_url);
+}
+
+QString ZKHttpReader::filenameFromContentDisposition(const QByteArray &value) {
+    QString plain;
+    QString extended;
+    const QList<QByteArray> parameters = splitParameters(value);
+    // The first part is the disposition type.
+    for (qsizetype i = 1; i < parameters.size(); ++i) {
+        const QByteArray &parameter = parameters.at(i);
+        const qsizetype equals = parameter.indexOf('=');
+        if (equals <= 0) {
+            continue;
+        }
+        const QByteArray name = parameter.left(equals).trimmed().toLower();
+        const QByteArray text = parameter.mid(equals + 1).trimmed();
+        if (name == "filename*" && extended.isEmpty()) {
+            extended = decodeExtendedValue(unquote(text));
+        } else if (name == "filename" && plain.isEmpty()) {
+            plain = QString::fromUtf8(unquote(text));
+        }
+    }
+    return extended.isEmpty() ? plain : extended;
+}
+
+QString ZKHttpReader::safeFilename(const QString &name) {
+    // Only the last component: a server does not choose the folder.
+    QString result = name;
+    const qsizetype separator =
+        std::max(result.lastIndexOf(QLatin1Char('/')), result.lastIndexOf(QLatin1Char('\\')));
+    if (separator >= 0) {
+        result = result.mid(separator + 1);
+    }
+    result.removeIf([](QChar c) { return c.unicode() < 0x20 || c.unicode() == 0x7f; });
+    result = result.trimmed();
+    // No "." or "..", and no hidden file that the user would not see.
+    qsizetype dots = 0;
+    while (dots < result.size() && result.at(dots) == QLatin1Char('.')) {
+        ++dots;
+    }
+    result = result.mid(dots).trimmed();
+    if (result.toUtf8().size() > maximumFilenameBytes) {
+        // Shortened before the extension, which tells what the file is.
+        const qsizetype dot = result.lastIndexOf(QLatin1Char('.'));
+        const QString extension =
+            dot > 0 && result.size() - dot <= 16 ? result.mid(dot) : QString();
+        QString stem = result.left(result.size() - extension.size());
+        while (!stem.isEmpty() && (stem + extension).toUtf8().size() > maximumFilenameBytes) {
+            stem.chop(1);
+            if (!stem.isEmpty() && stem.back().isHighSurrogate()) {
+                stem.chop(1);
+            }
+        }
+        result = stem + extension;
+    }
+    return result;
+}
+
+QDateTime ZKHttpReader::dateFromHttpDate(const QByteArray &value) {
+    if (value.isEmpty()) {
+        return {};
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    icu::SimpleDateFormat format(
+        icu::UnicodeString("EEE',' dd MMM yyyy HH':'mm':'ss z", -1, icu::UnicodeString::kInvariant),
+        icu::Locale("en_US"), status);
+    if (U_FAILURE(status)) {
+        return {};
+    }
+    format.adoptTimeZone(icu::TimeZone::createTimeZone(
+        icu::UnicodeString("GMT", -1, icu::UnicodeString::kInvariant)));
+    format.setLenient(false);
+    const std::string bytes = value.trimmed().toStdString();
+    const icu::UnicodeString text = icu::UnicodeString::fromUTF8(bytes);
+    icu::ParsePosition position(0);
+    const UDate date = format.parse(text, position);
+    if (position.getErrorIndex() >= 0 || position.getIndex() != text.length()) {
+        return {};
+    }
+    return QDateTime::fromMSecsSinceEpoch(qint64(std::llround(date)), Qt::UTC);
+}

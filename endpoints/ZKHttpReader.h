@@ -1,0 +1,167 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "ZKReader.h"
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QList>
+#include <QPointer>
+#include <QSslCertificate>
+#include <QString>
+#include <QUrl>
+#include <QVariantMap>
+
+#include <chrono>
+#include <deque>
+#include <memory>
+
+class QEventLoop;
+class QNetworkReply;
+
+// The reader of one file downloaded over HTTP or HTTPS. Every request asks
+// for a byte range from the wanted position on, so that a download can be
+// continued; the status of the answer tells whether the server honoured it.
+//
+// The body arrives asynchronously on the thread that reads, and only while
+// that thread waits inside this reader: the network manager of that thread
+// delivers its signals through a nested event loop. A reader is therefore
+// used from one thread at a time and takes no locks.
+class ZKHttpReader : public ZKReader {
+public:
+    // The network failures are kept in this domain, with the number of
+    // QNetworkReply::NetworkError as the code and the client's text.
+    static const QString networkErrorDomain;
+
+    static std::shared_ptr<ZKHttpReader> readerWithUrl(const QUrl &url);
+
+    // Construct through std::make_shared, as every reader.
+    explicit ZKHttpReader(const QUrl &url);
+    // "Url" gives the address; "CanSeek", when present, the last known answer.
+    explicit ZKHttpReader(const QVariantMap &propertyList);
+    ~ZKHttpReader() override;
+
+    ZKHttpReader(const ZKHttpReader &) = delete;
+    ZKHttpReader &operator=(const ZKHttpReader &) = delete;
+
+    // Certificate authorities trusted in addition to the system's, by every
+    // HTTPS request of the process from now on. Safe from any thread.
+    static void addTrustedCertificates(const QList<QSslCertificate> &certificates);
+    static QList<QSslCertificate> trustedCertificates();
+
+    QVariantMap asPropertyList() const override;
+
+    bool open() override;
+    void close() override;
+
+    QByteArray readBlock() override;
+    QByteArray readBlockOfLength(quint64 length) override;
+    QByteArray readBlockOfMaximumLength(quint64 length) override;
+    // Starts a fresh request for the bytes from position on and waits for
+    // the head of the answer.
+    bool seekToPosition(quint64 position) override;
+
+    // A download is a single file: no children, no walk, no writer.
+    ZKEnumerationResult enumerateContentsOfDirectoryWithBlock(const ReaderBlock &block) override;
+    ZKEnumerationResult enumerateFileInfoWithBlock(const FileInfoBlock &block) override;
+    ZKEnumerationResult enumerateContentsOfFileWithBlock(const DataBlock &block) override;
+    std::optional<ZKFileInfo> fileInfoForChild(const QString &name) override;
+    std::shared_ptr<ZKReader> childWithName(const QString &name) override;
+    std::shared_ptr<ZKWriter> asWriter() override;
+    quint64 calculateDirectorySizeFollowingLinks(bool followLinks, const NameBlock &block) override;
+
+    QUrl url() const override { return m_url; }
+    QUrl urlForPasteboard() override { return m_url; }
+    // The name the server suggests once it has answered, made safe to use
+    // as one file name inside a folder; until then the URL's last component.
+    QString filename() const override { return m_filename; }
+    QString icon() const override;
+    bool exists() const override { return m_exists; }
+    // The length of the whole resource as the last answer gave it.
+    quint64 size() const override { return m_size; }
+    QDateTime creationDate() const override { return {}; }
+    QDateTime modificationDate() const override { return m_modificationDate; }
+    quint16 permissions() const override { return 0; }
+    quint64 owner() const override { return 0; }
+    quint64 group() const override { return 0; }
+    bool isExtensionHidden() const override { return false; }
+    bool isImmutable() const override { return false; }
+    bool isDirectory() const override { return false; }
+    bool isLink() const override { return false; }
+    QString linkTarget() const override { return {}; }
+    bool isLocal() const override { return false; }
+    bool canSeek() const override { return m_canSeek; }
+    void setCanSeek(bool canSeek) { m_canSeek = canSeek; }
+    // Lets the event loop deliver what has arrived when nothing is queued.
+    bool hasMoreData() const override;
+
+    // Seconds of silence allowed while waiting; 0 or less: the user's
+    // "downloadTimeout".
+    double timeout() const { return m_timeout; }
+    void setTimeout(double seconds) { m_timeout = seconds; }
+
+    // The status of the last answer; 0 before one arrived.
+    int statusCode() const { return m_statusCode; }
+
+    size_t hash() const;
+
+    // The name a response header "Content-Disposition" suggests, or an empty
+    // text when it names none.
+    static QString filenameFromContentDisposition(const QByteArray &value);
+    // One plain file name that stays inside whatever folder it is put in:
+    // path components, control characters and leading dots are dropped.
+    // Empty when nothing usable is left.
+    static QString safeFilename(const QString &name);
+    // The date of a "Last-Modified" header; invalid unless it has the form
+    // "Tue, 15 Nov 1994 08:12:31 GMT".
+    static QDateTime dateFromHttpDate(const QByteArray &value);
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void startRequest(quint64 position);
+    void responseHeadArrived(bool isFinal);
+    void dataArrived();
+    void requestFinished();
+    bool waitForResponse();
+    // Answers false at the end of the data too; then error() is untouched.
+    bool waitForData();
+    void reportFailure();
+    // Runs the thread's event loop until something of this request happens
+    // or the deadline passes. Answers false when the deadline had passed.
+    bool runEventLoopOnce(Clock::time_point deadline) const;
+    Clock::duration timeLimit() const;
+    Clock::time_point silenceDeadline() const;
+    void somethingArrived();
+    QString host() const;
+
+    QUrl m_url;
+    QString m_filename;
+    double m_timeout = 0;
+    bool m_exists = false;
+    quint64 m_size = 0;
+    QDateTime m_modificationDate;
+    bool m_canSeek = true;
+    int m_statusCode = 0;
+    quint64 m_position = 0;
+
+    // Filled by the request's signals, which arrive only while this reader
+    // runs the thread's event loop.
+    QPointer<QNetworkReply> m_reply;
+    std::deque<QByteArray> m_dataBlocks;
+    bool m_requestActive = false;
+    bool m_responseReceived = false;
+    bool m_requestCompleted = false;
+    // A failure of the transfer waits behind the data that came before it,
+    // and is handed to error() once that data is consumed.
+    ZKOptionalError m_failure;
+    bool m_failureReported = false;
+    // The body's length as announced (-1: not announced) and as received,
+    // so that a connection closed early is never taken for the end.
+    qint64 m_announcedLength = -1;
+    qint64 m_receivedLength = 0;
+    // hasMoreData() is a query, yet it lets the loop deliver what arrived.
+    mutable QEventLoop *m_waitingLoop = nullptr;
+    mutable std::optional<Clock::time_point> m_silenceStart;
+};
