@@ -1,0 +1,218 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKScriptedHttpServer.h"
+
+#include <QHostAddress>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTimer>
+
+#include <functional>
+#include <memory>
+
+namespace {
+
+struct Connection {
+    QByteArray buffer;
+    bool answering = false;
+};
+
+QByteArray headerValue(const QByteArray &head, const QByteArray &name) {
+    const QByteArrayList lines = head.split('\n');
+    for (const QByteArray &line : lines) {
+        const qsizetype colon = line.indexOf(':');
+        if (colon > 0 && line.left(colon).trimmed().toLower() == name.toLower()) {
+            return line.mid(colon + 1).trimmed();
+        }
+    }
+    return {};
+}
+
+QByteArray pathOf(const QByteArray &head) {
+    const QByteArrayList words = head.left(head.indexOf('\r')).split(' ');
+    if (words.size() < 2) {
+        return {};
+    }
+    const QByteArray target = words.at(1);
+    const qsizetype query = target.indexOf('?');
+    return query < 0 ? target : target.left(query);
+}
+
+// The head and body of a file server's answer to the request.
+void answerAsFile(const QByteArray &request, ZKScriptedHttpServer::Response &response) {
+    const QByteArray range = headerValue(request, "Range");
+    qint64 first = 0;
+    bool partial = false;
+    if (range.startsWith("bytes=") && range.endsWith('-')) {
+        first = range.mid(6, range.size() - 7).toLongLong(&partial);
+    }
+    const qint64 total = response.body.size();
+    QByteArray head;
+    if (partial && first < total) {
+        head = "HTTP/1.1 206 Partial Content\r\nContent-Range: bytes " + QByteArray::number(first) +
+               '-' + QByteArray::number(total - 1) + '/' + QByteArray::number(total) + "\r\n";
+        response.body = response.body.mid(first);
+    } else if (partial) {
+        head = "HTTP/1.1 416 Range Not Satisfiable\r\nContent-Range: bytes */" +
+               QByteArray::number(total) + "\r\n";
+        response.body.clear();
+    } else {
+        head = "HTTP/1.1 200 OK\r\n";
+    }
+    head += "Content-Length: " + QByteArray::number(response.body.size());
+    if (!response.head.isEmpty()) {
+        head += "\r\n" + response.head;
+    }
+    response.head = head;
+}
+
+} // namespace
+
+ZKScriptedHttpServer::ZKScriptedHttpServer() = default;
+
+ZKScriptedHttpServer::~ZKScriptedHttpServer() {
+    if (m_context) {
+        QMetaObject::invokeMethod(
+            m_context, [this] { qDeleteAll(m_context->children()); }, Qt::BlockingQueuedConnection);
+        m_thread.quit();
+        m_thread.wait();
+        delete m_context;
+    }
+}
+
+bool ZKScriptedHttpServer::start() {
+    m_context = new QObject;
+    m_context->moveToThread(&m_thread);
+    m_thread.setObjectName(QStringLiteral("scripted web server"));
+    m_thread.start();
+    bool listening = false;
+    QMetaObject::invokeMethod(
+        m_context,
+        [this, &listening] {
+            auto *server = new QTcpServer(m_context);
+            listening = server->listen(QHostAddress::LocalHost, 0);
+            m_port = server->serverPort();
+            QObject::connect(server, &QTcpServer::newConnection, server, [this] { accept(); });
+        },
+        Qt::BlockingQueuedConnection);
+    return listening;
+}
+
+void ZKScriptedHttpServer::setResponse(const QString &path, const Response &response) {
+    std::lock_guard locker(m_lock);
+    m_responses.insert(path.toUtf8(), response);
+}
+
+QUrl ZKScriptedHttpServer::url(const QString &path) const {
+    return QUrl(QStringLiteral("http://127.0.0.1:%1%2").arg(m_port).arg(path));
+}
+
+QByteArrayList ZKScriptedHttpServer::requests() const {
+    std::lock_guard locker(m_lock);
+    return m_requests;
+}
+
+QByteArrayList ZKScriptedHttpServer::rangesRequestedFor(const QString &path) const {
+    QByteArrayList ranges;
+    const QByteArray wanted = path.toUtf8();
+    for (const QByteArray &request : requests()) {
+        if (pathOf(request) == wanted) {
+            ranges.append(headerValue(request, "Range"));
+        }
+    }
+    return ranges;
+}
+
+void ZKScriptedHttpServer::clearRequests() {
+    std::lock_guard locker(m_lock);
+    m_requests.clear();
+}
+
+void ZKScriptedHttpServer::recordRequest(const QByteArray &head) {
+    std::lock_guard locker(m_lock);
+    m_requests.append(head);
+}
+
+ZKScriptedHttpServer::Response ZKScriptedHttpServer::responseFor(const QByteArray &path) const {
+    std::lock_guard locker(m_lock);
+    const auto found = m_responses.constFind(path);
+    if (found != m_responses.cend()) {
+        return found.value();
+    }
+    Response missing;
+    missing.head = "HTTP/1.1 404 Not Found\r\nContent-Length: 9";
+    missing.body = "not found";
+    return missing;
+}
+
+// Runs on the server's thread.
+void ZKScriptedHttpServer::accept() {
+    auto *server = qobject_cast<QTcpServer *>(m_context->children().value(0));
+    while (QTcpSocket *socket = server ? server->nextPendingConnection() : nullptr) {
+        auto connection = std::make_shared<Connection>();
+        QObject::connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+
+        // Answers the requests in the buffer one after the other.
+        auto serve = std::make_shared<std::function<void()>>();
+        *serve = [this, socket, connection, weakServe = std::weak_ptr(serve)] {
+            while (!connection->answering) {
+                const qsizetype end = connection->buffer.indexOf("\r\n\r\n");
+                if (end < 0) {
+                    return;
+                }
+                const QByteArray request = connection->buffer.left(end + 4);
+                connection->buffer.remove(0, end + 4);
+                recordRequest(request);
+                Response response = responseFor(pathOf(request));
+                if (response.servesRanges) {
+                    answerAsFile(request, response);
+                }
+                connection->answering = true;
+
+                const QByteArray head = response.head + "\r\n\r\n";
+                const qint64 size = response.body.size();
+                auto finish = [socket, connection, response, weakServe] {
+                    if (response.closeAfterBody) {
+                        socket->disconnectFromHost();
+                        return;
+                    }
+                    connection->answering = false;
+                    if (auto next = weakServe.lock()) {
+                        (*next)();
+                    }
+                };
+                if (response.dropAfter >= 0) {
+                    socket->write(head);
+                    socket->write(response.body.left(response.dropAfter));
+                    socket->disconnectFromHost();
+                    return;
+                }
+                if (response.pauseAfter == pauseBeforeHead) {
+                    QTimer::singleShot(response.pauseMilliseconds, socket,
+                                       [socket, head, response, finish] {
+                                           socket->write(head);
+                                           socket->write(response.body);
+                                           finish();
+                                       });
+                    return;
+                }
+                socket->write(head);
+                if (response.pauseAfter >= 0 && response.pauseAfter < size) {
+                    socket->write(response.body.left(response.pauseAfter));
+                    QTimer::singleShot(response.pauseMilliseconds, socket,
+                                       [socket, response, finish] {
+                                           socket->write(response.body.mid(response.pauseAfter));
+                                           finish();
+                                       });
+                    return;
+                }
+                socket->write(response.body);
+                finish();
+            }
+        };
+        QObject::connect(socket, &QTcpSocket::readyRead, socket, [socket, connection, serve] {
+            connection->buffer += socket->readAll();
+            (*serve)();
+        });
+    }
+}
