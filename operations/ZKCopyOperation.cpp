@@ -393,7 +393,7 @@ bool ZKCopyOperation::copyLocally(ZKReader &reader, ZKWriter &file, quint64 posi
     if (in < 0) {
         return true;
     }
-    const int out = ::open(copyPath.constData(), O_WRONLY | O_CLOEXEC | O_NONBLOCK);
+    const int out = ::open(copyPath.constData(), O_WRONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
     struct stat inStatus {};
     struct stat outStatus {};
     if (out < 0 || ::fstat(in, &inStatus) != 0 || ::fstat(out, &outStatus) != 0 ||
@@ -437,22 +437,29 @@ bool ZKCopyOperation::copyLocally(ZKReader &reader, ZKWriter &file, quint64 posi
     if (quint64(inOffset) == position) {
         return goOn; // nothing was written: the endpoints stand where they stood
     }
-    // The endpoints continue from where the kernel stopped; the writer is
-    // opened again to stand at the new end of the file.
-    file.close();
-    if (!reader.seekToPosition(quint64(inOffset)) || !file.open() ||
-        file.size() != quint64(outOffset)) {
-        if (!hasError()) {
-            takeError(
-                file.error(),
-                ZKError::application(
-                    ZKErrorCode::createFailed,
-                    QStringLiteral("Unable to access '%1': another process is writing to the file.")
-                        .arg(file.url().path())));
-        }
+    // The reader goes on from where the kernel stopped.
+    if (!reader.seekToPosition(quint64(inOffset))) {
+        takeError(reader.error(), openError(reader.filename()));
         return false;
     }
-    return goOn;
+    if (!goOn || quint64(inOffset) == end) {
+        return goOn;
+    }
+    // The block loop takes over: the writer must stand at the new end.
+    file.close();
+    const ZKError moved = ZKError::application(
+        ZKErrorCode::createFailed,
+        QStringLiteral("Unable to access '%1': another process is writing to the file.")
+            .arg(file.url().path()));
+    if (!file.open()) {
+        takeError(file.error(), moved);
+        return false;
+    }
+    if (file.size() != quint64(outOffset)) {
+        setError(moved);
+        return false;
+    }
+    return true;
 }
 
 void ZKCopyOperation::copyAttributesFrom(ZKReader &reader, ZKWriter &writer, bool complete) {
