@@ -244,9 +244,6 @@ ZKWriterPtr ZKCopyOperation::openForResume(ZKReader &reader, ZKWriter &folder, Z
             }
             startOver = true;
         } else {
-            if (m_offset == 0) {
-                m_bytesCopied += existingSize;
-            }
             if (!file->open()) {
                 takeError(file->error(), openError(file->filename()));
                 file->close();
@@ -261,6 +258,10 @@ ZKWriterPtr ZKCopyOperation::openForResume(ZKReader &reader, ZKWriter &folder, Z
                     QStringLiteral("Unable to access '%1': another process is writing to the file.")
                         .arg(file->url().path())));
                 return nullptr;
+            }
+            // A task that made this operation with an offset counted them.
+            if (m_offset == 0) {
+                m_bytesCopied += existingSize;
             }
             return file;
         }
