@@ -26,7 +26,6 @@
 #include <QNetworkRequest>
 #include <QSslConfiguration>
 #include <QThread>
-#include <QThreadStorage>
 #include <QTimer>
 
 namespace {
@@ -44,20 +43,17 @@ constexpr qint64 readAheadBytes = 1024 * 1024;
 // The longest name most Linux file systems accept, in bytes.
 constexpr qsizetype maximumFilenameBytes = 255;
 
-// One manager per reading thread: it must live on the thread whose event
-// loop delivers its signals, and keeping it for the thread's lifetime lets
-// later requests reuse its connections. The storage deletes it when the
-// thread ends.
-QNetworkAccessManager *networkManager() {
-    static QThreadStorage<QNetworkAccessManager *> managers;
-    if (!managers.hasLocalData()) {
-        auto *manager = new QNetworkAccessManager;
-        // Redirects are followed, except from HTTPS to plain HTTP, which
-        // would hand the rest of a secure download to anyone on the way.
-        manager->setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
-        managers.setLocalData(manager);
-    }
-    return managers.localData();
+// A manager of its own for every request, made on the thread that reads:
+// its signals are delivered there, while the reader waits. A manager whose
+// request was given up before its end is thrown away with it, because a
+// request stopped while its read-ahead buffer was full keeps its
+// connection slot busy, and a manager has only six per server.
+QNetworkAccessManager *makeNetworkManager() {
+    auto *manager = new QNetworkAccessManager;
+    // Redirects are followed, except from HTTPS to plain HTTP, which would
+    // hand the rest of a secure download to anyone on the way.
+    manager->setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
+    return manager;
 }
 
 struct TrustedCertificates {
@@ -253,22 +249,26 @@ bool ZKHttpReader::open() {
 
 void ZKHttpReader::close() {
     if (QNetworkReply *reply = m_reply.data()) {
-        m_reply.clear();
         // Nothing of the old request may reach this reader any more.
         QObject::disconnect(reply, nullptr, nullptr, nullptr);
-        if (reply->thread() == QThread::currentThread()) {
-            reply->abort();
-            delete reply;
+    }
+    if (QNetworkAccessManager *manager = m_manager) {
+        const QPointer<QNetworkReply> reply = m_reply;
+        m_manager = nullptr;
+        auto discard = [manager, reply] {
+            if (reply) {
+                reply->abort();
+            }
+            delete manager;
+        };
+        if (manager->thread() == QThread::currentThread()) {
+            discard();
         } else {
-            QMetaObject::invokeMethod(
-                reply,
-                [reply] {
-                    reply->abort();
-                    reply->deleteLater();
-                },
-                Qt::QueuedConnection);
+            // Made on another thread, so it must end there.
+            QMetaObject::invokeMethod(manager, discard, Qt::QueuedConnection);
         }
     }
+    m_reply.clear();
     m_dataBlocks.clear();
     m_requestActive = false;
     m_responseReceived = false;
@@ -305,7 +305,8 @@ void ZKHttpReader::startRequest(quint64 position) {
         }
     }
 
-    QNetworkReply *reply = networkManager()->get(request);
+    m_manager = makeNetworkManager();
+    QNetworkReply *reply = m_manager->get(request);
     reply->setReadBufferSize(readAheadBytes);
     m_reply = reply;
     m_requestActive = true;

@@ -18,6 +18,7 @@
 #include <memory>
 
 class QEventLoop;
+class QNetworkAccessManager;
 class QNetworkReply;
 
 // The reader of one file downloaded over HTTP or HTTPS. Every request asks
@@ -148,6 +149,7 @@ private:
 
     // Filled by the request's signals, which arrive only while this reader
     // runs the thread's event loop.
+    QNetworkAccessManager *m_manager = nullptr;
     QPointer<QNetworkReply> m_reply;
     std::deque<QByteArray> m_dataBlocks;
     bool m_requestActive = false;
