@@ -1,0 +1,257 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
+// Download tasks against real web servers started on 127.0.0.1: nginx, which
+// answers a Range with 206, over HTTP and HTTPS, and Python's http.server,
+// which ignores Range and answers 200.
+
+#include "ZKCopyTask.h"
+#include "ZKFileSystemWriter.h"
+#include "ZKHttpReader.h"
+#include "ZKHttpServers.h"
+#include "ZKPreferences.h"
+#include "ZKReaderFactory.h"
+#include "ZKTaskState.h"
+#include "ZKTestSupport.h"
+#include "ZKUserDefaults.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QNetworkReply>
+#include <QSslSocket>
+#include <QTemporaryDir>
+#include <QTest>
+
+using S = ZKTaskState;
+
+namespace {
+
+constexpr qsizetype dataSize = 6 * 1024 * 1024;
+
+bool isResting(qint32 state) {
+    return state == S::PendingPreparation || state == S::PendingProcessing ||
+           state == S::PendingVerification || state == S::PendingRemoval || state >= S::Completed;
+}
+
+QString failureText(const ZKCopyTask &task) {
+    return task.error() ? task.error()->localizedDescription() : QStringLiteral("no error");
+}
+
+} // namespace
+
+class TestZKHttpReaderDownloads : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanupTestCase();
+
+    void downloadIsByteIdentical_data();
+    void downloadIsByteIdentical();
+    void interruptedDownloadResumesFromItsLength();
+    void interruptedDownloadFromServerWithoutRangesStartsOver();
+    void untrustedCertificateFailsUntilTrusted();
+    void manySeeksInARow_data();
+    void manySeeksInARow();
+
+private:
+    std::shared_ptr<ZKCopyTask> makeTask(const QUrl &url);
+    // Starts the task and waits until it rests again.
+    bool step(ZKCopyTask &task);
+    void runToEnd(ZKCopyTask &task);
+    // Runs the copy step slowly and pauses it once the file at the
+    // destination holds more than half of the data; answers its length.
+    qint64 interruptHalfway(ZKCopyTask &task, const QString &copy);
+    QString out(const QString &name) const { return QDir(m_out->path()).filePath(name); }
+
+    ZKHttpServers m_servers;
+    QTemporaryDir m_root;
+    std::unique_ptr<QTemporaryDir> m_out;
+    QByteArray m_data;
+};
+
+void TestZKHttpReaderDownloads::initTestCase() {
+    ZKPreferences::initialiseUserDefaults();
+    ZKUserDefaults::standard().setInteger(ZKPreferences::downloadTimeout, 5);
+    m_data = ZKTestSupport::randomBytes(dataSize, 11);
+    QVERIFY(
+        ZKTestSupport::writeFile(QDir(m_root.path()).filePath(QStringLiteral("data.bin")), m_data));
+    QVERIFY2(m_servers.startNginx(m_root.path()), qUtf8Printable(m_servers.errorString()));
+    QVERIFY2(m_servers.startPythonServer(m_root.path()), qUtf8Printable(m_servers.errorString()));
+}
+
+void TestZKHttpReaderDownloads::init() {
+    m_out = std::make_unique<QTemporaryDir>();
+}
+
+void TestZKHttpReaderDownloads::cleanupTestCase() {
+    m_servers.stop();
+}
+
+std::shared_ptr<ZKCopyTask> TestZKHttpReaderDownloads::makeTask(const QUrl &url) {
+    return ZKCopyTask::create(
+        ZKReaderFactory::readerWithUrl(url),
+        ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(m_out->path())));
+}
+
+bool TestZKHttpReaderDownloads::step(ZKCopyTask &task) {
+    int changes = 0;
+    auto connection = connect(&task, &ZKTask::stateChanged, this, [&] { ++changes; });
+    task.start();
+    const bool rested =
+        QTest::qWaitFor([&] { return changes > 0 && isResting(task.state()); }, 30000);
+    disconnect(connection);
+    return rested;
+}
+
+void TestZKHttpReaderDownloads::runToEnd(ZKCopyTask &task) {
+    for (int i = 0; i < 6 && task.state() < S::Completed; ++i) {
+        if (!step(task)) {
+            return;
+        }
+    }
+}
+
+qint64 TestZKHttpReaderDownloads::interruptHalfway(ZKCopyTask &task, const QString &copy) {
+    if (!step(task) || task.state() != S::PendingProcessing) {
+        return -1;
+    }
+    task.setMaximumTransferRate(8 * 1024 * 1024);
+    task.start();
+    const bool halfway =
+        QTest::qWaitFor([&] { return QFileInfo(copy).size() > dataSize / 2; }, 30000);
+    task.pause();
+    task.setMaximumTransferRate(0);
+    if (!halfway || task.state() != S::PendingProcessing) {
+        return -1;
+    }
+    return QFileInfo(copy).size();
+}
+
+void TestZKHttpReaderDownloads::downloadIsByteIdentical_data() {
+    QTest::addColumn<QString>("server");
+    QTest::addColumn<bool>("canSeek");
+    QTest::newRow("nginx") << QStringLiteral("nginx") << true;
+    QTest::newRow("python") << QStringLiteral("python") << false;
+}
+
+void TestZKHttpReaderDownloads::downloadIsByteIdentical() {
+    QFETCH(QString, server);
+    QFETCH(bool, canSeek);
+    const QString path = QStringLiteral("/data.bin");
+    const QUrl url =
+        server == QLatin1String("nginx") ? m_servers.nginxUrl(path) : m_servers.pythonUrl(path);
+    auto task = makeTask(url);
+    runToEnd(*task);
+    QVERIFY2(task->state() == S::Completed, qUtf8Printable(failureText(*task)));
+    QCOMPARE(ZKTestSupport::readFile(out(QStringLiteral("data.bin"))), m_data);
+    QCOMPARE(task->totalBytes(), quint64(dataSize));
+    QCOMPARE(task->progressBytes(), quint64(dataSize));
+    // What the row shows as resumable or not.
+    QCOMPARE(task->isResumable(), canSeek);
+    if (canSeek) {
+        QVERIFY(m_servers.nginxAccessLog().contains("GET /data.bin 206 range=\"bytes=0-\""));
+    }
+}
+
+void TestZKHttpReaderDownloads::interruptedDownloadResumesFromItsLength() {
+    auto task = makeTask(m_servers.nginxUrl(QStringLiteral("/data.bin")));
+    const qint64 partial = interruptHalfway(*task, out(QStringLiteral("data.bin")));
+    QVERIFY2(partial > 0 && partial < dataSize, qPrintable(QString::number(partial)));
+    QCOMPARE(ZKTestSupport::readFile(out(QStringLiteral("data.bin"))), m_data.left(partial));
+
+    runToEnd(*task);
+    QVERIFY2(task->state() == S::Completed, qUtf8Printable(failureText(*task)));
+    QCOMPARE(ZKTestSupport::readFile(out(QStringLiteral("data.bin"))), m_data);
+    // The rest was asked for from where the file ended, and only the rest
+    // was sent.
+    const QByteArray resumed = "GET /data.bin 206 range=\"bytes=" + QByteArray::number(partial) +
+                               "-\" sent=" + QByteArray::number(dataSize - partial);
+    QVERIFY2(m_servers.nginxAccessLog().contains(resumed), m_servers.nginxAccessLog().constData());
+}
+
+void TestZKHttpReaderDownloads::interruptedDownloadFromServerWithoutRangesStartsOver() {
+    auto task = makeTask(m_servers.pythonUrl(QStringLiteral("/data.bin")));
+    const qint64 partial = interruptHalfway(*task, out(QStringLiteral("data.bin")));
+    QVERIFY2(partial > 0 && partial < dataSize, qPrintable(QString::number(partial)));
+    // The row's no-resume badge.
+    QVERIFY(!task->isResumable());
+
+    // A server that ignores ranges cannot show that the file at the
+    // destination is its beginning, so the analysis asks, as it asks for
+    // any file in the way; replacing it starts the download over.
+    QStringList asked;
+    task->setPreExistingDestinationHandler([&asked](const ZKFileInfo &info) {
+        asked << info.url.fileName();
+        return ZKFileResponseReplace;
+    });
+    task->reset();
+    runToEnd(*task);
+    QVERIFY2(task->state() == S::Completed, qUtf8Printable(failureText(*task)));
+    QCOMPARE(asked, QStringList{QStringLiteral("data.bin")});
+    QCOMPARE(ZKTestSupport::readFile(out(QStringLiteral("data.bin"))), m_data);
+    QVERIFY(!task->isResumable());
+}
+
+void TestZKHttpReaderDownloads::untrustedCertificateFailsUntilTrusted() {
+    if (!QSslSocket::supportsSsl()) {
+        QSKIP("Qt has no TLS backend here");
+    }
+    const QUrl url = m_servers.nginxHttpsUrl(QStringLiteral("/data.bin"));
+    auto refused = makeTask(url);
+    runToEnd(*refused);
+    QCOMPARE(refused->state(), qint32(S::Failed));
+    QVERIFY(refused->error());
+    QCOMPARE(refused->error()->domain(), ZKHttpReader::networkErrorDomain);
+    QCOMPARE(refused->error()->code(), qint64(QNetworkReply::SslHandshakeFailedError));
+    QVERIFY(refused->error()->localizedDescription().startsWith(
+        QStringLiteral("SSL handshake failed")));
+    // The text the row shows.
+    QTRY_COMPARE(refused->detail(),
+                 QStringLiteral("Failed: %1").arg(refused->error()->localizedDescription()));
+    QVERIFY(!QFileInfo::exists(out(QStringLiteral("data.bin"))));
+
+    // Trusted by this process only; the system's store is left alone.
+    const QSslCertificate certificate = m_servers.certificate();
+    QVERIFY(!certificate.isNull());
+    ZKHttpReader::addTrustedCertificates({certificate});
+    auto trusted = makeTask(url);
+    runToEnd(*trusted);
+    QVERIFY2(trusted->state() == S::Completed, qUtf8Printable(failureText(*trusted)));
+    QCOMPARE(ZKTestSupport::readFile(out(QStringLiteral("data.bin"))), m_data);
+}
+
+void TestZKHttpReaderDownloads::manySeeksInARow_data() {
+    QTest::addColumn<bool>("ranges");
+    QTest::newRow("nginx") << true;
+    QTest::newRow("python") << false;
+}
+
+void TestZKHttpReaderDownloads::manySeeksInARow() {
+    // Each seek gives up a request whose read-ahead is full; none of them
+    // may hold on to a connection that later requests wait for.
+    QFETCH(bool, ranges);
+    const QString path = QStringLiteral("/data.bin");
+    auto reader =
+        ZKHttpReader::readerWithUrl(ranges ? m_servers.nginxUrl(path) : m_servers.pythonUrl(path));
+    for (qsizetype i = 0; i < 12; ++i) {
+        const qsizetype position = i * 100000;
+        QVERIFY2(reader->seekToPosition(quint64(position)),
+                 qPrintable(QStringLiteral("seek %1: %2")
+                                .arg(i)
+                                .arg(reader->error() ? reader->error()->localizedDescription()
+                                                     : QString())));
+        QCOMPARE(reader->readBlockOfLength(4096), m_data.mid(ranges ? position : 0, 4096));
+    }
+    reader->close();
+}
+
+int main(int argc, char **argv) {
+    ZKTestSupport::isolateSettings();
+    QCoreApplication app(argc, argv);
+    TestZKHttpReaderDownloads test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_ZKHttpReaderDownloads.moc"
