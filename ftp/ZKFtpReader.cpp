@@ -372,10 +372,14 @@ ZKEnumerationResult ZKFtpReader::walkFileInfo(const FileInfoBlock &block, int de
     if (!items) {
         return ZKEnumerationResultStop;
     }
+    // The callback may use the shared client itself (a copy reads each
+    // child through it), so the folder listed is remembered rather than
+    // read back from the client, and returned to before going deeper.
+    const QStringList here = m_ftp->currentPath();
     ZKEnumerationResult result = ZKEnumerationResultContinue;
     for (const ZKFtpItem &item : *items) {
         ZKFileInfo info;
-        info.url = ZKFtpUrl::entryUrl(m_url, m_ftp->currentPath(), item.name());
+        info.url = ZKFtpUrl::entryUrl(m_url, here, item.name());
         info.directory = item.type() == ZKFtpItem::Directory;
         info.symbolicLink = item.type() == ZKFtpItem::SymbolicLink;
         info.size = info.directory ? 0 : item.size();
@@ -388,7 +392,7 @@ ZKEnumerationResult ZKFtpReader::walkFileInfo(const FileInfoBlock &block, int de
         if (result != ZKEnumerationResultContinue || !info.directory) {
             continue;
         }
-        m_ftp->enterSubdirectory(item.name());
+        m_ftp->changePath(here + QStringList{item.name()});
         if (m_ftp->error()) {
             fail(QStringLiteral("Unable to find path '%1': %2")
                      .arg(info.url.path(), clientDescription()));
@@ -398,12 +402,6 @@ ZKEnumerationResult ZKFtpReader::walkFileInfo(const FileInfoBlock &block, int de
         // ends everything.
         walkFileInfo(block, depth + 1);
         if (error()) {
-            return ZKEnumerationResultStop;
-        }
-        m_ftp->leaveSubdirectory();
-        if (m_ftp->error()) {
-            fail(QStringLiteral("Unable to find path '%1': %2")
-                     .arg(info.url.path(), clientDescription()));
             return ZKEnumerationResultStop;
         }
     }
@@ -434,6 +432,7 @@ quint64 ZKFtpReader::sizeOfWorkingDirectory(const NameBlock &block, int depth, b
         *stopped = true;
         return 0;
     }
+    const QStringList here = m_ftp->currentPath();
     quint64 total = 0;
     for (const ZKFtpItem &item : *items) {
         if (block) {
@@ -449,14 +448,12 @@ quint64 ZKFtpReader::sizeOfWorkingDirectory(const NameBlock &block, int depth, b
         if (item.type() == ZKFtpItem::File) {
             total += item.size();
         } else if (item.type() == ZKFtpItem::Directory) {
-            m_ftp->enterSubdirectory(item.name());
+            m_ftp->changePath(here + QStringList{item.name()});
             if (m_ftp->error()) {
                 continue; // a count is an estimate
             }
             total += sizeOfWorkingDirectory(block, depth + 1, stopped);
-            m_ftp->leaveSubdirectory();
-            if (*stopped || m_ftp->error()) {
-                *stopped = true;
+            if (*stopped) {
                 return total;
             }
         }
