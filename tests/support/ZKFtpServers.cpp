@@ -1,0 +1,309 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKFtpServers.h"
+
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QTcpServer>
+#include <QTcpSocket>
+
+#include <optional>
+
+#include <grp.h>
+#include <pwd.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int passivePortCount = 20;
+
+QString ftpdFolder() {
+    const QString configured = qEnvironmentVariable("FERROWICK_FTPD_DIR");
+    return configured.isEmpty() ? QStringLiteral("/var/cache/ferrowick/ftpd") : configured;
+}
+
+quint16 freePort() {
+    QTcpServer probe;
+    probe.listen(QHostAddress::LocalHost, 0);
+    return probe.serverPort();
+}
+
+bool writeText(const QString &path, const QByteArray &text) {
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(text) == text.size();
+}
+
+// A SHA-512 crypt(3) hash, as the daemons' password files hold them.
+std::optional<QByteArray> cryptHash(const QString &password) {
+    QProcess hasher;
+    hasher.start(QStringLiteral("openssl"),
+                 {QStringLiteral("passwd"), QStringLiteral("-6"), QStringLiteral("-stdin")});
+    hasher.write(password.toUtf8() + '\n');
+    hasher.waitForBytesWritten(5000);
+    hasher.closeWriteChannel();
+    if (!hasher.waitForFinished(10000) || hasher.exitCode() != 0) {
+        return std::nullopt;
+    }
+    return hasher.readAllStandardOutput().trimmed();
+}
+
+} // namespace
+
+ZKFtpServers::ZKFtpServers(Kind kind)
+    : m_kind(kind) {
+    m_process.setProcessChannelMode(QProcess::MergedChannels);
+}
+
+ZKFtpServers::~ZKFtpServers() {
+    stop();
+}
+
+QString ZKFtpServers::name(Kind kind) {
+    switch (kind) {
+    case Vsftpd:
+        return QStringLiteral("vsftpd");
+    case PureFtpd:
+        return QStringLiteral("pure-ftpd");
+    case Proftpd:
+        return QStringLiteral("proftpd");
+    }
+    return {};
+}
+
+QString ZKFtpServers::program(Kind kind) {
+    QString path;
+    switch (kind) {
+    case Vsftpd:
+        path = QStringLiteral("/usr/sbin/vsftpd");
+        break;
+    case PureFtpd:
+        path = ftpdFolder() + QStringLiteral("/pure-ftpd/usr/sbin/pure-ftpd");
+        break;
+    case Proftpd:
+        path = ftpdFolder() + QStringLiteral("/proftpd-core/usr/sbin/proftpd");
+        break;
+    }
+    return QFileInfo(path).isExecutable() ? path : QString();
+}
+
+bool ZKFtpServers::mustRun() {
+    return qEnvironmentVariable("CI") == QLatin1String("true");
+}
+
+bool ZKFtpServers::fail(const QString &reason) {
+    m_errorString = QStringLiteral("%1: %2").arg(name(m_kind), reason);
+    stop();
+    return false;
+}
+
+QUrl ZKFtpServers::url(const QString &path) const {
+    QUrl url;
+    url.setScheme(QStringLiteral("ftp"));
+    url.setUserName(m_username);
+    url.setHost(QStringLiteral("127.0.0.1"));
+    url.setPort(m_port);
+    url.setPath(path);
+    return url;
+}
+
+void ZKFtpServers::handOver(const QString &path) const {
+    if (m_uid < 0) {
+        return;
+    }
+    const QByteArray top = QFile::encodeName(path);
+    [[maybe_unused]] const int ignored = ::lchown(top.constData(), uid_t(m_uid), gid_t(m_gid));
+    QDirIterator it(path, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QByteArray entry = QFile::encodeName(it.next());
+        [[maybe_unused]] const int result = ::lchown(entry.constData(), uid_t(m_uid), gid_t(m_gid));
+    }
+}
+
+bool ZKFtpServers::start() {
+    stop();
+    if (::geteuid() != 0) {
+        return fail(QStringLiteral("the daemons are started as root only"));
+    }
+    if (program(m_kind).isEmpty()) {
+        return fail(QStringLiteral("not installed (run scripts/install-deps.sh)"));
+    }
+    m_folder = std::make_unique<QTemporaryDir>();
+    // The daemons' account must be able to reach its root.
+    QFile::setPermissions(m_folder->path(), QFileDevice::Permissions(0x7755));
+    m_root = QDir(m_folder->path()).filePath(QStringLiteral("root"));
+    QDir().mkpath(m_root);
+    m_port = freePort();
+    m_passivePort = freePort();
+    if (m_passivePort > 65535 - passivePortCount) {
+        m_passivePort = quint16(m_passivePort - passivePortCount);
+    }
+    switch (m_kind) {
+    case Vsftpd:
+        return startVsftpd();
+    case PureFtpd:
+        return startPureFtpd();
+    case Proftpd:
+        return startProftpd();
+    }
+    return false;
+}
+
+bool ZKFtpServers::launch(const QString &program, const QStringList &arguments) {
+    m_process.start(program, arguments);
+    if (!m_process.waitForStarted(5000)) {
+        return fail(QStringLiteral("cannot start %1: %2").arg(program, m_process.errorString()));
+    }
+    // Ready once it greets.
+    const QDeadlineTimer deadline(15000);
+    while (!deadline.hasExpired()) {
+        if (m_process.state() != QProcess::Running) {
+            return fail(QStringLiteral("stopped at once: %1")
+                            .arg(QString::fromLocal8Bit(m_process.readAll())));
+        }
+        QTcpSocket probe;
+        probe.connectToHost(QHostAddress::LocalHost, m_port);
+        if (probe.waitForConnected(500) && probe.waitForReadyRead(2000) &&
+            probe.readAll().startsWith("220")) {
+            return true;
+        }
+        // Also lets QProcess notice an early exit.
+        m_process.waitForFinished(100);
+    }
+    return fail(QStringLiteral("no greeting on port %1: %2")
+                    .arg(m_port)
+                    .arg(QString::fromLocal8Bit(m_process.readAll())));
+}
+
+void ZKFtpServers::stop() {
+    if (m_process.state() != QProcess::NotRunning) {
+        m_process.terminate();
+        if (!m_process.waitForFinished(3000)) {
+            m_process.kill();
+            m_process.waitForFinished(3000);
+        }
+    }
+}
+
+bool ZKFtpServers::startVsftpd() {
+    // Anonymous and writable, running as the launching user: the simplest
+    // setup that needs no system account.
+    m_username = QStringLiteral("anonymous");
+    m_password = QStringLiteral("guest");
+    const QString empty = QDir(m_folder->path()).filePath(QStringLiteral("empty"));
+    QDir().mkpath(empty);
+    const QString config = QDir(m_folder->path()).filePath(QStringLiteral("vsftpd.conf"));
+    const QString text =
+        QStringLiteral("listen=YES\nlisten_address=127.0.0.1\nlisten_port=%1\nbackground=NO\n"
+                       "anonymous_enable=YES\nlocal_enable=NO\nwrite_enable=YES\n"
+                       "anon_upload_enable=YES\nanon_mkdir_write_enable=YES\n"
+                       "anon_other_write_enable=YES\nanon_world_readable_only=NO\n"
+                       "anon_root=%2\nno_anon_password=YES\nanon_umask=022\n"
+                       "allow_writeable_chroot=YES\nsecure_chroot_dir=%3\n"
+                       "pasv_enable=YES\npasv_min_port=%4\npasv_max_port=%5\n"
+                       "pasv_address=127.0.0.1\nrun_as_launching_user=YES\n"
+                       "seccomp_sandbox=NO\nisolate=NO\nisolate_network=NO\n"
+                       "xferlog_enable=NO\nsyslog_enable=NO\ncheck_shell=NO\n"
+                       "max_per_ip=0\nmax_clients=0\n")
+            .arg(m_port)
+            .arg(m_root, empty)
+            .arg(m_passivePort)
+            .arg(m_passivePort + passivePortCount - 1);
+    if (!writeText(config, text.toUtf8())) {
+        return fail(QStringLiteral("cannot write %1").arg(config));
+    }
+    return launch(program(Vsftpd), {config});
+}
+
+bool ZKFtpServers::startPureFtpd() {
+    const passwd *account = ::getpwnam("ftp");
+    if (!account) {
+        return fail(QStringLiteral("there is no \"ftp\" account"));
+    }
+    m_uid = int(account->pw_uid);
+    m_gid = int(account->pw_gid);
+    m_username = QStringLiteral("tester");
+    m_password = QStringLiteral("pure-secret");
+    const QDir folder(m_folder->path());
+    const QString passwdFile = folder.filePath(QStringLiteral("pureftpd.passwd"));
+    const QString database = folder.filePath(QStringLiteral("pureftpd.pdb"));
+    handOver(m_root);
+
+    // pure-pw would hash with argon2 at a cost meant to slow down guessing,
+    // which also makes every login slower than the tests' time-out. A
+    // SHA-512 crypt hash is just as valid to pure-ftpd.
+    const std::optional<QByteArray> hash = cryptHash(m_password);
+    if (!hash) {
+        return fail(QStringLiteral("openssl passwd failed"));
+    }
+    const QByteArray line = m_username.toUtf8() + ':' + *hash + ':' + QByteArray::number(m_uid) +
+                            ':' + QByteArray::number(m_gid) + "::" + QFile::encodeName(m_root) +
+                            "/./::::::::::::\n";
+    if (!writeText(passwdFile, line)) {
+        return fail(QStringLiteral("cannot write %1").arg(passwdFile));
+    }
+    QProcess pw;
+    pw.start(ftpdFolder() + QStringLiteral("/pure-ftpd/usr/bin/pure-pw"),
+             {QStringLiteral("mkdb"), database, QStringLiteral("-f"), passwdFile});
+    if (!pw.waitForFinished(10000) || pw.exitCode() != 0) {
+        return fail(QStringLiteral("pure-pw failed: %1").arg(QString::fromLocal8Bit(pw.readAll())));
+    }
+    return launch(
+        program(PureFtpd),
+        {QStringLiteral("-S"), QStringLiteral("127.0.0.1,%1").arg(m_port), QStringLiteral("-p"),
+         QStringLiteral("%1:%2").arg(m_passivePort).arg(m_passivePort + passivePortCount - 1),
+         QStringLiteral("-l"), QStringLiteral("puredb:%1").arg(database), QStringLiteral("-A"),
+         QStringLiteral("-E"), QStringLiteral("-H")});
+}
+
+bool ZKFtpServers::startProftpd() {
+    const passwd *account = ::getpwnam("ftp");
+    if (!account) {
+        return fail(QStringLiteral("there is no \"ftp\" account"));
+    }
+    m_uid = int(account->pw_uid);
+    m_gid = int(account->pw_gid);
+    m_username = QStringLiteral("tester");
+    m_password = QStringLiteral("pro-secret");
+    const QDir folder(m_folder->path());
+    handOver(m_root);
+
+    const std::optional<QByteArray> hash = cryptHash(m_password);
+    if (!hash) {
+        return fail(QStringLiteral("openssl passwd failed"));
+    }
+    const QString passwdFile = folder.filePath(QStringLiteral("proftpd.passwd"));
+    const QByteArray entry = m_username.toUtf8() + ':' + *hash + ':' + QByteArray::number(m_uid) +
+                             ':' + QByteArray::number(m_gid) + "::" + QFile::encodeName(m_root) +
+                             ":/bin/false\n";
+    if (!writeText(passwdFile, entry)) {
+        return fail(QStringLiteral("cannot write %1").arg(passwdFile));
+    }
+    QFile::setPermissions(passwdFile, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    const group *accountGroup = ::getgrgid(gid_t(m_gid));
+    const QString groupName =
+        accountGroup ? QString::fromLocal8Bit(accountGroup->gr_name) : QStringLiteral("nogroup");
+    const QString config = folder.filePath(QStringLiteral("proftpd.conf"));
+    const QString text =
+        QStringLiteral(
+            "ServerType standalone\nDefaultServer on\nPort %1\nDefaultAddress 127.0.0.1\n"
+            "UseIPv6 off\nUser ftp\nGroup %2\nPassivePorts %3 %4\n"
+            "PidFile %5/proftpd.pid\nScoreboardFile %5/proftpd.scoreboard\n"
+            "DelayTable none\nWtmpLog off\nTransferLog none\nRequireValidShell off\n"
+            "AllowStoreRestart on\nAllowRetrieveRestart on\nUseReverseDNS off\n"
+            "AuthOrder mod_auth_file.c\nAuthUserFile %6\n"
+            "DefaultRoot ~\nUmask 022\nMaxInstances 100\n"
+            "<Directory />\n  AllowOverwrite on\n</Directory>\n")
+            .arg(m_port)
+            .arg(groupName)
+            .arg(m_passivePort)
+            .arg(m_passivePort + passivePortCount - 1)
+            .arg(m_folder->path(), passwdFile);
+    if (!writeText(config, text.toUtf8())) {
+        return fail(QStringLiteral("cannot write %1").arg(config));
+    }
+    return launch(program(Proftpd), {QStringLiteral("-n"), QStringLiteral("-c"), config});
+}

@@ -1,0 +1,71 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QProcess>
+#include <QString>
+#include <QTemporaryDir>
+#include <QUrl>
+
+#include <memory>
+
+// One real FTP daemon started for a test: vsftpd (anonymous, writable),
+// pure-ftpd (a virtual account in a PureDB file) or proftpd (an account in
+// its own password file), listening on 127.0.0.1 on a free port, with a
+// temporary folder as the account's root. Stopped when destroyed.
+//
+// pure-ftpd and proftpd are run from the folder scripts/install-deps.sh
+// unpacks them into (FERROWICK_FTPD_DIR, by default /var/cache/ferrowick/ftpd).
+// They, and the files they write, run as the "ftp" account; handOver()
+// gives that account what a test put into the root. Starting needs root.
+class ZKFtpServers {
+public:
+    enum Kind { Vsftpd, PureFtpd, Proftpd };
+
+    explicit ZKFtpServers(Kind kind);
+    ~ZKFtpServers();
+
+    ZKFtpServers(const ZKFtpServers &) = delete;
+    ZKFtpServers &operator=(const ZKFtpServers &) = delete;
+
+    static QString name(Kind kind);
+    // The daemon's program, or empty when it is not on this machine.
+    static QString program(Kind kind);
+    // Whether missing servers fail a test (under CI) rather than skip it.
+    static bool mustRun();
+
+    // False with a reason in errorString() when the daemon cannot be run.
+    bool start();
+    void stop();
+    QString errorString() const { return m_errorString; }
+
+    quint16 port() const { return m_port; }
+    QString username() const { return m_username; }
+    QString password() const { return m_password; }
+    // The local folder the account sees as "/".
+    QString root() const { return m_root; }
+    // ftp://USER@127.0.0.1:PORT/path, without the password.
+    QUrl url(const QString &path) const;
+    // Gives path and everything below it to the account the daemon writes
+    // as, so that it may append to, rename and remove what the test made.
+    void handOver(const QString &path) const;
+
+private:
+    bool startVsftpd();
+    bool startPureFtpd();
+    bool startProftpd();
+    bool launch(const QString &program, const QStringList &arguments);
+    bool fail(const QString &reason);
+
+    Kind m_kind;
+    std::unique_ptr<QTemporaryDir> m_folder;
+    QString m_root;
+    QProcess m_process;
+    quint16 m_port = 0;
+    quint16 m_passivePort = 0;
+    QString m_username;
+    QString m_password;
+    int m_uid = -1;
+    int m_gid = -1;
+    QString m_errorString;
+};

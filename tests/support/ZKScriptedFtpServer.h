@@ -1,0 +1,91 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QByteArray>
+#include <QHash>
+#include <QRecursiveMutex>
+#include <QSet>
+#include <QStringList>
+#include <QThread>
+#include <QUrl>
+
+#include <memory>
+
+class QTcpServer;
+class QTcpSocket;
+class QSemaphore;
+
+// A small FTP server on 127.0.0.1 that plays scripted replies and records
+// every byte it receives, for checking the client's exact wire traffic. It
+// runs its own event loop on a thread of its own, so that the blocking
+// client can be driven from the test's thread.
+//
+// Names are flat: a file or folder is known by the name the client gives,
+// whatever the working directory; only listings follow the working
+// directory. Unless a reply is scripted, commands get
+// plausible answers: SIZE of a known file gives its size, CWD succeeds for a
+// known folder, RETR sends a known file from the REST offset, APPE appends,
+// NLST sends the listing, ABOR answers like a server that was interrupted.
+class ZKScriptedFtpServer : public QThread {
+    Q_OBJECT
+
+public:
+    ZKScriptedFtpServer();
+    ~ZKScriptedFtpServer() override;
+
+    quint16 port() const { return m_port; }
+    // ftp://127.0.0.1:PORT followed by path.
+    QUrl url(const QString &path) const;
+
+    // Raw bytes sent on connection; by default one "220" line.
+    void setGreeting(const QByteArray &bytes);
+    // Raw bytes sent in answer to a command (its first word), for every
+    // argument or for one argument only. Empty bytes: no answer at all.
+    void setReply(const QByteArray &command, const QByteArray &bytes);
+    void setReply(const QByteArray &command, const QByteArray &argument, const QByteArray &bytes);
+    void setFile(const QByteArray &name, const QByteArray &content);
+    void setDirectory(const QByteArray &name);
+    // What NLST sends in every folder without a listing of its own.
+    void setListing(const QByteArray &listing);
+    // What NLST sends in one folder: its path from the top without slashes
+    // at either end ("top/sub"; "" is the top).
+    void setListing(const QByteArray &folder, const QByteArray &listing);
+    // Where the data listener listens and what the PASV reply tells; by
+    // default 127.0.0.1. Only loopback addresses are ever used.
+    void setPassiveHost(const QByteArray &host);
+    // The PASV reply with "%1" for the six numbers; by default
+    // "227 Entering Passive Mode (%1).\r\n".
+    void setPassiveFormat(const QByteArray &format);
+    // A RETR sends this many bytes, then both connections are dropped.
+    void setDropAfter(qint64 bytes);
+
+    // Everything received on the control connection, and its lines.
+    QByteArray received() const;
+    QStringList commands() const;
+    QByteArray file(const QByteArray &name) const;
+    bool hasFile(const QByteArray &name) const;
+    bool hasDirectory(const QByteArray &name) const;
+
+protected:
+    void run() override;
+
+private:
+    friend class ZKScriptedFtpSession;
+
+    mutable QRecursiveMutex m_lock;
+    QByteArray m_greeting;
+    QHash<QByteArray, QByteArray> m_replies;
+    QHash<QByteArray, QByteArray> m_files;
+    QSet<QByteArray> m_directories;
+    QByteArray m_listing;
+    QHash<QByteArray, QByteArray> m_listings;
+    QByteArray m_passiveHost;
+    QByteArray m_passiveFormat;
+    qint64 m_dropAfter = -1;
+    QByteArray m_received;
+    QStringList m_commands;
+
+    quint16 m_port = 0;
+    QSemaphore *m_readySemaphore = nullptr;
+};

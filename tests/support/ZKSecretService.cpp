@@ -1,0 +1,111 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKSecretService.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusError>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QStandardPaths>
+#include <QThread>
+
+namespace {
+
+const QString probeName = QStringLiteral("ferrowick-secret-probe");
+
+void finish(QProcess &process) {
+    if (process.state() != QProcess::NotRunning) {
+        process.terminate();
+        if (!process.waitForFinished(3000)) {
+            process.kill();
+            process.waitForFinished(3000);
+        }
+    }
+}
+
+} // namespace
+
+ZKSecretService::~ZKSecretService() {
+    stop();
+}
+
+bool ZKSecretService::fail(const QString &reason) {
+    m_errorString = reason;
+    stop();
+    return false;
+}
+
+void ZKSecretService::stop() {
+    QDBusConnection::disconnectFromBus(probeName);
+    finish(m_keyring);
+    finish(m_bus);
+}
+
+bool ZKSecretService::start() {
+    const QString busProgram = QStandardPaths::findExecutable(QStringLiteral("dbus-daemon"));
+    const QString keyringProgram =
+        QStandardPaths::findExecutable(QStringLiteral("gnome-keyring-daemon"));
+    if (busProgram.isEmpty() || keyringProgram.isEmpty()) {
+        return fail(QStringLiteral("dbus-daemon or gnome-keyring-daemon is not installed"));
+    }
+    if (!m_folder.isValid()) {
+        return fail(QStringLiteral("no temporary folder"));
+    }
+
+    m_bus.start(busProgram, {QStringLiteral("--session"), QStringLiteral("--nofork"),
+                             QStringLiteral("--print-address=1")});
+    if (!m_bus.waitForStarted(5000) || !m_bus.waitForReadyRead(5000)) {
+        return fail(QStringLiteral("the session bus did not start"));
+    }
+    const QByteArray address = m_bus.readLine().trimmed();
+    if (address.isEmpty()) {
+        return fail(QStringLiteral("the session bus gave no address"));
+    }
+    qputenv("DBUS_SESSION_BUS_ADDRESS", address);
+
+    const QDir folder(m_folder.path());
+    const QString runtime = folder.filePath(QStringLiteral("run"));
+    folder.mkpath(QStringLiteral("run"));
+    folder.mkpath(QStringLiteral("data"));
+    folder.mkpath(QStringLiteral("config"));
+    QFile::setPermissions(runtime,
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("HOME"), m_folder.path());
+    environment.insert(QStringLiteral("XDG_DATA_HOME"), folder.filePath(QStringLiteral("data")));
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"),
+                       folder.filePath(QStringLiteral("config")));
+    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
+    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QString::fromUtf8(address));
+    m_keyring.setProcessEnvironment(environment);
+    m_keyring.start(keyringProgram,
+                    {QStringLiteral("--unlock"), QStringLiteral("--components=secrets"),
+                     QStringLiteral("--foreground")});
+    if (!m_keyring.waitForStarted(5000)) {
+        return fail(QStringLiteral("gnome-keyring-daemon did not start"));
+    }
+    // The password of the new login keyring, on standard input.
+    m_keyring.write("test-keyring-password");
+    // Written now: nothing runs this thread's event loop while we wait below.
+    m_keyring.waitForBytesWritten(5000);
+    m_keyring.closeWriteChannel();
+
+    QDBusConnection bus = QDBusConnection::connectToBus(QString::fromUtf8(address), probeName);
+    const QDeadlineTimer deadline(15000);
+    while (!deadline.hasExpired()) {
+        if (bus.isConnected() &&
+            bus.interface()->isServiceRegistered(QStringLiteral("org.freedesktop.secrets"))) {
+            return true;
+        }
+        if (m_keyring.state() != QProcess::Running) {
+            return fail(QStringLiteral("gnome-keyring-daemon stopped: %1")
+                            .arg(QString::fromLocal8Bit(m_keyring.readAllStandardError())));
+        }
+        QThread::msleep(100);
+    }
+    return fail(QStringLiteral("no Secret Service appeared on the private bus (%1; %2)")
+                    .arg(bus.lastError().message(),
+                         QString::fromLocal8Bit(m_keyring.readAllStandardError())));
+}
