@@ -49,11 +49,15 @@ ZKOptionalError ZKFtpReply::errorOf(const QString &line) {
         return std::nullopt;
     }
     const QString digits = line.left(3);
-    bool isNumber = false;
-    qint64 code = digits.toInt(&isNumber);
-    if (!isNumber) {
-        // "4x9 ..." still fails; it just has no better number than its class.
-        code = (first.unicode() - '0') * 100;
+    // Read digit by digit: a general number parser would take "5\0e" for 5.
+    qint64 code = 0;
+    for (const QChar c : digits) {
+        if (!isAsciiDigit(c)) {
+            // "4x9 ..." still fails; it just has no better number than its class.
+            code = (first.unicode() - '0') * 100;
+            break;
+        }
+        code = code * 10 + (c.unicode() - '0');
     }
     const QString description =
         line.size() == 4 ? QStringLiteral("Error code %1").arg(digits) : line.mid(4);

@@ -98,6 +98,11 @@ void TestZKFtpClient::replyLines_data() {
                                            << QStringList{"230 Done"} << qint64(0) << QString();
     QTest::newRow("bare LF and CR")
         << "200 a\n201 b\r" << QStringList{"200 a", "201 b"} << qint64(0) << QString();
+    // Found by fuzzing: a NUL among the digits once gave code 5.
+    QTest::newRow("NUL among the digits")
+        << QString(QStringLiteral("5") + QChar(0) + QStringLiteral("e M"))
+        << QStringList{QString(QStringLiteral("5") + QChar(0) + QStringLiteral("e M"))}
+        << qint64(500) << "M";
     QTest::newRow("no code") << "hello there\r\n" << QStringList() << qint64(0) << QString();
     QTest::newRow("Arabic-Indic digits are no code")
         << QStringLiteral("٢٢٠ x\r\n") << QStringList() << qint64(0) << QString();
