@@ -265,14 +265,18 @@ bool ZKFerrowickDocument::readFromPropertyList(const QVariantMap &plist) {
     return true;
 }
 
-bool ZKFerrowickDocument::readFromFile(const QString &path, ZKError *error) {
-    auto fail = [&](const QString &reason) {
+bool ZKFerrowickDocument::readPropertyListFromFile(const QString &path, QVariantMap *plist,
+                                                   ZKError *error) {
+    auto fail = [&](QString reason) {
+        while (reason.endsWith(QLatin1Char('.'))) {
+            reason.chop(1);
+        }
         if (error) {
             *error = ZKError::application(
                 ZKErrorCode::unknownClass,
                 QStringLiteral("The queue \"%1\" cannot be opened: %2.").arg(path, reason));
         }
-        qCWarning(lcEngine).noquote() << "Unable to load" << path << reason;
+        qCInfo(lcEngine).noquote() << "Unable to load" << path << reason;
         return false;
     };
     QFile file(path);
@@ -284,19 +288,28 @@ bool ZKFerrowickDocument::readFromFile(const QString &path, ZKError *error) {
     }
     const QByteArray data = file.readAll();
     ZKError parseError;
-    const QVariant plist = ZKPropertyListSerialization::propertyListFromData(data, &parseError);
-    if (!plist.isValid()) {
+    const QVariant value = ZKPropertyListSerialization::propertyListFromData(data, &parseError);
+    if (!value.isValid()) {
         return fail(parseError.localizedDescription());
     }
-    if (plist.typeId() != QMetaType::QVariantMap) {
+    if (value.typeId() != QMetaType::QVariantMap) {
         return fail(QStringLiteral("it is not a Ferrowick queue"));
     }
     QString reason;
-    if (!validatePropertyList(plist.toMap(), &reason)) {
+    if (!validatePropertyList(value.toMap(), &reason)) {
         return fail(reason);
     }
+    *plist = value.toMap();
+    return true;
+}
+
+bool ZKFerrowickDocument::readFromFile(const QString &path, ZKError *error) {
+    QVariantMap plist;
+    if (!readPropertyListFromFile(path, &plist, error)) {
+        return false;
+    }
     setFileName(path);
-    return readFromPropertyList(plist.toMap());
+    return readFromPropertyList(plist);
 }
 
 bool ZKFerrowickDocument::writeToFile(const QString &path, ZKError *error) const {

@@ -56,6 +56,9 @@ public:
     // A damaged or foreign file is refused with a clear error and changes
     // nothing.
     bool readFromFile(const QString &path, ZKError *error = nullptr);
+    // Reads and checks a queue file without loading it.
+    static bool readPropertyListFromFile(const QString &path, QVariantMap *plist,
+                                         ZKError *error = nullptr);
     // Written as a whole to a temporary file and renamed over the old one.
     bool writeToFile(const QString &path, ZKError *error = nullptr) const;
     // Checks the document-level entries of a saved queue; unparseable task

@@ -1,0 +1,327 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKCommandLine.h"
+
+#include "ZKByteCountFormatter.h"
+#include "ZKCopyTask.h"
+#include "ZKFerrowickDocument.h"
+#include "ZKFileSystemWriter.h"
+#include "ZKPreferences.h"
+#include "ZKProgressPrinter.h"
+#include "ZKQueueRunner.h"
+#include "ZKQueueState.h"
+#include "ZKReaderFactory.h"
+#include "ZKSpeedLimitPanel.h"
+#include "ZKTaskState.h"
+#include "ZKTerminalPresenter.h"
+#include "ZKTransferMode.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QLoggingCategory>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace {
+
+void printError(const QString &text) {
+    std::fprintf(stderr, "ferrowick-cli: %s\n", text.toLocal8Bit().constData());
+}
+
+// Paths typed on a terminal are relative to the working folder; addresses
+// (ftp://, http://) are taken as they are.
+QString absolute(const QString &path) {
+    if (path.contains(QStringLiteral("://")) || path.startsWith(QLatin1Char('~'))) {
+        return path;
+    }
+    return QFileInfo(path).absoluteFilePath();
+}
+
+ZKWriterPtr destinationFor(const QString &text) {
+    const QString path = absolute(text);
+    if (ZKReaderFactory::isFilePath(path)) {
+        return ZKFileSystemWriter::writerWithDirectory(
+            QUrl::fromLocalFile(ZKReaderFactory::standardizedPath(path)));
+    }
+    if (const auto reader = ZKReaderFactory::readerWithPath(path); reader && reader->open()) {
+        auto writer = reader->asWriter();
+        reader->close();
+        return writer;
+    }
+    return nullptr;
+}
+
+struct Runtime {
+    std::unique_ptr<ZKTerminalPresenter> presenter;
+};
+
+bool liveOutput() {
+    return ::isatty(STDOUT_FILENO) && qgetenv("TERM") != "dumb";
+}
+
+int runDocument(ZKFerrowickDocument &document, const QString &queueFile) {
+    ZKProgressPrinter printer(document, stdout, liveOutput());
+    ZKQueueRunner runner(document, queueFile);
+    printer.start();
+    const int status = runner.exec();
+    printer.finish();
+    return status;
+}
+
+void addCommonOptions(QCommandLineParser &parser) {
+    parser.addOption({QStringLiteral("verbose"), QStringLiteral("Show diagnostic log lines.")});
+    parser.addOption({QStringLiteral("on-conflict"),
+                      QStringLiteral("What to do when an item exists, or cannot be read or "
+                                     "written: ask, skip, replace or cancel."),
+                      QStringLiteral("policy"), QStringLiteral("ask")});
+}
+
+bool applyCommonOptions(const QCommandLineParser &parser, Runtime &runtime) {
+    if (parser.isSet(QStringLiteral("verbose"))) {
+        QLoggingCategory::setFilterRules(QStringLiteral("ferrowick.*=true"));
+    }
+    ZKTerminalPresenter::Policy policy = ZKTerminalPresenter::Ask;
+    if (!ZKTerminalPresenter::parsePolicy(parser.value(QStringLiteral("on-conflict")), &policy)) {
+        printError(QStringLiteral("--on-conflict takes ask, skip, replace or cancel."));
+        return false;
+    }
+    runtime.presenter = std::make_unique<ZKTerminalPresenter>(policy);
+    ZKQuestionPresenter::setShared(runtime.presenter.get());
+    return true;
+}
+
+} // namespace
+
+QString ZKCommandLine::usage() {
+    return QStringLiteral(
+        "Usage:\n"
+        "  ferrowick-cli copy SOURCE... DESTINATION [options]\n"
+        "  ferrowick-cli move SOURCE... DESTINATION [options]\n"
+        "  ferrowick-cli run FILE.queue [options]\n"
+        "  ferrowick-cli show FILE.queue\n"
+        "  ferrowick-cli demo\n"
+        "\n"
+        "Options of copy and move:\n"
+        "  --verify                 compare every copy with its source afterwards\n"
+        "  --limit RATE             at most RATE bytes per second (500K, 10M, 1G)\n"
+        "  --on-conflict POLICY     ask, skip, replace or cancel (default: ask)\n"
+        "  --save FILE.queue        keep the queue in FILE.queue, to resume it with run\n"
+        "  --verbose                show diagnostic log lines\n");
+}
+
+bool ZKCommandLine::parseRate(const QString &text, quint64 *bytesPerSecond) {
+    QString number = text.trimmed();
+    quint64 unit = 1;
+    if (!number.isEmpty()) {
+        switch (number.back().toUpper().unicode()) {
+        case 'K':
+            unit = 1024;
+            break;
+        case 'M':
+            unit = 1024 * 1024;
+            break;
+        case 'G':
+            unit = 1024 * 1024 * 1024;
+            break;
+        default:
+            break;
+        }
+        if (unit != 1) {
+            number.chop(1);
+        }
+    }
+    bool ok = false;
+    const double value = number.toDouble(&ok);
+    if (!ok || value <= 0 || value * double(unit) > 1e15) {
+        return false;
+    }
+    *bytesPerSecond = quint64(value * double(unit));
+    return *bytesPerSecond > 0;
+}
+
+int ZKCommandLine::run(const QStringList &arguments) {
+    ZKPreferences::initialiseUserDefaults();
+    const QString command = arguments.value(1);
+    const QStringList rest = arguments.mid(1);
+    if (command == QStringLiteral("copy") || command == QStringLiteral("move")) {
+        return transfer(rest, command == QStringLiteral("move"));
+    }
+    if (command == QStringLiteral("run")) {
+        return runQueue(rest);
+    }
+    if (command == QStringLiteral("show")) {
+        return show(rest);
+    }
+    if (command == QStringLiteral("demo")) {
+        return demo(rest);
+    }
+    if (command == QStringLiteral("--help") || command == QStringLiteral("-h") ||
+        command == QStringLiteral("help")) {
+        std::fputs(usage().toLocal8Bit().constData(), stdout);
+        return allCompleted;
+    }
+    std::fputs(usage().toLocal8Bit().constData(), stderr);
+    return badUsage;
+}
+
+int ZKCommandLine::transfer(const QStringList &arguments, bool move) {
+    QCommandLineParser parser;
+    addCommonOptions(parser);
+    parser.addOption({QStringLiteral("verify"), QStringLiteral("Verify every copy.")});
+    parser.addOption(
+        {QStringLiteral("limit"), QStringLiteral("Speed limit."), QStringLiteral("rate")});
+    parser.addOption(
+        {QStringLiteral("save"), QStringLiteral("Queue file."), QStringLiteral("file")});
+    if (!parser.parse(arguments)) {
+        printError(parser.errorText());
+        return badUsage;
+    }
+    const QStringList paths = parser.positionalArguments();
+    if (paths.size() < 2) {
+        std::fputs(usage().toLocal8Bit().constData(), stderr);
+        return badUsage;
+    }
+    Runtime runtime;
+    if (!applyCommonOptions(parser, runtime)) {
+        return badUsage;
+    }
+    quint64 limit = 0;
+    if (parser.isSet(QStringLiteral("limit")) &&
+        !parseRate(parser.value(QStringLiteral("limit")), &limit)) {
+        printError(QStringLiteral("--limit takes a rate such as 500K, 10M or 1G."));
+        return badUsage;
+    }
+    const auto destination = destinationFor(paths.last());
+    if (!destination) {
+        printError(QStringLiteral("'%1' cannot be a destination.").arg(paths.last()));
+        return badUsage;
+    }
+    QList<ZKReaderPtr> sources;
+    for (const QString &path : paths.first(paths.size() - 1)) {
+        auto reader = ZKReaderFactory::readerWithPath(absolute(path));
+        if (!reader) {
+            printError(
+                QStringLiteral("'%1' is neither a file, nor an FTP or web address.").arg(path));
+            return badUsage;
+        }
+        sources.append(reader);
+    }
+
+    ZKFerrowickDocument document;
+    document.setState(ZKQueueState::Running);
+    document.setIsVerifyEnabled(parser.isSet(QStringLiteral("verify")));
+    document.setDefaultTransferMode(move ? ZKTransferMode::Move : ZKTransferMode::Copy);
+    document.speedLimit().setMaximumTransferRate(qint64(limit));
+    document.speedLimit().setEnabled(limit != 0);
+    document.setDefaultDestination(destination);
+    document.addTasks(sources, destination, 0);
+    return runDocument(document, absolute(parser.value(QStringLiteral("save"))));
+}
+
+int ZKCommandLine::runQueue(const QStringList &arguments) {
+    QCommandLineParser parser;
+    addCommonOptions(parser);
+    if (!parser.parse(arguments) || parser.positionalArguments().size() != 1) {
+        std::fputs(usage().toLocal8Bit().constData(), stderr);
+        return badUsage;
+    }
+    Runtime runtime;
+    if (!applyCommonOptions(parser, runtime)) {
+        return badUsage;
+    }
+    const QString file = absolute(parser.positionalArguments().first());
+    ZKFerrowickDocument document;
+    ZKError error;
+    if (!document.readFromFile(file, &error)) {
+        printError(error.localizedDescription());
+        return badUsage;
+    }
+    // Running a queue file means running it, whatever state it was saved in.
+    document.setState(ZKQueueState::Running);
+    return runDocument(document, file);
+}
+
+int ZKCommandLine::show(const QStringList &arguments) {
+    if (arguments.size() != 2) {
+        std::fputs(usage().toLocal8Bit().constData(), stderr);
+        return badUsage;
+    }
+    // Loading a queue re-enters interrupted steps; showing one must change
+    // nothing, so it reads the saved dictionaries and makes no task.
+    const QString file = absolute(arguments.at(1));
+    QVariantMap plist;
+    ZKError error;
+    if (!ZKFerrowickDocument::readPropertyListFromFile(file, &plist, &error)) {
+        printError(error.localizedDescription());
+        return badUsage;
+    }
+    std::printf("%s (%s)\n", qPrintable(QFileInfo(file).completeBaseName()),
+                qPrintable(ZKQueueState::convertToString(
+                    ZKQueueState::parse(plist.value(QStringLiteral("State")).toString()))));
+    for (const QVariant &entry : plist.value(QStringLiteral("Tasks")).toList()) {
+        const QVariantMap task = entry.toMap();
+        const QVariantMap source = task.value(QStringLiteral("Source")).toMap();
+        const QString name = source.contains(QStringLiteral("Path"))
+                                 ? source.value(QStringLiteral("Path")).toString()
+                                 : source.value(QStringLiteral("Url")).toString();
+        const QString state = ZKTaskState::convertToString(
+            ZKTaskState::parse(task.value(QStringLiteral("State")).toString()));
+        const quint64 progress = task.value(QStringLiteral("ProgressBytes")).toULongLong();
+        const quint64 total = task.value(QStringLiteral("TotalBytes")).toULongLong();
+        QString line =
+            QStringLiteral("  %1 %2 %3  %4 of %5")
+                .arg(state.leftJustified(20),
+                     task.value(QStringLiteral("TransferMode")).toString().leftJustified(5), name,
+                     ZKByteCountFormatter::formatFileSize(progress),
+                     ZKByteCountFormatter::formatFileSize(total));
+        const QString message = task.value(QStringLiteral("ErrorMessage")).toString();
+        if (!message.isEmpty()) {
+            line += QStringLiteral("  (%1)").arg(message);
+        }
+        std::printf("%s\n", line.toLocal8Bit().constData());
+    }
+    return allCompleted;
+}
+
+int ZKCommandLine::demo(const QStringList &) {
+    QTemporaryDir dir;
+    if (!dir.isValid()) {
+        printError(QStringLiteral("No temporary folder for the demonstration."));
+        return someNotCompleted;
+    }
+    const QString sample = QDir(dir.path()).filePath(QStringLiteral("Sample photos"));
+    QDir().mkpath(sample + QStringLiteral("/Holiday"));
+    QRandomGenerator random(2026);
+    const QStringList names{QStringLiteral("Holiday/beach.raw"),
+                            QStringLiteral("Holiday/hills.raw"), QStringLiteral("portrait.raw"),
+                            QStringLiteral("notes.txt")};
+    for (const QString &name : names) {
+        QFile file(QDir(sample).filePath(name));
+        if (!file.open(QIODevice::WriteOnly)) {
+            printError(file.errorString());
+            return someNotCompleted;
+        }
+        QByteArray block(1 << 20, Qt::Uninitialized);
+        for (int mb = 0; mb < 6; ++mb) {
+            random.fillRange(reinterpret_cast<quint32 *>(block.data()), block.size() / 4);
+            file.write(block);
+        }
+    }
+    std::printf("Copying a generated sample folder with verification, limited to 8 MB/s so the "
+                "progress can be followed.\n\n");
+    QStringList arguments{QStringLiteral("copy"),
+                          sample,
+                          QDir(dir.path()).filePath(QStringLiteral("Copy")),
+                          QStringLiteral("--verify"),
+                          QStringLiteral("--limit"),
+                          QStringLiteral("8M")};
+    const int status = transfer(arguments, false);
+    std::printf("\nDone. Try it on your own files:\n  ferrowick-cli copy SOURCE... DESTINATION "
+                "--verify\n");
+    return status;
+}

@@ -1,0 +1,41 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QHash>
+#include <QObject>
+#include <QString>
+#include <QTimer>
+
+#include <cstdio>
+
+class ZKFerrowickDocument;
+class ZKTask;
+
+// Shows a queue on the terminal: one live line per task (bar, sizes, rate,
+// time left) redrawn in place when the output is a terminal, plain lines on
+// every change of state otherwise.
+class ZKProgressPrinter : public QObject {
+    Q_OBJECT
+
+public:
+    ZKProgressPrinter(ZKFerrowickDocument &document, FILE *out, bool live);
+
+    void start();
+    // Draws the final lines and the summary.
+    void finish();
+
+    static QString bar(double fraction, int width);
+    static QString lineForTask(const ZKTask &task, int width);
+
+private:
+    void redraw();
+    void printChanges();
+
+    ZKFerrowickDocument &m_document;
+    FILE *m_out;
+    bool m_live;
+    int m_linesDrawn = 0;
+    QTimer m_timer;
+    QHash<const ZKTask *, QString> m_lastPrinted;
+};

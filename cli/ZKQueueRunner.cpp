@@ -1,0 +1,140 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKQueueRunner.h"
+
+#include "ZKFerrowickDocument.h"
+#include "ZKTaskState.h"
+
+#include <QCoreApplication>
+#include <QSocketNotifier>
+
+#include <csignal>
+#include <cstdio>
+#include <sys/socket.h>
+#include <unistd.h>
+
+using S = ZKTaskState;
+
+namespace {
+int signalPipe[2] = {-1, -1};
+
+void onSignal(int) {
+    const char byte = 1;
+    // Nothing else is safe in a signal handler; the event loop does the rest.
+    [[maybe_unused]] auto written = ::write(signalPipe[1], &byte, 1);
+}
+} // namespace
+
+ZKQueueRunner::ZKQueueRunner(ZKFerrowickDocument &document, QString queueFile)
+    : m_document(document)
+    , m_queueFile(std::move(queueFile)) {
+    for (const auto &task : m_document.taskQueue().tasks()) {
+        if (task->state() == S::Removing) {
+            m_interruptedRemovals.insert(task.get());
+        }
+    }
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, signalPipe) == 0) {
+        m_signalNotifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, this);
+        connect(m_signalNotifier, &QSocketNotifier::activated, this, [this] {
+            char byte;
+            [[maybe_unused]] auto count = ::read(signalPipe[0], &byte, 1);
+            interrupt();
+        });
+        struct sigaction action = {};
+        action.sa_handler = onSignal;
+        sigemptyset(&action.sa_mask);
+        action.sa_flags = SA_RESTART;
+        sigaction(SIGINT, &action, nullptr);
+        sigaction(SIGTERM, &action, nullptr);
+    }
+    m_timer.setInterval(1000);
+    connect(&m_timer, &QTimer::timeout, this, [this] {
+        save();
+        check();
+    });
+}
+
+ZKQueueRunner::~ZKQueueRunner() {
+    std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGTERM, SIG_DFL);
+    if (signalPipe[0] >= 0) {
+        ::close(signalPipe[0]);
+        ::close(signalPipe[1]);
+        signalPipe[0] = signalPipe[1] = -1;
+    }
+}
+
+bool ZKQueueRunner::isFinished() const {
+    if (m_document.retryTimer().isRunning()) {
+        return false;
+    }
+    for (const auto &task : m_document.taskQueue().tasks()) {
+        const auto state = task->state();
+        const bool ended = state == S::Completed || state == S::Failed || state == S::Cancelled ||
+                           state == S::Suspended ||
+                           (state == S::Removing && m_interruptedRemovals.contains(task.get()));
+        if (!ended) {
+            return false;
+        }
+    }
+    return true;
+}
+
+int ZKQueueRunner::exitStatus() const {
+    if (m_interrupted) {
+        return 1;
+    }
+    for (const auto &task : m_document.taskQueue().tasks()) {
+        if (task->state() != S::Completed) {
+            return 1;
+        }
+    }
+    return 0;
+}
+
+void ZKQueueRunner::save() {
+    if (m_queueFile.isEmpty()) {
+        return;
+    }
+    ZKError error;
+    if (!m_document.writeToFile(m_queueFile, &error)) {
+        std::fprintf(stderr, "ferrowick-cli: %s\n", qPrintable(error.localizedDescription()));
+    }
+}
+
+void ZKQueueRunner::check() {
+    if (isFinished()) {
+        QCoreApplication::exit(exitStatus());
+    }
+}
+
+void ZKQueueRunner::interrupt() {
+    if (m_interrupted) {
+        return;
+    }
+    m_interrupted = true;
+    std::fprintf(stderr, "\nferrowick-cli: interrupted; saving the queue.\n");
+    // Paused tasks rest at a point from which the next run continues.
+    for (const auto &task : m_document.taskQueue().tasks()) {
+        task->pause();
+    }
+    save();
+    QCoreApplication::exit(exitStatus());
+}
+
+int ZKQueueRunner::exec() {
+    m_timer.start();
+    // A quick queue ends before the first tick.
+    QTimer poll;
+    poll.setInterval(100);
+    connect(&poll, &QTimer::timeout, this, [this] {
+        if (isFinished()) {
+            check();
+        }
+    });
+    poll.start();
+    const int status = QCoreApplication::exec();
+    m_timer.stop();
+    save();
+    return status;
+}

@@ -1,0 +1,81 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKTerminalPresenter.h"
+
+#include <QTextStream>
+
+#include <cstdio>
+#include <unistd.h>
+
+ZKTerminalPresenter::ZKTerminalPresenter(Policy policy)
+    : m_policy(policy) {}
+
+bool ZKTerminalPresenter::parsePolicy(const QString &text, Policy *policy) {
+    static const QStringList names{QStringLiteral("ask"), QStringLiteral("skip"),
+                                   QStringLiteral("replace"), QStringLiteral("cancel")};
+    const auto index = names.indexOf(text);
+    if (index < 0) {
+        return false;
+    }
+    *policy = Policy(index);
+    return true;
+}
+
+ZKAnswer ZKTerminalPresenter::answerByPolicy(const ZKQuestion &question) const {
+    // A question without the policy's button (the partial-file question, or
+    // a destination that can only be replaced or cancelled) gets the safe
+    // answer: keep what is there, or stop.
+    QString wanted;
+    switch (m_policy) {
+    case Skip:
+        wanted = QStringLiteral("Skip");
+        break;
+    case Replace:
+        wanted = QStringLiteral("Replace");
+        break;
+    default:
+        wanted = QStringLiteral("Cancel");
+        break;
+    }
+    for (const QString &safe : {wanted, QStringLiteral("Keep"), QStringLiteral("Cancel")}) {
+        const auto index = question.buttons.indexOf(safe);
+        if (index >= 0) {
+            return ZKAnswer{int(index), true};
+        }
+    }
+    return ZKAnswer{int(question.buttons.size()) - 1, false};
+}
+
+ZKAnswer ZKTerminalPresenter::ask(const ZKQuestion &question) {
+    if (m_policy != Ask || !::isatty(STDIN_FILENO)) {
+        return answerByPolicy(question);
+    }
+    QTextStream out(stderr);
+    QTextStream in(stdin);
+    out << '\n' << question.message << '\n';
+    if (!question.informativeText.isEmpty()) {
+        out << question.informativeText << '\n';
+    }
+    for (qsizetype i = 0; i < question.buttons.size(); ++i) {
+        out << "  " << (i + 1) << ") " << question.buttons[i] << '\n';
+    }
+    for (;;) {
+        out << "Choose 1-" << question.buttons.size()
+            << (question.showsApplyToAll ? " (add 'a' to apply to all): " : ": ");
+        out.flush();
+        QString line = in.readLine();
+        if (line.isNull()) {
+            return answerByPolicy(question); // end of input
+        }
+        line = line.trimmed();
+        const bool all = question.showsApplyToAll && line.endsWith(QLatin1Char('a'));
+        if (all) {
+            line.chop(1);
+        }
+        bool ok = false;
+        const int choice = line.toInt(&ok);
+        if (ok && choice >= 1 && choice <= question.buttons.size()) {
+            return ZKAnswer{choice - 1, all};
+        }
+    }
+}

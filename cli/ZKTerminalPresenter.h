@@ -1,0 +1,24 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "ZKQuestionPresenter.h"
+
+#include <QString>
+
+// Answers the engine's questions on the terminal: by asking on standard input
+// ("ask"), or by the policy chosen with --on-conflict.
+class ZKTerminalPresenter : public ZKQuestionPresenter {
+public:
+    enum Policy { Ask, Skip, Replace, Cancel };
+
+    explicit ZKTerminalPresenter(Policy policy);
+    static bool parsePolicy(const QString &text, Policy *policy);
+
+    ZKAnswer ask(const ZKQuestion &question) override;
+
+private:
+    ZKAnswer answerByPolicy(const ZKQuestion &question) const;
+
+    Policy m_policy;
+};
