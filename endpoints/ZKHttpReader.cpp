@@ -39,7 +39,7 @@ constexpr qint64 defaultTimeoutSeconds = 5;
 // How much the network thread may read ahead of the reader: enough to keep
 // the connection busy while a block is written, small enough that memory
 // stays flat however large the download.
-constexpr qint64 readAheadBytes = 1024 * 1024;
+constexpr qint64 readAheadBytes = 4 * 1024 * 1024;
 // The longest name most Linux file systems accept, in bytes.
 constexpr qsizetype maximumFilenameBytes = 255;
 

@@ -118,7 +118,7 @@ qint64 TestZKHttpReaderDownloads::interruptHalfway(ZKCopyTask &task, const QStri
     if (!step(task) || task.state() != S::PendingProcessing) {
         return -1;
     }
-    task.setMaximumTransferRate(8 * 1024 * 1024);
+    task.setMaximumTransferRate(2 * 1024 * 1024);
     task.start();
     const bool halfway =
         QTest::qWaitFor([&] { return QFileInfo(copy).size() > dataSize / 2; }, 30000);
