@@ -26,9 +26,10 @@ class QNetworkReply;
 // continued; the status of the answer tells whether the server honoured it.
 //
 // The body arrives asynchronously on the thread that reads, and only while
-// that thread waits inside this reader: the network manager of that thread
-// delivers its signals through a nested event loop. A reader is therefore
-// used from one thread at a time and takes no locks.
+// that thread waits inside this reader: each request's network manager is
+// made on that thread and delivers its signals through a nested event loop.
+// A reader is therefore used from one thread at a time and takes no locks;
+// close it on the thread that read.
 class ZKHttpReader : public ZKReader {
 public:
     // The network failures are kept in this domain, with the number of

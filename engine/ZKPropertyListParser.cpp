@@ -11,14 +11,16 @@
 #include "ZKLogging.h"
 
 #include <QHash>
-#include <QReadWriteLock>
 
 #include <algorithm>
+#include <mutex>
+#include <shared_mutex>
 
 namespace {
 
 struct Registry {
-    QReadWriteLock lock;
+    // A standard lock rather than QReadWriteLock: ThreadSanitizer sees it.
+    std::shared_mutex lock;
     QHash<QString, ZKPropertyListParser::Factory> factories;
 };
 
@@ -76,7 +78,7 @@ std::shared_ptr<ZKPropertyListObject> ZKPropertyListParser::parseObject(const QV
     bool isKnown = false;
     {
         Registry &classes = registry();
-        QReadLocker locker(&classes.lock);
+        std::shared_lock locker(classes.lock);
         const auto found = classes.factories.constFind(typeName);
         if (found != classes.factories.constEnd()) {
             isKnown = true;
@@ -130,6 +132,6 @@ QVariantList ZKPropertyListParser::formatUrls(const QSet<QUrl> &urls) {
 
 void ZKPropertyListParser::registerClass(const QString &type, Factory factory) {
     Registry &classes = registry();
-    QWriteLocker locker(&classes.lock);
+    std::unique_lock locker(classes.lock);
     classes.factories.insert(type, std::move(factory));
 }
