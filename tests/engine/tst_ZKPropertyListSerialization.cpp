@@ -44,51 +44,39 @@ QByteArray binaryFromXml(const QByteArray &xml) {
     return binary;
 }
 
-// A binary property list made by hand, for shapes no writer produces: each
-// object is its encoded bytes; references are one byte wide.
-QByteArray binaryPlist(const QList<QByteArray> &objects, quint64 top = 0) {
-    QByteArray data("bplist00");
-    QList<quint32> offsets;
+QByteArray bigEndian(quint64 value, int length) {
+    QByteArray bytes;
+    for (int shift = 8 * (length - 1); shift >= 0; shift -= 8) {
+        bytes += char(value >> shift);
+    }
+    return bytes;
+}
+
+// A binary property list made by hand, for shapes no writer produces.
+// Offsets and references are four bytes wide.
+QByteArray binaryPlist(const QList<QByteArray> &objects) {
+    QByteArray data("bplist00"), table;
     for (const QByteArray &object : objects) {
-        offsets.append(quint32(data.size()));
+        table += bigEndian(quint64(data.size()), 4);
         data += object;
     }
-    const quint64 table = quint64(data.size());
-    for (quint32 offset : offsets) {
-        for (int shift = 24; shift >= 0; shift -= 8) {
-            data += char(offset >> shift);
-        }
-    }
-    QByteArray trailer(32, '\0');
-    trailer[6] = 4; // offset size
-    trailer[7] = 4; // reference size
-    for (int i = 0; i < 8; ++i) {
-        trailer[8 + i] = char(quint64(objects.size()) >> (56 - 8 * i));
-        trailer[16 + i] = char(top >> (56 - 8 * i));
-        trailer[24 + i] = char(table >> (56 - 8 * i));
-    }
-    return data + trailer;
+    return data + table + QByteArray(6, '\0') + char(4) + char(4) +
+           bigEndian(quint64(objects.size()), 8) + bigEndian(0, 8) +
+           bigEndian(quint64(data.size()), 8);
 }
 
 // An array of `count` references to object `target`.
 QByteArray arrayOf(int count, quint32 target) {
-    QByteArray object(1, char(0xA0 | count));
-    for (int i = 0; i < count; ++i) {
-        for (int shift = 24; shift >= 0; shift -= 8) {
-            object += char(target >> shift);
-        }
-    }
-    return object;
+    return char(0xA0 | count) + bigEndian(target, 4).repeated(count);
 }
 
 // Arrays nested `depth` deep, each holding `width` references to the next.
 QByteArray nestedBinary(int depth, int width = 1) {
     QList<QByteArray> objects;
-    for (int i = 0; i < depth - 1; ++i) {
-        objects.append(arrayOf(width, quint32(i + 1)));
+    for (int i = 1; i < depth; ++i) {
+        objects.append(arrayOf(width, quint32(i)));
     }
-    objects.append(arrayOf(0, 0));
-    return binaryPlist(objects);
+    return binaryPlist(objects << arrayOf(0, 0));
 }
 
 QByteArray nestedXml(int depth) {
@@ -218,11 +206,6 @@ void tst_ZKPropertyListSerialization::readsOtherWritersXml_data() {
     QTest::addColumn<QByteArray>("xml");
     QTest::addColumn<QVariant>("expected");
 
-    QTest::newRow("unsigned maximum") << QByteArray("<integer>18446744073709551615</integer>")
-                                      << QVariant(std::numeric_limits<quint64>::max());
-    QTest::newRow("minus one") << QByteArray("<integer>-1</integer>") << QVariant(qint64(-1));
-    QTest::newRow("date") << QByteArray("<date>2011-03-04T05:06:07Z</date>")
-                          << QVariant(utc(2011, 3, 4, 5, 6, 7));
     QTest::newRow("comment and CDATA")
         << QByteArray("<array><!-- </array> --><string><![CDATA[</array>]]></string></array>")
         << QVariant(QVariantList{QString("</array>")});
