@@ -21,7 +21,7 @@ public:
         const int on = 1;
         ::setsockopt(int(control->socketDescriptor()), SOL_SOCKET, SO_OOBINLINE, &on, sizeof on);
         connect(control, &QTcpSocket::readyRead, this, &ZKScriptedFtpSession::readControl);
-        QMutexLocker locker(&server.m_lock);
+        std::lock_guard locker(server.m_lock);
         send(server.m_greeting);
     }
 
@@ -37,7 +37,7 @@ private:
     void readControl() {
         const QByteArray data = m_control->readAll();
         {
-            QMutexLocker locker(&m_server.m_lock);
+            std::lock_guard locker(m_server.m_lock);
             m_server.m_received += data;
         }
         m_buffer += data;
@@ -58,7 +58,7 @@ private:
         const qsizetype space = line.indexOf(' ');
         const QByteArray command = (space < 0 ? line : line.left(space)).toUpper();
         const QByteArray argument = space < 0 ? QByteArray() : line.mid(space + 1);
-        QMutexLocker locker(&m_server.m_lock);
+        std::lock_guard locker(m_server.m_lock);
         m_server.m_commands.append(QString::fromUtf8(line));
         const QByteArray exact = command + ' ' + argument;
         if (m_server.m_replies.contains(exact) || m_server.m_replies.contains(command)) {
@@ -197,7 +197,7 @@ private:
             return;
         }
         const QByteArray data = m_data->readAll();
-        QMutexLocker locker(&m_server.m_lock);
+        std::lock_guard locker(m_server.m_lock);
         m_server.m_files[m_name] += data;
     }
 
@@ -263,8 +263,9 @@ void ZKScriptedFtpServer::run() {
     m_port = server.serverPort();
     QObject::connect(&server, &QTcpServer::newConnection, &server, [this, &server] {
         while (QTcpSocket *socket = server.nextPendingConnection()) {
-            new ZKScriptedFtpSession(*this, socket);
             socket->setParent(&server);
+            // Goes with its connection, which goes with the server.
+            (new ZKScriptedFtpSession(*this, socket))->setParent(socket);
         }
     });
     m_readySemaphore->release();
@@ -281,77 +282,77 @@ QUrl ZKScriptedFtpServer::url(const QString &path) const {
 }
 
 void ZKScriptedFtpServer::setGreeting(const QByteArray &bytes) {
-    QMutexLocker locker(&m_lock);
+    std::lock_guard locker(m_lock);
     m_greeting = bytes;
 }
 
 void ZKScriptedFtpServer::setReply(const QByteArray &command, const QByteArray &bytes) {
-    QMutexLocker locker(&m_lock);
+    std::lock_guard locker(m_lock);
     m_replies.insert(command, bytes);
 }
 
 void ZKScriptedFtpServer::setReply(const QByteArray &command, const QByteArray &argument,
                                    const QByteArray &bytes) {
-    QMutexLocker locker(&m_lock);
+    std::lock_guard locker(m_lock);
     m_replies.insert(command + ' ' + argument, bytes);
 }
 
 void ZKScriptedFtpServer::setFile(const QByteArray &name, const QByteArray &content) {
-    QMutexLocker locker(&m_lock);
+    std::lock_guard locker(m_lock);
     m_files.insert(name, content);
 }
 
 void ZKScriptedFtpServer::setDirectory(const QByteArray &name) {
-    QMutexLocker locker(&m_lock);
+    std::lock_guard locker(m_lock);
     m_directories.insert(name);
 }
 
 void ZKScriptedFtpServer::setListing(const QByteArray &listing) {
-    QMutexLocker locker(&m_lock);
+    std::lock_guard locker(m_lock);
     m_listing = listing;
 }
 
 void ZKScriptedFtpServer::setListing(const QByteArray &folder, const QByteArray &listing) {
-    QMutexLocker locker(&m_lock);
+    std::lock_guard locker(m_lock);
     m_listings.insert(folder, listing);
 }
 
 void ZKScriptedFtpServer::setPassiveHost(const QByteArray &host) {
-    QMutexLocker locker(&m_lock);
+    std::lock_guard locker(m_lock);
     m_passiveHost = host;
 }
 
 void ZKScriptedFtpServer::setPassiveFormat(const QByteArray &format) {
-    QMutexLocker locker(&m_lock);
+    std::lock_guard locker(m_lock);
     m_passiveFormat = format;
 }
 
 void ZKScriptedFtpServer::setDropAfter(qint64 bytes) {
-    QMutexLocker locker(&m_lock);
+    std::lock_guard locker(m_lock);
     m_dropAfter = bytes;
 }
 
 QByteArray ZKScriptedFtpServer::received() const {
-    QMutexLocker locker(&m_lock);
+    std::lock_guard locker(m_lock);
     return m_received;
 }
 
 QStringList ZKScriptedFtpServer::commands() const {
-    QMutexLocker locker(&m_lock);
+    std::lock_guard locker(m_lock);
     return m_commands;
 }
 
 QByteArray ZKScriptedFtpServer::file(const QByteArray &name) const {
-    QMutexLocker locker(&m_lock);
+    std::lock_guard locker(m_lock);
     return m_files.value(name);
 }
 
 bool ZKScriptedFtpServer::hasFile(const QByteArray &name) const {
-    QMutexLocker locker(&m_lock);
+    std::lock_guard locker(m_lock);
     return m_files.contains(name);
 }
 
 bool ZKScriptedFtpServer::hasDirectory(const QByteArray &name) const {
-    QMutexLocker locker(&m_lock);
+    std::lock_guard locker(m_lock);
     return m_directories.contains(name);
 }

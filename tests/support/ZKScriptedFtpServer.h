@@ -4,13 +4,13 @@
 
 #include <QByteArray>
 #include <QHash>
-#include <QRecursiveMutex>
 #include <QSet>
 #include <QStringList>
 #include <QThread>
 #include <QUrl>
 
 #include <memory>
+#include <mutex>
 
 class QTcpServer;
 class QTcpSocket;
@@ -73,7 +73,8 @@ protected:
 private:
     friend class ZKScriptedFtpSession;
 
-    mutable QRecursiveMutex m_lock;
+    // A standard mutex, so that thread checkers see every lock.
+    mutable std::recursive_mutex m_lock;
     QByteArray m_greeting;
     QHash<QByteArray, QByteArray> m_replies;
     QHash<QByteArray, QByteArray> m_files;
