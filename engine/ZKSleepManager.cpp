@@ -5,7 +5,7 @@
 #include "ZKLogging.h"
 
 #include <QDBusConnection>
-#include <QDBusInterface>
+#include <QDBusMessage>
 #include <QDBusReply>
 #include <QDBusUnixFileDescriptor>
 
@@ -16,6 +16,18 @@ const QString what = QStringLiteral("idle");
 const QString who = QStringLiteral("Ferrowick");
 const QString why = QStringLiteral("Ferrowick copying in progress");
 const QString mode = QStringLiteral("block");
+const QString powerService = QStringLiteral("org.freedesktop.PowerManagement");
+const QString powerPath = QStringLiteral("/org/freedesktop/PowerManagement/Inhibit");
+const QString powerInterface = QStringLiteral("org.freedesktop.PowerManagement.Inhibit");
+
+// Plain method calls: an interface object would first introspect the
+// service, one more round trip that a busy service can stall.
+QDBusMessage call(const QString &service, const QString &path, const QString &interface,
+                  const QString &method, const QVariantList &arguments) {
+    auto message = QDBusMessage::createMethodCall(service, path, interface, method);
+    message.setArguments(arguments);
+    return message;
+}
 } // namespace
 
 ZKSleepManager::~ZKSleepManager() {
@@ -29,11 +41,12 @@ void ZKSleepManager::preventIdleSleep() {
     }
     auto system = QDBusConnection::systemBus();
     if (system.isConnected()) {
-        QDBusInterface login1(QStringLiteral("org.freedesktop.login1"),
-                              QStringLiteral("/org/freedesktop/login1"),
-                              QStringLiteral("org.freedesktop.login1.Manager"), system);
         const QDBusReply<QDBusUnixFileDescriptor> reply =
-            login1.call(QStringLiteral("Inhibit"), what, who, why, mode);
+            system.call(call(QStringLiteral("org.freedesktop.login1"),
+                             QStringLiteral("/org/freedesktop/login1"),
+                             QStringLiteral("org.freedesktop.login1.Manager"),
+                             QStringLiteral("Inhibit"), {what, who, why, mode}),
+                        QDBus::Block, 5000);
         if (reply.isValid() && reply.value().isValid()) {
             // The inhibitor lasts as long as this descriptor is open.
             m_inhibitorFd = ::dup(reply.value().fileDescriptor());
@@ -44,10 +57,9 @@ void ZKSleepManager::preventIdleSleep() {
     }
     auto session = QDBusConnection::sessionBus();
     if (session.isConnected()) {
-        QDBusInterface power(QStringLiteral("org.freedesktop.PowerManagement"),
-                             QStringLiteral("/org/freedesktop/PowerManagement/Inhibit"),
-                             QStringLiteral("org.freedesktop.PowerManagement.Inhibit"), session);
-        const QDBusReply<quint32> reply = power.call(QStringLiteral("Inhibit"), who, why);
+        const QDBusReply<quint32> reply = session.call(
+            call(powerService, powerPath, powerInterface, QStringLiteral("Inhibit"), {who, why}),
+            QDBus::Block, 5000);
         if (reply.isValid()) {
             m_cookie = reply.value();
             m_powerManagementId = m_cookie + 1;
@@ -68,11 +80,8 @@ void ZKSleepManager::permitIdleSleep() {
         ::close(m_inhibitorFd);
         m_inhibitorFd = -1;
     } else {
-        QDBusInterface power(QStringLiteral("org.freedesktop.PowerManagement"),
-                             QStringLiteral("/org/freedesktop/PowerManagement/Inhibit"),
-                             QStringLiteral("org.freedesktop.PowerManagement.Inhibit"),
-                             QDBusConnection::sessionBus());
-        power.call(QDBus::NoBlock, QStringLiteral("UnInhibit"), m_cookie);
+        QDBusConnection::sessionBus().send(
+            call(powerService, powerPath, powerInterface, QStringLiteral("UnInhibit"), {m_cookie}));
         m_cookie = 0;
     }
     m_powerManagementId = 0;

@@ -32,6 +32,9 @@ QByteArray readFile(const QString &path) {
 
 void isolateSettings() {
     static QTemporaryDir home;
+    // Test mode keeps settings below the home folder, shared by every test
+    // program running in parallel unless each has a home of its own.
+    qputenv("HOME", home.path().toLocal8Bit());
     qputenv("XDG_CONFIG_HOME", QDir(home.path()).filePath(QStringLiteral("config")).toLocal8Bit());
     qputenv("XDG_DATA_HOME", QDir(home.path()).filePath(QStringLiteral("data")).toLocal8Bit());
     QStandardPaths::setTestModeEnabled(true);
