@@ -5,7 +5,7 @@ BUILD ?= build
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 
-.PHONY: all deps build run test test-asan test-tsan format clean
+.PHONY: all deps build run test test-asan test-tsan bench fuzz format clean
 
 all: build
 
@@ -29,6 +29,13 @@ test-asan:
 
 test-tsan:
 	$(MAKE) test BUILD=build-tsan CMAKE_FLAGS="-DFERROWICK_SANITIZE=thread"
+
+bench: build
+	bash bench/copy-bench.sh $(BUILD)
+
+# FUZZ_TARGET=ftp_listing|ftp_reply, FUZZ_SECONDS=300
+fuzz:
+	bash scripts/fuzz.sh $(or $(FUZZ_TARGET),ftp_listing) $(or $(FUZZ_SECONDS),60)
 
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i
