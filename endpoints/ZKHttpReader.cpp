@@ -40,6 +40,10 @@ constexpr qint64 defaultTimeoutSeconds = 5;
 // the connection busy while a block is written, small enough that memory
 // stays flat however large the download.
 constexpr qint64 readAheadBytes = 4 * 1024 * 1024;
+// The most taken out of the network buffer at once. The block is written
+// right after it is taken, while it is still in the processor's cache;
+// taking the whole read-ahead at once would copy megabytes through memory.
+constexpr qint64 handOutBytes = 256 * 1024;
 // The longest name most Linux file systems accept, in bytes.
 constexpr qsizetype maximumFilenameBytes = 255;
 
@@ -391,6 +395,7 @@ void ZKHttpReader::responseHeadArrived(bool isFinal) {
         m_requestCompleted = true;
         QObject::disconnect(reply, nullptr, nullptr, nullptr);
         reply->abort();
+        m_reply.clear();
     }
     somethingArrived();
 }
@@ -408,12 +413,26 @@ void ZKHttpReader::dataArrived() {
             return;
         }
     }
-    QByteArray block = reply->readAll();
-    if (!block.isEmpty()) {
+    takeFromReply();
+    somethingArrived();
+}
+
+void ZKHttpReader::takeFromReply() const {
+    QNetworkReply *reply = m_reply.data();
+    if (!m_dataBlocks.empty() || !m_responseReceived || !reply) {
+        return;
+    }
+    const qint64 available = reply->bytesAvailable();
+    if (available > 0) {
+        QByteArray block = reply->read(std::min(available, handOutBytes));
         m_receivedLength += block.size();
         m_dataBlocks.push_back(std::move(block));
     }
-    somethingArrived();
+}
+
+bool ZKHttpReader::nothingQueued() const {
+    takeFromReply();
+    return m_dataBlocks.empty();
 }
 
 void ZKHttpReader::requestFinished() {
@@ -424,19 +443,17 @@ void ZKHttpReader::requestFinished() {
     if (!m_responseReceived) {
         responseHeadArrived(true);
     }
-    if (m_responseReceived) {
-        dataArrived();
-    }
     const QNetworkReply::NetworkError error = reply->error();
+    const qint64 received = m_receivedLength + (m_responseReceived ? reply->bytesAvailable() : 0);
     if (error != QNetworkReply::NoError && !(m_responseReceived && isHttpStatusError(error))) {
         m_failure = ZKError(networkErrorDomain, qint64(error), reply->errorString());
-    } else if (m_announcedLength >= 0 && m_receivedLength < m_announcedLength && !m_failure) {
+    } else if (m_announcedLength >= 0 && received < m_announcedLength && !m_failure) {
         // The client library takes a connection that closes early for the
         // end of the body; the file would then silently end short.
         m_failure = ZKError(networkErrorDomain, qint64(QNetworkReply::RemoteHostClosedError),
                             QStringLiteral("The connection to %1 closed after %2 of %3 bytes.")
                                 .arg(host())
-                                .arg(m_receivedLength)
+                                .arg(received)
                                 .arg(m_announcedLength));
     }
     if (m_failure) {
@@ -522,7 +539,7 @@ bool ZKHttpReader::waitForResponse() {
     }
     // A head that already ended the request in failure (an answer for
     // another range) leaves nothing to read.
-    if (m_failure && m_requestCompleted && m_dataBlocks.empty()) {
+    if (m_failure && m_requestCompleted && nothingQueued()) {
         reportFailure();
         return false;
     }
@@ -531,7 +548,7 @@ bool ZKHttpReader::waitForResponse() {
 
 bool ZKHttpReader::waitForData() {
     const Clock::time_point until = silenceDeadline();
-    while (m_dataBlocks.empty()) {
+    while (nothingQueued()) {
         if (m_requestCompleted) {
             reportFailure();
             return false;
@@ -539,7 +556,7 @@ bool ZKHttpReader::waitForData() {
         if (!m_requestActive) {
             return false;
         }
-        if (!runEventLoopOnce(until) && m_dataBlocks.empty() && !m_requestCompleted) {
+        if (!runEventLoopOnce(until) && nothingQueued() && !m_requestCompleted) {
             setError(ZKError::application(
                 ZKErrorCode::httpTimeout,
                 QStringLiteral("Timed out waiting for data from %1.").arg(host())));
@@ -556,7 +573,7 @@ QString ZKHttpReader::host() const {
 // ---- reading
 
 bool ZKHttpReader::hasMoreData() const {
-    if (!m_dataBlocks.empty()) {
+    if (!nothingQueued()) {
         return true;
     }
     if (!m_requestActive) {
@@ -573,14 +590,14 @@ bool ZKHttpReader::hasMoreData() const {
             return true;
         }
     }
-    return !m_dataBlocks.empty() || (m_failure && !m_failureReported);
+    return !nothingQueued() || (m_failure && !m_failureReported);
 }
 
 QByteArray ZKHttpReader::readBlock() {
     if (!hasMoreData()) {
         return {};
     }
-    if (m_dataBlocks.empty() && !waitForData()) {
+    if (nothingQueued() && !waitForData()) {
         return {};
     }
     QByteArray block = std::move(m_dataBlocks.front());
@@ -592,7 +609,7 @@ QByteArray ZKHttpReader::readBlockOfMaximumLength(quint64 length) {
     if (length == 0 || !hasMoreData()) {
         return {};
     }
-    if (m_dataBlocks.empty() && !waitForData()) {
+    if (nothingQueued() && !waitForData()) {
         return {};
     }
     if (quint64(m_dataBlocks.front().size()) <= length) {
@@ -605,7 +622,7 @@ QByteArray ZKHttpReader::readBlockOfLength(quint64 length) {
     const qsizetype wanted = qsizetype(std::min<quint64>(length, quint64(INT32_MAX)));
     QByteArray result;
     while (result.size() < wanted && hasMoreData()) {
-        if (m_dataBlocks.empty() && !waitForData()) {
+        if (nothingQueued() && !waitForData()) {
             if (!m_requestCompleted || m_failure) {
                 // Nothing gathered is lost: it goes back for a later read.
                 if (!result.isEmpty()) {

@@ -130,6 +130,10 @@ private:
     // Answers false at the end of the data too; then error() is untouched.
     bool waitForData();
     void reportFailure();
+    // Moves the next block out of the network buffer when none is queued;
+    // const because hasMoreData() needs it too.
+    void takeFromReply() const;
+    bool nothingQueued() const;
     // Runs the thread's event loop until something of this request happens
     // or the deadline passes. Answers false when the deadline had passed.
     bool runEventLoopOnce(Clock::time_point deadline) const;
@@ -152,7 +156,8 @@ private:
     // runs the thread's event loop.
     QNetworkAccessManager *m_manager = nullptr;
     QPointer<QNetworkReply> m_reply;
-    std::deque<QByteArray> m_dataBlocks;
+    // Blocks taken out of the network buffer and not yet handed out.
+    mutable std::deque<QByteArray> m_dataBlocks;
     bool m_requestActive = false;
     bool m_responseReceived = false;
     bool m_requestCompleted = false;
@@ -163,7 +168,7 @@ private:
     // The body's length as announced (-1: not announced) and as received,
     // so that a connection closed early is never taken for the end.
     qint64 m_announcedLength = -1;
-    qint64 m_receivedLength = 0;
+    mutable qint64 m_receivedLength = 0;
     // hasMoreData() is a query, yet it lets the loop deliver what arrived.
     mutable QEventLoop *m_waitingLoop = nullptr;
     mutable std::optional<Clock::time_point> m_silenceStart;
