@@ -111,8 +111,9 @@ void TestZKFtpServers::initTestCase() {
     ZKTestSupport::isolateSettings();
     ZKPreferences::initialiseUserDefaults();
     // Every folder writer that closes after a transfer waits this long for
-    // one more reply; short keeps the suite quick.
-    ZKUserDefaults::standard().setInteger(QStringLiteral("downloadTimeout"), 1);
+    // one more reply: short keeps the suite quick, two seconds leave room
+    // for a loaded machine's stalls.
+    ZKUserDefaults::standard().setInteger(QStringLiteral("downloadTimeout"), 2);
     ZKQuestionPresenter::setShared(&m_presenter);
 }
 

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKScriptedFtpServer.h"
 
+#include <QEventLoop>
 #include <QHostAddress>
-#include <QSemaphore>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
@@ -245,22 +245,23 @@ ZKScriptedFtpServer::ZKScriptedFtpServer()
     : m_greeting("220 Scripted server ready\r\n")
     , m_passiveHost("127.0.0.1")
     , m_passiveFormat("227 Entering Passive Mode (%1).\r\n") {
-    QSemaphore ready;
-    m_readySemaphore = &ready;
-    start();
-    ready.acquire();
-    m_readySemaphore = nullptr;
+    // A plain thread rather than a QThread: its start, the hand-over of the
+    // port and the join are then seen by thread checkers.
+    std::promise<quint16> ready;
+    std::future<quint16> port = ready.get_future();
+    m_thread = std::thread([this, &ready] { run(ready); });
+    m_port = port.get();
 }
 
 ZKScriptedFtpServer::~ZKScriptedFtpServer() {
-    quit();
-    wait();
+    m_stop = true;
+    m_thread.join();
 }
 
-void ZKScriptedFtpServer::run() {
+void ZKScriptedFtpServer::run(std::promise<quint16> &ready) {
+    QEventLoop loop;
     QTcpServer server;
     server.listen(QHostAddress::LocalHost, 0);
-    m_port = server.serverPort();
     QObject::connect(&server, &QTcpServer::newConnection, &server, [this, &server] {
         while (QTcpSocket *socket = server.nextPendingConnection()) {
             socket->setParent(&server);
@@ -268,8 +269,15 @@ void ZKScriptedFtpServer::run() {
             (new ZKScriptedFtpSession(*this, socket))->setParent(socket);
         }
     });
-    m_readySemaphore->release();
-    exec();
+    QTimer stopCheck;
+    QObject::connect(&stopCheck, &QTimer::timeout, &loop, [this, &loop] {
+        if (m_stop) {
+            loop.quit();
+        }
+    });
+    stopCheck.start(20);
+    ready.set_value(server.serverPort());
+    loop.exec();
 }
 
 QUrl ZKScriptedFtpServer::url(const QString &path) const {

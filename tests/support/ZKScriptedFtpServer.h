@@ -6,15 +6,16 @@
 #include <QHash>
 #include <QSet>
 #include <QStringList>
-#include <QThread>
 #include <QUrl>
 
+#include <atomic>
+#include <future>
 #include <memory>
 #include <mutex>
+#include <thread>
 
 class QTcpServer;
 class QTcpSocket;
-class QSemaphore;
 
 // A small FTP server on 127.0.0.1 that plays scripted replies and records
 // every byte it receives, for checking the client's exact wire traffic. It
@@ -27,12 +28,13 @@ class QSemaphore;
 // plausible answers: SIZE of a known file gives its size, CWD succeeds for a
 // known folder, RETR sends a known file from the REST offset, APPE appends,
 // NLST sends the listing, ABOR answers like a server that was interrupted.
-class ZKScriptedFtpServer : public QThread {
-    Q_OBJECT
-
+class ZKScriptedFtpServer {
 public:
     ZKScriptedFtpServer();
-    ~ZKScriptedFtpServer() override;
+    ~ZKScriptedFtpServer();
+
+    ZKScriptedFtpServer(const ZKScriptedFtpServer &) = delete;
+    ZKScriptedFtpServer &operator=(const ZKScriptedFtpServer &) = delete;
 
     quint16 port() const { return m_port; }
     // ftp://127.0.0.1:PORT followed by path.
@@ -67,10 +69,8 @@ public:
     bool hasFile(const QByteArray &name) const;
     bool hasDirectory(const QByteArray &name) const;
 
-protected:
-    void run() override;
-
 private:
+    void run(std::promise<quint16> &ready);
     friend class ZKScriptedFtpSession;
 
     // A standard mutex, so that thread checkers see every lock.
@@ -88,5 +88,6 @@ private:
     QStringList m_commands;
 
     quint16 m_port = 0;
-    QSemaphore *m_readySemaphore = nullptr;
+    std::atomic<bool> m_stop{false};
+    std::thread m_thread;
 };
