@@ -14,6 +14,8 @@
 
 #include <grp.h>
 #include <pwd.h>
+#include <signal.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 namespace {
@@ -55,6 +57,8 @@ std::optional<QByteArray> cryptHash(const QString &password) {
 ZKFtpServers::ZKFtpServers(Kind kind)
     : m_kind(kind) {
     m_process.setProcessChannelMode(QProcess::MergedChannels);
+    // A test that dies must not leave its daemon running.
+    m_process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
 }
 
 ZKFtpServers::~ZKFtpServers() {

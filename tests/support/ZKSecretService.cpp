@@ -11,6 +11,9 @@
 #include <QStandardPaths>
 #include <QThread>
 
+#include <signal.h>
+#include <sys/prctl.h>
+
 namespace {
 
 const QString probeName = QStringLiteral("ferrowick-secret-probe");
@@ -54,6 +57,12 @@ bool ZKSecretService::start() {
         return fail(QStringLiteral("no temporary folder"));
     }
 
+    // A test that dies must not leave its bus and keyring running.
+    const auto dieWithTheTest = [] {
+        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+    };
+    m_bus.setChildProcessModifier(dieWithTheTest);
+    m_keyring.setChildProcessModifier(dieWithTheTest);
     m_bus.start(busProgram, {QStringLiteral("--session"), QStringLiteral("--nofork"),
                              QStringLiteral("--print-address=1")});
     if (!m_bus.waitForStarted(5000) || !m_bus.waitForReadyRead(5000)) {
