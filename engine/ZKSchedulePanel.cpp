@@ -29,14 +29,14 @@ ZKSchedulePanel::ZKSchedulePanel(const QVariantMap &plist, ZKFerrowickDocument *
 }
 
 void ZKSchedulePanel::makeTimers(const QVariantMap &plist, bool fromPropertyList) {
-    struct Spec {
+    struct TimerSetup {
         ZKScheduleTimer **timer;
         QString key;
         QLatin1StringView enabledKey;
         QLatin1StringView timeKey;
         void (ZKSchedulePanel::*action)();
     };
-    const Spec specs[] = {
+    const TimerSetup setups[] = {
         {&m_startCopying, kStartCopying, ZKPreferences::startCopyEnabled,
          ZKPreferences::startCopyTime, &ZKSchedulePanel::startCopying},
         {&m_stopCopying, kStopCopying, ZKPreferences::stopCopyEnabled, ZKPreferences::stopCopyTime,
@@ -47,19 +47,19 @@ void ZKSchedulePanel::makeTimers(const QVariantMap &plist, bool fromPropertyList
          ZKPreferences::stopSpeedLimitTime, &ZKSchedulePanel::stopSpeedLimit},
     };
     auto &defaults = ZKUserDefaults::standard();
-    for (const auto &spec : specs) {
-        auto action = [this, method = spec.action] {
+    for (const auto &setup : setups) {
+        auto action = [this, method = setup.action] {
             (this->*method)();
         };
         if (fromPropertyList) {
-            *spec.timer = new ZKScheduleTimer(plist.value(spec.key).toMap(), action, this);
+            *setup.timer = new ZKScheduleTimer(plist.value(setup.key).toMap(), action, this);
         } else {
-            *spec.timer = new ZKScheduleTimer(action, this);
-            (*spec.timer)->setEnabled(defaults.boolForKey(spec.enabledKey));
-            (*spec.timer)->setTime(defaults.dateForKey(spec.timeKey));
+            *setup.timer = new ZKScheduleTimer(action, this);
+            (*setup.timer)->setEnabled(defaults.boolForKey(setup.enabledKey));
+            (*setup.timer)->setTime(defaults.dateForKey(setup.timeKey));
         }
         // The switch in the window follows whether any timer is on.
-        connect(*spec.timer, &ZKScheduleTimer::enabledChanged, this,
+        connect(*setup.timer, &ZKScheduleTimer::enabledChanged, this,
                 &ZKSchedulePanel::scheduleEnabledChanged);
     }
 }
