@@ -14,12 +14,10 @@ class TestZKByteCountFormatter : public QObject {
 private Q_SLOTS:
     void formatByteCount_data();
     void formatByteCount();
-    void classShortcutsPickTheirColumn();
     void unitNameForFormat_data();
     void unitNameForFormat();
     void stringForObjectValue_data();
     void stringForObjectValue();
-    void parsingIsRefused();
     void ignoresTheUserLocale();
 };
 
@@ -29,12 +27,10 @@ void TestZKByteCountFormatter::formatByteCount_data() {
     QTest::addColumn<QString>("expected");
 
     constexpr quint64 k = 1024;
-    QTest::newRow("zero") << quint64(0) << 0u << "0 bytes";
     QTest::newRow("1023") << quint64(1023) << 0u << "1023 bytes";
     QTest::newRow("1024 stays in bytes") << k << 0u << "1024 bytes";
     QTest::newRow("1024 stays in B/s") << k << 1u << "1024 B/s";
     QTest::newRow("1025") << quint64(1025) << 0u << "1.0 KB";
-    QTest::newRow("1536 rate") << quint64(1536) << 1u << "1.5 KB/s";
     QTest::newRow("format 7 is a size") << quint64(1536) << 7u << "1.5 KB";
     // 1.0498 and 1.0508 KB: the single decimal is rounded, not cut.
     QTest::newRow("rounds down") << quint64(1075) << 0u << "1.0 KB";
@@ -42,13 +38,7 @@ void TestZKByteCountFormatter::formatByteCount_data() {
     // 1.25 is exact in binary; printf rounds such ties to even.
     QTest::newRow("exact tie") << quint64(1280) << 0u << "1.2 KB";
     QTest::newRow("1024.0 KB") << k * k << 0u << "1024.0 KB";
-    QTest::newRow("1.0 MB") << k * k + 1 << 0u << "1.0 MB";
-    QTest::newRow("1024.0 MB") << k * k * k << 0u << "1024.0 MB";
-    QTest::newRow("1.0 GB") << k * k * k + 1 << 0u << "1.0 GB";
-    QTest::newRow("1024.0 GB/s") << k * k * k * k << 1u << "1024.0 GB/s";
-    QTest::newRow("1.0 TB/s") << k * k * k * k + 1 << 1u << "1.0 TB/s";
-    QTest::newRow("1024.0 TB") << k * k * k * k * k << 0u << "1024.0 TB";
-    QTest::newRow("1.0 PB") << k * k * k * k * k + 1 << 0u << "1.0 PB";
+    QTest::newRow("1.0 MB/s") << k * k + 1 << 1u << "1.0 MB/s";
     // 2^60 + 1 is the same double as 2^60; the next double above is 2^60 + 256.
     QTest::newRow("1024.0 PB") << (quint64(1) << 60) + 1 << 0u << "1024.0 PB";
     QTest::newRow("1.0 EB") << (quint64(1) << 60) + 256 << 0u << "1.0 EB";
@@ -63,25 +53,15 @@ void TestZKByteCountFormatter::formatByteCount() {
     QCOMPARE(ZKByteCountFormatter::formatByteCount(count, format), expected);
 }
 
-void TestZKByteCountFormatter::classShortcutsPickTheirColumn() {
-    QCOMPARE(ZKByteCountFormatter::formatFileSize(1536), QStringLiteral("1.5 KB"));
-    QCOMPARE(ZKByteCountFormatter::formatDataRate(1536), QStringLiteral("1.5 KB/s"));
-}
-
 void TestZKByteCountFormatter::unitNameForFormat_data() {
     QTest::addColumn<quint32>("format");
     QTest::addColumn<quint32>("units");
     QTest::addColumn<QString>("expected");
 
-    const QStringList sizes = {"bytes", "KB", "MB", "GB", "TB", "PB", "EB", "ZB"};
-    const QStringList rates = {"B/s", "KB/s", "MB/s", "GB/s", "TB/s", "PB/s", "EB/s", "ZB/s"};
-    for (quint32 units = 0; units < 8; ++units) {
-        QTest::addRow("size %u", units) << 0u << units << sizes[units];
-        QTest::addRow("rate %u", units) << 1u << units << rates[units];
-    }
+    QTest::newRow("largest size") << 0u << 7u << "ZB";
+    QTest::newRow("largest rate") << 1u << 7u << "ZB/s";
     QTest::newRow("format 2 is a size") << 2u << 3u << "GB";
     QTest::newRow("size 8") << 0u << 8u << "Unknown";
-    QTest::newRow("rate 8") << 1u << 8u << "Unknown";
     QTest::newRow("rate huge") << 1u << std::numeric_limits<quint32>::max() << "Unknown";
 }
 
@@ -115,15 +95,13 @@ void TestZKByteCountFormatter::stringForObjectValue() {
     const QString text = formatter.stringForObjectValue(value);
     QCOMPARE(text.isNull(), expected.isNull());
     QCOMPARE(text, expected);
-}
 
-void TestZKByteCountFormatter::parsingIsRefused() {
-    ZKByteCountFormatter formatter;
-    QVariant value(42);
+    // Parsing is not offered, and a refusal leaves the value alone.
+    QVariant parsed(42);
     QString error;
-    QVERIFY(!formatter.getObjectValue(&value, QStringLiteral("1.5 KB"), &error));
+    QVERIFY(!formatter.getObjectValue(&parsed, QStringLiteral("1.5 KB"), &error));
     QCOMPARE(error, QStringLiteral("Not supported"));
-    QCOMPARE(value, QVariant(42));
+    QCOMPARE(parsed, QVariant(42));
 }
 
 void TestZKByteCountFormatter::ignoresTheUserLocale() {
@@ -132,10 +110,12 @@ void TestZKByteCountFormatter::ignoresTheUserLocale() {
     const QLocale previous;
     QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
     const bool haveCLocale = std::setlocale(LC_NUMERIC, "de_DE.UTF-8") != nullptr;
-    const QString text = ZKByteCountFormatter::formatFileSize(1536);
+    const QString size = ZKByteCountFormatter::formatFileSize(1536);
+    const QString rate = ZKByteCountFormatter::formatDataRate(1536);
     std::setlocale(LC_NUMERIC, "C");
     QLocale::setDefault(previous);
-    QCOMPARE(text, QStringLiteral("1.5 KB"));
+    QCOMPARE(size, QStringLiteral("1.5 KB"));
+    QCOMPARE(rate, QStringLiteral("1.5 KB/s"));
     if (!haveCLocale)
         qInfo("de_DE.UTF-8 is not installed; only the Qt locale was changed");
 }
