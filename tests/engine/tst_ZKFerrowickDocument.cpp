@@ -11,6 +11,7 @@
 #include "ZKSpeedLimitPanel.h"
 #include "ZKTaskState.h"
 #include "ZKTestSupport.h"
+#include "ZKTransferMode.h"
 #include "ZKUserDefaults.h"
 
 #include <QCoreApplication>
@@ -21,6 +22,9 @@
 #include <QTest>
 
 using S = ZKTaskState;
+using ZKTestSupport::randomBytes;
+using ZKTestSupport::readFile;
+using ZKTestSupport::writeFile;
 
 namespace {
 
@@ -43,13 +47,11 @@ class TestZKFerrowickDocument : public QObject {
 private Q_SLOTS:
     void initTestCase();
     void init();
-    void cleanup();
     void pausedQueueAnalysesButDoesNotCopy();
     void taskAddedAboveTakesOver();
     void autoRetryResetsFailedTasks();
     void pausingCancelsRetryCountdown();
     void replaceAppliedToAllIsAskedOnce();
-    void localSourcesTakeTheDefaultMode();
     void savedQueueReopensAndResumes();
     void malformedFilesAreRefused_data();
     void malformedFilesAreRefused();
@@ -61,8 +63,7 @@ private:
         return ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(path(name)));
     }
     ZKWriterPtr outFolder() const {
-        return ZKFileSystemWriter::writerWithDirectory(
-            QUrl::fromLocalFile(path(QStringLiteral("out"))));
+        return ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(path("out")));
     }
 
     std::unique_ptr<QTemporaryDir> m_dir;
@@ -85,69 +86,66 @@ void TestZKFerrowickDocument::init() {
     ZKUserDefaults::standard().setInteger(ZKPreferences::queueState, ZKQueueState::Running);
 }
 
-void TestZKFerrowickDocument::cleanup() {
-    m_dir.reset();
-}
-
 void TestZKFerrowickDocument::pausedQueueAnalysesButDoesNotCopy() {
-    QVERIFY(
-        ZKTestSupport::writeFile(path(QStringLiteral("a")), ZKTestSupport::randomBytes(5000, 1)));
+    QVERIFY(writeFile(path("a"), randomBytes(5000, 1)));
     ZKFerrowickDocument document;
     document.setState(ZKQueueState::Paused);
-    const auto task = document.addTasks({reader(QStringLiteral("a"))}, outFolder(), 0).first();
+    document.setDefaultTransferMode(ZKTransferMode::Move); // taken by local sources
+    const auto task = document.addTasks({reader("a")}, outFolder(), 0).first();
+    QCOMPARE(task->transferMode(), qint32(ZKTransferMode::Move));
     QTRY_COMPARE(task->state(), S::PendingProcessing);
     QTest::qWait(300);
     QCOMPARE(task->state(), S::PendingProcessing);
-    QVERIFY(!QFile::exists(path(QStringLiteral("out/a"))));
+    QVERIFY(!QFile::exists(path("out/a")));
 
     document.setState(ZKQueueState::Running);
     QTRY_COMPARE(task->state(), S::Completed);
+    QVERIFY(QFile::exists(path("out/a")) && !QFile::exists(path("a")));
 }
 
 void TestZKFerrowickDocument::taskAddedAboveTakesOver() {
-    const QByteArray a = ZKTestSupport::randomBytes(1500000, 2);
-    const QByteArray b = ZKTestSupport::randomBytes(200000, 3);
-    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("a")), a));
-    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("b")), b));
+    const QByteArray a = randomBytes(1500000, 2);
+    const QByteArray b = randomBytes(200000, 3);
+    QVERIFY(writeFile(path("a"), a));
+    QVERIFY(writeFile(path("b"), b));
     ZKFerrowickDocument document;
     document.speedLimit().setMaximumTransferRate(500000);
     document.speedLimit().setEnabled(true);
-    const auto taskA = document.addTasks({reader(QStringLiteral("a"))}, outFolder(), 0).first();
+    const auto taskA = document.addTasks({reader("a")}, outFolder(), 0).first();
     QTRY_VERIFY_WITH_TIMEOUT(taskA->state() == S::Processing && taskA->progressBytes() > 0, 10000);
 
     QList<qint32> statesOfA;
     connect(taskA.get(), &ZKTask::stateChanged, this, [&] { statesOfA << taskA->state(); });
-    const auto taskB = document.addTasks({reader(QStringLiteral("b"))}, outFolder(), 0).first();
+    const auto taskB = document.addTasks({reader("b")}, outFolder(), 0).first();
     QTRY_COMPARE_WITH_TIMEOUT(taskB->state(), S::Completed, 10000);
     // A made way for B and waited.
     QVERIFY(statesOfA.contains(S::PendingProcessing));
     const quint64 offsetOfA = taskA->progressBytes();
     QVERIFY(offsetOfA > 0);
     QTRY_COMPARE_WITH_TIMEOUT(taskA->state(), S::Completed, 20000);
-    QCOMPARE(ZKTestSupport::readFile(path(QStringLiteral("out/a"))), a);
-    QCOMPARE(ZKTestSupport::readFile(path(QStringLiteral("out/b"))), b);
+    QCOMPARE(readFile(path("out/a")), a);
+    QCOMPARE(readFile(path("out/b")), b);
 }
 
 void TestZKFerrowickDocument::autoRetryResetsFailedTasks() {
     ZKUserDefaults::standard().setInteger(ZKPreferences::automaticRetryDelaySeconds, 1);
     ZKFerrowickDocument document;
     document.toggleAutoRetryItems();
-    const auto task = document.addTasks({reader(QStringLiteral("late"))}, outFolder(), 0).first();
+    const auto task = document.addTasks({reader("late")}, outFolder(), 0).first();
     QTRY_COMPARE(task->state(), S::Failed);
     QTRY_VERIFY(document.retryTimer().isRunning());
     QVERIFY(document.description().contains(QStringLiteral(" - retrying in ")));
     // The source turns up before the countdown ends.
-    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("late")), "now here"));
+    QVERIFY(writeFile(path("late"), "now here"));
     QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Completed, 10000);
-    QCOMPARE(ZKTestSupport::readFile(path(QStringLiteral("out/late"))), QByteArray("now here"));
+    QCOMPARE(readFile(path("out/late")), QByteArray("now here"));
 }
 
 void TestZKFerrowickDocument::pausingCancelsRetryCountdown() {
     ZKUserDefaults::standard().setInteger(ZKPreferences::automaticRetryDelaySeconds, 1);
     ZKFerrowickDocument document;
     document.toggleAutoRetryItems();
-    const auto task =
-        document.addTasks({reader(QStringLiteral("missing"))}, outFolder(), 0).first();
+    const auto task = document.addTasks({reader("missing")}, outFolder(), 0).first();
     QTRY_VERIFY(document.retryTimer().isRunning());
     document.setState(ZKQueueState::Paused);
     QVERIFY(!document.retryTimer().isRunning());
@@ -160,41 +158,31 @@ void TestZKFerrowickDocument::replaceAppliedToAllIsAskedOnce() {
         const QString file = QStringLiteral("tree/%1").arg(QLatin1String(name));
         QDir(m_dir->path()).mkpath(QStringLiteral("tree"));
         QDir(m_dir->path()).mkpath(QStringLiteral("out/tree"));
-        QVERIFY(ZKTestSupport::writeFile(path(file), QByteArray("new ") + name));
-        QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("out/") + file), "old, and longer"));
+        QVERIFY(writeFile(path(file), QByteArray("new ") + name));
+        QVERIFY(writeFile(path("out/" + file), "old, and longer"));
     }
     m_presenter.m_answer = {1, true}; // Replace, apply to all
     ZKFerrowickDocument document;
-    const auto task = document.addTasks({reader(QStringLiteral("tree"))}, outFolder(), 0).first();
+    const auto task = document.addTasks({reader("tree")}, outFolder(), 0).first();
     QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Completed, 10000);
     QCOMPARE(m_presenter.m_questions.size(), 1);
     QVERIFY(m_presenter.m_questions[0].showsApplyToAll);
     QCOMPARE(
         m_presenter.m_questions[0].buttons,
         (QStringList{QStringLiteral("Skip"), QStringLiteral("Replace"), QStringLiteral("Cancel")}));
-    QCOMPARE(ZKTestSupport::readFile(path(QStringLiteral("out/tree/y"))), QByteArray("new y"));
-}
-
-void TestZKFerrowickDocument::localSourcesTakeTheDefaultMode() {
-    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("a")), "a"));
-    ZKFerrowickDocument document;
-    document.setState(ZKQueueState::Paused);
-    document.setDefaultTransferMode(1);
-    const auto task = document.addTasks({reader(QStringLiteral("a"))}, outFolder(), 0).first();
-    QCOMPARE(task->transferMode(), 1);
+    QCOMPARE(readFile(path("out/tree/y")), QByteArray("new y"));
 }
 
 void TestZKFerrowickDocument::savedQueueReopensAndResumes() {
-    const QByteArray content = ZKTestSupport::randomBytes(2000000, 4);
-    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("big")), content));
-    const QString queueFile = path(QStringLiteral("saved.queue"));
+    const QByteArray content = randomBytes(2000000, 4);
+    QVERIFY(writeFile(path("big"), content));
+    const QString queueFile = path("saved.queue");
     {
         ZKFerrowickDocument document;
         document.speedLimit().setMaximumTransferRate(400000);
         document.speedLimit().setEnabled(true);
         document.setIsVerifyEnabled(true);
-        const auto task =
-            document.addTasks({reader(QStringLiteral("big"))}, outFolder(), 0).first();
+        const auto task = document.addTasks({reader("big")}, outFolder(), 0).first();
         QTRY_VERIFY_WITH_TIMEOUT(task->state() == S::Processing && task->progressBytes() > 0,
                                  10000);
         ZKError error;
@@ -212,7 +200,7 @@ void TestZKFerrowickDocument::savedQueueReopensAndResumes() {
     reopened.speedLimit().setEnabled(false);
     QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Completed, 20000);
     QVERIFY(task->isVerifiedOk());
-    QCOMPARE(ZKTestSupport::readFile(path(QStringLiteral("out/big"))), content);
+    QCOMPARE(readFile(path("out/big")), content);
 }
 
 void TestZKFerrowickDocument::malformedFilesAreRefused_data() {
@@ -223,9 +211,9 @@ void TestZKFerrowickDocument::malformedFilesAreRefused_data() {
     QTest::newRow("empty") << QByteArray() << "";
     QTest::newRow("truncated xml") << header + "<dict><key>Type</key><string>FerrowickDocu"
                                    << "";
-    QTest::newRow("binary garbage") << ZKTestSupport::randomBytes(4096, 99) << "";
+    QTest::newRow("binary garbage") << randomBytes(4096, 99) << "";
     QTest::newRow("binary plist header, garbage body")
-        << QByteArray("bplist00") + ZKTestSupport::randomBytes(200, 5) << "";
+        << QByteArray("bplist00") + randomBytes(200, 5) << "";
     QTest::newRow("not a dictionary") << header + "<array/></plist>"
                                       << "not a Ferrowick queue";
     QTest::newRow("wrong Type")
@@ -248,8 +236,8 @@ void TestZKFerrowickDocument::malformedFilesAreRefused() {
     QFETCH(QByteArray, content);
     QFETCH(QString, reason);
 
-    const QString file = path(QStringLiteral("bad.queue"));
-    QVERIFY(ZKTestSupport::writeFile(file, content));
+    const QString file = path("bad.queue");
+    QVERIFY(writeFile(file, content));
     ZKFerrowickDocument document;
     ZKError error;
     QVERIFY(!document.readFromFile(file, &error));
@@ -257,15 +245,15 @@ void TestZKFerrowickDocument::malformedFilesAreRefused() {
              qPrintable(error.localizedDescription()));
     QVERIFY2(error.localizedDescription().contains(reason),
              qPrintable(error.localizedDescription()));
-    QCOMPARE(ZKTestSupport::readFile(file), content);
+    QCOMPARE(readFile(file), content);
     QCOMPARE(document.countOfTasks(), 0);
 }
 
 void TestZKFerrowickDocument::unknownTaskTypeIsDropped() {
-    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("a")), "a"));
+    QVERIFY(writeFile(path("a"), "a"));
     ZKFerrowickDocument document;
     document.setState(ZKQueueState::Paused);
-    document.addTasks({reader(QStringLiteral("a"))}, outFolder(), 0);
+    document.addTasks({reader("a")}, outFolder(), 0);
     QVariantMap plist = document.asPropertyList();
     QVariantList tasks = plist.value(QStringLiteral("Tasks")).toList();
     QVariantMap alien = tasks.first().toMap();

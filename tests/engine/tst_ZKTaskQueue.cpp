@@ -14,6 +14,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using ZKTestSupport::writeFile;
+
 namespace {
 
 class MemoryPasteboard : public ZKPasteboard {
@@ -32,8 +34,7 @@ class TestZKTaskQueue : public QObject {
 
 private Q_SLOTS:
     void init();
-    void insertTaskClampsIndex();
-    void insertTasksPastTheEndAppends();
+    void insertClampsIndexes();
     void selection_data();
     void selection();
     void summaryCountsRemovedCompletedTasks();
@@ -52,7 +53,7 @@ void TestZKTaskQueue::init() {
 
 ZKTaskPtr TestZKTaskQueue::makeTask(const QString &name, qint32 state) {
     const QString path = QDir(m_dir->path()).filePath(name);
-    ZKTestSupport::writeFile(path, "x");
+    writeFile(path, "x");
     auto task = ZKCopyTask::create(ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(path)),
                                    ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(
                                        QDir(m_dir->path()).filePath(QStringLiteral("out")))));
@@ -68,25 +69,19 @@ static QStringList names(const ZKTaskQueue &queue) {
     return list;
 }
 
-void TestZKTaskQueue::insertTaskClampsIndex() {
+void TestZKTaskQueue::insertClampsIndexes() {
     ZKTaskQueue queue;
-    queue.insertTask(makeTask(QStringLiteral("a")), 0);
-    queue.insertTask(makeTask(QStringLiteral("b")), 99);
-    queue.insertTask(makeTask(QStringLiteral("c")), 1);
+    queue.insertTask(makeTask("a"), 0);
+    queue.insertTask(makeTask("b"), 99);
+    queue.insertTask(makeTask("c"), 1);
     QCOMPARE(names(queue), (QStringList{"a", "c", "b"}));
     QVERIFY(!queue.taskAtIndex(3));
-    QCOMPARE(queue.indexOfTask(makeTask(QStringLiteral("a"))), -1); // identity, not equality
-}
+    QCOMPARE(queue.indexOfTask(makeTask("a")), -1); // identity, not equality
 
-void TestZKTaskQueue::insertTasksPastTheEndAppends() {
-    ZKTaskQueue queue;
-    for (const auto *name : {"a", "b", "c"}) {
-        queue.insertTask(makeTask(QString::fromLatin1(name)), queue.count());
-    }
-    queue.insertTasks({makeTask(QStringLiteral("d")), makeTask(QStringLiteral("e"))}, {10, 11});
-    QCOMPARE(names(queue), (QStringList{"a", "b", "c", "d", "e"}));
-    queue.insertTasks({makeTask(QStringLiteral("x")), makeTask(QStringLiteral("y"))}, {0, 2});
-    QCOMPARE(names(queue), (QStringList{"x", "a", "y", "b", "c", "d", "e"}));
+    queue.insertTasks({makeTask("d"), makeTask("e")}, {10, 11});
+    QCOMPARE(names(queue), (QStringList{"a", "c", "b", "d", "e"}));
+    queue.insertTasks({makeTask("x"), makeTask("y")}, {0, 2});
+    QCOMPARE(names(queue), (QStringList{"x", "a", "y", "c", "b", "d", "e"}));
 }
 
 void TestZKTaskQueue::selection_data() {
@@ -127,9 +122,9 @@ void TestZKTaskQueue::selection() {
 
 void TestZKTaskQueue::summaryCountsRemovedCompletedTasks() {
     ZKTaskQueue queue;
-    queue.insertTask(makeTask(QStringLiteral("a"), ZKTaskState::Completed), 0);
-    queue.insertTask(makeTask(QStringLiteral("b"), ZKTaskState::Failed), 1);
-    queue.insertTask(makeTask(QStringLiteral("c"), ZKTaskState::Cancelled), 2);
+    queue.insertTask(makeTask("a", ZKTaskState::Completed), 0);
+    queue.insertTask(makeTask("b", ZKTaskState::Failed), 1);
+    queue.insertTask(makeTask("c", ZKTaskState::Cancelled), 2);
     QCOMPARE(queue.description(), QStringLiteral("1 of 3 complete, 1 failed"));
     queue.removeTasksAtIndexes({0, 2});
     // The removed completed task still counts; the cancelled one does not.
@@ -140,7 +135,7 @@ void TestZKTaskQueue::summaryCountsRemovedCompletedTasks() {
 
 void TestZKTaskQueue::remainingBytesNeverNegative() {
     ZKTaskQueue queue;
-    auto task = makeTask(QStringLiteral("a"), ZKTaskState::Completed);
+    auto task = makeTask("a", ZKTaskState::Completed);
     task->setTotalBytes(10);
     task->setProgressBytes(25);
     queue.insertTask(task, 0);
@@ -161,8 +156,8 @@ void TestZKTaskQueue::sortsByProperty() {
 
 void TestZKTaskQueue::copiesTasksToPasteboard() {
     ZKTaskQueue queue;
-    queue.insertTask(makeTask(QStringLiteral("a")), 0);
-    queue.insertTask(makeTask(QStringLiteral("b")), 1);
+    queue.insertTask(makeTask("a"), 0);
+    queue.insertTask(makeTask("b"), 1);
     MemoryPasteboard pasteboard;
     queue.copyUrlsToPasteboard(pasteboard);
     QCOMPARE(pasteboard.m_urls.size(), 2);
