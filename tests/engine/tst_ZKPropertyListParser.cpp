@@ -36,20 +36,15 @@ class tst_ZKPropertyListParser : public QObject {
 private Q_SLOTS:
     void initTestCase();
     void recreatesRegisteredClass();
-    void factoriesMayParseTheirParts();
     void refuses_data();
     void refuses();
     void registersFromManyThreads();
-    void builtinEndpoints_data();
-    void builtinEndpoints();
     void urlsRoundTrip();
-    void invalidUrlTextsAreLeftOut();
 };
 
 void tst_ZKPropertyListParser::initTestCase() {
     ZKPropertyListParser::registerClass("Probe", [](const QVariantMap &dict) {
         auto probe = std::make_shared<Probe>(dict);
-        // A task re-creates its endpoints the same way.
         if (dict.contains("Part")) {
             probe->m_part = ZKPropertyListParser::parseObject(dict.value("Part").toMap());
         }
@@ -70,13 +65,11 @@ void tst_ZKPropertyListParser::recreatesRegisteredClass() {
     // Of another family: nothing, and nothing to report.
     QVERIFY(!ZKPropertyListParser::parseObjectOfType<OtherProbe>(dict, &error));
     QVERIFY(ZKPropertyListParser::parseObjectOfType<OtherProbe>({{"Type", "OtherProbe"}}));
-}
 
-void tst_ZKPropertyListParser::factoriesMayParseTheirParts() {
-    const QVariantMap dict{{"Type", "Probe"}, {"Part", QVariantMap{{"Type", "OtherProbe"}}}};
-    const auto probe = ZKPropertyListParser::parseObjectOfType<Probe>(dict);
-    QVERIFY(probe);
-    QVERIFY(std::dynamic_pointer_cast<OtherProbe>(probe->m_part));
+    // A factory may parse its parts, as a task does its endpoints.
+    const QVariantMap whole{{"Type", "Probe"}, {"Part", QVariantMap{{"Type", "OtherProbe"}}}};
+    const auto probe = ZKPropertyListParser::parseObjectOfType<Probe>(whole);
+    QVERIFY(probe && std::dynamic_pointer_cast<OtherProbe>(probe->m_part));
 }
 
 void tst_ZKPropertyListParser::refuses_data() {
@@ -129,23 +122,6 @@ void tst_ZKPropertyListParser::registersFromManyThreads() {
     QCOMPARE(failures.load(), 0);
 }
 
-void tst_ZKPropertyListParser::builtinEndpoints_data() {
-    QTest::addColumn<QVariantMap>("dict");
-    QTest::newRow("reader") << QVariantMap{{"Type", "FileSystemReader"}, {"Path", "/tmp/a b"}};
-    QTest::newRow("writer") << QVariantMap{{"Type", "FileSystemWriter"}, {"Path", "/tmp/a b"}};
-}
-
-void tst_ZKPropertyListParser::builtinEndpoints() {
-    QFETCH(QVariantMap, dict);
-
-    ZKError error;
-    const auto endpoint = ZKPropertyListParser::parseObject(dict, &error);
-    QVERIFY2(endpoint, qPrintable(error.localizedDescription()));
-    const QVariantMap saved = endpoint->asPropertyList();
-    QCOMPARE(saved.value("Type"), dict.value("Type"));
-    QCOMPARE(saved.value("Path"), dict.value("Path"));
-}
-
 void tst_ZKPropertyListParser::urlsRoundTrip() {
     QSet<QUrl> urls{
         QUrl::fromLocalFile("/home/ann/My Documents/report (final).pdf"),
@@ -172,15 +148,14 @@ void tst_ZKPropertyListParser::urlsRoundTrip() {
     QCOMPARE(QVariant(texts).toStringList(), sorted);
     QCOMPARE(ZKPropertyListParser::formatUrls({QUrl::fromLocalFile("/a b/é")}),
              QVariantList{QStringLiteral("file:///a%20b/%C3%A9")});
-}
 
-void tst_ZKPropertyListParser::invalidUrlTextsAreLeftOut() {
+    // Texts that are no URL are left out, with a word in the log.
     const QRegularExpression warning(QStringLiteral("Ignoring a saved URL that is not valid"));
     QTest::ignoreMessage(QtWarningMsg, warning);
     QTest::ignoreMessage(QtWarningMsg, warning);
-    const QSet<QUrl> urls = ZKPropertyListParser::parseUrls(
-        {QString("file:///kept"), QString(), QString("http://[::1")});
-    QCOMPARE(urls, QSet<QUrl>{QUrl("file:///kept")});
+    QCOMPARE(ZKPropertyListParser::parseUrls(
+                 {QString("file:///kept"), QString(), QString("http://[::1")}),
+             QSet<QUrl>{QUrl("file:///kept")});
 }
 
 QTEST_GUILESS_MAIN(tst_ZKPropertyListParser)

@@ -132,16 +132,13 @@ void tst_ZKPropertyListSerialization::roundTrip_data() {
     QTest::newRow("text") << QVariant(text) << QVariant(text);
     QTest::newRow("empty text") << QVariant(QString()) << QVariant(QString(""));
     QTest::newRow("true") << QVariant(true) << QVariant(true);
-    QTest::newRow("false") << QVariant(false) << QVariant(false);
     QTest::newRow("int") << QVariant(42) << QVariant(qint64(42));
-    QTest::newRow("negative") << QVariant(qint64(-5)) << QVariant(qint64(-5));
     QTest::newRow("int64 min") << QVariant(int64Min) << QVariant(int64Min);
     QTest::newRow("int64 max") << QVariant(int64Max) << QVariant(int64Max);
     QTest::newRow("small unsigned") << QVariant(quint64(7)) << QVariant(qint64(7));
     QTest::newRow("2^63") << QVariant(quint64(int64Max) + 1) << QVariant(quint64(int64Max) + 1);
     QTest::newRow("2^64 - 1") << QVariant(uint64Max) << QVariant(uint64Max);
     QTest::newRow("real") << QVariant(0.1) << QVariant(0.1);
-    QTest::newRow("huge real") << QVariant(1e300) << QVariant(1e300);
     QTest::newRow("infinity") << QVariant(qInf()) << QVariant(qInf());
     QTest::newRow("data") << QVariant(allBytes) << QVariant(allBytes);
     QTest::newRow("empty data") << QVariant(QByteArray()) << QVariant(QByteArray());
@@ -274,11 +271,9 @@ void tst_ZKPropertyListSerialization::refusesHostileData_data() {
     const QString tooDeep = QStringLiteral("256 levels deep");
 
     QTest::newRow("empty") << QByteArray() << "empty";
-    QTest::newRow("blank") << QByteArray("  \n") << notPlist;
     QTest::newRow("plain text") << QByteArray("hello") << notPlist;
     QTest::newRow("no value") << QByteArray("<plist></plist>") << notPlist;
     QTest::newRow("unclosed dict") << QByteArray("<plist><dict><key>a</key>") << truncated;
-    QTest::newRow("cut in a tag") << QByteArray("<plist><array><str") << truncated;
     QTest::newRow("unclosed comment") << QByteArray("<plist><!-- </plist>") << truncated;
     QTest::newRow("crossed tags") << QByteArray("<plist><array></dict></plist>") << "well-formed";
     QTest::newRow("date after 2069")
