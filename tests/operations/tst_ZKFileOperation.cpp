@@ -42,7 +42,6 @@ void TestZKFileOperation::skipRules_data() {
     QTest::newRow("store file at top") << "/a/.DS_Store" << false << false;
     QTest::newRow("store file deep") << "/a/b/c/d/.DS_Store" << false << false;
     QTest::newRow("longer name") << "/a/.DS_Store2" << true << true;
-    QTest::newRow("pattern is case-sensitive") << "/a/.ds_store" << true << true;
     QTest::newRow("skipped by the user: still removed") << "/a/chosen" << false << true;
     QTest::newRow("skipped by the user, other spelling") << "/a/./chosen/" << false << true;
     QTest::newRow("plain file") << "/a/report.txt" << true << true;
@@ -138,13 +137,12 @@ void TestZKFileOperation::activityCarriesFourEntries() {
     ZKNotificationCenter::defaultCenter().addObserver(
         ZKNotificationNames::operationActivity, &operation, &context,
         [&info](const ZKNotification &notification) { info = notification.userInfo; });
+    // Counts above 2^32 must arrive whole.
     operation.postActivity(Q_UINT64_C(5000000000), Q_UINT64_C(6000000000), 1.5, 2.5);
-    QCOMPARE(info.size(), 4);
-    QCOMPARE(info.value("bytes").userType(), QMetaType::ULongLong);
-    QCOMPARE(info.value("bytes").toULongLong(), Q_UINT64_C(5000000000));
-    QCOMPARE(info.value("totalBytes").toULongLong(), Q_UINT64_C(6000000000));
-    QCOMPARE(info.value("timePassed").toDouble(), 1.5);
-    QCOMPARE(info.value("totalTimePassed").toDouble(), 2.5);
+    QCOMPARE(info, (QVariantMap{{"bytes", Q_UINT64_C(5000000000)},
+                                {"totalBytes", Q_UINT64_C(6000000000)},
+                                {"timePassed", 1.5},
+                                {"totalTimePassed", 2.5}}));
 }
 
 int main(int argc, char **argv) {
