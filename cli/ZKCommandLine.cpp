@@ -6,6 +6,7 @@
 #include "ZKCopyTask.h"
 #include "ZKFerrowickDocument.h"
 #include "ZKFileSystemWriter.h"
+#include "ZKFtpWriter.h"
 #include "ZKPreferences.h"
 #include "ZKProgressPrinter.h"
 #include "ZKQueueRunner.h"
@@ -25,6 +26,10 @@
 #include <QTemporaryDir>
 
 #include <cstdio>
+#include <iostream>
+#include <optional>
+#include <string>
+#include <termios.h>
 #include <unistd.h>
 
 namespace {
@@ -42,18 +47,71 @@ QString absolute(const QString &path) {
     return QFileInfo(path).absoluteFilePath();
 }
 
-ZKWriterPtr destinationFor(const QString &text) {
+// An FTP address that names a user gets the password given on stdin; one
+// without a user logs in anonymously. Without --password-stdin the password
+// store is asked when the connection is made.
+ZKReaderPtr readerFor(const QString &path, const std::optional<QString> &password) {
+    if (password && ZKReaderFactory::isFtpPath(path)) {
+        const QString user = QUrl(path).userName(QUrl::FullyDecoded);
+        if (!user.isEmpty()) {
+            return ZKReaderFactory::readerWithPath(path, user, *password);
+        }
+    }
+    return ZKReaderFactory::readerWithPath(path);
+}
+
+ZKWriterPtr destinationFor(const QString &text, const std::optional<QString> &password,
+                           QString *reason) {
     const QString path = absolute(text);
     if (ZKReaderFactory::isFilePath(path)) {
         return ZKFileSystemWriter::writerWithDirectory(
             QUrl::fromLocalFile(ZKReaderFactory::standardizedPath(path)));
     }
-    if (const auto reader = ZKReaderFactory::readerWithPath(path); reader && reader->open()) {
+    // A folder address is taken as one, and made when missing, as a local
+    // folder is; anything else must show what it is first.
+    if (ZKReaderFactory::isFtpPath(path) && path.endsWith(QLatin1Char('/'))) {
+        const QUrl url(path);
+        const QString user = url.userName(QUrl::FullyDecoded);
+        if (password && !user.isEmpty()) {
+            return ZKFtpWriter::writerWithDirectoryUrl(url, user, *password);
+        }
+        return ZKFtpWriter::writerWithDirectoryUrl(url);
+    }
+    const auto reader = readerFor(path, password);
+    if (reader && reader->open()) {
         auto writer = reader->asWriter();
         reader->close();
         return writer;
     }
+    if (reader && reader->error()) {
+        *reason = reader->error()->localizedDescription();
+    }
     return nullptr;
+}
+
+// The first line of stdin, without echo when someone types it.
+std::optional<QString> readPassword() {
+    const bool typed = ::isatty(STDIN_FILENO);
+    termios saved{};
+    if (typed && ::tcgetattr(STDIN_FILENO, &saved) == 0) {
+        termios quiet = saved;
+        quiet.c_lflag &= ~tcflag_t(ECHO);
+        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet);
+        std::fputs("Password: ", stderr);
+    }
+    std::string line;
+    const bool read = bool(std::getline(std::cin, line));
+    if (typed) {
+        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &saved);
+        std::fputs("\n", stderr);
+    }
+    if (!read) {
+        return std::nullopt;
+    }
+    if (!line.empty() && line.back() == '\r') {
+        line.pop_back();
+    }
+    return QString::fromStdString(line);
 }
 
 struct Runtime {
@@ -111,6 +169,9 @@ QString ZKCommandLine::usage() {
         "  --limit RATE             at most RATE bytes per second (500K, 10M, 1G)\n"
         "  --on-conflict POLICY     ask, skip, replace or cancel (default: ask)\n"
         "  --save FILE.queue        keep the queue in FILE.queue, to resume it with run\n"
+        "  --password-stdin         read the password of ftp://USER@HOST/... addresses from\n"
+        "                           the first line of stdin (otherwise the password store\n"
+        "                           is asked; saved queues keep it there)\n"
         "  --verbose                show diagnostic log lines\n");
 }
 
@@ -177,6 +238,8 @@ int ZKCommandLine::transfer(const QStringList &arguments, bool move) {
         {QStringLiteral("limit"), QStringLiteral("Speed limit."), QStringLiteral("rate")});
     parser.addOption(
         {QStringLiteral("save"), QStringLiteral("Queue file."), QStringLiteral("file")});
+    parser.addOption(
+        {QStringLiteral("password-stdin"), QStringLiteral("Read the FTP password from stdin.")});
     if (!parser.parse(arguments)) {
         printError(parser.errorText());
         return badUsage;
@@ -196,14 +259,25 @@ int ZKCommandLine::transfer(const QStringList &arguments, bool move) {
         printError(QStringLiteral("--limit takes a rate such as 500K, 10M or 1G."));
         return badUsage;
     }
-    const auto destination = destinationFor(paths.last());
+    std::optional<QString> password;
+    if (parser.isSet(QStringLiteral("password-stdin"))) {
+        password = readPassword();
+        if (!password) {
+            printError(QStringLiteral("--password-stdin found no password on stdin."));
+            return badUsage;
+        }
+    }
+    QString reason;
+    const auto destination = destinationFor(paths.last(), password, &reason);
     if (!destination) {
-        printError(QStringLiteral("'%1' cannot be a destination.").arg(paths.last()));
+        printError(reason.isEmpty()
+                       ? QStringLiteral("'%1' cannot be a destination.").arg(paths.last())
+                       : reason);
         return badUsage;
     }
     QList<ZKReaderPtr> sources;
     for (const QString &path : paths.first(paths.size() - 1)) {
-        auto reader = ZKReaderFactory::readerWithPath(absolute(path));
+        auto reader = readerFor(absolute(path), password);
         if (!reader) {
             printError(
                 QStringLiteral("'%1' is neither a file, nor an FTP or web address.").arg(path));

@@ -5,6 +5,8 @@
 #include "ZKFerrowickDocument.h"
 #include "ZKFileSystemReader.h"
 #include "ZKFileSystemWriter.h"
+#include "ZKFtpServers.h"
+#include "ZKHttpServers.h"
 #include "ZKPreferences.h"
 #include "ZKQueueState.h"
 #include "ZKSpeedLimitPanel.h"
@@ -33,10 +35,13 @@ private Q_SLOTS:
     void malformedQueueFileIsRefused();
     void interruptedRunResumes();
     void survivesRepeatedKills();
+    void transfersOverFtpAndHttp();
 
 private:
     QString path(const QString &name) const { return QDir(m_dir.path()).filePath(name); }
-    int runCli(const QStringList &arguments, QByteArray *errors = nullptr);
+    // The exit status; what it printed goes to output.
+    int runCli(const QStringList &arguments, QByteArray *output = nullptr,
+               const QByteArray &input = QByteArray());
 
     QTemporaryDir m_dir;
     QProcessEnvironment m_environment;
@@ -49,17 +54,20 @@ void TestZKCommandLine::initTestCase() {
     m_environment.insert(QStringLiteral("XDG_DATA_HOME"), path(QStringLiteral("data")));
 }
 
-int TestZKCommandLine::runCli(const QStringList &arguments, QByteArray *errors) {
+int TestZKCommandLine::runCli(const QStringList &arguments, QByteArray *output,
+                              const QByteArray &input) {
     QProcess process;
     process.setProcessEnvironment(m_environment);
+    process.setProcessChannelMode(QProcess::MergedChannels);
     process.start(QStringLiteral(FERROWICK_CLI), arguments);
+    process.write(input);
     process.closeWriteChannel();
     if (!process.waitForFinished(120000)) {
         process.kill();
         return -1;
     }
-    if (errors) {
-        *errors = process.readAllStandardError();
+    if (output) {
+        *output = process.readAll();
     }
     return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
 }
@@ -156,6 +164,7 @@ void TestZKCommandLine::interruptedRunResumes() {
     const QString queue = path(QStringLiteral("interrupt/q.queue"));
     QProcess process;
     process.setProcessEnvironment(m_environment);
+    process.setProcessChannelMode(QProcess::MergedChannels);
     process.start(QStringLiteral(FERROWICK_CLI),
                   {QStringLiteral("copy"), path(QStringLiteral("interrupt/src")),
                    path(QStringLiteral("interrupt/out")), QStringLiteral("--limit"),
@@ -242,6 +251,50 @@ void TestZKCommandLine::survivesRepeatedKills() {
                  qPrintable(names[i]));
     }
     QVERIFY(!QFile::exists(path(QStringLiteral("kill/moved"))));
+}
+
+void TestZKCommandLine::transfersOverFtpAndHttp() {
+    ZKFtpServers ftp(ZKFtpServers::PureFtpd);
+    ZKHttpServers http;
+    const QString web = path(QStringLiteral("web"));
+    QDir().mkpath(web);
+    const QByteArray page = ZKTestSupport::randomBytes(200000, 7);
+    QVERIFY(ZKTestSupport::writeFile(web + QStringLiteral("/page.bin"), page));
+    if (!ftp.start() || !http.startNginx(web)) {
+        const QString reason = ftp.errorString() + http.errorString();
+        if (ZKFtpServers::mustRun()) {
+            QFAIL(qPrintable(reason));
+        }
+        QSKIP(qPrintable(reason));
+    }
+    const QByteArray a = ZKTestSupport::randomBytes(150000, 8);
+    QDir().mkpath(path(QStringLiteral("net")));
+    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("net/a")), a));
+    const QString folder = ftp.url(QStringLiteral("/up/")).toString();
+    const QByteArray password = ftp.password().toUtf8() + "\n";
+
+    QByteArray errors;
+    int status = runCli({QStringLiteral("copy"), path(QStringLiteral("net/a")),
+                         http.nginxUrl(QStringLiteral("/page.bin")).toString(), folder,
+                         QStringLiteral("--verify"), QStringLiteral("--password-stdin")},
+                        &errors, password);
+    QVERIFY2(status == 0, errors.constData());
+    QCOMPARE(ZKTestSupport::readFile(ftp.root() + QStringLiteral("/up/a")), a);
+    QCOMPARE(ZKTestSupport::readFile(ftp.root() + QStringLiteral("/up/page.bin")), page);
+
+    // A download stays a copy even when asked to move.
+    status = runCli({QStringLiteral("move"), folder + QStringLiteral("a"),
+                     path(QStringLiteral("net/back")), QStringLiteral("--password-stdin")},
+                    &errors, password);
+    QVERIFY2(status == 0, errors.constData());
+    QCOMPARE(ZKTestSupport::readFile(path(QStringLiteral("net/back/a"))), a);
+    QVERIFY(QFile::exists(ftp.root() + QStringLiteral("/up/a")));
+
+    // A refused login fails the task with the server's reason.
+    status = runCli({QStringLiteral("copy"), path(QStringLiteral("net/a")), folder,
+                     QStringLiteral("--password-stdin")},
+                    &errors, "wrong\n");
+    QVERIFY2(status == 1 && errors.contains("Unable to log in"), errors.constData());
 }
 
 int main(int argc, char **argv) {
