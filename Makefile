@@ -32,8 +32,10 @@ test-tsan:
 
 bench: build
 	bash bench/copy-bench.sh $(BUILD)
+	bash bench/ftp-bench.sh $(BUILD)
+	bash bench/http-bench.sh $(BUILD)
 
-# FUZZ_TARGET=ftp_listing|ftp_reply, FUZZ_SECONDS=300
+# FUZZ_TARGET=ftp_listing|ftp_reply|queue_loader, FUZZ_SECONDS=300
 fuzz:
 	bash scripts/fuzz.sh $(or $(FUZZ_TARGET),ftp_listing) $(or $(FUZZ_SECONDS),60)
 
