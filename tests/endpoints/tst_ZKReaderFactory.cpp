@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: 2026 Ferrowick developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKFileSystemReader.h"
+#include "ZKFtpReader.h"
+#include "ZKHttpReader.h"
 #include "ZKReaderFactory.h"
 
 #include <QDir>
@@ -13,42 +15,57 @@ class tst_ZKReaderFactory : public QObject {
 private Q_SLOTS:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
+    // Which kind each test says the path is, and which reader it gets.
     void pathKinds_data() {
         QTest::addColumn<QString>("path");
-        QTest::addColumn<bool>("file");
-        QTest::addColumn<bool>("ftp");
-        QTest::addColumn<bool>("http");
-        QTest::newRow("empty") << QString() << false << false << false;
-        QTest::newRow("absolute") << QStringLiteral("/tmp/x") << true << false << false;
-        QTest::newRow("home") << QStringLiteral("~/x") << true << false << false;
-        QTest::newRow("file url") << QStringLiteral("file:///tmp") << true << false << false;
-        QTest::newRow("ftp") << QStringLiteral("ftp://host/dir") << false << true << false;
-        QTest::newRow("FTP capitals")
-            << QStringLiteral("FTP://host/dir") << false << false << false;
-        QTest::newRow("http") << QStringLiteral("http://host/f") << false << false << true;
-        QTest::newRow("https") << QStringLiteral("https://host/f") << false << false << true;
-        QTest::newRow("not anchored") << QStringLiteral(" /tmp") << false << false << false;
-        QTest::newRow("bare host") << QStringLiteral("host/dir") << false << false << false;
-        QTest::newRow("mail") << QStringLiteral("mailto:a@b") << false << false << false;
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QString>("reader");
+        const auto row = [](const char *tag, const char *path, const char *kind,
+                            const char *reader) {
+            QTest::newRow(tag) << QString(path) << QString(kind) << QString(reader);
+        };
+        row("empty", "", "", "");
+        row("absolute", "/tmp/x", "file", "file");
+        row("home", "~/x", "file", "file");
+        row("file url", "file:///tmp", "file", "file");
+        row("ftp", "ftp://host/dir", "ftp", "ftp");
+        // As typed no FTP address, but the URL made from it is.
+        row("FTP capitals", "FTP://host/dir", "", "ftp");
+        row("http", "http://host/f", "http", "http");
+        row("https", "https://host/f", "http", "http");
+        row("not anchored", " /tmp", "", "");
+        row("bare host", "host/dir", "", "");
+        row("mail", "mailto:a@b", "", "");
     }
 
     void pathKinds() {
         QFETCH(QString, path);
-        QFETCH(bool, file);
-        QFETCH(bool, ftp);
-        QFETCH(bool, http);
-        QCOMPARE(ZKReaderFactory::isFilePath(path), file);
-        QCOMPARE(ZKReaderFactory::isFtpPath(path), ftp);
-        QCOMPARE(ZKReaderFactory::isHttpPath(path), http);
-        QCOMPARE(ZKReaderFactory::isValidPath(path), file || ftp || http);
+        QFETCH(QString, kind);
+        QFETCH(QString, reader);
+        QCOMPARE(ZKReaderFactory::isFilePath(path), kind == QLatin1String("file"));
+        QCOMPARE(ZKReaderFactory::isFtpPath(path), kind == QLatin1String("ftp"));
+        QCOMPARE(ZKReaderFactory::isHttpPath(path), kind == QLatin1String("http"));
+        QCOMPARE(ZKReaderFactory::isValidPath(path), !kind.isEmpty());
         // A typed address and the URL made from it are judged alike.
         if (!path.startsWith(QLatin1Char('/')) && !path.startsWith(QLatin1Char('~')) &&
-            !path.startsWith(QLatin1Char(' ')) && !path.startsWith(QLatin1String("FTP"))) {
+            !path.startsWith(QLatin1Char(' ')) && kind == reader) {
             const QUrl url(path);
-            QCOMPARE(ZKReaderFactory::isFileUrl(url), file);
-            QCOMPARE(ZKReaderFactory::isFtpUrl(url), ftp);
-            QCOMPARE(ZKReaderFactory::isHttpUrl(url), http);
-            QCOMPARE(ZKReaderFactory::isValidUrl(url), file || ftp || http);
+            QCOMPARE(ZKReaderFactory::isFileUrl(url), kind == QLatin1String("file"));
+            QCOMPARE(ZKReaderFactory::isFtpUrl(url), kind == QLatin1String("ftp"));
+            QCOMPARE(ZKReaderFactory::isHttpUrl(url), kind == QLatin1String("http"));
+            QCOMPARE(ZKReaderFactory::isValidUrl(url), !kind.isEmpty());
+            QCOMPARE(bool(ZKReaderFactory::readerWithUrl(url)), !kind.isEmpty());
+        }
+
+        const ZKReaderPtr made = ZKReaderFactory::readerWithPath(path, "carol", "pw");
+        const auto ftpReader = std::dynamic_pointer_cast<ZKFtpReader>(made);
+        QCOMPARE(bool(made), !reader.isEmpty());
+        QCOMPARE(bool(std::dynamic_pointer_cast<ZKFileSystemReader>(made)), reader == "file");
+        QCOMPARE(bool(std::dynamic_pointer_cast<ZKHttpReader>(made)), reader == "http");
+        QCOMPARE(bool(ftpReader), reader == "ftp");
+        if (kind == QLatin1String("ftp")) {
+            QCOMPARE(ftpReader->username(), QStringLiteral("carol"));
+            QCOMPARE(ftpReader->password(), std::optional<QString>("pw"));
         }
     }
 
@@ -75,13 +92,6 @@ private Q_SLOTS:
             ZKReaderFactory::readerWithPath(path, QStringLiteral("user"), QStringLiteral("secret"))
                 ->url(),
             reader->url());
-    }
-
-    void noReaderForOtherAddresses() {
-        QVERIFY(!ZKReaderFactory::readerWithPath(QStringLiteral("host/dir")));
-        QVERIFY(!ZKReaderFactory::readerWithPath(QString()));
-        QVERIFY(!ZKReaderFactory::readerWithUrl(QUrl()));
-        QVERIFY(!ZKReaderFactory::readerWithUrl(QUrl(QStringLiteral("mailto:a@b"))));
     }
 
     void listsKeepOrderAndDropUnknown() {
