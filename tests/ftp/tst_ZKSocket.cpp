@@ -67,160 +67,125 @@ private:
 class TestZKSocket : public QObject {
     Q_OBJECT
 
+    std::unique_ptr<Listener> m_listener;
+    std::unique_ptr<ZKSocket> m_socket;
+
+    // Connects the socket under test to the listener; returns the peer's end.
+    int connectToPeer() {
+        m_socket->connectToHost(QStringLiteral("127.0.0.1"), m_listener->port());
+        return m_socket->error() ? -1 : m_listener->accept();
+    }
+
 private Q_SLOTS:
-    void initTestCase();
-    void unresolvableHost();
-    void refusedConnectionStillCountsAsConnected();
-    void closedStreamGivesEmptyThenNotConnected();
-    void receivesEverythingUntilTheEnd();
-    void stallKeepsWhatArrivedAndReportsIt();
-    void peeksWithoutConsuming();
-    void sendsWholeBuffersAndNothingForEmptyOnes();
-    void sendingToAVanishedPeerIsAnError();
-    void invalidUtf8IsNoString();
-};
-
-void TestZKSocket::initTestCase() {
-    ZKTestSupport::isolateSettings();
-    ZKUserDefaults::standard().setInteger(QStringLiteral("downloadTimeout"), 1);
-}
-
-void TestZKSocket::unresolvableHost() {
-    ZKSocket socket;
-    socket.connectToHost(QStringLiteral("no-such-host.invalid"), 21);
-    QVERIFY(socket.error());
-    QCOMPARE(socket.error()->domain(), ZKSocket::errorDomain);
-    QCOMPARE(socket.error()->localizedDescription(),
-             QStringLiteral("Unrecognised host name 'no-such-host.invalid'"));
-    QVERIFY(!socket.isConnected());
-}
-
-void TestZKSocket::refusedConnectionStillCountsAsConnected() {
-    quint16 port = 0;
-    {
-        Listener gone;
-        port = gone.port();
+    void initTestCase() {
+        ZKTestSupport::isolateSettings();
+        ZKUserDefaults::standard().setInteger(QStringLiteral("downloadTimeout"), 1);
     }
-    ZKSocket socket;
-    socket.connectToHost(QStringLiteral("127.0.0.1"), port);
-    QVERIFY(socket.error());
-    QCOMPARE(socket.error()->code(), qint64(ECONNREFUSED));
-    // Deliberately left open: the next call reports the system's error.
-    QVERIFY(socket.isConnected());
-    QVERIFY(!socket.receiveData());
-    QVERIFY(socket.error());
-    QVERIFY(socket.error()->localizedDescription() != QStringLiteral("socket is not connected"));
-}
 
-void TestZKSocket::closedStreamGivesEmptyThenNotConnected() {
-    Listener listener;
-    ZKSocket socket;
-    socket.connectToHost(QStringLiteral("127.0.0.1"), listener.port());
-    QVERIFY2(!socket.error(), qPrintable(describe(socket.error())));
-    QVERIFY(listener.accept() >= 0);
-    listener.closePeer();
-    const std::optional<QByteArray> first = socket.receiveData();
-    QVERIFY(first && first->isEmpty());
-    QVERIFY(!socket.error());
-    QVERIFY(!socket.isConnected());
-    QVERIFY(!socket.receiveData());
-    QCOMPARE(socket.error()->localizedDescription(), QStringLiteral("socket is not connected"));
-}
+    void init() {
+        m_listener = std::make_unique<Listener>();
+        m_socket = std::make_unique<ZKSocket>();
+    }
 
-void TestZKSocket::receivesEverythingUntilTheEnd() {
-    Listener listener;
-    ZKSocket socket;
-    socket.connectToHost(QStringLiteral("127.0.0.1"), listener.port());
-    listener.accept();
-    const QByteArray data = ZKTestSupport::randomBytes(10000, 3);
-    listener.send(data);
-    listener.closePeer();
-    QCOMPARE(socket.receiveRemainingData(), std::optional<QByteArray>(data));
-    QVERIFY(!socket.error());
-}
+    void unresolvableHost() {
+        m_socket->connectToHost(QStringLiteral("no-such-host.invalid"), 21);
+        QVERIFY(m_socket->error());
+        QCOMPARE(m_socket->error()->domain(), ZKSocket::errorDomain);
+        QCOMPARE(m_socket->error()->localizedDescription(),
+                 QStringLiteral("Unrecognised host name 'no-such-host.invalid'"));
+        QVERIFY(!m_socket->isConnected());
+    }
 
-void TestZKSocket::stallKeepsWhatArrivedAndReportsIt() {
-    Listener listener;
-    ZKSocket socket;
-    socket.connectToHost(QStringLiteral("127.0.0.1"), listener.port());
-    listener.accept();
-    listener.send("partial");
-    // The peer stays silent past the one-second time-out.
-    QCOMPARE(socket.receiveRemainingData(), std::optional<QByteArray>("partial"));
-    QVERIFY(socket.error());
-    QCOMPARE(socket.error()->code(), qint64(EAGAIN));
-}
+    void refusedConnectionStillCountsAsConnected() {
+        const quint16 port = m_listener->port();
+        m_listener.reset();
+        m_socket->connectToHost(QStringLiteral("127.0.0.1"), port);
+        QVERIFY(m_socket->error());
+        QCOMPARE(m_socket->error()->code(), qint64(ECONNREFUSED));
+        // Deliberately left open: the next call reports the system's error.
+        QVERIFY(m_socket->isConnected());
+        QVERIFY(!m_socket->receiveData() && m_socket->error());
+        QVERIFY(m_socket->error()->localizedDescription() !=
+                QStringLiteral("socket is not connected"));
+    }
 
-void TestZKSocket::peeksWithoutConsuming() {
-    ZKSocket idle;
-    QVERIFY(!idle.hasMoreData());
-    QVERIFY(!idle.error());
+    // The end of the stream is no error; only reading past it is.
+    void receivesEverythingUntilTheEnd() {
+        QVERIFY(connectToPeer() >= 0);
+        const QByteArray data = ZKTestSupport::randomBytes(10000, 3);
+        m_listener->send(data);
+        m_listener->closePeer();
+        QCOMPARE(m_socket->receiveRemainingData(), std::optional<QByteArray>(data));
+        QVERIFY2(!m_socket->error(), qPrintable(describe(m_socket->error())));
+        QVERIFY(!m_socket->isConnected());
+        QVERIFY(!m_socket->receiveData());
+        QCOMPARE(m_socket->error()->localizedDescription(),
+                 QStringLiteral("socket is not connected"));
+    }
 
-    Listener listener;
-    ZKSocket socket;
-    socket.connectToHost(QStringLiteral("127.0.0.1"), listener.port());
-    listener.accept();
-    QVERIFY(!socket.hasMoreData());
-    listener.send("abc");
-    QTRY_VERIFY(socket.hasMoreData());
-    QCOMPARE(socket.receiveData(), std::optional<QByteArray>("abc"));
-    QVERIFY(!socket.hasMoreData());
-}
+    void stallKeepsWhatArrivedAndReportsIt() {
+        QVERIFY(connectToPeer() >= 0);
+        m_listener->send("partial");
+        // The peer stays silent past the one-second time-out.
+        QCOMPARE(m_socket->receiveRemainingData(), std::optional<QByteArray>("partial"));
+        QVERIFY(m_socket->error());
+        QCOMPARE(m_socket->error()->code(), qint64(EAGAIN));
+    }
 
-void TestZKSocket::sendsWholeBuffersAndNothingForEmptyOnes() {
-    ZKSocket unconnected;
-    unconnected.sendData(QByteArray());
-    QCOMPARE(unconnected.error()->localizedDescription(),
-             QStringLiteral("socket is not connected"));
+    void peeksWithoutConsuming() {
+        QVERIFY(!m_socket->hasMoreData() && !m_socket->error());
+        QVERIFY(connectToPeer() >= 0);
+        QVERIFY(!m_socket->hasMoreData());
+        m_listener->send("abc");
+        QTRY_VERIFY(m_socket->hasMoreData());
+        QCOMPARE(m_socket->receiveData(), std::optional<QByteArray>("abc"));
+        QVERIFY(!m_socket->hasMoreData());
+    }
 
-    Listener listener;
-    ZKSocket socket;
-    socket.connectToHost(QStringLiteral("127.0.0.1"), listener.port());
-    const int peer = listener.accept();
-    socket.sendData(QByteArray());
-    QVERIFY(!socket.error());
-    // Larger than the socket buffers: sent in several calls.
-    const QByteArray data = ZKTestSupport::randomBytes(256 * 1024, 4);
-    QByteArray received;
-    std::thread reader([&] {
-        char buffer[65536];
-        while (received.size() < data.size()) {
-            const ssize_t count = ::recv(peer, buffer, sizeof buffer, 0);
-            if (count <= 0) {
-                break;
+    void sendsWholeBuffersAndNothingForEmptyOnes() {
+        ZKSocket unconnected;
+        unconnected.sendData(QByteArray());
+        QCOMPARE(unconnected.error()->localizedDescription(),
+                 QStringLiteral("socket is not connected"));
+
+        const int peer = connectToPeer();
+        m_socket->sendData(QByteArray());
+        QVERIFY(!m_socket->error());
+        // Larger than the socket buffers: sent in several calls.
+        const QByteArray data = ZKTestSupport::randomBytes(256 * 1024, 4);
+        QByteArray received;
+        std::thread reader([&] {
+            char buffer[65536];
+            ssize_t count = 0;
+            while (received.size() < data.size() &&
+                   (count = ::recv(peer, buffer, sizeof buffer, 0)) > 0) {
+                received.append(buffer, count);
             }
-            received.append(buffer, count);
-        }
-    });
-    socket.sendData(data);
-    reader.join();
-    QVERIFY(!socket.error());
-    QCOMPARE(received, data);
-}
-
-void TestZKSocket::sendingToAVanishedPeerIsAnError() {
-    Listener listener;
-    ZKSocket socket;
-    socket.connectToHost(QStringLiteral("127.0.0.1"), listener.port());
-    listener.accept();
-    listener.closePeer();
-    // Never SIGPIPE: the process lives on and the error says why.
-    for (int i = 0; i < 50 && !socket.error(); ++i) {
-        socket.sendData(QByteArray(65536, 'x'));
+        });
+        m_socket->sendData(data);
+        reader.join();
+        QVERIFY(!m_socket->error());
+        QCOMPARE(received, data);
     }
-    QVERIFY(socket.error());
-    QCOMPARE(socket.error()->domain(), ZKSocket::errorDomain);
-}
 
-void TestZKSocket::invalidUtf8IsNoString() {
-    Listener listener;
-    ZKSocket socket;
-    socket.connectToHost(QStringLiteral("127.0.0.1"), listener.port());
-    listener.accept();
-    listener.send("\xff\xfe 220");
-    QVERIFY(!socket.receiveString());
-    QVERIFY(!socket.error());
-}
+    void sendingToAVanishedPeerIsAnError() {
+        QVERIFY(connectToPeer() >= 0);
+        m_listener->closePeer();
+        // Never SIGPIPE: the process lives on and the error says why.
+        for (int i = 0; i < 50 && !m_socket->error(); ++i) {
+            m_socket->sendData(QByteArray(65536, 'x'));
+        }
+        QVERIFY(m_socket->error());
+        QCOMPARE(m_socket->error()->domain(), ZKSocket::errorDomain);
+    }
+
+    void invalidUtf8IsNoString() {
+        QVERIFY(connectToPeer() >= 0);
+        m_listener->send("\xff\xfe 220");
+        QVERIFY(!m_socket->receiveString());
+        QVERIFY(!m_socket->error());
+    }
+};
 
 QTEST_GUILESS_MAIN(TestZKSocket)
 #include "tst_ZKSocket.moc"
