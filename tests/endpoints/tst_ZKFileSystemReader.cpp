@@ -47,27 +47,14 @@ Walk walk(ZKReader &reader, const QString &root,
 }
 
 // Root reads everything; permission checks need an ordinary account.
-class AsUnprivilegedUser {
-public:
-    AsUnprivilegedUser()
-        : m_switched(::geteuid() == 0 && ::seteuid(65534) == 0) {}
-    ~AsUnprivilegedUser() {
-        if (m_switched) {
-            QVERIFY(::seteuid(0) == 0);
-        }
-    }
-    bool usable() const { return m_switched || ::geteuid() != 0; }
-
-private:
-    bool m_switched;
+struct AsUnprivilegedUser {
+    const bool switched = ::geteuid() == 0 && ::seteuid(65534) == 0;
+    ~AsUnprivilegedUser() { QVERIFY(!switched || ::seteuid(0) == 0); }
+    bool usable() const { return switched || ::geteuid() != 0; }
 };
 
-#define SKIP_UNLESS_UNPRIVILEGED(user)                                                             \
-    do {                                                                                           \
-        if (!(user).usable()) {                                                                    \
-            QSKIP("Running as root without a way to drop privileges: permissions are unchecked");  \
-        }                                                                                          \
-    } while (false)
+const char *const rootOnly =
+    "Running as root without a way to drop privileges: permissions are unchecked";
 
 } // namespace
 
@@ -110,7 +97,9 @@ private Q_SLOTS:
         QFETCH(QUrl, url);
         AsUnprivilegedUser user;
         if (url.fileName() == QLatin1String("secret")) {
-            SKIP_UNLESS_UNPRIVILEGED(user);
+            if (!user.usable()) {
+                QSKIP(rootOnly);
+            }
         }
         ZKFileSystemReader reader(url);
         QVERIFY(!reader.open());
@@ -211,7 +200,9 @@ private Q_SLOTS:
         QVERIFY(writeFile(root + "/closed/inside", "x") && writeFile(root + "/open", "y"));
         QVERIFY(::chmod(QFile::encodeName(root + "/closed").constData(), 0) == 0);
         AsUnprivilegedUser user;
-        SKIP_UNLESS_UNPRIVILEGED(user);
+        if (!user.usable()) {
+            QSKIP(rootOnly);
+        }
         auto reader = openedReader(root);
         const Walk seen = walk(*reader, root);
         QVERIFY2(!reader->error(), qPrintable(errorText(*reader)));
