@@ -33,6 +33,13 @@ using S = ZKTaskState;
 
 namespace {
 
+// A copy of a field that another thread may be writing.
+template <class T>
+T locked(std::mutex &lock, const T &field) {
+    std::lock_guard locker(lock);
+    return field;
+}
+
 // Keys of the saved form.
 const QString kType = QStringLiteral("Type");
 const QString kSource = QStringLiteral("Source");
@@ -290,7 +297,10 @@ void ZKCopyTask::runOperation(const std::shared_ptr<ZKFileOperation> &operation,
             std::lock_guard locker(m_lock);
             m_currentOperation.reset();
         }
-        onMain([&] { endHandler(*raw); });
+        onMain([&] {
+            refreshSourceName();
+            endHandler(*raw);
+        });
         refresh();
         signalOperationFinished();
     });
@@ -695,8 +705,7 @@ void ZKCopyTask::setState(qint32 state) {
 }
 
 ZKReaderPtr ZKCopyTask::source() const {
-    std::lock_guard locker(m_lock);
-    return m_source;
+    return locked(m_lock, m_source);
 }
 
 void ZKCopyTask::setSource(ZKReaderPtr source) {
@@ -715,9 +724,28 @@ void ZKCopyTask::setSource(ZKReaderPtr source) {
     });
 }
 
+// A web server names its file only in its answer (Content-Disposition), and
+// whether it can resume is known only then; the row and the partial-file
+// clean-up must use what the reader learned.
+void ZKCopyTask::refreshSourceName() {
+    bool changed = false;
+    {
+        std::lock_guard locker(m_lock);
+        if (m_source && m_source->filename() != m_sourceFilename) {
+            m_sourceFilename = m_source->filename();
+            changed = true;
+        }
+    }
+    onMain([this, changed] {
+        if (changed) {
+            Q_EMIT filenameChanged();
+        }
+        Q_EMIT isResumableChanged();
+    });
+}
+
 ZKWriterPtr ZKCopyTask::destination() const {
-    std::lock_guard locker(m_lock);
-    return m_destination;
+    return locked(m_lock, m_destination);
 }
 
 void ZKCopyTask::setDestination(ZKWriterPtr destination) {
@@ -741,28 +769,23 @@ void ZKCopyTask::setTransferMode(qint32 mode) {
 }
 
 QString ZKCopyTask::icon() const {
-    std::lock_guard locker(m_lock);
-    return m_sourceIcon;
+    return locked(m_lock, m_sourceIcon);
 }
 
 QString ZKCopyTask::filename() const {
-    std::lock_guard locker(m_lock);
-    return m_sourceFilename;
+    return locked(m_lock, m_sourceFilename);
 }
 
 QString ZKCopyTask::destinationDirectory() const {
-    std::lock_guard locker(m_lock);
-    return m_destinationFilename;
+    return locked(m_lock, m_destinationFilename);
 }
 
 QString ZKCopyTask::description() const {
-    std::lock_guard locker(m_lock);
-    return m_description;
+    return locked(m_lock, m_description);
 }
 
 QString ZKCopyTask::detail() const {
-    std::lock_guard locker(m_lock);
-    return m_detail;
+    return locked(m_lock, m_detail);
 }
 
 void ZKCopyTask::setDetail(const QString &detail) {
@@ -823,8 +846,7 @@ bool ZKCopyTask::isResumable() const {
 }
 
 QSet<QUrl> ZKCopyTask::skippedUrls() const {
-    std::lock_guard locker(m_lock);
-    return m_skippedUrls;
+    return locked(m_lock, m_skippedUrls);
 }
 
 void ZKCopyTask::setSkippedUrls(const QSet<QUrl> &urls) {
@@ -836,8 +858,7 @@ void ZKCopyTask::setSkippedUrls(const QSet<QUrl> &urls) {
 }
 
 QSet<QUrl> ZKCopyTask::replacedUrls() const {
-    std::lock_guard locker(m_lock);
-    return m_replacedUrls;
+    return locked(m_lock, m_replacedUrls);
 }
 
 void ZKCopyTask::setReplacedUrls(const QSet<QUrl> &urls) {
@@ -850,8 +871,7 @@ void ZKCopyTask::setReplacedUrls(const QSet<QUrl> &urls) {
 
 #define ZK_HANDLER_ACCESSORS(Getter, Setter, field)                                                \
     ZKFileHandler ZKCopyTask::Getter() const {                                                     \
-        std::lock_guard locker(m_lock);                                                            \
-        return field;                                                                              \
+        return locked(m_lock, field);                                                              \
     }                                                                                              \
     void ZKCopyTask::Setter(ZKFileHandler handler) {                                               \
         std::lock_guard locker(m_lock);                                                            \
@@ -867,8 +887,7 @@ ZK_HANDLER_ACCESSORS(preExistingDestinationHandler, setPreExistingDestinationHan
 #undef ZK_HANDLER_ACCESSORS
 
 ZKOptionalError ZKCopyTask::error() const {
-    std::lock_guard locker(m_lock);
-    return m_error;
+    return locked(m_lock, m_error);
 }
 
 void ZKCopyTask::setMinimumTimeBetweenNotifications(double seconds) {

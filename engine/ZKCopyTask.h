@@ -132,6 +132,7 @@ private:
     void cancelAndWait();
     void configure(ZKFileOperation &operation) const;
 
+    void refreshSourceName();
     void refreshIsIndeterminate();
     void refreshTimeRemaining();
     void refreshPercentCompleted();

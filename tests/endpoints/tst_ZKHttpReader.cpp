@@ -427,6 +427,8 @@ private Q_SLOTS:
         QVERIFY2(task->state() == S::Completed, qUtf8Printable(errorText(task->error())));
         QCOMPARE(QDir(out).entryList(QDir::Files | QDir::Hidden), QStringList{landed});
         QCOMPARE(ZKTestSupport::readFile(QDir(out).filePath(landed)), content);
+        // The row names the file the server named, not the address.
+        QCOMPARE(task->filename(), landed);
         // Nothing anywhere else.
         QDirIterator all(m_dir->path(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
         int files = 0;
