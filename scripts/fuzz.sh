@@ -5,7 +5,7 @@
 # Builds the libFuzzer targets of fuzz/ with clang into build-fuzz/ and runs
 # one of them for a number of seconds.
 #
-#   scripts/fuzz.sh [TARGET [SECONDS]]     TARGET: ftp_listing or ftp_reply
+#   scripts/fuzz.sh [TARGET [SECONDS]]     TARGET: ftp_listing, ftp_reply or queue_loader
 #   scripts/fuzz.sh --build-only
 #
 # The corpus grows in build-fuzz/corpus/TARGET, seeded from fuzz/corpus/TARGET;
@@ -17,9 +17,14 @@ target=${1:-ftp_listing}
 seconds=${2:-60}
 build=build-fuzz
 
-if ! command -v clang++ >/dev/null; then
-  echo "fuzz.sh: clang++ is needed (apt-get install clang)" >&2
-  exit 2
+# Only fuzzing needs clang and its libFuzzer runtime; the normal build does not.
+if ! command -v clang++ >/dev/null || ! dpkg -s libclang-rt-14-dev >/dev/null 2>&1; then
+  if [ "$(id -u)" -eq 0 ]; then
+    DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends clang libclang-rt-14-dev
+  else
+    echo "fuzz.sh: clang and libclang-rt-14-dev are needed (apt-get install clang libclang-rt-14-dev)" >&2
+    exit 2
+  fi
 fi
 
 cmake -S fuzz -B "$build" -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
@@ -27,9 +32,9 @@ cmake --build "$build" -j"$(nproc)"
 [ "$target" = "--build-only" ] && exit 0
 
 case "$target" in
-  ftp_listing | ftp_reply) ;;
+  ftp_listing | ftp_reply | queue_loader) ;;
   *)
-    echo "fuzz.sh: unknown target '$target' (ftp_listing or ftp_reply)" >&2
+    echo "fuzz.sh: unknown target '$target' (ftp_listing, ftp_reply or queue_loader)" >&2
     exit 2
     ;;
 esac
