@@ -121,6 +121,18 @@ if [[ ${BENCH_QUICK:-0} != 1 ]]; then
             "$limit" "$rate" "$(awk -v r="$rate" -v l="$limit" 'BEGIN { print (r - l) * 100 / l }')"
     done
 
+    # Memory of the walk must not grow with the tree: 10,000 and then
+    # 100,000 empty files.
+    for count in 10000 100000; do
+        rm -rf "$DATA/walk"
+        "$DRIVER" tree "$DATA/walk" "$count" 0
+        line=$("$DRIVER" walk "$DATA/walk")
+        printf '%-26s peak RSS %s MiB (%s)\n' "walk $count entries" \
+            "$(( $(sed -n 's/.*maxrss_kib=\([0-9]*\).*/\1/p' <<<"$line") / 1024 ))" \
+            "$(sed -n 's/.*\(elapsed=[0-9.]*\).*/\1 s/p' <<<"$line")"
+    done
+    rm -rf "$DATA/walk"
+
     rm -rf "$DATA/out" "$DATA/big.bin"
     mkdir -p "$DATA/out"
     truncate -s 4G "$DATA/sparse.bin"

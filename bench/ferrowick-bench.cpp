@@ -7,6 +7,7 @@
 //   ferrowick-bench copy SOURCE DESTDIR [--limit BYTES_PER_SECOND] [--seconds N]
 //   ferrowick-bench verify SOURCE DESTDIR
 //   ferrowick-bench tree DIR COUNT SIZE
+//   ferrowick-bench walk DIR
 
 #include "ZKCopyOperation.h"
 #include "ZKFileSystemReader.h"
@@ -34,7 +35,8 @@ int usage() {
     std::fputs("usage: ferrowick-bench copy SOURCE DESTDIR [--limit BYTES_PER_SECOND] "
                "[--seconds N]\n"
                "       ferrowick-bench verify SOURCE DESTDIR\n"
-               "       ferrowick-bench tree DIR COUNT SIZE\n",
+               "       ferrowick-bench tree DIR COUNT SIZE\n"
+               "       ferrowick-bench walk DIR\n",
                stderr);
     return 2;
 }
@@ -63,6 +65,27 @@ int makeTree(const QString &root, int count, int size) {
     return 0;
 }
 
+// Every entry below DIR through the reader's walk, as the analysis sees them.
+int walk(const QString &root) {
+    const auto reader =
+        ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(QFileInfo(root).absoluteFilePath()));
+    if (!reader->open()) {
+        return 1;
+    }
+    quint64 entries = 0;
+    const auto started = std::chrono::steady_clock::now();
+    reader->enumerateFileInfoWithBlock([&entries](const ZKFileInfo &) {
+        ++entries;
+        return ZKEnumerationResultContinue;
+    });
+    const double elapsed =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    reader->close();
+    std::printf("elapsed=%.3f entries=%llu maxrss_kib=%ld\n", elapsed,
+                static_cast<unsigned long long>(entries), peakResidentKiB());
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
@@ -70,6 +93,9 @@ int main(int argc, char **argv) {
     const QStringList args = app.arguments().mid(1);
     if (args.size() == 4 && args.at(0) == "tree") {
         return makeTree(args.at(1), args.at(2).toInt(), args.at(3).toInt());
+    }
+    if (args.size() == 2 && args.at(0) == "walk") {
+        return walk(args.at(1));
     }
     if (args.size() < 3 || (args.at(0) != "copy" && args.at(0) != "verify")) {
         return usage();
