@@ -49,15 +49,16 @@ QString absolute(const QString &path) {
 
 // An FTP address that names a user gets the password given on stdin; one
 // without a user logs in anonymously. Without --password-stdin the password
-// store is asked when the connection is made.
+// store is asked when the connection is made. Empty: no password applies.
+QString userGettingPassword(const QString &path, const std::optional<QString> &password) {
+    return password && ZKReaderFactory::isFtpPath(path) ? QUrl(path).userName(QUrl::FullyDecoded)
+                                                        : QString();
+}
+
 ZKReaderPtr readerFor(const QString &path, const std::optional<QString> &password) {
-    if (password && ZKReaderFactory::isFtpPath(path)) {
-        const QString user = QUrl(path).userName(QUrl::FullyDecoded);
-        if (!user.isEmpty()) {
-            return ZKReaderFactory::readerWithPath(path, user, *password);
-        }
-    }
-    return ZKReaderFactory::readerWithPath(path);
+    const QString user = userGettingPassword(path, password);
+    return user.isEmpty() ? ZKReaderFactory::readerWithPath(path)
+                          : ZKReaderFactory::readerWithPath(path, user, *password);
 }
 
 ZKWriterPtr destinationFor(const QString &text, const std::optional<QString> &password,
@@ -70,12 +71,9 @@ ZKWriterPtr destinationFor(const QString &text, const std::optional<QString> &pa
     // A folder address is taken as one, and made when missing, as a local
     // folder is; anything else must show what it is first.
     if (ZKReaderFactory::isFtpPath(path) && path.endsWith(QLatin1Char('/'))) {
-        const QUrl url(path);
-        const QString user = url.userName(QUrl::FullyDecoded);
-        if (password && !user.isEmpty()) {
-            return ZKFtpWriter::writerWithDirectoryUrl(url, user, *password);
-        }
-        return ZKFtpWriter::writerWithDirectoryUrl(url);
+        const QString user = userGettingPassword(path, password);
+        return user.isEmpty() ? ZKFtpWriter::writerWithDirectoryUrl(QUrl(path))
+                              : ZKFtpWriter::writerWithDirectoryUrl(QUrl(path), user, *password);
     }
     const auto reader = readerFor(path, password);
     if (reader && reader->open()) {
