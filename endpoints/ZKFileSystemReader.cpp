@@ -84,8 +84,15 @@ QByteArray parentOf(const QByteArray &path) {
     return slash <= 0 ? QByteArray("/") : path.left(slash);
 }
 
+// In UTC: a date in local time consults the time zone files at every use,
+// twice for every file of a copy.
 QDateTime dateFrom(const statx_timestamp &time) {
-    return QDateTime::fromMSecsSinceEpoch(qint64(time.tv_sec) * 1000 + time.tv_nsec / 1000000);
+    return QDateTime::fromMSecsSinceEpoch(qint64(time.tv_sec) * 1000 + time.tv_nsec / 1000000,
+                                          Qt::UTC);
+}
+
+std::shared_ptr<ZKFileSystemReader> childReader(const QUrl &url) {
+    return std::make_shared<ZKFileSystemReader>(url, ZKFileSystemReader::DeferredBookmark);
 }
 
 // A walk that keeps only the folders on the way down open, so that its memory
@@ -230,6 +237,11 @@ ZKFileSystemReader::ZKFileSystemReader(const QUrl &url) {
     }
 }
 
+ZKFileSystemReader::ZKFileSystemReader(const QUrl &url, Deferred)
+    : m_bookmarkDeferred(true) {
+    setUrlAndFilename(url);
+}
+
 ZKFileSystemReader::ZKFileSystemReader(const QVariantMap &propertyList) {
     const QString path = propertyList.value(pathKey).toString();
     setUrlAndFilename(path.isEmpty() ? QUrl() : QUrl::fromLocalFile(path));
@@ -250,8 +262,10 @@ QVariantMap ZKFileSystemReader::asPropertyList() const {
     QVariantMap propertyList;
     propertyList.insert(typeKey, QStringLiteral("FileSystemReader"));
     propertyList.insert(pathKey, m_url.toLocalFile());
-    if (!m_bookmark.isEmpty()) {
-        propertyList.insert(bookmarkKey, m_bookmark);
+    const QByteArray bookmark =
+        m_bookmarkDeferred ? ZKBookmark::create(m_url.toLocalFile()) : m_bookmark;
+    if (!bookmark.isEmpty()) {
+        propertyList.insert(bookmarkKey, bookmark);
     }
     return propertyList;
 }
@@ -413,7 +427,7 @@ bool ZKFileSystemReader::open() {
                                .arg(path, QStringLiteral("it is not a regular file"))));
         return false;
     }
-    ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
+    // O_NONBLOCK stays: it changes nothing for a regular file.
     m_fd = fd;
     m_offset = 0;
     // The size of the file actually opened: what hasMoreData measures against.
@@ -533,7 +547,7 @@ ZKFileSystemReader::enumerateContentsOfDirectoryWithBlock(const ReaderBlock &blo
                                    << m_url.toLocalFile() << name.toPercentEncoding("/");
             continue;
         }
-        result = block(readerWithUrl(urlForPath(joinPath(path, name))));
+        result = block(childReader(urlForPath(joinPath(path, name))));
         if (result == ZKEnumerationResultStop) {
             break;
         }
@@ -736,8 +750,7 @@ std::shared_ptr<ZKReader> ZKFileSystemReader::childWithName(const QString &name)
         return shared_from_this();
     }
     const QByteArray path = joinPath(encodedPath(), QFile::encodeName(name));
-    auto child = readerWithUrl(urlForPath(path));
-    return child;
+    return childReader(urlForPath(path));
 }
 
 std::shared_ptr<ZKWriter> ZKFileSystemReader::asWriter() {

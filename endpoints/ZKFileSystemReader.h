@@ -22,6 +22,10 @@ public:
 
     // Construct through std::make_shared: enumerations hand out shared_from_this.
     explicit ZKFileSystemReader(const QUrl &url);
+    // The items of a walk are made by the thousand, opened at once and
+    // almost never saved: their bookmark is made only if one is saved.
+    enum Deferred { DeferredBookmark };
+    ZKFileSystemReader(const QUrl &url, Deferred);
     // Restores the saved form; makes no new bookmark.
     explicit ZKFileSystemReader(const QVariantMap &propertyList);
     ~ZKFileSystemReader() override;
@@ -90,6 +94,7 @@ private:
     QUrl m_url;
     QString m_filename;
     QByteArray m_bookmark;
+    bool m_bookmarkDeferred = false;
     QUrl m_bookmarkUrl;
     bool m_startedAccessing = false;
 

@@ -243,7 +243,8 @@ void ZKFileSystemWriter::releaseBookmark() {
 
 void ZKFileSystemWriter::closeHandle() {
     if (m_fd >= 0) {
-        ::flock(m_fd, LOCK_UN);
+        // The lock belongs to this descriptor alone (never duplicated), so
+        // closing it is what releases the lock.
         ::close(m_fd);
         m_fd = -1;
     }
@@ -315,7 +316,8 @@ bool ZKFileSystemWriter::open() {
         setError(createError(QStringLiteral("Unable to open '%1': %2.").arg(shownPath, reason)));
         return false;
     }
-    ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
+    // O_NONBLOCK stays: it changes nothing for a regular file, and clearing
+    // it costs two calls for every file of a copy.
     m_fd = fd;
 
     // flock locks the open file description, so a second writer in this very
@@ -333,7 +335,8 @@ bool ZKFileSystemWriter::open() {
                                                 .arg(number);
     }
 
-    const off_t end = ::lseek(fd, 0, SEEK_END);
+    // A file this call made is empty; one that existed is continued at its end.
+    const off_t end = exists ? ::lseek(fd, 0, SEEK_END) : 0;
     if (end < 0) {
         const int number = errno;
         closeHandle();
