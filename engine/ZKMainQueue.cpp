@@ -2,11 +2,63 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKMainQueue.h"
 
+#include "ZKThreadSanitizer.h"
+
 #include <QCoreApplication>
+#include <QEvent>
 #include <QThread>
 #include <QTimer>
 
 #include <cmath>
+#include <condition_variable>
+#include <mutex>
+
+namespace {
+
+// A call travels as an event that owns it, so that everything the posting
+// thread built is handed over together with it. The event is a MetaCall: the
+// waits that keep serving the worker's calls to the main thread
+// (sendPostedEvents for MetaCall) serve these too.
+class CallEvent : public QEvent {
+public:
+    explicit CallEvent(std::function<void()> fn)
+        : QEvent(QEvent::MetaCall)
+        , m_fn(std::move(fn)) {
+        ZKThreadSanitizer::release(this);
+    }
+
+    void run() {
+        ZKThreadSanitizer::acquire(this);
+        std::exchange(m_fn, nullptr)();
+    }
+
+private:
+    std::function<void()> m_fn;
+};
+
+class CallReceiver : public QObject {
+public:
+    bool event(QEvent *event) override {
+        if (event->type() != QEvent::MetaCall) {
+            return QObject::event(event);
+        }
+        static_cast<CallEvent *>(event)->run();
+        return true;
+    }
+};
+
+// Made on first use and moved to the main thread; it lives as long as the
+// process, since a late call may still be on its way when the application ends.
+QObject *receiver(QCoreApplication *app) {
+    static QObject *const object = [app] {
+        auto *made = new CallReceiver;
+        made->moveToThread(app->thread());
+        return made;
+    }();
+    return object;
+}
+
+} // namespace
 
 bool ZKMainQueue::isMainThread() {
     const auto *app = QCoreApplication::instance();
@@ -18,7 +70,7 @@ void ZKMainQueue::async(std::function<void()> fn) {
     if (!app) {
         return;
     }
-    QMetaObject::invokeMethod(app, std::move(fn), Qt::QueuedConnection);
+    QCoreApplication::postEvent(receiver(app), new CallEvent(std::move(fn)));
 }
 
 void ZKMainQueue::asyncAfter(double seconds, std::function<void()> fn) {
@@ -34,5 +86,32 @@ void ZKMainQueue::sync(const std::function<void()> &fn) {
         fn();
         return;
     }
-    QMetaObject::invokeMethod(app, fn, Qt::BlockingQueuedConnection);
+    // The event may outlive this call only when the application drops it
+    // undelivered; its end then counts as done, so this wait always ends.
+    struct Rendezvous {
+        std::mutex lock;
+        std::condition_variable changed;
+        bool done = false;
+    };
+    class Done {
+    public:
+        explicit Done(std::shared_ptr<Rendezvous> rendezvous)
+            : m_rendezvous(std::move(rendezvous)) {}
+        Done(const Done &) = delete;
+        Done &operator=(const Done &) = delete;
+        ~Done() {
+            std::lock_guard locker(m_rendezvous->lock);
+            m_rendezvous->done = true;
+            m_rendezvous->changed.notify_all();
+        }
+
+    private:
+        std::shared_ptr<Rendezvous> m_rendezvous;
+    };
+    auto rendezvous = std::make_shared<Rendezvous>();
+    auto done = std::make_shared<Done>(rendezvous);
+    async([&fn, done] { fn(); });
+    done.reset();
+    std::unique_lock locker(rendezvous->lock);
+    rendezvous->changed.wait(locker, [&] { return rendezvous->done; });
 }

@@ -3,6 +3,7 @@
 #include "ZKOperationQueue.h"
 
 #include "ZKMainQueue.h"
+#include "ZKThreadSanitizer.h"
 
 #include <QCoreApplication>
 #include <QEvent>
@@ -13,7 +14,10 @@
 ZKOperationQueue::ZKOperationQueue() {
     // A QThread rather than a bare thread: an operation may run a QEventLoop
     // (network replies), which needs the thread's event dispatcher.
-    m_thread = QThread::create([this] { run(); });
+    m_thread = QThread::create([this] {
+        run();
+        ZKThreadSanitizer::release(this);
+    });
     m_thread->setObjectName(QStringLiteral("ZKOperationQueue"));
     m_thread->start();
 }
@@ -30,6 +34,7 @@ ZKOperationQueue::~ZKOperationQueue() {
             QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
         }
     }
+    ZKThreadSanitizer::acquire(this);
     delete m_thread;
 }
 
