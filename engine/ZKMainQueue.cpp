@@ -15,6 +15,9 @@
 
 namespace {
 
+// Marks the hand-over of each call for ThreadSanitizer (see ZKThreadSanitizer.h).
+const char posted = 0;
+
 // A call travels as an event that owns it, so that everything the posting
 // thread built is handed over together with it. The event is a MetaCall: the
 // waits that keep serving the worker's calls to the main thread
@@ -24,11 +27,10 @@ public:
     explicit CallEvent(std::function<void()> fn)
         : QEvent(QEvent::MetaCall)
         , m_fn(std::move(fn)) {
-        ZKThreadSanitizer::release(this);
+        ZKThreadSanitizer::release(&posted);
     }
 
     void run() {
-        ZKThreadSanitizer::acquire(this);
         std::exchange(m_fn, nullptr)();
     }
 
@@ -39,6 +41,7 @@ private:
 class CallReceiver : public QObject {
 public:
     bool event(QEvent *event) override {
+        ZKThreadSanitizer::acquire(&posted);
         if (event->type() != QEvent::MetaCall) {
             return QObject::event(event);
         }

@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QMutex>
 #include <QObject>
 #include <QString>
 #include <QVariantMap>
+#include <mutex>
 
 #include <functional>
 #include <memory>
@@ -47,7 +47,7 @@ private:
         std::shared_ptr<const Callback> callback;
     };
 
-    QMutex m_lock;
+    std::mutex m_lock;
     std::vector<Observer> m_observers;
     quint64 m_nextToken = 1;
 };

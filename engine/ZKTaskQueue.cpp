@@ -25,7 +25,7 @@ void ZKTaskQueue::insertTask(const ZKTaskPtr &task, qsizetype index) {
         return;
     }
     {
-        QWriteLocker locker(&m_lock);
+        std::unique_lock locker(m_lock);
         m_tasks.insert(std::clamp<qsizetype>(index, 0, m_tasks.size()), task);
     }
     Q_EMIT tasksChanged();
@@ -33,7 +33,7 @@ void ZKTaskQueue::insertTask(const ZKTaskPtr &task, qsizetype index) {
 
 void ZKTaskQueue::insertTasks(const QList<ZKTaskPtr> &tasks, ZKIndexList indexes) {
     {
-        QWriteLocker locker(&m_lock);
+        std::unique_lock locker(m_lock);
         if (!indexes.isEmpty() && indexes.first() > m_tasks.size()) {
             const auto size = indexes.size();
             indexes.clear();
@@ -53,7 +53,7 @@ void ZKTaskQueue::insertTasks(const QList<ZKTaskPtr> &tasks, ZKIndexList indexes
 
 void ZKTaskQueue::removeTasksAtIndexes(const ZKIndexList &indexes) {
     {
-        QWriteLocker locker(&m_lock);
+        std::unique_lock locker(m_lock);
         for (auto index : indexes) {
             if (index >= 0 && index < m_tasks.size()) {
                 m_removedTasks.append(m_tasks[index]);
@@ -70,7 +70,7 @@ void ZKTaskQueue::removeTasksAtIndexes(const ZKIndexList &indexes) {
 
 void ZKTaskQueue::removeAll() {
     {
-        QWriteLocker locker(&m_lock);
+        std::unique_lock locker(m_lock);
         m_removedTasks.append(m_tasks);
         m_tasks.clear();
     }
@@ -95,7 +95,7 @@ void ZKTaskQueue::sortWithDescriptor(const QString &key, bool ascending,
     {
         // Property values are read under the lock: they are plain getters of
         // values the main thread sets, never a wait.
-        QWriteLocker locker(&m_lock);
+        std::unique_lock locker(m_lock);
         std::stable_sort(m_tasks.begin(), m_tasks.end(),
                          [&](const ZKTaskPtr &a, const ZKTaskPtr &b) {
                              const int result = order(a, b);
@@ -108,7 +108,7 @@ void ZKTaskQueue::sortWithDescriptor(const QString &key, bool ascending,
 void ZKTaskQueue::removeTask(const ZKTaskPtr &task) {
     bool removed = false;
     {
-        QWriteLocker locker(&m_lock);
+        std::unique_lock locker(m_lock);
         const auto index = m_tasks.indexOf(task);
         if (index >= 0) {
             m_removedTasks.append(m_tasks.takeAt(index));
@@ -121,27 +121,27 @@ void ZKTaskQueue::removeTask(const ZKTaskPtr &task) {
 }
 
 QList<ZKTaskPtr> ZKTaskQueue::tasks() const {
-    QReadLocker locker(&m_lock);
+    std::shared_lock locker(m_lock);
     return m_tasks;
 }
 
 ZKTaskPtr ZKTaskQueue::taskAtIndex(qsizetype index) const {
-    QReadLocker locker(&m_lock);
+    std::shared_lock locker(m_lock);
     return index >= 0 && index < m_tasks.size() ? m_tasks[index] : nullptr;
 }
 
 qsizetype ZKTaskQueue::indexOfTask(const ZKTaskPtr &task) const {
-    QReadLocker locker(&m_lock);
+    std::shared_lock locker(m_lock);
     return m_tasks.indexOf(task);
 }
 
 qsizetype ZKTaskQueue::count() const {
-    QReadLocker locker(&m_lock);
+    std::shared_lock locker(m_lock);
     return m_tasks.size();
 }
 
 ZKIndexList ZKTaskQueue::indexesWhere(const std::function<bool(const ZKTask &)> &predicate) const {
-    QReadLocker locker(&m_lock);
+    std::shared_lock locker(m_lock);
     ZKIndexList indexes;
     for (qsizetype i = 0; i < m_tasks.size(); ++i) {
         if (predicate(*m_tasks[i])) {
@@ -152,14 +152,14 @@ ZKIndexList ZKTaskQueue::indexesWhere(const std::function<bool(const ZKTask &)> 
 }
 
 ZKTaskPtr ZKTaskQueue::firstWhere(const std::function<bool(const ZKTask &)> &predicate) const {
-    QReadLocker locker(&m_lock);
+    std::shared_lock locker(m_lock);
     const auto it = std::find_if(m_tasks.cbegin(), m_tasks.cend(),
                                  [&](const ZKTaskPtr &task) { return predicate(*task); });
     return it == m_tasks.cend() ? nullptr : *it;
 }
 
 QList<ZKTaskPtr> ZKTaskQueue::snapshot(const ZKIndexList &indexes) const {
-    QReadLocker locker(&m_lock);
+    std::shared_lock locker(m_lock);
     QList<ZKTaskPtr> result;
     for (auto index : indexes) {
         if (index >= 0 && index < m_tasks.size()) {
@@ -186,7 +186,7 @@ qsizetype ZKTaskQueue::failedCount() const {
 }
 
 quint64 ZKTaskQueue::progressBytes() const {
-    QReadLocker locker(&m_lock);
+    std::shared_lock locker(m_lock);
     quint64 sum = 0;
     for (const auto &task : m_tasks) {
         sum += task->progressBytes();
@@ -195,7 +195,7 @@ quint64 ZKTaskQueue::progressBytes() const {
 }
 
 quint64 ZKTaskQueue::totalBytes() const {
-    QReadLocker locker(&m_lock);
+    std::shared_lock locker(m_lock);
     quint64 sum = 0;
     for (const auto &task : m_tasks) {
         sum += task->totalBytes();
@@ -204,7 +204,7 @@ quint64 ZKTaskQueue::totalBytes() const {
 }
 
 quint64 ZKTaskQueue::remainingBytes() const {
-    QReadLocker locker(&m_lock);
+    std::shared_lock locker(m_lock);
     quint64 progress = 0;
     quint64 total = 0;
     for (const auto &task : m_tasks) {
@@ -269,7 +269,7 @@ void ZKTaskQueue::resetAll() {
 void ZKTaskQueue::flushRemovedTasks() {
     QList<ZKTaskPtr> removed;
     {
-        QWriteLocker locker(&m_lock);
+        std::unique_lock locker(m_lock);
         removed.swap(m_removedTasks);
     }
     // The tasks are let go here, outside the lock: a task pauses itself when
@@ -351,7 +351,7 @@ QString ZKTaskQueue::description() const {
     qint64 failed = 0;
     double time = 0;
     {
-        QReadLocker locker(&m_lock);
+        std::shared_lock locker(m_lock);
         for (const auto &task : m_tasks) {
             const auto state = task->state();
             ++total;
@@ -381,6 +381,6 @@ QString ZKTaskQueue::description() const {
 void ZKTaskQueue::waitForOperationsToComplete() {
     // Every change above completes before its call returns, so taking the
     // lock exclusively once is the barrier.
-    QWriteLocker locker(&m_lock);
+    std::unique_lock locker(m_lock);
     qCInfo(lcEngine) << "TaskQueue operations complete.";
 }

@@ -6,8 +6,8 @@
 
 #include <QList>
 #include <QObject>
-#include <QReadWriteLock>
 #include <QVariantList>
+#include <shared_mutex>
 
 #include <memory>
 
@@ -81,7 +81,7 @@ private:
     QList<ZKTaskPtr> snapshot(const ZKIndexList &indexes) const;
     static void detach(ZKTask &task, QObject *observer);
 
-    mutable QReadWriteLock m_lock;
+    mutable std::shared_mutex m_lock;
     QList<ZKTaskPtr> m_tasks;
     QList<ZKTaskPtr> m_removedTasks;
 };

@@ -3,10 +3,10 @@
 #pragma once
 
 #include <QDateTime>
-#include <QMutex>
 #include <QObject>
 #include <QString>
 #include <QVariant>
+#include <mutex>
 
 #include <memory>
 
@@ -78,5 +78,5 @@ private:
     // Makes "write when absent" atomic against other writers. Readers go
     // without it: each call has its own QSettings, and Qt serialises access
     // to the shared file.
-    QMutex m_mutex;
+    std::mutex m_mutex;
 };

@@ -5,7 +5,7 @@
 #include "ZKLogging.h"
 
 #include <QHash>
-#include <QMutex>
+#include <mutex>
 
 #include <libsecret/secret.h>
 
@@ -13,7 +13,7 @@ namespace {
 
 // The session's stand-in for a password store that did not answer.
 struct MemoryStore {
-    QMutex lock;
+    std::mutex lock;
     QHash<QString, QString> passwords;
 };
 
@@ -102,7 +102,7 @@ bool ZKKeyChain::storePassword(const QString &host, const QString &username,
                               "memory for this session only")
                    .arg(username, host);
         MemoryStore &store = memoryStore();
-        QMutexLocker locker(&store.lock);
+        std::unique_lock locker(store.lock);
         store.passwords.insert(key, password.value_or(QString()));
         return true;
     }
@@ -139,7 +139,7 @@ std::optional<QString> ZKKeyChain::retrievePassword(const QString &host, const Q
         return password;
     }
     MemoryStore &store = memoryStore();
-    QMutexLocker locker(&store.lock);
+    std::unique_lock locker(store.lock);
     const auto kept = store.passwords.constFind(memoryKey(host, username, protocol));
     if (kept != store.passwords.constEnd()) {
         return kept.value();
@@ -152,7 +152,7 @@ bool ZKKeyChain::deletePassword(const QString &host, const QString &username,
     bool removedFromMemory = false;
     {
         MemoryStore &store = memoryStore();
-        QMutexLocker locker(&store.lock);
+        std::unique_lock locker(store.lock);
         removedFromMemory = store.passwords.remove(memoryKey(host, username, protocol)) > 0;
     }
     bool failed = false;

@@ -3,9 +3,10 @@
 #include "ZKMainQueue.h"
 #include "ZKOperationQueue.h"
 
-#include <QSemaphore>
 #include <QTest>
 #include <QThread>
+#include <chrono>
+#include <semaphore>
 
 #include <atomic>
 #include <mutex>
@@ -72,7 +73,7 @@ void TestZKOperationQueue::runsInOrderOnOneWorker() {
 
 void TestZKOperationQueue::cancelStopsRunningAndSkipsQueued() {
     ZKOperationQueue queue;
-    QSemaphore started;
+    std::counting_semaphore<> started{0};
     std::atomic<bool> secondRan{false};
     std::atomic<bool> secondCompleted{false};
     auto first = makeOperation([&](LambdaOperation &self) {
@@ -85,7 +86,7 @@ void TestZKOperationQueue::cancelStopsRunningAndSkipsQueued() {
     second->setCompletionBlock([&] { secondCompleted = true; });
     queue.addOperation(first);
     queue.addOperation(second);
-    QVERIFY(started.tryAcquire(1, 10000));
+    QVERIFY(started.try_acquire_for(std::chrono::seconds(10)));
     QVERIFY(!queue.waitUntilAllOperationsAreFinished(50)); // a wait may give up
     QCOMPARE(queue.operationCount(), 2);
     queue.cancelAllOperations();

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKScriptedHttpServer.h"
 
+#include <QEventLoop>
 #include <QHostAddress>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -71,31 +72,38 @@ void answerAsFile(const QByteArray &request, ZKScriptedHttpServer::Response &res
 ZKScriptedHttpServer::ZKScriptedHttpServer() = default;
 
 ZKScriptedHttpServer::~ZKScriptedHttpServer() {
-    if (m_context) {
-        QMetaObject::invokeMethod(
-            m_context, [this] { qDeleteAll(m_context->children()); }, Qt::BlockingQueuedConnection);
-        m_thread.quit();
-        m_thread.wait();
-        delete m_context;
+    if (m_thread) {
+        m_thread->quit(); // ends the loop in serve(), even one not yet entered
+        m_thread->wait();
+        delete m_thread;
     }
 }
 
 bool ZKScriptedHttpServer::start() {
-    m_context = new QObject;
-    m_context->moveToThread(&m_thread);
-    m_thread.setObjectName(QStringLiteral("scripted web server"));
-    m_thread.start();
-    bool listening = false;
-    QMetaObject::invokeMethod(
-        m_context,
-        [this, &listening] {
-            auto *server = new QTcpServer(m_context);
-            listening = server->listen(QHostAddress::LocalHost, 0);
-            m_port = server->serverPort();
-            QObject::connect(server, &QTcpServer::newConnection, server, [this] { accept(); });
-        },
-        Qt::BlockingQueuedConnection);
-    return listening;
+    m_thread = QThread::create([this] { serve(); });
+    m_thread->setObjectName(QStringLiteral("scripted web server"));
+    m_thread->start();
+    std::unique_lock locker(m_lock);
+    m_started.wait(locker, [this] { return m_startDecided; });
+    return m_port != 0;
+}
+
+// The server, its connections and their timers all live and die on the
+// server's thread; the test thread only meets it under m_lock.
+void ZKScriptedHttpServer::serve() {
+    QTcpServer server;
+    const bool listening = server.listen(QHostAddress::LocalHost, 0);
+    QObject::connect(&server, &QTcpServer::newConnection, &server,
+                     [this, &server] { accept(server); });
+    {
+        std::lock_guard locker(m_lock);
+        m_port = listening ? server.serverPort() : 0;
+        m_startDecided = true;
+    }
+    m_started.notify_all();
+    if (listening) {
+        QEventLoop().exec();
+    }
 }
 
 void ZKScriptedHttpServer::setResponse(const QString &path, const Response &response) {
@@ -104,6 +112,7 @@ void ZKScriptedHttpServer::setResponse(const QString &path, const Response &resp
 }
 
 QUrl ZKScriptedHttpServer::url(const QString &path) const {
+    std::lock_guard locker(m_lock);
     return QUrl(QStringLiteral("http://127.0.0.1:%1%2").arg(m_port).arg(path));
 }
 
@@ -146,9 +155,8 @@ ZKScriptedHttpServer::Response ZKScriptedHttpServer::responseFor(const QByteArra
 }
 
 // Runs on the server's thread.
-void ZKScriptedHttpServer::accept() {
-    auto *server = qobject_cast<QTcpServer *>(m_context->children().value(0));
-    while (QTcpSocket *socket = server ? server->nextPendingConnection() : nullptr) {
+void ZKScriptedHttpServer::accept(QTcpServer &server) {
+    while (QTcpSocket *socket = server.nextPendingConnection()) {
         auto connection = std::make_shared<Connection>();
         QObject::connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
 

@@ -9,9 +9,10 @@
 #include <QThread>
 #include <QUrl>
 
+#include <condition_variable>
 #include <mutex>
 
-class QObject;
+class QTcpServer;
 
 // A web server on 127.0.0.1 that answers each path exactly as a test
 // scripts it, including the ways real servers misbehave: going silent,
@@ -59,14 +60,16 @@ public:
     void clearRequests();
 
 private:
-    void accept();
+    void serve();
+    void accept(QTcpServer &server);
     Response responseFor(const QByteArray &path) const;
     void recordRequest(const QByteArray &head);
 
-    QThread m_thread;
-    QObject *m_context = nullptr;
-    quint16 m_port = 0;
+    QThread *m_thread = nullptr;
     mutable std::mutex m_lock;
+    std::condition_variable m_started;
+    bool m_startDecided = false;
+    quint16 m_port = 0;
     QHash<QByteArray, Response> m_responses;
     QByteArrayList m_requests;
 };
