@@ -27,7 +27,11 @@ test: build
 test-asan:
 	$(MAKE) test BUILD=build-asan CMAKE_FLAGS="-DFERROWICK_SANITIZE=address"
 
+# The tests start servers and helper processes, which TSan would otherwise
+# refuse to let a threaded process fork; Qt itself is not instrumented, so
+# what it synchronises internally is listed in scripts/tsan.supp.
 test-tsan:
+	TSAN_OPTIONS="die_after_fork=0 second_deadlock_stack=1 suppressions=$(CURDIR)/scripts/tsan.supp" \
 	$(MAKE) test BUILD=build-tsan CMAKE_FLAGS="-DFERROWICK_SANITIZE=thread"
 
 bench: build
