@@ -52,7 +52,10 @@ else
 fi
 SERVER_PID=
 cleanup() {
-    [[ -n $SERVER_PID ]] && kill "$SERVER_PID" 2>/dev/null && wait "$SERVER_PID" 2>/dev/null
+    if [[ -n $SERVER_PID ]]; then
+        kill "$SERVER_PID" 2>/dev/null
+        wait "$SERVER_PID" 2>/dev/null || true # a stopped server is no failure
+    fi
     rm -rf "$DATA"
 }
 trap cleanup EXIT
