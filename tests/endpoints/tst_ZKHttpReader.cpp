@@ -190,8 +190,14 @@ private Q_SLOTS:
         QCOMPARE(http->filename(), QUrl(served).fileName());
         QTEST(readAll(*http), "expected");
         QVERIFY2(!http->error(), qUtf8Printable(errorText(http->error())));
-        QCOMPARE(m_server.rangesRequestedFor(served),
-                 QByteArrayList{"bytes=" + QByteArray::number(offset) + '-'});
+        // Qt sends a request again by itself when it notices the server's
+        // close before the answer (a race on a slow machine), so the count
+        // may be two; each must ask for the same range.
+        const QByteArrayList ranges = m_server.rangesRequestedFor(served);
+        QVERIFY(!ranges.isEmpty());
+        for (const QByteArray &range : ranges) {
+            QCOMPARE(range, "bytes=" + QByteArray::number(offset) + '-');
+        }
         // Nothing left over spoils the next request.
         auto next = reader("/after");
         QVERIFY2(next->open(), qUtf8Printable(errorText(next->error())));
