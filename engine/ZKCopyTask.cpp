@@ -34,8 +34,7 @@ using S = ZKTaskState;
 namespace {
 
 // A copy of a field that another thread may be writing.
-template <class T>
-T locked(std::mutex &lock, const T &field) {
+template <class T> T locked(std::mutex &lock, const T &field) {
     std::lock_guard locker(lock);
     return field;
 }

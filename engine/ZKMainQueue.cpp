@@ -30,9 +30,7 @@ public:
         ZKThreadSanitizer::release(&posted);
     }
 
-    void run() {
-        std::exchange(m_fn, nullptr)();
-    }
+    void run() { std::exchange(m_fn, nullptr)(); }
 
 private:
     std::function<void()> m_fn;

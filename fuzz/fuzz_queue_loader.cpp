@@ -23,8 +23,7 @@
 namespace {
 
 // A saved object must read back as what it was saved from.
-template <class T>
-void remake(const QVariant &entry) {
+template <class T> void remake(const QVariant &entry) {
     if (entry.typeId() != QMetaType::QVariantMap) {
         return;
     }

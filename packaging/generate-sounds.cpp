@@ -22,8 +22,7 @@ struct Partial {
 };
 
 std::vector<int16_t> synthesize(const std::vector<Partial> &partials, double seconds,
-                                double attack)
-{
+                                double attack) {
     const int count = int(seconds * rate);
     std::vector<int16_t> samples(size_t(count), 0);
     for (int i = 0; i < count; ++i) {
@@ -38,15 +37,13 @@ std::vector<int16_t> synthesize(const std::vector<Partial> &partials, double sec
     return samples;
 }
 
-void put(std::FILE *file, uint32_t value, int bytes)
-{
+void put(std::FILE *file, uint32_t value, int bytes) {
     for (int i = 0; i < bytes; ++i) {
         std::fputc(int((value >> (8 * i)) & 0xff), file);
     }
 }
 
-bool writeWave(const std::string &path, const std::vector<int16_t> &samples)
-{
+bool writeWave(const std::string &path, const std::vector<int16_t> &samples) {
     std::FILE *file = std::fopen(path.c_str(), "wb");
     if (!file) {
         return false;
@@ -72,20 +69,19 @@ bool writeWave(const std::string &path, const std::vector<int16_t> &samples)
 
 } // namespace
 
-int main(int argc, char **argv)
-{
+int main(int argc, char **argv) {
     if (argc != 2) {
         std::fprintf(stderr, "usage: %s FOLDER\n", argv[0]);
         return 2;
     }
     const std::string folder = argv[1];
     // Inharmonic partials over E6 give the glassy ring.
-    const auto glass = synthesize({{1318.5, 0.45, 5.0}, {2637.0, 0.2, 8.0}, {3517.0, 0.12, 11.0},
-                                   {5274.0, 0.06, 16.0}},
-                                  0.9, 0.002);
+    const auto glass = synthesize(
+        {{1318.5, 0.45, 5.0}, {2637.0, 0.2, 8.0}, {3517.0, 0.12, 11.0}, {5274.0, 0.06, 16.0}}, 0.9,
+        0.002);
     // A low A with a quickly damped overtone: a dull knock.
-    const auto basso = synthesize({{110.0, 0.6, 6.0}, {220.0, 0.25, 12.0}, {330.0, 0.12, 20.0}},
-                                  0.7, 0.005);
+    const auto basso =
+        synthesize({{110.0, 0.6, 6.0}, {220.0, 0.25, 12.0}, {330.0, 0.12, 20.0}}, 0.7, 0.005);
     if (!writeWave(folder + "/Glass.wav", glass) || !writeWave(folder + "/Basso.wav", basso)) {
         std::perror("generate-sounds");
         return 1;
