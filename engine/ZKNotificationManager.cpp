@@ -13,9 +13,31 @@
 #include <QFileInfo>
 #include <QStandardPaths>
 
+#include <alsa/asoundlib.h>
 #include <canberra.h>
 
+#include <cstdarg>
+#include <cstdio>
 #include <mutex>
+
+namespace {
+
+// ALSA writes its complaints straight to the terminal, a dozen lines of
+// them on a machine without a sound card; they belong in our log instead.
+void logAlsaMessage(const char *file, int line, const char *function, int error, const char *format,
+                    ...) {
+    char text[512];
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(text, sizeof text, format, arguments);
+    va_end(arguments);
+    qCDebug(lcEngine).nospace() << "ALSA " << file << ":" << line << " " << function << ": " << text
+                                << (error != 0 ? " (" : "")
+                                << (error != 0 ? snd_strerror(error) : "")
+                                << (error != 0 ? ")" : "");
+}
+
+} // namespace
 
 void ZKNotificationManager::notifyQueueCompleted(const ZKFerrowickDocument &document) {
     auto &defaults = ZKUserDefaults::standard();
@@ -92,6 +114,7 @@ void ZKNotificationManager::playSound(const QString &name) {
     static ca_context *context = nullptr;
     std::lock_guard locker(lock);
     if (!context) {
+        snd_lib_error_set_handler(logAlsaMessage);
         if (ca_context_create(&context) != CA_SUCCESS) {
             context = nullptr;
             qCInfo(lcEngine) << "No sound device: cannot play" << name;

@@ -10,7 +10,7 @@ packages=(
   # build
   build-essential cmake pkg-config git
   qt6-base-dev qt6-base-dev-tools libqt6dbus6 libqt6network6
-  libplist-dev libicu-dev libsecret-1-dev libcanberra-dev
+  libplist-dev libicu-dev libsecret-1-dev libcanberra-dev libasound2-dev
   clang-format
   # servers and peers the tests start on 127.0.0.1 or a private bus
   dbus dbus-daemon util-linux vsftpd nginx-light python3 openssl
