@@ -87,8 +87,8 @@ void ZKMainQueue::sync(const std::function<void()> &fn) {
         fn();
         return;
     }
-    // The event may outlive this call only when the application drops it
-    // undelivered; its end then counts as done, so this wait always ends.
+    // Done when the call has run and been let go, or when the application
+    // drops its event undelivered: either way this wait ends.
     struct Rendezvous {
         std::mutex lock;
         std::condition_variable changed;
