@@ -10,8 +10,8 @@
 #include <QTimer>
 
 #include <cmath>
-#include <condition_variable>
-#include <mutex>
+#include <future>
+#include <memory>
 
 namespace {
 
@@ -87,32 +87,13 @@ void ZKMainQueue::sync(const std::function<void()> &fn) {
         fn();
         return;
     }
-    // Done when the call has run and been let go, or when the application
-    // drops its event undelivered: either way this wait ends.
-    struct Rendezvous {
-        std::mutex lock;
-        std::condition_variable changed;
-        bool done = false;
-    };
-    class Done {
-    public:
-        explicit Done(std::shared_ptr<Rendezvous> rendezvous)
-            : m_rendezvous(std::move(rendezvous)) {}
-        Done(const Done &) = delete;
-        Done &operator=(const Done &) = delete;
-        ~Done() {
-            std::lock_guard locker(m_rendezvous->lock);
-            m_rendezvous->done = true;
-            m_rendezvous->changed.notify_all();
-        }
-
-    private:
-        std::shared_ptr<Rendezvous> m_rendezvous;
-    };
-    auto rendezvous = std::make_shared<Rendezvous>();
-    auto done = std::make_shared<Done>(rendezvous);
-    async([&fn, done] { fn(); });
-    done.reset();
-    std::unique_lock locker(rendezvous->lock);
-    rendezvous->changed.wait(locker, [&] { return rendezvous->done; });
+    // The promise is let go with the call: after it ran, or unrun when the
+    // application drops the event. Either way the future becomes ready.
+    auto done = std::make_shared<std::promise<void>>();
+    std::future<void> finished = done->get_future();
+    async([&fn, done] {
+        fn();
+        done->set_value();
+    });
+    finished.wait();
 }

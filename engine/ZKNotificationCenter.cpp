@@ -13,7 +13,7 @@ quint64 ZKNotificationCenter::addObserver(const QString &name, const void *sende
                                           Callback callback) {
     quint64 token = 0;
     {
-        std::unique_lock locker(m_lock);
+        std::lock_guard locker(m_lock);
         token = m_nextToken++;
         m_observers.push_back(Observer{token, name, sender, context,
                                        std::make_shared<const Callback>(std::move(callback))});
@@ -28,18 +28,18 @@ quint64 ZKNotificationCenter::addObserver(const QString &name, const void *sende
 }
 
 void ZKNotificationCenter::removeObserver(quint64 token) {
-    std::unique_lock locker(m_lock);
+    std::lock_guard locker(m_lock);
     std::erase_if(m_observers, [token](const Observer &o) { return o.token == token; });
 }
 
 void ZKNotificationCenter::removeObservers(const QObject *context) {
-    std::unique_lock locker(m_lock);
+    std::lock_guard locker(m_lock);
     std::erase_if(m_observers, [context](const Observer &o) { return o.context == context; });
 }
 
 void ZKNotificationCenter::removeObservers(const QObject *context, const QString &name,
                                            const void *sender) {
-    std::unique_lock locker(m_lock);
+    std::lock_guard locker(m_lock);
     std::erase_if(m_observers, [&](const Observer &o) {
         return o.context == context && o.name == name && o.sender == sender;
     });
@@ -51,7 +51,7 @@ void ZKNotificationCenter::post(const QString &name, const void *sender,
     // wait for the main thread, and none of that may deadlock here.
     std::vector<std::shared_ptr<const Callback>> targets;
     {
-        std::unique_lock locker(m_lock);
+        std::lock_guard locker(m_lock);
         for (const auto &o : m_observers) {
             if (o.name == name && (!o.sender || o.sender == sender)) {
                 targets.push_back(o.callback);

@@ -5,10 +5,10 @@
 #include <QObject>
 #include <QString>
 #include <QVariantMap>
-#include <mutex>
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 struct ZKNotification {

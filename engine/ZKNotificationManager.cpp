@@ -31,10 +31,11 @@ void logAlsaMessage(const char *file, int line, const char *function, int error,
     va_start(arguments, format);
     std::vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
-    qCDebug(lcEngine).nospace() << "ALSA " << file << ":" << line << " " << function << ": " << text
-                                << (error != 0 ? " (" : "")
-                                << (error != 0 ? snd_strerror(error) : "")
-                                << (error != 0 ? ")" : "");
+    const QString reason =
+        error != 0 ? QStringLiteral(" (%1)").arg(QString::fromLocal8Bit(snd_strerror(error)))
+                   : QString();
+    qCDebug(lcEngine).nospace().noquote()
+        << "ALSA " << file << ":" << line << " " << function << ": " << text << reason;
 }
 
 } // namespace

@@ -25,7 +25,7 @@ void ZKTaskQueue::insertTask(const ZKTaskPtr &task, qsizetype index) {
         return;
     }
     {
-        std::unique_lock locker(m_lock);
+        std::lock_guard locker(m_lock);
         m_tasks.insert(std::clamp<qsizetype>(index, 0, m_tasks.size()), task);
     }
     Q_EMIT tasksChanged();
@@ -33,7 +33,7 @@ void ZKTaskQueue::insertTask(const ZKTaskPtr &task, qsizetype index) {
 
 void ZKTaskQueue::insertTasks(const QList<ZKTaskPtr> &tasks, ZKIndexList indexes) {
     {
-        std::unique_lock locker(m_lock);
+        std::lock_guard locker(m_lock);
         if (!indexes.isEmpty() && indexes.first() > m_tasks.size()) {
             const auto size = indexes.size();
             indexes.clear();
@@ -53,7 +53,7 @@ void ZKTaskQueue::insertTasks(const QList<ZKTaskPtr> &tasks, ZKIndexList indexes
 
 void ZKTaskQueue::removeTasksAtIndexes(const ZKIndexList &indexes) {
     {
-        std::unique_lock locker(m_lock);
+        std::lock_guard locker(m_lock);
         for (auto index : indexes) {
             if (index >= 0 && index < m_tasks.size()) {
                 m_removedTasks.append(m_tasks[index]);
@@ -70,7 +70,7 @@ void ZKTaskQueue::removeTasksAtIndexes(const ZKIndexList &indexes) {
 
 void ZKTaskQueue::removeAll() {
     {
-        std::unique_lock locker(m_lock);
+        std::lock_guard locker(m_lock);
         m_removedTasks.append(m_tasks);
         m_tasks.clear();
     }
@@ -95,7 +95,7 @@ void ZKTaskQueue::sortWithDescriptor(const QString &key, bool ascending,
     {
         // Property values are read under the lock: they are plain getters of
         // values the main thread sets, never a wait.
-        std::unique_lock locker(m_lock);
+        std::lock_guard locker(m_lock);
         std::stable_sort(m_tasks.begin(), m_tasks.end(),
                          [&](const ZKTaskPtr &a, const ZKTaskPtr &b) {
                              const int result = order(a, b);
@@ -108,7 +108,7 @@ void ZKTaskQueue::sortWithDescriptor(const QString &key, bool ascending,
 void ZKTaskQueue::removeTask(const ZKTaskPtr &task) {
     bool removed = false;
     {
-        std::unique_lock locker(m_lock);
+        std::lock_guard locker(m_lock);
         const auto index = m_tasks.indexOf(task);
         if (index >= 0) {
             m_removedTasks.append(m_tasks.takeAt(index));
@@ -269,7 +269,7 @@ void ZKTaskQueue::resetAll() {
 void ZKTaskQueue::flushRemovedTasks() {
     QList<ZKTaskPtr> removed;
     {
-        std::unique_lock locker(m_lock);
+        std::lock_guard locker(m_lock);
         removed.swap(m_removedTasks);
     }
     // The tasks are let go here, outside the lock: a task pauses itself when
@@ -381,6 +381,6 @@ QString ZKTaskQueue::description() const {
 void ZKTaskQueue::waitForOperationsToComplete() {
     // Every change above completes before its call returns, so taking the
     // lock exclusively once is the barrier.
-    std::unique_lock locker(m_lock);
+    std::lock_guard locker(m_lock);
     qCInfo(lcEngine) << "TaskQueue operations complete.";
 }

@@ -7,9 +7,9 @@
 #include <QList>
 #include <QObject>
 #include <QVariantList>
-#include <shared_mutex>
 
 #include <memory>
+#include <shared_mutex>
 
 class ZKPasteboard;
 

@@ -148,7 +148,7 @@ void ZKUserDefaults::store(QSettings &settings, const QString &key, const QVaria
 
 void ZKUserDefaults::write(const QString &key, const QVariant &value) {
     {
-        std::unique_lock locker(m_mutex);
+        std::lock_guard locker(m_mutex);
         const auto settings = openSettings();
         store(*settings, key, value);
     }
@@ -158,7 +158,7 @@ void ZKUserDefaults::write(const QString &key, const QVariant &value) {
 
 void ZKUserDefaults::initialise(const QString &key, const QVariant &value) {
     {
-        std::unique_lock locker(m_mutex);
+        std::lock_guard locker(m_mutex);
         const auto settings = openSettings();
         if (settings->contains(key)) {
             return;

@@ -6,9 +6,9 @@
 #include <QObject>
 #include <QString>
 #include <QVariant>
-#include <mutex>
 
 #include <memory>
+#include <mutex>
 
 class QSettings;
 

@@ -5,9 +5,10 @@
 #include "ZKLogging.h"
 
 #include <QHash>
-#include <mutex>
 
 #include <libsecret/secret.h>
+
+#include <mutex>
 
 namespace {
 
@@ -102,7 +103,7 @@ bool ZKKeyChain::storePassword(const QString &host, const QString &username,
                               "memory for this session only")
                    .arg(username, host);
         MemoryStore &store = memoryStore();
-        std::unique_lock locker(store.lock);
+        std::lock_guard locker(store.lock);
         store.passwords.insert(key, password.value_or(QString()));
         return true;
     }
@@ -139,7 +140,7 @@ std::optional<QString> ZKKeyChain::retrievePassword(const QString &host, const Q
         return password;
     }
     MemoryStore &store = memoryStore();
-    std::unique_lock locker(store.lock);
+    std::lock_guard locker(store.lock);
     const auto kept = store.passwords.constFind(memoryKey(host, username, protocol));
     if (kept != store.passwords.constEnd()) {
         return kept.value();
@@ -152,7 +153,7 @@ bool ZKKeyChain::deletePassword(const QString &host, const QString &username,
     bool removedFromMemory = false;
     {
         MemoryStore &store = memoryStore();
-        std::unique_lock locker(store.lock);
+        std::lock_guard locker(store.lock);
         removedFromMemory = store.passwords.remove(memoryKey(host, username, protocol)) > 0;
     }
     bool failed = false;

@@ -43,12 +43,12 @@ struct Calls : Received {
 Calls calls;
 
 Received received() {
-    std::unique_lock locker(calls.lock);
+    std::lock_guard locker(calls.lock);
     return calls;
 }
 
 void forgetCalls() {
-    std::unique_lock locker(calls.lock);
+    std::lock_guard locker(calls.lock);
     static_cast<Received &>(calls) = Received();
 }
 
@@ -66,7 +66,7 @@ public Q_SLOTS:
         if (::pipe2(fds, O_CLOEXEC) != 0) {
             return {};
         }
-        std::unique_lock locker(calls.lock);
+        std::lock_guard locker(calls.lock);
         calls.inhibits << QStringList{what, who, why, mode};
         calls.inhibitorReadEnd = fds[0];
         QDBusUnixFileDescriptor handed(fds[1]);
@@ -84,12 +84,12 @@ public:
 
 public Q_SLOTS:
     quint32 Inhibit(const QString &application, const QString &reason) {
-        std::unique_lock locker(calls.lock);
+        std::lock_guard locker(calls.lock);
         calls.inhibits << QStringList{application, reason};
         return 41;
     }
     void UnInhibit(quint32 cookie) {
-        std::unique_lock locker(calls.lock);
+        std::lock_guard locker(calls.lock);
         calls.uninhibits << cookie;
     }
 };
@@ -104,7 +104,7 @@ public:
 public Q_SLOTS:
     quint32 Notify(const QString &appName, quint32, const QString &, const QString &summary,
                    const QString &body, const QStringList &, const QVariantMap &, int) {
-        std::unique_lock locker(calls.lock);
+        std::lock_guard locker(calls.lock);
         calls.notifications << QStringList{appName, summary, body};
         return 1;
     }
