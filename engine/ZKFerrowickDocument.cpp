@@ -95,7 +95,7 @@ ZKFerrowickDocument::ZKFerrowickDocument(QObject *parent)
 
     m_dataRateCalculator.setNumberOfSamples(10);
     connect(&m_dataRateCalculator, &ZKDataRateCalculator::bytesPerSecondChanged, this, [this] {
-        ZKMainQueue::async([guard = QPointer<ZKFerrowickDocument>(this)] {
+        ZKMainQueue::async([guard = Guard(this)] {
             if (guard) {
                 guard->m_taskQueue.setDataRate(guard->m_dataRateCalculator.bytesPerSecond());
                 guard->announceTexts();
@@ -119,6 +119,7 @@ ZKFerrowickDocument::ZKFerrowickDocument(QObject *parent)
 }
 
 ZKFerrowickDocument::~ZKFerrowickDocument() {
+    m_closing = true;
     m_retryTimer.cancel();
     m_dispatchQueue.waitUntilAllOperationsAreFinished();
     m_taskQueue.removeTaskObserver(this);
@@ -141,7 +142,7 @@ QString ZKFerrowickDocument::displayName() const {
 }
 
 void ZKFerrowickDocument::updateChangeCount() {
-    ZKMainQueue::async([guard = QPointer<ZKFerrowickDocument>(this)] {
+    ZKMainQueue::async([guard = Guard(this)] {
         if (guard) {
             ++guard->m_changeCount;
             Q_EMIT guard->editedChanged();
@@ -358,7 +359,7 @@ void ZKFerrowickDocument::setState(qint32 state) {
     }
     sendQueueActivityNotification();
     updateChangeCount();
-    ZKMainQueue::async([guard = QPointer<ZKFerrowickDocument>(this)] {
+    ZKMainQueue::async([guard = Guard(this)] {
         if (guard) {
             Q_EMIT guard->stateChanged();
         }
@@ -429,7 +430,7 @@ void ZKFerrowickDocument::onTaskStateChanged(ZKTask *task) {
                 weak = t;
             }
         }
-        ZKMainQueue::async([guard = QPointer<ZKFerrowickDocument>(this), weak, to] {
+        ZKMainQueue::async([guard = Guard(this), weak, to] {
             if (guard) {
                 guard->followUp(weak, to);
             }
@@ -440,7 +441,7 @@ void ZKFerrowickDocument::onTaskStateChanged(ZKTask *task) {
 
 void ZKFerrowickDocument::followUp(const std::weak_ptr<ZKTask> &weak, qint32 newState) {
     if (m_autoClearItems && newState == S::Completed) {
-        ZKMainQueue::asyncAfter(1, [guard = QPointer<ZKFerrowickDocument>(this), weak] {
+        ZKMainQueue::asyncAfter(1, [guard = Guard(this), weak] {
             const auto task = weak.lock();
             if (!guard || !task) {
                 return;
@@ -477,7 +478,7 @@ void ZKFerrowickDocument::refreshTaskProgress(ZKTask *task) {
 }
 
 void ZKFerrowickDocument::sendQueueActivityNotification() {
-    ZKMainQueue::async([guard = QPointer<ZKFerrowickDocument>(this)] {
+    ZKMainQueue::async([guard = Guard(this)] {
         if (!guard) {
             return;
         }
@@ -619,11 +620,11 @@ QList<ZKTaskPtr> ZKFerrowickDocument::addTasks(const QList<ZKReaderPtr> &sources
 
 void ZKFerrowickDocument::connectTask(const ZKTaskPtr &task) {
     const std::weak_ptr<ZKTask> weak = task;
-    const QPointer<ZKFerrowickDocument> guard(this);
+    const Guard guard(this);
     auto handler = [guard, weak](auto method) {
         return [guard, weak, method](const ZKFileInfo &item) {
             const auto t = weak.lock();
-            return guard && t ? (guard->*method)(item, *t) : ZKFileResponseCancel;
+            return guard && t ? (guard.data()->*method)(item, *t) : ZKFileResponseCancel;
         };
     };
     task->setUnreadableFileHandler(handler(&ZKFerrowickDocument::showUnreadableAlertForFile));

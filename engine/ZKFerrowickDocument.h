@@ -12,8 +12,10 @@
 
 #include <QHash>
 #include <QObject>
+#include <QPointer>
 #include <QVariantMap>
 
+#include <atomic>
 #include <memory>
 
 class ZKPasteboard;
@@ -164,6 +166,22 @@ Q_SIGNALS:
     void queueCompleted();
 
 private:
+    // How a deferred call reaches back to the document. It goes dead as soon
+    // as the document starts closing, not only when its QObject part ends:
+    // tearing down the tasks still serves queued calls, and the members those
+    // calls would use are gone by then.
+    class Guard {
+    public:
+        explicit Guard(ZKFerrowickDocument *document)
+            : m_document(document) {}
+        explicit operator bool() const { return m_document && !m_document->m_closing; }
+        ZKFerrowickDocument *operator->() const { return m_document.data(); }
+        ZKFerrowickDocument *data() const { return m_document.data(); }
+
+    private:
+        QPointer<ZKFerrowickDocument> m_document;
+    };
+
     void runInBackground(std::function<void()> work);
     void startNextTaskNow();
     void startTask(const ZKTaskPtr &task);
@@ -181,6 +199,7 @@ private:
                        const QStringList &buttons, const QList<ZKFileResponse> &answers,
                        bool showsApplyToAll, bool *applyToAll);
 
+    std::atomic<bool> m_closing{false};
     ZKTaskQueue m_taskQueue;
     ZKOperationQueue m_dispatchQueue;
     ZKDataRateCalculator m_dataRateCalculator;
