@@ -49,6 +49,104 @@ QUrl urlForPath(const QByteArray &path) {
     return QUrl::fromLocalFile(QFile::decodeName(path));
 }
 
+// Length of the well-formed UTF-8 sequence that starts at index, or 0.
+qsizetype sequenceLength(const QByteArray &raw, qsizetype index) {
+    const uchar lead = uchar(raw.at(index));
+    if (lead < 0x80) {
+        return 1;
+    }
+    qsizetype length = 0;
+    char32_t code = 0;
+    char32_t smallest = 0;
+    if ((lead & 0xE0) == 0xC0) {
+        length = 2, code = lead & 0x1F, smallest = 0x80;
+    } else if ((lead & 0xF0) == 0xE0) {
+        length = 3, code = lead & 0x0F, smallest = 0x800;
+    } else if ((lead & 0xF8) == 0xF0) {
+        length = 4, code = lead & 0x07, smallest = 0x10000;
+    } else {
+        return 0;
+    }
+    if (index + length > raw.size()) {
+        return 0;
+    }
+    for (qsizetype k = 1; k < length; ++k) {
+        const uchar next = uchar(raw.at(index + k));
+        if ((next & 0xC0) != 0x80) {
+            return 0;
+        }
+        code = (code << 6) | (next & 0x3F);
+    }
+    const bool wellFormed =
+        code >= smallest && code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
+    return wellFormed ? length : 0;
+}
+
+// A name that is not valid UTF-8, as text: what decodes stays as it is, every
+// other byte becomes \xHH, and a backslash becomes \x5C, so that two different
+// names never come out alike.
+QString escapedName(const QByteArray &raw) {
+    QString text;
+    qsizetype index = 0;
+    while (index < raw.size()) {
+        const qsizetype length = sequenceLength(raw, index);
+        const QByteArray sequence = raw.mid(index, length);
+        const QString decoded = QString::fromUtf8(sequence);
+        if (length == 0 || raw.at(index) == '\\' || decoded.toUtf8() != sequence) {
+            text +=
+                QLatin1String("\\x") +
+                QString::number(uint(uchar(raw.at(index))), 16).rightJustified(2, u'0').toUpper();
+            ++index;
+        } else {
+            text += decoded;
+            index += length;
+        }
+    }
+    return text;
+}
+
+QString joinText(const QByteArray &parent, const QString &name) {
+    const QString folder = QFile::decodeName(parent);
+    return folder.endsWith(QLatin1Char('/')) ? folder + name : folder + QLatin1Char('/') + name;
+}
+
+// The item's identity in the walk, for a name that cannot be represented: its
+// escaped text, made different from any name that really is in the folder, so
+// that it can neither be mistaken for one nor open one. Every walk of the same
+// folder makes the same choice.
+QUrl standInUrl(int folderFd, const QByteArray &parent, const QByteArray &raw) {
+    const QString escaped = escapedName(raw);
+    QString name = escaped;
+    struct stat status {};
+    // "\~" never occurs in an escaped name: a suffix cannot make it equal another.
+    for (int number = 1; number < 1000 && ::fstatat(folderFd, QFile::encodeName(name).constData(),
+                                                    &status, AT_SYMLINK_NOFOLLOW) == 0;
+         ++number) {
+        name = escaped + QStringLiteral("\\~%1").arg(number);
+    }
+    return QUrl::fromLocalFile(joinText(parent, name));
+}
+
+QString invalidNameReason(const QByteArray &parent, const QByteArray &raw) {
+    return QStringLiteral("The name of '%1' is not valid UTF-8.")
+        .arg(joinText(parent, escapedName(raw)));
+}
+
+QString notCopyableReason(const QByteArray &path) {
+    return QStringLiteral("'%1' is not a regular file, folder or link.")
+        .arg(QFile::decodeName(path));
+}
+
+QString invalidTargetReason(const QByteArray &path) {
+    return QStringLiteral("The target of the link '%1' is not valid UTF-8.")
+        .arg(QFile::decodeName(path));
+}
+
+// FIFOs, sockets and devices: reading one would block or give no data.
+bool isCopyableType(mode_t mode) {
+    return S_ISREG(mode) || S_ISDIR(mode) || S_ISLNK(mode);
+}
+
 // Component-wise: "/a/b" contains "/a/b/c" but not "/a/bc".
 bool containsPath(const QByteArray &ancestor, const QByteArray &path) {
     if (ancestor == "/" || ancestor == path) {
@@ -91,13 +189,23 @@ QDateTime dateFrom(const statx_timestamp &time) {
                                           Qt::UTC);
 }
 
+QDateTime dateFrom(const timespec &time) {
+    return QDateTime::fromMSecsSinceEpoch(qint64(time.tv_sec) * 1000 + time.tv_nsec / 1000000,
+                                          Qt::UTC);
+}
+
 std::shared_ptr<ZKFileSystemReader> childReader(const QUrl &url) {
     return std::make_shared<ZKFileSystemReader>(url, ZKFileSystemReader::DeferredBookmark);
+}
+
+std::shared_ptr<ZKFileSystemReader> uncopyableReader(const QUrl &url, const QString &reason) {
+    return std::make_shared<ZKFileSystemReader>(url, reason, ZKFileSystemReader::Uncopyable);
 }
 
 // A walk that keeps only the folders on the way down open, so that its memory
 // does not grow with the size of the tree.
 struct WalkEntry {
+    QByteArray parent;
     QByteArray path;
     QByteArray name;
     int parentFd = -1;
@@ -176,7 +284,8 @@ WalkEnd walkTree(const QByteArray &root, QByteArrayList &chain, Visit visit, QBy
             continue;
         }
         entry.name = QByteArray(name);
-        entry.path = joinPath(levels.back().path, entry.name);
+        entry.parent = levels.back().path;
+        entry.path = joinPath(entry.parent, entry.name);
         entry.parentFd = ::dirfd(directory);
         entry.statError = 0;
         if (::fstatat(entry.parentFd, name, &entry.status, AT_SYMLINK_NOFOLLOW) != 0) {
@@ -246,6 +355,13 @@ ZKFileSystemReader::ZKFileSystemReader(const QVariantMap &propertyList) {
     const QString path = propertyList.value(pathKey).toString();
     setUrlAndFilename(path.isEmpty() ? QUrl() : QUrl::fromLocalFile(path));
     m_bookmark = propertyList.value(bookmarkKey).toByteArray();
+}
+
+ZKFileSystemReader::ZKFileSystemReader(const QUrl &url, const QString &skipReason, UncopyableTag)
+    : m_bookmarkDeferred(true)
+    , m_skipReason(skipReason) {
+    setUrlAndFilename(url);
+    markUncopyable();
 }
 
 ZKFileSystemReader::~ZKFileSystemReader() {
@@ -339,6 +455,15 @@ void ZKFileSystemReader::resetAttributes() {
     m_linkTarget.clear();
 }
 
+// What the walk saw is all there is: the url may not even be a path. It exists,
+// and no file can have its size, so that nothing found at a destination under
+// the same name passes for its copy.
+void ZKFileSystemReader::markUncopyable() {
+    resetAttributes();
+    m_exists = true;
+    m_size = uncopyableSize;
+}
+
 void ZKFileSystemReader::closeHandle() {
     if (m_fd >= 0) {
         ::close(m_fd);
@@ -348,6 +473,12 @@ void ZKFileSystemReader::closeHandle() {
 }
 
 bool ZKFileSystemReader::open() {
+    if (!m_skipReason.isEmpty()) {
+        closeHandle();
+        markUncopyable();
+        setError(readError(m_skipReason));
+        return false;
+    }
     acquireBookmark();
     closeHandle();
     resetAttributes();
@@ -536,18 +667,34 @@ ZKFileSystemReader::enumerateContentsOfDirectoryWithBlock(const ReaderBlock &blo
         qCInfo(lcEndpoints) << "Skipping unreadable folder" << path << errnoText(number);
         return ZKEnumerationResultContinue;
     }
+    const int folderFd = ::dirfd(directory);
     ZKEnumerationResult result = ZKEnumerationResultContinue;
     while (const dirent *item = ::readdir(directory)) {
         const QByteArray name(item->d_name);
         if (name == "." || name == "..") {
             continue;
         }
-        if (!isRepresentable(name)) {
-            qCWarning(lcEndpoints) << "Skipping an entry whose name is not valid UTF-8 in"
-                                   << m_url.toLocalFile() << name.toPercentEncoding("/");
-            continue;
+        // An item that cannot be copied is still handed over, as one that
+        // exists and cannot be opened: whoever compares this folder with its
+        // copy must see that it is missing there.
+        unsigned char type = item->d_type;
+        struct stat status {};
+        if (type == DT_UNKNOWN &&
+            ::fstatat(folderFd, name.constData(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
+            type = IFTODT(status.st_mode);
         }
-        result = block(childReader(urlForPath(joinPath(path, name))));
+        const bool special = type == DT_FIFO || type == DT_SOCK || type == DT_CHR || type == DT_BLK;
+        std::shared_ptr<ZKFileSystemReader> child;
+        if (!isRepresentable(name)) {
+            child =
+                uncopyableReader(standInUrl(folderFd, path, name), invalidNameReason(path, name));
+        } else if (special) {
+            const QByteArray childPath = joinPath(path, name);
+            child = uncopyableReader(urlForPath(childPath), notCopyableReason(childPath));
+        } else {
+            child = childReader(urlForPath(joinPath(path, name)));
+        }
+        result = block(child);
         if (result == ZKEnumerationResultStop) {
             break;
         }
@@ -573,39 +720,53 @@ ZKEnumerationResult ZKFileSystemReader::walkFileInfo(const QByteArray &root, QBy
                                .arg(QFile::decodeName(path), reason)));
         return WalkStep::Fail;
     };
-    const QString invalidName = QStringLiteral(
-        "the name is not valid UTF-8 and cannot be represented; rename it to copy it");
-
     auto visit = [&](const WalkEntry &entry) -> WalkStep {
         if (entry.statError != 0) {
             return attributesError(entry.path, errnoText(entry.statError));
-        }
-        if (!isRepresentable(entry.name)) {
-            return attributesError(entry.path, invalidName);
         }
         const mode_t mode = entry.status.st_mode;
         const int accessFlags = AT_EACCESS | (S_ISLNK(mode) ? AT_SYMLINK_NOFOLLOW : 0);
         const char *name = entry.name.constData();
 
         ZKFileInfo info;
-        info.url = urlForPath(entry.path);
         info.directory = S_ISDIR(mode);
         info.symbolicLink = S_ISLNK(mode);
-        info.size = info.directory ? 0 : quint64(entry.status.st_size);
-        info.readable = ::faccessat(entry.parentFd, name, R_OK, accessFlags) == 0;
-        info.writable = ::faccessat(entry.parentFd, name, W_OK, accessFlags) == 0;
+        info.size = S_ISREG(mode) ? quint64(entry.status.st_size) : 0;
+        info.modificationDate = dateFrom(entry.status.st_mtim);
+        // Reported, never copied, and the walk goes on: one such item must
+        // not keep the rest of the folder from being copied.
+        if (!isRepresentable(entry.name)) {
+            info.url = standInUrl(entry.parentFd, entry.parent, entry.name);
+            info.skipReason = invalidNameReason(entry.parent, entry.name);
+        } else {
+            info.url = urlForPath(entry.path);
+            if (!isCopyableType(mode)) {
+                info.skipReason = notCopyableReason(entry.path);
+            }
+        }
+        if (info.skipReason.isEmpty()) {
+            info.readable = ::faccessat(entry.parentFd, name, R_OK, accessFlags) == 0;
+            info.writable = ::faccessat(entry.parentFd, name, W_OK, accessFlags) == 0;
+        }
 
-        if (info.symbolicLink) {
-            info.size = 0;
+        QByteArray stored;
+        if (info.symbolicLink && info.skipReason.isEmpty()) {
+            stored.resize(PATH_MAX);
+            const ssize_t length = ::readlinkat(entry.parentFd, name, stored.data(), stored.size());
+            stored.truncate(qMax<ssize_t>(length, 0));
+            // Recreated from a lossy text, the link would point elsewhere.
+            if (!isRepresentable(stored)) {
+                info.skipReason = invalidTargetReason(entry.path);
+                info.readable = false;
+                info.writable = false;
+            }
+        }
+        if (info.symbolicLink && info.skipReason.isEmpty()) {
             const std::optional<QByteArray> target = realPath(entry.path);
             struct stat targetStatus {};
             if (!target) {
                 // Dangling: say where it points, as far as that can be told.
-                QByteArray stored(PATH_MAX, Qt::Uninitialized);
-                const ssize_t length =
-                    ::readlinkat(entry.parentFd, name, stored.data(), stored.size());
-                if (length >= 0) {
-                    stored.truncate(length);
+                if (!stored.isEmpty()) {
                     const QByteArray base =
                         realPath(parentOf(entry.path)).value_or(parentOf(entry.path));
                     const QByteArray joined =
@@ -614,10 +775,14 @@ ZKEnumerationResult ZKFileSystemReader::walkFileInfo(const QByteArray &root, QBy
                         QUrl::fromLocalFile(QDir::cleanPath(QFile::decodeName(joined)));
                 }
             } else if (!isRepresentable(*target)) {
-                return attributesError(entry.path, invalidName);
+                info.skipReason = invalidTargetReason(entry.path);
+                info.readable = false;
+                info.writable = false;
             } else if (::stat(target->constData(), &targetStatus) == 0) {
                 info.targetUrl = urlForPath(*target);
                 info.directory = S_ISDIR(targetStatus.st_mode);
+                // Like open(): a link that leads somewhere has its target's date.
+                info.modificationDate = dateFrom(targetStatus.st_mtim);
                 if (!info.directory) {
                     info.size = quint64(targetStatus.st_size);
                 } else if (!wouldLoop(*target, chain)) {
@@ -643,7 +808,8 @@ ZKEnumerationResult ZKFileSystemReader::walkFileInfo(const QByteArray &root, QBy
         if (last == ZKEnumerationResultStop) {
             return WalkStep::Stop;
         }
-        if (last == ZKEnumerationResultSkip && info.directory) {
+        // Below a name that cannot be represented, no path can be either.
+        if (!info.skipReason.isEmpty() || (last == ZKEnumerationResultSkip && info.directory)) {
             return WalkStep::Prune;
         }
         return WalkStep::Descend;
@@ -732,7 +898,12 @@ std::optional<ZKFileInfo> ZKFileSystemReader::fileInfoForChild(const QString &na
     ZKFileInfo info;
     info.url = urlForPath(childPath);
     info.directory = S_ISDIR(status.st_mode);
-    info.size = info.directory ? 0 : quint64(status.st_size);
+    info.size = S_ISREG(status.st_mode) ? quint64(status.st_size) : 0;
+    info.modificationDate = dateFrom(status.st_mtim);
+    if (!isCopyableType(status.st_mode)) {
+        info.skipReason = notCopyableReason(childPath);
+        return info;
+    }
     // Deliberately the access rights of this folder, not of the child: the
     // caller asks whether it may replace the child here.
     info.readable = ::access(path.constData(), R_OK) == 0;
@@ -754,6 +925,12 @@ std::shared_ptr<ZKReader> ZKFileSystemReader::childWithName(const QString &name)
 }
 
 std::shared_ptr<ZKWriter> ZKFileSystemReader::asWriter() {
+    if (!m_skipReason.isEmpty()) {
+        // Its url need not be its path: removing through it could remove
+        // another item.
+        setError(readError(m_skipReason));
+        return nullptr;
+    }
     auto writer = m_isDirectory ? ZKFileSystemWriter::writerWithDirectory(m_url)
                                 : ZKFileSystemWriter::writerWithFile(m_url);
     writer->setBookmark(m_bookmark);

@@ -11,6 +11,7 @@
 #include <QUrl>
 #include <QVariantMap>
 
+#include <limits>
 #include <memory>
 
 // The reader of a local file, folder or symbolic link. The item is remembered
@@ -26,6 +27,13 @@ public:
     // almost never saved: their bookmark is made only if one is saved.
     enum Deferred { DeferredBookmark };
     ZKFileSystemReader(const QUrl &url, Deferred);
+    // An item a walk found but that cannot be copied at all (see
+    // ZKFileInfo::skipReason). It never touches the file system: it exists,
+    // open() fails with the reason, it is no folder, and its size is one no
+    // file can have, so that no item of the same name at a destination
+    // passes for its copy. asWriter() gives nothing.
+    enum UncopyableTag { Uncopyable };
+    ZKFileSystemReader(const QUrl &url, const QString &skipReason, UncopyableTag);
     // Restores the saved form; makes no new bookmark.
     explicit ZKFileSystemReader(const QVariantMap &propertyList);
     ~ZKFileSystemReader() override;
@@ -72,6 +80,10 @@ public:
     bool canSeek() const override { return true; }
     bool hasMoreData() const override;
 
+    static constexpr quint64 uncopyableSize = std::numeric_limits<quint64>::max();
+    // Empty unless this reader stands for an item that cannot be copied.
+    QString skipReason() const { return m_skipReason; }
+
     QByteArray bookmark() const { return m_bookmark; }
     void setBookmark(const QByteArray &bookmark) { m_bookmark = bookmark; }
     // Resolves the bookmark and follows a renamed source to its new path.
@@ -84,6 +96,7 @@ public:
 private:
     void setUrlAndFilename(const QUrl &url);
     void resetAttributes();
+    void markUncopyable();
     void closeHandle();
     QByteArray encodedPath() const;
     ZKEnumerationResult walkFileInfo(const QByteArray &root, QByteArrayList &chain,
@@ -112,4 +125,5 @@ private:
     bool m_isDirectory = false;
     bool m_isLink = false;
     QString m_linkTarget;
+    QString m_skipReason;
 };

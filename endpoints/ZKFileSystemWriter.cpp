@@ -53,8 +53,23 @@ void logSetFailure(const char *attribute, const QString &value, int number) {
                .arg(QLatin1String(attribute), value, errnoText(number));
 }
 
+ZKError linkInTheWay(const char *message, const QString &path) {
+    return createError(QString::fromLatin1(message).arg(path));
+}
+
+const char *const linkInPlaceOfFolder =
+    "Unable to create the folder '%1': a symbolic link stands in its place.";
+const char *const linkInPlaceOfFile = "Unable to create '%1': a symbolic link stands in its place.";
+
+bool isLinkAt(const QByteArray &path) {
+    struct stat status {};
+    return ::lstat(path.constData(), &status) == 0 && S_ISLNK(status.st_mode);
+}
+
 // Creates every missing folder of path. Returns 0 or the errno of the first
-// folder that could not be made, whose path is then in failedPath.
+// folder that could not be made, whose path is then in failedPath. The folders
+// on the way may be links (the destination the user chose may lie behind
+// one); the last one must be a folder itself.
 int makePath(const QByteArray &path, QByteArray *failedPath) {
     qsizetype from = 1;
     while (from <= path.size()) {
@@ -72,8 +87,10 @@ int makePath(const QByteArray &path, QByteArray *failedPath) {
         }
         const int number = errno;
         struct stat status {};
-        if (number == EEXIST && ::stat(prefix.constData(), &status) == 0 &&
-            S_ISDIR(status.st_mode)) {
+        const bool isLast = from > path.size();
+        const int found =
+            isLast ? ::lstat(prefix.constData(), &status) : ::stat(prefix.constData(), &status);
+        if (number == EEXIST && found == 0 && S_ISDIR(status.st_mode)) {
             continue;
         }
         *failedPath = prefix;
@@ -151,6 +168,14 @@ std::shared_ptr<ZKFileSystemWriter> ZKFileSystemWriter::writerWithDirectory(cons
 
 std::shared_ptr<ZKFileSystemWriter> ZKFileSystemWriter::writerWithFile(const QUrl &url) {
     return std::make_shared<ZKFileSystemWriter>(url, false);
+}
+
+std::shared_ptr<ZKFileSystemWriter> ZKFileSystemWriter::childWriter(const QByteArray &path,
+                                                                    bool isDirectory) {
+    auto child = std::make_shared<ZKFileSystemWriter>(QUrl::fromLocalFile(QFile::decodeName(path)),
+                                                      isDirectory);
+    child->m_refusesLinks = true;
+    return child;
 }
 
 ZKFileSystemWriter::ZKFileSystemWriter(const QUrl &url, bool isDirectory)
@@ -262,9 +287,16 @@ bool ZKFileSystemWriter::open() {
     const QString shownPath = path();
     const QByteArray encoded = QFile::encodeName(shownPath);
 
+    // An item made inside the destination never goes through a link that
+    // stands in its place: what it points to is not the destination's to fill.
     struct stat status {};
-    const bool exists = ::stat(encoded.constData(), &status) == 0;
+    const bool exists = (m_refusesLinks ? ::lstat(encoded.constData(), &status)
+                                        : ::stat(encoded.constData(), &status)) == 0;
     const bool isFolder = exists && S_ISDIR(status.st_mode);
+    if (exists && S_ISLNK(status.st_mode)) {
+        setError(linkInTheWay(m_isDirectory ? linkInPlaceOfFolder : linkInPlaceOfFile, shownPath));
+        return false;
+    }
 
     if (m_isDirectory) {
         if (isFolder) {
@@ -272,6 +304,10 @@ bool ZKFileSystemWriter::open() {
         }
         QByteArray failedPath;
         const int number = makePath(encoded, &failedPath);
+        if (number == EEXIST && failedPath == encoded && m_refusesLinks && isLinkAt(encoded)) {
+            setError(linkInTheWay(linkInPlaceOfFolder, shownPath));
+            return false;
+        }
         if (number != 0) {
             setError(
                 systemError(number, QStringLiteral("Unable to create the folder '%1': %2.")
@@ -293,16 +329,28 @@ bool ZKFileSystemWriter::open() {
         fd =
             ::open(encoded.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NONBLOCK, 0666);
         if (fd < 0) {
+            const int number = errno;
+            if (number == EEXIST && m_refusesLinks && isLinkAt(encoded)) {
+                setError(linkInTheWay(linkInPlaceOfFile, shownPath));
+                return false;
+            }
             setError(createError(
-                QStringLiteral("Unable to create '%1': %2.").arg(shownPath, errnoText(errno))));
+                QStringLiteral("Unable to create '%1': %2.").arg(shownPath, errnoText(number))));
             return false;
         }
     } else {
-        // O_NONBLOCK: a FIFO here must not hang the open.
-        fd = ::open(encoded.constData(), O_WRONLY | O_CLOEXEC | O_NONBLOCK);
+        // O_NONBLOCK: a FIFO here must not hang the open. O_NOFOLLOW: a link
+        // put here since the look above is refused too.
+        const int noFollow = m_refusesLinks ? O_NOFOLLOW : 0;
+        fd = ::open(encoded.constData(), O_WRONLY | O_CLOEXEC | O_NONBLOCK | noFollow);
         if (fd < 0) {
+            const int number = errno;
+            if (number == ELOOP && m_refusesLinks && isLinkAt(encoded)) {
+                setError(linkInTheWay(linkInPlaceOfFile, shownPath));
+                return false;
+            }
             setError(createError(
-                QStringLiteral("Unable to open '%1': %2.").arg(shownPath, errnoText(errno))));
+                QStringLiteral("Unable to open '%1': %2.").arg(shownPath, errnoText(number))));
             return false;
         }
     }
@@ -384,7 +432,7 @@ std::shared_ptr<ZKWriter> ZKFileSystemWriter::createDirectory(const QString &nam
         setError(createError(QStringLiteral("Cannot create a directory in '%1'.").arg(path())));
         return nullptr;
     }
-    return writerWithDirectory(QUrl::fromLocalFile(QFile::decodeName(childPath(name))));
+    return childWriter(childPath(name), true);
 }
 
 std::shared_ptr<ZKWriter> ZKFileSystemWriter::createFile(const QString &name) {
@@ -392,7 +440,7 @@ std::shared_ptr<ZKWriter> ZKFileSystemWriter::createFile(const QString &name) {
         setError(createError(QStringLiteral("Cannot create a file in '%1'.").arg(path())));
         return nullptr;
     }
-    return writerWithFile(QUrl::fromLocalFile(QFile::decodeName(childPath(name))));
+    return childWriter(childPath(name), false);
 }
 
 std::shared_ptr<ZKWriter> ZKFileSystemWriter::createLink(const QString &name,
@@ -403,14 +451,13 @@ std::shared_ptr<ZKWriter> ZKFileSystemWriter::createLink(const QString &name,
     }
     const QByteArray child = childPath(name);
     const QByteArray wanted = QFile::encodeName(target);
-    const QUrl childUrl = QUrl::fromLocalFile(QFile::decodeName(child));
 
     struct stat status {};
     if (::lstat(child.constData(), &status) == 0 && S_ISLNK(status.st_mode)) {
         QByteArray stored(PATH_MAX, Qt::Uninitialized);
         const ssize_t length = ::readlink(child.constData(), stored.data(), stored.size());
         if (length >= 0 && stored.left(length) == wanted) {
-            return writerWithFile(childUrl); // already right: a resumed or repeated copy
+            return childWriter(child, false); // already right: a resumed or repeated copy
         }
     }
     // Stored as given, so that relative links stay relative. An existing item
@@ -421,7 +468,7 @@ std::shared_ptr<ZKWriter> ZKFileSystemWriter::createLink(const QString &name,
                                          .arg(QFile::decodeName(child), errnoText(number))));
         return nullptr;
     }
-    return writerWithFile(childUrl);
+    return childWriter(child, false);
 }
 
 bool ZKFileSystemWriter::removeFile(const QString &name) {

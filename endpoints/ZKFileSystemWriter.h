@@ -84,10 +84,17 @@ private:
     void closeHandle();
     QString path() const;
     QByteArray childPath(const QString &name) const;
+    // A writer for an item made inside this folder: see m_refusesLinks.
+    static std::shared_ptr<ZKFileSystemWriter> childWriter(const QByteArray &path,
+                                                           bool isDirectory);
 
     QUrl m_url;
     QString m_filename;
     bool m_isDirectory = false;
+    // Set for the items made inside the destination: a symbolic link found at
+    // their path makes open() fail instead of being followed. The destination
+    // folder the user chose may itself be a link, and is followed.
+    bool m_refusesLinks = false;
     QByteArray m_bookmark;
     QUrl m_bookmarkUrl;
     bool m_startedAccessing = false;

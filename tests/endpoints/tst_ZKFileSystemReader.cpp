@@ -4,8 +4,11 @@
 #include "ZKFileSystemReader.h"
 #include "ZKTestSupport.h"
 
+#include <cerrno>
+
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <QDir>
@@ -52,6 +55,41 @@ struct AsUnprivilegedUser {
     ~AsUnprivilegedUser() { QVERIFY(!switched || ::seteuid(0) == 0); }
     bool usable() const { return switched || ::geteuid() != 0; }
 };
+
+// Makes an item of the given type at the raw path; 0 or the errno.
+int makeItem(const QByteArray &raw, mode_t type) {
+    int result = 0;
+    if (type == S_IFREG) {
+        const int fd = ::open(raw.constData(), O_CREAT | O_WRONLY | O_TRUNC, 0644);
+        result = fd >= 0 && ::write(fd, "data", 4) == 4 ? 0 : -1;
+        ::close(fd);
+    } else if (type == S_IFDIR) {
+        result = ::mkdir(raw.constData(), 0755);
+        if (result == 0) {
+            ::close(::open((raw + "/inner").constData(), O_CREAT | O_WRONLY, 0644));
+        }
+    } else if (type == S_IFLNK) {
+        result = ::symlink("gone\xff", raw.constData());
+    } else {
+        result = ::mknod(raw.constData(), type | 0644, type == S_IFCHR ? makedev(1, 3) : 0);
+    }
+    return result == 0 ? 0 : errno;
+}
+
+// The temporary folder cannot remove what a QString cannot name.
+struct RawItem {
+    QByteArray path;
+    ~RawItem() {
+        ::unlink((path + "/inner").constData());
+        if (::unlink(path.constData()) != 0) {
+            ::rmdir(path.constData());
+        }
+    }
+};
+
+bool isRepresentableName(const QByteArray &raw) {
+    return QFile::encodeName(QFile::decodeName(raw)) == raw;
+}
 
 const char *const rootOnly =
     "Running as root without a way to drop privileges: permissions are unchecked";
@@ -266,23 +304,159 @@ private Q_SLOTS:
         QCOMPARE(openedReader(seen.infos[0].url.toLocalFile())->readBlock(), QByteArray("content"));
     }
 
-    // A move must never leave such an item behind without a word.
-    void nameNotValidUtf8StopsTheWalk() {
-        const QString root = path("badname");
-        QVERIFY(QDir().mkpath(root));
-        const QByteArray bad = QFile::encodeName(root) + "/bad\xff\xfe";
-        const int fd = ::open(bad.constData(), O_CREAT | O_WRONLY, 0644);
-        QVERIFY(fd >= 0);
-        ::close(fd);
+    // One item that cannot be copied must not fail the walk of its folder; it
+    // is reported with the reason, and a name that cannot be represented gets
+    // an identity that names no other item.
+    void uncopyableItemsAreReported_data() {
+        QTest::addColumn<QByteArray>("name");
+        QTest::addColumn<int>("type");
+        QTest::addColumn<QByteArray>("sibling");
+        QTest::addColumn<QString>("reason");
+        const QString special = QStringLiteral("'%1/%2' is not a regular file, folder or link.");
+        const QString badName = QStringLiteral("The name of '%1/%2' is not valid UTF-8.");
+        QTest::newRow("fifo") << QByteArray("fifo") << int(S_IFIFO) << QByteArray()
+                              << special.arg("%1", "fifo");
+        QTest::newRow("socket") << QByteArray("socket") << int(S_IFSOCK) << QByteArray()
+                                << special.arg("%1", "socket");
+        QTest::newRow("device") << QByteArray("device") << int(S_IFCHR) << QByteArray()
+                                << special.arg("%1", "device");
+        QTest::newRow("bad name") << QByteArray("bad\xff\xfe.txt") << int(S_IFREG) << QByteArray()
+                                  << badName.arg("%1", "bad\\xFF\\xFE.txt");
+        QTest::newRow("bad folder name") << QByteArray("caf\xc3") << int(S_IFDIR) << QByteArray()
+                                         << badName.arg("%1", "caf\\xC3");
+        // Its escaped text is the real name of its neighbour.
+        QTest::newRow("bad name beside its text")
+            << QByteArray("\xe9t\xe9\\") << int(S_IFREG) << QByteArray("\\xE9t\\xE9\\x5C")
+            << badName.arg("%1", "\\xE9t\\xE9\\x5C");
+        QTest::newRow("link to a bad name")
+            << QByteArray("link") << int(S_IFLNK) << QByteArray()
+            << QStringLiteral("The target of the link '%1/link' is not valid UTF-8.");
+    }
+
+    void uncopyableItemsAreReported() {
+        QFETCH(QByteArray, name);
+        QFETCH(int, type);
+        QFETCH(QByteArray, sibling);
+        QFETCH(QString, reason);
+        const QString root = path(QStringLiteral("uncopyable/%1").arg(QTest::currentDataTag()));
+        QVERIFY(QDir().mkpath(root) && writeFile(root + "/ok.txt", "ok"));
+        const QByteArray raw = QFile::encodeName(root) + '/' + name;
+        const RawItem cleanup{raw};
+        const int made = makeItem(raw, mode_t(type));
+        if (made == EPERM && type == S_IFCHR) {
+            QSKIP("This account may not make device files");
+        }
+        QVERIFY2(made == 0, qPrintable(qt_error_string(made)));
+        if (!sibling.isEmpty()) {
+            QVERIFY(writeFile(root + '/' + QFile::decodeName(sibling), "sibling"));
+        }
+        reason = reason.arg(root);
+
         auto reader = openedReader(root);
         const Walk seen = walk(*reader, root);
-        ::unlink(bad.constData());
-        QVERIFY(seen.paths.isEmpty() && reader->error());
-        const QString error = errorText(*reader);
-        QVERIFY2(error.startsWith("Unable to determine the size of '") &&
-                     error.contains("not valid UTF-8"),
-                 qPrintable(error));
-        QCOMPARE(reader->error()->code(), -1000);
+        QVERIFY2(!reader->error(), qPrintable(errorText(*reader)));
+        // Nothing from inside a folder with such a name.
+        QCOMPARE(seen.infos.size(), sibling.isEmpty() ? 2 : 3);
+        QList<ZKFileInfo> uncopyable;
+        for (const ZKFileInfo &info : seen.infos) {
+            if (!info.skipReason.isEmpty()) {
+                uncopyable.append(info);
+            }
+        }
+        QCOMPARE(uncopyable.size(), 1);
+        const ZKFileInfo item = uncopyable.first();
+        QCOMPARE(item.skipReason, reason);
+        QVERIFY(!item.readable);
+        QCOMPARE(item.url.adjusted(QUrl::RemoveFilename | QUrl::StripTrailingSlash),
+                 QUrl::fromLocalFile(root));
+        // Its url leads to the item itself or to nothing at all.
+        struct stat created {};
+        struct stat named {};
+        QVERIFY(::lstat(raw.constData(), &created) == 0);
+        if (::lstat(QFile::encodeName(item.url.toLocalFile()).constData(), &named) == 0) {
+            QCOMPARE(named.st_ino, created.st_ino);
+        }
+        if (isRepresentableName(name)) {
+            const std::optional<ZKFileInfo> child =
+                reader->fileInfoForChild(QFile::decodeName(name));
+            QVERIFY(child);
+            QCOMPARE(child->skipReason, type == S_IFLNK ? QString() : reason);
+        }
+
+        // The folder's children include it, under the same url, as an item
+        // that exists, cannot be opened, and matches nothing at a destination:
+        // a move must not remove the folder that still holds it.
+        ZKReaderPtr handed;
+        reader->enumerateContentsOfDirectoryWithBlock([&](const ZKReaderPtr &child) {
+            if (child->url() == item.url) {
+                handed = child;
+            }
+            return ZKEnumerationResultContinue;
+        });
+        if (type == S_IFLNK) {
+            return; // a link can be compared as it is
+        }
+        QVERIFY(handed);
+        QVERIFY(!handed->open());
+        QVERIFY(handed->exists() && !handed->isDirectory());
+        QCOMPARE(errorText(*handed), reason);
+        const QString destination =
+            path(QStringLiteral("uncopyable-copy/%1").arg(QTest::currentDataTag()));
+        QVERIFY(QDir().mkpath(destination));
+        QVERIFY(writeFile(destination + '/' + handed->filename(),
+                          QByteArray(qsizetype(item.size), 'x')));
+        const ZKReaderPtr copy = openedReader(destination)->childWithName(handed->filename());
+        QVERIFY(copy->open() && copy->exists());
+        QVERIFY(copy->size() != handed->size());
+    }
+
+    // Whether a file at the destination is a finished copy is told by its
+    // size and date, as a walk saw them.
+    void walkRecordsCarryTheModificationDate() {
+        const QString root = path("dated");
+        QVERIFY(QDir().mkpath(root) && writeFile(root + "/f", "12345"));
+        QVERIFY(QFile::link("f", root + "/l"));
+        struct timespec times[2]{};
+        times[0].tv_nsec = UTIME_OMIT;
+        times[1] = {1234567890, 123456789};
+        QVERIFY(::utimensat(AT_FDCWD, QFile::encodeName(root + "/f").constData(), times, 0) == 0);
+        times[1] = {1000000000, 0}; // the link's own date is not the one that counts
+        QVERIFY(::utimensat(AT_FDCWD, QFile::encodeName(root + "/l").constData(), times,
+                            AT_SYMLINK_NOFOLLOW) == 0);
+        const QDateTime expected = QDateTime::fromMSecsSinceEpoch(1234567890123, Qt::UTC);
+        QCOMPARE(openedReader(root + "/f")->modificationDate(), expected);
+
+        auto reader = openedReader(root);
+        const Walk seen = walk(*reader, root);
+        QCOMPARE(seen.paths.size(), 2);
+        for (const ZKFileInfo &info : seen.infos) {
+            QCOMPARE(info.modificationDate, expected);
+            QCOMPARE(info.modificationDate.timeSpec(), Qt::UTC);
+        }
+        const std::optional<ZKFileInfo> child = reader->fileInfoForChild("f");
+        QVERIFY(child);
+        QCOMPARE(child->modificationDate, expected);
+    }
+
+    // A link in a destination folder is an item of its own: what it points
+    // to is never reported as lying inside the folder.
+    void linkInADestinationIsNotEntered() {
+        const QString root = path("destination");
+        const QString elsewhere = path("elsewhere");
+        QVERIFY(QDir().mkpath(root) && QDir().mkpath(elsewhere + "/x"));
+        QVERIFY(writeFile(elsewhere + "/x/a.txt", "a"));
+        QVERIFY(QFile::link(elsewhere + "/x", root + "/x"));
+        auto reader = openedReader(root);
+        const Walk seen = walk(*reader, root);
+        QVERIFY2(!reader->error(), qPrintable(errorText(*reader)));
+        const qsizetype at = seen.paths.indexOf("x");
+        QVERIFY(at >= 0);
+        QVERIFY(seen.infos[at].symbolicLink);
+        for (const QString &item : seen.paths) {
+            QVERIFY2(!item.startsWith("x/"), qPrintable(item));
+        }
+        const std::optional<ZKFileInfo> child = reader->fileInfoForChild("x");
+        QVERIFY(child && child->symbolicLink);
     }
 
     // Children are made without opening them; a link is not followed.

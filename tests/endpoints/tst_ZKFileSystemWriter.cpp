@@ -109,6 +109,63 @@ private Q_SLOTS:
         QVERIFY(!QFile::exists(path("target-of-dangling")));
     }
 
+    // What a link in the destination points to may lie anywhere: an item
+    // made in its place never goes through it, and replacing it removes the
+    // link alone.
+    void linkInPlaceIsNeverFollowed_data() {
+        QTest::addColumn<bool>("isDirectory");
+        QTest::addColumn<QString>("target");
+        QTest::addColumn<QString>("message");
+        const QString folder = QStringLiteral(
+            "Unable to create the folder '%1': a symbolic link stands in its place.");
+        const QString file =
+            QStringLiteral("Unable to create '%1': a symbolic link stands in its place.");
+        QTest::newRow("folder") << true << "outside" << folder;
+        QTest::newRow("file") << false << "outside/a.txt" << file;
+        QTest::newRow("dangling") << false << "outside/missing" << file;
+        QTest::newRow("folder to a file") << true << "outside/a.txt" << folder;
+    }
+
+    void linkInPlaceIsNeverFollowed() {
+        QFETCH(bool, isDirectory);
+        QFETCH(QString, target);
+        QFETCH(QString, message);
+        const QString root = path(QStringLiteral("linked/%1").arg(QTest::currentDataTag()));
+        const QString outside = root + "/outside";
+        QVERIFY(QDir().mkpath(root + "/destination") && QDir().mkpath(outside));
+        QVERIFY(writeFile(outside + "/a.txt", "keep"));
+        const QString link = root + "/destination/x";
+        QVERIFY(QFile::link(root + '/' + target, link));
+
+        // The destination the user chose may itself lie behind a link.
+        QVERIFY(QFile::link(root + "/destination", root + "/chosen"));
+        auto folder =
+            ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(root + "/chosen"));
+        QVERIFY2(folder->open(), qPrintable(errorText(*folder)));
+        const ZKWriterPtr child =
+            isDirectory ? folder->createDirectory("x") : folder->createFile("x");
+        QVERIFY(child);
+        const bool opened = child->open();
+        if (opened && !isDirectory) {
+            child->appendBlock("written through");
+        }
+        child->close();
+        QVERIFY(!opened);
+        QCOMPARE(errorText(*child), message.arg(root + "/chosen/x"));
+        QCOMPARE(child->error()->code(), -1001);
+        QCOMPARE(QDir(outside).entryList(QDir::NoDotAndDotDot | QDir::AllEntries),
+                 QStringList{"a.txt"});
+        QCOMPARE(readFile(outside + "/a.txt"), QByteArray("keep"));
+
+        QVERIFY2(child->remove([] { return false; }), qPrintable(errorText(*child)));
+        QVERIFY(!QFileInfo::exists(link) && !QFileInfo(link).isSymLink());
+        QCOMPARE(readFile(outside + "/a.txt"), QByteArray("keep"));
+        // Now the item can be made.
+        QVERIFY2(child->open(), qPrintable(errorText(*child)));
+        child->close();
+        QVERIFY(QFileInfo(link).isDir() == isDirectory && !QFileInfo(link).isSymLink());
+    }
+
     void directoryWriterCreatesMissingFolders() {
         auto writer = ZKFileSystemWriter::writerWithDirectory(url("x/y/z"));
         QVERIFY2(writer->open(), qPrintable(errorText(*writer)));
