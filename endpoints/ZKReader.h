@@ -67,6 +67,12 @@ public:
     virtual bool isLocal() const = 0;
     virtual bool canSeek() const = 0;
     virtual bool hasMoreData() const = 0;
+    // True once the reader knows that the item is no longer the version an
+    // earlier run of the same task began to copy (its size, date or the
+    // server's validator changed). What that run left at the destination is
+    // then a piece of another version and must be started over, never
+    // continued.
+    virtual bool hasChanged() const { return false; }
 
     const ZKOptionalError &error() const { return m_error; }
 

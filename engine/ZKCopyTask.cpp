@@ -18,6 +18,7 @@
 #include "ZKTaskState.h"
 #include "ZKTimeFormatter.h"
 #include "ZKTransferMode.h"
+#include "ZKTransferThrottle.h"
 #include "ZKUserDefaults.h"
 #include "ZKVerifyFileOperation.h"
 
@@ -26,6 +27,7 @@
 #include <QFileInfo>
 #include <QPointer>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 
@@ -54,6 +56,8 @@ const QString kTotalBytes = QStringLiteral("TotalBytes");
 const QString kDataRate = QStringLiteral("DataRate");
 const QString kMaximumTransferRate = QStringLiteral("MaximumTransferRate");
 const QString kErrorMessage = QStringLiteral("ErrorMessage");
+const QString kPreExistingUrls = QStringLiteral("PreExistingUrls");
+const QString kNotes = QStringLiteral("Notes");
 
 void deleteOnMainThread(ZKCopyTask *task) {
     if (ZKMainQueue::isMainThread() || !QCoreApplication::instance()) {
@@ -88,6 +92,11 @@ std::shared_ptr<ZKCopyTask> ZKCopyTask::create(const QVariantMap &plist) {
     task->m_transferMode = ZKTransferMode::parse(plist.value(kTransferMode).toString());
     task->m_skippedUrls = ZKPropertyListParser::parseUrls(plist.value(kSkippedUrls).toList());
     task->m_replacedUrls = ZKPropertyListParser::parseUrls(plist.value(kReplacedUrls).toList());
+    if (plist.contains(kPreExistingUrls)) {
+        task->m_preExistingUrls =
+            ZKPropertyListParser::parseUrls(plist.value(kPreExistingUrls).toList());
+    }
+    task->m_notes = plist.value(kNotes).toStringList();
     const qint32 state = ZKTaskState::parse(plist.value(kState).toString());
     const quint64 progress = plist.value(kProgressBytes).toULongLong();
     const quint64 total = plist.value(kTotalBytes).toULongLong();
@@ -133,7 +142,8 @@ std::shared_ptr<ZKCopyTask> ZKCopyTask::create(const QVariantMap &plist) {
     return task;
 }
 
-ZKCopyTask::ZKCopyTask(ZKReaderPtr source, ZKWriterPtr destination) {
+ZKCopyTask::ZKCopyTask(ZKReaderPtr source, ZKWriterPtr destination)
+    : m_throttle(std::make_shared<ZKTransferThrottle>()) {
     setSource(std::move(source));
     setDestination(std::move(destination));
     // The texts follow whatever they are made of.
@@ -153,7 +163,7 @@ ZKCopyTask::~ZKCopyTask() {
 
 QVariantMap ZKCopyTask::asPropertyList() const {
     std::lock_guard locker(m_lock);
-    return {
+    QVariantMap plist{
         {kType, QStringLiteral("CopyTask")},
         {kSource, m_source ? m_source->asPropertyList() : QVariantMap()},
         {kDestination, m_destination ? m_destination->asPropertyList() : QVariantMap()},
@@ -169,6 +179,13 @@ QVariantMap ZKCopyTask::asPropertyList() const {
         {kMaximumTransferRate, m_maximumTransferRate.load()},
         {kErrorMessage, m_error ? m_error->localizedDescription() : QString()},
     };
+    if (m_preExistingUrls) {
+        plist.insert(kPreExistingUrls, ZKPropertyListParser::formatUrls(*m_preExistingUrls));
+    }
+    if (!m_notes.isEmpty()) {
+        plist.insert(kNotes, m_notes);
+    }
+    return plist;
 }
 
 bool ZKCopyTask::isEqual(const ZKCopyTask &other) const {
@@ -210,6 +227,7 @@ void ZKCopyTask::configure(ZKFileOperation &operation) const {
     std::lock_guard locker(m_lock);
     operation.setSkippedUrls(m_skippedUrls);
     operation.setReplacedUrls(m_replacedUrls);
+    operation.setThrottle(m_throttle);
 }
 
 void ZKCopyTask::prepare() {
@@ -222,6 +240,8 @@ void ZKCopyTask::prepare() {
         operation->setUnwritableFileHandler(m_unwritableFileHandler);
         operation->setPreExistingFileHandler(m_preExistingFileHandler);
         operation->setPreExistingDestinationHandler(m_preExistingDestinationHandler);
+        operation->setPreExistingUrls(m_preExistingUrls.value_or(QSet<QUrl>()),
+                                      m_preExistingUrls.has_value());
     }
     operation->setSymbolicLinkHandling(
         qint32(ZKUserDefaults::standard().integerForKey(ZKPreferences::symbolicLinkAction)));
@@ -257,6 +277,7 @@ void ZKCopyTask::remove() {
     setState(S::Removing);
     auto operation = std::make_shared<ZKRemoveSourceOperation>(source(), destination());
     configure(*operation);
+    operation->setPreExistingUrls(preExistingUrls(), isVerifiedOk());
     runOperation(operation, S::Removing, [this](ZKFileOperation &op) { endRemove(op); });
 }
 
@@ -352,6 +373,12 @@ void ZKCopyTask::endPrepare(ZKFileOperation &op) {
     m_bytesCopied = already;
     setSkippedUrls(operation.mutableSkippedUrls());
     setReplacedUrls(operation.mutableReplacedUrls());
+    {
+        std::lock_guard locker(m_lock);
+        m_preExistingUrls = operation.preExistingUrls();
+        m_notes = operation.notes();
+    }
+    Q_EMIT notesChanged();
     if (total != 0 && total == already) {
         setTotalBytes(total);
         if (isVerifyEnabled()) {
@@ -603,6 +630,7 @@ void ZKCopyTask::refreshPercentCompleted() {
                         ? (double(bytesCopied()) + double(bytesVerified())) / (2 * total)
                         : double(bytesCopied()) / total;
     }
+    completed = std::clamp(completed, 0.0, 1.0);
     setPercentCompleted(completed);
     setPercentRemaining(1 - completed);
 }
@@ -648,11 +676,13 @@ void ZKCopyTask::refreshDescription() {
 
 void ZKCopyTask::refreshDetail() {
     const quint64 total = totalBytes();
-    const QString size = total == 0
-                             ? ZKByteCountFormatter::formatFileSize(progressBytes())
-                             : QStringLiteral("%1 of %2")
-                                   .arg(ZKByteCountFormatter::formatFileSize(progressBytes()),
-                                        ZKByteCountFormatter::formatFileSize(total));
+    // A file that changed while it was copied can make the count run past
+    // the total measured before; more done than there is would be nonsense.
+    const quint64 progress = total == 0 ? progressBytes() : std::min(progressBytes(), total);
+    const QString size = total == 0 ? ZKByteCountFormatter::formatFileSize(progress)
+                                    : QStringLiteral("%1 of %2")
+                                          .arg(ZKByteCountFormatter::formatFileSize(progress),
+                                               ZKByteCountFormatter::formatFileSize(total));
     const double time = timeRemaining();
     const QString timeText = time > 0.01 && std::isfinite(time)
                                  ? QStringLiteral(" - %1").arg(ZKTimeFormatter::formatTime(time))
@@ -854,6 +884,20 @@ void ZKCopyTask::setSkippedUrls(const QSet<QUrl> &urls) {
         m_skippedUrls = urls;
     }
     onMain([this] { Q_EMIT skippedUrlsChanged(); });
+}
+
+QStringList ZKCopyTask::notes() const {
+    return locked(m_lock, m_notes);
+}
+
+void ZKCopyTask::setThrottle(std::shared_ptr<ZKTransferThrottle> throttle) {
+    std::lock_guard locker(m_lock);
+    m_throttle = std::move(throttle);
+}
+
+QSet<QUrl> ZKCopyTask::preExistingUrls() const {
+    std::lock_guard locker(m_lock);
+    return m_preExistingUrls.value_or(QSet<QUrl>());
 }
 
 QSet<QUrl> ZKCopyTask::replacedUrls() const {

@@ -12,6 +12,7 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 class ZKFileOperation;
 
@@ -82,6 +83,11 @@ public:
     void setSkippedUrls(const QSet<QUrl> &urls) override;
     QSet<QUrl> replacedUrls() const override;
     void setReplacedUrls(const QSet<QUrl> &urls) override;
+    QStringList notes() const override;
+    void setThrottle(std::shared_ptr<ZKTransferThrottle> throttle) override;
+    // Destination files the first analysis found and took as done without
+    // this task writing them; a move compares them in full.
+    QSet<QUrl> preExistingUrls() const;
 
     ZKFileHandler unreadableFileHandler() const override;
     void setUnreadableFileHandler(ZKFileHandler handler) override;
@@ -176,6 +182,11 @@ private:
     std::atomic<double> m_percentCompleted{0};
     QSet<QUrl> m_skippedUrls;
     QSet<QUrl> m_replacedUrls;
+    // Absent until the first analysis succeeded: what stood at the
+    // destination then is all the task did not write itself.
+    std::optional<QSet<QUrl>> m_preExistingUrls;
+    QStringList m_notes;
+    std::shared_ptr<ZKTransferThrottle> m_throttle;
     ZKFileHandler m_unreadableFileHandler;
     ZKFileHandler m_unwritableFileHandler;
     ZKFileHandler m_preExistingFileHandler;

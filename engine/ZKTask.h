@@ -11,9 +11,13 @@
 #include <QObject>
 #include <QSet>
 #include <QString>
+#include <QStringList>
 #include <QUrl>
 
 #include <functional>
+#include <memory>
+
+class ZKTransferThrottle;
 
 // Asked by an operation, on its own thread, about one item; blocks until the
 // answer is known.
@@ -52,6 +56,7 @@ class ZKTask : public QObject, public ZKPropertyListObject {
     Q_PROPERTY(quint64 maximumTransferRate READ maximumTransferRate WRITE setMaximumTransferRate
                    NOTIFY maximumTransferRateChanged)
     Q_PROPERTY(bool isResumable READ isResumable NOTIFY isResumableChanged)
+    Q_PROPERTY(QStringList notes READ notes NOTIFY notesChanged)
 
 public:
     using QObject::QObject;
@@ -104,6 +109,11 @@ public:
     virtual void setSkippedUrls(const QSet<QUrl> &urls) = 0;
     virtual QSet<QUrl> replacedUrls() const = 0;
     virtual void setReplacedUrls(const QSet<QUrl> &urls) = 0;
+    // What the user should know of the last analysis although nothing failed
+    // (items left out, and why).
+    virtual QStringList notes() const { return {}; }
+    // The pacing state of the queue's speed limit, shared by all its tasks.
+    virtual void setThrottle(std::shared_ptr<ZKTransferThrottle> throttle) = 0;
 
     virtual ZKFileHandler unreadableFileHandler() const = 0;
     virtual void setUnreadableFileHandler(ZKFileHandler handler) = 0;
@@ -145,4 +155,5 @@ Q_SIGNALS:
     void skippedUrlsChanged();
     void replacedUrlsChanged();
     void responsesChanged();
+    void notesChanged();
 };

@@ -5,6 +5,9 @@
 #include "ZKLogging.h"
 #include "ZKReaderFactory.h"
 
+#include <QFileInfo>
+#include <QScopeGuard>
+
 #include <algorithm>
 #include <cstring>
 
@@ -33,6 +36,59 @@ bool ZKAnalyseCopyOperation::compareBlockFromOriginal(const QByteArray &original
                                                       const QByteArray &copy) {
     const qsizetype common = std::min(original.size(), copy.size());
     return common > 0 && std::memcmp(original.constData(), copy.constData(), size_t(common)) == 0;
+}
+
+bool ZKAnalyseCopyOperation::isFinishedCopy(quint64 sourceSize, const QDateTime &sourceDate,
+                                            quint64 copySize, const QDateTime &copyDate) {
+    return sourceSize == copySize && sourceDate.isValid() && copyDate.isValid() &&
+           sourceDate == copyDate;
+}
+
+namespace {
+
+// Where a folder really is, so that a link or a ".." on the way cannot hide
+// that one folder holds the other.
+QString realFolderPath(const QUrl &url) {
+    const QString real = QFileInfo(url.toLocalFile()).canonicalFilePath();
+    return real.isEmpty() ? QString() : real;
+}
+
+bool holds(const QString &folder, const QString &path) {
+    if (folder.isEmpty() || path.isEmpty()) {
+        return false;
+    }
+    if (folder == QLatin1String("/") || folder == path) {
+        return true;
+    }
+    return path.startsWith(folder) && path.at(folder.size()) == QLatin1Char('/');
+}
+
+} // namespace
+
+ZKOptionalError ZKAnalyseCopyOperation::refuseCopyIntoItself(const ZKReader &source,
+                                                             const ZKWriter &destination) {
+    if (!source.isDirectory()) {
+        return std::nullopt;
+    }
+    const QUrl from = source.url();
+    const QUrl to = destination.url();
+    bool inside = false;
+    if (from.isLocalFile() && to.isLocalFile()) {
+        inside = holds(realFolderPath(from), realFolderPath(to));
+    } else if (!from.isLocalFile() && !to.isLocalFile()) {
+        const QUrl a = standardizedUrl(from);
+        const QUrl b = standardizedUrl(to);
+        inside = a.adjusted(QUrl::RemovePath | QUrl::RemovePassword) ==
+                     b.adjusted(QUrl::RemovePath | QUrl::RemovePassword) &&
+                 holds(a.path(), b.path());
+    }
+    if (!inside) {
+        return std::nullopt;
+    }
+    return ZKError::application(
+        ZKErrorCode::analysisRefused,
+        QStringLiteral("Cannot copy the folder '%1' into '%2', which is inside it.")
+            .arg(from.path(), to.path()));
 }
 
 bool ZKAnalyseCopyOperation::isPartialCopyFrom(ZKReader &source, ZKReader &copy,
@@ -106,6 +162,16 @@ bool ZKAnalyseCopyOperation::linkIsLeftAlone(bool isLink) const {
             m_destination->canCreateLinks());
 }
 
+void ZKAnalyseCopyOperation::adopt(const QUrl &url) {
+    if (!m_analysedBefore) {
+        m_preExistingUrls.insert(standardizedUrl(url));
+    }
+}
+
+bool ZKAnalyseCopyOperation::isOwnWork(const QUrl &url) const {
+    return m_analysedBefore && !m_preExistingUrls.contains(standardizedUrl(url));
+}
+
 void ZKAnalyseCopyOperation::main() {
     m_mutableSkippedUrls = skippedUrls();
     m_mutableReplacedUrls = replacedUrls();
@@ -120,6 +186,8 @@ void ZKAnalyseCopyOperation::main() {
                   ZKError::application(
                       ZKErrorCode::createFailed,
                       QStringLiteral("Invalid path: '%1'").arg(m_destination->url().path())));
+    } else if (const ZKOptionalError refusal = refuseCopyIntoItself(*m_source, *m_destination)) {
+        setError(*refusal);
     } else {
         m_destinationFolderReader = m_destination->asReader();
         m_destinationFolderReader->open();
@@ -136,6 +204,8 @@ void ZKAnalyseCopyOperation::main() {
     }
     m_destination->close();
     m_source->close();
+    // What the task will write itself needs no comparison later.
+    m_preExistingUrls -= m_mutableReplacedUrls;
     setSkippedUrls(m_mutableSkippedUrls);
     setReplacedUrls(m_mutableReplacedUrls);
 }
@@ -150,6 +220,21 @@ void ZKAnalyseCopyOperation::analyseCopyFrom(ZKReader &source, ZKReader &copy) {
         m_isDirectory = source.isDirectory();
         if (linkIsLeftAlone(source.isLink())) {
             // Recreated as a link or left out: no bytes to move.
+        } else if (m_isDirectory && copy.exists() && copy.isLink()) {
+            // A folder is never made through a link: the link itself is
+            // the conflict, and replacing it removes the link alone.
+            ZKFileInfo existing;
+            existing.url = copy.url();
+            existing.symbolicLink = true;
+            existing.readable = true;
+            existing.writable = true;
+            if (m_preExistingDestinationHandler &&
+                m_preExistingDestinationHandler(existing) == ZKFileResponseReplace) {
+                m_mutableReplacedUrls.insert(standardizedUrl(copy.url()));
+                analyseDirectoryCopyFrom(source, copy);
+            } else {
+                setError(alreadyExistsError(copy));
+            }
         } else if (m_isDirectory) {
             analyseDirectoryCopyFrom(source, copy);
         } else {
@@ -164,7 +249,7 @@ void ZKAnalyseCopyOperation::analyseFileCopyFrom(ZKReader &source, ZKReader &cop
     if (!copy.exists()) {
         return;
     }
-    if (copy.isDirectory()) {
+    if (copy.isDirectory() && !copy.isLink()) {
         setError(ZKError::application(
             ZKErrorCode::conflict,
             QStringLiteral("A folder already exists with the name '%1'.").arg(copy.filename())));
@@ -172,12 +257,23 @@ void ZKAnalyseCopyOperation::analyseFileCopyFrom(ZKReader &source, ZKReader &cop
     }
     // An empty file is where an interrupted copy stopped right after
     // creating it: continued as it is, never asked about.
-    if (copy.size() == 0) {
+    if (copy.size() == 0 && !copy.isLink()) {
         return;
     }
-    ZKOptionalError testError;
-    if (isPartialCopyFrom(source, copy, this, &testError)) {
+    ZKOptionalError testError = alreadyExistsError(copy);
+    if (copy.isLink()) {
+        // Never written through: the link is the conflict, not its target.
+    } else if (copy.size() == source.size()) {
+        if (isFinishedCopy(source.size(), source.modificationDate(), copy.size(),
+                           copy.modificationDate()) ||
+            isOwnWork(copy.url())) {
+            m_bytesAlreadyCopied = copy.size();
+            adopt(copy.url());
+            return;
+        }
+    } else if (isPartialCopyFrom(source, copy, this, &testError)) {
         m_bytesAlreadyCopied = copy.size();
+        adopt(copy.url());
         return;
     }
     if (isCancelled()) {
@@ -187,7 +283,13 @@ void ZKAnalyseCopyOperation::analyseFileCopyFrom(ZKReader &source, ZKReader &cop
         m_destinationFolderReader ? m_destinationFolderReader->fileInfoForChild(copy.filename())
                                   : std::nullopt;
     if (!existing) {
-        existing = ZKFileInfo{copy.url(), copy.size(), false, copy.isLink(), true, true, {}};
+        ZKFileInfo info;
+        info.url = copy.url();
+        info.size = copy.size();
+        info.symbolicLink = copy.isLink();
+        info.readable = true;
+        info.writable = true;
+        existing = info;
     }
     if (m_preExistingDestinationHandler &&
         m_preExistingDestinationHandler(*existing) == ZKFileResponseReplace) {
@@ -208,7 +310,12 @@ void ZKAnalyseCopyOperation::analyseDirectoryCopyFrom(ZKReader &source, ZKReader
     // What stands in the matching destination folder, by name. Only this
     // level: deeper levels are indexed when the walk gets there.
     FileInfoIndex destinationIndex;
-    if (copy.exists() && copy.isDirectory()) {
+    // Below a link that will be replaced nothing stands yet: what the link
+    // leads to is somewhere else.
+    const bool throughLink = copy.exists() && copy.isLink();
+    m_linksAbove += throughLink ? 1 : 0;
+    const auto leaveLink = qScopeGuard([&] { m_linksAbove -= throughLink ? 1 : 0; });
+    if (m_linksAbove == 0 && copy.exists() && copy.isDirectory()) {
         const QUrl folderUrl = copy.url();
         copy.enumerateFileInfoWithBlock([&](const ZKFileInfo &info) {
             if (isChildOf(info.url, folderUrl)) {
@@ -264,6 +371,14 @@ void ZKAnalyseCopyOperation::analyseDirectoryCopyFrom(ZKReader &source, ZKReader
 ZKEnumerationResult ZKAnalyseCopyOperation::analyseItem(const ZKFileInfo &item,
                                                         const FileInfoIndex &destinationIndex) {
     const QString name = item.url.fileName();
+    if (!item.skipReason.isEmpty()) {
+        // Left out, and since it stays only in the source, a move keeps the
+        // folder that holds it.
+        qCInfo(lcOperations).noquote() << "Skipping:" << item.skipReason;
+        m_notes.append(item.skipReason);
+        skip(item.url);
+        return ZKEnumerationResultSkip;
+    }
     if (!shouldCopyFile(item.url)) {
         // Temporary files are passed over without a trace.
         if (!isTemporaryFile(name)) {
@@ -289,35 +404,72 @@ ZKEnumerationResult ZKAnalyseCopyOperation::analyseItem(const ZKFileInfo &item,
     if (existing == destinationIndex.cend()) {
         return ZKEnumerationResultContinue;
     }
-    if (existing->size != 0 && existing->size != item.size) {
-        const ZKEnumerationResult result = analyseExistingItem(item, *existing);
-        if (result != ZKEnumerationResultContinue) {
-            return result;
+    if (existing->symbolicLink) {
+        return analyseLinkInTheWay(item, *existing);
+    }
+    if (!existing->directory && existing->size != 0) {
+        const bool sameSize = !item.directory && existing->size == item.size;
+        if (sameSize && (isFinishedCopy(item.size, item.modificationDate, existing->size,
+                                        existing->modificationDate) ||
+                         isOwnWork(existing->url))) {
+            adopt(existing->url);
+        } else {
+            const ZKEnumerationResult result = analyseExistingItem(item, *existing, sameSize);
+            if (result != ZKEnumerationResultContinue) {
+                return result;
+            }
         }
     }
-    // Counted as done: equal in size (the copy passes over it), empty, a
+    // Counted as done: a finished copy (the copy passes over it), empty, a
     // partial copy, or chosen for replacement.
     m_bytesAlreadyCopied += existing->size;
     return ZKEnumerationResultContinue;
 }
 
-ZKEnumerationResult ZKAnalyseCopyOperation::analyseExistingItem(const ZKFileInfo &item,
+// A link where an item is to be made is never written through: what it
+// points to may lie anywhere. Replacing removes the link alone.
+ZKEnumerationResult ZKAnalyseCopyOperation::analyseLinkInTheWay(const ZKFileInfo &item,
                                                                 const ZKFileInfo &existing) {
+    const QUrl existingUrl = standardizedUrl(existing.url);
+    if (m_mutableReplacedUrls.contains(existingUrl)) {
+        return ZKEnumerationResultContinue;
+    }
+    const qint32 response = m_preExistingFileHandler ? qint32(m_preExistingFileHandler(existing))
+                                                     : qint32(ZKFileResponseCancel);
+    switch (response) {
+    case ZKFileResponseReplace:
+        m_mutableReplacedUrls.insert(existingUrl);
+        return ZKEnumerationResultContinue;
+    case ZKFileResponseSkip:
+        takeOffTotal(item.size);
+        skip(item.url);
+        return ZKEnumerationResultSkip;
+    default:
+        setError(ZKError::application(
+            ZKErrorCode::conflict,
+            QStringLiteral("A file named '%1' already exists.").arg(existing.url.path())));
+        return ZKEnumerationResultStop;
+    }
+}
+
+ZKEnumerationResult ZKAnalyseCopyOperation::analyseExistingItem(const ZKFileInfo &item,
+                                                                const ZKFileInfo &existing,
+                                                                bool sameSize) {
     const QUrl existingUrl = standardizedUrl(existing.url);
     bool partial = false;
     ZKOptionalError testError;
-    const ZKReaderPtr original = ZKReaderFactory::readerWithUrl(item.url);
-    const ZKReaderPtr copy = ZKReaderFactory::readerWithUrl(existing.url);
-    if (original && copy) {
-        if (original->open() && copy->open()) {
-            partial = isPartialCopyFrom(*original, *copy, this, &testError);
-        } else {
-            testError = ZKError::application(
-                ZKErrorCode::conflict,
-                QStringLiteral("A file named '%1' already exists.").arg(existing.url.path()));
+    // A file of the source's size is finished or it is another file; only a
+    // shorter one can be a copy that stopped half way.
+    if (!sameSize) {
+        const ZKReaderPtr original = ZKReaderFactory::readerWithUrl(item.url);
+        const ZKReaderPtr copy = ZKReaderFactory::readerWithUrl(existing.url);
+        if (original && copy) {
+            if (original->open() && copy->open()) {
+                partial = isPartialCopyFrom(*original, *copy, this, &testError);
+            }
+            copy->close();
+            original->close();
         }
-        copy->close();
-        original->close();
     }
     if (isCancelled()) {
         return ZKEnumerationResultStop;
@@ -328,7 +480,9 @@ ZKEnumerationResult ZKAnalyseCopyOperation::analyseExistingItem(const ZKFileInfo
             QStringLiteral("A file named '%1' already exists.").arg(existing.url.path()));
     }
 
-    if (!partial && !m_mutableReplacedUrls.contains(existingUrl)) {
+    if (partial) {
+        adopt(existingUrl);
+    } else if (!m_mutableReplacedUrls.contains(existingUrl)) {
         const qint32 response = m_preExistingFileHandler
                                     ? qint32(m_preExistingFileHandler(existing))
                                     : qint32(ZKFileResponseCancel);
@@ -344,7 +498,10 @@ ZKEnumerationResult ZKAnalyseCopyOperation::analyseExistingItem(const ZKFileInfo
             setError(*testError);
             return ZKEnumerationResultStop;
         default:
-            break; // goes on as if it were a partial copy
+            // Goes on as if it were a partial copy; a move compares it in
+            // full before it removes anything.
+            adopt(existingUrl);
+            break;
         }
     }
 

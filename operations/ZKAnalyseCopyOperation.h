@@ -9,6 +9,7 @@
 #include "ZKWriter.h"
 
 #include <QHash>
+#include <QStringList>
 
 #include <memory>
 
@@ -49,6 +50,14 @@ public:
         m_preExistingDestinationHandler = std::move(handler);
     }
 
+    // What an earlier analysis of the same task found standing at the
+    // destination (see preExistingUrls()). A task analysed before presumes
+    // that a finished-looking file it did not find then is its own work.
+    void setPreExistingUrls(const QSet<QUrl> &urls, bool analysedBefore) {
+        m_preExistingUrls = urls;
+        m_analysedBefore = analysedBefore;
+    }
+
     // Results, valid once the operation has finished.
     bool isDirectory() const { return m_isDirectory; }
     // Bytes the copy will move: the sizes of everything not skipped.
@@ -58,6 +67,23 @@ public:
     bool isPartialCopy() const { return m_isPartialCopy; }
     const QSet<QUrl> &mutableSkippedUrls() const { return m_mutableSkippedUrls; }
     const QSet<QUrl> &mutableReplacedUrls() const { return m_mutableReplacedUrls; }
+    // Destination files that stood there before the task wrote anything and
+    // were taken as finished or partial copies without being compared in
+    // full. A move compares them in full before it removes their source.
+    const QSet<QUrl> &preExistingUrls() const { return m_preExistingUrls; }
+    // Items left out for a reason the user should hear of (not a regular
+    // file, a name that cannot be represented).
+    const QStringList &notes() const { return m_notes; }
+
+    // The quick check: a destination file of the source's size counts as a
+    // finished copy only when it also carries the source's modification
+    // time, which the copy sets after the content.
+    static bool isFinishedCopy(quint64 sourceSize, const QDateTime &sourceDate, quint64 copySize,
+                               const QDateTime &copyDate);
+    // A refusal to copy a folder into itself, or nothing. Such a copy would
+    // copy the copy again, without end.
+    static ZKOptionalError refuseCopyIntoItself(const ZKReader &source,
+                                                const ZKWriter &destination);
 
     // Whether copy, an existing file, is an unfinished copy of source: its
     // first and its last 4 KiB match the source at the same positions and it
@@ -83,7 +109,13 @@ private:
     void analyseFileCopyFrom(ZKReader &source, ZKReader &copy);
     void analyseDirectoryCopyFrom(ZKReader &source, ZKReader &copy);
     ZKEnumerationResult analyseItem(const ZKFileInfo &item, const FileInfoIndex &destinationIndex);
-    ZKEnumerationResult analyseExistingItem(const ZKFileInfo &item, const ZKFileInfo &existing);
+    ZKEnumerationResult analyseExistingItem(const ZKFileInfo &item, const ZKFileInfo &existing,
+                                            bool sameSize);
+    ZKEnumerationResult analyseLinkInTheWay(const ZKFileInfo &item, const ZKFileInfo &existing);
+    // An existing file taken as done (wholly or in part) without being
+    // written by this task.
+    void adopt(const QUrl &url);
+    bool isOwnWork(const QUrl &url) const;
     bool linkIsLeftAlone(bool isLink) const;
     void skip(const QUrl &url) { m_mutableSkippedUrls.insert(standardizedUrl(url)); }
     void takeOffTotal(quint64 size) { m_totalBytes -= std::min(m_totalBytes, size); }
@@ -104,4 +136,8 @@ private:
     bool m_isPartialCopy = false;
     QSet<QUrl> m_mutableSkippedUrls;
     QSet<QUrl> m_mutableReplacedUrls;
+    QSet<QUrl> m_preExistingUrls;
+    bool m_analysedBefore = false;
+    int m_linksAbove = 0;
+    QStringList m_notes;
 };

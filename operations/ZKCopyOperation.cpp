@@ -33,6 +33,7 @@ void ZKCopyOperation::main() {
     m_startTime = Clock::now();
     m_bytesWritten = 0;
     m_topLevel = true;
+    throttle().beginTransfer();
     if (!m_source->open()) {
         takeError(m_source->error(), openError(m_source->filename()));
         m_source->close();
@@ -47,9 +48,30 @@ void ZKCopyOperation::main() {
         m_destination->close();
         return;
     }
-    copyFrom(*m_source, *m_destination);
+    removeReplacedLink(*m_destination, m_source->filename());
+    if (inProgress()) {
+        copyFrom(*m_source, *m_destination);
+    }
     m_destination->close();
     m_source->close();
+}
+
+bool ZKCopyOperation::isReplaced(const QUrl &url) const {
+    return replacedUrls().contains(standardizedUrl(url)) || replacedUrls().contains(url);
+}
+
+// A link that stands where the item goes and that the user chose to replace
+// goes first, so that nothing is written through it.
+void ZKCopyOperation::removeReplacedLink(ZKWriter &folder, const QString &name) {
+    const ZKReaderPtr folderReader = folder.asReader();
+    if (!folderReader || !folderReader->open()) {
+        return;
+    }
+    const std::optional<ZKFileInfo> there = folderReader->fileInfoForChild(name);
+    folderReader->close();
+    if (there && there->symbolicLink && isReplaced(there->url) && !folder.removeFile(name)) {
+        takeError(folder.error(), openError(name));
+    }
 }
 
 bool ZKCopyOperation::followsLink(const ZKWriter &folder) const {
@@ -153,11 +175,22 @@ void ZKCopyOperation::copyDirectoryFrom(ZKReader &reader, ZKWriter &folder) {
             }
             const QString name = item.url.fileName();
             const auto there = index.constFind(name);
-            // Same size: finished by an earlier run (the analysis has ruled
-            // on conflicts already).
-            const bool complete = there != index.cend() && !there->directory && !item.directory &&
-                                  there->size == item.size;
-            if (!complete && shouldCopyFile(item.url)) {
+            const bool replaced = there != index.cend() && isReplaced(there->url);
+            // Finished by an earlier run: the analysis has ruled on every
+            // file of the source's size already, and one it chose to replace
+            // is finished once it carries the source's date again.
+            const bool complete =
+                there != index.cend() && !there->directory && !there->symbolicLink &&
+                !item.directory && there->size == item.size &&
+                (!replaced ||
+                 ZKAnalyseCopyOperation::isFinishedCopy(item.size, item.modificationDate,
+                                                        there->size, there->modificationDate));
+            if (there != index.cend() && there->symbolicLink && replaced &&
+                !newFolder->removeFile(name)) {
+                takeError(newFolder->error(), openError(name));
+                return ZKEnumerationResultStop;
+            }
+            if (!complete && item.skipReason.isEmpty() && shouldCopyFile(item.url)) {
                 const ZKReaderPtr child = reader.childWithName(name);
                 // A dangling link cannot be opened, yet it can be recreated.
                 if (child->open() || (child->isLink() && !followsLink(*newFolder))) {
@@ -217,6 +250,7 @@ void ZKCopyOperation::copyFileFrom(ZKReader &reader, ZKWriter &folder) {
 ZKWriterPtr ZKCopyOperation::openForResume(ZKReader &reader, ZKWriter &folder, ZKWriterPtr file) {
     const quint64 existingSize = file->size();
     file->close();
+    const bool replaced = isReplaced(file->url());
     const ZKReaderPtr copy = file->asReader();
     if (!copy || !copy->open()) {
         takeError(copy ? copy->error() : ZKOptionalError(), openError(file->filename()));
@@ -225,81 +259,96 @@ ZKWriterPtr ZKCopyOperation::openForResume(ZKReader &reader, ZKWriter &folder, Z
         }
         return nullptr;
     }
+    const bool finished = ZKAnalyseCopyOperation::isFinishedCopy(
+        reader.size(), reader.modificationDate(), existingSize, copy->modificationDate());
+    // A file of the source's size that does not carry its date is another
+    // file the user chose to replace, or this task's own copy cut before its
+    // date was set; either way only writing it anew makes it right. A source
+    // that changed since the file was begun leaves a piece of another
+    // version, which is never continued.
+    bool startOver =
+        reader.hasChanged() || (replaced && !finished && existingSize >= reader.size());
     ZKOptionalError testError;
-    const bool partial = ZKAnalyseCopyOperation::isPartialCopyFrom(reader, *copy, this, &testError);
+    const bool partial =
+        !startOver && ZKAnalyseCopyOperation::isPartialCopyFrom(reader, *copy, this, &testError);
     copy->close();
-
-    bool startOver = false;
-    if (partial) {
-        if (!reader.seekToPosition(existingSize)) {
-            takeError(reader.error(), openError(reader.filename()));
+    if (!startOver) {
+        if (isCancelled()) {
             return nullptr;
         }
-        if (!reader.canSeek()) {
-            // The source answered from its first byte after all, so the file
-            // must start from its first byte too.
-            qCInfo(lcOperations) << "Source cannot resume; copying" << file->url().path() << "anew";
-            if (m_offset != 0) {
-                m_bytesCopied -= std::min(m_bytesCopied.load(), existingSize);
+        if (partial) {
+            if (!reader.seekToPosition(existingSize)) {
+                takeError(reader.error(), openError(reader.filename()));
+                return nullptr;
             }
+            if (!reader.canSeek() || reader.hasChanged()) {
+                // The source answered from its first byte after all, or as
+                // another version, so the file must start from its first
+                // byte too.
+                qCInfo(lcOperations)
+                    << "Source cannot resume; copying" << file->url().path() << "anew";
+                startOver = true;
+            } else {
+                return reopenForAppend(std::move(file), existingSize);
+            }
+        } else if (replaced) {
             startOver = true;
         } else {
-            if (!file->open()) {
-                takeError(file->error(), openError(file->filename()));
-                file->close();
-                return nullptr;
+            if (testError) {
+                setError(*testError);
             }
-            if (file->size() != existingSize) {
-                // Someone wrote to it between the test and now: what was
-                // tested is no longer what would be continued.
-                file->close();
-                setError(ZKError::application(
-                    ZKErrorCode::createFailed,
-                    QStringLiteral("Unable to access '%1': another process is writing to the file.")
-                        .arg(file->url().path())));
-                return nullptr;
-            }
-            // A task that made this operation with an offset counted them.
-            if (m_offset == 0) {
-                m_bytesCopied += existingSize;
-            }
-            return file;
+            return nullptr;
         }
-    } else if (replacedUrls().contains(standardizedUrl(file->url())) ||
-               replacedUrls().contains(file->url())) {
-        startOver = true;
-    } else {
-        // Ended by cancellation, the test leaves no error: just stop.
-        if (testError && !isCancelled()) {
-            setError(*testError);
-        }
-        return nullptr;
     }
 
-    if (startOver) {
-        if (!file->remove([] { return false; })) {
-            takeError(file->error(), openError(file->filename()));
-            file->close();
-            return nullptr;
-        }
-        file->close();
-        if (!reader.seekToPosition(0) && reader.canSeek()) {
-            takeError(reader.error(), openError(reader.filename()));
-            return nullptr;
-        }
-        ZKWriterPtr fresh = folder.createFile(reader.filename());
-        if (!fresh) {
-            takeError(folder.error(), openError(reader.filename()));
-            return nullptr;
-        }
-        if (!fresh->open()) {
-            takeError(fresh->error(), openError(fresh->filename()));
-            fresh->close();
-            return nullptr;
-        }
-        return fresh;
+    // What was counted for the old content is written again.
+    if (m_offset != 0) {
+        m_bytesCopied -= std::min(m_bytesCopied.load(), existingSize);
     }
-    return nullptr;
+    if (!file->remove([] { return false; })) {
+        takeError(file->error(), openError(file->filename()));
+        file->close();
+        return nullptr;
+    }
+    file->close();
+    if (!reader.seekToPosition(0) && reader.canSeek()) {
+        takeError(reader.error(), openError(reader.filename()));
+        return nullptr;
+    }
+    ZKWriterPtr fresh = folder.createFile(reader.filename());
+    if (!fresh) {
+        takeError(folder.error(), openError(reader.filename()));
+        return nullptr;
+    }
+    if (!fresh->open()) {
+        takeError(fresh->error(), openError(fresh->filename()));
+        fresh->close();
+        return nullptr;
+    }
+    return fresh;
+}
+
+ZKWriterPtr ZKCopyOperation::reopenForAppend(ZKWriterPtr file, quint64 existingSize) {
+    if (!file->open()) {
+        takeError(file->error(), openError(file->filename()));
+        file->close();
+        return nullptr;
+    }
+    if (file->size() != existingSize) {
+        // Someone wrote to it between the test and now: what was tested is
+        // no longer what would be continued.
+        file->close();
+        setError(ZKError::application(
+            ZKErrorCode::createFailed,
+            QStringLiteral("Unable to access '%1': another process is writing to the file.")
+                .arg(file->url().path())));
+        return nullptr;
+    }
+    // A task that made this operation with an offset counted them.
+    if (m_offset == 0) {
+        m_bytesCopied += existingSize;
+    }
+    return file;
 }
 
 QByteArray ZKCopyOperation::readNextBlockFromSource(ZKReader &reader) {
@@ -323,23 +372,19 @@ bool ZKCopyOperation::afterBlock(quint64 length, quint64 rate, Pacing &pacing) {
     if (isCancelled()) {
         return false;
     }
-    if (rate != 0) {
-        pacing.residual = sleepForTransferOf(length, pacing.throttleStart, pacing.residual);
-        if (isCancelled()) {
-            return false;
-        }
+    paceTransferOf(length, rate);
+    if (isCancelled()) {
+        return false;
     }
     if (secondsSince(pacing.lastNotification) > minimumTimeBetweenNotifications()) {
         report(pacing.unreported, pacing.lastNotification);
     }
-    pacing.throttleStart = Clock::now();
     return true;
 }
 
 void ZKCopyOperation::copyContents(ZKReader &reader, ZKWriter &file, quint64 position) {
     Pacing pacing;
-    pacing.throttleStart = Clock::now();
-    pacing.lastNotification = pacing.throttleStart;
+    pacing.lastNotification = Clock::now();
     const bool local = reader.isLocal() && file.isLocal() && reader.size() > position &&
                        reader.size() - position >= localCopyMinimum;
     const bool goOn = !local || copyLocally(reader, file, position, pacing);

@@ -56,10 +56,11 @@ private:
     // later run from finishing it.
     void copyAttributesFrom(ZKReader &reader, ZKWriter &writer, bool complete);
     ZKWriterPtr openForResume(ZKReader &reader, ZKWriter &folder, ZKWriterPtr file);
+    ZKWriterPtr reopenForAppend(ZKWriterPtr file, quint64 existingSize);
+    bool isReplaced(const QUrl &url) const;
+    void removeReplacedLink(ZKWriter &folder, const QString &name);
     struct Pacing {
-        Clock::time_point throttleStart;
         Clock::time_point lastNotification;
-        double residual = 0;
         quint64 unreported = 0;
     };
     // Files this large go through the kernel when both ends are local.

@@ -112,6 +112,16 @@ double ZKFileOperation::sleepForTransferOf(quint64 length, Clock::time_point sin
     return owed - slept;
 }
 
+void ZKFileOperation::paceTransferOf(quint64 length, quint64 rate) {
+    if (rate == 0) {
+        m_throttle->passUnlimited();
+        return;
+    }
+    m_throttle->pace([this, length](Clock::time_point since, double residual) {
+        return sleepForTransferOf(length, since, residual);
+    });
+}
+
 void ZKFileOperation::takeError(const ZKOptionalError &error, const ZKError &fallback) {
     m_error = error ? *error : fallback;
 }

@@ -5,6 +5,7 @@
 #include "ZKError.h"
 #include "ZKOperation.h"
 #include "ZKReader.h"
+#include "ZKTransferThrottle.h"
 
 #include <QList>
 #include <QRegularExpression>
@@ -14,6 +15,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <memory>
 
 // What the analyse, copy, verify and remove-source operations share: the last
 // error, the skip rules, the items the user chose to skip or replace, the
@@ -78,6 +80,12 @@ public:
     // as is any oversleep or slow stretch. Returns the new residual.
     double sleepForTransferOf(quint64 length, Clock::time_point since, double residual);
 
+    // The pacing state the operation continues from; the task hands every
+    // operation of its queue the same one. Set before the operation runs.
+    void setThrottle(std::shared_ptr<ZKTransferThrottle> throttle) {
+        m_throttle = std::move(throttle);
+    }
+
     static double secondsSince(Clock::time_point since);
 
 protected:
@@ -90,6 +98,8 @@ protected:
 
     bool isSkippedUrl(const QUrl &url) const;
     static bool isChildOf(const QUrl &child, const QUrl &folder);
+
+    ZKTransferThrottle &throttle() { return *m_throttle; }
 
     // Folders are walked one level at a time and entered by recursion, and a
     // followed link may lead back into a folder being walked. A scope answers
@@ -117,12 +127,17 @@ protected:
     // Posts the operation's activity notification with its four entries.
     void postActivity(quint64 bytes, quint64 totalBytes, double timePassed, double totalTimePassed);
 
+    // Paces a block of length bytes just moved at rate (0: unlimited)
+    // through the shared throttle.
+    void paceTransferOf(quint64 length, quint64 rate);
+
     // Sleeps for one slice of at most a second; answers the time it took.
     static double sleepSlice(double seconds);
 
 private:
     double m_minimumTimeBetweenNotifications = 0;
     std::atomic<quint64> m_maximumTransferRate{0};
+    std::shared_ptr<ZKTransferThrottle> m_throttle = std::make_shared<ZKTransferThrottle>();
     ZKOptionalError m_error;
     QList<QRegularExpression> m_skippedFileRegexes;
     QList<QRegularExpression> m_temporaryFileRegexes;

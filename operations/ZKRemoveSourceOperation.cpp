@@ -85,6 +85,13 @@ void ZKRemoveSourceOperation::compareSource(ZKReader &source, ZKReader &copy) {
         refuse(QStringLiteral("%1 is both the source and destination.").arg(source.url().path()));
         return;
     }
+    // Whatever stands at the destination under its name, an item the user
+    // chose to leave out was not copied: it may be another file of the same
+    // size.
+    if (isSkippedUrl(source.url())) {
+        refuse(QStringLiteral("%1 was not copied.").arg(source.url().path()));
+        return;
+    }
     // A link is compared as an item, never entered: removing it removes the
     // link alone, and what it points to stays where it is.
     if (source.isDirectory() && !source.isLink()) {
@@ -111,7 +118,35 @@ void ZKRemoveSourceOperation::compareSource(ZKReader &source, ZKReader &copy) {
     if (source.size() != copy.size()) {
         refuse(QStringLiteral("%1 is not the same size as %2.")
                    .arg(copy.url().path(), source.url().path()));
+        return;
     }
+    if (!m_comparedInFull && !source.isLink() &&
+        m_preExistingUrls.contains(standardizedUrl(copy.url())) && !sameContents(source, copy) &&
+        !hasError() && !isCancelled()) {
+        refuse(QStringLiteral("%1 is not the same as %2.")
+                   .arg(copy.url().path(), source.url().path()));
+    }
+}
+
+// Both readers stand at their first byte. A read that fails is a refusal too:
+// what cannot be compared cannot be shown to be a copy.
+bool ZKRemoveSourceOperation::sameContents(ZKReader &source, ZKReader &copy) {
+    while (source.hasMoreData() && !isCancelled()) {
+        const QByteArray original = source.readBlock();
+        if (original.isEmpty()) {
+            takeError(
+                source.error(),
+                ZKError::application(ZKErrorCode::readFailed,
+                                     QStringLiteral("Unable to read from '%1': %2.")
+                                         .arg(source.url().path(), QStringLiteral("no data"))));
+            return false;
+        }
+        const QByteArray copied = copy.readBlockOfLength(quint64(original.size()));
+        if (copied != original) {
+            return false;
+        }
+    }
+    return true;
 }
 
 void ZKRemoveSourceOperation::removeItem(ZKWriter &writer) {

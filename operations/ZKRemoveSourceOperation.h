@@ -17,6 +17,7 @@
 // removal takes the whole source item. An item the user chose to skip is
 // compared like any other and, not being there, blocks the removal. A link
 // is compared as one item: removal takes the link, not what it points to.
+// A file that stood at the destination before the task is compared in full.
 class ZKRemoveSourceOperation : public ZKFileOperation {
 public:
     static std::shared_ptr<ZKRemoveSourceOperation> operationWithSource(ZKReaderPtr source,
@@ -28,6 +29,15 @@ public:
     // The copied item at the destination; set by main().
     const ZKReaderPtr &destinationReader() const { return m_destinationReader; }
 
+    // Destination files the task found there and took as done without
+    // writing them; unless comparedInFull (a verification passed), each is
+    // compared byte for byte before its source may go. A file the task wrote
+    // itself is trusted with its size.
+    void setPreExistingUrls(const QSet<QUrl> &urls, bool comparedInFull) {
+        m_preExistingUrls = urls;
+        m_comparedInFull = comparedInFull;
+    }
+
 protected:
     void main() override;
 
@@ -35,8 +45,11 @@ private:
     void compareSource(ZKReader &source, ZKReader &copy);
     void removeItem(ZKWriter &writer);
     void refuse(const QString &message);
+    bool sameContents(ZKReader &source, ZKReader &copy);
 
     ZKReaderPtr m_source;
     ZKWriterPtr m_destination;
     ZKReaderPtr m_destinationReader;
+    QSet<QUrl> m_preExistingUrls;
+    bool m_comparedInFull = false;
 };

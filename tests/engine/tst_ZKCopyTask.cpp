@@ -12,6 +12,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -49,6 +50,7 @@ private Q_SLOTS:
     void init();
     void stepsThroughTheStates_data();
     void stepsThroughTheStates();
+    void replacedFileIsCountedOnce();
     void pauseDuringVerifyResumesAtOffset();
     void cancelAsksAboutPartialFile_data();
     void cancelAsksAboutPartialFile();
@@ -128,6 +130,11 @@ void TestZKCopyTask::stepsThroughTheStates_data() {
     QTest::newRow("already copied")
         << "copy" << qsizetype(100000) << false << qint32(ZKTransferMode::Copy)
         << QList<qint32>{S::Preparing, S::Completed};
+    // Another file of the same size and date passes the quick look, but a
+    // move compares it in full before it removes the only other copy.
+    QTest::newRow("move onto another file of the same size and date")
+        << "disguised" << qsizetype(100000) << false << qint32(ZKTransferMode::Move)
+        << QList<qint32>{S::Preparing, S::PendingRemoval, S::Removing, S::Failed};
     // A failed analysis still shows "0 bytes of 1 bytes", never a 0 total.
     QTest::newRow("failed analysis")
         << "missing" << qsizetype(0) << false << qint32(ZKTransferMode::Copy)
@@ -144,12 +151,23 @@ void TestZKCopyTask::stepsThroughTheStates() {
     const QByteArray content = randomBytes(size, 7);
     const bool failing = before == "missing";
     QVERIFY(failing || writeFile(path("src"), content));
-    QVERIFY(before != "copy" || writeFile(path("out/src"), content));
+    if (before == "copy" || before == "disguised") {
+        QVERIFY(writeFile(path("out/src"), before == "copy" ? content : randomBytes(size, 8)));
+        QFile copy(path("out/src"));
+        QVERIFY(copy.open(QIODevice::ReadWrite) &&
+                copy.setFileTime(QFileInfo(path("src")).lastModified(),
+                                 QFileDevice::FileModificationTime));
+    }
     auto task = makeTask("src");
     task->setIsVerifyEnabled(verify);
     task->setTransferMode(mode);
 
     QCOMPARE(runToEnd(*task), expected);
+    if (before == "disguised") {
+        QTRY_VERIFY(task->detail().startsWith(QStringLiteral("Failed: Cannot remove files")));
+        QCOMPARE(readFile(path("src")), content);
+        return;
+    }
     QCOMPARE(task->progressBytes(), quint64(size));
     QCOMPARE(task->totalBytes(), failing ? quint64(1) : quint64(size));
     if (failing) {
@@ -160,6 +178,22 @@ void TestZKCopyTask::stepsThroughTheStates() {
     QCOMPARE(readFile(path("out/src")), content);
     QCOMPARE(QFile::exists(path("src")), mode == ZKTransferMode::Copy);
     QCOMPARE(task->isVerifiedOk(), verify);
+}
+
+// A file chosen for replacement is counted once, not once for what stood
+// there and once more for what replaced it.
+void TestZKCopyTask::replacedFileIsCountedOnce() {
+    QVERIFY(QDir().mkpath(path("d")) && QDir().mkpath(path("out/d")));
+    QVERIFY(writeFile(path("d/a"), randomBytes(18, 3)) &&
+            writeFile(path("out/d/a"), "stale stale 16 b"));
+    auto task = makeTask("d");
+    task->setPreExistingFileHandler([](const ZKFileInfo &) { return ZKFileResponseReplace; });
+    runToEnd(*task);
+    QCOMPARE(task->state(), S::Completed);
+    QCOMPARE(readFile(path("out/d/a")), randomBytes(18, 3));
+    QCOMPARE(task->totalBytes(), quint64(18));
+    QCOMPARE(task->progressBytes(), quint64(18));
+    QTRY_COMPARE(task->detail(), QStringLiteral("18 bytes of 18 bytes - done"));
 }
 
 void TestZKCopyTask::pauseDuringVerifyResumesAtOffset() {

@@ -1,10 +1,12 @@
 // SPDX-FileCopyrightText: 2026 Ferrowick developers
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKAnalyseCopyOperation.h"
 #include "ZKCopyOperation.h"
 #include "ZKFileSystemReader.h"
 #include "ZKFileSystemWriter.h"
 #include "ZKNotificationCenter.h"
 #include "ZKNotificationNames.h"
+#include "ZKRemoveSourceOperation.h"
 #include "ZKTestSupport.h"
 
 #include <QDir>
@@ -15,7 +17,11 @@
 #include <QTest>
 
 #include <numeric>
+
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 using ZKTestSupport::randomBytes;
 using ZKTestSupport::readFile;
@@ -67,6 +73,7 @@ private Q_SLOTS:
     void resumesFromTheLengthOfThePartialFile();
     void neverContinuesAFileThatDiffers_data();
     void neverContinuesAFileThatDiffers();
+    void replacesAFileChosenForReplacement_data();
     void replacesAFileChosenForReplacement();
     void cancelStopsWithinABlockAndKeepsThePartialFile();
     void secondCopyOfAFolderCopiesNothing();
@@ -74,8 +81,14 @@ private Q_SLOTS:
     void links();
     void linksBackIntoTheTreeEnd();
     void blocksFollowTheSpeedLimit();
+    void limitHoldsAcrossFiles_data();
+    void limitHoldsAcrossFiles();
     void diskFullEndsWithWriteErrorAndConsistentFile();
     void metadataFollowsTheContents();
+    void linkInTheDestinationIsNeverWrittenThrough_data();
+    void linkInTheDestinationIsNeverWrittenThrough();
+    void uncopyableItemsAreLeftOut_data();
+    void uncopyableItemsAreLeftOut();
 
 private:
     std::unique_ptr<QTemporaryDir> m_dir;
@@ -141,9 +154,27 @@ void TestZKCopyOperation::neverContinuesAFileThatDiffers() {
     QVERIFY(readFile(path("dest/big.bin")) == existing);
 }
 
+void TestZKCopyOperation::replacesAFileChosenForReplacement_data() {
+    QTest::addColumn<QByteArray>("existing");
+    const QByteArray content = randomBytes(200000, 3);
+    QByteArray middle = content;
+    middle[100000] = char(~middle.at(100000));
+    QTest::newRow("longer") << randomBytes(300000, 4);
+    QTest::newRow("same size") << randomBytes(200000, 4);
+    // Its first and last 4 KiB pass for a partial copy that only needs its
+    // end: nothing would be written.
+    QTest::newRow("same size, differs in the middle") << middle;
+}
+
 void TestZKCopyOperation::replacesAFileChosenForReplacement() {
+    QFETCH(QByteArray, existing);
     QVERIFY(writeFile(path("a.bin"), randomBytes(200000, 3)));
-    QVERIFY(writeFile(path("dest/a.bin"), randomBytes(300000, 4)));
+    QVERIFY(writeFile(path("dest/a.bin"), existing));
+    QFile old(path("dest/a.bin"));
+    QVERIFY(old.open(QIODevice::ReadWrite) &&
+            old.setFileTime(QDateTime::currentDateTime().addDays(-1),
+                            QFileDevice::FileModificationTime));
+    old.close();
     auto operation = copier(path("a.bin"), path("dest"));
     operation->setReplacedUrls({QUrl::fromLocalFile(path("dest/a.bin"))});
     operation->start();
@@ -267,6 +298,35 @@ void TestZKCopyOperation::blocksFollowTheSpeedLimit() {
     QVERIFY(ZKFileOperation::secondsSince(started) > 1.5);
 }
 
+void TestZKCopyOperation::limitHoldsAcrossFiles_data() {
+    QTest::addColumn<int>("operations");
+    QTest::newRow("one folder of small files") << 1;
+    QTest::newRow("small files in tasks one after another") << 4;
+}
+
+// Each file owes too little to be slept on its own; together they owe the
+// whole limit.
+void TestZKCopyOperation::limitHoldsAcrossFiles() {
+    QFETCH(int, operations);
+    const auto throttle = std::make_shared<ZKTransferThrottle>();
+    const auto started = ZKFileOperation::Clock::now();
+    for (int i = 0; i < operations; ++i) {
+        const QString folder = path(QStringLiteral("small%1").arg(i));
+        QVERIFY(QDir().mkpath(folder));
+        for (int file = 0; file < 20 / operations; ++file) {
+            QVERIFY(writeFile(folder + QStringLiteral("/f%1").arg(file), randomBytes(5000, 20)));
+        }
+        auto operation = copier(folder, path("dest"));
+        operation->setThrottle(throttle);
+        operation->setMaximumTransferRate(50000);
+        operation->start();
+        QVERIFY2(!operation->error(), qPrintable(errorText(*operation)));
+    }
+    // 100,000 bytes at 50,000 B/s cannot take much less than 2 s.
+    const double seconds = ZKFileOperation::secondsSince(started);
+    QVERIFY2(seconds > 1.7, qPrintable(QString::number(seconds)));
+}
+
 void TestZKCopyOperation::diskFullEndsWithWriteErrorAndConsistentFile() {
     const QString small = path("small");
     QVERIFY(QDir().mkpath(small));
@@ -309,6 +369,96 @@ void TestZKCopyOperation::metadataFollowsTheContents() {
         QCOMPARE(QFileInfo(path("dest/" + name)).permissions(),
                  QFileInfo(path(name)).permissions());
     }
+}
+
+void TestZKCopyOperation::linkInTheDestinationIsNeverWrittenThrough_data() {
+    QTest::addColumn<QString>("link"); // where the link stands, under dest
+    QTest::addColumn<bool>("replace");
+    QTest::newRow("the folder itself, replaced") << "x" << true;
+    QTest::newRow("the folder itself, not replaced") << "x" << false;
+    QTest::newRow("a folder inside, replaced") << "x/sub" << true;
+    QTest::newRow("a folder inside, not replaced") << "x/sub" << false;
+    QTest::newRow("a file inside, replaced") << "x/sub/a.txt" << true;
+}
+
+// A link that stands where an item is to be made may lead anywhere: nothing
+// is ever written through it, and replacing it removes the link alone.
+void TestZKCopyOperation::linkInTheDestinationIsNeverWrittenThrough() {
+    QFETCH(QString, link);
+    QFETCH(bool, replace);
+    QVERIFY(QDir().mkpath(path("x/sub")) && QDir().mkpath(path("outside/sub")));
+    QVERIFY(writeFile(path("x/sub/a.txt"), "a") && writeFile(path("outside/keep"), "k"));
+    QVERIFY(QDir().mkpath(QFileInfo(path("dest/" + link)).path()));
+    QVERIFY(QFile::link(path(link.endsWith(".txt") ? "outside/keep" : "outside"),
+                        path("dest/" + link)));
+    const auto answer = [replace](const ZKFileInfo &) {
+        return replace ? ZKFileResponseReplace : ZKFileResponseCancel;
+    };
+    ZKAnalyseCopyOperation analyse(
+        ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(path("x"))),
+        ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(path("dest"))));
+    analyse.setPreExistingFileHandler(answer);
+    analyse.setPreExistingDestinationHandler(answer);
+    analyse.start();
+    if (analyse.error()) {
+        QVERIFY2(!replace, qPrintable(errorText(analyse)));
+    } else {
+        auto operation = copier(path("x"), path("dest"));
+        operation->setReplacedUrls(analyse.replacedUrls());
+        operation->start();
+        QCOMPARE(errorText(*operation), QString());
+        QVERIFY(replace);
+        QVERIFY(!QFileInfo(path("dest/" + link)).isSymLink());
+        QCOMPARE(readFile(path("dest/x/sub/a.txt")), QByteArray("a"));
+    }
+    QCOMPARE(QDir(path("outside")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+             (QStringList{"keep", "sub"}));
+    QCOMPARE(readFile(path("outside/keep")), QByteArray("k"));
+    QVERIFY(QDir(path("outside/sub")).isEmpty());
+}
+
+void TestZKCopyOperation::uncopyableItemsAreLeftOut_data() {
+    QTest::addColumn<QByteArray>("name");
+    QTest::addColumn<QString>("note");
+    QTest::newRow("a named pipe") << QByteArray("pipe")
+                                  << "'%1/pipe' is not a regular file, folder or link.";
+    QTest::newRow("a name that is not UTF-8")
+        << QByteArray("bad\xff") << "The name of '%1/bad\\xFF' is not valid UTF-8.";
+}
+
+// One item that cannot be copied leaves the rest to be copied, is named to
+// the user, and keeps a move from removing the folder that still holds it.
+void TestZKCopyOperation::uncopyableItemsAreLeftOut() {
+    QFETCH(QByteArray, name);
+    QFETCH(QString, note);
+    QVERIFY(QDir().mkpath(path("x")) && writeFile(path("x/a.txt"), "a"));
+    const QByteArray item = QFile::encodeName(path("x")) + '/' + name;
+    const int made = name == "pipe" ? ::mkfifo(item.constData(), 0600)
+                                    : ::open(item.constData(), O_CREAT | O_WRONLY, 0600);
+    QVERIFY(made >= 0);
+    if (name != "pipe") {
+        ::close(made);
+    }
+    ZKAnalyseCopyOperation analyse(
+        ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(path("x"))),
+        ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(path("dest"))));
+    analyse.start();
+    QVERIFY2(!analyse.error(), qPrintable(errorText(analyse)));
+    QCOMPARE(analyse.notes(), QStringList{note.arg(path("x"))});
+    auto operation = copier(path("x"), path("dest"));
+    operation->setSkippedUrls(analyse.skippedUrls());
+    operation->start();
+    QVERIFY2(!operation->error(), qPrintable(errorText(*operation)));
+    QCOMPARE(readFile(path("dest/x/a.txt")), QByteArray("a"));
+
+    ZKRemoveSourceOperation remove(
+        ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(path("x"))),
+        ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(path("dest"))));
+    remove.setSkippedUrls(analyse.skippedUrls());
+    remove.start();
+    QVERIFY(errorText(remove).endsWith(" was not copied."));
+    QVERIFY(::access(item.constData(), F_OK) == 0);
+    ::unlink(item.constData()); // a name the temporary folder's clean-up cannot spell
 }
 
 int main(int argc, char **argv) {
