@@ -5,10 +5,13 @@
 #include "ZKByteCountFormatter.h"
 #include "ZKCopyTask.h"
 #include "ZKFerrowickDocument.h"
+#include "ZKFileSystemReader.h"
 #include "ZKFileSystemWriter.h"
+#include "ZKFtpReader.h"
 #include "ZKFtpWriter.h"
 #include "ZKPreferences.h"
 #include "ZKProgressPrinter.h"
+#include "ZKPropertyListParser.h"
 #include "ZKQueueRunner.h"
 #include "ZKQueueState.h"
 #include "ZKReaderFactory.h"
@@ -25,6 +28,7 @@
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 
+#include <cmath>
 #include <cstdio>
 #include <iostream>
 #include <optional>
@@ -112,6 +116,54 @@ std::optional<QString> readPassword() {
     return QString::fromStdString(line);
 }
 
+// A saved queue keeps no password. The one given on stdin goes to every FTP
+// endpoint of the queue that logs in as a named user, as the endpoint is
+// re-created: a step that resumes while the queue loads connects at once.
+// The password store is left as it is (the endpoints count their password
+// as stored), so a mistyped password replaces nothing there.
+void supplyFtpPassword(const QString &password) {
+    const auto isNamed = [](const QString &user) {
+        return !user.isEmpty() && user != ZKFtpReader::defaultUsername;
+    };
+    ZKPropertyListParser::registerClass(QStringLiteral("FtpReader"), [=](const QVariantMap &dict) {
+        auto reader = std::make_shared<ZKFtpReader>(dict);
+        if (isNamed(reader->username())) {
+            reader->setCredentials(reader->username(), password);
+        }
+        return reader;
+    });
+    ZKPropertyListParser::registerClass(QStringLiteral("FtpWriter"), [=](const QVariantMap &dict) {
+        auto writer = std::make_shared<ZKFtpWriter>(dict);
+        if (isNamed(writer->username())) {
+            writer->setCredentials(writer->username(), password);
+        }
+        return writer;
+    });
+}
+
+// Entries of a saved queue that this version cannot read stay in the file as
+// they are; the user hears about them rather than finding them gone.
+void reportUnreadEntries(const QString &file,
+                         const QList<ZKFerrowickDocument::UnreadTaskEntry> &entries,
+                         const QString &fate) {
+    if (entries.isEmpty()) {
+        return;
+    }
+    printError(QStringLiteral("%1 task %2 of \"%3\" cannot be read and %4 kept unread; %5")
+                   .arg(entries.size())
+                   .arg(entries.size() == 1 ? QStringLiteral("entry") : QStringLiteral("entries"),
+                        file, entries.size() == 1 ? QStringLiteral("is") : QStringLiteral("are"),
+                        fate));
+    for (const auto &entry : entries) {
+        printError(QStringLiteral("  entry %1: %2").arg(entry.index + 1).arg(entry.reason));
+    }
+}
+
+// What a command shows of a location: a local path as a path.
+QString shownUrl(const QUrl &url) {
+    return url.isLocalFile() ? url.toLocalFile() : url.toDisplayString();
+}
+
 struct Runtime {
     std::unique_ptr<ZKTerminalPresenter> presenter;
 };
@@ -170,7 +222,15 @@ QString ZKCommandLine::usage() {
         "  --password-stdin         read the password of ftp://USER@HOST/... addresses from\n"
         "                           the first line of stdin (otherwise the password store\n"
         "                           is asked; saved queues keep it there)\n"
-        "  --verbose                show diagnostic log lines\n");
+        "  --verbose                show diagnostic log lines\n"
+        "\n"
+        "Options of run:\n"
+        "  --on-conflict POLICY     ask, skip, replace or cancel (default: ask)\n"
+        "  --password-stdin         read the password of the queue's FTP accounts from\n"
+        "                           the first line of stdin\n"
+        "  --verbose                show diagnostic log lines\n"
+        "Tasks saved as failed are tried once more; a removal of sources that was cut\n"
+        "short is finished.\n");
 }
 
 bool ZKCommandLine::parseRate(const QString &text, quint64 *bytesPerSecond) {
@@ -196,7 +256,7 @@ bool ZKCommandLine::parseRate(const QString &text, quint64 *bytesPerSecond) {
     }
     bool ok = false;
     const double value = number.toDouble(&ok);
-    if (!ok || value <= 0 || value * double(unit) > 1e15) {
+    if (!ok || !std::isfinite(value) || value <= 0 || value * double(unit) > 1e15) {
         return false;
     }
     *bytesPerSecond = quint64(value * double(unit));
@@ -298,13 +358,26 @@ int ZKCommandLine::transfer(const QStringList &arguments, bool move) {
 int ZKCommandLine::runQueue(const QStringList &arguments) {
     QCommandLineParser parser;
     addCommonOptions(parser);
+    parser.addOption({QStringLiteral("password-stdin"),
+                      QStringLiteral("Read the password of the queue's FTP accounts from stdin.")});
     if (!parser.parse(arguments) || parser.positionalArguments().size() != 1) {
+        if (!parser.errorText().isEmpty()) {
+            printError(parser.errorText());
+        }
         std::fputs(usage().toLocal8Bit().constData(), stderr);
         return badUsage;
     }
     Runtime runtime;
     if (!applyCommonOptions(parser, runtime)) {
         return badUsage;
+    }
+    if (parser.isSet(QStringLiteral("password-stdin"))) {
+        const std::optional<QString> password = readPassword();
+        if (!password) {
+            printError(QStringLiteral("--password-stdin found no password on stdin."));
+            return badUsage;
+        }
+        supplyFtpPassword(*password);
     }
     const QString file = absolute(parser.positionalArguments().first());
     ZKFerrowickDocument document;
@@ -313,9 +386,15 @@ int ZKCommandLine::runQueue(const QStringList &arguments) {
         printError(error.localizedDescription());
         return badUsage;
     }
+    reportUnreadEntries(file, document.unreadTaskEntries(),
+                        QStringLiteral("saving the queue writes them back unchanged."));
+    ZKQueueRunner::takeUpSavedWork(document);
     // Running a queue file means running it, whatever state it was saved in.
     document.setState(ZKQueueState::Running);
-    return runDocument(document, file);
+    const int status = runDocument(document, file);
+    // Tasks that were not even read have not completed.
+    return status == allCompleted && !document.unreadTaskEntries().isEmpty() ? someNotCompleted
+                                                                             : status;
 }
 
 int ZKCommandLine::show(const QStringList &arguments) {
@@ -335,20 +414,34 @@ int ZKCommandLine::show(const QStringList &arguments) {
     std::printf("%s (%s)\n", qPrintable(QFileInfo(file).completeBaseName()),
                 qPrintable(ZKQueueState::convertToString(
                     ZKQueueState::parse(plist.value(QStringLiteral("State")).toString()))));
-    for (const QVariant &entry : plist.value(QStringLiteral("Tasks")).toList()) {
-        const QVariantMap task = entry.toMap();
-        const QVariantMap source = task.value(QStringLiteral("Source")).toMap();
-        const QString name = source.contains(QStringLiteral("Path"))
-                                 ? source.value(QStringLiteral("Path")).toString()
-                                 : source.value(QStringLiteral("Url")).toString();
+    QList<ZKFerrowickDocument::UnreadTaskEntry> unread;
+    const QVariantList entries = plist.value(QStringLiteral("Tasks")).toList();
+    for (qsizetype i = 0; i < entries.size(); ++i) {
+        const QString reason = ZKFerrowickDocument::unreadableTaskEntryReason(entries[i]);
+        if (!reason.isEmpty()) {
+            unread.append({i, entries[i], reason});
+            continue;
+        }
+        const QVariantMap task = entries[i].toMap();
+        // The endpoints alone are made (a task would resume its step); a
+        // local source resolves its bookmark as run would, so the path shown
+        // is the one run acts on.
+        const auto source = ZKPropertyListParser::parseObjectOfType<ZKReader>(
+            task.value(QStringLiteral("Source")).toMap());
+        const auto destination = ZKPropertyListParser::parseObjectOfType<ZKWriter>(
+            task.value(QStringLiteral("Destination")).toMap());
+        if (const auto local = std::dynamic_pointer_cast<ZKFileSystemReader>(source)) {
+            local->acquireBookmark();
+        }
         const QString state = ZKTaskState::convertToString(
             ZKTaskState::parse(task.value(QStringLiteral("State")).toString()));
         const quint64 progress = task.value(QStringLiteral("ProgressBytes")).toULongLong();
         const quint64 total = task.value(QStringLiteral("TotalBytes")).toULongLong();
         QString line =
-            QStringLiteral("  %1 %2 %3  %4 of %5")
+            QStringLiteral("  %1 %2 %3 -> %4  %5 of %6")
                 .arg(state.leftJustified(20),
-                     task.value(QStringLiteral("TransferMode")).toString().leftJustified(5), name,
+                     task.value(QStringLiteral("TransferMode")).toString().leftJustified(5),
+                     shownUrl(source->url()), shownUrl(destination->url()),
                      ZKByteCountFormatter::formatFileSize(progress),
                      ZKByteCountFormatter::formatFileSize(total));
         const QString message = task.value(QStringLiteral("ErrorMessage")).toString();
@@ -357,6 +450,8 @@ int ZKCommandLine::show(const QStringList &arguments) {
         }
         std::printf("%s\n", line.toLocal8Bit().constData());
     }
+    std::fflush(stdout);
+    reportUnreadEntries(file, unread, QStringLiteral("the file is left as it is."));
     return allCompleted;
 }
 

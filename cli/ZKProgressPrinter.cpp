@@ -84,4 +84,11 @@ void ZKProgressPrinter::finish() {
         std::fprintf(m_out, "%s\n", m_document.description().toLocal8Bit().constData());
     }
     std::fflush(m_out);
+    // What was left out is said once, after the progress lines, where it is
+    // not drawn over.
+    for (const auto &task : m_document.taskQueue().tasks()) {
+        for (const QString &note : task->notes()) {
+            std::fprintf(stderr, "Skipped: %s\n", note.toLocal8Bit().constData());
+        }
+    }
 }

@@ -28,11 +28,6 @@ void onSignal(int) {
 ZKQueueRunner::ZKQueueRunner(ZKFerrowickDocument &document, QString queueFile)
     : m_document(document)
     , m_queueFile(std::move(queueFile)) {
-    for (const auto &task : m_document.taskQueue().tasks()) {
-        if (task->state() == S::Removing) {
-            m_interruptedRemovals.insert(task.get());
-        }
-    }
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, signalPipe) == 0) {
         m_signalNotifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, this);
         connect(m_signalNotifier, &QSocketNotifier::activated, this, [this] {
@@ -64,6 +59,15 @@ ZKQueueRunner::~ZKQueueRunner() {
     }
 }
 
+void ZKQueueRunner::takeUpSavedWork(ZKFerrowickDocument &document) {
+    for (const auto &task : document.taskQueue().tasks()) {
+        if (task->state() == S::Removing) {
+            task->setState(S::PendingRemoval);
+        }
+    }
+    document.retryFailedTasks();
+}
+
 bool ZKQueueRunner::isFinished() const {
     if (m_document.retryTimer().isRunning()) {
         return false;
@@ -71,8 +75,7 @@ bool ZKQueueRunner::isFinished() const {
     for (const auto &task : m_document.taskQueue().tasks()) {
         const auto state = task->state();
         const bool ended = state == S::Completed || state == S::Failed || state == S::Cancelled ||
-                           state == S::Suspended ||
-                           (state == S::Removing && m_interruptedRemovals.contains(task.get()));
+                           state == S::Suspended;
         if (!ended) {
             return false;
         }

@@ -3,13 +3,11 @@
 #pragma once
 
 #include <QObject>
-#include <QSet>
 #include <QString>
 #include <QTimer>
 
 class QSocketNotifier;
 class ZKFerrowickDocument;
-class ZKTask;
 
 // Runs a queue to its end from the terminal. When it has a queue file it
 // saves the progress there as it goes (at most once a second, atomically)
@@ -21,6 +19,12 @@ class ZKQueueRunner : public QObject {
 public:
     ZKQueueRunner(ZKFerrowickDocument &document, QString queueFile);
     ~ZKQueueRunner() override;
+
+    // Readies a queue loaded from a file before it runs: a removal of
+    // sources that was cut short goes back to wait for its step, which
+    // checks every source against its copy again and removes only what
+    // passes, and tasks saved as Failed are tried once more.
+    static void takeUpSavedWork(ZKFerrowickDocument &document);
 
     // Runs the event loop until every task has ended; answers the exit
     // status: 0 when every task completed, 1 otherwise.
@@ -38,8 +42,5 @@ private:
     QString m_queueFile;
     QTimer m_timer;
     QSocketNotifier *m_signalNotifier = nullptr;
-    // Removals interrupted by an earlier run are not run again; they count
-    // as ended, not completed.
-    QSet<const ZKTask *> m_interruptedRemovals;
     bool m_interrupted = false;
 };

@@ -4,7 +4,10 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <QDataStream>
 #include <QFile>
@@ -13,13 +16,59 @@
 namespace {
 
 constexpr quint32 bookmarkMagic = 0x5a4b424d; // "ZKBM"
-constexpr quint8 bookmarkVersion = 1;
+// 1: device, inode and path. 2: also size, modification time and generation.
+constexpr quint8 firstVersion = 1;
+constexpr quint8 bookmarkVersion = 2;
+
+// What tells one file from a later one that got the same inode number.
+struct Identity {
+    quint64 size = 0;
+    qint64 modifiedSeconds = 0;
+    qint64 modifiedNanoseconds = 0;
+    std::optional<quint32> generation;
+
+    bool operator==(const Identity &other) const = default;
+};
 
 struct BookmarkData {
     quint64 device = 0;
     quint64 inode = 0;
-    QByteArray path; // raw bytes, so that any name the kernel accepts survives
+    QByteArray path;                  // raw bytes, so that any name the kernel accepts survives
+    std::optional<Identity> identity; // absent in handles of the first version
 };
+
+// Only files and folders are opened to ask: opening a device or a pipe may
+// have effects of its own.
+std::optional<quint32> generationOf(const QByteArray &path, const struct stat &status) {
+    if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
+        return std::nullopt;
+    }
+    const int fd =
+        ::open(path.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (fd < 0) {
+        return std::nullopt;
+    }
+    std::optional<quint32> generation;
+    struct stat opened {};
+    // The kernel writes an int or a long depending on the file system; a
+    // long holds either.
+    long value = 0;
+    if (::fstat(fd, &opened) == 0 && opened.st_dev == status.st_dev &&
+        opened.st_ino == status.st_ino && ::ioctl(fd, FS_IOC_GETVERSION, &value) == 0) {
+        generation = quint32(value);
+    }
+    ::close(fd);
+    return generation;
+}
+
+Identity identityOf(const QByteArray &path, const struct stat &status) {
+    Identity identity;
+    identity.size = quint64(status.st_size);
+    identity.modifiedSeconds = qint64(status.st_mtim.tv_sec);
+    identity.modifiedNanoseconds = qint64(status.st_mtim.tv_nsec);
+    identity.generation = generationOf(path, status);
+    return identity;
+}
 
 std::optional<BookmarkData> decode(const QByteArray &bookmark) {
     QDataStream stream(bookmark);
@@ -28,21 +77,35 @@ std::optional<BookmarkData> decode(const QByteArray &bookmark) {
     quint8 version = 0;
     stream >> magic >> version;
     if (stream.status() != QDataStream::Ok || magic != bookmarkMagic ||
-        version != bookmarkVersion) {
+        (version != firstVersion && version != bookmarkVersion)) {
         return std::nullopt;
     }
     BookmarkData data;
     stream >> data.device >> data.inode >> data.path;
+    if (version == bookmarkVersion) {
+        Identity identity;
+        bool hasGeneration = false;
+        quint32 generation = 0;
+        stream >> identity.size >> identity.modifiedSeconds >> identity.modifiedNanoseconds >>
+            hasGeneration >> generation;
+        if (hasGeneration) {
+            identity.generation = generation;
+        }
+        data.identity = identity;
+    }
     if (stream.status() != QDataStream::Ok || !data.path.startsWith('/')) {
         return std::nullopt;
     }
     return data;
 }
 
+bool isSameInode(const struct stat &status, const BookmarkData &data) {
+    return quint64(status.st_dev) == data.device && quint64(status.st_ino) == data.inode;
+}
+
 bool isSameItem(const QByteArray &path, const BookmarkData &data) {
     struct stat status {};
-    return ::lstat(path.constData(), &status) == 0 && quint64(status.st_dev) == data.device &&
-           quint64(status.st_ino) == data.inode;
+    return ::lstat(path.constData(), &status) == 0 && isSameInode(status, data);
 }
 
 } // namespace
@@ -56,11 +119,13 @@ QByteArray ZKBookmark::create(const QString &path) {
     if (::lstat(encoded.constData(), &status) != 0) {
         return {};
     }
+    const Identity identity = identityOf(encoded, status);
     QByteArray bookmark;
     QDataStream stream(&bookmark, QIODevice::WriteOnly);
     stream.setVersion(QDataStream::Qt_6_0);
     stream << bookmarkMagic << bookmarkVersion << quint64(status.st_dev) << quint64(status.st_ino)
-           << encoded;
+           << encoded << identity.size << identity.modifiedSeconds << identity.modifiedNanoseconds
+           << identity.generation.has_value() << identity.generation.value_or(0);
     return bookmark;
 }
 
@@ -79,6 +144,12 @@ std::optional<QString> ZKBookmark::resolve(const QByteArray &bookmark, QString *
     if (isSameItem(data->path, *data)) {
         return QFile::decodeName(data->path);
     }
+    const QString gone =
+        QStringLiteral("The item '%1' no longer exists.").arg(QFile::decodeName(data->path));
+    if (!data->identity) {
+        // Nothing but the inode number would vouch for another path.
+        return fail(gone);
+    }
 
     // A rename keeps the inode and the folder; look for it among the siblings.
     const qsizetype slash = data->path.lastIndexOf('/');
@@ -89,6 +160,7 @@ std::optional<QString> ZKBookmark::resolve(const QByteArray &bookmark, QString *
                         .arg(QFile::decodeName(data->path)));
     }
     std::optional<QByteArray> found;
+    std::optional<QByteArray> impostor;
     while (const dirent *entry = ::readdir(directory)) {
         if (quint64(entry->d_ino) != data->inode) {
             continue;
@@ -99,15 +171,24 @@ std::optional<QString> ZKBookmark::resolve(const QByteArray &bookmark, QString *
         }
         // d_ino is not reliable across mount points; confirm with the device.
         const QByteArray candidate = (parent == "/" ? QByteArray() : parent) + '/' + name;
-        if (isSameItem(candidate, *data)) {
+        struct stat status {};
+        if (::lstat(candidate.constData(), &status) != 0 || !isSameInode(status, *data)) {
+            continue;
+        }
+        if (identityOf(candidate, status) == *data->identity) {
             found = candidate;
             break;
         }
+        impostor = candidate;
     }
     ::closedir(directory);
-    if (!found) {
-        return fail(
-            QStringLiteral("The item '%1' no longer exists.").arg(QFile::decodeName(data->path)));
+    if (found) {
+        return QFile::decodeName(*found);
     }
-    return QFile::decodeName(*found);
+    if (impostor) {
+        return fail(QStringLiteral("The item '%1' no longer exists; '%2' has its inode number but "
+                                   "is another file.")
+                        .arg(QFile::decodeName(data->path), QFile::decodeName(*impostor)));
+    }
+    return fail(gone);
 }

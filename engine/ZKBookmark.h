@@ -11,6 +11,12 @@
 // together with the path it had, kept as plain data so that it survives a
 // restart of the application. Resolving it finds the item again when it was
 // given another name inside the same folder.
+//
+// An inode number alone does not name a file for long: once a file is
+// removed, the file system hands its number to the next file it creates. So
+// the handle also keeps the item's size, modification time and, where the
+// file system keeps one, its inode generation; an entry of another name is
+// taken for the item only when all of them still match.
 class ZKBookmark {
 public:
     ZKBookmark() = delete;
@@ -20,6 +26,8 @@ public:
 
     // The current path of the item: the recorded path when the same item is
     // still there, else the entry of the recorded parent folder that carries
-    // the same inode. Nothing when the item is gone; failure then says why.
+    // the same inode and still has the recorded size, time and generation.
+    // Handles made before those facts were kept never lead to another path.
+    // Nothing when the item is gone; failure then says why.
     static std::optional<QString> resolve(const QByteArray &bookmark, QString *failure);
 };

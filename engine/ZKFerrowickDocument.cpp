@@ -22,12 +22,16 @@
 #include "ZKTaskState.h"
 #include "ZKTimeFormatter.h"
 #include "ZKTransferMode.h"
+#include "ZKTransferThrottle.h"
 #include "ZKUserDefaults.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QPointer>
 #include <QSaveFile>
+
+#include <cmath>
+#include <limits>
 
 using S = ZKTaskState;
 
@@ -70,6 +74,61 @@ bool isNumber(const QVariant &value) {
         return false;
     }
 }
+
+// Why a saved value cannot be a byte count (whole) or a rate; empty when it
+// can. A negative rate would read as "no limit", and a count beyond the
+// largest file offset is no count of bytes at all.
+QString numberProblem(const QVariant &value, bool whole) {
+    if (!isNumber(value)) {
+        return QStringLiteral("has the wrong type");
+    }
+    constexpr qint64 largest = std::numeric_limits<qint64>::max();
+    switch (value.typeId()) {
+    case QMetaType::Double: {
+        const double number = value.toDouble();
+        if (!std::isfinite(number)) {
+            return QStringLiteral("is not a finite number");
+        }
+        if (number < 0) {
+            return QStringLiteral("is negative");
+        }
+        if (whole && number != std::floor(number)) {
+            return QStringLiteral("is not a whole number");
+        }
+        return whole && number >= double(largest) ? QStringLiteral("is out of range") : QString();
+    }
+    case QMetaType::UInt:
+        return {};
+    case QMetaType::ULongLong:
+        return value.toULongLong() > quint64(largest) ? QStringLiteral("is out of range")
+                                                      : QString();
+    default:
+        return value.toLongLong() < 0 ? QStringLiteral("is negative") : QString();
+    }
+}
+
+// States and modes are saved by name; a value outside the known ones is
+// written as "Unknown (n)" and has no meaning to load.
+QString nameProblem(const QVariant &value) {
+    if (value.typeId() != QMetaType::QString) {
+        return QStringLiteral("has the wrong type");
+    }
+    return value.toString().startsWith(QStringLiteral("Unknown ("))
+               ? QStringLiteral("is out of range")
+               : QString();
+}
+
+// The keys of a saved task that the document checks before loading it.
+const QString kTaskProgressBytes = QStringLiteral("ProgressBytes");
+const QString kTaskTotalBytes = QStringLiteral("TotalBytes");
+const QString kTaskMaximumTransferRate = QStringLiteral("MaximumTransferRate");
+const QString kTaskDataRate = QStringLiteral("DataRate");
+const QString kTaskState = QStringLiteral("State");
+const QString kTaskTransferMode = QStringLiteral("TransferMode");
+const QString kTaskSource = QStringLiteral("Source");
+const QString kTaskDestination = QStringLiteral("Destination");
+const QString kCopyTaskType = QStringLiteral("CopyTask");
+const QString kSpeedLimitRate = QStringLiteral("MaximumTransferRate");
 } // namespace
 
 ZKFerrowickDocument::ZKFerrowickDocument(QObject *parent)
@@ -161,12 +220,22 @@ QVariantMap ZKFerrowickDocument::asPropertyList() const {
         {kDefaultTransferMode, ZKTransferMode::convertToString(m_defaultTransferMode)},
         {kSpeedLimit, m_speedLimit->asPropertyList()},
         {kSchedule, m_schedule->asPropertyList()},
-        {kTasks, m_taskQueue.asPropertyList()},
+        {kTasks, tasksAsPropertyList()},
     };
     if (m_defaultDestination) {
         plist.insert(kDefaultDestination, m_defaultDestination->asPropertyList());
     }
     return plist;
+}
+
+QVariantList ZKFerrowickDocument::tasksAsPropertyList() const {
+    QVariantList tasks = m_taskQueue.asPropertyList();
+    // In ascending order of their old places, so an unchanged queue is
+    // written back entry for entry.
+    for (const UnreadTaskEntry &kept : m_unreadTaskEntries) {
+        tasks.insert(std::min(kept.index, tasks.size()), kept.entry);
+    }
+    return tasks;
 }
 
 bool ZKFerrowickDocument::validatePropertyList(const QVariantMap &plist, QString *reason) {
@@ -212,7 +281,92 @@ bool ZKFerrowickDocument::validatePropertyList(const QVariantMap &plist, QString
             return fail(QStringLiteral("the entry \"%1\" has the wrong type").arg(key));
         }
     }
+
+    // Every value is checked before any task is made: a loaded task may at
+    // once resume its step.
+    const auto problem = [&](const QVariantMap &dict, const QString &key, const QString &where,
+                             auto rule) {
+        if (!dict.contains(key)) {
+            return false;
+        }
+        const QVariant value = dict.value(key);
+        const QString text = rule(value);
+        if (text.isEmpty()) {
+            return false;
+        }
+        QString shown = value.toString();
+        if (shown.size() > 40) {
+            shown = shown.left(40) + QStringLiteral("...");
+        }
+        fail(QStringLiteral("the entry \"%1\"%2 %3%4")
+                 .arg(key, where, text,
+                      shown.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(shown)));
+        return true;
+    };
+    const auto count = [](const QVariant &v) {
+        return numberProblem(v, true);
+    };
+    const auto rate = [](const QVariant &v) {
+        return numberProblem(v, false);
+    };
+    if (problem(plist, kState, QString(), nameProblem) ||
+        problem(plist, kDefaultTransferMode, QString(), nameProblem) ||
+        problem(plist, kDataRate, QString(), rate) ||
+        problem(plist.value(kSpeedLimit).toMap(), kSpeedLimitRate,
+                QStringLiteral(" of the speed limit"), count)) {
+        return false;
+    }
+    const QVariantList tasks = plist.value(kTasks).toList();
+    for (qsizetype i = 0; i < tasks.size(); ++i) {
+        if (tasks[i].typeId() != QMetaType::QVariantMap) {
+            continue; // kept unread by the loader
+        }
+        const QVariantMap task = tasks[i].toMap();
+        const QString where = QStringLiteral(" of task %1").arg(i + 1);
+        if (problem(task, kTaskProgressBytes, where, count) ||
+            problem(task, kTaskTotalBytes, where, count) ||
+            problem(task, kTaskMaximumTransferRate, where, count) ||
+            problem(task, kTaskDataRate, where, rate) ||
+            problem(task, kTaskState, where, nameProblem) ||
+            problem(task, kTaskTransferMode, where, nameProblem)) {
+            return false;
+        }
+    }
     return true;
+}
+
+QString ZKFerrowickDocument::unreadableTaskEntryReason(const QVariant &entry) {
+    if (entry.typeId() != QMetaType::QVariantMap) {
+        return QStringLiteral("It is not a dictionary.");
+    }
+    const QVariantMap dict = entry.toMap();
+    ZKError error;
+    if (!ZKPropertyListParser::canParseObject(dict, &error)) {
+        return error.localizedDescription();
+    }
+    const QString type = dict.value(kType).toString();
+    if (type != kCopyTaskType) {
+        return QStringLiteral("'%1' is not a kind of task.").arg(type);
+    }
+    // The endpoints are made without touching anything; the task itself is
+    // not, since making it resumes its step.
+    for (const QString &key : {kTaskSource, kTaskDestination}) {
+        const QVariant part = dict.value(key);
+        if (part.typeId() != QMetaType::QVariantMap) {
+            return QStringLiteral("Its \"%1\" is missing or not a dictionary.").arg(key);
+        }
+        ZKError partError;
+        const auto object = ZKPropertyListParser::parseObject(part.toMap(), &partError);
+        const bool fits = key == kTaskSource ? bool(std::dynamic_pointer_cast<ZKReader>(object))
+                                             : bool(std::dynamic_pointer_cast<ZKWriter>(object));
+        if (!fits) {
+            return QStringLiteral("Its \"%1\" cannot be re-created: %2")
+                .arg(key, object || partError.localizedDescription().isEmpty()
+                              ? QStringLiteral("it is of the wrong kind.")
+                              : partError.localizedDescription());
+        }
+    }
+    return {};
 }
 
 bool ZKFerrowickDocument::readFromPropertyList(const QVariantMap &plist) {
@@ -241,13 +395,20 @@ bool ZKFerrowickDocument::readFromPropertyList(const QVariantMap &plist) {
     m_schedule = std::make_unique<ZKSchedulePanel>(plist.value(kSchedule).toMap(), this);
 
     QList<ZKTaskPtr> tasks;
-    for (const QVariant &entry : plist.value(kTasks).toList()) {
-        if (entry.typeId() != QMetaType::QVariantMap) {
-            continue;
+    m_unreadTaskEntries.clear();
+    const QVariantList entries = plist.value(kTasks).toList();
+    for (qsizetype i = 0; i < entries.size(); ++i) {
+        QString reason = unreadableTaskEntryReason(entries[i]);
+        if (reason.isEmpty()) {
+            if (auto task = ZKPropertyListParser::parseObjectOfType<ZKTask>(entries[i].toMap())) {
+                tasks.append(task);
+                continue;
+            }
+            reason = QStringLiteral("It cannot be re-created.");
         }
-        if (auto task = ZKPropertyListParser::parseObjectOfType<ZKTask>(entry.toMap())) {
-            tasks.append(task);
-        }
+        qCWarning(lcEngine).noquote()
+            << QStringLiteral("Keeping task entry %1 unread: %2").arg(i + 1).arg(reason);
+        m_unreadTaskEntries.append({i, entries[i], reason});
     }
     ZKIndexList indexes;
     for (qsizetype i = 0; i < tasks.size(); ++i) {
@@ -525,6 +686,18 @@ void ZKFerrowickDocument::restart(bool fromButton) {
     });
 }
 
+void ZKFerrowickDocument::retryFailedTasks() {
+    // A failed task runs no step, so resetting it waits for nothing. Done at
+    // once, so that nobody finds the queue ended before the retry begins.
+    for (const auto &task : m_taskQueue.tasks()) {
+        if (task->state() == S::Failed) {
+            task->reset();
+        }
+    }
+    startNextTask();
+    updateChangeCount();
+}
+
 void ZKFerrowickDocument::refreshRetryTooltip() {
     const qint64 delay =
         ZKUserDefaults::standard().integerForKey(ZKPreferences::automaticRetryDelaySeconds);
@@ -633,6 +806,8 @@ void ZKFerrowickDocument::connectTask(const ZKTaskPtr &task) {
     task->setPreExistingDestinationHandler([guard](const ZKFileInfo &item) {
         return guard ? guard->showPreExistingDestinationAlertForFile(item) : ZKFileResponseCancel;
     });
+    // One pace for the whole queue: a limit holds across its tasks.
+    task->setThrottle(m_throttle);
     ZKTask *raw = task.get();
     m_lastStates.insert(raw, raw->state());
     connect(raw, &ZKTask::stateChanged, this, [this, raw] { onTaskStateChanged(raw); });

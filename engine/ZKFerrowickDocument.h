@@ -9,6 +9,7 @@
 #include "ZKProgressTracker.h"
 #include "ZKSleepManager.h"
 #include "ZKTaskQueue.h"
+#include "ZKTransferThrottle.h"
 
 #include <QHash>
 #include <QObject>
@@ -63,9 +64,23 @@ public:
                                          ZKError *error = nullptr);
     // Written as a whole to a temporary file and renamed over the old one.
     bool writeToFile(const QString &path, ZKError *error = nullptr) const;
-    // Checks the document-level entries of a saved queue; unparseable task
-    // entries are left to the loader, which drops them.
+    // Checks the types and ranges of a saved queue's entries, the numbers of
+    // its tasks included, before anything of it is loaded. Task entries that
+    // cannot be re-created are left to the loader, which keeps them unread.
     static bool validatePropertyList(const QVariantMap &plist, QString *reason);
+    // Why a task entry cannot be re-created, found without re-creating it
+    // (which would resume its step); empty when it can be.
+    static QString unreadableTaskEntryReason(const QVariant &entry);
+
+    // A saved task entry this version cannot re-create. It is kept as it was
+    // and written back in its place, so that opening and saving a queue
+    // never loses a task.
+    struct UnreadTaskEntry {
+        qsizetype index; // in the saved "Tasks" array
+        QVariant entry;
+        QString reason;
+    };
+    const QList<UnreadTaskEntry> &unreadTaskEntries() const { return m_unreadTaskEntries; }
 
     // ---- running
     qint32 state() const { return m_state.load(); }
@@ -77,6 +92,10 @@ public:
     void cancelRetryTimer();
     void retry();
     void restart(bool fromButton = false);
+    // Starts every Failed task over, and no other: unlike restart(), tasks
+    // that rest with their progress keep it, and cancelled ones stay so.
+    // Main thread; the failed tasks are back in the queue on return.
+    void retryFailedTasks();
     void setMaximumTransferRate(quint64 bytesPerSecond);
     void setDataRate(double bytesPerSecond);
     // Returns once every start and pause submitted so far has run.
@@ -182,6 +201,7 @@ private:
         QPointer<ZKFerrowickDocument> m_document;
     };
 
+    QVariantList tasksAsPropertyList() const;
     void runInBackground(std::function<void()> work);
     void startNextTaskNow();
     void startTask(const ZKTaskPtr &task);
@@ -213,6 +233,7 @@ private:
     bool m_autoClearItems = false;
     bool m_autoRetryItems = false;
     std::unique_ptr<ZKSpeedLimitPanel> m_speedLimit;
+    std::shared_ptr<ZKTransferThrottle> m_throttle = std::make_shared<ZKTransferThrottle>();
     std::unique_ptr<ZKSchedulePanel> m_schedule;
     QString m_retryTooltip;
     QString m_clearTooltip;
@@ -221,4 +242,5 @@ private:
     bool m_showDataRate = false;
     bool m_showDataSize = false;
     QHash<ZKTask *, qint32> m_lastStates; // old values for state changes
+    QList<UnreadTaskEntry> m_unreadTaskEntries;
 };

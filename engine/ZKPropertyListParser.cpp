@@ -63,18 +63,17 @@ void fail(ZKError *error, qint64 code, const QString &message) {
     }
 }
 
-} // namespace
-
-std::shared_ptr<ZKPropertyListObject> ZKPropertyListParser::parseObject(const QVariantMap &dict,
-                                                                        ZKError *error) {
+// The factory of the dictionary's class; empty, with the reason, when there
+// is none that can re-create it.
+ZKPropertyListParser::Factory factoryFor(const QVariantMap &dict, ZKError *error) {
     const auto type = dict.constFind(QStringLiteral("Type"));
     if (type == dict.constEnd()) {
         fail(error, ZKErrorCode::unknownClass,
              QStringLiteral("The property 'Type' was not found in the property list."));
-        return nullptr;
+        return {};
     }
     const QString typeName = type.value().toString();
-    Factory factory;
+    ZKPropertyListParser::Factory factory;
     bool isKnown = false;
     {
         Registry &classes = registry();
@@ -88,17 +87,28 @@ std::shared_ptr<ZKPropertyListObject> ZKPropertyListParser::parseObject(const QV
     if (!isKnown) {
         fail(error, ZKErrorCode::unknownClass,
              QStringLiteral("'%1' is not recognised as a valid class name.").arg(typeName));
-        return nullptr;
+        return {};
     }
     if (!factory) {
         fail(error, ZKErrorCode::noPropertyListSupport,
              QStringLiteral("The '%1' class does not support initialisation from a property list.")
                  .arg(typeName));
-        return nullptr;
     }
+    return factory;
+}
+
+} // namespace
+
+std::shared_ptr<ZKPropertyListObject> ZKPropertyListParser::parseObject(const QVariantMap &dict,
+                                                                        ZKError *error) {
+    const Factory factory = factoryFor(dict, error);
     // Called outside the lock: factories re-create their own parts (a task
     // its endpoints) through this parser.
-    return factory(dict);
+    return factory ? factory(dict) : nullptr;
+}
+
+bool ZKPropertyListParser::canParseObject(const QVariantMap &dict, ZKError *error) {
+    return bool(factoryFor(dict, error));
 }
 
 QSet<QUrl> ZKPropertyListParser::parseUrls(const QVariantList &texts) {

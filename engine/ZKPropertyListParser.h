@@ -27,6 +27,12 @@ public:
     static std::shared_ptr<ZKPropertyListObject> parseObject(const QVariantMap &dict,
                                                              ZKError *error = nullptr);
 
+    // Whether parseObject() finds a class that can re-create the dictionary,
+    // without creating anything: loading an object may start work (a task
+    // resumes its step), and a caller that only looks must not cause that.
+    // The reason goes to *error as parseObject() would give it.
+    static bool canParseObject(const QVariantMap &dict, ZKError *error = nullptr);
+
     // parseObject() for callers that expect one family of objects: nullptr
     // also when the object is of another class (then without an error).
     template <class T>

@@ -63,6 +63,9 @@ bool ZKCopyOperation::isReplaced(const QUrl &url) const {
 // A link that stands where the item goes and that the user chose to replace
 // goes first, so that nothing is written through it.
 void ZKCopyOperation::removeReplacedLink(ZKWriter &folder, const QString &name) {
+    if (replacedUrls().isEmpty()) {
+        return; // spares a look at the destination for every task
+    }
     const ZKReaderPtr folderReader = folder.asReader();
     if (!folderReader || !folderReader->open()) {
         return;

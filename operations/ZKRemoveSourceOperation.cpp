@@ -31,6 +31,16 @@ bool isSameItem(const ZKReader &source, const ZKReader &copy) {
     return !sourceLocation.isEmpty() && sourceLocation == realLocation(copy.url());
 }
 
+// Only a local source can be told to be gone rather than out of reach, and
+// only a copy that is there makes its absence a finished move.
+bool isAlreadyRemoved(const ZKReader &source, const ZKReaderPtr &copy) {
+    if (!source.isLocal() || !source.url().isLocalFile() || !copy) {
+        return false;
+    }
+    const QFileInfo info(source.url().toLocalFile());
+    return !info.exists() && !info.isSymLink() && copy->exists();
+}
+
 } // namespace
 
 std::shared_ptr<ZKRemoveSourceOperation>
@@ -57,7 +67,11 @@ void ZKRemoveSourceOperation::main() {
     }
     const ZKWriterPtr sourceWriter = sourceOpened ? m_source->asWriter() : nullptr;
 
-    if (!sourceOpened) {
+    if (!sourceOpened && isAlreadyRemoved(*m_source, m_destinationReader)) {
+        // A removal cut short after the source went, before that was
+        // recorded: nothing is left to do.
+        qCInfo(lcOperations) << "Source" << m_source->url().path() << "is already removed";
+    } else if (!sourceOpened) {
         // What cannot be looked at cannot be shown to have been copied.
         takeError(
             m_source->error(),

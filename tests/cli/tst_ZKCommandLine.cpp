@@ -8,18 +8,22 @@
 #include "ZKFtpServers.h"
 #include "ZKHttpServers.h"
 #include "ZKPreferences.h"
+#include "ZKPropertyListSerialization.h"
 #include "ZKQueueState.h"
 #include "ZKSpeedLimitPanel.h"
 #include "ZKTestSupport.h"
 #include "ZKTransferMode.h"
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <sys/stat.h>
 
 #include <csignal>
 
@@ -36,12 +40,24 @@ private Q_SLOTS:
     void interruptedRunResumes();
     void survivesRepeatedKills();
     void transfersOverFtpAndHttp();
+    void savedSourceIsFollowedOnlyWhileItIsTheSameFile();
+    void unreadableTaskEntryIsKept();
+    void interruptedRemovalIsFinished_data();
+    void interruptedRemovalIsFinished();
+    void runRetriesFailedTasks();
+    void runTakesFtpPasswordFromStdin();
+    void refusalsAndSkipsAreNamed();
 
 private:
     QString path(const QString &name) const { return QDir(m_dir.path()).filePath(name); }
     // The exit status; what it printed goes to output.
     int runCli(const QStringList &arguments, QByteArray *output = nullptr,
                const QByteArray &input = QByteArray());
+
+    // Starts a transfer that saves its queue, and interrupts it once
+    // something of watched has been written.
+    bool interruptTransfer(const QStringList &arguments, const QString &watched);
+    static bool writeQueue(const QString &file, const QVariantMap &plist);
 
     QTemporaryDir m_dir;
     QProcessEnvironment m_environment;
@@ -86,6 +102,9 @@ void TestZKCommandLine::parseRate_data() {
     QTest::newRow("negative") << "-5M" << false << quint64(0);
     QTest::newRow("unit only") << "M" << false << quint64(0);
     QTest::newRow("words") << "fast" << false << quint64(0);
+    QTest::newRow("not a number") << "nan" << false << quint64(0);
+    QTest::newRow("not a number, in megabytes") << "NaNM" << false << quint64(0);
+    QTest::newRow("infinite") << "inf" << false << quint64(0);
 }
 
 void TestZKCommandLine::parseRate() {
@@ -142,6 +161,16 @@ void TestZKCommandLine::malformedQueueFileIsRefused_data() {
                                         "</string></plist>";
     QTest::newRow("deep nesting") << header +
                                          QByteArray(200000, 'x').replace("x", "<dict><key>a</key>");
+    // A negative limit used to switch the limit off.
+    QTest::newRow("negative speed limit")
+        << header + "<dict><key>Type</key><string>FerrowickDocument</string>"
+                    "<key>SpeedLimit</key><dict><key>Enabled</key><true/>"
+                    "<key>MaximumTransferRate</key><integer>-1048576</integer></dict>"
+                    "</dict></plist>";
+    QTest::newRow("negative task progress")
+        << header + "<dict><key>Type</key><string>FerrowickDocument</string>"
+                    "<key>Tasks</key><array><dict><key>Type</key><string>CopyTask</string>"
+                    "<key>ProgressBytes</key><integer>-1</integer></dict></array></dict></plist>";
 }
 
 void TestZKCommandLine::malformedQueueFileIsRefused() {
@@ -295,6 +324,208 @@ void TestZKCommandLine::transfersOverFtpAndHttp() {
                      QStringLiteral("--password-stdin")},
                     &errors, "wrong\n");
     QVERIFY2(status == 1 && errors.contains("Unable to log in"), errors.constData());
+}
+
+bool TestZKCommandLine::interruptTransfer(const QStringList &arguments, const QString &watched) {
+    QProcess process;
+    process.setProcessEnvironment(m_environment);
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(QStringLiteral(FERROWICK_CLI), arguments);
+    if (!process.waitForStarted()) {
+        return false;
+    }
+    QDeadlineTimer deadline(10000);
+    while (QFileInfo(watched).size() == 0 && !deadline.hasExpired()) {
+        QTest::qWait(20);
+    }
+    ::kill(pid_t(process.processId()), SIGINT);
+    return process.waitForFinished(10000) && process.exitCode() == 1 &&
+           QFileInfo(watched).size() > 0;
+}
+
+bool TestZKCommandLine::writeQueue(const QString &file, const QVariantMap &plist) {
+    return ZKTestSupport::writeFile(file, ZKPropertyListSerialization::dataFromPropertyList(plist));
+}
+
+// A saved source's inode number passes to whatever file the file system
+// makes next; a queue must act on the file that was queued or on none.
+void TestZKCommandLine::savedSourceIsFollowedOnlyWhileItIsTheSameFile() {
+    QDir(m_dir.path()).mkpath(QStringLiteral("inode/S"));
+    const QString source = path(QStringLiteral("inode/S/a.bin"));
+    const QString renamed = path(QStringLiteral("inode/S/renamed.bin"));
+    const QString out = path(QStringLiteral("inode/D"));
+    const QString queue = path(QStringLiteral("inode/q.queue"));
+    QVERIFY(ZKTestSupport::writeFile(source, ZKTestSupport::randomBytes(3000000, 21)));
+    QVERIFY(interruptTransfer({QStringLiteral("move"), source, out, QStringLiteral("--save"), queue,
+                               QStringLiteral("--limit"), QStringLiteral("1M")},
+                              out + QStringLiteral("/a.bin")));
+
+    // Renamed, it is still the queued file, and show says where run will go.
+    QVERIFY(QFile::rename(source, renamed));
+    QByteArray shown;
+    QCOMPARE(runCli({QStringLiteral("show"), queue}, &shown), 0);
+    QVERIFY2(shown.contains((renamed + QStringLiteral(" -> ") + out).toUtf8()), shown.constData());
+
+    // The same inode with other content: what a reused inode number is.
+    QVERIFY(ZKTestSupport::writeFile(renamed, "notes\n"));
+    QCOMPARE(runCli({QStringLiteral("show"), queue}, &shown), 0);
+    QVERIFY2(shown.contains((source + QStringLiteral(" -> ") + out).toUtf8()), shown.constData());
+    QByteArray output;
+    QCOMPARE(runCli({QStringLiteral("run"), queue}, &output), 1);
+    QVERIFY2(output.contains("a.bin"), output.constData());
+    QCOMPARE(ZKTestSupport::readFile(renamed), QByteArray("notes\n"));
+    QVERIFY(!QFile::exists(out + QStringLiteral("/renamed.bin")));
+}
+
+void TestZKCommandLine::unreadableTaskEntryIsKept() {
+    QDir(m_dir.path()).mkpath(QStringLiteral("unread"));
+    const QString queue = path(QStringLiteral("unread/q.queue"));
+    QVariantList tasks;
+    for (const auto *name : {"a", "b"}) {
+        const QString file = path(QStringLiteral("unread/") + QLatin1String(name));
+        QVERIFY(ZKTestSupport::writeFile(file, name));
+        tasks << ZKCopyTask::create(ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(file)),
+                                    ZKFileSystemWriter::writerWithDirectory(
+                                        QUrl::fromLocalFile(path(QStringLiteral("unread/out")))))
+                     ->asPropertyList();
+    }
+    QVariantMap damaged = tasks[1].toMap();
+    QVariantMap source = damaged.value(QStringLiteral("Source")).toMap();
+    source.remove(QStringLiteral("Type"));
+    damaged.insert(QStringLiteral("Source"), source);
+    tasks[1] = damaged;
+    QVERIFY(writeQueue(queue, {{QStringLiteral("Type"), QStringLiteral("FerrowickDocument")},
+                               {QStringLiteral("Tasks"), tasks}}));
+    QVariantMap written;
+    ZKError error;
+    QVERIFY2(ZKFerrowickDocument::readPropertyListFromFile(queue, &written, &error),
+             qUtf8Printable(error.localizedDescription()));
+
+    for (const auto *command : {"show", "run"}) {
+        QByteArray output;
+        const int status = runCli({QString::fromLatin1(command), queue}, &output);
+        QCOMPARE(status, command == QByteArray("run") ? 1 : 0);
+        QVERIFY2(output.contains("1 task entry") && output.contains("entry 2:") &&
+                     output.contains("'Type' was not found"),
+                 output.constData());
+    }
+    QCOMPARE(ZKTestSupport::readFile(path(QStringLiteral("unread/out/a"))), QByteArray("a"));
+    QVariantMap saved;
+    QVERIFY2(ZKFerrowickDocument::readPropertyListFromFile(queue, &saved, &error),
+             qUtf8Printable(error.localizedDescription()));
+    const QVariantList savedTasks = saved.value(QStringLiteral("Tasks")).toList();
+    QCOMPARE(savedTasks.size(), 2);
+    QCOMPARE(savedTasks[0].toMap().value(QStringLiteral("State")).toString(),
+             QStringLiteral("Completed"));
+    QCOMPARE(savedTasks[1], written.value(QStringLiteral("Tasks")).toList().at(1));
+}
+
+void TestZKCommandLine::interruptedRemovalIsFinished_data() {
+    QTest::addColumn<bool>("copyComplete");
+    QTest::addColumn<bool>("sourceGone");
+
+    QTest::newRow("copy complete") << true << false;
+    // The removal step's own checks still stand: a short copy keeps its source.
+    QTest::newRow("copy short") << false << false;
+    // Killed after the source went, before the queue was saved again.
+    QTest::newRow("source already removed") << true << true;
+}
+
+// A move killed while it removed its source was saved as Removing.
+void TestZKCommandLine::interruptedRemovalIsFinished() {
+    QFETCH(bool, copyComplete);
+    QFETCH(bool, sourceGone);
+
+    const QString folder = path(QStringLiteral("removal/") + QTest::currentDataTag());
+    QDir().mkpath(folder + QStringLiteral("/out"));
+    const QByteArray content = ZKTestSupport::randomBytes(200000, 31);
+    const QString source = folder + QStringLiteral("/src");
+    QVERIFY(ZKTestSupport::writeFile(source, content));
+    QVERIFY(ZKTestSupport::writeFile(folder + QStringLiteral("/out/src"),
+                                     copyComplete ? content : content.left(5000)));
+    QVariantMap task =
+        ZKCopyTask::create(
+            ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(source)),
+            ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(folder + "/out")))
+            ->asPropertyList();
+    task.insert(QStringLiteral("TransferMode"), QStringLiteral("Move"));
+    task.insert(QStringLiteral("State"), QStringLiteral("Removing"));
+    task.insert(QStringLiteral("ProgressBytes"), qint64(content.size()));
+    task.insert(QStringLiteral("TotalBytes"), qint64(content.size()));
+    const QString queue = folder + QStringLiteral("/q.queue");
+    QVERIFY(writeQueue(queue, {{QStringLiteral("Type"), QStringLiteral("FerrowickDocument")},
+                               {QStringLiteral("Tasks"), QVariantList{task}}}));
+
+    QVERIFY(!sourceGone || QFile::remove(source));
+    QByteArray output;
+    QCOMPARE(runCli({QStringLiteral("run"), queue}, &output), copyComplete ? 0 : 1);
+    QVERIFY2(QFile::exists(source) != copyComplete, output.constData());
+    QCOMPARE(QFileInfo(folder + QStringLiteral("/out/src")).size(),
+             copyComplete ? content.size() : 5000);
+}
+
+void TestZKCommandLine::runRetriesFailedTasks() {
+    const QString late = path(QStringLiteral("retry/late"));
+    const QString queue = path(QStringLiteral("retry/q.queue"));
+    QDir(m_dir.path()).mkpath(QStringLiteral("retry"));
+    QCOMPARE(runCli({QStringLiteral("copy"), late, path(QStringLiteral("retry/out")),
+                     QStringLiteral("--save"), queue}),
+             1);
+    QVERIFY(ZKTestSupport::writeFile(late, "here now"));
+    QByteArray output;
+    QCOMPARE(runCli({QStringLiteral("run"), queue}, &output), 0);
+    QCOMPARE(ZKTestSupport::readFile(path(QStringLiteral("retry/out/late"))),
+             QByteArray("here now"));
+}
+
+// A queue saved with an FTP account keeps no password; run is given it.
+void TestZKCommandLine::runTakesFtpPasswordFromStdin() {
+    ZKFtpServers ftp(ZKFtpServers::PureFtpd);
+    if (!ftp.start()) {
+        if (ZKFtpServers::mustRun()) {
+            QFAIL(qPrintable(ftp.errorString()));
+        }
+        QSKIP(qPrintable(ftp.errorString()));
+    }
+    const QByteArray a = ZKTestSupport::randomBytes(120000, 9);
+    QDir(m_dir.path()).mkpath(QStringLiteral("account"));
+    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("account/a")), a));
+    const QString queue = path(QStringLiteral("account/q.queue"));
+    QByteArray output;
+    // No password anywhere: the login fails and the task is saved Failed.
+    QCOMPARE(runCli({QStringLiteral("copy"), path(QStringLiteral("account/a")),
+                     ftp.url(QStringLiteral("/up/")).toString(), QStringLiteral("--save"), queue},
+                    &output),
+             1);
+    const int status = runCli({QStringLiteral("run"), queue, QStringLiteral("--password-stdin")},
+                              &output, ftp.password().toUtf8() + "\n");
+    QVERIFY2(status == 0, output.constData());
+    QCOMPARE(ZKTestSupport::readFile(ftp.root() + QStringLiteral("/up/a")), a);
+}
+
+// What the copy leaves out, and a copy it refuses, are said in words.
+void TestZKCommandLine::refusalsAndSkipsAreNamed() {
+    QVERIFY(QDir(m_dir.path()).mkpath(QStringLiteral("odd/x/sub")));
+    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("odd/x/a.txt")), "a"));
+    const QString pipe = path(QStringLiteral("odd/x/pipe"));
+    QVERIFY(::mkfifo(QFile::encodeName(pipe).constData(), 0600) == 0);
+    QByteArray output;
+    QCOMPARE(runCli({QStringLiteral("copy"), path(QStringLiteral("odd/x")),
+                     path(QStringLiteral("odd/out"))},
+                    &output),
+             0);
+    QVERIFY2(output.contains(QStringLiteral("Skipped: '%1' is not a regular file, folder or link.")
+                                 .arg(pipe)
+                                 .toUtf8()),
+             output.constData());
+    QCOMPARE(ZKTestSupport::readFile(path(QStringLiteral("odd/out/x/a.txt"))), QByteArray("a"));
+
+    QCOMPARE(runCli({QStringLiteral("copy"), path(QStringLiteral("odd/x")),
+                     path(QStringLiteral("odd/x/sub"))},
+                    &output),
+             1);
+    QVERIFY2(output.contains("which is inside it."), output.constData());
+    QVERIFY(!QFileInfo::exists(path(QStringLiteral("odd/x/sub/x"))));
 }
 
 int main(int argc, char **argv) {

@@ -55,7 +55,7 @@ private Q_SLOTS:
     void savedQueueReopensAndResumes();
     void malformedFilesAreRefused_data();
     void malformedFilesAreRefused();
-    void unknownTaskTypeIsDropped();
+    void unreadableTaskEntriesAreKeptInPlace();
 
 private:
     QString path(const QString &name) const { return QDir(m_dir->path()).filePath(name); }
@@ -230,6 +230,39 @@ void TestZKFerrowickDocument::malformedFilesAreRefused_data() {
     QTest::newRow("deep nesting") << header + QByteArray(100000, 'x').replace("x", "<array>") +
                                          "</plist>"
                                   << "";
+
+    // Numbers out of range: each would load as something the user never set.
+    const QByteArray document = header + "<dict><key>Type</key><string>FerrowickDocument</string>";
+    const auto withTask = [&](const QByteArray &entries) {
+        return document + "<key>Tasks</key><array><dict><key>Type</key><string>CopyTask</string>" +
+               entries + "</dict></array></dict></plist>";
+    };
+    QTest::newRow("negative speed limit")
+        << document + "<key>SpeedLimit</key><dict><key>Enabled</key><true/>"
+                      "<key>MaximumTransferRate</key><integer>-5</integer></dict></dict></plist>"
+        << "\"MaximumTransferRate\" of the speed limit is negative";
+    QTest::newRow("data rate not a number")
+        << document + "<key>DataRate</key><real>nan</real></dict></plist>"
+        << "\"DataRate\" is not a finite number";
+    QTest::newRow("queue state out of range")
+        << document + "<key>State</key><string>Unknown (7)</string></dict></plist>"
+        << "\"State\" is out of range";
+    QTest::newRow("negative task progress")
+        << withTask("<key>ProgressBytes</key><integer>-1</integer>")
+        << "\"ProgressBytes\" of task 1 is negative";
+    QTest::newRow("task total beyond any file")
+        << withTask("<key>TotalBytes</key><integer>18446744073709551615</integer>")
+        << "\"TotalBytes\" of task 1 is out of range";
+    QTest::newRow("task limit a fraction")
+        << withTask("<key>MaximumTransferRate</key><real>0.5</real>")
+        << "\"MaximumTransferRate\" of task 1 is not a whole number";
+    QTest::newRow("task rate infinite") << withTask("<key>DataRate</key><real>-inf</real>")
+                                        << "\"DataRate\" of task 1 is not a finite number";
+    QTest::newRow("task state out of range")
+        << withTask("<key>State</key><string>Unknown (14)</string>")
+        << "\"State\" of task 1 is out of range";
+    QTest::newRow("task mode a number") << withTask("<key>TransferMode</key><integer>9</integer>")
+                                        << "\"TransferMode\" of task 1 has the wrong type";
 }
 
 void TestZKFerrowickDocument::malformedFilesAreRefused() {
@@ -249,23 +282,42 @@ void TestZKFerrowickDocument::malformedFilesAreRefused() {
     QCOMPARE(document.countOfTasks(), 0);
 }
 
-void TestZKFerrowickDocument::unknownTaskTypeIsDropped() {
+// A queue written by another version may hold tasks this one cannot read;
+// opening and saving it must not lose them.
+void TestZKFerrowickDocument::unreadableTaskEntriesAreKeptInPlace() {
     QVERIFY(writeFile(path("a"), "a"));
     ZKFerrowickDocument document;
     document.setState(ZKQueueState::Paused);
     document.addTasks({reader("a")}, outFolder(), 0);
     QVariantMap plist = document.asPropertyList();
-    QVariantList tasks = plist.value(QStringLiteral("Tasks")).toList();
-    QVariantMap alien = tasks.first().toMap();
+    const QVariantMap readable = plist.value(QStringLiteral("Tasks")).toList().first().toMap();
+    QVariantMap alien = readable;
     alien[QStringLiteral("Type")] = QStringLiteral("TeleportTask");
-    tasks.prepend(alien);
-    tasks.append(QStringLiteral("not even a dictionary"));
+    QVariantMap sourceless = readable;
+    QVariantMap source = sourceless.value(QStringLiteral("Source")).toMap();
+    source.remove(QStringLiteral("Type"));
+    sourceless[QStringLiteral("Source")] = source;
+    const QVariantList tasks{alien, readable, sourceless, QStringLiteral("not even a dictionary")};
     plist[QStringLiteral("Tasks")] = tasks;
 
     ZKFerrowickDocument reopened;
     QVERIFY(reopened.readFromPropertyList(plist));
     QCOMPARE(reopened.countOfTasks(), 1);
     QCOMPARE(reopened.state(), qint32(ZKQueueState::Paused));
+    const auto &unread = reopened.unreadTaskEntries();
+    QCOMPARE(unread.size(), 3);
+    QVERIFY2(unread[0].reason.contains(QStringLiteral("'TeleportTask' is not recognised")),
+             qUtf8Printable(unread[0].reason));
+    QVERIFY2(unread[1].reason.contains(QStringLiteral("\"Source\"")) &&
+                 unread[1].reason.contains(QStringLiteral("'Type' was not found")),
+             qUtf8Printable(unread[1].reason));
+
+    const QVariantList saved = reopened.asPropertyList().value(QStringLiteral("Tasks")).toList();
+    QCOMPARE(saved.size(), 4);
+    QCOMPARE(saved[0], tasks[0]);
+    QCOMPARE(saved[1].toMap().value(QStringLiteral("Type")), QVariant(QStringLiteral("CopyTask")));
+    QCOMPARE(saved[2], tasks[2]);
+    QCOMPARE(saved[3], tasks[3]);
 }
 
 int main(int argc, char **argv) {

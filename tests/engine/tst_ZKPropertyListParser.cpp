@@ -38,6 +38,7 @@ private Q_SLOTS:
     void recreatesRegisteredClass();
     void refuses_data();
     void refuses();
+    void checksWithoutCreating();
     void registersFromManyThreads();
     void urlsRoundTrip();
 };
@@ -98,6 +99,25 @@ void tst_ZKPropertyListParser::refuses() {
     QVERIFY(!ZKPropertyListParser::parseObject(dict, &error));
     QCOMPARE(error, ZKError(ZKError::applicationDomain, code, message));
     QVERIFY(!ZKPropertyListParser::parseObject(dict)); // no error object asked for
+    ZKError checked;
+    QVERIFY(!ZKPropertyListParser::canParseObject(dict, &checked));
+    QCOMPARE(checked, error);
+}
+
+// Loading a task resumes its step; a caller that only looks at a saved queue
+// must learn what would load without loading it.
+void tst_ZKPropertyListParser::checksWithoutCreating() {
+    int made = 0;
+    ZKPropertyListParser::registerClass("Counted", [&made](const QVariantMap &dict) {
+        ++made;
+        return std::make_shared<Probe>(dict);
+    });
+    ZKError error;
+    QVERIFY2(ZKPropertyListParser::canParseObject({{"Type", "Counted"}}, &error),
+             qUtf8Printable(error.localizedDescription()));
+    QCOMPARE(made, 0);
+    QVERIFY(ZKPropertyListParser::parseObject({{"Type", "Counted"}}));
+    QCOMPARE(made, 1);
 }
 
 void tst_ZKPropertyListParser::registersFromManyThreads() {
