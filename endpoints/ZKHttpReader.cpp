@@ -33,6 +33,9 @@ namespace {
 const QString typeKey = QStringLiteral("Type");
 const QString urlKey = QStringLiteral("Url");
 const QString canSeekKey = QStringLiteral("CanSeek");
+const QString entityTagKey = QStringLiteral("ETag");
+const QString lastModifiedKey = QStringLiteral("LastModified");
+const QString hasChangedKey = QStringLiteral("HasChanged");
 
 // Used when the user's store holds no usable "downloadTimeout".
 constexpr qint64 defaultTimeoutSeconds = 5;
@@ -70,27 +73,77 @@ TrustedCertificates &trusted() {
     return instance;
 }
 
-// Statuses that Qt reports as errors although the server answered in full;
-// their body is what the user asked for, so it is delivered as data.
-bool isHttpStatusError(QNetworkReply::NetworkError error) {
-    switch (error) {
-    case QNetworkReply::ProtocolInvalidOperationError:
-    case QNetworkReply::AuthenticationRequiredError:
-    case QNetworkReply::ContentAccessDenied:
-    case QNetworkReply::ContentOperationNotPermittedError:
-    case QNetworkReply::ContentNotFoundError:
-    case QNetworkReply::ContentReSendError:
-    case QNetworkReply::ContentConflictError:
-    case QNetworkReply::ContentGoneError:
-    case QNetworkReply::UnknownContentError:
-    case QNetworkReply::InternalServerError:
-    case QNetworkReply::OperationNotImplementedError:
-    case QNetworkReply::ServiceUnavailableError:
-    case QNetworkReply::UnknownServerError:
-        return true;
-    default:
-        return false;
+// For answers that carry no reason phrase of their own, as every HTTP/2
+// answer does.
+struct ReasonPhrase {
+    int status;
+    const char *phrase;
+};
+
+constexpr ReasonPhrase standardReasonPhrases[] = {
+    {400, "Bad Request"},
+    {401, "Unauthorized"},
+    {402, "Payment Required"},
+    {403, "Forbidden"},
+    {404, "Not Found"},
+    {405, "Method Not Allowed"},
+    {406, "Not Acceptable"},
+    {407, "Proxy Authentication Required"},
+    {408, "Request Timeout"},
+    {409, "Conflict"},
+    {410, "Gone"},
+    {411, "Length Required"},
+    {412, "Precondition Failed"},
+    {413, "Content Too Large"},
+    {414, "URI Too Long"},
+    {415, "Unsupported Media Type"},
+    {416, "Range Not Satisfiable"},
+    {417, "Expectation Failed"},
+    {421, "Misdirected Request"},
+    {422, "Unprocessable Content"},
+    {423, "Locked"},
+    {424, "Failed Dependency"},
+    {425, "Too Early"},
+    {426, "Upgrade Required"},
+    {428, "Precondition Required"},
+    {429, "Too Many Requests"},
+    {431, "Request Header Fields Too Large"},
+    {451, "Unavailable For Legal Reasons"},
+    {500, "Internal Server Error"},
+    {501, "Not Implemented"},
+    {502, "Bad Gateway"},
+    {503, "Service Unavailable"},
+    {504, "Gateway Timeout"},
+    {505, "HTTP Version Not Supported"},
+    {506, "Variant Also Negotiates"},
+    {507, "Insufficient Storage"},
+    {508, "Loop Detected"},
+    {511, "Network Authentication Required"},
+};
+
+QString standardReasonPhrase(int status) {
+    for (const ReasonPhrase &entry : standardReasonPhrases) {
+        if (entry.status == status) {
+            return QString::fromLatin1(entry.phrase);
+        }
     }
+    return {};
+}
+
+// The phrase as the server sent it, but only as printable text of a sane
+// length: it ends up in the task's row.
+QString reasonPhraseOf(const QNetworkReply &reply, int status) {
+    QString phrase = QString::fromLatin1(
+        reply.attribute(QNetworkRequest::HttpReasonPhraseAttribute).toByteArray());
+    phrase.removeIf([](QChar c) { return c.unicode() < 0x20 || c.unicode() == 0x7f; });
+    phrase = phrase.simplified().left(100);
+    return phrase.isEmpty() ? standardReasonPhrase(status) : phrase;
+}
+
+// A weak tag only promises an equivalent file, not the same bytes, so it
+// must not decide whether a range of the old one may be continued.
+bool isStrongEntityTag(const QByteArray &tag) {
+    return !tag.isEmpty() && !tag.startsWith("W/");
 }
 
 bool isFollowedRedirect(int status) {
@@ -213,6 +266,9 @@ ZKHttpReader::ZKHttpReader(const QVariantMap &propertyList)
     if (propertyList.contains(canSeekKey)) {
         m_canSeek = propertyList.value(canSeekKey).toBool();
     }
+    m_entityTag = propertyList.value(entityTagKey).toString().toLatin1();
+    m_lastModified = propertyList.value(lastModifiedKey).toString().toLatin1();
+    m_changed = propertyList.value(hasChangedKey, false).toBool();
 }
 
 ZKHttpReader::~ZKHttpReader() {
@@ -232,11 +288,23 @@ QList<QSslCertificate> ZKHttpReader::trustedCertificates() {
 }
 
 QVariantMap ZKHttpReader::asPropertyList() const {
-    return {
+    QVariantMap propertyList{
         {typeKey, QStringLiteral("HttpReader")},
         {urlKey, m_url.toString(QUrl::FullyEncoded)},
         {canSeekKey, m_canSeek},
     };
+    if (!m_entityTag.isEmpty()) {
+        propertyList.insert(entityTagKey, QString::fromLatin1(m_entityTag));
+    }
+    if (!m_lastModified.isEmpty()) {
+        propertyList.insert(lastModifiedKey, QString::fromLatin1(m_lastModified));
+    }
+    // Saved too: a queue saved after the change was seen and before the
+    // copy started over must not continue the old piece when reopened.
+    if (m_changed) {
+        propertyList.insert(hasChangedKey, true);
+    }
+    return propertyList;
 }
 
 // ---- requesting
@@ -294,6 +362,11 @@ void ZKHttpReader::startRequest(quint64 position) {
     m_silenceStart.reset();
     QNetworkRequest request(m_url);
     request.setRawHeader("Range", QByteArrayLiteral("bytes=") + QByteArray::number(position) + '-');
+    const QByteArray version = ifRangeValue();
+    m_askedIfRange = !version.isEmpty();
+    if (m_askedIfRange) {
+        request.setRawHeader("If-Range", version);
+    }
     // A compressed answer would not match the ranges nor the length asked
     // for; the bytes must come as the server keeps them.
     request.setRawHeader("Accept-Encoding", "identity");
@@ -348,6 +421,10 @@ void ZKHttpReader::responseHeadArrived(bool isFinal) {
         return;
     }
     m_statusCode = status;
+    if (status >= 400) {
+        errorStatusArrived(*reply, status);
+        return;
+    }
     m_exists = true;
 
     QString suggested =
@@ -387,17 +464,83 @@ void ZKHttpReader::responseHeadArrived(bool isFinal) {
     } else if (lengthKnown) {
         m_size = quint64(contentLength);
     }
-    m_modificationDate = dateFromHttpDate(reply->rawHeader("Last-Modified"));
+    const QByteArray lastModified = reply->rawHeader("Last-Modified").trimmed();
+    m_modificationDate = dateFromHttpDate(lastModified);
+    noteVersion(status, reply->rawHeader("ETag").trimmed(), lastModified);
     qCInfo(lcEndpoints, "Header fields: %s", qUtf8Printable(headerText(*reply)));
     m_responseReceived = true;
     if (m_failure) {
         // Bytes from the wrong place must never reach a file.
-        m_requestCompleted = true;
-        QObject::disconnect(reply, nullptr, nullptr, nullptr);
-        reply->abort();
-        m_reply.clear();
+        endRequestAtHead(*reply);
     }
     somethingArrived();
+}
+
+void ZKHttpReader::errorStatusArrived(QNetworkReply &reply, int status) {
+    qCInfo(lcEndpoints, "Header fields: %s", qUtf8Printable(headerText(reply)));
+    const ContentRange range = parseContentRange(reply.rawHeader("Content-Range"));
+    if (status == 416 && m_position > 0 && range.total && *range.total == m_position) {
+        // Asked for what follows the last byte: nothing is left to read, and
+        // the server does serve ranges. A finished file resumed ends here.
+        m_exists = true;
+        m_canSeek = true;
+        m_size = *range.total;
+    } else {
+        const QString phrase = reasonPhraseOf(reply, status);
+        const QString answer = phrase.isEmpty() ? QString::number(status)
+                                                : QStringLiteral("%1 %2").arg(status).arg(phrase);
+        m_failure = ZKError::application(
+            ZKErrorCode::readFailed,
+            QStringLiteral("The server answered %1 for '%2'.").arg(answer, m_url.fileName()));
+        qCWarning(lcEndpoints) << "Download from" << m_url.toString()
+                               << "failed:" << m_failure->localizedDescription();
+    }
+    m_responseReceived = true;
+    // An error page is never part of the file, whatever follows the head.
+    endRequestAtHead(reply);
+    somethingArrived();
+}
+
+void ZKHttpReader::endRequestAtHead(QNetworkReply &reply) {
+    m_announcedLength = -1;
+    m_requestCompleted = true;
+    QObject::disconnect(&reply, nullptr, nullptr, nullptr);
+    reply.abort();
+    m_reply.clear();
+}
+
+QByteArray ZKHttpReader::ifRangeValue() const {
+    if (isStrongEntityTag(m_entityTag)) {
+        return m_entityTag;
+    }
+    return m_lastModified;
+}
+
+void ZKHttpReader::noteVersion(int status, const QByteArray &entityTag,
+                               const QByteArray &lastModified) {
+    const bool known = !m_entityTag.isEmpty() || !m_lastModified.isEmpty();
+    bool changed = false;
+    if (known) {
+        if (status == 200 && m_askedIfRange) {
+            // The whole file instead of the range: the version named no
+            // longer matches (or the server has no ranges; either way what
+            // was copied before cannot be continued).
+            changed = true;
+        } else if (!m_entityTag.isEmpty() && !entityTag.isEmpty()) {
+            changed = entityTag != m_entityTag;
+        } else if (!m_lastModified.isEmpty() && !lastModified.isEmpty()) {
+            changed = lastModified != m_lastModified;
+        }
+    }
+    if (changed && !m_changed) {
+        qCWarning(lcEndpoints) << "The file at" << m_url.toString()
+                               << "is not the version a download began with";
+        m_changed = true;
+    }
+    if ((!known || changed) && (!entityTag.isEmpty() || !lastModified.isEmpty())) {
+        m_entityTag = entityTag;
+        m_lastModified = lastModified;
+    }
 }
 
 void ZKHttpReader::dataArrived() {
@@ -442,10 +585,14 @@ void ZKHttpReader::requestFinished() {
     }
     if (!m_responseReceived) {
         responseHeadArrived(true);
+        if (m_requestCompleted) {
+            // The head ended the request by itself.
+            return;
+        }
     }
     const QNetworkReply::NetworkError error = reply->error();
     const qint64 received = m_receivedLength + (m_responseReceived ? reply->bytesAvailable() : 0);
-    if (error != QNetworkReply::NoError && !(m_responseReceived && isHttpStatusError(error))) {
+    if (error != QNetworkReply::NoError) {
         m_failure = ZKError(networkErrorDomain, qint64(error), reply->errorString());
     } else if (m_announcedLength >= 0 && received < m_announcedLength && !m_failure) {
         // The client library takes a connection that closes early for the

@@ -40,7 +40,9 @@ public:
 
     // Construct through std::make_shared, as every reader.
     explicit ZKHttpReader(const QUrl &url);
-    // "Url" gives the address; "CanSeek", when present, the last known answer.
+    // "Url" gives the address; "CanSeek", when present, the last known answer;
+    // "ETag" and "LastModified", when present, the version a download began
+    // with.
     explicit ZKHttpReader(const QVariantMap &propertyList);
     ~ZKHttpReader() override;
 
@@ -97,6 +99,14 @@ public:
     void setCanSeek(bool canSeek) { m_canSeek = canSeek; }
     // Lets the event loop deliver what has arrived when nothing is queued.
     bool hasMoreData() const override;
+    // Every request after the first names the version it saw ("If-Range"
+    // with its "ETag", else its "Last-Modified"), so that a server whose
+    // file was replaced answers with the whole new file instead of a piece
+    // of it. Once an answer shows another version this stays true for the
+    // reader and its saved form: whatever was copied before is of the old
+    // one. The new version is taken as the one to ask for from then on.
+    bool hasChanged() const override { return m_changed; }
+    void acceptCurrentVersion() override { m_changed = false; }
 
     // Seconds of silence allowed while waiting; 0 or less: the user's
     // "downloadTimeout".
@@ -124,6 +134,13 @@ private:
 
     void startRequest(quint64 position);
     void responseHeadArrived(bool isFinal);
+    // An answer of 400 or above: nothing of its body is data of the file.
+    void errorStatusArrived(QNetworkReply &reply, int status);
+    void noteVersion(int status, const QByteArray &entityTag, const QByteArray &lastModified);
+    // The header value that names the version known, or empty.
+    QByteArray ifRangeValue() const;
+    // The request ends with the head: what follows it is not read.
+    void endRequestAtHead(QNetworkReply &reply);
     void dataArrived();
     void requestFinished();
     bool waitForResponse();
@@ -150,6 +167,12 @@ private:
     QDateTime m_modificationDate;
     bool m_canSeek = true;
     int m_statusCode = 0;
+    // The version the download began with, as the server named it.
+    QByteArray m_entityTag;
+    QByteArray m_lastModified;
+    bool m_changed = false;
+    // Whether the request in flight carried "If-Range".
+    bool m_askedIfRange = false;
     quint64 m_position = 0;
 
     // Filled by the request's signals, which arrive only while this reader

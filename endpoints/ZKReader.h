@@ -73,6 +73,9 @@ public:
     // then a piece of another version and must be started over, never
     // continued.
     virtual bool hasChanged() const { return false; }
+    // The copy writes the item anew from its first byte: the version it now
+    // reads is the one that later resumes must match.
+    virtual void acceptCurrentVersion() {}
 
     const ZKOptionalError &error() const { return m_error; }
 

@@ -17,6 +17,9 @@ const QString typeKey = QStringLiteral("Type");
 const QString urlKey = QStringLiteral("Url");
 const QString usernameKey = QStringLiteral("Username");
 const QString supportsRfc3659Key = QStringLiteral("SupportsRfc3659");
+const QString sizeKey = QStringLiteral("Size");
+const QString modificationDateKey = QStringLiteral("ModificationDate");
+const QString hasChangedKey = QStringLiteral("HasChanged");
 
 constexpr quint64 dataBlockSize = 4096;
 // A server that answers every CWD and lists one more folder in each would
@@ -79,6 +82,13 @@ ZKFtpReader::ZKFtpReader(const QVariantMap &propertyList)
     m_password.reset();
     m_passwordStored = true;
     m_supportsRfc3659 = propertyList.value(supportsRfc3659Key, true).toBool();
+    bool sizeRead = false;
+    const quint64 size = propertyList.value(sizeKey).toULongLong(&sizeRead);
+    if (sizeRead) {
+        m_knownSize = size;
+    }
+    m_knownDate = propertyList.value(modificationDateKey).toDateTime();
+    m_changed = propertyList.value(hasChangedKey, false).toBool();
 }
 
 ZKFtpReader::~ZKFtpReader() {
@@ -128,6 +138,17 @@ QVariantMap ZKFtpReader::asPropertyList() const {
     propertyList.insert(urlKey, m_url.toString());
     propertyList.insert(usernameKey, m_username);
     propertyList.insert(supportsRfc3659Key, m_supportsRfc3659);
+    if (m_knownSize) {
+        propertyList.insert(sizeKey, qulonglong(*m_knownSize));
+    }
+    if (m_knownDate.isValid()) {
+        propertyList.insert(modificationDateKey, m_knownDate);
+    }
+    // Saved too: a queue saved after the change was seen and before the
+    // copy started over must not continue the old piece when reopened.
+    if (m_changed) {
+        propertyList.insert(hasChangedKey, true);
+    }
     return propertyList;
 }
 
@@ -213,7 +234,54 @@ bool ZKFtpReader::open() {
         return false;
     }
     applyItem(*item);
+    if (!m_isDirectory) {
+        if (!m_modificationDate.isValid() && m_supportsRfc3659) {
+            const std::optional<QDateTime> date = remoteModificationDate(m_filename);
+            if (!date) {
+                fail(QStringLiteral("Unable to open file '%1': %2")
+                         .arg(m_url.path(), clientDescription()));
+                return false;
+            }
+            m_modificationDate = *date;
+        }
+        noteVersion();
+    }
     return true;
+}
+
+std::optional<QDateTime> ZKFtpReader::remoteModificationDate(const QString &name) {
+    m_ftp->sendControlRequest(QStringLiteral("MDTM"), name);
+    const std::optional<QString> reply =
+        m_ftp->error() ? std::nullopt : m_ftp->readControlResponse();
+    if (!reply) {
+        return std::nullopt;
+    }
+    // "213 YYYYMMDDHHMMSS", in UTC, perhaps with a fraction of a second.
+    if (m_ftp->error() || !reply->startsWith(QLatin1String("213 "))) {
+        return QDateTime();
+    }
+    return ZKFtpItem::parseMachineReadableDate(reply->mid(4).trimmed().left(14));
+}
+
+void ZKFtpReader::noteVersion() {
+    if (!m_knownSize) {
+        m_knownSize = m_size;
+        m_knownDate = m_modificationDate;
+        return;
+    }
+    // Whole seconds: that is all a listing or MDTM tells.
+    const bool dateDiffers =
+        m_knownDate.isValid() && m_modificationDate.isValid() &&
+        m_knownDate.toSecsSinceEpoch() != m_modificationDate.toSecsSinceEpoch();
+    if ((*m_knownSize != m_size || dateDiffers) && !m_changed) {
+        qCWarning(lcFtp) << "The file at" << m_url.toString()
+                         << "is not the version a copy began with";
+        m_changed = true;
+    }
+    m_knownSize = m_size;
+    if (m_modificationDate.isValid()) {
+        m_knownDate = m_modificationDate;
+    }
 }
 
 void ZKFtpReader::close() {
@@ -383,6 +451,9 @@ ZKEnumerationResult ZKFtpReader::walkFileInfo(const FileInfoBlock &block, int de
         info.directory = item.type() == ZKFtpItem::Directory;
         info.symbolicLink = item.type() == ZKFtpItem::SymbolicLink;
         info.size = info.directory ? 0 : item.size();
+        // Only what the listing tells: asking each entry's date would cost
+        // one more round trip per file of the walk.
+        info.modificationDate = item.modificationDate();
         info.readable = true;
         info.writable = true;
         result = block(info);
@@ -523,6 +594,16 @@ std::optional<ZKFileInfo> ZKFtpReader::fileInfoForChild(const QString &name) {
     info.size = item->type() == ZKFtpItem::Directory ? 0 : item->size();
     info.directory = item->type() == ZKFtpItem::Directory;
     info.symbolicLink = item->type() == ZKFtpItem::SymbolicLink;
+    info.modificationDate = item->modificationDate();
+    if (!info.modificationDate.isValid() && item->type() == ZKFtpItem::File && m_supportsRfc3659) {
+        const std::optional<QDateTime> date = remoteModificationDate(last);
+        if (!date) {
+            fail(QStringLiteral("Unable to open file '%1': %2")
+                     .arg(m_url.path(), clientDescription()));
+            return std::nullopt;
+        }
+        info.modificationDate = *date;
+    }
     info.readable = true;
     info.writable = true;
     return info;

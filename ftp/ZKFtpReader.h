@@ -17,9 +17,10 @@
 
 // The reader of a file or folder on an FTP server, named by an "ftp" URL. It
 // connects and logs in when opened, walks folders with CWD and CDUP, lists
-// them with NLST and SIZE and downloads with RETR, resuming with REST. The
-// readers of a folder's children share its client, so a whole tree is read
-// over one control connection.
+// them with NLST and SIZE, asks the date of a file it opens with MDTM (when
+// the server is taken to speak RFC 3659) and downloads with RETR, resuming
+// with REST. The readers of a folder's children share its client, so a whole
+// tree is read over one control connection.
 //
 // The password never goes into the saved form: saving puts it into the
 // password store (ZKKeyChain) under the host and user name, and a reader
@@ -99,6 +100,12 @@ public:
     // reader was opened has been read: a file that grows on the server
     // meanwhile is not followed, and one that ends early is an error.
     bool hasMoreData() const override;
+    // The size and date of a file as first opened are kept, also in the
+    // saved form; an open that finds others (after a queue was reopened, or
+    // on a retry) makes this true for good: what was copied before is a
+    // piece of another version. The new size and date are kept from then on.
+    bool hasChanged() const override { return m_changed; }
+    void acceptCurrentVersion() override { m_changed = false; }
 
     // Whether a first block of the URL can be downloaded, over a connection
     // of its own.
@@ -125,6 +132,11 @@ private:
     void setUrl(const QUrl &url);
     void takeCredentialsFromUrl();
     void applyItem(const ZKFtpItem &item);
+    // MDTM of a file in the working directory: an invalid date when the
+    // server tells none, nullopt when it did not answer at all.
+    std::optional<QDateTime> remoteModificationDate(const QString &name);
+    // Compares what open() found with the version seen first.
+    void noteVersion();
     void fail(const QString &message);
     QString clientDescription() const;
     QString host() const { return m_url.host(); }
@@ -156,4 +168,10 @@ private:
     qint16 m_permissions = 0;
     bool m_isDirectory = false;
     QByteArray m_existingData;
+
+    // The version of the file seen first; its date is invalid where the
+    // server tells none.
+    std::optional<quint64> m_knownSize;
+    QDateTime m_knownDate;
+    bool m_changed = false;
 };

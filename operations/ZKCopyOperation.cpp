@@ -240,6 +240,9 @@ void ZKCopyOperation::copyFileFrom(ZKReader &reader, ZKWriter &folder) {
         }
         resumedAt = file->size();
     }
+    if (resumedAt == 0) {
+        reader.acceptCurrentVersion();
+    }
 
     copyContents(reader, *file, resumedAt);
     file->close();

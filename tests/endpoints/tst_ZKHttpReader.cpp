@@ -28,6 +28,8 @@
 using Response = ZKScriptedHttpServer::Response;
 using S = ZKTaskState;
 
+Q_DECLARE_METATYPE(ZKScriptedHttpServer::Response)
+
 namespace {
 
 Response fileResponse(const QByteArray &body, const QByteArray &extraHeaders = {}) {
@@ -134,9 +136,6 @@ private Q_SLOTS:
                                            ZKTestSupport::randomBytes(70000, 8)));
         m_server.setResponse("/longer.bin", plainResponse("HTTP/1.1 200 OK\r\nContent-Length: 10",
                                                           "0123456789 and then some"));
-        m_server.setResponse(
-            "/missing.html",
-            plainResponse("HTTP/1.1 404 Not Found\r\nContent-Length: 14", "<h1>gone</h1>\n"));
         m_server.setResponse("/after", fileResponse("fine"));
     }
 
@@ -173,7 +172,6 @@ private Q_SLOTS:
         row("no length", "/unannounced.bin", 0, 200, 0, ZKTestSupport::randomBytes(70000, 8));
         // What follows the announced length is not part of the answer.
         row("longer than announced", "/longer.bin", 0, 200, 10, "0123456789");
-        row("404 body is data", "/missing.html", 0, 404, 14, "<h1>gone</h1>\n");
     }
 
     void answers() {
@@ -202,6 +200,67 @@ private Q_SLOTS:
         auto next = reader("/after");
         QVERIFY2(next->open(), qUtf8Printable(errorText(next->error())));
         QCOMPARE(readAll(*next), QByteArray("fine"));
+    }
+
+    // An error page is never taken for the file: the request fails and
+    // nothing of the page is handed out.
+    void errorStatusFails_data() {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QByteArray>("head");
+        QTest::addColumn<quint64>("offset");
+        QTest::addColumn<QString>("message");
+        const auto row = [](const char *tag, const char *path, const QByteArray &head,
+                            quint64 offset, const char *message) {
+            QTest::newRow(tag) << QString(path) << head << offset << QString(message);
+        };
+        row("not found", "/missing.iso", "HTTP/1.1 404 Not Found", 0,
+            "The server answered 404 Not Found for 'missing.iso'.");
+        row("the server's own phrase", "/secret.bin", "HTTP/1.1 403 Go Away", 0,
+            "The server answered 403 Go Away for 'secret.bin'.");
+        row("no phrase", "/busy.bin", "HTTP/1.1 503 ", 0,
+            "The server answered 503 Service Unavailable for 'busy.bin'.");
+        row("on resuming", "/broken.iso", "HTTP/1.1 500 Internal Server Error", 1000,
+            "The server answered 500 Internal Server Error for 'broken.iso'.");
+        // Named after the address asked for, not the one redirected to.
+        row("after a redirect", "/old/name.iso", {}, 0,
+            "The server answered 410 Gone for 'name.iso'.");
+        row("range beyond the end", "/ranged.bin", {}, 6000,
+            "The server answered 416 Range Not Satisfiable for 'ranged.bin'.");
+    }
+
+    void errorStatusFails() {
+        QFETCH(QString, path);
+        QFETCH(QByteArray, head);
+        QFETCH(quint64, offset);
+        if (path == QLatin1String("/old/name.iso")) {
+            m_server.setResponse(path, plainResponse("HTTP/1.1 302 Found\r\nLocation: /gone.iso\r\n"
+                                                     "Content-Length: 0",
+                                                     {}));
+            m_server.setResponse(
+                "/gone.iso", plainResponse("HTTP/1.1 410 Gone\r\nContent-Length: 9", "gone page"));
+        } else if (!head.isEmpty()) {
+            m_server.setResponse(path, plainResponse(head + "\r\nContent-Length: 9", "the page"));
+        }
+        auto http = reader(path);
+        QVERIFY(offset == 0 ? !http->open() : !http->seekToPosition(offset));
+        QVERIFY(http->error());
+        QCOMPARE(http->error()->domain(), ZKError::applicationDomain);
+        QCOMPARE(http->error()->code(), ZKErrorCode::readFailed);
+        QTEST(http->error()->localizedDescription(), "message");
+        QVERIFY(!http->hasMoreData());
+        QCOMPARE(http->readBlock(), QByteArray());
+        QCOMPARE(http->readBlockOfLength(100), QByteArray());
+    }
+
+    // A finished file that is resumed asks for the bytes after its last one;
+    // there are none, which is not an error.
+    void resumingAtTheEndReadsNothing() {
+        auto http = reader("/ranged.bin");
+        QVERIFY2(http->seekToPosition(5000), qUtf8Printable(errorText(http->error())));
+        QVERIFY(http->canSeek());
+        QCOMPARE(http->size(), quint64(5000));
+        QCOMPARE(readAll(*http), QByteArray());
+        QVERIFY2(!http->error(), qUtf8Printable(errorText(http->error())));
     }
 
     void lastModified_data() {
@@ -405,6 +464,108 @@ private Q_SLOTS:
         const QVariantMap oddSaved = ZKHttpReader(odd).asPropertyList();
         QCOMPARE(oddSaved.value("Url").toString(), odd.toString(QUrl::FullyEncoded));
         QCOMPARE(ZKHttpReader(oddSaved).filename(), QStringLiteral("file.iso"));
+    }
+
+    // Every request after the first names the version it saw, so that a
+    // server never sends a piece of another one.
+    void laterRequestsNameTheVersion_data() {
+        QTest::addColumn<QByteArray>("headers");
+        QTest::addColumn<QByteArray>("ifRange");
+        const QByteArray date = "Tue, 15 Nov 1994 08:12:31 GMT";
+        QTest::newRow("tag") << QByteArray("ETag: \"v1\"") << QByteArray("\"v1\"");
+        QTest::newRow("date") << "Last-Modified: " + date << date;
+        QTest::newRow("tag before date")
+            << "Last-Modified: " + date + "\r\nETag: \"v1\"" << QByteArray("\"v1\"");
+        // A weak tag does not promise the same bytes.
+        QTest::newRow("weak tag and date") << "ETag: W/\"v1\"\r\nLast-Modified: " + date << date;
+        QTest::newRow("weak tag alone") << QByteArray("ETag: W/\"v1\"") << QByteArray();
+        QTest::newRow("neither") << QByteArray() << QByteArray();
+    }
+
+    void laterRequestsNameTheVersion() {
+        QFETCH(QByteArray, headers);
+        QFETCH(QByteArray, ifRange);
+        m_server.setResponse("/versioned.bin", fileResponse("0123456789", headers));
+        // As a reader of a queue saved before anything was known.
+        auto http = std::make_shared<ZKHttpReader>(QVariantMap{
+            {"Type", "HttpReader"}, {"Url", m_server.url("/versioned.bin").toString()}});
+        QVERIFY2(http->open(), qUtf8Printable(errorText(http->error())));
+        QVERIFY(http->seekToPosition(4));
+        QCOMPARE(readAll(*http), QByteArray("456789"));
+        QVERIFY(http->open());
+        QCOMPARE(readAll(*http), QByteArray("0123456789"));
+        QVERIFY(!http->hasChanged());
+        QCOMPARE(m_server.headersRequestedFor("/versioned.bin", "If-Range"),
+                 QByteArrayList({{}, ifRange, ifRange}));
+        QCOMPARE(m_server.rangesRequestedFor("/versioned.bin"),
+                 QByteArrayList({"bytes=0-", "bytes=4-", "bytes=0-"}));
+    }
+
+    // A reader saved during a download and loaded again after the file was
+    // replaced must notice, so that the piece of the old file is never
+    // continued with the new one.
+    void replacedFileIsNoticed_data() {
+        QTest::addColumn<QByteArray>("before");
+        QTest::addColumn<Response>("after");
+        QTest::addColumn<bool>("changed");
+        const QByteArray content = ZKTestSupport::randomBytes(5000, 1);
+        const QByteArray replaced = ZKTestSupport::randomBytes(5000, 2);
+        QTest::newRow("same tag") << QByteArray("ETag: \"v1\"")
+                                  << fileResponse(content, "ETag: \"v1\"") << false;
+        QTest::newRow("new tag") << QByteArray("ETag: \"v1\"")
+                                 << fileResponse(replaced, "ETag: \"v2\"") << true;
+        QTest::newRow("new date") << QByteArray("Last-Modified: Tue, 15 Nov 1994 08:12:31 GMT")
+                                  << fileResponse(replaced,
+                                                  "Last-Modified: Wed, 16 Nov 1994 08:12:31 GMT")
+                                  << true;
+        // A server that does not look at If-Range still names its version.
+        QTest::newRow("If-Range ignored")
+            << QByteArray("ETag: \"v1\"")
+            << plainResponse("HTTP/1.1 206 Partial Content\r\nETag: \"v2\"\r\n"
+                             "Content-Range: bytes 1000-4999/5000\r\nContent-Length: 4000",
+                             replaced.mid(1000))
+            << true;
+    }
+
+    void replacedFileIsNoticed() {
+        QFETCH(QByteArray, before);
+        QFETCH(Response, after);
+        QFETCH(bool, changed);
+        const QByteArray content = ZKTestSupport::randomBytes(5000, 1);
+        m_server.setResponse("/replaced.bin", fileResponse(content, before));
+        auto first = reader("/replaced.bin");
+        QVERIFY(first->open());
+        QCOMPARE(first->readBlockOfLength(1000), content.left(1000));
+        first->close();
+        const QVariantMap saved = first->asPropertyList();
+
+        m_server.setResponse("/replaced.bin", after);
+        auto loaded = ZKPropertyListParser::parseObjectOfType<ZKHttpReader>(saved);
+        QVERIFY(loaded);
+        QVERIFY2(loaded->seekToPosition(1000), qUtf8Printable(errorText(loaded->error())));
+        QCOMPARE(loaded->hasChanged(), changed);
+        if (!changed) {
+            QCOMPARE(readAll(*loaded), content.mid(1000));
+            QVERIFY(!loaded->asPropertyList().contains("HasChanged"));
+            return;
+        }
+        if (after.servesRanges) {
+            // A server that knows If-Range sends the new file whole.
+            QCOMPARE(loaded->statusCode(), 200);
+            QCOMPARE(readAll(*loaded), after.body);
+        }
+        // Saved as changed, and the new version is the one asked for next.
+        const QVariantMap resaved = loaded->asPropertyList();
+        QCOMPARE(resaved.value("HasChanged"), QVariant(true));
+        QVERIFY(resaved != saved);
+        auto reloaded = ZKPropertyListParser::parseObjectOfType<ZKHttpReader>(resaved);
+        QVERIFY(reloaded && reloaded->hasChanged());
+        if (after.servesRanges) {
+            QVERIFY(reloaded->seekToPosition(10));
+            QCOMPARE(reloaded->statusCode(), 206);
+            QCOMPARE(readAll(*reloaded), after.body.mid(10));
+            QVERIFY(reloaded->hasChanged());
+        }
     }
 
     void suggestedNameLandsInsideTheFolder_data() {

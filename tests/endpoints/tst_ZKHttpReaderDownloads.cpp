@@ -17,6 +17,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QNetworkReply>
 #include <QSslSocket>
@@ -55,6 +56,8 @@ private Q_SLOTS:
     void untrustedCertificateFailsUntilTrusted();
     void manySeeksInARow_data();
     void manySeeksInARow();
+    void missingFileFailsTheTask();
+    void replacedFileIsDownloadedAnew();
 
 private:
     std::shared_ptr<ZKCopyTask> makeTask(const QUrl &url);
@@ -246,6 +249,66 @@ void TestZKHttpReaderDownloads::manySeeksInARow() {
         QCOMPARE(reader->readBlockOfLength(4096), m_data.mid(ranges ? position : 0, 4096));
     }
     reader->close();
+}
+
+void TestZKHttpReaderDownloads::missingFileFailsTheTask() {
+    // Checked too: the check compares the copy with the source, which
+    // would have been the same error page twice.
+    auto task = makeTask(m_servers.nginxUrl(QStringLiteral("/missing.iso")));
+    task->setIsVerifyEnabled(true);
+    runToEnd(*task);
+    QCOMPARE(task->state(), qint32(S::Failed));
+    QVERIFY(task->error());
+    QCOMPARE(task->error()->domain(), ZKError::applicationDomain);
+    QCOMPARE(task->error()->code(), ZKErrorCode::readFailed);
+    QCOMPARE(task->error()->localizedDescription(),
+             QStringLiteral("The server answered 404 Not Found for 'missing.iso'."));
+    QCOMPARE(QDir(m_out->path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden),
+             QStringList());
+}
+
+// A queue saved in the middle of a download and reopened after the file was
+// replaced on the server by another of the same length, whose first bytes
+// and whose bytes just before the cut are those of the old one.
+void TestZKHttpReaderDownloads::replacedFileIsDownloadedAnew() {
+    const QString served = QDir(m_root.path()).filePath(QStringLiteral("replaced.bin"));
+    const QByteArray before = ZKTestSupport::randomBytes(dataSize, 21);
+    QVERIFY(ZKTestSupport::writeFile(served, before));
+    auto task = makeTask(m_servers.nginxUrl(QStringLiteral("/replaced.bin")));
+    const QString copy = out(QStringLiteral("replaced.bin"));
+    const qint64 partial = interruptHalfway(*task, copy);
+    QVERIFY2(partial > 0 && partial < dataSize, qPrintable(QString::number(partial)));
+    const QVariantMap saved = task->asPropertyList();
+    task.reset();
+
+    QByteArray after = before;
+    for (qsizetype i = 65536; i < dataSize; i += 4096) {
+        if (i < partial - 65536 || i > partial + 65536) {
+            after[i] = char(~after.at(i));
+        }
+    }
+    QVERIFY(ZKTestSupport::writeFile(served, after));
+    QFile file(served);
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    QVERIFY(file.setFileTime(QDateTime::currentDateTimeUtc().addSecs(3600),
+                             QFileDevice::FileModificationTime));
+    file.close();
+    const qsizetype logged = m_servers.nginxAccessLog().size();
+
+    auto reloaded = ZKCopyTask::create(saved);
+    QVERIFY(reloaded);
+    QCOMPARE(reloaded->state(), qint32(S::PendingProcessing));
+    runToEnd(*reloaded);
+    QVERIFY2(reloaded->state() == S::Completed, qUtf8Printable(failureText(*reloaded)));
+    const QByteArray copied = ZKTestSupport::readFile(copy);
+    QVERIFY2(copied == after, copied == before.left(partial) + after.mid(partial)
+                                  ? "the copy joins the old version's start to the new one's end"
+                                  : "the copy is neither version");
+    // The old version was named, and the server answered with the new one.
+    const QByteArray log = m_servers.nginxAccessLog().mid(logged);
+    QVERIFY2(log.startsWith("GET /replaced.bin 200 range=\"bytes=0-\"") &&
+                 !log.contains("if_range=\"-\""),
+             log.constData());
 }
 
 int main(int argc, char **argv) {

@@ -14,6 +14,7 @@
 #include <QDirIterator>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimeZone>
 
 // The reason of a failure for a QVERIFY2 message, which is built even when
 // the check passes.
@@ -162,6 +163,72 @@ private Q_SLOTS:
         QVERIFY2(!resume.error(), qPrintable(describe(resume.error())));
         QCOMPARE(ZKTestSupport::readFile(target), content);
         QVERIFY(healthy.commands().contains(QStringLiteral("REST 300000")));
+    }
+
+    // A reader saved during a copy and loaded again must notice that the file
+    // is no longer the one the copy began with.
+    void replacedFileIsNoticed_data() {
+        QTest::addColumn<qsizetype>("size");
+        QTest::addColumn<QDateTime>("date");
+        QTest::addColumn<bool>("changed");
+        const QDateTime first(QDate(2024, 12, 30), QTime(23, 59, 58), QTimeZone::utc());
+        QTest::newRow("same") << qsizetype(1000) << first << false;
+        QTest::newRow("one second later") << qsizetype(1000) << first.addSecs(1) << true;
+        QTest::newRow("longer") << qsizetype(1001) << first << true;
+        // A server that tells no dates: the size is all there is.
+        QTest::newRow("no dates") << qsizetype(1000) << QDateTime() << false;
+        QTest::newRow("no dates, shorter") << qsizetype(999) << QDateTime() << true;
+    }
+
+    void replacedFileIsNoticed() {
+        QFETCH(qsizetype, size);
+        QFETCH(QDateTime, date);
+        QFETCH(bool, changed);
+        const QDateTime first(QDate(2024, 12, 30), QTime(23, 59, 58), QTimeZone::utc());
+        m_server->setFile("a.bin", QByteArray(1000, 'a'));
+        if (date.isValid()) {
+            m_server->setModificationDate("a.bin", first);
+        }
+        const auto reader = ZKFtpReader::readerWithUrl(m_server->url("/a.bin"));
+        QVERIFY2(reader->open(), qPrintable(describe(reader->error())));
+        QCOMPARE(reader->modificationDate(), date.isValid() ? first : QDateTime());
+        reader->close();
+        const QVariantMap saved = reader->asPropertyList();
+
+        m_server->setFile("a.bin", QByteArray(size, 'b'));
+        if (date.isValid()) {
+            m_server->setModificationDate("a.bin", date);
+        }
+        const auto loaded = ZKPropertyListParser::parseObjectOfType<ZKFtpReader>(saved);
+        QVERIFY(loaded);
+        QVERIFY(!loaded->hasChanged());
+        QVERIFY2(loaded->open(), qPrintable(describe(loaded->error())));
+        QCOMPARE(loaded->hasChanged(), changed);
+        // Opening again finds the new version known by now, yet what was
+        // copied before is still of the old one.
+        loaded->close();
+        QVERIFY(loaded->open());
+        QCOMPARE(loaded->hasChanged(), changed);
+        QCOMPARE(loaded->readBlockOfLength(2000), QByteArray(size, 'b'));
+        loaded->close();
+        const auto reloaded =
+            ZKPropertyListParser::parseObjectOfType<ZKFtpReader>(loaded->asPropertyList());
+        QVERIFY(reloaded);
+        QCOMPARE(reloaded->hasChanged(), changed);
+    }
+
+    void childInfoCarriesTheDate() {
+        const QDateTime date(QDate(2023, 1, 2), QTime(3, 4, 5), QTimeZone::utc());
+        m_server->setDirectory("pub");
+        m_server->setFile("a.bin", "abc");
+        m_server->setModificationDate("a.bin", date);
+        const auto folder = ZKFtpReader::readerWithUrl(m_server->url("/pub/"));
+        QVERIFY2(folder->open(), qPrintable(describe(folder->error())));
+        const std::optional<ZKFileInfo> info = folder->fileInfoForChild(QStringLiteral("a.bin"));
+        QVERIFY2(info, qPrintable(describe(folder->error())));
+        QCOMPARE(info->size, quint64(3));
+        QCOMPARE(info->modificationDate, date);
+        folder->close();
     }
 
     void hostileListingWritesNothing() {

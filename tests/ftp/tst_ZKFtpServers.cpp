@@ -10,6 +10,7 @@
 #include "ZKNotificationCenter.h"
 #include "ZKNotificationNames.h"
 #include "ZKPreferences.h"
+#include "ZKPropertyListParser.h"
 #include "ZKQuestionPresenter.h"
 #include "ZKTaskState.h"
 #include "ZKTestSupport.h"
@@ -259,6 +260,70 @@ private Q_SLOTS:
             cutThenResume([this] { return localReader("upload.bin"); },
                           [this] { return ftpFolder("/up/"); }, served("up/upload.bin"));
         }
+    }
+
+    void replacedFileIsCopiedAnew_data() {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<qsizetype>("grown");
+        for (const ZKFtpServers::Kind kind :
+             {ZKFtpServers::Vsftpd, ZKFtpServers::PureFtpd, ZKFtpServers::Proftpd}) {
+            const QString name = ZKFtpServers::name(kind);
+            QTest::addRow("%s, same size", qPrintable(name)) << int(kind) << qsizetype(0);
+            QTest::addRow("%s, longer", qPrintable(name)) << int(kind) << qsizetype(5000);
+        }
+    }
+
+    // A copy cut, then continued by a reader loaded from its saved form (as
+    // a reopened queue does) after the file on the server was replaced. The
+    // new version begins with the old one's first bytes and holds its bytes
+    // before the cut, so only its date (and size) tell the two apart.
+    void replacedFileIsCopiedAnew() {
+        START_SERVER();
+        QFETCH(qsizetype, grown);
+        const qsizetype size = 8 * 1000 * 1000;
+        const QByteArray before = ZKTestSupport::randomBytes(size, 31);
+        QVERIFY(ZKTestSupport::writeFile(served("served.bin"), before));
+        m_server->handOver(m_server->root());
+        const ZKReaderPtr source = ftpReader("/served.bin");
+        {
+            ZKCopyOperation cut(source, localFolder("down"));
+            cut.setMaximumTransferRate(4 * 1000 * 1000);
+            std::thread worker([&cut] { cut.start(); });
+            const bool started = QTest::qWaitFor(
+                [&cut] { return cut.bytesCopied() > 1000 * 1000 || cut.isFinished(); }, 30000);
+            cut.cancel();
+            worker.join();
+            QVERIFY(started);
+            QVERIFY2(!cut.error(), qPrintable(describe(cut.error())));
+        }
+        const qint64 kept = QFileInfo(local("down/served.bin")).size();
+        QVERIFY2(kept > 0 && kept < size, qPrintable(QString::number(kept)));
+        const QVariantMap saved = source->asPropertyList();
+
+        QByteArray after = before + ZKTestSupport::randomBytes(grown, 32);
+        for (qsizetype i = 65536; i < size; i += 4096) {
+            if (i < kept - 65536 || i > kept + 65536) {
+                after[i] = char(~after.at(i));
+            }
+        }
+        QVERIFY(ZKTestSupport::writeFile(served("served.bin"), after));
+        QFile file(served("served.bin"));
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QVERIFY(file.setFileTime(QDateTime::currentDateTimeUtc().addSecs(3600),
+                                 QFileDevice::FileModificationTime));
+        file.close();
+        m_server->handOver(served("served.bin"));
+
+        const auto loaded = ZKPropertyListParser::parseObjectOfType<ZKFtpReader>(saved);
+        QVERIFY(loaded);
+        ZKCopyOperation resume(loaded, localFolder("down"));
+        resume.start();
+        QVERIFY2(!resume.error(), qPrintable(describe(resume.error())));
+        const QByteArray copied = ZKTestSupport::readFile(local("down/served.bin"));
+        QVERIFY2(copied == after,
+                 copied == before.left(kept) + after.mid(kept)
+                     ? "the copy joins the old version's start to the new one's end"
+                     : "the copy is neither version");
     }
 
     void moveRemovesTheSourceOnlyAfterTheCheck_data() { serverKinds(); }

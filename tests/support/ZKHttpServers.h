@@ -33,7 +33,7 @@ public:
     QUrl pythonUrl(const QString &path) const;
 
     // One line per request nginx answered: method, path, status, the Range
-    // header asked for and the body bytes sent.
+    // header asked for, the body bytes sent and the If-Range header.
     QByteArray nginxAccessLog() const;
     // The self-signed certificate nginx presents; trusted by nobody until a
     // test says so.

@@ -87,6 +87,10 @@ private:
             send(m_server.m_files.contains(argument)
                      ? "213 " + QByteArray::number(m_server.m_files.value(argument).size()) + "\r\n"
                      : "550 " + argument + ": not a plain file\r\n");
+        } else if (command == "MDTM" && m_server.m_dates.contains(argument)) {
+            send("213 " +
+                 m_server.m_dates.value(argument).toUTC().toString("yyyyMMddHHmmss").toLatin1() +
+                 "\r\n");
         } else if (command == "MKD") {
             m_server.m_directories.insert(argument);
             send("257 \"" + argument + "\" created\r\n");
@@ -313,6 +317,11 @@ void ZKScriptedFtpServer::setFile(const QByteArray &name, const QByteArray &cont
 void ZKScriptedFtpServer::setDirectory(const QByteArray &name) {
     std::lock_guard locker(m_lock);
     m_directories.insert(name);
+}
+
+void ZKScriptedFtpServer::setModificationDate(const QByteArray &name, const QDateTime &date) {
+    std::lock_guard locker(m_lock);
+    m_dates.insert(name, date);
 }
 
 void ZKScriptedFtpServer::setListing(const QByteArray &listing) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QDateTime>
 #include <QHash>
 #include <QSet>
 #include <QStringList>
@@ -48,6 +49,9 @@ public:
     void setReply(const QByteArray &command, const QByteArray &argument, const QByteArray &bytes);
     void setFile(const QByteArray &name, const QByteArray &content);
     void setDirectory(const QByteArray &name);
+    // What MDTM answers for a file; a file without one gets the answer of
+    // an unknown command.
+    void setModificationDate(const QByteArray &name, const QDateTime &date);
     // What NLST sends in every folder without a listing of its own.
     void setListing(const QByteArray &listing);
     // What NLST sends in one folder: its path from the top without slashes
@@ -78,6 +82,7 @@ private:
     QByteArray m_greeting;
     QHash<QByteArray, QByteArray> m_replies;
     QHash<QByteArray, QByteArray> m_files;
+    QHash<QByteArray, QDateTime> m_dates;
     QSet<QByteArray> m_directories;
     QByteArray m_listing;
     QHash<QByteArray, QByteArray> m_listings;

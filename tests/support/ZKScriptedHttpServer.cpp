@@ -47,6 +47,15 @@ void answerAsFile(const QByteArray &request, ZKScriptedHttpServer::Response &res
     if (range.startsWith("bytes=") && range.endsWith('-')) {
         first = range.mid(6, range.size() - 7).toLongLong(&partial);
     }
+    // A range is served only of the version the client names, as a file
+    // server does: the ETag among the scripted headers, else Last-Modified.
+    const QByteArray ifRange = headerValue(request, "If-Range");
+    if (partial && !ifRange.isEmpty()) {
+        const QByteArray tag = headerValue(response.head, "ETag");
+        partial = ifRange == (ifRange.startsWith('"') || ifRange.startsWith("W/")
+                                  ? tag
+                                  : headerValue(response.head, "Last-Modified"));
+    }
     const qint64 total = response.body.size();
     QByteArray head;
     if (partial && first < total) {
@@ -122,14 +131,19 @@ QByteArrayList ZKScriptedHttpServer::requests() const {
 }
 
 QByteArrayList ZKScriptedHttpServer::rangesRequestedFor(const QString &path) const {
-    QByteArrayList ranges;
+    return headersRequestedFor(path, "Range");
+}
+
+QByteArrayList ZKScriptedHttpServer::headersRequestedFor(const QString &path,
+                                                         const QByteArray &name) const {
+    QByteArrayList values;
     const QByteArray wanted = path.toUtf8();
     for (const QByteArray &request : requests()) {
         if (pathOf(request) == wanted) {
-            ranges.append(headerValue(request, "Range"));
+            values.append(headerValue(request, name));
         }
     }
-    return ranges;
+    return values;
 }
 
 void ZKScriptedHttpServer::clearRequests() {

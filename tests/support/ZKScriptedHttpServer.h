@@ -27,7 +27,9 @@ public:
         QByteArray head;
         QByteArray body;
         // Answer like a file server: 206 with Content-Range for a request
-        // with "Range: bytes=N-", 200 for one without.
+        // with "Range: bytes=N-", 200 for one without or for one whose
+        // "If-Range" names another version than the head's ETag or
+        // Last-Modified.
         bool servesRanges = false;
         // Silence of pauseMilliseconds before the head (pauseAfter -2) or
         // after that many body bytes; -1: no silence.
@@ -57,6 +59,8 @@ public:
     // The Range header of each request for the path, in arrival order
     // (empty for a request without one).
     QByteArrayList rangesRequestedFor(const QString &path) const;
+    // The same for any header.
+    QByteArrayList headersRequestedFor(const QString &path, const QByteArray &name) const;
     void clearRequests();
 
 private:
