@@ -11,7 +11,46 @@
 
 #include <chrono>
 
-ZKOperationQueue::ZKOperationQueue() {
+namespace {
+
+// Long enough to carry a task from one step to the next on one thread, short
+// enough that a finished task soon holds none.
+constexpr auto workerLinger = std::chrono::seconds(1);
+
+} // namespace
+
+ZKOperationQueue::ZKOperationQueue() = default;
+
+ZKOperationQueue::~ZKOperationQueue() {
+    cancelAllOperations();
+    QThread *thread = nullptr;
+    {
+        std::lock_guard locker(m_lock);
+        m_stopping = true;
+        thread = m_thread;
+        m_thread = nullptr;
+    }
+    m_wakeWorker.notify_all();
+    if (!thread) {
+        return;
+    }
+    while (!thread->wait(10)) {
+        if (ZKMainQueue::isMainThread()) {
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
+        }
+    }
+    ZKThreadSanitizer::acquire(this);
+    delete thread;
+}
+
+void ZKOperationQueue::startWorker() {
+    if (m_thread) {
+        // The previous worker has said it ends and holds no lock: only its
+        // last instructions are left to wait for.
+        m_thread->wait();
+        ZKThreadSanitizer::acquire(this);
+        delete m_thread;
+    }
     // A QThread rather than a bare thread: an operation may run a QEventLoop
     // (network replies), which needs the thread's event dispatcher.
     m_thread = QThread::create([this] {
@@ -19,23 +58,8 @@ ZKOperationQueue::ZKOperationQueue() {
         ZKThreadSanitizer::release(this);
     });
     m_thread->setObjectName(QStringLiteral("ZKOperationQueue"));
+    m_workerRunning = true;
     m_thread->start();
-}
-
-ZKOperationQueue::~ZKOperationQueue() {
-    cancelAllOperations();
-    {
-        std::lock_guard locker(m_lock);
-        m_stopping = true;
-    }
-    m_wakeWorker.notify_all();
-    while (!m_thread->wait(10)) {
-        if (ZKMainQueue::isMainThread()) {
-            QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
-        }
-    }
-    ZKThreadSanitizer::acquire(this);
-    delete m_thread;
 }
 
 void ZKOperationQueue::addOperation(std::shared_ptr<ZKOperation> operation) {
@@ -45,6 +69,9 @@ void ZKOperationQueue::addOperation(std::shared_ptr<ZKOperation> operation) {
     {
         std::lock_guard locker(m_lock);
         m_pending.push_back(std::move(operation));
+        if (!m_workerRunning && !m_stopping) {
+            startWorker();
+        }
     }
     m_wakeWorker.notify_one();
 }
@@ -92,9 +119,13 @@ int ZKOperationQueue::operationCount() const {
 void ZKOperationQueue::run() {
     std::unique_lock locker(m_lock);
     for (;;) {
-        m_wakeWorker.wait(locker, [this] { return m_stopping || !m_pending.empty(); });
+        m_wakeWorker.wait_for(locker, workerLinger,
+                              [this] { return m_stopping || !m_pending.empty(); });
         if (m_pending.empty()) {
-            return; // stopping, and nothing left to finish
+            // Stopping or idle, with nothing left to finish; the next
+            // operation starts a new worker.
+            m_workerRunning = false;
+            return;
         }
         m_current = std::move(m_pending.front());
         m_pending.pop_front();

@@ -12,7 +12,10 @@
 class QThread;
 
 // A serial background queue: one worker thread runs the operations one at a
-// time, in the order they were added. Each task owns one.
+// time, in the order they were added. Each task owns one. The worker exists
+// only while there is work: it starts with the first operation and ends once
+// the queue has been idle for a moment, so a queue of many waiting tasks
+// holds no threads.
 class ZKOperationQueue {
 public:
     ZKOperationQueue();
@@ -32,6 +35,8 @@ public:
 
 private:
     void run();
+    // With m_lock held: a worker for what was just queued.
+    void startWorker();
 
     mutable std::mutex m_lock;
     std::condition_variable m_wakeWorker;
@@ -39,5 +44,7 @@ private:
     std::deque<std::shared_ptr<ZKOperation>> m_pending;
     std::shared_ptr<ZKOperation> m_current;
     bool m_stopping = false;
+    bool m_workerRunning = false;
+    // The last worker started; it may have ended already.
     QThread *m_thread = nullptr;
 };

@@ -3,6 +3,7 @@
 #include "ZKMainQueue.h"
 #include "ZKOperationQueue.h"
 
+#include <QFile>
 #include <QTest>
 #include <QThread>
 #include <chrono>
@@ -40,6 +41,7 @@ private Q_SLOTS:
     void cancelStopsRunningAndSkipsQueued();
     void waitOnMainThreadServesSyncCalls();
     void asyncAfterRunsLater();
+    void idleQueuesHoldNoThreads();
 };
 
 void TestZKOperationQueue::runsInOrderOnOneWorker() {
@@ -121,6 +123,49 @@ void TestZKOperationQueue::asyncAfterRunsLater() {
     QVERIFY(posted.load());
     QVERIFY(!ran);
     QTRY_VERIFY_WITH_TIMEOUT(ran, 5000);
+}
+
+namespace {
+
+int threadsInProcess() {
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly)) {
+        return -1;
+    }
+    for (const QByteArray &line : status.readAll().split('\n')) {
+        if (line.startsWith("Threads:")) {
+            return line.mid(8).trimmed().toInt();
+        }
+    }
+    return -1;
+}
+
+} // namespace
+
+// A queue of thousands of waiting tasks must not hold thousands of threads:
+// a worker lives only while its queue has work.
+void TestZKOperationQueue::idleQueuesHoldNoThreads() {
+    const int before = threadsInProcess();
+    QVERIFY(before > 0);
+    std::vector<std::unique_ptr<ZKOperationQueue>> queues;
+    for (int i = 0; i < 200; ++i) {
+        queues.push_back(std::make_unique<ZKOperationQueue>());
+    }
+    QVERIFY2(threadsInProcess() < before + 5, qPrintable(QString::number(threadsInProcess())));
+    std::atomic<int> ran{0};
+    for (auto &queue : queues) {
+        queue->addOperation(makeOperation([&](LambdaOperation &) { ++ran; }));
+    }
+    for (auto &queue : queues) {
+        QVERIFY(queue->waitUntilAllOperationsAreFinished(10000));
+    }
+    QCOMPARE(ran.load(), 200);
+    QTRY_VERIFY2_WITH_TIMEOUT(threadsInProcess() < before + 5,
+                              qPrintable(QString::number(threadsInProcess())), 10000);
+    // And work after a rest starts a worker again.
+    queues.front()->addOperation(makeOperation([&](LambdaOperation &) { ++ran; }));
+    QVERIFY(queues.front()->waitUntilAllOperationsAreFinished(10000));
+    QCOMPARE(ran.load(), 201);
 }
 
 QTEST_GUILESS_MAIN(TestZKOperationQueue)
