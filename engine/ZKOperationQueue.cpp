@@ -15,7 +15,7 @@ namespace {
 
 // Long enough to carry a task from one step to the next on one thread, short
 // enough that a finished task soon holds none.
-constexpr auto workerLinger = std::chrono::seconds(1);
+constexpr auto workerLinger = std::chrono::milliseconds(100);
 
 } // namespace
 

@@ -14,7 +14,7 @@ class QThread;
 // A serial background queue: one worker thread runs the operations one at a
 // time, in the order they were added. Each task owns one. The worker exists
 // only while there is work: it starts with the first operation and ends once
-// the queue has been idle for a moment, so a queue of many waiting tasks
+// the queue has been idle for a tenth of a second, so a queue of many waiting tasks
 // holds no threads.
 class ZKOperationQueue {
 public:
