@@ -49,37 +49,17 @@ QUrl urlForPath(const QByteArray &path) {
     return QUrl::fromLocalFile(QFile::decodeName(path));
 }
 
-// Length of the well-formed UTF-8 sequence that starts at index, or 0.
+// Length of the UTF-8 sequence the byte at index begins, by its lead bits;
+// 0 for a byte that begins none. Whether the sequence really decodes is the
+// caller's round trip to tell.
 qsizetype sequenceLength(const QByteArray &raw, qsizetype index) {
     const uchar lead = uchar(raw.at(index));
-    if (lead < 0x80) {
-        return 1;
-    }
-    qsizetype length = 0;
-    char32_t code = 0;
-    char32_t smallest = 0;
-    if ((lead & 0xE0) == 0xC0) {
-        length = 2, code = lead & 0x1F, smallest = 0x80;
-    } else if ((lead & 0xF0) == 0xE0) {
-        length = 3, code = lead & 0x0F, smallest = 0x800;
-    } else if ((lead & 0xF8) == 0xF0) {
-        length = 4, code = lead & 0x07, smallest = 0x10000;
-    } else {
-        return 0;
-    }
-    if (index + length > raw.size()) {
-        return 0;
-    }
-    for (qsizetype k = 1; k < length; ++k) {
-        const uchar next = uchar(raw.at(index + k));
-        if ((next & 0xC0) != 0x80) {
-            return 0;
-        }
-        code = (code << 6) | (next & 0x3F);
-    }
-    const bool wellFormed =
-        code >= smallest && code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
-    return wellFormed ? length : 0;
+    const qsizetype length = lead < 0x80             ? 1
+                             : (lead & 0xE0) == 0xC0 ? 2
+                             : (lead & 0xF0) == 0xE0 ? 3
+                             : (lead & 0xF8) == 0xF0 ? 4
+                                                     : 0;
+    return index + length <= raw.size() ? length : 0;
 }
 
 // A name that is not valid UTF-8, as text: what decodes stays as it is, every

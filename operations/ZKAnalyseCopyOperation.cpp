@@ -15,10 +15,21 @@ namespace {
 
 constexpr quint64 comparedBlockLength = 4096;
 
-ZKError alreadyExistsError(const ZKReader &copy) {
+ZKError alreadyExistsError(const QUrl &copy) {
     return ZKError::application(
         ZKErrorCode::conflict,
-        QStringLiteral("A file named '%1' already exists.").arg(copy.url().path()));
+        QStringLiteral("A file named '%1' already exists.").arg(copy.path()));
+}
+
+// What the handlers are shown of an existing item that no walk reported.
+ZKFileInfo infoOf(const ZKReader &item) {
+    ZKFileInfo info;
+    info.url = item.url();
+    info.size = item.size();
+    info.symbolicLink = item.isLink();
+    info.readable = true;
+    info.writable = true;
+    return info;
 }
 
 } // namespace
@@ -44,27 +55,6 @@ bool ZKAnalyseCopyOperation::isFinishedCopy(quint64 sourceSize, const QDateTime 
            sourceDate == copyDate;
 }
 
-namespace {
-
-// Where a folder really is, so that a link or a ".." on the way cannot hide
-// that one folder holds the other.
-QString realFolderPath(const QUrl &url) {
-    const QString real = QFileInfo(url.toLocalFile()).canonicalFilePath();
-    return real.isEmpty() ? QString() : real;
-}
-
-bool holds(const QString &folder, const QString &path) {
-    if (folder.isEmpty() || path.isEmpty()) {
-        return false;
-    }
-    if (folder == QLatin1String("/") || folder == path) {
-        return true;
-    }
-    return path.startsWith(folder) && path.at(folder.size()) == QLatin1Char('/');
-}
-
-} // namespace
-
 ZKOptionalError ZKAnalyseCopyOperation::refuseCopyIntoItself(const ZKReader &source,
                                                              const ZKWriter &destination) {
     if (!source.isDirectory()) {
@@ -74,13 +64,17 @@ ZKOptionalError ZKAnalyseCopyOperation::refuseCopyIntoItself(const ZKReader &sou
     const QUrl to = destination.url();
     bool inside = false;
     if (from.isLocalFile() && to.isLocalFile()) {
-        inside = holds(realFolderPath(from), realFolderPath(to));
+        // Where the folders really are, so that a link or a ".." on the way
+        // cannot hide that one holds the other.
+        const QString a = QFileInfo(from.toLocalFile()).canonicalFilePath();
+        const QString b = QFileInfo(to.toLocalFile()).canonicalFilePath();
+        inside = !a.isEmpty() && !b.isEmpty() && holdsPath(a, b);
     } else if (!from.isLocalFile() && !to.isLocalFile()) {
         const QUrl a = standardizedUrl(from);
         const QUrl b = standardizedUrl(to);
         inside = a.adjusted(QUrl::RemovePath | QUrl::RemovePassword) ==
                      b.adjusted(QUrl::RemovePath | QUrl::RemovePassword) &&
-                 holds(a.path(), b.path());
+                 holdsPath(a.path(), b.path());
     }
     if (!inside) {
         return std::nullopt;
@@ -99,7 +93,7 @@ bool ZKAnalyseCopyOperation::isPartialCopyFrom(ZKReader &source, ZKReader &copy,
     };
     auto refuse = [&] {
         if (error) {
-            *error = alreadyExistsError(copy);
+            *error = alreadyExistsError(copy.url());
         }
         return false;
     };
@@ -223,17 +217,12 @@ void ZKAnalyseCopyOperation::analyseCopyFrom(ZKReader &source, ZKReader &copy) {
         } else if (m_isDirectory && copy.exists() && copy.isLink()) {
             // A folder is never made through a link: the link itself is
             // the conflict, and replacing it removes the link alone.
-            ZKFileInfo existing;
-            existing.url = copy.url();
-            existing.symbolicLink = true;
-            existing.readable = true;
-            existing.writable = true;
             if (m_preExistingDestinationHandler &&
-                m_preExistingDestinationHandler(existing) == ZKFileResponseReplace) {
+                m_preExistingDestinationHandler(infoOf(copy)) == ZKFileResponseReplace) {
                 m_mutableReplacedUrls.insert(standardizedUrl(copy.url()));
                 analyseDirectoryCopyFrom(source, copy);
             } else {
-                setError(alreadyExistsError(copy));
+                setError(alreadyExistsError(copy.url()));
             }
         } else if (m_isDirectory) {
             analyseDirectoryCopyFrom(source, copy);
@@ -260,7 +249,7 @@ void ZKAnalyseCopyOperation::analyseFileCopyFrom(ZKReader &source, ZKReader &cop
     if (copy.size() == 0 && !copy.isLink()) {
         return;
     }
-    ZKOptionalError testError = alreadyExistsError(copy);
+    ZKOptionalError testError = alreadyExistsError(copy.url());
     if (copy.isLink()) {
         // Never written through: the link is the conflict, not its target.
     } else if (copy.size() == source.size()) {
@@ -283,13 +272,7 @@ void ZKAnalyseCopyOperation::analyseFileCopyFrom(ZKReader &source, ZKReader &cop
         m_destinationFolderReader ? m_destinationFolderReader->fileInfoForChild(copy.filename())
                                   : std::nullopt;
     if (!existing) {
-        ZKFileInfo info;
-        info.url = copy.url();
-        info.size = copy.size();
-        info.symbolicLink = copy.isLink();
-        info.readable = true;
-        info.writable = true;
-        existing = info;
+        existing = infoOf(copy);
     }
     if (m_preExistingDestinationHandler &&
         m_preExistingDestinationHandler(*existing) == ZKFileResponseReplace) {
@@ -445,9 +428,7 @@ ZKEnumerationResult ZKAnalyseCopyOperation::analyseLinkInTheWay(const ZKFileInfo
         skip(item.url);
         return ZKEnumerationResultSkip;
     default:
-        setError(ZKError::application(
-            ZKErrorCode::conflict,
-            QStringLiteral("A file named '%1' already exists.").arg(existing.url.path())));
+        setError(alreadyExistsError(existing.url));
         return ZKEnumerationResultStop;
     }
 }
@@ -475,9 +456,7 @@ ZKEnumerationResult ZKAnalyseCopyOperation::analyseExistingItem(const ZKFileInfo
         return ZKEnumerationResultStop;
     }
     if (!testError) {
-        testError = ZKError::application(
-            ZKErrorCode::conflict,
-            QStringLiteral("A file named '%1' already exists.").arg(existing.url.path()));
+        testError = alreadyExistsError(existing.url);
     }
 
     if (partial) {

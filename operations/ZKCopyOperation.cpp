@@ -56,10 +56,6 @@ void ZKCopyOperation::main() {
     m_source->close();
 }
 
-bool ZKCopyOperation::isReplaced(const QUrl &url) const {
-    return replacedUrls().contains(standardizedUrl(url)) || replacedUrls().contains(url);
-}
-
 // A link that stands where the item goes and that the user chose to replace
 // goes first, so that nothing is written through it.
 void ZKCopyOperation::removeReplacedLink(ZKWriter &folder, const QString &name) {
@@ -72,7 +68,7 @@ void ZKCopyOperation::removeReplacedLink(ZKWriter &folder, const QString &name) 
     }
     const std::optional<ZKFileInfo> there = folderReader->fileInfoForChild(name);
     folderReader->close();
-    if (there && there->symbolicLink && isReplaced(there->url) && !folder.removeFile(name)) {
+    if (there && there->symbolicLink && isReplacedUrl(there->url) && !folder.removeFile(name)) {
         takeError(folder.error(), openError(name));
     }
 }
@@ -178,7 +174,7 @@ void ZKCopyOperation::copyDirectoryFrom(ZKReader &reader, ZKWriter &folder) {
             }
             const QString name = item.url.fileName();
             const auto there = index.constFind(name);
-            const bool replaced = there != index.cend() && isReplaced(there->url);
+            const bool replaced = there != index.cend() && isReplacedUrl(there->url);
             // Finished by an earlier run: the analysis has ruled on every
             // file of the source's size already, and one it chose to replace
             // is finished once it carries the source's date again.
@@ -256,7 +252,7 @@ void ZKCopyOperation::copyFileFrom(ZKReader &reader, ZKWriter &folder) {
 ZKWriterPtr ZKCopyOperation::openForResume(ZKReader &reader, ZKWriter &folder, ZKWriterPtr file) {
     const quint64 existingSize = file->size();
     file->close();
-    const bool replaced = isReplaced(file->url());
+    const bool replaced = isReplacedUrl(file->url());
     const ZKReaderPtr copy = file->asReader();
     if (!copy || !copy->open()) {
         takeError(copy ? copy->error() : ZKOptionalError(), openError(file->filename()));
@@ -403,13 +399,7 @@ void ZKCopyOperation::copyContents(ZKReader &reader, ZKWriter &file, quint64 pos
         {
             const QByteArray block = readNextBlockFromSource(reader);
             if (block.isEmpty()) {
-                // Nothing more although data was expected: never end a file
-                // short without saying so.
-                takeError(
-                    reader.error(),
-                    ZKError::application(ZKErrorCode::readFailed,
-                                         QStringLiteral("Unable to read from '%1': %2.")
-                                             .arg(reader.url().path(), QStringLiteral("no data"))));
+                failOnEmptyRead(reader);
                 break;
             }
             if (!file.appendBlock(block)) {

@@ -57,7 +57,6 @@ private:
     void copyAttributesFrom(ZKReader &reader, ZKWriter &writer, bool complete);
     ZKWriterPtr openForResume(ZKReader &reader, ZKWriter &folder, ZKWriterPtr file);
     ZKWriterPtr reopenForAppend(ZKWriterPtr file, quint64 existingSize);
-    bool isReplaced(const QUrl &url) const;
     void removeReplacedLink(ZKWriter &folder, const QString &name);
     struct Pacing {
         Clock::time_point lastNotification;

@@ -69,6 +69,17 @@ bool ZKFileOperation::isSkippedUrl(const QUrl &url) const {
     return m_skippedUrls.contains(url) || m_skippedUrls.contains(standardizedUrl(url));
 }
 
+bool ZKFileOperation::isReplacedUrl(const QUrl &url) const {
+    return m_replacedUrls.contains(url) || m_replacedUrls.contains(standardizedUrl(url));
+}
+
+void ZKFileOperation::failOnEmptyRead(const ZKReader &reader) {
+    takeError(reader.error(),
+              ZKError::application(ZKErrorCode::readFailed,
+                                   QStringLiteral("Unable to read from '%1': %2.")
+                                       .arg(reader.url().path(), QStringLiteral("no data"))));
+}
+
 bool ZKFileOperation::shouldCopyFile(const QUrl &url) const {
     return !matchesSkipPattern(url) && !isSkippedUrl(url);
 }
@@ -142,18 +153,13 @@ bool ZKFileOperation::isChildOf(const QUrl &child, const QUrl &folder) {
     return standardizedUrl(child.adjusted(QUrl::RemoveFilename)) == standardizedUrl(folder);
 }
 
-namespace {
-
-// Component-wise: "/a/b" holds "/a/b/c" but not "/a/bc".
-bool holdsPath(const QString &ancestor, const QString &path) {
+bool ZKFileOperation::holdsPath(const QString &ancestor, const QString &path) {
     if (ancestor == QLatin1String("/") || ancestor == path) {
         return true;
     }
     return path.size() > ancestor.size() && path.startsWith(ancestor) &&
            path.at(ancestor.size()) == QLatin1Char('/');
 }
-
-} // namespace
 
 void ZKFileOperation::excludeFolder(const QUrl &url) {
     m_excludedFolder =

@@ -97,6 +97,12 @@ protected:
     bool inProgress() const { return !isCancelled() && !hasError(); }
 
     bool isSkippedUrl(const QUrl &url) const;
+    bool isReplacedUrl(const QUrl &url) const;
+    // Component-wise: "/a/b" holds "/a/b" and "/a/b/c" but not "/a/bc".
+    static bool holdsPath(const QString &ancestor, const QString &path);
+    // A source that ran dry before its announced end: never end a file short
+    // without saying so.
+    void failOnEmptyRead(const ZKReader &reader);
     static bool isChildOf(const QUrl &child, const QUrl &folder);
 
     ZKTransferThrottle &throttle() { return *m_throttle; }

@@ -148,11 +148,7 @@ bool ZKRemoveSourceOperation::sameContents(ZKReader &source, ZKReader &copy) {
     while (source.hasMoreData() && !isCancelled()) {
         const QByteArray original = source.readBlock();
         if (original.isEmpty()) {
-            takeError(
-                source.error(),
-                ZKError::application(ZKErrorCode::readFailed,
-                                     QStringLiteral("Unable to read from '%1': %2.")
-                                         .arg(source.url().path(), QStringLiteral("no data"))));
+            failOnEmptyRead(source);
             return false;
         }
         const QByteArray copied = copy.readBlockOfLength(quint64(original.size()));
