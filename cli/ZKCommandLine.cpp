@@ -5,10 +5,6 @@
 #include "ZKByteCountFormatter.h"
 #include "ZKCopyTask.h"
 #include "ZKFerrowickDocument.h"
-#include "ZKFileSystemReader.h"
-#include "ZKFileSystemWriter.h"
-#include "ZKFtpReader.h"
-#include "ZKFtpWriter.h"
 #include "ZKPreferences.h"
 #include "ZKProgressPrinter.h"
 #include "ZKPropertyListParser.h"
@@ -68,27 +64,15 @@ ZKReaderPtr readerFor(const QString &path, const std::optional<QString> &passwor
 ZKWriterPtr destinationFor(const QString &text, const std::optional<QString> &password,
                            QString *reason) {
     const QString path = absolute(text);
-    if (ZKReaderFactory::isFilePath(path)) {
-        return ZKFileSystemWriter::writerWithDirectory(
-            QUrl::fromLocalFile(ZKReaderFactory::standardizedPath(path)));
+    const QString user = userGettingPassword(path, password);
+    ZKError error;
+    const auto writer = user.isEmpty()
+                            ? ZKReaderFactory::writerWithPath(path, &error)
+                            : ZKReaderFactory::writerWithPath(path, user, password, &error);
+    if (!writer) {
+        *reason = error.localizedDescription();
     }
-    // A folder address is taken as one, and made when missing, as a local
-    // folder is; anything else must show what it is first.
-    if (ZKReaderFactory::isFtpPath(path) && path.endsWith(QLatin1Char('/'))) {
-        const QString user = userGettingPassword(path, password);
-        return user.isEmpty() ? ZKFtpWriter::writerWithDirectoryUrl(QUrl(path))
-                              : ZKFtpWriter::writerWithDirectoryUrl(QUrl(path), user, *password);
-    }
-    const auto reader = readerFor(path, password);
-    if (reader && reader->open()) {
-        auto writer = reader->asWriter();
-        reader->close();
-        return writer;
-    }
-    if (reader && reader->error()) {
-        *reason = reader->error()->localizedDescription();
-    }
-    return nullptr;
+    return writer;
 }
 
 // The first line of stdin, without echo when someone types it.
@@ -114,31 +98,6 @@ std::optional<QString> readPassword() {
         line.pop_back();
     }
     return QString::fromStdString(line);
-}
-
-// A saved queue keeps no password. The one given on stdin goes to every FTP
-// endpoint of the queue that logs in as a named user, as the endpoint is
-// re-created: a step that resumes while the queue loads connects at once.
-// The password store is left as it is (the endpoints count their password
-// as stored), so a mistyped password replaces nothing there.
-void supplyFtpPassword(const QString &password) {
-    const auto isNamed = [](const QString &user) {
-        return !user.isEmpty() && user != ZKFtpReader::defaultUsername;
-    };
-    ZKPropertyListParser::registerClass(QStringLiteral("FtpReader"), [=](const QVariantMap &dict) {
-        auto reader = std::make_shared<ZKFtpReader>(dict);
-        if (isNamed(reader->username())) {
-            reader->setCredentials(reader->username(), password);
-        }
-        return reader;
-    });
-    ZKPropertyListParser::registerClass(QStringLiteral("FtpWriter"), [=](const QVariantMap &dict) {
-        auto writer = std::make_shared<ZKFtpWriter>(dict);
-        if (isNamed(writer->username())) {
-            writer->setCredentials(writer->username(), password);
-        }
-        return writer;
-    });
 }
 
 // Entries of a saved queue that this version cannot read stay in the file as
@@ -377,7 +336,7 @@ int ZKCommandLine::runQueue(const QStringList &arguments) {
             printError(QStringLiteral("--password-stdin found no password on stdin."));
             return badUsage;
         }
-        supplyFtpPassword(*password);
+        ZKReaderFactory::setRunPassword(password);
     }
     const QString file = absolute(parser.positionalArguments().first());
     ZKFerrowickDocument document;
@@ -430,8 +389,8 @@ int ZKCommandLine::show(const QStringList &arguments) {
             task.value(QStringLiteral("Source")).toMap());
         const auto destination = ZKPropertyListParser::parseObjectOfType<ZKWriter>(
             task.value(QStringLiteral("Destination")).toMap());
-        if (const auto local = std::dynamic_pointer_cast<ZKFileSystemReader>(source)) {
-            local->acquireBookmark();
+        if (source) {
+            source->acquireBookmark();
         }
         const QString state = ZKTaskState::convertToString(
             ZKTaskState::parse(task.value(QStringLiteral("State")).toString()));

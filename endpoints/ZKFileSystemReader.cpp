@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: 2026 Ferrowick developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKFileSystemReader.h"
+#include "ZKPropertyListParser.h"
+#include "ZKReaderFactory.h"
 
 #include "ZKBookmark.h"
 #include "ZKFileSystemWriter.h"
@@ -920,3 +922,23 @@ std::shared_ptr<ZKWriter> ZKFileSystemReader::asWriter() {
 size_t ZKFileSystemReader::hash() const {
     return qHash(m_url);
 }
+
+namespace {
+
+const ZKEndpointRegistration family{{
+    {QStringLiteral("file")},
+    [](const QUrl &url, const QString &, const std::optional<QString> &) -> ZKReaderPtr {
+        return ZKFileSystemReader::readerWithUrl(url);
+    },
+    [](const QUrl &url, const QString &, const std::optional<QString> &) -> ZKWriterPtr {
+        return ZKFileSystemWriter::writerWithDirectory(url);
+    },
+}};
+
+// Endpoints hand out shared_from_this, so they are made by make_shared.
+const ZKPropertyListRegistration savedForm{QStringLiteral("FileSystemReader"),
+                                           [](const QVariantMap &dict) {
+                                               return std::make_shared<ZKFileSystemReader>(dict);
+                                           }};
+
+} // namespace

@@ -87,7 +87,7 @@ public:
     QByteArray bookmark() const { return m_bookmark; }
     void setBookmark(const QByteArray &bookmark) { m_bookmark = bookmark; }
     // Resolves the bookmark and follows a renamed source to its new path.
-    void acquireBookmark();
+    void acquireBookmark() override;
     void releaseBookmark();
     bool startedAccessingSecurityScopedResource() const { return m_startedAccessing; }
 

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 Ferrowick developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKFileSystemWriter.h"
+#include "ZKPropertyListParser.h"
 
 #include "ZKBookmark.h"
 #include "ZKFileSystemReader.h"
@@ -603,3 +604,12 @@ void ZKFileSystemWriter::setIsImmutable(bool immutable) {
     }
     ::close(fd);
 }
+
+namespace {
+
+const ZKPropertyListRegistration savedForm{QStringLiteral("FileSystemWriter"),
+                                           [](const QVariantMap &dict) {
+                                               return std::make_shared<ZKFileSystemWriter>(dict);
+                                           }};
+
+} // namespace

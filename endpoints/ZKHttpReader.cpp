@@ -1,9 +1,11 @@
 // SPDX-FileCopyrightText: 2026 Ferrowick developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKHttpReader.h"
+#include "ZKPropertyListParser.h"
+#include "ZKReaderFactory.h"
 
 #include "ZKLogging.h"
-#include "ZKPreferences.h"
+#include "ZKPreferenceKeys.h"
 #include "ZKUserDefaults.h"
 
 #include <unicode/locid.h>
@@ -617,7 +619,7 @@ ZKHttpReader::Clock::duration ZKHttpReader::timeLimit() const {
     double seconds = m_timeout;
     if (seconds <= 0) {
         const qint64 preference =
-            ZKUserDefaults::standard().integerForKey(ZKPreferences::downloadTimeout);
+            ZKUserDefaults::standard().integerForKey(ZKPreferenceKeys::downloadTimeout);
         seconds = double(preference > 0 ? preference : defaultTimeoutSeconds);
     }
     return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
@@ -929,3 +931,20 @@ QDateTime ZKHttpReader::dateFromHttpDate(const QByteArray &value) {
     }
     return QDateTime::fromMSecsSinceEpoch(qint64(std::llround(date)), Qt::UTC);
 }
+
+namespace {
+
+const ZKEndpointRegistration family{{
+    {QStringLiteral("http"), QStringLiteral("https")},
+    [](const QUrl &url, const QString &, const std::optional<QString> &) -> ZKReaderPtr {
+        return ZKHttpReader::readerWithUrl(url);
+    },
+    {},
+}};
+
+const ZKPropertyListRegistration savedForm{QStringLiteral("HttpReader"),
+                                           [](const QVariantMap &dict) {
+                                               return std::make_shared<ZKHttpReader>(dict);
+                                           }};
+
+} // namespace

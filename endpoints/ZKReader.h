@@ -76,6 +76,9 @@ public:
     // The copy writes the item anew from its first byte: the version it now
     // reads is the one that later resumes must match.
     virtual void acceptCurrentVersion() {}
+    // Follows a local item that was moved or renamed while the queue was
+    // closed; endpoints with nothing to follow keep their address.
+    virtual void acquireBookmark() {}
 
     const ZKOptionalError &error() const { return m_error; }
 

@@ -2,15 +2,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKReaderFactory.h"
 
-#include "ZKFileSystemReader.h"
-#include "ZKFtpReader.h"
-#include "ZKHttpReader.h"
-
 #include <pwd.h>
 #include <sys/types.h>
 
 #include <QDir>
 #include <QFile>
+#include <QHash>
+
+#include <mutex>
+#include <shared_mutex>
 
 namespace {
 
@@ -33,7 +33,66 @@ QString homeOf(const QString &user) {
     return QFile::decodeName(found->pw_dir);
 }
 
+struct Families {
+    // A standard lock rather than QReadWriteLock: ThreadSanitizer sees it.
+    std::shared_mutex lock;
+    QHash<QString, ZKReaderFactory::Family> byScheme;
+    std::optional<QString> runPassword;
+};
+
+Families &families() {
+    // Never destroyed: families register from static initialisers.
+    static Families *instance = new Families;
+    return *instance;
+}
+
+std::optional<ZKReaderFactory::Family> familyOf(const QUrl &url) {
+    Families &all = families();
+    std::shared_lock locker(all.lock);
+    const auto found = all.byScheme.constFind(url.scheme());
+    if (found == all.byScheme.constEnd()) {
+        return std::nullopt;
+    }
+    return found.value();
+}
+
+// A local path ("/", "~" or "file://") as a file URL, cleaned; an address as
+// it stands.
+QUrl urlOfPath(const QString &path) {
+    if (!ZKReaderFactory::isFilePath(path)) {
+        return QUrl(path);
+    }
+    if (path.startsWith(fileScheme)) {
+        const QUrl url(path);
+        if (!url.isLocalFile() || url.toLocalFile().isEmpty()) {
+            return {};
+        }
+        return QUrl::fromLocalFile(QDir::cleanPath(url.toLocalFile()));
+    }
+    return QUrl::fromLocalFile(ZKReaderFactory::standardizedPath(path));
+}
+
 } // namespace
+
+void ZKReaderFactory::registerFamily(Family family) {
+    Families &all = families();
+    std::unique_lock locker(all.lock);
+    for (const QString &scheme : std::as_const(family.schemes)) {
+        all.byScheme.insert(scheme, family);
+    }
+}
+
+void ZKReaderFactory::setRunPassword(const std::optional<QString> &password) {
+    Families &all = families();
+    std::unique_lock locker(all.lock);
+    all.runPassword = password;
+}
+
+std::optional<QString> ZKReaderFactory::runPassword() {
+    Families &all = families();
+    std::shared_lock locker(all.lock);
+    return all.runPassword;
+}
 
 bool ZKReaderFactory::isFileUrl(const QUrl &url) {
     return url.isLocalFile();
@@ -83,42 +142,55 @@ QString ZKReaderFactory::standardizedPath(const QString &path) {
 }
 
 ZKReaderPtr ZKReaderFactory::readerWithUrl(const QUrl &url) {
-    if (isFileUrl(url)) {
-        return ZKFileSystemReader::readerWithUrl(url);
+    if (!isValidUrl(url)) {
+        return nullptr;
     }
-    if (isFtpUrl(url)) {
-        return ftpReader(url, QString(), QString());
-    }
-    if (isHttpUrl(url)) {
-        return httpReader(url);
-    }
-    return nullptr;
+    const auto family = familyOf(url);
+    return family && family->reader ? family->reader(url, QString(), std::nullopt) : nullptr;
 }
 
 ZKReaderPtr ZKReaderFactory::readerWithPath(const QString &path) {
-    if (path.isEmpty()) {
-        return nullptr;
-    }
-    if (!isFilePath(path)) {
-        return readerWithUrl(QUrl(path));
-    }
-    if (path.startsWith(fileScheme)) {
-        // Already a URL: only its path needs cleaning.
-        const QUrl url(path);
-        if (!url.isLocalFile() || url.toLocalFile().isEmpty()) {
-            return nullptr;
-        }
-        return readerWithUrl(QUrl::fromLocalFile(QDir::cleanPath(url.toLocalFile())));
-    }
-    return readerWithUrl(QUrl::fromLocalFile(standardizedPath(path)));
+    return path.isEmpty() ? nullptr : readerWithUrl(urlOfPath(path));
 }
 
 ZKReaderPtr ZKReaderFactory::readerWithPath(const QString &path, const QString &username,
                                             const QString &password) {
-    if (isFtpPath(path)) {
-        return ftpReader(QUrl(path), username, password);
+    if (isFtpPath(path) && !username.isEmpty()) {
+        const QUrl url(path);
+        const auto family = familyOf(url);
+        return family && family->reader ? family->reader(url, username, password) : nullptr;
     }
     return readerWithPath(path);
+}
+
+ZKWriterPtr ZKReaderFactory::writerWithPath(const QString &path, ZKError *error) {
+    return writerWithPath(path, QString(), std::nullopt, error);
+}
+
+ZKWriterPtr ZKReaderFactory::writerWithPath(const QString &path, const QString &username,
+                                            const std::optional<QString> &password,
+                                            ZKError *error) {
+    const QUrl url = path.isEmpty() ? QUrl() : urlOfPath(path);
+    const auto family = isValidUrl(url) ? familyOf(url) : std::nullopt;
+    if (!family) {
+        return nullptr;
+    }
+    const QString user = isFtpUrl(url) ? username : QString();
+    if (family->folderWriter) {
+        if (ZKWriterPtr writer = family->folderWriter(url, user, password)) {
+            return writer;
+        }
+    }
+    const ZKReaderPtr reader = family->reader ? family->reader(url, user, password) : nullptr;
+    if (reader && reader->open()) {
+        ZKWriterPtr writer = reader->asWriter();
+        reader->close();
+        return writer;
+    }
+    if (reader && reader->error() && error) {
+        *error = *reader->error();
+    }
+    return nullptr;
 }
 
 QList<ZKReaderPtr> ZKReaderFactory::readersWithUrls(const QList<QUrl> &urls) {
@@ -139,20 +211,4 @@ QList<ZKReaderPtr> ZKReaderFactory::readersWithPaths(const QStringList &paths) {
         }
     }
     return readers;
-}
-
-// ---------------------------------------------------------------------------
-// The network reader families plug in here, and only here.
-// ---------------------------------------------------------------------------
-
-ZKReaderPtr ZKReaderFactory::ftpReader(const QUrl &url, const QString &username,
-                                       const QString &password) {
-    if (username.isEmpty()) {
-        return ZKFtpReader::readerWithUrl(url);
-    }
-    return ZKFtpReader::readerWithUrl(url, username, password);
-}
-
-ZKReaderPtr ZKReaderFactory::httpReader(const QUrl &url) {
-    return ZKHttpReader::readerWithUrl(url);
 }

@@ -936,3 +936,11 @@ ZKOptionalError ZKCopyTask::error() const {
 void ZKCopyTask::setMinimumTimeBetweenNotifications(double seconds) {
     m_minimumTimeBetweenNotifications = seconds;
 }
+
+namespace {
+
+const ZKPropertyListRegistration savedForm{QStringLiteral("CopyTask"), [](const QVariantMap &dict) {
+                                               return ZKCopyTask::create(dict);
+                                           }};
+
+} // namespace

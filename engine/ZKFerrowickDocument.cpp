@@ -616,7 +616,8 @@ void ZKFerrowickDocument::followUp(const std::weak_ptr<ZKTask> &weak, qint32 new
     startNextTask();
     if (state() == ZKQueueState::Running && m_taskQueue.allTasksCompleted() &&
         (newState == S::Completed || newState == S::Failed)) {
-        ZKNotificationManager::notifyQueueCompleted(*this);
+        ZKNotificationManager::notifyQueueCompleted(displayName(), description(),
+                                                    failedTaskCount() != 0);
         if (m_autoRetryItems && m_taskQueue.failedCount() != 0) {
             startRetryTimer();
         }

@@ -19,10 +19,6 @@
 
 class ZKTransferThrottle;
 
-// Asked by an operation, on its own thread, about one item; blocks until the
-// answer is known.
-using ZKFileHandler = std::function<ZKFileResponse(const ZKFileInfo &)>;
-
 // One queue item: moves one source item into one destination folder. The
 // queue and the document speak to tasks only through this interface. Every
 // property is observable through its change signal, emitted on the main

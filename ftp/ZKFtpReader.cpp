@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: 2026 Ferrowick developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKFtpReader.h"
+#include "ZKPropertyListParser.h"
+#include "ZKReaderFactory.h"
 
 #include "ZKFtpUrl.h"
 #include "ZKFtpWriter.h"
@@ -675,3 +677,50 @@ bool ZKFtpReader::isUrlValid(const QUrl &url, const QString &username,
     client.disconnect();
     return valid;
 }
+
+namespace {
+
+const ZKEndpointRegistration family{{
+    {QStringLiteral("ftp")},
+    [](const QUrl &url, const QString &username,
+       const std::optional<QString> &password) -> ZKReaderPtr {
+        return username.isEmpty() ? ZKFtpReader::readerWithUrl(url)
+                                  : ZKFtpReader::readerWithUrl(url, username, password);
+    },
+    // A folder address is taken as one, and made when missing, as a local
+    // folder is; anything else must show what it is first.
+    [](const QUrl &url, const QString &username,
+       const std::optional<QString> &password) -> ZKWriterPtr {
+        if (!url.path().endsWith(QLatin1Char('/'))) {
+            return nullptr;
+        }
+        return username.isEmpty() ? ZKFtpWriter::writerWithDirectoryUrl(url)
+                                  : ZKFtpWriter::writerWithDirectoryUrl(url, username, password);
+    },
+}};
+
+// A saved queue keeps no password. One given for the run goes to every FTP
+// endpoint that logs in as a named user, as the endpoint is re-created: a
+// step that resumes while the queue loads connects at once. The password
+// store is left as it is (the endpoints count their password as stored), so
+// a mistyped password replaces nothing there.
+template <class Endpoint>
+std::shared_ptr<Endpoint> withRunPassword(std::shared_ptr<Endpoint> endpoint) {
+    const QString user = endpoint->username();
+    const std::optional<QString> password = ZKReaderFactory::runPassword();
+    if (password && !user.isEmpty() && user != ZKFtpReader::defaultUsername) {
+        endpoint->setCredentials(user, password);
+    }
+    return endpoint;
+}
+
+const ZKPropertyListRegistration readerForm{
+    QStringLiteral("FtpReader"), [](const QVariantMap &dict) {
+        return withRunPassword(std::make_shared<ZKFtpReader>(dict));
+    }};
+const ZKPropertyListRegistration writerForm{
+    QStringLiteral("FtpWriter"), [](const QVariantMap &dict) {
+        return withRunPassword(std::make_shared<ZKFtpWriter>(dict));
+    }};
+
+} // namespace

@@ -3,9 +3,9 @@
 #pragma once
 
 #include "ZKFileOperation.h"
+#include "ZKFileResponse.h"
 #include "ZKReader.h"
 #include "ZKSymbolicLinkHandling.h"
-#include "ZKTask.h"
 #include "ZKWriter.h"
 
 #include <QHash>

@@ -15,8 +15,9 @@
 #include <memory>
 
 // Re-creates saved objects from their dictionaries. Every saveable class
-// registers a factory under its name without the "ZK" prefix; the "Type"
-// entry of a dictionary picks the factory.
+// registers a factory under its name without the "ZK" prefix, from its own
+// source file (ZKPropertyListRegistration), so this floor knows none of them;
+// the "Type" entry of a dictionary picks the factory.
 class ZKPropertyListParser {
 public:
     using Factory = std::function<std::shared_ptr<ZKPropertyListObject>(const QVariantMap &)>;
@@ -53,4 +54,12 @@ public:
 
 private:
     ZKPropertyListParser() = delete;
+};
+
+// Registers a class while the program starts:
+// static const ZKPropertyListRegistration registration{"CopyTask", factory};
+struct ZKPropertyListRegistration {
+    ZKPropertyListRegistration(const QString &type, ZKPropertyListParser::Factory factory) {
+        ZKPropertyListParser::registerClass(type, std::move(factory));
+    }
 };

@@ -5,15 +5,15 @@
 #include <QString>
 #include <QStringList>
 
-class ZKFerrowickDocument;
-
 // Tells the user that a queue has finished: a sound and a desktop
 // notification. Without a sound device or a notification service it logs
 // and carries on.
 class ZKNotificationManager {
 public:
-    // On the main thread.
-    static void notifyQueueCompleted(const ZKFerrowickDocument &document);
+    // On the main thread. The queue is named by its display name; the
+    // description is its summary line.
+    static void notifyQueueCompleted(const QString &name, const QString &description,
+                                     bool someFailed);
 
     // The sound file of that name in the sound folders, or an empty text.
     static QString soundPath(const QString &name);

@@ -2,7 +2,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "ZKFileInfo.h"
+
 #include <QtGlobal>
+
+#include <functional>
 
 // What to do with an item that cannot be read, cannot be written, or already
 // exists at the destination. Cancel doubles as "not decided yet": a task keeps
@@ -12,3 +16,7 @@ enum ZKFileResponse : qint32 {
     ZKFileResponseSkip = 1,
     ZKFileResponseCancel = 2,
 };
+
+// Asked by an operation, on its own thread, about one item; blocks until the
+// answer is known.
+using ZKFileHandler = std::function<ZKFileResponse(const ZKFileInfo &)>;

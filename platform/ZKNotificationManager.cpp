@@ -2,9 +2,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKNotificationManager.h"
 
-#include "ZKFerrowickDocument.h"
 #include "ZKLogging.h"
-#include "ZKPreferences.h"
+#include "ZKPreferenceKeys.h"
 #include "ZKUserDefaults.h"
 
 #include <QDBusConnection>
@@ -40,13 +39,14 @@ void logAlsaMessage(const char *file, int line, const char *function, int error,
 
 } // namespace
 
-void ZKNotificationManager::notifyQueueCompleted(const ZKFerrowickDocument &document) {
+void ZKNotificationManager::notifyQueueCompleted(const QString &name, const QString &description,
+                                                 bool someFailed) {
     auto &defaults = ZKUserDefaults::standard();
     QString label = QStringLiteral("Completed");
-    QString sound = defaults.stringForKey(ZKPreferences::completionSound);
-    if (document.failedTaskCount() != 0) {
+    QString sound = defaults.stringForKey(ZKPreferenceKeys::completionSound);
+    if (someFailed) {
         label = QStringLiteral("Failed");
-        sound = defaults.stringForKey(ZKPreferences::failureSound);
+        sound = defaults.stringForKey(ZKPreferenceKeys::failureSound);
     }
     if (!sound.isEmpty()) {
         playSound(sound);
@@ -57,11 +57,11 @@ void ZKNotificationManager::notifyQueueCompleted(const ZKFerrowickDocument &docu
                                                   QStringLiteral("org.freedesktop.Notifications"),
                                                   QStringLiteral("Notify"));
     message << QStringLiteral("Ferrowick") << quint32(0) << QStringLiteral("ferrowick")
-            << QStringLiteral("%1 %2").arg(document.displayName(), label) << document.description()
-            << QStringList() << QVariantMap() << qint32(-1);
+            << QStringLiteral("%1 %2").arg(name, label) << description << QStringList()
+            << QVariantMap() << qint32(-1);
     auto bus = QDBusConnection::sessionBus();
     if (!bus.isConnected() || !bus.send(message)) {
-        qCInfo(lcEngine) << "No notification service: the queue" << document.displayName() << label;
+        qCInfo(lcEngine) << "No notification service: the queue" << name << label;
     }
 }
 

@@ -2,12 +2,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKPropertyListParser.h"
 
-#include "ZKCopyTask.h"
-#include "ZKFileSystemReader.h"
-#include "ZKFileSystemWriter.h"
-#include "ZKFtpReader.h"
-#include "ZKFtpWriter.h"
-#include "ZKHttpReader.h"
 #include "ZKLogging.h"
 
 #include <QHash>
@@ -24,36 +18,10 @@ struct Registry {
     QHash<QString, ZKPropertyListParser::Factory> factories;
 };
 
-// ---------------------------------------------------------------------------
-// The saveable classes of the application. Every class whose dictionaries
-// can appear in a saved queue, on the pasteboard or in the user settings is
-// registered here under its name without the prefix.
-void registerBuiltinClasses(QHash<QString, ZKPropertyListParser::Factory> &factories) {
-    // Endpoints hand out shared_from_this, so they are made by make_shared.
-    factories.insert(QStringLiteral("FileSystemReader"), [](const QVariantMap &dict) {
-        return std::make_shared<ZKFileSystemReader>(dict);
-    });
-    factories.insert(QStringLiteral("FileSystemWriter"), [](const QVariantMap &dict) {
-        return std::make_shared<ZKFileSystemWriter>(dict);
-    });
-    factories.insert(QStringLiteral("FtpReader"),
-                     [](const QVariantMap &dict) { return std::make_shared<ZKFtpReader>(dict); });
-    factories.insert(QStringLiteral("FtpWriter"),
-                     [](const QVariantMap &dict) { return std::make_shared<ZKFtpWriter>(dict); });
-    factories.insert(QStringLiteral("HttpReader"),
-                     [](const QVariantMap &dict) { return std::make_shared<ZKHttpReader>(dict); });
-    factories.insert(QStringLiteral("CopyTask"),
-                     [](const QVariantMap &dict) { return ZKCopyTask::create(dict); });
-}
-// ---------------------------------------------------------------------------
-
 Registry &registry() {
-    // Built once, on first use, from whichever thread comes first.
-    static Registry *instance = [] {
-        auto *created = new Registry;
-        registerBuiltinClasses(created->factories);
-        return created;
-    }();
+    // Never destroyed: classes register from static initialisers, and
+    // objects may be re-created while other statics go away.
+    static Registry *instance = new Registry;
     return *instance;
 }
 
