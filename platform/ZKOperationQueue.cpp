@@ -9,71 +9,129 @@
 #include <QEvent>
 #include <QThread>
 
+#include <algorithm>
 #include <chrono>
+#include <vector>
 
-namespace {
+// The process-wide pool. Never destroyed: workers may still be lingering
+// while the program exits.
+class ZKOperationQueueWorkers {
+public:
+    static ZKOperationQueueWorkers &shared() {
+        static auto *pool = new ZKOperationQueueWorkers;
+        return *pool;
+    }
 
-// Long enough to carry a task from one step to the next on one thread, short
-// enough that a finished task soon holds none.
-constexpr auto workerLinger = std::chrono::milliseconds(100);
+    void submit(ZKOperationQueue *queue) {
+        std::lock_guard locker(m_lock);
+        m_waiting.push_back(queue);
+        if (m_idleWorkers > 0) {
+            m_wake.notify_one();
+        } else if (m_workers < ZKOperationQueue::maximumWorkers) {
+            startWorker();
+        }
+    }
 
-} // namespace
+    // Takes the queue out of the list when no worker has picked it yet.
+    bool withdraw(ZKOperationQueue *queue) {
+        std::lock_guard locker(m_lock);
+        const auto found = std::find(m_waiting.begin(), m_waiting.end(), queue);
+        if (found == m_waiting.end()) {
+            return false;
+        }
+        m_waiting.erase(found);
+        return true;
+    }
+
+    int workerCount() {
+        std::lock_guard locker(m_lock);
+        return m_workers;
+    }
+
+private:
+    // Long enough to carry a task from one step to the next on one thread,
+    // short enough that a finished queue soon holds none.
+    static constexpr auto linger = std::chrono::milliseconds(100);
+
+    // With m_lock held.
+    void startWorker() {
+        // Threads that have said they end hold no lock: only their last
+        // instructions are left to wait for.
+        for (QThread *ended : std::exchange(m_ended, {})) {
+            ended->wait();
+            ZKThreadSanitizer::acquire(ended);
+            delete ended;
+        }
+        ++m_workers;
+        // A QThread rather than a bare thread: an operation may run a
+        // QEventLoop (network replies), which needs the thread's dispatcher.
+        QThread *thread = QThread::create([this] { work(); });
+        thread->setObjectName(QStringLiteral("ZKOperationQueue"));
+        thread->start();
+    }
+
+    void work() {
+        std::unique_lock locker(m_lock);
+        for (;;) {
+            ++m_idleWorkers;
+            const bool woken =
+                m_wake.wait_for(locker, linger, [this] { return !m_waiting.empty(); });
+            --m_idleWorkers;
+            if (!woken) {
+                --m_workers;
+                m_ended.push_back(QThread::currentThread());
+                ZKThreadSanitizer::release(QThread::currentThread());
+                return;
+            }
+            ZKOperationQueue *queue = m_waiting.front();
+            m_waiting.pop_front();
+            // Marked running before the pool lets go, so a waiter that finds
+            // it gone from the list knows a worker has it.
+            {
+                std::lock_guard queueLocker(queue->m_lock);
+                queue->m_service = ZKOperationQueue::Service::Running;
+            }
+            locker.unlock();
+            queue->serve();
+            locker.lock();
+        }
+    }
+
+    std::mutex m_lock;
+    std::condition_variable m_wake;
+    std::deque<ZKOperationQueue *> m_waiting;
+    std::vector<QThread *> m_ended;
+    int m_workers = 0;
+    int m_idleWorkers = 0;
+};
 
 ZKOperationQueue::ZKOperationQueue() = default;
 
 ZKOperationQueue::~ZKOperationQueue() {
     cancelAllOperations();
-    QThread *thread = nullptr;
-    {
-        std::lock_guard locker(m_lock);
-        m_stopping = true;
-        thread = m_thread;
-        m_thread = nullptr;
-    }
-    m_wakeWorker.notify_all();
-    if (!thread) {
-        return;
-    }
-    while (!thread->wait(10)) {
-        if (ZKMainQueue::isMainThread()) {
-            QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
-        }
-    }
-    ZKThreadSanitizer::acquire(this);
-    delete thread;
+    waitUntilAllOperationsAreFinished();
 }
 
-void ZKOperationQueue::startWorker() {
-    if (m_thread) {
-        // The previous worker has said it ends and holds no lock: only its
-        // last instructions are left to wait for.
-        m_thread->wait();
-        ZKThreadSanitizer::acquire(this);
-        delete m_thread;
-    }
-    // A QThread rather than a bare thread: an operation may run a QEventLoop
-    // (network replies), which needs the thread's event dispatcher.
-    m_thread = QThread::create([this] {
-        run();
-        ZKThreadSanitizer::release(this);
-    });
-    m_thread->setObjectName(QStringLiteral("ZKOperationQueue"));
-    m_workerRunning = true;
-    m_thread->start();
+int ZKOperationQueue::workerCount() {
+    return ZKOperationQueueWorkers::shared().workerCount();
 }
 
 void ZKOperationQueue::addOperation(std::shared_ptr<ZKOperation> operation) {
     if (!operation) {
         return;
     }
+    bool submit = false;
     {
         std::lock_guard locker(m_lock);
         m_pending.push_back(std::move(operation));
-        if (!m_workerRunning && !m_stopping) {
-            startWorker();
+        if (m_service == Service::Idle) {
+            m_service = Service::Waiting;
+            submit = true;
         }
     }
-    m_wakeWorker.notify_one();
+    if (submit) {
+        ZKOperationQueueWorkers::shared().submit(this);
+    }
 }
 
 void ZKOperationQueue::cancelAllOperations() {
@@ -92,11 +150,24 @@ bool ZKOperationQueue::waitUntilAllOperationsAreFinished(int timeoutMsec) {
     const auto deadline = Clock::now() + std::chrono::milliseconds(timeoutMsec);
     std::unique_lock locker(m_lock);
     for (;;) {
-        if (m_pending.empty() && !m_current) {
+        if (m_service == Service::Idle) {
             return true;
         }
         if (timeoutMsec >= 0 && Clock::now() >= deadline) {
             return false;
+        }
+        if (!onMainThread && m_service == Service::Waiting) {
+            // The pool's lock comes before a queue's.
+            locker.unlock();
+            if (ZKOperationQueueWorkers::shared().withdraw(this)) {
+                {
+                    std::lock_guard running(m_lock);
+                    m_service = Service::Running;
+                }
+                serve();
+            }
+            locker.lock();
+            continue;
         }
         if (onMainThread) {
             m_idle.wait_for(locker, std::chrono::milliseconds(5));
@@ -116,17 +187,9 @@ int ZKOperationQueue::operationCount() const {
     return int(m_pending.size()) + (m_current ? 1 : 0);
 }
 
-void ZKOperationQueue::run() {
+void ZKOperationQueue::serve() {
     std::unique_lock locker(m_lock);
-    for (;;) {
-        m_wakeWorker.wait_for(locker, workerLinger,
-                              [this] { return m_stopping || !m_pending.empty(); });
-        if (m_pending.empty()) {
-            // Stopping or idle, with nothing left to finish; the next
-            // operation starts a new worker.
-            m_workerRunning = false;
-            return;
-        }
+    while (!m_pending.empty()) {
         m_current = std::move(m_pending.front());
         m_pending.pop_front();
         auto operation = m_current;
@@ -134,13 +197,14 @@ void ZKOperationQueue::run() {
         operation->start();
         locker.lock();
         m_current.reset();
-        if (m_pending.empty()) {
-            m_idle.notify_all();
-        }
         // The last reference may hold endpoints whose teardown does I/O:
         // let it go outside the lock.
         locker.unlock();
         operation.reset();
         locker.lock();
     }
+    m_service = Service::Idle;
+    // Notified under the lock: a waiter may destroy the queue as soon as it
+    // can take the lock again.
+    m_idle.notify_all();
 }

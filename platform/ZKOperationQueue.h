@@ -9,19 +9,19 @@
 #include <memory>
 #include <mutex>
 
-class QThread;
-
-// A serial background queue: one worker thread runs the operations one at a
-// time, in the order they were added. Each task owns one. The worker exists
-// only while there is work: it starts with the first operation and ends once
-// the queue has been idle for a tenth of a second, so a queue of many waiting tasks
-// holds no threads.
+// A serial background queue: its operations run one at a time, in the order
+// they were added, on a worker of a small pool that all queues of the process
+// share (at most maximumWorkers threads). A queue holds a worker only while
+// it has operations, and an idle worker ends after a tenth of a second, so a
+// queue of many waiting tasks holds no threads.
 class ZKOperationQueue {
 public:
+    static constexpr int maximumWorkers = 8;
+
     ZKOperationQueue();
     ZKOperationQueue(const ZKOperationQueue &) = delete;
     ZKOperationQueue &operator=(const ZKOperationQueue &) = delete;
-    // Cancels what is queued and running, and waits for the worker to end.
+    // Cancels what is queued and running, and waits until none of it runs.
     ~ZKOperationQueue();
 
     void addOperation(std::shared_ptr<ZKOperation> operation);
@@ -29,22 +29,27 @@ public:
     // Waits until nothing is queued or running. Negative timeout: no limit.
     // Answers false when the time ran out. On the main thread the wait keeps
     // serving calls that the worker makes into the main thread, so an
-    // operation that asks the main thread something cannot deadlock it.
+    // operation that asks the main thread something cannot deadlock it. On
+    // a worker, a queue still waiting for a worker is run by the waiting
+    // thread itself, so waits between queues cannot use up the pool.
     bool waitUntilAllOperationsAreFinished(int timeoutMsec = -1);
     int operationCount() const;
 
+    // The pool's workers, alive and lingering; for tests and benchmarks.
+    static int workerCount();
+
 private:
-    void run();
-    // With m_lock held: a worker for what was just queued.
-    void startWorker();
+    friend class ZKOperationQueueWorkers;
+
+    enum class Service { Idle, Waiting, Running };
+
+    // Runs the queued operations on the calling thread until none is left.
+    void serve();
 
     mutable std::mutex m_lock;
-    std::condition_variable m_wakeWorker;
     std::condition_variable m_idle;
     std::deque<std::shared_ptr<ZKOperation>> m_pending;
     std::shared_ptr<ZKOperation> m_current;
-    bool m_stopping = false;
-    bool m_workerRunning = false;
-    // The last worker started; it may have ended already.
-    QThread *m_thread = nullptr;
+    // Waiting: in the pool's list; Running: a thread is in serve().
+    Service m_service = Service::Idle;
 };

@@ -42,6 +42,8 @@ private Q_SLOTS:
     void waitOnMainThreadServesSyncCalls();
     void asyncAfterRunsLater();
     void idleQueuesHoldNoThreads();
+    void busyQueuesShareAtMostEightWorkers();
+    void waitsBetweenQueuesCannotUseUpThePool();
 };
 
 void TestZKOperationQueue::runsInOrderOnOneWorker() {
@@ -166,6 +168,68 @@ void TestZKOperationQueue::idleQueuesHoldNoThreads() {
     queues.front()->addOperation(makeOperation([&](LambdaOperation &) { ++ran; }));
     QVERIFY(queues.front()->waitUntilAllOperationsAreFinished(10000));
     QCOMPARE(ran.load(), 201);
+}
+
+// Twenty queues at work at once still get no more than the pool's workers,
+// and each still runs its own operations one at a time.
+void TestZKOperationQueue::busyQueuesShareAtMostEightWorkers() {
+    std::vector<std::unique_ptr<ZKOperationQueue>> queues;
+    std::atomic<int> ran{0};
+    std::atomic<int> overlapping{0};
+    std::atomic<int> mostWorkers{0};
+    for (int i = 0; i < 20; ++i) {
+        queues.push_back(std::make_unique<ZKOperationQueue>());
+        auto running = std::make_shared<std::atomic<int>>(0);
+        for (int step = 0; step < 3; ++step) {
+            queues.back()->addOperation(makeOperation([&, running](LambdaOperation &) {
+                if (running->fetch_add(1) != 0) {
+                    ++overlapping;
+                }
+                const int workers = ZKOperationQueue::workerCount();
+                int seen = mostWorkers.load();
+                while (workers > seen && !mostWorkers.compare_exchange_weak(seen, workers)) {
+                }
+                QThread::msleep(10);
+                running->fetch_sub(1);
+                ++ran;
+            }));
+        }
+    }
+    for (auto &queue : queues) {
+        QVERIFY(queue->waitUntilAllOperationsAreFinished(20000));
+    }
+    QCOMPARE(ran.load(), 60);
+    QCOMPARE(overlapping.load(), 0);
+    QVERIFY2(mostWorkers.load() <= ZKOperationQueue::maximumWorkers,
+             qPrintable(QString::number(mostWorkers.load())));
+    QVERIFY2(mostWorkers.load() > 1, "the queues never ran side by side");
+}
+
+// Every worker busy waiting for another queue that has none yet: the
+// waiting threads run that queue themselves instead of waiting forever.
+void TestZKOperationQueue::waitsBetweenQueuesCannotUseUpThePool() {
+    ZKOperationQueue awaited;
+    std::vector<std::unique_ptr<ZKOperationQueue>> waiters;
+    std::counting_semaphore<> allBusy(0);
+    std::atomic<bool> released{false};
+    std::atomic<int> finished{0};
+    for (int i = 0; i < ZKOperationQueue::maximumWorkers; ++i) {
+        waiters.push_back(std::make_unique<ZKOperationQueue>());
+        waiters.back()->addOperation(makeOperation([&](LambdaOperation &) {
+            allBusy.release();
+            QVERIFY(awaited.waitUntilAllOperationsAreFinished(20000));
+            ++finished;
+        }));
+    }
+    for (int i = 0; i < ZKOperationQueue::maximumWorkers; ++i) {
+        QVERIFY(allBusy.try_acquire_for(std::chrono::seconds(10)));
+    }
+    awaited.addOperation(makeOperation([&](LambdaOperation &) { released = true; }));
+    for (auto &queue : waiters) {
+        QVERIFY(queue->waitUntilAllOperationsAreFinished(20000));
+    }
+    QVERIFY(released.load());
+    QCOMPARE(finished.load(), ZKOperationQueue::maximumWorkers);
 }
 
 QTEST_GUILESS_MAIN(TestZKOperationQueue)
