@@ -5,6 +5,7 @@
 #include "ZKFileSystemWriter.h"
 #include "ZKPreferences.h"
 #include "ZKQuestionPresenter.h"
+#include "ZKScriptedPresenter.h"
 #include "ZKTaskState.h"
 #include "ZKTestSupport.h"
 #include "ZKTransferMode.h"
@@ -23,17 +24,6 @@ using ZKTestSupport::readFile;
 using ZKTestSupport::writeFile;
 
 namespace {
-
-class ScriptedPresenter : public ZKQuestionPresenter {
-public:
-    ZKAnswer ask(const ZKQuestion &question) override {
-        m_questions << question.message;
-        return ZKAnswer{m_button, false};
-    }
-
-    QStringList m_questions;
-    int m_button = 0;
-};
 
 bool isResting(qint32 state) {
     return state == S::PendingPreparation || state == S::PendingProcessing ||
@@ -68,7 +58,7 @@ private:
     QList<qint32> runToEnd(ZKCopyTask &task);
 
     std::unique_ptr<QTemporaryDir> m_dir;
-    ScriptedPresenter m_presenter;
+    ZKScriptedPresenter m_presenter;
 };
 
 void TestZKCopyTask::initTestCase() {
@@ -79,8 +69,7 @@ void TestZKCopyTask::initTestCase() {
 void TestZKCopyTask::init() {
     m_dir = std::make_unique<QTemporaryDir>();
     QDir(m_dir->path()).mkdir(QStringLiteral("out"));
-    m_presenter.m_questions.clear();
-    m_presenter.m_button = 0;
+    m_presenter.reset();
 }
 
 std::shared_ptr<ZKCopyTask> TestZKCopyTask::makeTask(const QString &source) {
@@ -240,11 +229,11 @@ void TestZKCopyTask::cancelAsksAboutPartialFile() {
     task->setMaximumTransferRate(300000);
     task->start();
     QTRY_VERIFY_WITH_TIMEOUT(task->bytesCopied() > 0, 10000);
-    m_presenter.m_button = button;
+    m_presenter.setAnswer({button, false});
     task->cancel();
     QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Cancelled, 10000);
-    QCOMPARE(m_presenter.m_questions.size(), 1);
-    QVERIFY(m_presenter.m_questions[0].endsWith(QStringLiteral("out/src'?")));
+    QCOMPARE(m_presenter.questions().size(), 1);
+    QVERIFY(m_presenter.messages()[0].endsWith(QStringLiteral("out/src'?")));
     QCOMPARE(QFile::exists(path("out/src")), partialKept);
     QVERIFY(QFile::exists(path("src")));
 }

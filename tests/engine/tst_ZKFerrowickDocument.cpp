@@ -8,6 +8,7 @@
 #include "ZKPropertyListSerialization.h"
 #include "ZKQuestionPresenter.h"
 #include "ZKQueueState.h"
+#include "ZKScriptedPresenter.h"
 #include "ZKSpeedLimitPanel.h"
 #include "ZKTaskState.h"
 #include "ZKTestSupport.h"
@@ -25,21 +26,6 @@ using S = ZKTaskState;
 using ZKTestSupport::randomBytes;
 using ZKTestSupport::readFile;
 using ZKTestSupport::writeFile;
-
-namespace {
-
-class ScriptedPresenter : public ZKQuestionPresenter {
-public:
-    ZKAnswer ask(const ZKQuestion &question) override {
-        m_questions << question;
-        return m_answer;
-    }
-
-    QList<ZKQuestion> m_questions;
-    ZKAnswer m_answer;
-};
-
-} // namespace
 
 class TestZKFerrowickDocument : public QObject {
     Q_OBJECT
@@ -67,7 +53,7 @@ private:
     }
 
     std::unique_ptr<QTemporaryDir> m_dir;
-    ScriptedPresenter m_presenter;
+    ZKScriptedPresenter m_presenter;
 };
 
 void TestZKFerrowickDocument::initTestCase() {
@@ -81,8 +67,7 @@ void TestZKFerrowickDocument::initTestCase() {
 void TestZKFerrowickDocument::init() {
     m_dir = std::make_unique<QTemporaryDir>();
     QDir(m_dir->path()).mkdir(QStringLiteral("out"));
-    m_presenter.m_questions.clear();
-    m_presenter.m_answer = {};
+    m_presenter.reset();
     ZKUserDefaults::standard().setInteger(ZKPreferences::queueState, ZKQueueState::Running);
 }
 
@@ -161,14 +146,14 @@ void TestZKFerrowickDocument::replaceAppliedToAllIsAskedOnce() {
         QVERIFY(writeFile(path(file), QByteArray("new ") + name));
         QVERIFY(writeFile(path("out/" + file), "old, and longer"));
     }
-    m_presenter.m_answer = {1, true}; // Replace, apply to all
+    m_presenter.setAnswer({1, true}); // Replace, apply to all
     ZKFerrowickDocument document;
     const auto task = document.addTasks({reader("tree")}, outFolder(), 0).first();
     QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Completed, 10000);
-    QCOMPARE(m_presenter.m_questions.size(), 1);
-    QVERIFY(m_presenter.m_questions[0].showsApplyToAll);
+    QCOMPARE(m_presenter.questions().size(), 1);
+    QVERIFY(m_presenter.questions()[0].showsApplyToAll);
     QCOMPARE(
-        m_presenter.m_questions[0].buttons,
+        m_presenter.questions()[0].buttons,
         (QStringList{QStringLiteral("Skip"), QStringLiteral("Replace"), QStringLiteral("Cancel")}));
     QCOMPARE(readFile(path("out/tree/y")), QByteArray("new y"));
 }

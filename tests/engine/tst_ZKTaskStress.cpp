@@ -5,6 +5,7 @@
 #include "ZKFileSystemWriter.h"
 #include "ZKPreferences.h"
 #include "ZKQuestionPresenter.h"
+#include "ZKScriptedPresenter.h"
 #include "ZKTaskQueue.h"
 #include "ZKTaskState.h"
 #include "ZKTestSupport.h"
@@ -21,17 +22,6 @@
 
 using S = ZKTaskState;
 
-namespace {
-
-// Answers the partial-file question one way or the other, so both paths run.
-class AlternatingPresenter : public ZKQuestionPresenter {
-public:
-    ZKAnswer ask(const ZKQuestion &) override { return ZKAnswer{m_count++ % 2, false}; }
-    int m_count = 0;
-};
-
-} // namespace
-
 // Commands from several threads while tasks copy real files must neither
 // deadlock nor race, and once the dust settles every copy must be exact.
 class TestZKTaskStress : public QObject {
@@ -43,7 +33,9 @@ private Q_SLOTS:
 
 void TestZKTaskStress::commandsFromManyThreadsWhileCopying() {
     ZKPreferences::initialiseUserDefaults();
-    AlternatingPresenter presenter;
+    // Answers the partial-file question one way or the other, so both paths run.
+    ZKScriptedPresenter presenter;
+    presenter.setAnswers({ZKAnswer{0, false}, ZKAnswer{1, false}});
     ZKQuestionPresenter::setShared(&presenter);
 
     QTemporaryDir dir;

@@ -12,6 +12,7 @@
 #include "ZKPreferences.h"
 #include "ZKPropertyListParser.h"
 #include "ZKQuestionPresenter.h"
+#include "ZKScriptedPresenter.h"
 #include "ZKTaskState.h"
 #include "ZKTestSupport.h"
 #include "ZKTransferMode.h"
@@ -51,16 +52,6 @@ static QString cutShort(ZKCopyOperation &cut) {
 }
 
 namespace {
-
-// No question is expected in these transfers; one that comes is a failure.
-class RecordingPresenter : public ZKQuestionPresenter {
-public:
-    ZKAnswer ask(const ZKQuestion &question) override {
-        m_questions << question.message;
-        return ZKAnswer{1, false};
-    }
-    QStringList m_questions;
-};
 
 // Relative path -> content digest ("<folder>" for folders).
 QMap<QString, QByteArray> snapshot(const QString &root) {
@@ -107,7 +98,8 @@ bool isResting(qint32 state) {
 class TestZKFtpServers : public QObject {
     Q_OBJECT
 
-    RecordingPresenter m_presenter;
+    // No question is expected in these transfers; one that comes is a failure.
+    ZKScriptedPresenter m_presenter;
     std::unique_ptr<ZKFtpServers> m_server;
     std::unique_ptr<QTemporaryDir> m_dir;
     std::shared_ptr<ZKCopyTask> m_task;
@@ -179,14 +171,15 @@ private Q_SLOTS:
 
     void init() {
         m_dir = std::make_unique<QTemporaryDir>();
-        m_presenter.m_questions.clear();
+        m_presenter.reset();
+        m_presenter.setAnswer(ZKAnswer{1, false});
     }
 
     void cleanup() {
         m_task.reset();
         m_server.reset();
         m_dir.reset();
-        QVERIFY2(m_presenter.m_questions.isEmpty(), qPrintable(m_presenter.m_questions.join('\n')));
+        QVERIFY2(m_presenter.questions().isEmpty(), qPrintable(m_presenter.messages().join('\n')));
     }
 
     void transfersFilesAndTrees_data() { serverKinds(); }
