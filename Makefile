@@ -38,6 +38,7 @@ bench: build
 	bash bench/copy-bench.sh $(BUILD)
 	bash bench/ftp-bench.sh $(BUILD)
 	bash bench/http-bench.sh $(BUILD)
+	bash bench/queue-bench.sh $(BUILD)
 
 # FUZZ_TARGET=ftp_listing|ftp_reply|queue_loader, FUZZ_SECONDS=300
 fuzz:
