@@ -622,21 +622,6 @@ bool ZKFileSystemReader::seekToPosition(quint64 position) {
     return true;
 }
 
-ZKEnumerationResult ZKFileSystemReader::enumerateContentsOfFileWithBlock(const DataBlock &block) {
-    ZKEnumerationResult result = ZKEnumerationResultContinue;
-    while (hasMoreData()) {
-        const QByteArray data = readBlock();
-        if (data.isEmpty()) {
-            break; // the read failed; error() says why
-        }
-        result = block(data);
-        if (result == ZKEnumerationResultStop) {
-            break;
-        }
-    }
-    return result;
-}
-
 ZKEnumerationResult
 ZKFileSystemReader::enumerateContentsOfDirectoryWithBlock(const ReaderBlock &block) {
     if (!m_isDirectory) {

@@ -53,7 +53,6 @@ public:
 
     ZKEnumerationResult enumerateContentsOfDirectoryWithBlock(const ReaderBlock &block) override;
     ZKEnumerationResult enumerateFileInfoWithBlock(const FileInfoBlock &block) override;
-    ZKEnumerationResult enumerateContentsOfFileWithBlock(const DataBlock &block) override;
     std::optional<ZKFileInfo> fileInfoForChild(const QString &name) override;
     std::shared_ptr<ZKReader> childWithName(const QString &name) override;
     std::shared_ptr<ZKWriter> asWriter() override;

@@ -798,21 +798,6 @@ QByteArray ZKHttpReader::readBlockOfLength(quint64 length) {
     return result;
 }
 
-ZKEnumerationResult ZKHttpReader::enumerateContentsOfFileWithBlock(const DataBlock &block) {
-    ZKEnumerationResult result = ZKEnumerationResultContinue;
-    while (hasMoreData()) {
-        const QByteArray data = readBlock();
-        if (data.isEmpty()) {
-            break;
-        }
-        result = block(data);
-        if (result == ZKEnumerationResultStop) {
-            break;
-        }
-    }
-    return result;
-}
-
 // ---- a download has no children
 
 ZKEnumerationResult ZKHttpReader::enumerateContentsOfDirectoryWithBlock(const ReaderBlock &) {

@@ -69,7 +69,6 @@ public:
     // A download is a single file: no children, no walk, no writer.
     ZKEnumerationResult enumerateContentsOfDirectoryWithBlock(const ReaderBlock &block) override;
     ZKEnumerationResult enumerateFileInfoWithBlock(const FileInfoBlock &block) override;
-    ZKEnumerationResult enumerateContentsOfFileWithBlock(const DataBlock &block) override;
     std::optional<ZKFileInfo> fileInfoForChild(const QString &name) override;
     std::shared_ptr<ZKReader> childWithName(const QString &name) override;
     std::shared_ptr<ZKWriter> asWriter() override;

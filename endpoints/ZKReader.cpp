@@ -4,6 +4,21 @@
 
 #include <typeinfo>
 
+ZKEnumerationResult ZKReader::enumerateContentsOfFileWithBlock(const DataBlock &block) {
+    ZKEnumerationResult result = ZKEnumerationResultContinue;
+    while (hasMoreData()) {
+        const QByteArray data = readBlock();
+        if (data.isEmpty()) {
+            break;
+        }
+        result = block(data);
+        if (result == ZKEnumerationResultStop) {
+            break;
+        }
+    }
+    return result;
+}
+
 bool ZKReader::isEqual(const ZKReader &other) const {
     return typeid(*this) == typeid(other) && url() == other.url();
 }

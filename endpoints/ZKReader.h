@@ -40,7 +40,10 @@ public:
 
     virtual ZKEnumerationResult enumerateContentsOfDirectoryWithBlock(const ReaderBlock &block) = 0;
     virtual ZKEnumerationResult enumerateFileInfoWithBlock(const FileInfoBlock &block) = 0;
-    virtual ZKEnumerationResult enumerateContentsOfFileWithBlock(const DataBlock &block) = 0;
+    // Hands the rest of an opened file to the block, one readBlock() at a
+    // time, until the data ends, a read fails (error() says why) or the block
+    // answers stop. Opening and closing stay with the caller.
+    virtual ZKEnumerationResult enumerateContentsOfFileWithBlock(const DataBlock &block);
     virtual std::optional<ZKFileInfo> fileInfoForChild(const QString &name) = 0;
     virtual std::shared_ptr<ZKReader> childWithName(const QString &name) = 0;
     virtual std::shared_ptr<ZKWriter> asWriter() = 0;

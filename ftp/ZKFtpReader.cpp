@@ -379,21 +379,6 @@ QByteArray ZKFtpReader::readBlockOfLength(quint64 length) {
     return gathered;
 }
 
-ZKEnumerationResult ZKFtpReader::enumerateContentsOfFileWithBlock(const DataBlock &block) {
-    ZKEnumerationResult result = ZKEnumerationResultContinue;
-    while (hasMoreData()) {
-        const QByteArray data = readBlock();
-        if (data.isEmpty()) {
-            break;
-        }
-        result = block(data);
-        if (result == ZKEnumerationResultStop) {
-            return ZKEnumerationResultStop;
-        }
-    }
-    return result;
-}
-
 std::optional<QList<ZKFtpItem>> ZKFtpReader::listWorkingDirectory() {
     std::optional<QList<ZKFtpItem>> items = m_ftp->listItems();
     if (!items) {
