@@ -7,9 +7,11 @@
 #include "ZKNotificationNames.h"
 
 #include <QFileInfo>
+#include <QHash>
 #include <QVariantMap>
 
 #include <algorithm>
+#include <mutex>
 #include <thread>
 
 void ZKFileOperation::setMinimumTimeBetweenNotifications(double seconds) {
@@ -33,16 +35,26 @@ void ZKFileOperation::setTemporaryFilePatterns(const QStringList &patterns) {
 }
 
 QList<QRegularExpression> ZKFileOperation::convertPatterns(const QStringList &patterns) {
+    // Every step of every task sets the same few dozen patterns; compiled
+    // once, they are shared (a QRegularExpression copy shares its compiled
+    // form, and Qt guards it across threads).
+    static std::mutex lock;
+    static QHash<QString, QRegularExpression> compiled;
     QList<QRegularExpression> regexes;
     regexes.reserve(patterns.size());
+    std::lock_guard locker(lock);
     for (const QString &pattern : patterns) {
-        QRegularExpression regex(pattern);
-        if (!regex.isValid()) {
-            qCWarning(lcOperations).noquote()
-                << QStringLiteral("Error generating regular expression from pattern '%1': %2")
-                       .arg(pattern, regex.errorString());
+        auto found = compiled.constFind(pattern);
+        if (found == compiled.constEnd()) {
+            QRegularExpression regex(pattern);
+            if (!regex.isValid()) {
+                qCWarning(lcOperations).noquote()
+                    << QStringLiteral("Error generating regular expression from pattern '%1': %2")
+                           .arg(pattern, regex.errorString());
+            }
+            found = compiled.insert(pattern, regex);
         }
-        regexes.append(regex);
+        regexes.append(found.value());
     }
     return regexes;
 }

@@ -49,31 +49,48 @@ ZKUserDefaults::ZKUserDefaults(const QString &fileName, QObject *parent)
 
 ZKUserDefaults::~ZKUserDefaults() = default;
 
-std::unique_ptr<QSettings> ZKUserDefaults::openSettings() const {
-    std::unique_ptr<QSettings> settings;
-    if (m_fileName.isEmpty()) {
-        settings =
-            std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope,
-                                        QStringLiteral("velmarind"), QStringLiteral("Ferrowick"));
-        // Only the application's own file: no organisation-wide or system
-        // values that "write when absent" would then never write.
-        settings->setFallbacksEnabled(false);
-    } else {
-        settings = std::make_unique<QSettings>(m_fileName, QSettings::IniFormat);
+QSettings &ZKUserDefaults::settings() const {
+    const QByteArray configHome = qgetenv("XDG_CONFIG_HOME");
+    if (m_settings && m_fileName.isEmpty() && configHome != m_configHome) {
+        m_settings.reset();
     }
-    return settings;
+    if (!m_settings) {
+        if (m_fileName.isEmpty()) {
+            m_settings = std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope,
+                                                     QStringLiteral("velmarind"),
+                                                     QStringLiteral("Ferrowick"));
+            // Only the application's own file: no organisation-wide or system
+            // values that "write when absent" would then never write.
+            m_settings->setFallbacksEnabled(false);
+        } else {
+            m_settings = std::make_unique<QSettings>(m_fileName, QSettings::IniFormat);
+        }
+        m_configHome = configHome;
+        m_lastSync = QDateTime::currentMSecsSinceEpoch();
+    }
+    // Another process (the window beside the terminal front end) may have
+    // changed a value; looking once a second costs one stat.
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    if (now - m_lastSync >= 1000) {
+        m_settings->sync();
+        m_lastSync = now;
+    }
+    return *m_settings;
 }
 
 QString ZKUserDefaults::fileName() const {
-    return openSettings()->fileName();
+    std::lock_guard locker(m_mutex);
+    return settings().fileName();
 }
 
 QVariant ZKUserDefaults::objectForKey(const QString &key) const {
-    return openSettings()->value(key);
+    std::lock_guard locker(m_mutex);
+    return settings().value(key);
 }
 
 bool ZKUserDefaults::hasObject(const QString &key) const {
-    return openSettings()->contains(key);
+    std::lock_guard locker(m_mutex);
+    return settings().contains(key);
 }
 
 bool ZKUserDefaults::boolForKey(const QString &key) const {
@@ -149,8 +166,7 @@ void ZKUserDefaults::store(QSettings &settings, const QString &key, const QVaria
 void ZKUserDefaults::write(const QString &key, const QVariant &value) {
     {
         std::lock_guard locker(m_mutex);
-        const auto settings = openSettings();
-        store(*settings, key, value);
+        store(settings(), key, value);
     }
     // Outside the lock: an observer may read or write the store at once.
     Q_EMIT valueChanged(key);
@@ -159,11 +175,11 @@ void ZKUserDefaults::write(const QString &key, const QVariant &value) {
 void ZKUserDefaults::initialise(const QString &key, const QVariant &value) {
     {
         std::lock_guard locker(m_mutex);
-        const auto settings = openSettings();
-        if (settings->contains(key)) {
+        QSettings &store = settings();
+        if (store.contains(key)) {
             return;
         }
-        store(*settings, key, value);
+        this->store(store, key, value);
     }
     Q_EMIT valueChanged(key);
 }

@@ -68,15 +68,21 @@ Q_SIGNALS:
 private:
     ZKUserDefaults();
 
-    std::unique_ptr<QSettings> openSettings() const;
+    // The open store, with m_mutex held. Opened once and kept: opening one
+    // looks for half a dozen files, and values are read per item copied.
+    QSettings &settings() const;
     void write(const QString &key, const QVariant &value);
     void initialise(const QString &key, const QVariant &value);
     // Must be called with m_mutex held.
     void store(QSettings &settings, const QString &key, const QVariant &value);
 
     QString m_fileName; // empty for the user's store
-    // Makes "write when absent" atomic against other writers. Readers go
-    // without it: each call has its own QSettings, and Qt serialises access
-    // to the shared file.
-    std::mutex m_mutex;
+    // Guards the one QSettings, which is not thread-safe, and makes "write
+    // when absent" atomic against other writers.
+    mutable std::mutex m_mutex;
+    mutable std::unique_ptr<QSettings> m_settings;
+    // The configuration folder the open store belongs to (tests move it).
+    mutable QByteArray m_configHome;
+    // When the file was last compared with what another process wrote.
+    mutable qint64 m_lastSync = 0;
 };
