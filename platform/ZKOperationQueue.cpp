@@ -25,7 +25,9 @@ public:
     void submit(ZKOperationQueue *queue) {
         std::lock_guard locker(m_lock);
         m_waiting.push_back(queue);
-        if (m_idleWorkers > 0) {
+        // An idle worker already woken for an earlier queue does not count:
+        // a burst of queues must not all wait for that one.
+        if (qsizetype(m_waiting.size()) <= m_idleWorkers) {
             m_wake.notify_one();
         } else if (m_workers < ZKOperationQueue::maximumWorkers) {
             startWorker();

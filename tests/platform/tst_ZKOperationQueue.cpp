@@ -211,12 +211,14 @@ void TestZKOperationQueue::waitsBetweenQueuesCannotUseUpThePool() {
     ZKOperationQueue awaited;
     std::vector<std::unique_ptr<ZKOperationQueue>> waiters;
     std::counting_semaphore<> allBusy(0);
+    std::counting_semaphore<> awaitedQueued(0);
     std::atomic<bool> released{false};
     std::atomic<int> finished{0};
     for (int i = 0; i < ZKOperationQueue::maximumWorkers; ++i) {
         waiters.push_back(std::make_unique<ZKOperationQueue>());
         waiters.back()->addOperation(makeOperation([&](LambdaOperation &) {
             allBusy.release();
+            QVERIFY(awaitedQueued.try_acquire_for(std::chrono::seconds(10)));
             QVERIFY(awaited.waitUntilAllOperationsAreFinished(20000));
             ++finished;
         }));
@@ -224,7 +226,9 @@ void TestZKOperationQueue::waitsBetweenQueuesCannotUseUpThePool() {
     for (int i = 0; i < ZKOperationQueue::maximumWorkers; ++i) {
         QVERIFY(allBusy.try_acquire_for(std::chrono::seconds(10)));
     }
+    // No worker is free for it now.
     awaited.addOperation(makeOperation([&](LambdaOperation &) { released = true; }));
+    awaitedQueued.release(ZKOperationQueue::maximumWorkers);
     for (auto &queue : waiters) {
         QVERIFY(queue->waitUntilAllOperationsAreFinished(20000));
     }
