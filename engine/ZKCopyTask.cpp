@@ -609,17 +609,20 @@ void ZKCopyTask::refreshIsIndeterminate() {
     setIsIndeterminate(indeterminate);
 }
 
-void ZKCopyTask::refreshTimeRemaining() {
+quint64 ZKCopyTask::remainingWorkBytes() const {
     const auto s = state();
-    const double total = double(totalBytes());
-    const double rate = dataRate();
-    double time = 0;
-    if (!(s >= S::Removing && s <= S::Cancelled) && total != 0 && rate >= 0.1) {
-        time = isVerifyEnabled()
-                   ? (2 * total - double(bytesCopied()) - double(bytesVerified())) / rate
-                   : (total - double(progressBytes())) / rate;
+    const quint64 total = totalBytes();
+    if ((s >= S::Removing && s <= S::Cancelled) || total == 0) {
+        return 0;
     }
-    setTimeRemaining(time);
+    const quint64 work = isVerifyEnabled() ? 2 * total : total;
+    const quint64 done = isVerifyEnabled() ? bytesCopied() + bytesVerified() : progressBytes();
+    return done >= work ? 0 : work - done;
+}
+
+void ZKCopyTask::refreshTimeRemaining() {
+    const double rate = dataRate();
+    setTimeRemaining(rate >= 0.1 ? double(remainingWorkBytes()) / rate : 0);
 }
 
 void ZKCopyTask::refreshPercentCompleted() {

@@ -79,6 +79,7 @@ public:
     quint64 maximumTransferRate() const override { return m_maximumTransferRate.load(); }
     void setMaximumTransferRate(quint64 bytesPerSecond) override;
     bool isResumable() const override;
+    quint64 remainingWorkBytes() const override;
     QSet<QUrl> skippedUrls() const override;
     void setSkippedUrls(const QSet<QUrl> &urls) override;
     QSet<QUrl> replacedUrls() const override;

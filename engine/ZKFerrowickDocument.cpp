@@ -546,8 +546,7 @@ void ZKFerrowickDocument::startNextTaskNow() {
         startTask(preparation); // analysis runs in a paused queue too
     } else if (state() == ZKQueueState::Running) {
         const auto next = m_taskQueue.nextTask();
-        if (next &&
-            (!current || m_taskQueue.indexOfTask(next) < m_taskQueue.indexOfTask(current))) {
+        if (next && (!current || m_taskQueue.isBefore(next, current))) {
             startTask(next);
         }
     }
@@ -560,6 +559,8 @@ void ZKFerrowickDocument::startTask(const ZKTaskPtr &task) {
     m_taskQueue.pauseAllResumableTasks();
     m_sleepManager.preventIdleSleep();
     ZKMainQueue::sync([this] { cancelRetryTimer(); });
+    // A waiting task is not told each change of the rate and the limit.
+    m_taskQueue.prepareToRun(*task);
     task->start();
     updateChangeCount();
 }
@@ -578,19 +579,13 @@ bool ZKFerrowickDocument::shouldStartNextTaskWithStateChange(qint32 from, qint32
     return from == S::Verifying && to == S::PendingRemoval;
 }
 
-void ZKFerrowickDocument::onTaskStateChanged(ZKTask *task) {
+void ZKFerrowickDocument::onTaskStateChanged(ZKTask *task, const std::weak_ptr<ZKTask> &weak) {
     const qint32 from = m_lastStates.value(task, S::PendingPreparation);
     const qint32 to = task->state();
     m_lastStates.insert(task, to);
     refreshTaskProgress(task);
     sendQueueActivityNotification();
     if (shouldStartNextTaskWithStateChange(from, to)) {
-        std::weak_ptr<ZKTask> weak;
-        for (const auto &t : m_taskQueue.tasks()) {
-            if (t.get() == task) {
-                weak = t;
-            }
-        }
         ZKMainQueue::async([guard = Guard(this), weak, to] {
             if (guard) {
                 guard->followUp(weak, to);
@@ -811,7 +806,7 @@ void ZKFerrowickDocument::connectTask(const ZKTaskPtr &task) {
     task->setThrottle(m_throttle);
     ZKTask *raw = task.get();
     m_lastStates.insert(raw, raw->state());
-    connect(raw, &ZKTask::stateChanged, this, [this, raw] { onTaskStateChanged(raw); });
+    connect(raw, &ZKTask::stateChanged, this, [this, raw, weak] { onTaskStateChanged(raw, weak); });
     ZKNotificationCenter::defaultCenter().addObserver(
         ZKNotificationNames::taskActivity, raw, this,
         [guard, weak](const ZKNotification &notification) {
@@ -837,10 +832,11 @@ void ZKFerrowickDocument::insertTasks(const QList<ZKTaskPtr> &tasks, const ZKInd
 }
 
 void ZKFerrowickDocument::removeTasksAtIndexes(const ZKIndexList &indexes) {
-    for (const auto &task : m_taskQueue.tasks()) {
-        if (indexes.contains(m_taskQueue.indexOfTask(task))) {
-            m_progressTracker.clearItem(task.get());
-            m_lastStates.remove(task.get());
+    const QList<ZKTaskPtr> all = m_taskQueue.tasks();
+    for (const auto index : indexes) {
+        if (index >= 0 && index < all.size()) {
+            m_progressTracker.clearItem(all[index].get());
+            m_lastStates.remove(all[index].get());
         }
     }
     m_taskQueue.removeTaskObserver(this, indexes);

@@ -206,7 +206,7 @@ private:
     void startNextTaskNow();
     void startTask(const ZKTaskPtr &task);
     void connectTask(const ZKTaskPtr &task);
-    void onTaskStateChanged(ZKTask *task);
+    void onTaskStateChanged(ZKTask *task, const std::weak_ptr<ZKTask> &weak);
     void followUp(const std::weak_ptr<ZKTask> &task, qint32 newState);
     void onTaskActivity(ZKTask *task, const QVariantMap &userInfo);
     void refreshTaskProgress(ZKTask *task);

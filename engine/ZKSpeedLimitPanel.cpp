@@ -20,8 +20,9 @@ ZKSpeedLimitPanel::ZKSpeedLimitPanel(ZKFerrowickDocument *document)
 
 ZKSpeedLimitPanel::ZKSpeedLimitPanel(const QVariantMap &plist, ZKFerrowickDocument *document)
     : m_document(document) {
-    setEnabled(plist.value(kEnabled).toBool());
+    // The rate first: enabling hands the limit to the queue at once.
     setMaximumTransferRate(plist.value(kMaximumTransferRate).toLongLong());
+    setEnabled(plist.value(kEnabled).toBool());
 }
 
 QVariantMap ZKSpeedLimitPanel::asPropertyList() const {

@@ -101,6 +101,9 @@ public:
     virtual quint64 maximumTransferRate() const = 0;
     virtual void setMaximumTransferRate(quint64 bytesPerSecond) = 0;
     virtual bool isResumable() const = 0;
+    // The bytes still to move (and to read again when verifying): the time
+    // remaining is this at the data rate. 0 once nothing is left to transfer.
+    virtual quint64 remainingWorkBytes() const = 0;
     virtual QSet<QUrl> skippedUrls() const = 0;
     virtual void setSkippedUrls(const QSet<QUrl> &urls) = 0;
     virtual QSet<QUrl> replacedUrls() const = 0;

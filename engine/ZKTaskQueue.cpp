@@ -10,30 +10,192 @@
 #include "ZKTaskState.h"
 #include "ZKTimeFormatter.h"
 
+#include <QSet>
+
 #include <algorithm>
+#include <numeric>
+#include <vector>
 
 const QString ZKTaskQueue::pasteboardType = QStringLiteral("com.velmarind.ferrowick.task");
 
 namespace {
+
+using S = ZKTaskState;
+
 bool isIn(qint32 state, std::initializer_list<qint32> states) {
     return std::find(states.begin(), states.end(), state) != states.end();
 }
+
+// A task with a step running: the one that needs the rate and the limit now.
+bool isActive(qint32 state) {
+    return isIn(state, {S::Preparing, S::Processing, S::Verifying, S::Removing});
+}
+
+// Far apart, so that tasks put between two others rarely use the gap up.
+constexpr qint64 keyStep = qint64(1) << 16;
+
 } // namespace
 
-void ZKTaskQueue::insertTask(const ZKTaskPtr &task, qsizetype index) {
-    if (!task) {
+// ---- what the queue knows of its tasks (all with m_lock held)
+
+void ZKTaskQueue::adopt(const ZKTaskPtr &task) {
+    Entry &entry = m_entries[task.get()];
+    entry.task = task;
+    entry.state = task->state();
+    entry.progressBytes = task->progressBytes();
+    entry.totalBytes = task->totalBytes();
+    entry.remainingWorkBytes = task->remainingWorkBytes();
+    account(entry, +1);
+}
+
+void ZKTaskQueue::forget(ZKTask *task) {
+    const auto found = m_entries.find(task);
+    if (found == m_entries.end()) {
         return;
     }
+    account(found.value(), -1);
+    if (found->state >= 0 && found->state < stateCount) {
+        m_byState[found->state].erase({found->key, task});
+    }
+    m_entries.erase(found);
+}
+
+// Adds (+1) or takes away (-1) the entry's bytes from the sums.
+void ZKTaskQueue::account(Entry &entry, int sign) {
+    const quint64 remaining = entry.state == S::Suspended ? 0 : entry.remainingWorkBytes;
+    if (sign > 0) {
+        m_progressBytes += entry.progressBytes;
+        m_totalBytes += entry.totalBytes;
+        m_remainingWorkBytes += remaining;
+    } else {
+        m_progressBytes -= entry.progressBytes;
+        m_totalBytes -= entry.totalBytes;
+        m_remainingWorkBytes -= remaining;
+    }
+}
+
+// Gives the keys anew in list order and files every task under its state.
+void ZKTaskQueue::renumber() {
+    for (StateSet &set : m_byState) {
+        set.clear();
+    }
+    m_lastKey = 0;
+    for (const ZKTaskPtr &task : std::as_const(m_tasks)) {
+        Entry &entry = m_entries[task.get()];
+        m_lastKey += keyStep;
+        entry.key = m_lastKey;
+        if (entry.state >= 0 && entry.state < stateCount) {
+            m_byState[entry.state].insert({entry.key, task.get()});
+        }
+    }
+}
+
+ZKTaskPtr ZKTaskQueue::firstInStates(std::initializer_list<qint32> states) const {
+    std::shared_lock locker(m_lock);
+    const std::pair<qint64, ZKTask *> *first = nullptr;
+    for (const qint32 state : states) {
+        const StateSet &set = m_byState[state];
+        if (!set.empty() && (!first || *set.begin() < *first)) {
+            first = &*set.begin();
+        }
+    }
+    return first ? m_entries.value(first->second).task : nullptr;
+}
+
+QList<ZKTaskPtr> ZKTaskQueue::tasksInStates(std::initializer_list<qint32> states) const {
+    std::shared_lock locker(m_lock);
+    QList<ZKTaskPtr> found;
+    for (const qint32 state : states) {
+        for (const auto &member : m_byState[state]) {
+            found.append(m_entries.value(member.second).task);
+        }
+    }
+    return found;
+}
+
+qsizetype ZKTaskQueue::countInStates(std::initializer_list<qint32> states) const {
+    std::shared_lock locker(m_lock);
+    qsizetype count = 0;
+    for (const qint32 state : states) {
+        count += qsizetype(m_byState[state].size());
+    }
+    return count;
+}
+
+void ZKTaskQueue::startFollowing(ZKTask *task) {
+    const auto refresh = [this, task] {
+        refreshEntry(task);
+    };
+    connect(task, &ZKTask::stateChanged, this, refresh);
+    connect(task, &ZKTask::progressBytesChanged, this, refresh);
+    connect(task, &ZKTask::totalBytesChanged, this, refresh);
+    connect(task, &ZKTask::isVerifyEnabledChanged, this, refresh);
+}
+
+void ZKTaskQueue::stopFollowing(ZKTask *task) {
+    disconnect(task, nullptr, this, nullptr);
+}
+
+void ZKTaskQueue::refreshEntry(ZKTask *task) {
+    bool started = false;
     {
         std::lock_guard locker(m_lock);
-        m_tasks.insert(std::clamp<qsizetype>(index, 0, m_tasks.size()), task);
+        const auto found = m_entries.find(task);
+        if (found == m_entries.end()) {
+            return; // taken out while the change was on its way
+        }
+        Entry &entry = found.value();
+        // The task is held by the entry, and its getters only read.
+        const qint32 state = task->state();
+        account(entry, -1);
+        if (state != entry.state) {
+            if (entry.state >= 0 && entry.state < stateCount) {
+                m_byState[entry.state].erase({entry.key, task});
+            }
+            if (state >= 0 && state < stateCount) {
+                m_byState[state].insert({entry.key, task});
+            }
+            started = isActive(state) && !isActive(entry.state);
+            entry.state = state;
+        }
+        entry.progressBytes = task->progressBytes();
+        entry.totalBytes = task->totalBytes();
+        entry.remainingWorkBytes = task->remainingWorkBytes();
+        account(entry, +1);
     }
-    Q_EMIT tasksChanged();
+    if (started) {
+        prepareToRun(*task);
+    }
+}
+
+void ZKTaskQueue::prepareToRun(ZKTask &task) const {
+    std::optional<double> rate;
+    std::optional<quint64> limit;
+    {
+        std::shared_lock locker(m_lock);
+        rate = m_dataRate;
+        limit = m_maximumTransferRate;
+    }
+    if (rate) {
+        task.setDataRate(*rate);
+    }
+    if (limit) {
+        task.setMaximumTransferRate(*limit);
+    }
+}
+
+// ---- changes of the list
+
+void ZKTaskQueue::insertTask(const ZKTaskPtr &task, qsizetype index) {
+    insertTasks({task}, {index});
 }
 
 void ZKTaskQueue::insertTasks(const QList<ZKTaskPtr> &tasks, ZKIndexList indexes) {
+    ZKIndexList inserted;
+    QList<ZKTask *> added;
     {
         std::lock_guard locker(m_lock);
+        const qsizetype oldSize = m_tasks.size();
         if (!indexes.isEmpty() && indexes.first() > m_tasks.size()) {
             const auto size = indexes.size();
             indexes.clear();
@@ -42,38 +204,119 @@ void ZKTaskQueue::insertTasks(const QList<ZKTaskPtr> &tasks, ZKIndexList indexes
             }
         }
         const auto n = std::min(tasks.size(), indexes.size());
+        bool appended = true;
+        QSet<ZKTask *> fresh;
         for (qsizetype i = 0; i < n; ++i) {
-            if (tasks[i]) {
-                m_tasks.insert(std::clamp<qsizetype>(indexes[i], 0, m_tasks.size()), tasks[i]);
+            const ZKTaskPtr &task = tasks[i];
+            if (!task || m_entries.contains(task.get()) || fresh.contains(task.get())) {
+                continue; // a task is in a queue once
+            }
+            const qsizetype at = std::clamp<qsizetype>(indexes[i], 0, m_tasks.size());
+            appended = appended && at == m_tasks.size();
+            m_tasks.insert(at, task);
+            fresh.insert(task.get());
+            added.append(task.get());
+            adopt(task);
+        }
+        if (appended) {
+            for (qsizetype i = oldSize; i < m_tasks.size(); ++i) {
+                ZKTask *task = m_tasks[i].get();
+                Entry &entry = m_entries[task];
+                m_lastKey += keyStep;
+                entry.key = m_lastKey;
+                if (entry.state >= 0 && entry.state < stateCount) {
+                    m_byState[entry.state].insert({entry.key, task});
+                }
+                inserted.append(i);
+            }
+        } else {
+            renumber();
+            for (qsizetype i = 0; i < m_tasks.size(); ++i) {
+                if (fresh.contains(m_tasks[i].get())) {
+                    inserted.append(i);
+                }
             }
         }
+    }
+    for (ZKTask *task : std::as_const(added)) {
+        startFollowing(task);
+    }
+    if (!inserted.isEmpty()) {
+        Q_EMIT tasksInserted(inserted);
     }
     Q_EMIT tasksChanged();
 }
 
 void ZKTaskQueue::removeTasksAtIndexes(const ZKIndexList &indexes) {
+    ZKIndexList removed;
+    QList<ZKTaskPtr> taken;
     {
         std::lock_guard locker(m_lock);
-        for (auto index : indexes) {
-            if (index >= 0 && index < m_tasks.size()) {
-                m_removedTasks.append(m_tasks[index]);
+        std::vector<bool> leaving(size_t(m_tasks.size()), false);
+        for (const auto index : indexes) {
+            if (index >= 0 && index < m_tasks.size() && !leaving[size_t(index)]) {
+                leaving[size_t(index)] = true;
             }
         }
-        for (auto it = indexes.crbegin(); it != indexes.crend(); ++it) {
-            if (*it >= 0 && *it < m_tasks.size()) {
-                m_tasks.removeAt(*it);
+        // One pass, however many leave: clearing a queue of 100,000 tasks
+        // must not move the rest once per task.
+        QList<ZKTaskPtr> kept;
+        kept.reserve(m_tasks.size());
+        for (qsizetype i = 0; i < m_tasks.size(); ++i) {
+            if (leaving[size_t(i)]) {
+                removed.append(i);
+                taken.append(m_tasks[i]);
+            } else {
+                kept.append(std::move(m_tasks[i]));
             }
         }
+        m_tasks = std::move(kept);
+        for (const ZKTaskPtr &task : std::as_const(taken)) {
+            if (m_entries.value(task.get()).state == S::Completed) {
+                ++m_removedCompleted;
+            }
+            forget(task.get());
+        }
+        m_removedTasks.append(taken);
+    }
+    for (const ZKTaskPtr &task : std::as_const(taken)) {
+        stopFollowing(task.get());
+    }
+    if (!removed.isEmpty()) {
+        Q_EMIT tasksRemoved(removed);
     }
     Q_EMIT tasksChanged();
 }
 
 void ZKTaskQueue::removeAll() {
+    removeTasksAtIndexes(allItems());
+}
+
+void ZKTaskQueue::removeTask(const ZKTaskPtr &task) {
+    const qsizetype index = indexOfTask(task);
+    if (index >= 0) {
+        removeTasksAtIndexes({index});
+    }
+}
+
+void ZKTaskQueue::moveTask(qsizetype from, qsizetype to) {
+    qsizetype landed = -1;
     {
         std::lock_guard locker(m_lock);
-        m_removedTasks.append(m_tasks);
-        m_tasks.clear();
+        if (from < 0 || from >= m_tasks.size()) {
+            return;
+        }
+        // The target counts the task in its old place; once it is taken out,
+        // everything after that place is one earlier.
+        to = std::clamp<qsizetype>(to, 0, m_tasks.size());
+        landed = to > from ? to - 1 : to;
+        if (landed == from) {
+            return;
+        }
+        m_tasks.move(from, landed);
+        renumber();
     }
+    Q_EMIT taskMoved(from, landed);
     Q_EMIT tasksChanged();
 }
 
@@ -101,24 +344,13 @@ void ZKTaskQueue::sortWithDescriptor(const QString &key, bool ascending,
                              const int result = order(a, b);
                              return ascending ? result < 0 : result > 0;
                          });
+        renumber();
     }
+    Q_EMIT tasksReordered();
     Q_EMIT tasksChanged();
 }
 
-void ZKTaskQueue::removeTask(const ZKTaskPtr &task) {
-    bool removed = false;
-    {
-        std::lock_guard locker(m_lock);
-        const auto index = m_tasks.indexOf(task);
-        if (index >= 0) {
-            m_removedTasks.append(m_tasks.takeAt(index));
-            removed = true;
-        }
-    }
-    if (removed) {
-        Q_EMIT tasksChanged();
-    }
-}
+// ---- questions
 
 QList<ZKTaskPtr> ZKTaskQueue::tasks() const {
     std::shared_lock locker(m_lock);
@@ -132,7 +364,17 @@ ZKTaskPtr ZKTaskQueue::taskAtIndex(qsizetype index) const {
 
 qsizetype ZKTaskQueue::indexOfTask(const ZKTaskPtr &task) const {
     std::shared_lock locker(m_lock);
+    if (!task || !m_entries.contains(task.get())) {
+        return -1;
+    }
     return m_tasks.indexOf(task);
+}
+
+bool ZKTaskQueue::isBefore(const ZKTaskPtr &a, const ZKTaskPtr &b) const {
+    std::shared_lock locker(m_lock);
+    const auto x = m_entries.constFind(a.get());
+    const auto y = m_entries.constFind(b.get());
+    return x != m_entries.cend() && y != m_entries.cend() && x->key < y->key;
 }
 
 qsizetype ZKTaskQueue::count() const {
@@ -151,13 +393,6 @@ ZKIndexList ZKTaskQueue::indexesWhere(const std::function<bool(const ZKTask &)> 
     return indexes;
 }
 
-ZKTaskPtr ZKTaskQueue::firstWhere(const std::function<bool(const ZKTask &)> &predicate) const {
-    std::shared_lock locker(m_lock);
-    const auto it = std::find_if(m_tasks.cbegin(), m_tasks.cend(),
-                                 [&](const ZKTaskPtr &task) { return predicate(*task); });
-    return it == m_tasks.cend() ? nullptr : *it;
-}
-
 QList<ZKTaskPtr> ZKTaskQueue::snapshot(const ZKIndexList &indexes) const {
     std::shared_lock locker(m_lock);
     QList<ZKTaskPtr> result;
@@ -170,91 +405,69 @@ QList<ZKTaskPtr> ZKTaskQueue::snapshot(const ZKIndexList &indexes) const {
 }
 
 ZKIndexList ZKTaskQueue::allItems() const {
-    return indexesWhere([](const ZKTask &) { return true; });
+    std::shared_lock locker(m_lock);
+    ZKIndexList indexes(m_tasks.size());
+    std::iota(indexes.begin(), indexes.end(), 0);
+    return indexes;
 }
 
 ZKIndexList ZKTaskQueue::completedItems() const {
-    return indexesWhere([](const ZKTask &t) { return t.state() == ZKTaskState::Completed; });
+    return indexesWhere([](const ZKTask &t) { return t.state() == S::Completed; });
 }
 
 ZKIndexList ZKTaskQueue::failedItems() const {
-    return indexesWhere([](const ZKTask &t) { return t.state() == ZKTaskState::Failed; });
+    return indexesWhere([](const ZKTask &t) { return t.state() == S::Failed; });
 }
 
 qsizetype ZKTaskQueue::failedCount() const {
-    return failedItems().size();
+    return countInStates({S::Failed});
 }
 
 quint64 ZKTaskQueue::progressBytes() const {
     std::shared_lock locker(m_lock);
-    quint64 sum = 0;
-    for (const auto &task : m_tasks) {
-        sum += task->progressBytes();
-    }
-    return sum;
+    return m_progressBytes;
 }
 
 quint64 ZKTaskQueue::totalBytes() const {
     std::shared_lock locker(m_lock);
-    quint64 sum = 0;
-    for (const auto &task : m_tasks) {
-        sum += task->totalBytes();
-    }
-    return sum;
+    return m_totalBytes;
 }
 
 quint64 ZKTaskQueue::remainingBytes() const {
     std::shared_lock locker(m_lock);
-    quint64 progress = 0;
-    quint64 total = 0;
-    for (const auto &task : m_tasks) {
-        progress += task->progressBytes();
-        total += task->totalBytes();
-    }
-    return progress > total ? 0 : total - progress;
+    return m_progressBytes > m_totalBytes ? 0 : m_totalBytes - m_progressBytes;
 }
 
 bool ZKTaskQueue::allTasksCompleted() const {
-    using S = ZKTaskState;
-    return !firstWhere([](const ZKTask &t) {
-        return isIn(t.state(),
-                    {S::PendingPreparation, S::Preparing, S::PendingProcessing, S::Processing,
-                     S::PendingVerification, S::Verifying, S::Cancelling});
-    });
+    return countInStates({S::PendingPreparation, S::Preparing, S::PendingProcessing, S::Processing,
+                          S::PendingVerification, S::Verifying, S::Cancelling}) == 0;
 }
 
 ZKTaskPtr ZKTaskQueue::currentTask() const {
-    using S = ZKTaskState;
-    return firstWhere([](const ZKTask &t) {
-        return isIn(t.state(), {S::Preparing, S::Processing, S::Verifying});
-    });
+    return firstInStates({S::Preparing, S::Processing, S::Verifying});
 }
 
 ZKTaskPtr ZKTaskQueue::nextPreparationTask() const {
-    return firstWhere([](const ZKTask &t) { return t.state() == ZKTaskState::PendingPreparation; });
+    return firstInStates({S::PendingPreparation});
 }
 
 ZKTaskPtr ZKTaskQueue::nextTask() const {
-    using S = ZKTaskState;
-    return firstWhere([](const ZKTask &t) {
-        return isIn(t.state(), {S::PendingProcessing, S::PendingVerification, S::PendingRemoval});
-    });
+    return firstInStates({S::PendingProcessing, S::PendingVerification, S::PendingRemoval});
 }
 
 // The calls into tasks below work on a snapshot, outside the lock: pausing
 // waits for the task's step to end, and that step ends on the main thread.
 
 void ZKTaskQueue::pauseAll() {
-    for (const auto &task : tasks()) {
-        if (task->state() != ZKTaskState::Preparing) {
-            task->pause();
-        }
+    // Only a task with a step running has anything to pause.
+    for (const auto &task : tasksInStates({S::Processing, S::Verifying, S::Removing})) {
+        task->pause();
     }
 }
 
 void ZKTaskQueue::pauseAllResumableTasks() {
-    for (const auto &task : tasks()) {
-        if (task->state() != ZKTaskState::Preparing && task->isResumable()) {
+    for (const auto &task : tasksInStates({S::Processing, S::Verifying, S::Removing})) {
+        if (task->isResumable()) {
             task->pause();
         }
     }
@@ -271,6 +484,7 @@ void ZKTaskQueue::flushRemovedTasks() {
     {
         std::lock_guard locker(m_lock);
         removed.swap(m_removedTasks);
+        m_removedCompleted = 0;
     }
     // The tasks are let go here, outside the lock: a task pauses itself when
     // it is destroyed.
@@ -283,15 +497,35 @@ void ZKTaskQueue::setVerifyEnabled(bool enabled) {
 }
 
 void ZKTaskQueue::setDataRate(double bytesPerSecond) {
-    for (const auto &task : tasks()) {
+    {
+        std::lock_guard locker(m_lock);
+        m_dataRate = bytesPerSecond;
+    }
+    for (const auto &task :
+         tasksInStates({S::Preparing, S::Processing, S::Verifying, S::Removing})) {
         task->setDataRate(bytesPerSecond);
     }
 }
 
+double ZKTaskQueue::dataRate() const {
+    std::shared_lock locker(m_lock);
+    return m_dataRate.value_or(0);
+}
+
 void ZKTaskQueue::setMaximumTransferRate(quint64 bytesPerSecond) {
-    for (const auto &task : tasks()) {
+    {
+        std::lock_guard locker(m_lock);
+        m_maximumTransferRate = bytesPerSecond;
+    }
+    for (const auto &task :
+         tasksInStates({S::Preparing, S::Processing, S::Verifying, S::Removing})) {
         task->setMaximumTransferRate(bytesPerSecond);
     }
+}
+
+quint64 ZKTaskQueue::maximumTransferRate() const {
+    std::shared_lock locker(m_lock);
+    return m_maximumTransferRate.value_or(0);
 }
 
 void ZKTaskQueue::detach(ZKTask &task, QObject *observer) {
@@ -352,20 +586,14 @@ QString ZKTaskQueue::description() const {
     double time = 0;
     {
         std::shared_lock locker(m_lock);
-        for (const auto &task : m_tasks) {
-            const auto state = task->state();
-            ++total;
-            completed += state == ZKTaskState::Completed;
-            failed += state == ZKTaskState::Failed;
-            if (state != ZKTaskState::Suspended) {
-                time += task->timeRemaining();
-            }
-        }
-        for (const auto &task : m_removedTasks) {
-            if (task->state() == ZKTaskState::Completed) {
-                ++completed;
-                ++total;
-            }
+        total = m_tasks.size() + m_removedCompleted;
+        completed = qint64(m_byState[S::Completed].size()) + m_removedCompleted;
+        failed = qint64(m_byState[S::Failed].size());
+        // Every task goes at the queue's rate, so the time left is the work
+        // left at that rate.
+        const double rate = m_dataRate.value_or(0);
+        if (rate >= 0.1) {
+            time = double(m_remainingWorkBytes) / rate;
         }
     }
     QString text = QStringLiteral("%1 of %2 complete").arg(completed).arg(total);

@@ -8,7 +8,12 @@
 #include <QObject>
 #include <QVariantList>
 
+#include <QHash>
+
+#include <array>
 #include <memory>
+#include <optional>
+#include <set>
 #include <shared_mutex>
 
 class ZKPasteboard;
@@ -19,6 +24,11 @@ using ZKIndexList = QList<qsizetype>; // ascending, without repeats
 // The ordered tasks of one queue document. It can be read from any thread;
 // it never calls into a task while holding its lock, because a task's pause
 // waits for the main thread, which may be waiting for this lock.
+//
+// A queue may hold 100,000 tasks, and it is asked what to run next each time
+// one of them changes state: it follows its tasks' states and byte counts as
+// they change (on the main thread, where tasks change), so the questions of
+// the running queue and its sums take no walk over the tasks.
 class ZKTaskQueue : public QObject {
     Q_OBJECT
 
@@ -36,10 +46,15 @@ public:
     void sortWithDescriptor(const QString &key, bool ascending,
                             Qt::CaseSensitivity caseSensitivity = Qt::CaseSensitive);
     void removeTask(const ZKTaskPtr &task);
+    // The index is counted before the task is taken out; past the end means
+    // the end.
+    void moveTask(qsizetype from, qsizetype to);
 
     QList<ZKTaskPtr> tasks() const;
     ZKTaskPtr taskAtIndex(qsizetype index) const;
     qsizetype indexOfTask(const ZKTaskPtr &task) const; // -1 when not there
+    // Whether a comes before b in the queue; false when either is not in it.
+    bool isBefore(const ZKTaskPtr &a, const ZKTaskPtr &b) const;
     qsizetype count() const;
     ZKIndexList allItems() const;
     ZKIndexList completedItems() const;
@@ -58,8 +73,14 @@ public:
     void resetAll();
     void flushRemovedTasks();
     void setVerifyEnabled(bool enabled);
+    // The queue's overall rate and speed limit. Only the running tasks are
+    // told at once; a task is told when it starts to run.
     void setDataRate(double bytesPerSecond);
+    double dataRate() const;
     void setMaximumTransferRate(quint64 bytesPerSecond);
+    quint64 maximumTransferRate() const;
+    // Gives a task about to run the rate and limit it missed while waiting.
+    void prepareToRun(ZKTask &task) const;
     void removeTaskObserver(QObject *observer);
     void removeTaskObserver(QObject *observer, const ZKIndexList &indexes);
 
@@ -73,15 +94,61 @@ public:
 
 Q_SIGNALS:
     void tasksAboutToChange();
+    // After every change of the list, beside the signal that says which.
     void tasksChanged();
+    // The indexes the new tasks hold, ascending.
+    void tasksInserted(const ZKIndexList &indexes);
+    // The indexes the tasks held before they were taken out, ascending.
+    void tasksRemoved(const ZKIndexList &indexes);
+    // to is the index the task holds afterwards.
+    void taskMoved(qsizetype from, qsizetype to);
+    // Any other order (a sort): every index may have changed.
+    void tasksReordered();
 
 private:
+    static constexpr int stateCount = 13;
+    // What the queue knows of one of its tasks. The key orders the tasks as
+    // the list does, so the state sets below answer "the first task in such
+    // a state" without a walk.
+    struct Entry {
+        ZKTaskPtr task;
+        qint64 key = 0;
+        qint32 state = -1;
+        quint64 progressBytes = 0;
+        quint64 totalBytes = 0;
+        quint64 remainingWorkBytes = 0;
+    };
+    using StateSet = std::set<std::pair<qint64, ZKTask *>>;
+
+    // With m_lock held.
+    void adopt(const ZKTaskPtr &task);
+    void forget(ZKTask *task);
+    void renumber();
+    void account(Entry &entry, int sign);
+    ZKTaskPtr firstInStates(std::initializer_list<qint32> states) const;
+    QList<ZKTaskPtr> tasksInStates(std::initializer_list<qint32> states) const;
+    qsizetype countInStates(std::initializer_list<qint32> states) const;
+    // On the main thread, when a task says it changed.
+    void refreshEntry(ZKTask *task);
+    void startFollowing(ZKTask *task);
+    void stopFollowing(ZKTask *task);
+
     ZKIndexList indexesWhere(const std::function<bool(const ZKTask &)> &predicate) const;
-    ZKTaskPtr firstWhere(const std::function<bool(const ZKTask &)> &predicate) const;
     QList<ZKTaskPtr> snapshot(const ZKIndexList &indexes) const;
     static void detach(ZKTask &task, QObject *observer);
 
     mutable std::shared_mutex m_lock;
     QList<ZKTaskPtr> m_tasks;
     QList<ZKTaskPtr> m_removedTasks;
+    qsizetype m_removedCompleted = 0;
+    QHash<const ZKTask *, Entry> m_entries;
+    std::array<StateSet, stateCount> m_byState;
+    qint64 m_lastKey = 0;
+    quint64 m_progressBytes = 0;
+    quint64 m_totalBytes = 0;
+    // Of the tasks that are not suspended: the time left follows from it.
+    quint64 m_remainingWorkBytes = 0;
+    // Absent until told: tasks keep what they were made or loaded with.
+    std::optional<double> m_dataRate;
+    std::optional<quint64> m_maximumTransferRate;
 };
