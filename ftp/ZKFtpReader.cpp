@@ -6,7 +6,6 @@
 
 #include "ZKFtpUrl.h"
 #include "ZKFtpWriter.h"
-#include "ZKKeyChain.h"
 #include "ZKLogging.h"
 
 #include <QMimeDatabase>
@@ -16,9 +15,6 @@
 namespace {
 
 const QString typeKey = QStringLiteral("Type");
-const QString urlKey = QStringLiteral("Url");
-const QString usernameKey = QStringLiteral("Username");
-const QString supportsRfc3659Key = QStringLiteral("SupportsRfc3659");
 const QString sizeKey = QStringLiteral("Size");
 const QString modificationDateKey = QStringLiteral("ModificationDate");
 const QString hasChangedKey = QStringLiteral("HasChanged");
@@ -30,9 +26,6 @@ constexpr int maximumDepth = 256;
 
 } // namespace
 
-const QString ZKFtpReader::defaultUsername = QStringLiteral("anonymous");
-const QString ZKFtpReader::defaultPassword = QStringLiteral("Ferrowick");
-
 std::shared_ptr<ZKFtpReader> ZKFtpReader::readerWithUrl(const QUrl &url) {
     return std::make_shared<ZKFtpReader>(url);
 }
@@ -42,48 +35,33 @@ std::shared_ptr<ZKFtpReader> ZKFtpReader::readerWithUrl(const QUrl &url, const Q
     return std::make_shared<ZKFtpReader>(url, username, password);
 }
 
-ZKFtpReader::ZKFtpReader(const QUrl &url)
-    : m_username(defaultUsername)
-    , m_password(defaultPassword)
-    , m_ftp(std::make_shared<ZKFtpClient>()) {
+ZKFtpReader::ZKFtpReader(const QUrl &url) {
     setUrl(url);
-    takeCredentialsFromUrl();
+    m_url = takeCredentialsFromUrl(m_url);
     m_isDirectory = ZKFtpUrl::isDirectoryUrl(m_url);
 }
 
 ZKFtpReader::ZKFtpReader(const QUrl &url, const QString &username,
                          const std::optional<QString> &password)
     : ZKFtpReader(url) {
-    if (!username.isEmpty()) {
-        m_username = username;
-        m_password = password;
-        m_passwordStored = false;
-    }
+    replaceAccount(username, password);
 }
 
 ZKFtpReader::ZKFtpReader(const QUrl &url, const QString &username,
                          const std::optional<QString> &password, std::shared_ptr<ZKFtpClient> ftp,
                          const std::optional<ZKFtpItem> &item)
-    : m_username(username)
-    , m_password(password)
-    , m_ftp(std::move(ftp))
+    : ZKFtpSession(username, password, std::move(ftp))
     , m_initialisedProperties(true) {
     setUrl(url);
     m_isDirectory = ZKFtpUrl::isDirectoryUrl(m_url);
-    if (!m_ftp) {
-        m_ftp = std::make_shared<ZKFtpClient>();
-    }
     if (item) {
         applyItem(*item);
     }
 }
 
 ZKFtpReader::ZKFtpReader(const QVariantMap &propertyList)
-    : ZKFtpReader(QUrl(propertyList.value(urlKey).toString())) {
-    m_username = propertyList.value(usernameKey).toString();
-    m_password.reset();
-    m_passwordStored = true;
-    m_supportsRfc3659 = propertyList.value(supportsRfc3659Key, true).toBool();
+    : ZKFtpReader(savedUrl(propertyList)) {
+    readAccount(propertyList);
     bool sizeRead = false;
     const quint64 size = propertyList.value(sizeKey).toULongLong(&sizeRead);
     if (sizeRead) {
@@ -102,26 +80,6 @@ void ZKFtpReader::setUrl(const QUrl &url) {
     m_filename = ZKFtpUrl::filename(url);
 }
 
-void ZKFtpReader::takeCredentialsFromUrl() {
-    if (m_url.userName().isEmpty()) {
-        m_url = ZKFtpUrl::withoutPassword(m_url);
-        return;
-    }
-    m_username = m_url.userName(QUrl::FullyDecoded);
-    if (!m_url.password().isEmpty()) {
-        m_password = m_url.password(QUrl::FullyDecoded);
-    } else {
-        m_password.reset();
-        m_passwordStored = true;
-    }
-    m_url = ZKFtpUrl::withoutPassword(m_url);
-}
-
-void ZKFtpReader::setCredentials(const QString &username, const std::optional<QString> &password) {
-    m_username = username;
-    m_password = password;
-}
-
 void ZKFtpReader::applyItem(const ZKFtpItem &item) {
     m_exists = true;
     m_isDirectory = item.type() == ZKFtpItem::Directory;
@@ -131,15 +89,9 @@ void ZKFtpReader::applyItem(const ZKFtpItem &item) {
 }
 
 QVariantMap ZKFtpReader::asPropertyList() const {
-    if (!m_username.isEmpty() && !m_passwordStored) {
-        ZKKeyChain::storeFtpPassword(host(), m_username, m_password);
-        m_passwordStored = true;
-    }
     QVariantMap propertyList;
     propertyList.insert(typeKey, QStringLiteral("FtpReader"));
-    propertyList.insert(urlKey, m_url.toString());
-    propertyList.insert(usernameKey, m_username);
-    propertyList.insert(supportsRfc3659Key, m_supportsRfc3659);
+    writeAccount(propertyList, m_url);
     if (m_knownSize) {
         propertyList.insert(sizeKey, qulonglong(*m_knownSize));
     }
@@ -177,11 +129,6 @@ void ZKFtpReader::fail(const QString &message) {
     setError(ZKError::application(ZKErrorCode::readFailed, message));
 }
 
-QString ZKFtpReader::clientDescription() const {
-    const ZKOptionalError clientError = m_ftp ? m_ftp->error() : std::nullopt;
-    return clientError ? clientError->localizedDescription() : QStringLiteral("unknown error");
-}
-
 bool ZKFtpReader::open() {
     close();
     clearError();
@@ -194,38 +141,26 @@ bool ZKFtpReader::open() {
         return false;
     }
     m_hasMoreData = true;
-    m_connected = true;
     m_retrieveStarted = false;
     m_position = 0;
 
     // A child on its parent's connection: the listing told us what it is.
-    if (m_ftp->isConnected()) {
-        m_ftp->retainConnection();
+    const bool onSharedConnection = ftp()->isConnected();
+    if (const std::optional<QString> failure = logIn(m_url, QStringLiteral("'%1'").arg(host()))) {
+        fail(*failure);
+        return false;
+    }
+    if (onSharedConnection) {
         return true;
     }
-
-    m_ftp->setSupportsRfc3659(m_supportsRfc3659);
-    if (!m_password && m_passwordStored) {
-        m_password = ZKKeyChain::retrieveFtpPassword(host(), m_username);
-    }
-    m_ftp->connectToHost(host(), controlPort());
-    if (m_ftp->error()) {
-        fail(QStringLiteral("Unable to connect to '%1': %2").arg(host(), clientDescription()));
-        return false;
-    }
-    m_ftp->loginWithUsername(m_username, m_password.value_or(QString()));
-    if (m_ftp->error()) {
-        fail(QStringLiteral("Unable to log in to '%1': %2").arg(host(), clientDescription()));
-        return false;
-    }
-    m_ftp->changePath(parentPathComponents());
-    if (m_ftp->error()) {
+    ftp()->changePath(parentPathComponents());
+    if (ftp()->error()) {
         fail(QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
         return false;
     }
-    const std::optional<ZKFtpItem> item = m_ftp->itemWithName(m_filename);
+    const std::optional<ZKFtpItem> item = ftp()->itemWithName(m_filename);
     if (!item) {
-        const ZKOptionalError clientError = m_ftp->error();
+        const ZKOptionalError clientError = ftp()->error();
         if (clientError && clientError->code() == 550) {
             fail(QStringLiteral("Unable to open file '%1': No such file or directory")
                      .arg(m_url.path()));
@@ -237,7 +172,7 @@ bool ZKFtpReader::open() {
     }
     applyItem(*item);
     if (!m_isDirectory) {
-        if (!m_modificationDate.isValid() && m_supportsRfc3659) {
+        if (!m_modificationDate.isValid() && supportsRfc3659()) {
             const std::optional<QDateTime> date = remoteModificationDate(m_filename);
             if (!date) {
                 fail(QStringLiteral("Unable to open file '%1': %2")
@@ -252,14 +187,14 @@ bool ZKFtpReader::open() {
 }
 
 std::optional<QDateTime> ZKFtpReader::remoteModificationDate(const QString &name) {
-    m_ftp->sendControlRequest(QStringLiteral("MDTM"), name);
+    ftp()->sendControlRequest(QStringLiteral("MDTM"), name);
     const std::optional<QString> reply =
-        m_ftp->error() ? std::nullopt : m_ftp->readControlResponse();
+        ftp()->error() ? std::nullopt : ftp()->readControlResponse();
     if (!reply) {
         return std::nullopt;
     }
     // "213 YYYYMMDDHHMMSS", in UTC, perhaps with a fraction of a second.
-    if (m_ftp->error() || !reply->startsWith(QLatin1String("213 "))) {
+    if (ftp()->error() || !reply->startsWith(QLatin1String("213 "))) {
         return QDateTime();
     }
     return ZKFtpItem::parseMachineReadableDate(reply->mid(4).trimmed().left(14));
@@ -287,19 +222,18 @@ void ZKFtpReader::noteVersion() {
 }
 
 void ZKFtpReader::close() {
-    if (m_connected) {
+    if (holdsConnection()) {
         if (m_retrieveStarted) {
-            m_ftp->endRetrieve();
+            ftp()->endRetrieve();
         }
-        m_ftp->releaseConnection();
-        m_connected = false;
+        releaseConnection();
     }
     m_retrieveStarted = false;
     m_existingData.clear();
 }
 
 bool ZKFtpReader::hasMoreData() const {
-    if (!m_ftp || !m_ftp->isConnected() || !m_hasMoreData) {
+    if (!ftp() || !ftp()->isConnected() || !m_hasMoreData) {
         return false;
     }
     return !sizeIsKnown() || m_position < m_size;
@@ -307,17 +241,17 @@ bool ZKFtpReader::hasMoreData() const {
 
 bool ZKFtpReader::seekToPosition(quint64 position) {
     if (m_retrieveStarted) {
-        m_ftp->endRetrieve();
+        ftp()->endRetrieve();
         m_retrieveStarted = false;
     }
-    m_ftp->changePath(parentPathComponents());
-    if (m_ftp->error()) {
+    ftp()->changePath(parentPathComponents());
+    if (ftp()->error()) {
         fail(QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
         m_hasMoreData = false;
         return false;
     }
-    m_ftp->beginRetrieve(m_filename, position);
-    if (m_ftp->error()) {
+    ftp()->beginRetrieve(m_filename, position);
+    if (ftp()->error()) {
         fail(QStringLiteral("Unable to open file '%1': %2").arg(host(), clientDescription()));
         m_hasMoreData = false;
         return false;
@@ -333,7 +267,7 @@ QByteArray ZKFtpReader::readBlock() {
 }
 
 QByteArray ZKFtpReader::readBlockOfMaximumLength(quint64 length) {
-    if (!m_ftp) {
+    if (!ftp()) {
         return {};
     }
     if (!m_retrieveStarted && !seekToPosition(0)) {
@@ -347,13 +281,13 @@ QByteArray ZKFtpReader::readBlockOfMaximumLength(quint64 length) {
         m_hasMoreData = false;
         return {};
     }
-    const QByteArray data = m_ftp->retrieveBlockOfMaximumLength(wanted);
-    if (m_ftp->error()) {
+    const QByteArray data = ftp()->retrieveBlockOfMaximumLength(wanted);
+    if (ftp()->error()) {
         fail(QStringLiteral("Unable to read file '%1': %2").arg(host(), clientDescription()));
     }
     if (data.isEmpty()) {
         m_hasMoreData = false;
-        if (!m_ftp->error() && sizeIsKnown() && m_position < m_size) {
+        if (!ftp()->error() && sizeIsKnown() && m_position < m_size) {
             // Never end a file short without saying so: the data connection
             // closed before the size the server gave.
             fail(QStringLiteral("Unable to read file '%1': %2")
@@ -380,7 +314,7 @@ QByteArray ZKFtpReader::readBlockOfLength(quint64 length) {
 }
 
 std::optional<QList<ZKFtpItem>> ZKFtpReader::listWorkingDirectory() {
-    std::optional<QList<ZKFtpItem>> items = m_ftp->listItems();
+    std::optional<QList<ZKFtpItem>> items = ftp()->listItems();
     if (!items) {
         fail(QStringLiteral("Unable to list files in directory '%1': %2")
                  .arg(host(), clientDescription()));
@@ -391,7 +325,7 @@ std::optional<QList<ZKFtpItem>> ZKFtpReader::listWorkingDirectory() {
     // a broken or hostile server; nothing of it is used.
     for (const ZKFtpItem &item : std::as_const(*items)) {
         if (!ZKFtpItem::isPlainName(item.name())) {
-            qCWarning(lcFtp) << "Refusing the listing of" << m_ftp->currentPath() << "on" << host()
+            qCWarning(lcFtp) << "Refusing the listing of" << ftp()->currentPath() << "on" << host()
                              << "for the entry" << item.name();
             fail(QStringLiteral("Unable to list files in directory '%1': %2")
                      .arg(host(), QStringLiteral("the server listed the entry '%1', which is not "
@@ -408,8 +342,8 @@ ZKEnumerationResult ZKFtpReader::enumerateFileInfoWithBlock(const FileInfoBlock 
         return ZKEnumerationResultContinue;
     }
     clearError();
-    m_ftp->changePath(ZKFtpUrl::pathComponents(m_url));
-    if (m_ftp->error()) {
+    ftp()->changePath(ZKFtpUrl::pathComponents(m_url));
+    if (ftp()->error()) {
         fail(QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
         return ZKEnumerationResultStop;
     }
@@ -430,7 +364,7 @@ ZKEnumerationResult ZKFtpReader::walkFileInfo(const FileInfoBlock &block, int de
     // The callback may use the shared client itself (a copy reads each
     // child through it), so the folder listed is remembered rather than
     // read back from the client, and returned to before going deeper.
-    const QStringList here = m_ftp->currentPath();
+    const QStringList here = ftp()->currentPath();
     ZKEnumerationResult result = ZKEnumerationResultContinue;
     for (const ZKFtpItem &item : *items) {
         ZKFileInfo info;
@@ -450,8 +384,8 @@ ZKEnumerationResult ZKFtpReader::walkFileInfo(const FileInfoBlock &block, int de
         if (result != ZKEnumerationResultContinue || !info.directory) {
             continue;
         }
-        m_ftp->changePath(here + QStringList{item.name()});
-        if (m_ftp->error()) {
+        ftp()->changePath(here + QStringList{item.name()});
+        if (ftp()->error()) {
             fail(QStringLiteral("Unable to find path '%1': %2")
                      .arg(info.url.path(), clientDescription()));
             return ZKEnumerationResultStop;
@@ -472,8 +406,8 @@ quint64 ZKFtpReader::calculateDirectorySizeFollowingLinks(bool followLinks,
     if (!m_isDirectory) {
         return 0;
     }
-    m_ftp->changePath(ZKFtpUrl::pathComponents(m_url));
-    if (m_ftp->error()) {
+    ftp()->changePath(ZKFtpUrl::pathComponents(m_url));
+    if (ftp()->error()) {
         fail(QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
         return 0;
     }
@@ -490,7 +424,7 @@ quint64 ZKFtpReader::sizeOfWorkingDirectory(const NameBlock &block, int depth, b
         *stopped = true;
         return 0;
     }
-    const QStringList here = m_ftp->currentPath();
+    const QStringList here = ftp()->currentPath();
     quint64 total = 0;
     for (const ZKFtpItem &item : *items) {
         if (block) {
@@ -506,8 +440,8 @@ quint64 ZKFtpReader::sizeOfWorkingDirectory(const NameBlock &block, int depth, b
         if (item.type() == ZKFtpItem::File) {
             total += item.size();
         } else if (item.type() == ZKFtpItem::Directory) {
-            m_ftp->changePath(here + QStringList{item.name()});
-            if (m_ftp->error()) {
+            ftp()->changePath(here + QStringList{item.name()});
+            if (ftp()->error()) {
                 continue; // a count is an estimate
             }
             total += sizeOfWorkingDirectory(block, depth + 1, stopped);
@@ -521,9 +455,8 @@ quint64 ZKFtpReader::sizeOfWorkingDirectory(const NameBlock &block, int depth, b
 
 std::shared_ptr<ZKFtpReader> ZKFtpReader::makeChild(const QUrl &url,
                                                     const std::optional<ZKFtpItem> &item) {
-    auto child = std::make_shared<ZKFtpReader>(url, m_username, m_password, m_ftp, item);
-    child->m_supportsRfc3659 = m_supportsRfc3659;
-    child->m_passwordStored = m_passwordStored;
+    auto child = std::make_shared<ZKFtpReader>(url, username(), password(), ftp(), item);
+    child->useAccountOf(*this);
     return child;
 }
 
@@ -531,8 +464,8 @@ ZKEnumerationResult ZKFtpReader::enumerateContentsOfDirectoryWithBlock(const Rea
     if (!m_isDirectory) {
         return ZKEnumerationResultContinue;
     }
-    m_ftp->changePath(ZKFtpUrl::pathComponents(m_url));
-    if (m_ftp->error()) {
+    ftp()->changePath(ZKFtpUrl::pathComponents(m_url));
+    if (ftp()->error()) {
         fail(QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
         return ZKEnumerationResultStop;
     }
@@ -558,15 +491,15 @@ std::optional<ZKFileInfo> ZKFtpReader::fileInfoForChild(const QString &name) {
         return std::nullopt;
     }
     components.append(childComponents.mid(0, childComponents.size() - 1));
-    m_ftp->changePath(components);
-    if (m_ftp->error()) {
+    ftp()->changePath(components);
+    if (ftp()->error()) {
         fail(QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
         return std::nullopt;
     }
     const QString last = childComponents.last();
-    const std::optional<ZKFtpItem> item = m_ftp->itemWithName(last);
+    const std::optional<ZKFtpItem> item = ftp()->itemWithName(last);
     if (!item) {
-        const ZKOptionalError clientError = m_ftp->error();
+        const ZKOptionalError clientError = ftp()->error();
         if (clientError && clientError->code() == 550) {
             fail(QStringLiteral("Unable to open file '%1': No such file or directory")
                      .arg(m_url.path()));
@@ -582,7 +515,7 @@ std::optional<ZKFileInfo> ZKFtpReader::fileInfoForChild(const QString &name) {
     info.directory = item->type() == ZKFtpItem::Directory;
     info.symbolicLink = item->type() == ZKFtpItem::SymbolicLink;
     info.modificationDate = item->modificationDate();
-    if (!info.modificationDate.isValid() && item->type() == ZKFtpItem::File && m_supportsRfc3659) {
+    if (!info.modificationDate.isValid() && item->type() == ZKFtpItem::File && supportsRfc3659()) {
         const std::optional<QDateTime> date = remoteModificationDate(last);
         if (!date) {
             fail(QStringLiteral("Unable to open file '%1': %2")
@@ -600,19 +533,15 @@ std::shared_ptr<ZKReader> ZKFtpReader::childWithName(const QString &name) {
     if (name.isEmpty()) {
         return shared_from_this();
     }
-    if (!m_ftp->isConnected()) {
+    if (!ftp()->isConnected()) {
         auto child = std::make_shared<ZKFtpReader>(ZKFtpUrl::childUrl(m_url, name, false));
-        // The same account, also an empty user name or an absent password.
-        child->m_username = m_username;
-        child->m_password = m_password;
-        child->m_passwordStored = m_passwordStored;
-        child->m_supportsRfc3659 = m_supportsRfc3659;
+        child->useAccountOf(*this);
         return child;
     }
-    m_ftp->changePath(ZKFtpUrl::pathComponents(m_url));
+    ftp()->changePath(ZKFtpUrl::pathComponents(m_url));
     std::optional<ZKFtpItem> item;
-    if (!m_ftp->error()) {
-        item = m_ftp->itemWithName(name);
+    if (!ftp()->error()) {
+        item = ftp()->itemWithName(name);
     }
     const bool isDirectory = item && item->type() == ZKFtpItem::Directory;
     return makeChild(ZKFtpUrl::childUrl(m_url, name, isDirectory), item);
@@ -620,14 +549,12 @@ std::shared_ptr<ZKReader> ZKFtpReader::childWithName(const QString &name) {
 
 std::shared_ptr<ZKWriter> ZKFtpReader::asWriter() {
     std::shared_ptr<ZKFtpWriter> writer;
-    if (m_ftp->isConnected()) {
-        writer = std::make_shared<ZKFtpWriter>(m_url, m_isDirectory, m_ftp, m_username, m_password);
+    if (ftp()->isConnected()) {
+        writer = std::make_shared<ZKFtpWriter>(m_url, m_isDirectory, ftp(), username(), password());
     } else {
         writer = std::make_shared<ZKFtpWriter>(m_url, m_isDirectory);
-        writer->setCredentials(m_username, m_password);
     }
-    writer->setSupportsRfc3659(m_supportsRfc3659);
-    writer->setPasswordStored(m_passwordStored);
+    writer->useAccountOf(*this);
     return writer;
 }
 

@@ -4,6 +4,7 @@
 
 #include "ZKFtpClient.h"
 #include "ZKFtpItem.h"
+#include "ZKFtpSession.h"
 #include "ZKReader.h"
 
 #include <QDateTime>
@@ -20,18 +21,12 @@
 // them with NLST and SIZE, asks the date of a file it opens with MDTM (when
 // the server is taken to speak RFC 3659) and downloads with RETR, resuming
 // with REST. The readers of a folder's children share its client, so a whole
-// tree is read over one control connection.
-//
-// The password never goes into the saved form: saving puts it into the
-// password store (ZKKeyChain) under the host and user name, and a reader
-// loaded from a saved queue fetches it from there just before it connects.
+// tree is read over one control connection. The account and its password
+// are kept as ZKFtpSession keeps them.
 //
 // Every error is in the application domain with code -1000.
-class ZKFtpReader : public ZKReader {
+class ZKFtpReader : public ZKReader, public ZKFtpSession {
 public:
-    static const QString defaultUsername; // "anonymous"
-    static const QString defaultPassword; // the product name
-
     // A user name in the URL is taken as the login name; its password, if
     // the URL carries one, is taken out of the URL. Without one the password
     // is fetched from the password store when the reader connects.
@@ -113,23 +108,13 @@ public:
 
     qint32 controlPort() const;
     QStringList parentPathComponents() const;
-    const QString &username() const { return m_username; }
-    const std::optional<QString> &password() const { return m_password; }
-    // Sets both as given, an empty user name or an absent password too.
-    void setCredentials(const QString &username, const std::optional<QString> &password);
-    bool passwordStored() const { return m_passwordStored; }
-    void setPasswordStored(bool stored) { m_passwordStored = stored; }
-    bool supportsRfc3659() const { return m_supportsRfc3659; }
-    void setSupportsRfc3659(bool supports) { m_supportsRfc3659 = supports; }
     bool initialisedProperties() const { return m_initialisedProperties; }
-    const std::shared_ptr<ZKFtpClient> &ftp() const { return m_ftp; }
     quint64 blockSize() const { return m_blockSize; }
 
     size_t hash() const;
 
 private:
     void setUrl(const QUrl &url);
-    void takeCredentialsFromUrl();
     void applyItem(const ZKFtpItem &item);
     // MDTM of a file in the working directory: an invalid date when the
     // server tells none, nullopt when it did not answer at all.
@@ -137,7 +122,6 @@ private:
     // Compares what open() found with the version seen first.
     void noteVersion();
     void fail(const QString &message);
-    QString clientDescription() const;
     QString host() const { return m_url.host(); }
     bool sizeIsKnown() const { return m_exists && !m_isDirectory; }
     std::shared_ptr<ZKFtpReader> makeChild(const QUrl &url, const std::optional<ZKFtpItem> &item);
@@ -149,15 +133,9 @@ private:
 
     QUrl m_url;
     QString m_filename;
-    QString m_username;
-    std::optional<QString> m_password;
-    std::shared_ptr<ZKFtpClient> m_ftp;
-    bool m_connected = false;
     bool m_retrieveStarted = false;
     bool m_hasMoreData = true;
     bool m_initialisedProperties = false;
-    mutable bool m_passwordStored = false;
-    bool m_supportsRfc3659 = true;
     quint64 m_blockSize = 4096;
     quint64 m_position = 0;
 

@@ -4,7 +4,6 @@
 
 #include "ZKFtpReader.h"
 #include "ZKFtpUrl.h"
-#include "ZKKeyChain.h"
 #include "ZKLogging.h"
 
 #include <QMimeDatabase>
@@ -15,10 +14,7 @@
 namespace {
 
 const QString typeKey = QStringLiteral("Type");
-const QString urlKey = QStringLiteral("Url");
-const QString usernameKey = QStringLiteral("Username");
 const QString isDirectoryKey = QStringLiteral("IsDirectory");
-const QString supportsRfc3659Key = QStringLiteral("SupportsRfc3659");
 
 // Removal descends by recursion; a server that claims folders without end
 // must not exhaust the stack.
@@ -47,65 +43,31 @@ ZKFtpWriter::writerWithDirectoryUrl(const QUrl &url, const QString &username,
 }
 
 ZKFtpWriter::ZKFtpWriter(const QUrl &url, bool isDirectory)
-    : m_username(ZKFtpReader::defaultUsername)
-    , m_password(ZKFtpReader::defaultPassword)
-    , m_ftp(std::make_shared<ZKFtpClient>())
-    , m_isDirectory(isDirectory) {
+    : m_isDirectory(isDirectory) {
     setUrl(isDirectory ? makeDirectoryUrl(url) : url);
-    takeCredentialsFromUrl();
+    m_url = takeCredentialsFromUrl(m_url);
 }
 
 ZKFtpWriter::ZKFtpWriter(const QUrl &url, bool isDirectory, const QString &username,
                          const std::optional<QString> &password)
     : ZKFtpWriter(url, isDirectory) {
-    if (!username.isEmpty()) {
-        m_username = username;
-        m_password = password;
-        m_passwordStored = false;
-    }
+    replaceAccount(username, password);
 }
 
 ZKFtpWriter::ZKFtpWriter(const QUrl &url, bool isDirectory, std::shared_ptr<ZKFtpClient> ftp,
                          const QString &username, const std::optional<QString> &password)
-    : m_username(username)
-    , m_password(password)
-    , m_ftp(std::move(ftp))
+    : ZKFtpSession(username, password, std::move(ftp))
     , m_isDirectory(isDirectory) {
     setUrl(isDirectory ? makeDirectoryUrl(url) : url);
-    if (!m_ftp) {
-        m_ftp = std::make_shared<ZKFtpClient>();
-    }
 }
 
 ZKFtpWriter::ZKFtpWriter(const QVariantMap &propertyList)
-    : ZKFtpWriter(QUrl(propertyList.value(urlKey).toString()),
-                  propertyList.value(isDirectoryKey).toBool()) {
-    m_username = propertyList.value(usernameKey).toString();
-    m_password.reset();
-    m_passwordStored = true;
-    m_supportsRfc3659 = propertyList.value(supportsRfc3659Key, true).toBool();
+    : ZKFtpWriter(savedUrl(propertyList), propertyList.value(isDirectoryKey).toBool()) {
+    readAccount(propertyList);
 }
 
 ZKFtpWriter::~ZKFtpWriter() {
     close();
-}
-
-void ZKFtpWriter::takeCredentialsFromUrl() {
-    if (!m_url.userName().isEmpty()) {
-        m_username = m_url.userName(QUrl::FullyDecoded);
-        if (!m_url.password().isEmpty()) {
-            m_password = m_url.password(QUrl::FullyDecoded);
-        } else {
-            m_password.reset();
-            m_passwordStored = true;
-        }
-    }
-    m_url = ZKFtpUrl::withoutPassword(m_url);
-}
-
-void ZKFtpWriter::setCredentials(const QString &username, const std::optional<QString> &password) {
-    m_username = username;
-    m_password = password;
 }
 
 void ZKFtpWriter::setUrl(const QUrl &url) {
@@ -149,16 +111,10 @@ QString ZKFtpWriter::icon() const {
 }
 
 QVariantMap ZKFtpWriter::asPropertyList() const {
-    if (!m_username.isEmpty() && !m_passwordStored) {
-        ZKKeyChain::storeFtpPassword(host(), m_username, m_password);
-        m_passwordStored = true;
-    }
     QVariantMap propertyList;
     propertyList.insert(typeKey, QStringLiteral("FtpWriter"));
-    propertyList.insert(urlKey, m_url.toString());
-    propertyList.insert(usernameKey, m_username);
+    writeAccount(propertyList, m_url);
     propertyList.insert(isDirectoryKey, m_isDirectory);
-    propertyList.insert(supportsRfc3659Key, m_supportsRfc3659);
     return propertyList;
 }
 
@@ -166,32 +122,10 @@ void ZKFtpWriter::fail(qint64 code, const QString &message) {
     setError(ZKError::application(code, message));
 }
 
-QString ZKFtpWriter::clientDescription() const {
-    const ZKOptionalError clientError = m_ftp->error();
-    return clientError ? clientError->localizedDescription() : QStringLiteral("unknown error");
-}
-
 bool ZKFtpWriter::connect() {
-    m_connected = true;
-    if (m_ftp->isConnected()) {
-        m_ftp->retainConnection();
-        return true;
-    }
-    m_ftp->setSupportsRfc3659(m_supportsRfc3659);
-    if (!m_password && m_passwordStored) {
-        m_password = ZKKeyChain::retrieveFtpPassword(host(), m_username);
-    }
-    m_ftp->connectToHost(host(), controlPort());
-    if (m_ftp->error()) {
-        // Without quotes, unlike the reader's message.
-        fail(ZKErrorCode::createFailed,
-             QStringLiteral("Unable to connect to %1: %2").arg(host(), clientDescription()));
-        return false;
-    }
-    m_ftp->loginWithUsername(m_username, m_password.value_or(QString()));
-    if (m_ftp->error()) {
-        fail(ZKErrorCode::createFailed,
-             QStringLiteral("Unable to log in to %1: %2").arg(host(), clientDescription()));
+    // The host without quotes, unlike the reader's message.
+    if (const std::optional<QString> failure = logIn(m_url, host())) {
+        fail(ZKErrorCode::createFailed, *failure);
         return false;
     }
     return true;
@@ -212,18 +146,18 @@ bool ZKFtpWriter::open() {
     if (!connect()) {
         return false;
     }
-    m_ftp->changePath(parentPathComponents());
-    if (m_ftp->error()) {
+    ftp()->changePath(parentPathComponents());
+    if (ftp()->error()) {
         fail(ZKErrorCode::createFailed,
              QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
         return false;
     }
-    const std::optional<ZKFtpItem> item = m_ftp->itemWithName(m_filename);
+    const std::optional<ZKFtpItem> item = ftp()->itemWithName(m_filename);
     if (m_isDirectory) {
         // An existing entry of that name is taken as it is.
         if (!item) {
-            m_ftp->createDirectory(m_filename);
-            if (m_ftp->error()) {
+            ftp()->createDirectory(m_filename);
+            if (ftp()->error()) {
                 fail(ZKErrorCode::createFailed,
                      QStringLiteral("Unable to create directory '%1': %2")
                          .arg(m_url.path(), clientDescription()));
@@ -233,8 +167,8 @@ bool ZKFtpWriter::open() {
         return true;
     }
     m_size = item ? item->size() : 0;
-    m_ftp->beginStore(m_filename);
-    if (m_ftp->error()) {
+    ftp()->beginStore(m_filename);
+    if (ftp()->error()) {
         fail(ZKErrorCode::writeFailed,
              QStringLiteral("Unable to open file '%1': %2").arg(m_url.path(), clientDescription()));
         return false;
@@ -244,12 +178,11 @@ bool ZKFtpWriter::open() {
 }
 
 void ZKFtpWriter::close() {
-    if (m_connected) {
+    if (holdsConnection()) {
         // Also for folder writers: it reads the reply of the client's last
         // transfer when that is still due, and waits for it otherwise.
-        m_ftp->endStore();
-        m_ftp->releaseConnection();
-        m_connected = false;
+        ftp()->endStore();
+        releaseConnection();
     }
     m_uploading = false;
 }
@@ -262,8 +195,8 @@ bool ZKFtpWriter::appendBlock(const QByteArray &data) {
                  .arg(m_url.path(), QStringLiteral("the file is not open for writing")));
         return false;
     }
-    m_ftp->storeBlock(data);
-    if (m_ftp->error()) {
+    ftp()->storeBlock(data);
+    if (ftp()->error()) {
         fail(ZKErrorCode::writeFailed, QStringLiteral("Unable to write to file '%1': %2")
                                            .arg(m_url.path(), clientDescription()));
         return false;
@@ -273,9 +206,8 @@ bool ZKFtpWriter::appendBlock(const QByteArray &data) {
 
 std::shared_ptr<ZKFtpWriter> ZKFtpWriter::makeChild(const QString &name, bool isDirectory) {
     auto child = std::make_shared<ZKFtpWriter>(ZKFtpUrl::childUrl(m_url, name, isDirectory),
-                                               isDirectory, m_ftp, m_username, m_password);
-    child->m_supportsRfc3659 = m_supportsRfc3659;
-    child->m_passwordStored = m_passwordStored;
+                                               isDirectory, ftp(), username(), password());
+    child->useAccountOf(*this);
     return child;
 }
 
@@ -285,8 +217,8 @@ std::shared_ptr<ZKWriter> ZKFtpWriter::createDirectory(const QString &name) {
              QStringLiteral("Cannot create a directory in '%1'.").arg(m_url.path()));
         return nullptr;
     }
-    m_ftp->changePath(ZKFtpUrl::pathComponents(m_url));
-    if (m_ftp->error()) {
+    ftp()->changePath(ZKFtpUrl::pathComponents(m_url));
+    if (ftp()->error()) {
         fail(ZKErrorCode::createFailed,
              QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
         return nullptr;
@@ -300,8 +232,8 @@ std::shared_ptr<ZKWriter> ZKFtpWriter::createFile(const QString &name) {
              QStringLiteral("Cannot create a file in '%1'.").arg(m_url.path()));
         return nullptr;
     }
-    m_ftp->changePath(ZKFtpUrl::pathComponents(m_url));
-    if (m_ftp->error()) {
+    ftp()->changePath(ZKFtpUrl::pathComponents(m_url));
+    if (ftp()->error()) {
         fail(ZKErrorCode::createFailed,
              QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
         return nullptr;
@@ -322,14 +254,14 @@ bool ZKFtpWriter::removeFile(const QString &name) {
              QStringLiteral("Cannot remove a file from '%1'.").arg(m_url.path()));
         return false;
     }
-    m_ftp->changePath(ZKFtpUrl::pathComponents(m_url));
-    if (m_ftp->error()) {
+    ftp()->changePath(ZKFtpUrl::pathComponents(m_url));
+    if (ftp()->error()) {
         fail(ZKErrorCode::createFailed,
              QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
         return false;
     }
-    m_ftp->removeFile(name);
-    if (m_ftp->error()) {
+    ftp()->removeFile(name);
+    if (ftp()->error()) {
         fail(ZKErrorCode::createFailed,
              QStringLiteral("Unable to remove file '%1': %2").arg(name, clientDescription()));
         return false;
@@ -381,14 +313,14 @@ bool ZKFtpWriter::remove(const std::function<bool()> &isCancelled) {
     }
     // A writer made from a source reader is asked to remove without having
     // been opened, after the reader gave back the connection.
-    if (!m_connected && !connect()) {
+    if (!holdsConnection() && !connect()) {
         return false;
     }
     ++removalDepth;
     const auto leave = qScopeGuard([] { --removalDepth; });
 
-    m_ftp->changePath(parentPathComponents());
-    if (m_ftp->error()) {
+    ftp()->changePath(parentPathComponents());
+    if (ftp()->error()) {
         fail(ZKErrorCode::createFailed,
              QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
         return false;
@@ -400,14 +332,14 @@ bool ZKFtpWriter::remove(const std::function<bool()> &isCancelled) {
         if (isCancelled && isCancelled()) {
             return false;
         }
-        m_ftp->changePath(parentPathComponents());
-        if (m_ftp->error()) {
+        ftp()->changePath(parentPathComponents());
+        if (ftp()->error()) {
             fail(ZKErrorCode::createFailed, QStringLiteral("Unable to find path '%1': %2")
                                                 .arg(m_url.path(), clientDescription()));
             return false;
         }
-        m_ftp->removeDirectory(m_filename);
-        if (m_ftp->error()) {
+        ftp()->removeDirectory(m_filename);
+        if (ftp()->error()) {
             fail(ZKErrorCode::createFailed, QStringLiteral("Unable to remove directory '%1': %2")
                                                 .arg(m_filename, clientDescription()));
             return false;
@@ -415,10 +347,10 @@ bool ZKFtpWriter::remove(const std::function<bool()> &isCancelled) {
         return true;
     }
     // An upload still open on this file is finished before the file goes.
-    m_ftp->endStore();
+    ftp()->endStore();
     m_uploading = false;
-    m_ftp->removeFile(m_filename);
-    if (m_ftp->error()) {
+    ftp()->removeFile(m_filename);
+    if (ftp()->error()) {
         fail(ZKErrorCode::createFailed,
              QStringLiteral("Unable to remove file '%1': %2").arg(m_filename, clientDescription()));
         return false;
@@ -428,18 +360,16 @@ bool ZKFtpWriter::remove(const std::function<bool()> &isCancelled) {
 
 std::shared_ptr<ZKReader> ZKFtpWriter::asReader() {
     std::shared_ptr<ZKFtpReader> reader;
-    if (m_ftp->isConnected()) {
-        m_ftp->changePath(parentPathComponents());
+    if (ftp()->isConnected()) {
+        ftp()->changePath(parentPathComponents());
         std::optional<ZKFtpItem> item;
-        if (!m_ftp->error()) {
-            item = m_ftp->itemWithName(m_filename);
+        if (!ftp()->error()) {
+            item = ftp()->itemWithName(m_filename);
         }
-        reader = std::make_shared<ZKFtpReader>(m_url, m_username, m_password, m_ftp, item);
+        reader = std::make_shared<ZKFtpReader>(m_url, username(), password(), ftp(), item);
     } else {
         reader = std::make_shared<ZKFtpReader>(m_url);
-        reader->setCredentials(m_username, m_password);
     }
-    reader->setSupportsRfc3659(m_supportsRfc3659);
-    reader->setPasswordStored(m_passwordStored);
+    reader->useAccountOf(*this);
     return reader;
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "ZKFtpClient.h"
+#include "ZKFtpSession.h"
 #include "ZKWriter.h"
 
 #include <QString>
@@ -21,9 +22,9 @@
 // links cannot be made.
 //
 // Errors are in the application domain: -1006 for the upload stream itself,
-// -1001 for everything else. The password is kept out of the saved form as
-// the reader does (see ZKFtpReader).
-class ZKFtpWriter : public ZKWriter {
+// -1001 for everything else. The account and its password are kept as
+// ZKFtpSession keeps them.
+class ZKFtpWriter : public ZKWriter, public ZKFtpSession {
 public:
     static std::shared_ptr<ZKFtpWriter> writerWithUrl(const QUrl &url);
     static std::shared_ptr<ZKFtpWriter> writerWithUrl(const QUrl &url, const QString &username,
@@ -92,35 +93,18 @@ public:
     static QUrl makeDirectoryUrl(const QUrl &url);
     qint32 controlPort() const;
     QStringList parentPathComponents() const;
-    const QString &username() const { return m_username; }
-    const std::optional<QString> &password() const { return m_password; }
-    // Sets both as given, an empty user name or an absent password too.
-    void setCredentials(const QString &username, const std::optional<QString> &password);
-    bool passwordStored() const { return m_passwordStored; }
-    void setPasswordStored(bool stored) { m_passwordStored = stored; }
-    bool supportsRfc3659() const { return m_supportsRfc3659; }
-    void setSupportsRfc3659(bool supports) { m_supportsRfc3659 = supports; }
-    const std::shared_ptr<ZKFtpClient> &ftp() const { return m_ftp; }
 
 private:
-    void takeCredentialsFromUrl();
     // Connects and logs in when the client is not connected yet, else takes
     // one more use of its connection.
     bool connect();
     void fail(qint64 code, const QString &message);
-    QString clientDescription() const;
     QString host() const { return m_url.host(); }
     std::shared_ptr<ZKFtpWriter> makeChild(const QString &name, bool isDirectory);
     bool removeContents(const std::function<bool()> &isCancelled);
 
     QUrl m_url;
     QString m_filename;
-    QString m_username;
-    std::optional<QString> m_password;
-    std::shared_ptr<ZKFtpClient> m_ftp;
-    bool m_connected = false;
-    mutable bool m_passwordStored = false;
-    bool m_supportsRfc3659 = true;
     bool m_isDirectory = false;
     bool m_uploading = false;
     quint64 m_size = 0;

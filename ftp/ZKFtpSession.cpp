@@ -1,0 +1,111 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKFtpSession.h"
+
+#include "ZKFtpUrl.h"
+#include "ZKKeyChain.h"
+
+namespace {
+
+// Saved queues of earlier versions hold these; they must never change.
+const QString urlKey = QStringLiteral("Url");
+const QString usernameKey = QStringLiteral("Username");
+const QString supportsRfc3659Key = QStringLiteral("SupportsRfc3659");
+
+} // namespace
+
+const QString ZKFtpSession::defaultUsername = QStringLiteral("anonymous");
+const QString ZKFtpSession::defaultPassword = QStringLiteral("Ferrowick");
+
+ZKFtpSession::ZKFtpSession(const QString &username, const std::optional<QString> &password,
+                           std::shared_ptr<ZKFtpClient> ftp)
+    : m_username(username)
+    , m_password(password)
+    , m_ftp(ftp ? std::move(ftp) : std::make_shared<ZKFtpClient>()) {}
+
+void ZKFtpSession::setCredentials(const QString &username, const std::optional<QString> &password) {
+    m_username = username;
+    m_password = password;
+}
+
+void ZKFtpSession::useAccountOf(const ZKFtpSession &other) {
+    m_username = other.m_username;
+    m_password = other.m_password;
+    m_passwordStored = other.m_passwordStored;
+    m_supportsRfc3659 = other.m_supportsRfc3659;
+}
+
+QUrl ZKFtpSession::takeCredentialsFromUrl(const QUrl &url) {
+    if (!url.userName().isEmpty()) {
+        m_username = url.userName(QUrl::FullyDecoded);
+        if (!url.password().isEmpty()) {
+            m_password = url.password(QUrl::FullyDecoded);
+        } else {
+            m_password.reset();
+            m_passwordStored = true;
+        }
+    }
+    return ZKFtpUrl::withoutPassword(url);
+}
+
+void ZKFtpSession::replaceAccount(const QString &username, const std::optional<QString> &password) {
+    if (!username.isEmpty()) {
+        m_username = username;
+        m_password = password;
+        m_passwordStored = false;
+    }
+}
+
+QUrl ZKFtpSession::savedUrl(const QVariantMap &propertyList) {
+    return QUrl(propertyList.value(urlKey).toString());
+}
+
+void ZKFtpSession::readAccount(const QVariantMap &propertyList) {
+    m_username = propertyList.value(usernameKey).toString();
+    m_password.reset();
+    m_passwordStored = true;
+    m_supportsRfc3659 = propertyList.value(supportsRfc3659Key, true).toBool();
+}
+
+void ZKFtpSession::writeAccount(QVariantMap &propertyList, const QUrl &url) const {
+    if (!m_username.isEmpty() && !m_passwordStored) {
+        ZKKeyChain::storeFtpPassword(url.host(), m_username, m_password);
+        m_passwordStored = true;
+    }
+    propertyList.insert(urlKey, url.toString());
+    propertyList.insert(usernameKey, m_username);
+    propertyList.insert(supportsRfc3659Key, m_supportsRfc3659);
+}
+
+std::optional<QString> ZKFtpSession::logIn(const QUrl &url, const QString &shownHost) {
+    m_connected = true;
+    if (m_ftp->isConnected()) {
+        m_ftp->retainConnection();
+        return std::nullopt;
+    }
+    m_ftp->setSupportsRfc3659(m_supportsRfc3659);
+    if (!m_password && m_passwordStored) {
+        m_password = ZKKeyChain::retrieveFtpPassword(url.host(), m_username);
+    }
+    m_ftp->connectToHost(url.host(), ZKFtpUrl::controlPort(url));
+    if (m_ftp->error()) {
+        return QStringLiteral("Unable to connect to %1: %2").arg(shownHost, clientDescription());
+    }
+    m_ftp->loginWithUsername(m_username, m_password.value_or(QString()));
+    if (m_ftp->error()) {
+        return QStringLiteral("Unable to log in to %1: %2").arg(shownHost, clientDescription());
+    }
+    return std::nullopt;
+}
+
+void ZKFtpSession::releaseConnection() {
+    if (m_connected) {
+        m_ftp->releaseConnection();
+        m_connected = false;
+    }
+}
+
+QString ZKFtpSession::clientDescription() const {
+    const ZKOptionalError clientError = m_ftp->error();
+    return clientError ? clientError->localizedDescription() : QStringLiteral("unknown error");
+}
