@@ -199,6 +199,12 @@ bool ZKCopyTask::isEqual(const ZKCopyTask &other) const {
 // ---- steps
 
 void ZKCopyTask::start() {
+    // On the main thread, where its state changes: started from a worker,
+    // the step's setters would each wait for the main thread in turn.
+    onMain([this] { startStep(); });
+}
+
+void ZKCopyTask::startStep() {
     switch (state()) {
     case S::PendingPreparation:
         prepare();
@@ -587,10 +593,16 @@ void ZKCopyTask::signalOperationFinished() {
 // ---- derived figures
 
 void ZKCopyTask::refresh() {
+    // One pass reads every value as it is when it runs, so a pass already on
+    // its way covers this call too.
+    if (m_refreshPending.exchange(true)) {
+        return;
+    }
     ZKMainQueue::async([guard = QPointer<ZKCopyTask>(this)] {
         if (!guard) {
             return;
         }
+        guard->m_refreshPending = false;
         guard->refreshIsIndeterminate();
         guard->refreshTimeRemaining();
         guard->refreshPercentCompleted();
@@ -745,7 +757,9 @@ void ZKCopyTask::setSource(ZKReaderPtr source) {
         std::lock_guard locker(m_lock);
         m_source = std::move(source);
         m_sourceFilename = m_source ? m_source->filename() : QString();
-        m_sourceIcon = m_source ? m_source->icon() : QString();
+        // Found when first asked: it takes a look at the file, and a queue of
+        // thousands of tasks shows only a few rows.
+        m_sourceIcon.reset();
         m_sourceIsLocal = !m_source || m_source->isLocal();
     }
     onMain([this] {
@@ -801,7 +815,11 @@ void ZKCopyTask::setTransferMode(qint32 mode) {
 }
 
 QString ZKCopyTask::icon() const {
-    return locked(m_lock, m_sourceIcon);
+    std::lock_guard locker(m_lock);
+    if (!m_sourceIcon) {
+        m_sourceIcon = m_source ? m_source->icon() : QString();
+    }
+    return *m_sourceIcon;
 }
 
 QString ZKCopyTask::filename() const {

@@ -148,11 +148,13 @@ private:
 
     // Runs fn on the main thread, now when already there.
     static void onMain(const std::function<void()> &fn);
+    void startStep();
 
     ZKOperationQueue m_operationQueue;
     std::shared_ptr<ZKFileOperation> m_currentOperation;
     mutable std::mutex m_lock; // guards the endpoints, the sets, the handlers and the error
     ZKOptionalError m_error;
+    std::atomic<bool> m_refreshPending{false};
     std::atomic<quint64> m_bytesCopied{0};
     std::atomic<quint64> m_bytesVerified{0};
     std::atomic<quint64> m_maximumTransferRate{0};
@@ -170,7 +172,7 @@ private:
     ZKReaderPtr m_source;
     ZKWriterPtr m_destination;
     QString m_sourceFilename;
-    QString m_sourceIcon;
+    mutable std::optional<QString> m_sourceIcon;
     QString m_destinationFilename;
     bool m_sourceIsLocal = true;
     QString m_detail;

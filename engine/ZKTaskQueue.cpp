@@ -465,6 +465,12 @@ void ZKTaskQueue::pauseAll() {
     }
 }
 
+bool ZKTaskQueue::hasRunningResumableTask() const {
+    const auto running = tasksInStates({S::Processing, S::Verifying, S::Removing});
+    return std::any_of(running.cbegin(), running.cend(),
+                       [](const ZKTaskPtr &task) { return task->isResumable(); });
+}
+
 void ZKTaskQueue::pauseAllResumableTasks() {
     for (const auto &task : tasksInStates({S::Processing, S::Verifying, S::Removing})) {
         if (task->isResumable()) {

@@ -70,6 +70,8 @@ public:
 
     void pauseAll();
     void pauseAllResumableTasks();
+    // Whether pauseAllResumableTasks() would pause (and wait for) a task.
+    bool hasRunningResumableTask() const;
     void resetAll();
     void flushRemovedTasks();
     void setVerifyEnabled(bool enabled);

@@ -8,6 +8,8 @@
 #include <QDate>
 #include <QTime>
 
+#include <mutex>
+
 namespace {
 
 struct SkipRule {
@@ -80,8 +82,32 @@ void ZKPreferences::initialiseUserDefaults(ZKUserDefaults &defaults) {
     }
 }
 
+namespace {
+
+// Every step of every task asks for the patterns; they change only with the
+// settings they are made of.
+QStringList cachedPatterns(bool skipped) {
+    static std::mutex lock;
+    static quint64 madeAt = 0;
+    static bool made = false;
+    static QStringList temporary;
+    static QStringList all;
+    auto &defaults = ZKUserDefaults::standard();
+    const quint64 generation = defaults.generation();
+    std::lock_guard locker(lock);
+    if (!made || madeAt != generation) {
+        temporary = ZKPreferences::temporaryFilePatterns(defaults);
+        all = ZKPreferences::skippedFilePatterns(defaults);
+        madeAt = generation;
+        made = true;
+    }
+    return skipped ? all : temporary;
+}
+
+} // namespace
+
 QStringList ZKPreferences::temporaryFilePatterns() {
-    return temporaryFilePatterns(ZKUserDefaults::standard());
+    return cachedPatterns(false);
 }
 
 QStringList ZKPreferences::temporaryFilePatterns(const ZKUserDefaults &defaults) {
@@ -99,7 +125,7 @@ QStringList ZKPreferences::temporaryFilePatterns(const ZKUserDefaults &defaults)
 }
 
 QStringList ZKPreferences::skippedFilePatterns() {
-    return skippedFilePatterns(ZKUserDefaults::standard());
+    return cachedPatterns(true);
 }
 
 QStringList ZKPreferences::skippedFilePatterns(const ZKUserDefaults &defaults) {

@@ -34,9 +34,18 @@ ZKSleepManager::~ZKSleepManager() {
     permitIdleSleep();
 }
 
+bool ZKSleepManager::refusedRecently() const {
+    return m_refused && std::chrono::steady_clock::now() - m_refusedAt < std::chrono::minutes(1);
+}
+
+bool ZKSleepManager::wouldAskBus() const {
+    std::lock_guard locker(m_lock);
+    return m_powerManagementId == 0 && !refusedRecently();
+}
+
 void ZKSleepManager::preventIdleSleep() {
     std::lock_guard locker(m_lock);
-    if (m_powerManagementId != 0) {
+    if (m_powerManagementId != 0 || refusedRecently()) {
         return;
     }
     auto system = QDBusConnection::systemBus();
@@ -51,6 +60,7 @@ void ZKSleepManager::preventIdleSleep() {
             // The inhibitor lasts as long as this descriptor is open.
             m_inhibitorFd = ::dup(reply.value().fileDescriptor());
             m_powerManagementId = quint32(m_inhibitorFd) + 1;
+            m_refused = false;
             return;
         }
         qCInfo(lcEngine) << "login1 did not inhibit idle sleep:" << reply.error().message();
@@ -63,12 +73,15 @@ void ZKSleepManager::preventIdleSleep() {
         if (reply.isValid()) {
             m_cookie = reply.value();
             m_powerManagementId = m_cookie + 1;
+            m_refused = false;
             return;
         }
         qCInfo(lcEngine) << "PowerManagement did not inhibit idle sleep:"
                          << reply.error().message();
     }
     qCInfo(lcEngine) << "Idle sleep cannot be prevented: no service answers.";
+    m_refused = true;
+    m_refusedAt = std::chrono::steady_clock::now();
 }
 
 void ZKSleepManager::permitIdleSleep() {

@@ -4,6 +4,7 @@
 
 #include <QtGlobal>
 
+#include <chrono>
 #include <mutex>
 
 // Keeps the machine from idle sleep while a queue copies: an "idle" inhibitor
@@ -21,10 +22,20 @@ public:
     void permitIdleSleep();
     // Non-zero while idle sleep is held off.
     quint32 powerManagementId() const;
+    // Whether preventIdleSleep() would ask a bus and wait for its answer.
+    // After no service answered, it asks again only a minute later: a queue
+    // starts a step per file, and a machine without the services would
+    // otherwise ask at each one.
+    bool wouldAskBus() const;
 
 private:
     mutable std::mutex m_lock;
     int m_inhibitorFd = -1; // login1
     quint32 m_cookie = 0;   // PowerManagement
     quint32 m_powerManagementId = 0;
+    std::chrono::steady_clock::time_point m_refusedAt;
+    bool m_refused = false;
+
+    // With m_lock held.
+    bool refusedRecently() const;
 };

@@ -67,6 +67,7 @@ QSettings &ZKUserDefaults::settings() const {
         }
         m_configHome = configHome;
         m_lastSync = QDateTime::currentMSecsSinceEpoch();
+        ++m_generation;
     }
     // Another process (the window beside the terminal front end) may have
     // changed a value; looking once a second costs one stat.
@@ -74,8 +75,16 @@ QSettings &ZKUserDefaults::settings() const {
     if (now - m_lastSync >= 1000) {
         m_settings->sync();
         m_lastSync = now;
+        ++m_generation;
     }
     return *m_settings;
+}
+
+quint64 ZKUserDefaults::generation() const {
+    // Through settings(): a second gone by is a look at the file too.
+    std::lock_guard locker(m_mutex);
+    settings();
+    return m_generation.load();
 }
 
 QString ZKUserDefaults::fileName() const {
@@ -152,6 +161,7 @@ QDateTime ZKUserDefaults::dateForKey(const QString &key) const {
 }
 
 void ZKUserDefaults::store(QSettings &settings, const QString &key, const QVariant &value) {
+    ++m_generation;
     if (value.isValid()) {
         settings.setValue(key, value);
     } else {

@@ -7,6 +7,7 @@
 #include <QString>
 #include <QVariant>
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 
@@ -32,6 +33,10 @@ public:
 
     // The file the values are kept in.
     QString fileName() const;
+    // Counts up whenever a value may have changed (a write here, or a look
+    // at what another process wrote), so that what is made of several values
+    // can be kept until then.
+    quint64 generation() const;
 
     // A null QVariant when the key has no value.
     QVariant objectForKey(const QString &key) const;
@@ -85,4 +90,5 @@ private:
     mutable QByteArray m_configHome;
     // When the file was last compared with what another process wrote.
     mutable qint64 m_lastSync = 0;
+    mutable std::atomic<quint64> m_generation{0};
 };
