@@ -146,11 +146,8 @@ ZKCopyTask::ZKCopyTask(ZKReaderPtr source, ZKWriterPtr destination)
     : m_throttle(std::make_shared<ZKTransferThrottle>()) {
     setSource(std::move(source));
     setDestination(std::move(destination));
-    // The texts follow whatever they are made of.
-    for (auto signal : {&ZKTask::stateChanged, &ZKTask::sourceChanged, &ZKTask::destinationChanged,
-                        &ZKTask::transferModeChanged, &ZKTask::dataRateChanged}) {
-        connect(this, signal, this, &ZKCopyTask::refresh);
-    }
+    // The texts follow whatever they are made of: the setters of those parts
+    // refresh them (a connection per task would cost memory in big queues).
     refresh();
 }
 
@@ -743,7 +740,9 @@ void ZKCopyTask::onMain(const std::function<void()> &fn) {
 void ZKCopyTask::setState(qint32 state) {
     onMain([&] {
         if (store(m_state, state)) {
+            notifyObserver();
             Q_EMIT stateChanged();
+            refresh();
         }
     });
 }
@@ -768,6 +767,7 @@ void ZKCopyTask::setSource(ZKReaderPtr source) {
         Q_EMIT iconChanged();
         Q_EMIT isResumableChanged();
     });
+    refresh();
 }
 
 // A web server names its file only in its answer (Content-Disposition), and
@@ -804,12 +804,14 @@ void ZKCopyTask::setDestination(ZKWriterPtr destination) {
         Q_EMIT destinationChanged();
         Q_EMIT destinationDirectoryChanged();
     });
+    refresh();
 }
 
 void ZKCopyTask::setTransferMode(qint32 mode) {
     onMain([&] {
         if (store(m_transferMode, mode)) {
             Q_EMIT transferModeChanged();
+            refresh();
         }
     });
 }
@@ -851,28 +853,41 @@ void ZKCopyTask::setDetail(const QString &detail) {
     });
 }
 
-#define ZK_ATOMIC_SETTER(Setter, Type, field, signal)                                              \
+#define ZK_ATOMIC_SETTER(Setter, Type, field, signal, after)                                       \
     void ZKCopyTask::Setter(Type value) {                                                          \
         onMain([&] {                                                                               \
             if (store(field, value)) {                                                             \
+                Q_EMIT signal();                                                                   \
+                after;                                                                             \
+            }                                                                                      \
+        });                                                                                        \
+    }
+
+// What the queue sums is told to it first.
+#define ZK_FOLLOWED_SETTER(Setter, Type, field, signal)                                            \
+    void ZKCopyTask::Setter(Type value) {                                                          \
+        onMain([&] {                                                                               \
+            if (store(field, value)) {                                                             \
+                notifyObserver();                                                                  \
                 Q_EMIT signal();                                                                   \
             }                                                                                      \
         });                                                                                        \
     }
 
-ZK_ATOMIC_SETTER(setTotalBytes, quint64, m_totalBytes, totalBytesChanged)
-ZK_ATOMIC_SETTER(setProgressBytes, quint64, m_progressBytes, progressBytesChanged)
-ZK_ATOMIC_SETTER(setIsIndeterminate, bool, m_isIndeterminate, isIndeterminateChanged)
-ZK_ATOMIC_SETTER(setPercentCompleted, double, m_percentCompleted, percentCompletedChanged)
-ZK_ATOMIC_SETTER(setPercentRemaining, double, m_percentRemaining, percentRemainingChanged)
-ZK_ATOMIC_SETTER(setDataRate, double, m_dataRate, dataRateChanged)
-ZK_ATOMIC_SETTER(setTimeRemaining, double, m_timeRemaining, timeRemainingChanged)
-ZK_ATOMIC_SETTER(setIsVerifyEnabled, bool, m_isVerifyEnabled, isVerifyEnabledChanged)
-ZK_ATOMIC_SETTER(setIsVerifiedOk, bool, m_isVerifiedOk, isVerifiedOkChanged)
-ZK_ATOMIC_SETTER(setUnreadableFileResponse, qint32, m_unreadableFileResponse, responsesChanged)
-ZK_ATOMIC_SETTER(setUnwritableFileResponse, qint32, m_unwritableFileResponse, responsesChanged)
-ZK_ATOMIC_SETTER(setPreExistingFileResponse, qint32, m_preExistingFileResponse, responsesChanged)
+ZK_FOLLOWED_SETTER(setTotalBytes, quint64, m_totalBytes, totalBytesChanged)
+ZK_FOLLOWED_SETTER(setProgressBytes, quint64, m_progressBytes, progressBytesChanged)
+ZK_FOLLOWED_SETTER(setIsVerifyEnabled, bool, m_isVerifyEnabled, isVerifyEnabledChanged)
+ZK_ATOMIC_SETTER(setIsIndeterminate, bool, m_isIndeterminate, isIndeterminateChanged, )
+ZK_ATOMIC_SETTER(setPercentCompleted, double, m_percentCompleted, percentCompletedChanged, )
+ZK_ATOMIC_SETTER(setPercentRemaining, double, m_percentRemaining, percentRemainingChanged, )
+ZK_ATOMIC_SETTER(setDataRate, double, m_dataRate, dataRateChanged, refresh())
+ZK_ATOMIC_SETTER(setTimeRemaining, double, m_timeRemaining, timeRemainingChanged, )
+ZK_ATOMIC_SETTER(setIsVerifiedOk, bool, m_isVerifiedOk, isVerifiedOkChanged, )
+ZK_ATOMIC_SETTER(setUnreadableFileResponse, qint32, m_unreadableFileResponse, responsesChanged, )
+ZK_ATOMIC_SETTER(setUnwritableFileResponse, qint32, m_unwritableFileResponse, responsesChanged, )
+ZK_ATOMIC_SETTER(setPreExistingFileResponse, qint32, m_preExistingFileResponse, responsesChanged, )
 
+#undef ZK_FOLLOWED_SETTER
 #undef ZK_ATOMIC_SETTER
 
 void ZKCopyTask::setMaximumTransferRate(quint64 bytesPerSecond) {

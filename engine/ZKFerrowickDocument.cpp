@@ -169,6 +169,22 @@ ZKFerrowickDocument::ZKFerrowickDocument(QObject *parent)
             Q_EMIT dataDescriptionChanged();
         }
     });
+    // One connection and one observer serve every task of the queue.
+    connect(&m_taskQueue, &ZKTaskQueue::taskStateChanged, this,
+            [this](const ZKTaskPtr &task) { onTaskStateChanged(task.get(), task); });
+    ZKNotificationCenter::defaultCenter().addObserver(
+        ZKNotificationNames::taskActivity, nullptr, this,
+        [guard = Guard(this)](const ZKNotification &notification) {
+            ZKMainQueue::async([guard, sender = notification.sender, info = notification.userInfo] {
+                if (!guard) {
+                    return;
+                }
+                // Looked up on the main thread, where tasks leave the queue.
+                if (const auto task = guard->m_taskQueue.taskWithAddress(sender)) {
+                    guard->onTaskActivity(task.get(), info);
+                }
+            });
+        });
     m_retryTimer.setUpdateHandler([this] { Q_EMIT descriptionChanged(); });
     m_retryTimer.setCompletionHandler([this] { retry(); });
     m_speedLimit = std::make_unique<ZKSpeedLimitPanel>(this);
@@ -181,7 +197,8 @@ ZKFerrowickDocument::~ZKFerrowickDocument() {
     m_closing = true;
     m_retryTimer.cancel();
     m_dispatchQueue.waitUntilAllOperationsAreFinished();
-    m_taskQueue.removeTaskObserver(this);
+    disconnect(&m_taskQueue, nullptr, this, nullptr);
+    ZKNotificationCenter::defaultCenter().removeObservers(this);
     // No task step may outlive the document whose questions it may ask.
     for (const auto &task : m_taskQueue.tasks()) {
         task->pause();
@@ -373,7 +390,6 @@ bool ZKFerrowickDocument::readFromPropertyList(const QVariantMap &plist) {
     if (!validatePropertyList(plist, nullptr)) {
         return false;
     }
-    m_taskQueue.removeTaskObserver(this);
     m_taskQueue.removeAll();
     m_taskQueue.flushRemovedTasks();
     m_lastStates.clear();
@@ -819,17 +835,6 @@ void ZKFerrowickDocument::connectTask(const ZKTaskPtr &task) {
     task->setThrottle(m_throttle);
     ZKTask *raw = task.get();
     m_lastStates.insert(raw, raw->state());
-    connect(raw, &ZKTask::stateChanged, this, [this, raw, weak] { onTaskStateChanged(raw, weak); });
-    ZKNotificationCenter::defaultCenter().addObserver(
-        ZKNotificationNames::taskActivity, raw, this,
-        [guard, weak](const ZKNotification &notification) {
-            ZKMainQueue::async([guard, weak, info = notification.userInfo] {
-                const auto t = weak.lock();
-                if (guard && t) {
-                    guard->onTaskActivity(t.get(), info);
-                }
-            });
-        });
     refreshTaskProgress(raw);
 }
 
@@ -852,7 +857,6 @@ void ZKFerrowickDocument::removeTasksAtIndexes(const ZKIndexList &indexes) {
             m_lastStates.remove(all[index].get());
         }
     }
-    m_taskQueue.removeTaskObserver(this, indexes);
     m_taskQueue.removeTasksAtIndexes(indexes);
     // Auto-cleared tasks still count in "n of m complete" until the whole
     // queue is done.

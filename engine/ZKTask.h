@@ -6,6 +6,7 @@
 #include "ZKFileResponse.h"
 #include "ZKPropertyListObject.h"
 #include "ZKReader.h"
+#include "ZKTaskObserver.h"
 #include "ZKWriter.h"
 
 #include <QObject>
@@ -14,6 +15,7 @@
 #include <QStringList>
 #include <QUrl>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 
@@ -130,6 +132,23 @@ public:
     virtual qint32 preExistingFileResponse() const = 0;
     virtual void setPreExistingFileResponse(qint32 response) = 0;
 
+    // The queue the task is in; nullptr when it is in none.
+    void setObserver(ZKTaskObserver *observer) { m_observer = observer; }
+    ZKTaskObserver *observer() const { return m_observer; }
+
+protected:
+    // On the main thread, after a change of the state, the byte counts or
+    // the verify switch and before its signal.
+    void notifyObserver() {
+        if (ZKTaskObserver *observer = m_observer.load()) {
+            observer->taskDidChange(*this);
+        }
+    }
+
+private:
+    std::atomic<ZKTaskObserver *> m_observer{nullptr};
+
+public:
 Q_SIGNALS:
     void stateChanged();
     void sourceChanged();

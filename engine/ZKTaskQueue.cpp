@@ -3,8 +3,6 @@
 #include "ZKTaskQueue.h"
 
 #include "ZKLogging.h"
-#include "ZKNotificationCenter.h"
-#include "ZKNotificationNames.h"
 #include "ZKPasteboard.h"
 #include "ZKPropertyListSerialization.h"
 #include "ZKTaskState.h"
@@ -35,6 +33,12 @@ bool isActive(qint32 state) {
 constexpr qint64 keyStep = qint64(1) << 16;
 
 } // namespace
+
+ZKTaskQueue::~ZKTaskQueue() {
+    for (const ZKTaskPtr &task : std::as_const(m_tasks)) {
+        stopFollowing(task.get());
+    }
+}
 
 // ---- what the queue knows of its tasks (all with m_lock held)
 
@@ -123,49 +127,57 @@ qsizetype ZKTaskQueue::countInStates(std::initializer_list<qint32> states) const
 }
 
 void ZKTaskQueue::startFollowing(ZKTask *task) {
-    const auto refresh = [this, task] {
-        refreshEntry(task);
-    };
-    connect(task, &ZKTask::stateChanged, this, refresh);
-    connect(task, &ZKTask::progressBytesChanged, this, refresh);
-    connect(task, &ZKTask::totalBytesChanged, this, refresh);
-    connect(task, &ZKTask::isVerifyEnabledChanged, this, refresh);
+    task->setObserver(this);
 }
 
 void ZKTaskQueue::stopFollowing(ZKTask *task) {
-    disconnect(task, nullptr, this, nullptr);
+    if (task->observer() == this) {
+        task->setObserver(nullptr);
+    }
 }
 
-void ZKTaskQueue::refreshEntry(ZKTask *task) {
+void ZKTaskQueue::taskDidChange(ZKTask &task) {
+    ZKTaskPtr changed;
+    if (refreshEntry(&task, &changed)) {
+        prepareToRun(task);
+    }
+    if (changed) {
+        Q_EMIT taskStateChanged(changed);
+    }
+}
+
+bool ZKTaskQueue::refreshEntry(ZKTask *task, ZKTaskPtr *changed) {
+    std::lock_guard locker(m_lock);
+    const auto found = m_entries.find(task);
+    if (found == m_entries.end()) {
+        return false; // taken out while the change was on its way
+    }
+    Entry &entry = found.value();
+    // The task is held by the entry, and its getters only read.
+    const qint32 state = task->state();
     bool started = false;
-    {
-        std::lock_guard locker(m_lock);
-        const auto found = m_entries.find(task);
-        if (found == m_entries.end()) {
-            return; // taken out while the change was on its way
+    account(entry, -1);
+    if (state != entry.state) {
+        if (entry.state >= 0 && entry.state < stateCount) {
+            m_byState[entry.state].erase({entry.key, task});
         }
-        Entry &entry = found.value();
-        // The task is held by the entry, and its getters only read.
-        const qint32 state = task->state();
-        account(entry, -1);
-        if (state != entry.state) {
-            if (entry.state >= 0 && entry.state < stateCount) {
-                m_byState[entry.state].erase({entry.key, task});
-            }
-            if (state >= 0 && state < stateCount) {
-                m_byState[state].insert({entry.key, task});
-            }
-            started = isActive(state) && !isActive(entry.state);
-            entry.state = state;
+        if (state >= 0 && state < stateCount) {
+            m_byState[state].insert({entry.key, task});
         }
-        entry.progressBytes = task->progressBytes();
-        entry.totalBytes = task->totalBytes();
-        entry.remainingWorkBytes = task->remainingWorkBytes();
-        account(entry, +1);
+        started = isActive(state) && !isActive(entry.state);
+        entry.state = state;
+        *changed = entry.task;
     }
-    if (started) {
-        prepareToRun(*task);
-    }
+    entry.progressBytes = task->progressBytes();
+    entry.totalBytes = task->totalBytes();
+    entry.remainingWorkBytes = task->remainingWorkBytes();
+    account(entry, +1);
+    return started;
+}
+
+ZKTaskPtr ZKTaskQueue::taskWithAddress(const void *address) const {
+    std::shared_lock locker(m_lock);
+    return m_entries.value(static_cast<const ZKTask *>(address)).task;
 }
 
 void ZKTaskQueue::prepareToRun(ZKTask &task) const {
@@ -532,24 +544,6 @@ void ZKTaskQueue::setMaximumTransferRate(quint64 bytesPerSecond) {
 quint64 ZKTaskQueue::maximumTransferRate() const {
     std::shared_lock locker(m_lock);
     return m_maximumTransferRate.value_or(0);
-}
-
-void ZKTaskQueue::detach(ZKTask &task, QObject *observer) {
-    QObject::disconnect(&task, &ZKTask::stateChanged, observer, nullptr);
-    ZKNotificationCenter::defaultCenter().removeObservers(observer,
-                                                          ZKNotificationNames::taskActivity, &task);
-}
-
-void ZKTaskQueue::removeTaskObserver(QObject *observer) {
-    for (const auto &task : tasks()) {
-        detach(*task, observer);
-    }
-}
-
-void ZKTaskQueue::removeTaskObserver(QObject *observer, const ZKIndexList &indexes) {
-    for (const auto &task : snapshot(indexes)) {
-        detach(*task, observer);
-    }
 }
 
 QVariantList ZKTaskQueue::asPropertyList() const {

@@ -29,13 +29,15 @@ using ZKIndexList = QList<qsizetype>; // ascending, without repeats
 // one of them changes state: it follows its tasks' states and byte counts as
 // they change (on the main thread, where tasks change), so the questions of
 // the running queue and its sums take no walk over the tasks.
-class ZKTaskQueue : public QObject {
+class ZKTaskQueue : public QObject, private ZKTaskObserver {
     Q_OBJECT
 
 public:
     static const QString pasteboardType;
 
     using QObject::QObject;
+    // Its tasks may outlive it: they stop telling it of their changes.
+    ~ZKTaskQueue() override;
 
     // Exclusive changes.
     void insertTask(const ZKTaskPtr &task, qsizetype index);
@@ -83,8 +85,8 @@ public:
     quint64 maximumTransferRate() const;
     // Gives a task about to run the rate and limit it missed while waiting.
     void prepareToRun(ZKTask &task) const;
-    void removeTaskObserver(QObject *observer);
-    void removeTaskObserver(QObject *observer, const ZKIndexList &indexes);
+    // The task with that address, when it is in this queue.
+    ZKTaskPtr taskWithAddress(const void *address) const;
 
     QVariantList asPropertyList() const;
     void copyUrlsToPasteboard(ZKPasteboard &pasteboard) const;
@@ -106,6 +108,9 @@ Q_SIGNALS:
     void taskMoved(qsizetype from, qsizetype to);
     // Any other order (a sort): every index may have changed.
     void tasksReordered();
+    // A task of this queue changed its state (on the main thread); one
+    // connection here serves every task.
+    void taskStateChanged(const ZKTaskPtr &task);
 
 private:
     static constexpr int stateCount = 13;
@@ -131,13 +136,14 @@ private:
     QList<ZKTaskPtr> tasksInStates(std::initializer_list<qint32> states) const;
     qsizetype countInStates(std::initializer_list<qint32> states) const;
     // On the main thread, when a task says it changed.
-    void refreshEntry(ZKTask *task);
+    void taskDidChange(ZKTask &task) override;
+    // Answers the task when its state changed and it starts to run.
+    bool refreshEntry(ZKTask *task, ZKTaskPtr *changed);
     void startFollowing(ZKTask *task);
     void stopFollowing(ZKTask *task);
 
     ZKIndexList indexesWhere(const std::function<bool(const ZKTask &)> &predicate) const;
     QList<ZKTaskPtr> snapshot(const ZKIndexList &indexes) const;
-    static void detach(ZKTask &task, QObject *observer);
 
     mutable std::shared_mutex m_lock;
     QList<ZKTaskPtr> m_tasks;

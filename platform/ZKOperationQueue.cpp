@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <deque>
 #include <vector>
 
 // The process-wide pool. Never destroyed: workers may still be lingering
@@ -192,8 +193,7 @@ int ZKOperationQueue::operationCount() const {
 void ZKOperationQueue::serve() {
     std::unique_lock locker(m_lock);
     while (!m_pending.empty()) {
-        m_current = std::move(m_pending.front());
-        m_pending.pop_front();
+        m_current = m_pending.takeFirst();
         auto operation = m_current;
         locker.unlock();
         operation->start();
