@@ -664,10 +664,16 @@ void ZKFerrowickDocument::refreshTaskProgress(ZKTask *task) {
 }
 
 void ZKFerrowickDocument::sendQueueActivityNotification() {
+    // The notification tells the queue's totals as they are when it goes
+    // out, so one already on its way covers this request too.
+    if (m_queueActivityPending.exchange(true)) {
+        return;
+    }
     ZKMainQueue::async([guard = Guard(this)] {
         if (!guard) {
             return;
         }
+        guard->m_queueActivityPending = false;
         ZKNotificationCenter::defaultCenter().post(
             ZKNotificationNames::queueActivity, guard.data(),
             {{ZKNotificationNames::stateKey, guard->state()},

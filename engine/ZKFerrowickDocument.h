@@ -221,6 +221,8 @@ private:
 
     std::atomic<bool> m_closing{false};
     ZKTaskQueue m_taskQueue;
+    // A queue notification is on its way.
+    std::atomic<bool> m_queueActivityPending{false};
     ZKOperationQueue m_dispatchQueue;
     ZKDataRateCalculator m_dataRateCalculator;
     ZKProgressTracker m_progressTracker;

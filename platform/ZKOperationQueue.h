@@ -17,7 +17,7 @@
 // queue of many waiting tasks holds no threads.
 class ZKOperationQueue {
 public:
-    static constexpr int maximumWorkers = 8;
+    static constexpr int maximumWorkers = 4;
 
     ZKOperationQueue();
     ZKOperationQueue(const ZKOperationQueue &) = delete;
