@@ -519,10 +519,13 @@ void ZKTaskQueue::setDataRate(double bytesPerSecond) {
         std::lock_guard locker(m_lock);
         m_dataRate = bytesPerSecond;
     }
-    for (const auto &task :
-         tasksInStates({S::Preparing, S::Processing, S::Verifying, S::Removing})) {
+    for (const auto &task : runningTasks()) {
         task->setDataRate(bytesPerSecond);
     }
+}
+
+QList<ZKTaskPtr> ZKTaskQueue::runningTasks() const {
+    return tasksInStates({S::Preparing, S::Processing, S::Verifying, S::Removing});
 }
 
 double ZKTaskQueue::dataRate() const {
@@ -535,8 +538,7 @@ void ZKTaskQueue::setMaximumTransferRate(quint64 bytesPerSecond) {
         std::lock_guard locker(m_lock);
         m_maximumTransferRate = bytesPerSecond;
     }
-    for (const auto &task :
-         tasksInStates({S::Preparing, S::Processing, S::Verifying, S::Removing})) {
+    for (const auto &task : runningTasks()) {
         task->setMaximumTransferRate(bytesPerSecond);
     }
 }

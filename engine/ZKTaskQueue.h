@@ -135,6 +135,8 @@ private:
     ZKTaskPtr firstInStates(std::initializer_list<qint32> states) const;
     QList<ZKTaskPtr> tasksInStates(std::initializer_list<qint32> states) const;
     qsizetype countInStates(std::initializer_list<qint32> states) const;
+    // The tasks with a step running, which the rate and the limit reach.
+    QList<ZKTaskPtr> runningTasks() const;
     // On the main thread, when a task says it changed.
     void taskDidChange(ZKTask &task) override;
     // Answers the task when its state changed and it starts to run.
