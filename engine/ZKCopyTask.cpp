@@ -111,10 +111,12 @@ std::shared_ptr<ZKCopyTask> ZKCopyTask::create(const QVariantMap &plist) {
     }
 
     // Work interrupted by quitting continues by itself. A removal is not run
-    // again: it stays Removing until the user acts.
+    // again: it stays Removing until the user acts. An analysis starts over
+    // when the queue starts it, once its questions have somebody to ask:
+    // resumed here, it would take every conflict as cancelled.
     switch (state) {
     case S::Preparing:
-        task->prepare();
+        task->m_state = S::PendingPreparation;
         break;
     case S::PendingProcessing:
         task->m_bytesCopied = progress;

@@ -196,9 +196,12 @@ ZKFerrowickDocument::ZKFerrowickDocument(QObject *parent)
 ZKFerrowickDocument::~ZKFerrowickDocument() {
     m_closing = true;
     m_retryTimer.cancel();
-    m_dispatchQueue.waitUntilAllOperationsAreFinished();
+    // Before any wait: waiting serves the workers' calls into the main
+    // thread, and the state changes among them must not reach a document
+    // that is closing.
     disconnect(&m_taskQueue, nullptr, this, nullptr);
     ZKNotificationCenter::defaultCenter().removeObservers(this);
+    m_dispatchQueue.waitUntilAllOperationsAreFinished();
     // No task step may outlive the document whose questions it may ask.
     for (const auto &task : m_taskQueue.tasks()) {
         task->pause();
@@ -586,6 +589,10 @@ void ZKFerrowickDocument::startTask(const ZKTaskPtr &task) {
     m_taskQueue.pauseAllResumableTasks();
     m_sleepManager.preventIdleSleep();
     ZKMainQueue::sync([this, &task] {
+        // Served while the document closes, which starts nothing new.
+        if (m_closing) {
+            return;
+        }
         cancelRetryTimer();
         // A waiting task is not told each change of the rate and the limit.
         m_taskQueue.prepareToRun(*task);
@@ -1044,6 +1051,11 @@ ZKFileResponse ZKFerrowickDocument::ask(const QString &message, const QString &i
                                         bool *applyToAll) {
     ZKAnswer answer;
     ZKMainQueue::sync([&] {
+        // A question served while the document closes is asked of nobody.
+        if (m_closing) {
+            answer.button = -1;
+            return;
+        }
         ZKQuestion question{message, informativeText, buttons, showsApplyToAll};
         answer = ZKQuestionPresenter::askShared(question);
     });
