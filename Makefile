@@ -39,6 +39,7 @@ bench: build
 	bash bench/ftp-bench.sh $(BUILD)
 	bash bench/http-bench.sh $(BUILD)
 	bash bench/queue-bench.sh $(BUILD)
+	bash bench/cli-sources-bench.sh $(BUILD)
 
 # FUZZ_TARGET=ftp_listing|ftp_reply|queue_loader, FUZZ_SECONDS=300
 fuzz:

@@ -512,14 +512,7 @@ void ZKCopyTask::reset() {
     if (s == S::Completed || s == S::Suspended) {
         return;
     }
-    cancelAndWait();
-    m_bytesCopied = 0;
-    m_bytesVerified = 0;
-    onMain([this] {
-        setProgressBytes(0);
-        setTotalBytes(0);
-        setState(S::PendingPreparation);
-    });
+    startOver();
 }
 
 void ZKCopyTask::suspend() {
@@ -534,6 +527,10 @@ void ZKCopyTask::resume() {
     if (state() != S::Suspended) {
         return;
     }
+    startOver();
+}
+
+void ZKCopyTask::startOver() {
     cancelAndWait();
     m_bytesCopied = 0;
     m_bytesVerified = 0;

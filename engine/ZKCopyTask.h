@@ -137,6 +137,8 @@ private:
     void signalOperationFinished();
     bool isPartialCopy(qint32 previousState);
     void cancelAndWait();
+    // Back to the start, with no progress kept: reset and resume.
+    void startOver();
     void configure(ZKFileOperation &operation) const;
 
     void refreshSourceName();

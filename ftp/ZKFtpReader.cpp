@@ -153,21 +153,8 @@ bool ZKFtpReader::open() {
     if (onSharedConnection) {
         return true;
     }
-    ftp()->changePath(parentPathComponents());
-    if (ftp()->error()) {
-        fail(QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
-        return false;
-    }
-    const std::optional<ZKFtpItem> item = ftp()->itemWithName(m_filename);
+    const std::optional<ZKFtpItem> item = findItem(parentPathComponents(), m_filename);
     if (!item) {
-        const ZKOptionalError clientError = ftp()->error();
-        if (clientError && clientError->code() == 550) {
-            fail(QStringLiteral("Unable to open file '%1': No such file or directory")
-                     .arg(m_url.path()));
-        } else {
-            fail(QStringLiteral("Unable to open file '%1': %2")
-                     .arg(m_url.path(), clientDescription()));
-        }
         return false;
     }
     applyItem(*item);
@@ -484,20 +471,13 @@ ZKEnumerationResult ZKFtpReader::enumerateContentsOfDirectoryWithBlock(const Rea
     return result;
 }
 
-std::optional<ZKFileInfo> ZKFtpReader::fileInfoForChild(const QString &name) {
-    QStringList components = ZKFtpUrl::pathComponents(m_url);
-    const QStringList childComponents = name.split(QLatin1Char('/'), Qt::SkipEmptyParts);
-    if (childComponents.isEmpty()) {
-        return std::nullopt;
-    }
-    components.append(childComponents.mid(0, childComponents.size() - 1));
-    ftp()->changePath(components);
+std::optional<ZKFtpItem> ZKFtpReader::findItem(const QStringList &folder, const QString &name) {
+    ftp()->changePath(folder);
     if (ftp()->error()) {
         fail(QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
         return std::nullopt;
     }
-    const QString last = childComponents.last();
-    const std::optional<ZKFtpItem> item = ftp()->itemWithName(last);
+    std::optional<ZKFtpItem> item = ftp()->itemWithName(name);
     if (!item) {
         const ZKOptionalError clientError = ftp()->error();
         if (clientError && clientError->code() == 550) {
@@ -507,6 +487,20 @@ std::optional<ZKFileInfo> ZKFtpReader::fileInfoForChild(const QString &name) {
             fail(QStringLiteral("Unable to open file '%1': %2")
                      .arg(m_url.path(), clientDescription()));
         }
+    }
+    return item;
+}
+
+std::optional<ZKFileInfo> ZKFtpReader::fileInfoForChild(const QString &name) {
+    QStringList components = ZKFtpUrl::pathComponents(m_url);
+    const QStringList childComponents = name.split(QLatin1Char('/'), Qt::SkipEmptyParts);
+    if (childComponents.isEmpty()) {
+        return std::nullopt;
+    }
+    components.append(childComponents.mid(0, childComponents.size() - 1));
+    const QString last = childComponents.last();
+    const std::optional<ZKFtpItem> item = findItem(components, last);
+    if (!item) {
         return std::nullopt;
     }
     ZKFileInfo info;

@@ -122,6 +122,9 @@ private:
     // Compares what open() found with the version seen first.
     void noteVersion();
     void fail(const QString &message);
+    // The entry called name in folder, after failing with the reason the
+    // user sees when the folder or the entry cannot be found.
+    std::optional<ZKFtpItem> findItem(const QStringList &folder, const QString &name);
     QString host() const { return m_url.host(); }
     bool sizeIsKnown() const { return m_exists && !m_isDirectory; }
     std::shared_ptr<ZKFtpReader> makeChild(const QUrl &url, const std::optional<ZKFtpItem> &item);

@@ -212,24 +212,19 @@ std::shared_ptr<ZKFtpWriter> ZKFtpWriter::makeChild(const QString &name, bool is
 }
 
 std::shared_ptr<ZKWriter> ZKFtpWriter::createDirectory(const QString &name) {
-    if (!m_isDirectory) {
-        fail(ZKErrorCode::createFailed,
-             QStringLiteral("Cannot create a directory in '%1'.").arg(m_url.path()));
-        return nullptr;
-    }
-    ftp()->changePath(ZKFtpUrl::pathComponents(m_url));
-    if (ftp()->error()) {
-        fail(ZKErrorCode::createFailed,
-             QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
-        return nullptr;
-    }
-    return makeChild(name, true);
+    return createChild(name, true);
 }
 
 std::shared_ptr<ZKWriter> ZKFtpWriter::createFile(const QString &name) {
+    return createChild(name, false);
+}
+
+std::shared_ptr<ZKWriter> ZKFtpWriter::createChild(const QString &name, bool isDirectory) {
     if (!m_isDirectory) {
         fail(ZKErrorCode::createFailed,
-             QStringLiteral("Cannot create a file in '%1'.").arg(m_url.path()));
+             QStringLiteral("Cannot create a %1 in '%2'.")
+                 .arg(isDirectory ? QStringLiteral("directory") : QStringLiteral("file"),
+                      m_url.path()));
         return nullptr;
     }
     ftp()->changePath(ZKFtpUrl::pathComponents(m_url));
@@ -238,7 +233,7 @@ std::shared_ptr<ZKWriter> ZKFtpWriter::createFile(const QString &name) {
              QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
         return nullptr;
     }
-    return makeChild(name, false);
+    return makeChild(name, isDirectory);
 }
 
 std::shared_ptr<ZKWriter> ZKFtpWriter::createLink(const QString &name, const QString &target) {

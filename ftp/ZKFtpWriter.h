@@ -101,6 +101,7 @@ private:
     void fail(qint64 code, const QString &message);
     QString host() const { return m_url.host(); }
     std::shared_ptr<ZKFtpWriter> makeChild(const QString &name, bool isDirectory);
+    std::shared_ptr<ZKWriter> createChild(const QString &name, bool isDirectory);
     bool removeContents(const std::function<bool()> &isCancelled);
 
     QUrl m_url;

@@ -690,42 +690,42 @@ QVariant variantFromNode(plist_t node, int depth, Problem *problem) {
 
 } // namespace
 
-QByteArray ZKPropertyListSerialization::dataFromPropertyList(const QVariant &plist,
-                                                             ZKError *error) {
+namespace {
+
+// Writes the tree in one of the two forms libplist knows; both hand back a
+// buffer of their own that must be freed by the matching function.
+QByteArray writePropertyList(const QVariant &plist, ZKError *error,
+                             void (*write)(plist_t, char **, uint32_t *), void (*release)(char *),
+                             const QString &failure) {
     const PlistPointer root = rootFromVariant(plist, error);
     if (!root) {
         return {};
     }
-    char *xml = nullptr;
+    char *bytes = nullptr;
     uint32_t length = 0;
-    plist_to_xml(static_cast<plist_t>(root.get()), &xml, &length);
-    if (!xml) {
-        setError(error, unsupportedValueCode,
-                 QStringLiteral("The property list could not be written as XML."));
+    write(static_cast<plist_t>(root.get()), &bytes, &length);
+    if (!bytes) {
+        setError(error, ZKPropertyListSerialization::unsupportedValueCode, failure);
         return {};
     }
-    QByteArray data(xml, qsizetype(length));
-    plist_to_xml_free(xml);
+    QByteArray data(bytes, qsizetype(length));
+    release(bytes);
     return data;
+}
+
+} // namespace
+
+QByteArray ZKPropertyListSerialization::dataFromPropertyList(const QVariant &plist,
+                                                             ZKError *error) {
+    return writePropertyList(plist, error, plist_to_xml, plist_to_xml_free,
+                             QStringLiteral("The property list could not be written as XML."));
 }
 
 QByteArray ZKPropertyListSerialization::binaryDataFromPropertyList(const QVariant &plist,
                                                                    ZKError *error) {
-    const PlistPointer root = rootFromVariant(plist, error);
-    if (!root) {
-        return {};
-    }
-    char *binary = nullptr;
-    uint32_t length = 0;
-    plist_to_bin(static_cast<plist_t>(root.get()), &binary, &length);
-    if (!binary) {
-        setError(error, unsupportedValueCode,
-                 QStringLiteral("The property list could not be written in binary form."));
-        return {};
-    }
-    QByteArray data(binary, qsizetype(length));
-    plist_to_bin_free(binary);
-    return data;
+    return writePropertyList(
+        plist, error, plist_to_bin, plist_to_bin_free,
+        QStringLiteral("The property list could not be written in binary form."));
 }
 
 QVariant ZKPropertyListSerialization::propertyListFromData(const QByteArray &data, ZKError *error) {
