@@ -141,6 +141,8 @@ private:
     void startOver();
     void configure(ZKFileOperation &operation) const;
 
+    // The derived figures at once; main thread.
+    void refreshNow();
     void refreshSourceName();
     void refreshIsIndeterminate();
     void refreshTimeRemaining();

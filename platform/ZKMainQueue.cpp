@@ -10,50 +10,90 @@
 #include <QTimer>
 
 #include <cmath>
+#include <deque>
 #include <future>
 #include <memory>
+#include <mutex>
 
 namespace {
 
 // Marks the hand-over of each call for ThreadSanitizer (see ZKThreadSanitizer.h).
 const char posted = 0;
 
-// A call travels as an event that owns it, so that everything the posting
-// thread built is handed over together with it. The event is a MetaCall: the
-// waits that keep serving the worker's calls to the main thread
+// Calls wait in one queue of their own, served in posting order by an event
+// that is in the application's queue whenever calls wait: a burst of calls
+// costs the main thread one wake-up, not one each. The event is a MetaCall,
+// so the waits that keep serving the workers' calls to the main thread
 // (sendPostedEvents for MetaCall) serve these too.
-class CallEvent : public QEvent {
-public:
-    explicit CallEvent(std::function<void()> fn)
-        : QEvent(QEvent::MetaCall)
-        , m_fn(std::move(fn)) {
-        ZKThreadSanitizer::release(&posted);
-    }
-
-    void run() { std::exchange(m_fn, nullptr)(); }
-
-private:
-    std::function<void()> m_fn;
-};
-
 class CallReceiver : public QObject {
 public:
+    void post(std::function<void()> fn) {
+        bool postEvent = false;
+        {
+            std::lock_guard locker(m_lock);
+            ZKThreadSanitizer::release(&posted);
+            m_calls.push_back(std::move(fn));
+            postEvent = claimEvent();
+        }
+        // Outside the lock: posting takes the application's own lock, and
+        // the main thread must not wait for it to take the next call.
+        if (postEvent) {
+            QCoreApplication::postEvent(this, new QEvent(QEvent::MetaCall));
+        }
+    }
+
     bool event(QEvent *event) override {
-        ZKThreadSanitizer::acquire(&posted);
         if (event->type() != QEvent::MetaCall) {
             return QObject::event(event);
         }
-        static_cast<CallEvent *>(event)->run();
+        std::unique_lock locker(m_lock);
+        m_eventPosted = false;
+        while (!m_calls.empty()) {
+            std::function<void()> fn = std::move(m_calls.front());
+            m_calls.pop_front();
+            // A call that waits and serves posted calls meanwhile must find
+            // the ones after it still in line, ahead of any newer ones.
+            const bool postEvent = !m_calls.empty() && claimEvent();
+            locker.unlock();
+            if (postEvent) {
+                QCoreApplication::postEvent(this, new QEvent(QEvent::MetaCall));
+            }
+            ZKThreadSanitizer::acquire(&posted);
+            fn();
+            locker.lock();
+        }
         return true;
     }
+
+    // The application is ending: its queue of events is let go, and the calls
+    // with it, unrun, so that nobody waits for them.
+    void dropAll() {
+        std::deque<std::function<void()>> dropped;
+        {
+            std::lock_guard locker(m_lock);
+            dropped.swap(m_calls);
+            m_eventPosted = false;
+        }
+    }
+
+private:
+    // Whether the caller is the one to post the event that serves the calls;
+    // with the lock held.
+    bool claimEvent() { return !std::exchange(m_eventPosted, true); }
+
+    std::mutex m_lock;
+    std::deque<std::function<void()>> m_calls;
+    bool m_eventPosted = false;
 };
 
 // Made on first use and moved to the main thread; it lives as long as the
 // process, since a late call may still be on its way when the application ends.
-QObject *receiver(QCoreApplication *app) {
-    static QObject *const object = [app] {
+CallReceiver *receiver(QCoreApplication *app) {
+    static CallReceiver *const object = [app] {
         auto *made = new CallReceiver;
         made->moveToThread(app->thread());
+        QObject::connect(
+            app, &QObject::destroyed, made, [made] { made->dropAll(); }, Qt::DirectConnection);
         return made;
     }();
     return object;
@@ -71,7 +111,7 @@ void ZKMainQueue::async(std::function<void()> fn) {
     if (!app) {
         return;
     }
-    QCoreApplication::postEvent(receiver(app), new CallEvent(std::move(fn)));
+    receiver(app)->post(std::move(fn));
 }
 
 void ZKMainQueue::asyncAfter(double seconds, std::function<void()> fn) {
@@ -88,7 +128,7 @@ void ZKMainQueue::sync(const std::function<void()> &fn) {
         return;
     }
     // The promise is let go with the call: after it ran, or unrun when the
-    // application drops the event. Either way the future becomes ready.
+    // application ends. Either way the future becomes ready.
     auto done = std::make_shared<std::promise<void>>();
     std::future<void> finished = done->get_future();
     async([&fn, done] {

@@ -194,7 +194,7 @@ void TestZKTaskStress::closingAtRandomMomentsLosesNothing() {
             queue.dir = std::make_unique<QTemporaryDir>();
             QDir(queue.dir->path()).mkdir(QStringLiteral("out"));
             queue.document = std::make_unique<ZKFerrowickDocument>();
-            queue.document->speedLimit().setMaximumTransferRate(4000000);
+            queue.document->speedLimit().setMaximumTransferRate(1500000);
             queue.document->speedLimit().setEnabled(true);
             queue.document->setIsVerifyEnabled(random.bounded(2) == 0);
             const auto out = ZKFileSystemWriter::writerWithDirectory(
