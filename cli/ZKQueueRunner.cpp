@@ -5,9 +5,12 @@
 #include "ZKFerrowickDocument.h"
 #include "ZKTaskState.h"
 
+#include <QElapsedTimer>
+
 #include <QCoreApplication>
 #include <QSocketNotifier>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <sys/socket.h>
@@ -44,7 +47,13 @@ ZKQueueRunner::ZKQueueRunner(ZKFerrowickDocument &document, QString queueFile)
     }
     m_timer.setInterval(1000);
     connect(&m_timer, &QTimer::timeout, this, [this] {
+        QElapsedTimer clock;
+        clock.start();
         save();
+        // A long queue takes a while to write, and the main thread does
+        // nothing else meanwhile: saving may take a tenth of the time at
+        // most. What is copied after a save is found whole by the next run.
+        m_timer.setInterval(int(std::max<qint64>(1000, 10 * clock.elapsed())));
         check();
     });
 }

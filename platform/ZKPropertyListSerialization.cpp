@@ -627,17 +627,20 @@ QVariant mapFromDictionary(plist_t node, int depth, Problem *problem) {
     return result;
 }
 
+// Each item leaves the parsed tree once read, last first (the cheap end to
+// take from): a long queue is never held twice over, as parsed nodes and
+// as values.
 QVariant listFromArray(plist_t node, int depth, Problem *problem) {
-    QVariantList list;
     const uint32_t count = plist_array_get_size(node);
-    list.reserve(count);
-    for (uint32_t index = 0; index < count; ++index) {
-        const QVariant value = variantFromNode(plist_array_get_item(node, index), depth, problem);
+    QVariantList list(count);
+    for (uint32_t index = count; index-- > 0;) {
+        QVariant value = variantFromNode(plist_array_get_item(node, index), depth, problem);
         if (!value.isValid()) {
             problem->path.prepend(QString::number(index));
             return {};
         }
-        list.append(value);
+        list[index] = std::move(value);
+        plist_array_remove_item(node, index);
     }
     return list;
 }
@@ -697,13 +700,15 @@ namespace {
 QByteArray writePropertyList(const QVariant &plist, ZKError *error,
                              void (*write)(plist_t, char **, uint32_t *), void (*release)(char *),
                              const QString &failure) {
-    const PlistPointer root = rootFromVariant(plist, error);
+    PlistPointer root = rootFromVariant(plist, error);
     if (!root) {
         return {};
     }
     char *bytes = nullptr;
     uint32_t length = 0;
     write(static_cast<plist_t>(root.get()), &bytes, &length);
+    // A long queue's tree is as large as its text: let it go before the copy.
+    root.reset();
     if (!bytes) {
         setError(error, ZKPropertyListSerialization::unsupportedValueCode, failure);
         return {};
