@@ -627,20 +627,17 @@ QVariant mapFromDictionary(plist_t node, int depth, Problem *problem) {
     return result;
 }
 
-// Each item leaves the parsed tree once read, last first (the cheap end to
-// take from): a long queue is never held twice over, as parsed nodes and
-// as values.
 QVariant listFromArray(plist_t node, int depth, Problem *problem) {
+    QVariantList list;
     const uint32_t count = plist_array_get_size(node);
-    QVariantList list(count);
-    for (uint32_t index = count; index-- > 0;) {
-        QVariant value = variantFromNode(plist_array_get_item(node, index), depth, problem);
+    list.reserve(count);
+    for (uint32_t index = 0; index < count; ++index) {
+        const QVariant value = variantFromNode(plist_array_get_item(node, index), depth, problem);
         if (!value.isValid()) {
             problem->path.prepend(QString::number(index));
             return {};
         }
-        list[index] = std::move(value);
-        plist_array_remove_item(node, index);
+        list.append(value);
     }
     return list;
 }
