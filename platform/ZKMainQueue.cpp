@@ -31,18 +31,18 @@ public:
         bool postEvent = false;
         {
             std::lock_guard locker(m_lock);
-            ZKThreadSanitizer::release(&posted);
             m_calls.push_back(std::move(fn));
             postEvent = claimEvent();
         }
         // Outside the lock: posting takes the application's own lock, and
         // the main thread must not wait for it to take the next call.
         if (postEvent) {
-            QCoreApplication::postEvent(this, new QEvent(QEvent::MetaCall));
+            postServingEvent();
         }
     }
 
     bool event(QEvent *event) override {
+        ZKThreadSanitizer::acquire(&posted);
         if (event->type() != QEvent::MetaCall) {
             return QObject::event(event);
         }
@@ -56,9 +56,8 @@ public:
             const bool postEvent = !m_calls.empty() && claimEvent();
             locker.unlock();
             if (postEvent) {
-                QCoreApplication::postEvent(this, new QEvent(QEvent::MetaCall));
+                postServingEvent();
             }
-            ZKThreadSanitizer::acquire(&posted);
             fn();
             locker.lock();
         }
@@ -77,6 +76,14 @@ public:
     }
 
 private:
+    // Qt hands the event over with locks of its own, which ThreadSanitizer
+    // does not see; the event is made and handed over as one.
+    void postServingEvent() {
+        auto *event = new QEvent(QEvent::MetaCall);
+        ZKThreadSanitizer::release(&posted);
+        QCoreApplication::postEvent(this, event);
+    }
+
     // Whether the caller is the one to post the event that serves the calls;
     // with the lock held.
     bool claimEvent() { return !std::exchange(m_eventPosted, true); }
