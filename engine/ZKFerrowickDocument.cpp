@@ -884,6 +884,64 @@ void ZKFerrowickDocument::removeTasksAtIndexes(const ZKIndexList &indexes) {
 
 // ---- commands
 
+void ZKFerrowickDocument::moveTaskFromIndex(qsizetype from, qsizetype to) {
+    const qsizetype count = m_taskQueue.count();
+    if (from < 0 || from >= count || to < 0) {
+        return;
+    }
+    const ZKTaskPtr task = m_taskQueue.taskAtIndex(from);
+    m_taskQueue.moveTask(from, std::min(to, count));
+    if (m_taskQueue.indexOfTask(task) == from) {
+        return; // dropped where it was
+    }
+    Q_EMIT tasksChanged();
+    updateChangeCount();
+    startNextTask();
+}
+
+void ZKFerrowickDocument::performTaskAction(const ZKTaskPtr &task) {
+    if (!task || indexOfTask(task) < 0) {
+        return;
+    }
+    if (task->state() == S::Completed) {
+        task->revealDestination();
+        return;
+    }
+    // In the background, as for the whole queue: suspending waits for the
+    // task's step to end. None of these changes starts the next task by
+    // itself, so the decision is made here.
+    runInBackground([this, task] {
+        switch (task->state()) {
+        case S::Suspended:
+            task->resume();
+            break;
+        case S::Failed:
+            task->reset();
+            break;
+        case S::Completed:
+            break;
+        default:
+            task->suspend();
+            break;
+        }
+        startNextTaskNow();
+    });
+    updateChangeCount();
+}
+
+void ZKFerrowickDocument::cancelTask(const ZKTaskPtr &task) {
+    const qsizetype index = task ? indexOfTask(task) : -1;
+    if (index < 0) {
+        return;
+    }
+    if (task->state() == S::Completed) {
+        clearItems({index});
+        return;
+    }
+    runInBackground([task] { task->cancel(); });
+    updateChangeCount();
+}
+
 void ZKFerrowickDocument::clearItems(const ZKIndexList &indexes) {
     if (!indexes.isEmpty()) {
         removeTasksAtIndexes(indexes);

@@ -136,6 +136,18 @@ public:
     qsizetype indexOfTask(const ZKTaskPtr &task) const { return m_taskQueue.indexOfTask(task); }
     qsizetype failedTaskCount() const { return m_taskQueue.failedCount(); }
 
+    // ---- a row's commands
+    // The target is an insertion index counted before the task is taken out
+    // (one place down is from + 2); past the end means the end. A waiting
+    // task moved above the running one takes over, as one added there does.
+    void moveTaskFromIndex(qsizetype from, qsizetype to);
+    // The row's action button: a suspended task resumes, a failed one is
+    // tried again, a completed one shows its copy, any other is suspended.
+    void performTaskAction(const ZKTaskPtr &task);
+    // The row's stop button: a completed task's row is closed, any other task
+    // is cancelled.
+    void cancelTask(const ZKTaskPtr &task);
+
     // ---- commands
     void clearItems(const ZKIndexList &indexes);
     void clearAllItems();

@@ -42,6 +42,9 @@ private Q_SLOTS:
     void malformedFilesAreRefused_data();
     void malformedFilesAreRefused();
     void unreadableTaskEntriesAreKeptInPlace();
+    void movesCountTheTargetBeforeRemoval_data();
+    void movesCountTheTargetBeforeRemoval();
+    void rowCommandsFollowTheTaskState();
 
 private:
     QString path(const QString &name) const { return QDir(m_dir->path()).filePath(name); }
@@ -303,6 +306,83 @@ void TestZKFerrowickDocument::unreadableTaskEntriesAreKeptInPlace() {
     QCOMPARE(saved[1].toMap().value(QStringLiteral("Type")), QVariant(QStringLiteral("CopyTask")));
     QCOMPARE(saved[2], tasks[2]);
     QCOMPARE(saved[3], tasks[3]);
+}
+
+void TestZKFerrowickDocument::movesCountTheTargetBeforeRemoval_data() {
+    QTest::addColumn<int>("from");
+    QTest::addColumn<int>("to");
+    QTest::addColumn<QString>("order");
+
+    QTest::newRow("up one") << 1 << 0 << "bacd";
+    QTest::newRow("down one") << 1 << 3 << "acbd";
+    QTest::newRow("to the top") << 2 << 0 << "cabd";
+    QTest::newRow("to the bottom") << 1 << 4 << "acdb";
+    QTest::newRow("past the end") << 1 << 99 << "acdb";
+    QTest::newRow("onto itself") << 1 << 1 << "abcd";
+    QTest::newRow("just below itself") << 1 << 2 << "abcd";
+    QTest::newRow("from nowhere") << 7 << 0 << "abcd";
+}
+
+void TestZKFerrowickDocument::movesCountTheTargetBeforeRemoval() {
+    QFETCH(int, from);
+    QFETCH(int, to);
+    QFETCH(QString, order);
+
+    ZKFerrowickDocument document;
+    document.setState(ZKQueueState::Paused);
+    QList<ZKReaderPtr> readers;
+    for (const QString name : {"a", "b", "c", "d"}) {
+        QVERIFY(writeFile(path(name), name.toUtf8()));
+        readers << reader(name);
+    }
+    document.addTasks(readers, outFolder(), 0);
+    document.waitForBackgroundWork();
+    int changes = 0;
+    connect(&document, &ZKFerrowickDocument::tasksChanged, this, [&] { ++changes; });
+
+    document.moveTaskFromIndex(from, to);
+    QString seen;
+    for (qsizetype i = 0; i < document.countOfTasks(); ++i) {
+        seen += document.objectInTasksAtIndex(i)->filename();
+    }
+    QCOMPARE(seen, order);
+    QCOMPARE(changes, order == QStringLiteral("abcd") ? 0 : 1);
+}
+
+void TestZKFerrowickDocument::rowCommandsFollowTheTaskState() {
+    QVERIFY(writeFile(path("a"), randomBytes(3000, 7)));
+    ZKFerrowickDocument document;
+    document.setState(ZKQueueState::Paused);
+    const auto tasks = document.addTasks({reader("a"), reader("missing")}, outFolder(), 0);
+    const auto &task = tasks.first();
+    const auto &failing = tasks.last();
+    QTRY_COMPARE(task->state(), S::PendingProcessing);
+
+    // A waiting task is suspended and then resumed from the start.
+    document.performTaskAction(task);
+    QTRY_COMPARE(task->state(), S::Suspended);
+    document.setState(ZKQueueState::Running);
+    QTest::qWait(200);
+    QCOMPARE(task->state(), S::Suspended);
+    document.performTaskAction(task);
+    QTRY_COMPARE(task->state(), S::Completed);
+    QCOMPARE(readFile(path("out/a")), readFile(path("a")));
+
+    // A failed task is tried again: it fails anew until its source is there.
+    QTRY_COMPARE(failing->state(), S::Failed);
+    QVERIFY(writeFile(path("missing"), "now here"));
+    document.performTaskAction(failing);
+    QTRY_COMPARE(failing->state(), S::Completed);
+
+    // Stop on a completed row closes it; on any other task it cancels.
+    document.cancelTask(task);
+    QCOMPARE(document.indexOfTask(task), -1);
+    QCOMPARE(document.countOfTasks(), 1);
+    const auto waiting = document.addTasks({reader("a")}, outFolder(), 1).first();
+    document.setState(ZKQueueState::Paused);
+    document.cancelTask(waiting);
+    QTRY_COMPARE(waiting->state(), S::Cancelled);
+    QCOMPARE(document.indexOfTask(waiting), 1);
 }
 
 int main(int argc, char **argv) {
