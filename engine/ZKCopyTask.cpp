@@ -327,8 +327,13 @@ void ZKCopyTask::runOperation(const std::shared_ptr<ZKFileOperation> &operation,
         // running until its end handler has run there, which is what those
         // who wait for it wait for. The figures are brought up to date in the
         // same visit, since each visit costs the main thread a wake-up and
-        // the worker two switches, most of a small file's time.
-        auto end = [this, operation = weak.lock(), endHandler] {
+        // the worker two switches, most of a small file's time. A task let
+        // go meanwhile (one whose state no longer said it was running waits
+        // only for its operation queue, done by now) is left alone.
+        auto end = [this, guard = QPointer<ZKCopyTask>(this), operation = weak.lock(), endHandler] {
+            if (!guard) {
+                return;
+            }
             refreshSourceName();
             endHandler(*operation);
             refreshNow();
