@@ -1,0 +1,13 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "ZKValueTransformer.h"
+
+// Whether a typed text is an FTP address, which makes a panel's account
+// fields matter.
+class ZKIsFtpPathTransformer : public ZKValueTransformer {
+public:
+    QMetaType transformedValueClass() const override { return QMetaType::fromType<bool>(); }
+    QVariant transformedValue(const QVariant &value) const override;
+};
