@@ -546,6 +546,32 @@ void ZKCopyTask::resume() {
     startOver();
 }
 
+void ZKCopyTask::forgetAnalysis() {
+    // The old source's partial copy may stand where the new one goes, with
+    // the same name and size: taken for this task's own work, it would be
+    // kept as a finished copy of something else. Forgotten, it is asked about.
+    cancelAndWait();
+    {
+        std::lock_guard locker(m_lock);
+        m_preExistingUrls.reset();
+    }
+    setSkippedUrls({});
+    setReplacedUrls({});
+    setUnreadableFileResponse(ZKFileResponseCancel);
+    setUnwritableFileResponse(ZKFileResponseCancel);
+    setPreExistingFileResponse(ZKFileResponseCancel);
+    if (state() == S::Suspended) {
+        m_bytesCopied = 0;
+        m_bytesVerified = 0;
+        onMain([this] {
+            setProgressBytes(0);
+            setTotalBytes(0);
+        });
+    } else {
+        startOver();
+    }
+}
+
 void ZKCopyTask::startOver() {
     cancelAndWait();
     m_bytesCopied = 0;

@@ -39,6 +39,7 @@ public:
     void pause() override;
     void cancel() override;
     void reset() override;
+    void forgetAnalysis() override;
     void suspend() override;
     void resume() override;
     void revealSource() override;

@@ -942,6 +942,46 @@ void ZKFerrowickDocument::cancelTask(const ZKTaskPtr &task) {
     updateChangeCount();
 }
 
+namespace {
+
+// Whether a row may still change where its task copies from or to.
+bool mayChangeEndpoints(const ZKTaskPtr &task) {
+    const qint32 s = task->state();
+    return s != S::Completed && s != S::Cancelling && s != S::Cancelled;
+}
+
+} // namespace
+
+void ZKFerrowickDocument::changeSourceForTask(const ZKTaskPtr &task, const ZKReaderPtr &source) {
+    if (!task || !source || indexOfTask(task) < 0 || !mayChangeEndpoints(task)) {
+        return;
+    }
+    runInBackground([this, task, source] {
+        task->pause();
+        task->setSource(source);
+        if (!source->isLocal()) {
+            task->setTransferMode(ZKTransferMode::Copy);
+        }
+        task->forgetAnalysis();
+        startNextTaskNow();
+    });
+    updateChangeCount();
+}
+
+void ZKFerrowickDocument::changeDestinationForTask(const ZKTaskPtr &task,
+                                                   const ZKWriterPtr &destination) {
+    if (!task || !destination || indexOfTask(task) < 0 || !mayChangeEndpoints(task)) {
+        return;
+    }
+    runInBackground([this, task, destination] {
+        task->pause();
+        task->setDestination(destination);
+        task->forgetAnalysis();
+        startNextTaskNow();
+    });
+    updateChangeCount();
+}
+
 void ZKFerrowickDocument::clearItems(const ZKIndexList &indexes) {
     if (!indexes.isEmpty()) {
         removeTasksAtIndexes(indexes);

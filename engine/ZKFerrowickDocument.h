@@ -147,6 +147,10 @@ public:
     // The row's stop button: a completed task's row is closed, any other task
     // is cancelled.
     void cancelTask(const ZKTaskPtr &task);
+    // A task that has not ended takes a new source or destination and starts
+    // over; a download is always a copy.
+    void changeSourceForTask(const ZKTaskPtr &task, const ZKReaderPtr &source);
+    void changeDestinationForTask(const ZKTaskPtr &task, const ZKWriterPtr &destination);
 
     // ---- commands
     void clearItems(const ZKIndexList &indexes);

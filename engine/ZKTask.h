@@ -67,6 +67,11 @@ public:
     virtual void resume() = 0;
     virtual void revealSource() = 0;
     virtual void revealDestination() = 0;
+    // After its source or destination changed: what the task learned of them
+    // (what stood at the destination before it ran, what it skips and
+    // replaces, the answers given for all its items) is forgotten and it
+    // starts over. A suspended task stays suspended.
+    virtual void forgetAnalysis() = 0;
 
     virtual qint32 state() const = 0;
     virtual void setState(qint32 state) = 0;

@@ -17,6 +17,7 @@
 
 #include <QCoreApplication>
 #include <QCryptographicHash>
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -45,6 +46,8 @@ private Q_SLOTS:
     void movesCountTheTargetBeforeRemoval_data();
     void movesCountTheTargetBeforeRemoval();
     void rowCommandsFollowTheTaskState();
+    void newSourceIsCopiedWhole();
+    void newDestinationStartsOver();
 
 private:
     QString path(const QString &name) const { return QDir(m_dir->path()).filePath(name); }
@@ -383,6 +386,65 @@ void TestZKFerrowickDocument::rowCommandsFollowTheTaskState() {
     document.cancelTask(waiting);
     QTRY_COMPARE(waiting->state(), S::Cancelled);
     QCOMPARE(document.indexOfTask(waiting), 1);
+}
+
+void TestZKFerrowickDocument::newSourceIsCopiedWhole() {
+    // The old source's copy is done and being verified when another file of
+    // the same name and size takes its place: that copy is not the new
+    // one's, however alike it looks.
+    QVERIFY(QDir(m_dir->path()).mkpath(QStringLiteral("a")));
+    QVERIFY(QDir(m_dir->path()).mkpath(QStringLiteral("b")));
+    const QByteArray a = randomBytes(600000, 11);
+    const QByteArray b = randomBytes(600000, 12);
+    QVERIFY(writeFile(path("a/name"), a));
+    QVERIFY(writeFile(path("b/name"), b));
+    // Another file: same size, but not the same age (a copy whose size and
+    // date match its source is taken as finished).
+    QFile older(path("b/name"));
+    QVERIFY(older.open(QIODevice::ReadWrite));
+    QVERIFY(older.setFileTime(QDateTime::currentDateTime().addSecs(-3600),
+                              QFileDevice::FileModificationTime));
+    older.close();
+    ZKFerrowickDocument document;
+    document.setIsVerifyEnabled(true);
+    document.speedLimit().setMaximumTransferRate(600000);
+    document.speedLimit().setEnabled(true);
+    const auto task = document.addTasks({reader("a/name")}, outFolder(), 0).first();
+    QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Verifying, 20000);
+
+    task->setIsVerifyEnabled(false); // nothing would catch a wrong copy
+    document.changeSourceForTask(task, reader("b/name"));
+    document.speedLimit().setEnabled(false);
+    QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Completed, 20000);
+    QCOMPARE(task->source()->url(), QUrl::fromLocalFile(path("b/name")));
+    QVERIFY2(readFile(path("out/name")) == b, "the old source's copy was kept");
+    QCOMPARE(readFile(path("a/name")), a);
+    QCOMPARE(readFile(path("b/name")), b);
+}
+
+void TestZKFerrowickDocument::newDestinationStartsOver() {
+    const QByteArray content = randomBytes(1500000, 13);
+    QVERIFY(writeFile(path("big"), content));
+    QVERIFY(QDir(m_dir->path()).mkpath(QStringLiteral("elsewhere")));
+    ZKFerrowickDocument document;
+    document.speedLimit().setMaximumTransferRate(500000);
+    document.speedLimit().setEnabled(true);
+    const auto task = document.addTasks({reader("big")}, outFolder(), 0).first();
+    QTRY_VERIFY_WITH_TIMEOUT(task->state() == S::Processing && task->progressBytes() > 0, 10000);
+
+    document.changeDestinationForTask(
+        task, ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(path("elsewhere"))));
+    document.speedLimit().setEnabled(false);
+    QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Completed, 20000);
+    QCOMPARE(readFile(path("elsewhere/big")), content);
+    // What the first destination received is left there, and is a true start.
+    const QByteArray partial = readFile(path("out/big"));
+    QVERIFY(content.startsWith(partial));
+
+    // An ended task keeps its endpoints.
+    document.changeDestinationForTask(task, outFolder());
+    document.waitForBackgroundWork();
+    QCOMPARE(task->destination()->url().toLocalFile(), path("elsewhere"));
 }
 
 int main(int argc, char **argv) {
