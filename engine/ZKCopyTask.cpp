@@ -479,6 +479,7 @@ void ZKCopyTask::cancel() {
         bool deletePartial = false;
         onMain([&] {
             ZKQuestion question;
+            question.asker = this;
             question.message =
                 QStringLiteral("Do you want to delete the partially copied file '%1'?").arg(path);
             question.buttons = {QStringLiteral("Delete"), QStringLiteral("Keep")};

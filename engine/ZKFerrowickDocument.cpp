@@ -1154,7 +1154,7 @@ ZKFileResponse ZKFerrowickDocument::ask(const QString &message, const QString &i
             answer.button = -1;
             return;
         }
-        ZKQuestion question{message, informativeText, buttons, showsApplyToAll};
+        ZKQuestion question{message, informativeText, buttons, showsApplyToAll, this};
         answer = ZKQuestionPresenter::askShared(question);
     });
     if (applyToAll) {

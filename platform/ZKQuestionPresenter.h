@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QPointer>
 #include <QString>
 #include <QStringList>
 
@@ -10,6 +11,9 @@ struct ZKQuestion {
     QString informativeText;
     QStringList buttons; // the first is the default
     bool showsApplyToAll = false;
+    // Who asks: the queue document, or the task for a question of its own, so
+    // that the desktop shows the question over that queue's window only.
+    QPointer<const QObject> asker;
 };
 
 struct ZKAnswer {

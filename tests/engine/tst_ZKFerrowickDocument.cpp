@@ -158,6 +158,7 @@ void TestZKFerrowickDocument::replaceAppliedToAllIsAskedOnce() {
     QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Completed, 10000);
     QCOMPARE(m_presenter.questions().size(), 1);
     QVERIFY(m_presenter.questions()[0].showsApplyToAll);
+    QCOMPARE(m_presenter.questions()[0].asker.data(), &document); // shown over its window
     QCOMPARE(
         m_presenter.questions()[0].buttons,
         (QStringList{QStringLiteral("Skip"), QStringLiteral("Replace"), QStringLiteral("Cancel")}));
