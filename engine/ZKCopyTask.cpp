@@ -561,26 +561,17 @@ void ZKCopyTask::forgetAnalysis() {
     setUnreadableFileResponse(ZKFileResponseCancel);
     setUnwritableFileResponse(ZKFileResponseCancel);
     setPreExistingFileResponse(ZKFileResponseCancel);
-    if (state() == S::Suspended) {
-        m_bytesCopied = 0;
-        m_bytesVerified = 0;
-        onMain([this] {
-            setProgressBytes(0);
-            setTotalBytes(0);
-        });
-    } else {
-        startOver();
-    }
+    startOver(state() == S::Suspended ? S::Suspended : S::PendingPreparation);
 }
 
-void ZKCopyTask::startOver() {
+void ZKCopyTask::startOver(qint32 restingState) {
     cancelAndWait();
     m_bytesCopied = 0;
     m_bytesVerified = 0;
-    onMain([this] {
+    onMain([this, restingState] {
         setProgressBytes(0);
         setTotalBytes(0);
-        setState(S::PendingPreparation);
+        setState(restingState);
     });
 }
 

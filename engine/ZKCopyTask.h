@@ -5,6 +5,7 @@
 #include "ZKError.h"
 #include "ZKOperationQueue.h"
 #include "ZKTask.h"
+#include "ZKTaskState.h"
 
 #include <QVariantMap>
 
@@ -138,8 +139,8 @@ private:
     void signalOperationFinished();
     bool isPartialCopy(qint32 previousState);
     void cancelAndWait();
-    // Back to the start, with no progress kept: reset and resume.
-    void startOver();
+    // Back to the start, with no progress kept, resting in the given state.
+    void startOver(qint32 restingState = ZKTaskState::PendingPreparation);
     void configure(ZKFileOperation &operation) const;
 
     // The derived figures at once; main thread.

@@ -885,12 +885,11 @@ void ZKFerrowickDocument::removeTasksAtIndexes(const ZKIndexList &indexes) {
 // ---- commands
 
 void ZKFerrowickDocument::moveTaskFromIndex(qsizetype from, qsizetype to) {
-    const qsizetype count = m_taskQueue.count();
-    if (from < 0 || from >= count || to < 0) {
+    if (from < 0 || from >= m_taskQueue.count() || to < 0) {
         return;
     }
     const ZKTaskPtr task = m_taskQueue.taskAtIndex(from);
-    m_taskQueue.moveTask(from, std::min(to, count));
+    m_taskQueue.moveTask(from, to);
     if (m_taskQueue.indexOfTask(task) == from) {
         return; // dropped where it was
     }
@@ -942,40 +941,33 @@ void ZKFerrowickDocument::cancelTask(const ZKTaskPtr &task) {
     updateChangeCount();
 }
 
-namespace {
-
-// Whether a row may still change where its task copies from or to.
-bool mayChangeEndpoints(const ZKTaskPtr &task) {
-    const qint32 s = task->state();
-    return s != S::Completed && s != S::Cancelling && s != S::Cancelled;
-}
-
-} // namespace
-
 void ZKFerrowickDocument::changeSourceForTask(const ZKTaskPtr &task, const ZKReaderPtr &source) {
-    if (!task || !source || indexOfTask(task) < 0 || !mayChangeEndpoints(task)) {
-        return;
+    if (source) {
+        changeEndpointOfTask(task, [task, source] {
+            task->setSource(source);
+            if (!source->isLocal()) {
+                task->setTransferMode(ZKTransferMode::Copy);
+            }
+        });
     }
-    runInBackground([this, task, source] {
-        task->pause();
-        task->setSource(source);
-        if (!source->isLocal()) {
-            task->setTransferMode(ZKTransferMode::Copy);
-        }
-        task->forgetAnalysis();
-        startNextTaskNow();
-    });
-    updateChangeCount();
 }
 
 void ZKFerrowickDocument::changeDestinationForTask(const ZKTaskPtr &task,
                                                    const ZKWriterPtr &destination) {
-    if (!task || !destination || indexOfTask(task) < 0 || !mayChangeEndpoints(task)) {
-        return;
+    if (destination) {
+        changeEndpointOfTask(task, [task, destination] { task->setDestination(destination); });
     }
-    runInBackground([this, task, destination] {
+}
+
+void ZKFerrowickDocument::changeEndpointOfTask(const ZKTaskPtr &task,
+                                               std::function<void()> change) {
+    const qint32 s = task && indexOfTask(task) >= 0 ? task->state() : S::Completed;
+    if (s == S::Completed || s == S::Cancelling || s == S::Cancelled) {
+        return; // ended, or no task of this queue
+    }
+    runInBackground([this, task, change = std::move(change)] {
         task->pause();
-        task->setDestination(destination);
+        change();
         task->forgetAnalysis();
         startNextTaskNow();
     });

@@ -221,6 +221,9 @@ private:
     void runInBackground(std::function<void()> work);
     void startNextTaskNow();
     void startTask(const ZKTaskPtr &task);
+    // Pauses a task that has not ended, applies the change of source or
+    // destination, and starts it over.
+    void changeEndpointOfTask(const ZKTaskPtr &task, std::function<void()> change);
     void connectTask(const ZKTaskPtr &task);
     void onTaskStateChanged(ZKTask *task, const std::weak_ptr<ZKTask> &weak);
     void followUp(const std::weak_ptr<ZKTask> &task, qint32 newState);
