@@ -12,6 +12,8 @@ packages=(
   qt6-base-dev qt6-base-dev-tools libqt6dbus6 libqt6network6
   libplist-dev libicu-dev libsecret-1-dev libcanberra-dev libasound2-dev
   clang-format
+  # the desktop window: its drawings, and real windows for the screenshots
+  qt6-svg-dev libqt6svg6 xvfb xauth desktop-file-utils appstream shared-mime-info
   # servers and peers the tests start on 127.0.0.1 or a private bus
   dbus dbus-daemon util-linux vsftpd nginx-light python3 openssl
   gnome-keyring libsecret-tools
