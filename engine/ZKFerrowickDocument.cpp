@@ -7,6 +7,7 @@
 #include "ZKCopyTask.h"
 #include "ZKLogging.h"
 #include "ZKMainQueue.h"
+#include "ZKMimeDataPasteboard.h"
 #include "ZKNotificationCenter.h"
 #include "ZKNotificationManager.h"
 #include "ZKNotificationNames.h"
@@ -25,6 +26,7 @@
 #include "ZKTransferThrottle.h"
 #include "ZKUserDefaults.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 #include <QPointer>
@@ -36,6 +38,8 @@
 using S = ZKTaskState;
 
 const QString ZKFerrowickDocument::fileExtension = QStringLiteral("queue");
+const QString ZKFerrowickDocument::taskOriginType =
+    QStringLiteral("application/x-ferrowick-task-origin");
 
 namespace {
 const QString kType = QStringLiteral("Type");
@@ -129,10 +133,24 @@ const QString kTaskSource = QStringLiteral("Source");
 const QString kTaskDestination = QStringLiteral("Destination");
 const QString kCopyTaskType = QStringLiteral("CopyTask");
 const QString kSpeedLimitRate = QStringLiteral("MaximumTransferRate");
+
+// The open queues of this process, so that a task dragged between two of
+// them can be found in the one it comes from. Main thread only.
+QSet<ZKFerrowickDocument *> &liveDocuments() {
+    static QSet<ZKFerrowickDocument *> documents;
+    return documents;
+}
+
+// "process document task", each a number.
+QByteArray taskOrigin(const ZKFerrowickDocument *document, const ZKTask *task) {
+    return QByteArray::number(QCoreApplication::applicationPid()) + ' ' +
+           QByteArray::number(quintptr(document)) + ' ' + QByteArray::number(quintptr(task));
+}
 } // namespace
 
 ZKFerrowickDocument::ZKFerrowickDocument(QObject *parent)
     : QObject(parent) {
+    liveDocuments().insert(this);
     auto &defaults = ZKUserDefaults::standard();
     m_state = defaults.integerForKey(ZKPreferences::queueState) == ZKQueueState::Paused
                   ? ZKQueueState::Paused
@@ -194,6 +212,7 @@ ZKFerrowickDocument::ZKFerrowickDocument(QObject *parent)
 }
 
 ZKFerrowickDocument::~ZKFerrowickDocument() {
+    liveDocuments().remove(this);
     m_closing = true;
     m_retryTimer.cancel();
     // Before any wait: waiting serves the workers' calls into the main
@@ -1096,10 +1115,134 @@ void ZKFerrowickDocument::paste(const QList<QByteArray> &taskItems, const QList<
         insertTasks(tasks, indexes);
         index += tasks.size();
     }
-    if (!urls.isEmpty() && m_defaultDestination) {
-        addTasks(ZKReaderFactory::readersWithUrls(urls), m_defaultDestination, index);
+    if (!urls.isEmpty()) {
+        createTasksWithReaders(ZKReaderFactory::readersWithUrls(urls), index);
     } else {
         startNextTask();
+    }
+}
+
+// ---- sources arriving
+
+void ZKFerrowickDocument::createTasksWithReaders(
+    const QList<ZKReaderPtr> &readers, qsizetype index,
+    std::function<void(const QList<ZKTaskPtr> &)> completionHandler) {
+    auto done = [completionHandler](const QList<ZKTaskPtr> &tasks) {
+        if (completionHandler) {
+            completionHandler(tasks);
+        }
+    };
+    if (readers.isEmpty()) {
+        done({});
+        return;
+    }
+    if (m_defaultDestination) {
+        done(addTasks(readers, m_defaultDestination,
+                      std::clamp<qsizetype>(index, 0, countOfTasks())));
+        return;
+    }
+    if (!m_destinationChooser) {
+        qCWarning(lcEngine) << "No destination for" << readers.size()
+                            << "sources: none is set and there is nobody to ask";
+        done({});
+        return;
+    }
+    m_destinationChooser([guard = Guard(this), readers, index, done](const ZKWriterPtr &chosen) {
+        if (!guard || !chosen) {
+            done({});
+            return;
+        }
+        // The queue may have changed while the user chose.
+        done(guard->addTasks(readers, chosen,
+                             std::clamp<qsizetype>(index, 0, guard->countOfTasks())));
+    });
+}
+
+void ZKFerrowickDocument::createTaskWithReader(
+    const ZKReaderPtr &reader, std::function<void(const ZKTaskPtr &)> completionHandler) {
+    createTasksWithReaders({reader}, countOfTasks(),
+                           [completionHandler](const QList<ZKTaskPtr> &tasks) {
+                               if (completionHandler) {
+                                   completionHandler(tasks.value(0));
+                               }
+                           });
+}
+
+// ---- rows dragged and dropped
+
+bool ZKFerrowickDocument::canDragItemFromIndex(qsizetype index) {
+    return index >= 0 && index < countOfTasks();
+}
+
+void ZKFerrowickDocument::dragItemFromIndex(qsizetype index, ZKPasteboard &pasteboard) {
+    const ZKTaskPtr task = objectInTasksAtIndex(index);
+    if (!task) {
+        return;
+    }
+    m_draggedTask = task;
+    // The saved form lets another instance of the program take the task; the
+    // origin lets a queue of this one move the task itself.
+    copyItems({index}, pasteboard);
+    pasteboard.addItems({{taskOriginType, taskOrigin(this, task.get())}});
+}
+
+Qt::DropActions ZKFerrowickDocument::dropOperation() const {
+    // Never a move: a file manager that gave us its files must not delete
+    // them once we took them.
+    return Qt::CopyAction;
+}
+
+bool ZKFerrowickDocument::dropItemsAtIndex(qsizetype index, const QMimeData &pasteboard) {
+    index = std::clamp<qsizetype>(index, 0, countOfTasks());
+    const QList<QByteArray> origin = pasteboard.data(taskOriginType).split(' ');
+    if (origin.size() == 3 && origin[0].toLongLong() == QCoreApplication::applicationPid()) {
+        auto *from = reinterpret_cast<ZKFerrowickDocument *>(origin[1].toULongLong());
+        const auto *address = reinterpret_cast<const void *>(origin[2].toULongLong());
+        if (!liveDocuments().contains(from)) {
+            return false; // its queue closed while it was dragged
+        }
+        const ZKTaskPtr task = from->m_taskQueue.taskWithAddress(address);
+        if (!task) {
+            return false; // it left its queue while it was dragged
+        }
+        if (from == this) {
+            moveTaskFromIndex(indexOfTask(task), index);
+            return true;
+        }
+        // The same task changes queues and goes on where it was: a copy made
+        // from its saved form could run beside it.
+        from->removeTasksAtIndexes({from->indexOfTask(task)});
+        if (!from->m_taskQueue.currentTask()) {
+            from->m_sleepManager.permitIdleSleep();
+        }
+        insertTasks({task}, {index});
+        if (m_taskQueue.currentTask()) {
+            m_sleepManager.preventIdleSleep();
+        }
+        updateChangeCount();
+        startNextTask();
+        return true;
+    }
+    const QList<QByteArray> taskItems =
+        ZKMimeDataPasteboard::itemsOfType(pasteboard, ZKTaskQueue::pasteboardType);
+    const QList<QUrl> urls = pasteboard.hasUrls() ? pasteboard.urls() : QList<QUrl>{};
+    if (taskItems.isEmpty() && urls.isEmpty()) {
+        return false;
+    }
+    paste(taskItems, urls, index);
+    return true;
+}
+
+void ZKFerrowickDocument::draggedItemWasTaken(qsizetype originalIndex, Qt::DropAction action) {
+    Q_UNUSED(originalIndex);
+    Q_UNUSED(action);
+    // Another instance made its own task from the saved form: this one goes,
+    // or both would copy the same item. A queue of this process took the
+    // task itself and it is no longer here.
+    const ZKTaskPtr task = m_draggedTask.lock();
+    m_draggedTask.reset();
+    if (const qsizetype index = task ? indexOfTask(task) : -1; index >= 0) {
+        removeTasksAtIndexes({index});
     }
 }
 

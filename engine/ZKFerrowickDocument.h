@@ -5,6 +5,7 @@
 #include "ZKCountdownTimer.h"
 #include "ZKDataRateCalculator.h"
 #include "ZKError.h"
+#include "ZKListViewDelegate.h"
 #include "ZKOperationQueue.h"
 #include "ZKProgressTracker.h"
 #include "ZKSleepManager.h"
@@ -28,7 +29,7 @@ class ZKSpeedLimitPanel;
 // saved to and loaded from a ".queue" file. It lives on the main thread;
 // starting and pausing work runs on a serial background queue so that the
 // main thread never waits for a task's step to end.
-class ZKFerrowickDocument : public QObject {
+class ZKFerrowickDocument : public QObject, public ZKListViewDelegate {
     Q_OBJECT
     Q_PROPERTY(qint32 state READ state WRITE setState NOTIFY stateChanged)
     Q_PROPERTY(QString description READ description NOTIFY descriptionChanged)
@@ -135,6 +136,37 @@ public:
     ZKTaskPtr objectInTasksAtIndex(qsizetype index) const { return m_taskQueue.taskAtIndex(index); }
     qsizetype indexOfTask(const ZKTaskPtr &task) const { return m_taskQueue.indexOfTask(task); }
     qsizetype failedTaskCount() const { return m_taskQueue.failedCount(); }
+
+    // ---- sources arriving (added, pasted, dropped, handed to the program)
+    // Asks the user for a folder for sources that arrive while the queue has
+    // no default destination, and calls back with it, or with nullptr when
+    // the user declines.
+    using DestinationChooser =
+        std::function<void(const std::function<void(const ZKWriterPtr &)> &answer)>;
+    void setDestinationChooser(DestinationChooser chooser) {
+        m_destinationChooser = std::move(chooser);
+    }
+    // Tasks for the sources, to the default destination, from index on (past
+    // the end means the end). Without a default destination the chooser is
+    // asked first; with none, or when the user declines, no task is made and
+    // the handler gets an empty list.
+    void
+    createTasksWithReaders(const QList<ZKReaderPtr> &readers, qsizetype index,
+                           std::function<void(const QList<ZKTaskPtr> &)> completionHandler = {});
+    // One task at the end.
+    void createTaskWithReader(const ZKReaderPtr &reader,
+                              std::function<void(const ZKTaskPtr &)> completionHandler = {});
+
+    // ---- rows dragged and dropped
+    // Says which queue of this process a dragged task comes from, so that a
+    // drop moves that same task instead of making a second one that could
+    // run beside it.
+    static const QString taskOriginType;
+    bool canDragItemFromIndex(qsizetype index) override;
+    void dragItemFromIndex(qsizetype index, ZKPasteboard &pasteboard) override;
+    Qt::DropActions dropOperation() const override;
+    bool dropItemsAtIndex(qsizetype index, const QMimeData &pasteboard) override;
+    void draggedItemWasTaken(qsizetype originalIndex, Qt::DropAction action) override;
 
     // ---- a row's commands
     // The target is an insertion index counted before the task is taken out
@@ -262,6 +294,8 @@ private:
     int m_changeCount = 0;
     bool m_showDataRate = false;
     bool m_showDataSize = false;
+    DestinationChooser m_destinationChooser;
+    std::weak_ptr<ZKTask> m_draggedTask;
     QHash<ZKTask *, qint32> m_lastStates; // old values for state changes
     QList<UnreadTaskEntry> m_unreadTaskEntries;
 };

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKMimeDataPasteboard.h"
 
+#include <QDataStream>
+#include <QIODevice>
 #include <QStringList>
 
 ZKMimeDataPasteboard::ZKMimeDataPasteboard()
@@ -17,14 +19,47 @@ void ZKMimeDataPasteboard::writeUrls(const QList<QUrl> &urls) {
     m_mimeData->setText(lines.join(QLatin1Char('\n')));
 }
 
+namespace {
+// MIME data holds one value a type; several items of a type go, framed,
+// under a second type beside the first item, which readers of one item take.
+QString listType(const QString &type) {
+    return type + QStringLiteral("-list");
+}
+} // namespace
+
 void ZKMimeDataPasteboard::addItems(const QList<ZKPasteboardItem> &items) {
     for (const ZKPasteboardItem &item : items) {
-        m_mimeData->setData(item.type, item.data);
+        QList<QByteArray> &all = m_items[item.type];
+        all.append(item.data);
+        m_mimeData->setData(item.type, all.first());
+        if (all.size() > 1) {
+            QByteArray framed;
+            QDataStream stream(&framed, QIODevice::WriteOnly);
+            stream << all;
+            m_mimeData->setData(listType(item.type), framed);
+        }
     }
+}
+
+QList<QByteArray> ZKMimeDataPasteboard::itemsOfType(const QMimeData &mimeData,
+                                                    const QString &type) {
+    if (mimeData.hasFormat(listType(type))) {
+        QList<QByteArray> all;
+        QDataStream stream(mimeData.data(listType(type)));
+        stream >> all;
+        if (stream.status() == QDataStream::Ok) {
+            return all;
+        }
+    }
+    if (mimeData.hasFormat(type)) {
+        return {mimeData.data(type)};
+    }
+    return {};
 }
 
 QMimeData *ZKMimeDataPasteboard::takeMimeData() {
     QMimeData *taken = m_mimeData.release();
     m_mimeData = std::make_unique<QMimeData>();
+    m_items.clear();
     return taken;
 }

@@ -4,6 +4,7 @@
 
 #include "ZKPasteboard.h"
 
+#include <QHash>
 #include <QMimeData>
 
 #include <memory>
@@ -18,6 +19,9 @@ public:
     void writeUrls(const QList<QUrl> &urls) override;
     void addItems(const QList<ZKPasteboardItem> &items) override;
 
+    // Every item of that type; several of one type travel together.
+    static QList<QByteArray> itemsOfType(const QMimeData &mimeData, const QString &type);
+
     QMimeData *mimeData() const { return m_mimeData.get(); }
     // Hands the content over, to the clipboard or a drag; the pasteboard is
     // empty afterwards.
@@ -25,4 +29,5 @@ public:
 
 private:
     std::unique_ptr<QMimeData> m_mimeData;
+    QHash<QString, QList<QByteArray>> m_items;
 };

@@ -4,6 +4,7 @@
 #include "ZKFerrowickDocument.h"
 #include "ZKFileSystemReader.h"
 #include "ZKFileSystemWriter.h"
+#include "ZKMimeDataPasteboard.h"
 #include "ZKPreferences.h"
 #include "ZKPropertyListSerialization.h"
 #include "ZKQuestionPresenter.h"
@@ -48,6 +49,10 @@ private Q_SLOTS:
     void rowCommandsFollowTheTaskState();
     void newSourceIsCopiedWhole();
     void newDestinationStartsOver();
+    void droppedRowsStayOneTask_data();
+    void droppedRowsStayOneTask();
+    void sourcesWithoutDestinationAskForOne_data();
+    void sourcesWithoutDestinationAskForOne();
 
 private:
     QString path(const QString &name) const { return QDir(m_dir->path()).filePath(name); }
@@ -446,6 +451,131 @@ void TestZKFerrowickDocument::newDestinationStartsOver() {
     document.changeDestinationForTask(task, outFolder());
     document.waitForBackgroundWork();
     QCOMPARE(task->destination()->url().toLocalFile(), path("elsewhere"));
+}
+
+void TestZKFerrowickDocument::droppedRowsStayOneTask_data() {
+    QTest::addColumn<QString>("where");
+    QTest::addColumn<int>("dropIndex");
+    QTest::addColumn<QString>("sourceOrder");
+    QTest::addColumn<QString>("targetOrder");
+
+    // Task "b" (row 1 of "abc") is dragged; the other queue holds "xy".
+    QTest::newRow("down in its own queue") << "same" << 3 << "acb"
+                                           << "xy";
+    QTest::newRow("put back where it was") << "same" << 1 << "abc"
+                                           << "xy";
+    QTest::newRow("to another queue") << "other" << 1 << "ac"
+                                      << "xby";
+    QTest::newRow("from another program") << "foreign" << 2 << "ac"
+                                          << "xyb";
+    QTest::newRow("its queue closed") << "closed" << 0 << ""
+                                      << "xy";
+}
+
+void TestZKFerrowickDocument::droppedRowsStayOneTask() {
+    QFETCH(QString, where);
+    QFETCH(int, dropIndex);
+    QFETCH(QString, sourceOrder);
+    QFETCH(QString, targetOrder);
+
+    auto source = std::make_unique<ZKFerrowickDocument>();
+    ZKFerrowickDocument target;
+    QList<ZKReaderPtr> readers;
+    for (const QString name : {"a", "b", "c", "x", "y"}) {
+        QVERIFY(writeFile(path(name), name.toUtf8()));
+        readers << reader(name);
+    }
+    for (auto *document : {source.get(), &target}) {
+        document->setState(ZKQueueState::Paused);
+    }
+    source->addTasks(readers.mid(0, 3), outFolder(), 0);
+    target.addTasks(readers.mid(3), outFolder(), 0);
+    const ZKTaskPtr dragged = source->objectInTasksAtIndex(1);
+
+    QVERIFY(source->canDragItemFromIndex(1) && !source->canDragItemFromIndex(3));
+    ZKMimeDataPasteboard pasteboard;
+    source->dragItemFromIndex(1, pasteboard);
+    QMimeData &data = *pasteboard.mimeData();
+    if (where == QStringLiteral("foreign")) {
+        data.removeFormat(ZKFerrowickDocument::taskOriginType);
+    } else if (where == QStringLiteral("closed")) {
+        source.reset();
+    }
+    ZKFerrowickDocument &into = where == QStringLiteral("same") ? *source : target;
+    const bool taken = into.dropItemsAtIndex(dropIndex, data);
+    QCOMPARE(taken, where != QStringLiteral("closed"));
+    if (source && where != QStringLiteral("same")) {
+        // Only once the other side took it does the row leave.
+        QCOMPARE(source->countOfTasks(), where == QStringLiteral("foreign") ? 3 : 2);
+        source->draggedItemWasTaken(1, Qt::CopyAction);
+    }
+
+    auto order = [](const ZKFerrowickDocument *document) {
+        QString names;
+        for (qsizetype i = 0; document && i < document->countOfTasks(); ++i) {
+            names += document->objectInTasksAtIndex(i)->filename();
+        }
+        return names;
+    };
+    QCOMPARE(order(source.get()), sourceOrder);
+    QCOMPARE(order(&target), targetOrder);
+    // Within this program the dragged task itself moves, never a copy of it.
+    const ZKFerrowickDocument *holder = where == QStringLiteral("same") ? source.get() : &target;
+    if (where == QStringLiteral("same") || where == QStringLiteral("other")) {
+        QVERIFY2(holder->indexOfTask(dragged) >= 0, "a copy of the task was made");
+    } else if (where == QStringLiteral("foreign")) {
+        QCOMPARE(target.indexOfTask(dragged), -1);
+    }
+}
+
+void TestZKFerrowickDocument::sourcesWithoutDestinationAskForOne_data() {
+    QTest::addColumn<QString>("chooser");
+    QTest::addColumn<int>("added");
+
+    QTest::newRow("nobody to ask") << "none" << 0;
+    QTest::newRow("user declines") << "declines" << 0;
+    QTest::newRow("user picks a folder") << "picks" << 2;
+}
+
+void TestZKFerrowickDocument::sourcesWithoutDestinationAskForOne() {
+    QFETCH(QString, chooser);
+    QFETCH(int, added);
+
+    ZKFerrowickDocument document;
+    document.setState(ZKQueueState::Paused);
+    document.setDefaultDestination(nullptr);
+    int asked = 0;
+    if (chooser != QStringLiteral("none")) {
+        document.setDestinationChooser([&](const std::function<void(const ZKWriterPtr &)> &answer) {
+            ++asked;
+            answer(chooser == QStringLiteral("picks") ? outFolder() : nullptr);
+        });
+    }
+    QVERIFY(writeFile(path("a"), "a") && writeFile(path("b"), "b"));
+    QList<ZKTaskPtr> made;
+    bool called = false;
+    document.createTasksWithReaders({reader("a"), reader("b")}, 99, [&](const QList<ZKTaskPtr> &t) {
+        made = t;
+        called = true;
+    });
+    QVERIFY2(called, "the caller never heard back");
+    QCOMPARE(asked, chooser == QStringLiteral("none") ? 0 : 1);
+    QCOMPARE(made.size(), added);
+    QCOMPARE(document.countOfTasks(), added);
+    for (const auto &task : made) {
+        QCOMPARE(task->destination()->url(), outFolder()->url());
+    }
+    // Pasted addresses take the same way, and several tasks travel together.
+    if (added) {
+        ZKMimeDataPasteboard pasteboard;
+        document.copyItems({0, 1}, pasteboard);
+        const auto items =
+            ZKMimeDataPasteboard::itemsOfType(*pasteboard.mimeData(), ZKTaskQueue::pasteboardType);
+        QCOMPARE(items.size(), 2);
+        document.paste(items, {QUrl::fromLocalFile(path("a"))}, 0);
+        QCOMPARE(document.countOfTasks(), 5);
+        QCOMPARE(asked, 2);
+    }
 }
 
 int main(int argc, char **argv) {
