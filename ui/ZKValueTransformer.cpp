@@ -10,6 +10,7 @@
 #include "ZKIsValidUrlTransformer.h"
 #include "ZKProgressBarHueTransformer.h"
 #include "ZKSpeedLimitSliderTransformer.h"
+#include "ZKTaskActionIconTransformer.h"
 #include "ZKUrlTransformer.h"
 
 #include <QHash>
@@ -35,6 +36,7 @@ const Registry &registry() {
         add("ZKIsValidUrlTransformer", std::make_shared<ZKIsValidUrlTransformer>());
         add("ZKProgressBarHueTransformer", std::make_shared<ZKProgressBarHueTransformer>());
         add("ZKSpeedLimitSliderTransformer", std::make_shared<ZKSpeedLimitSliderTransformer>());
+        add("ZKTaskActionIconTransformer", std::make_shared<ZKTaskActionIconTransformer>());
         add("ZKUrlTransformer", std::make_shared<ZKUrlTransformer>());
         return made;
     }();

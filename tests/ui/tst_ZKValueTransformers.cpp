@@ -1,5 +1,6 @@
 // SPDX-FileCopyrightText: 2026 Ferrowick developers
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKImages.h"
 #include "ZKProgressBarHueTransformer.h"
 #include "ZKSpeedLimitSliderTransformer.h"
 #include "ZKTaskState.h"
@@ -7,6 +8,7 @@
 #include "ZKValueTransformer.h"
 
 #include <QApplication>
+#include <QIcon>
 #include <QPalette>
 #include <QTest>
 #include <QUrl>
@@ -29,6 +31,8 @@ private Q_SLOTS:
     void barTintsByState_data();
     void barTintsByState();
     void labelColourFollowsThePalette();
+    void actionImageFollowsTheState_data();
+    void actionImageFollowsTheState();
 
 private:
     static const ZKValueTransformer &named(const char *name) {
@@ -55,6 +59,8 @@ void TestZKValueTransformers::foundByNameWithTheirKinds_data() {
     QTest::newRow("url") << "ZKUrlTransformer" << int(QMetaType::QString) << true;
     QTest::newRow("contains") << "ZKContainsValuesTransformer" << int(QMetaType::Bool) << false;
     QTest::newRow("label colour") << "ZKDisabledTextColorTransformer" << int(QMetaType::QColor)
+                                  << false;
+    QTest::newRow("action image") << "ZKTaskActionIconTransformer" << int(QMetaType::QIcon)
                                   << false;
 }
 
@@ -204,6 +210,30 @@ void TestZKValueTransformers::labelColourFollowsThePalette() {
     palette.setColor(QPalette::Active, QPalette::WindowText, Qt::black);
     QGuiApplication::setPalette(palette);
     QCOMPARE(colour.transformedValue(true).value<QColor>(), QColor(Qt::black));
+}
+
+void TestZKValueTransformers::actionImageFollowsTheState_data() {
+    QTest::addColumn<qint32>("state");
+    QTest::addColumn<QString>("image");
+
+    for (qint32 state = S::PendingPreparation; state <= S::Suspended; ++state) {
+        const char *image = state == S::Suspended   ? "ZKActionResume"
+                            : state == S::Failed    ? "ZKActionRetry"
+                            : state == S::Completed ? "ZKActionCompleted"
+                                                    : "ZKActionSuspend";
+        QTest::addRow("%s", qPrintable(S::convertToString(state))) << state << image;
+    }
+}
+
+void TestZKValueTransformers::actionImageFollowsTheState() {
+    QFETCH(qint32, state);
+    QFETCH(QString, image);
+    const QVariant value = named("ZKTaskActionIconTransformer").transformedValue(state);
+    QVERIFY(value.canConvert<QIcon>());
+    const QIcon icon = value.value<QIcon>();
+    QVERIFY2(!icon.isNull(), qUtf8Printable(image));
+    // The same drawing, not merely one that looks alike.
+    QCOMPARE(icon.cacheKey(), ZKImages::named(image).cacheKey());
 }
 
 int main(int argc, char **argv) {
