@@ -46,6 +46,9 @@ QAction *ZKKeyPressHandlerWindow::spaceActionIn(const QMenu *menu) {
     const QKeySequence space(Qt::Key_Space);
     for (QAction *action : menu->actions()) {
         if (QMenu *submenu = action->menu()) {
+            if (!action->isEnabled()) {
+                continue;
+            }
             if (QAction *found = spaceActionIn(submenu)) {
                 return found;
             }
