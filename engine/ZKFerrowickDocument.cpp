@@ -239,6 +239,16 @@ QString ZKFerrowickDocument::displayName() const {
                                 : QFileInfo(m_fileName).completeBaseName();
 }
 
+void ZKFerrowickDocument::clearChangeCount() {
+    // After the increments already on their way to the main thread.
+    ZKMainQueue::async([guard = Guard(this)] {
+        if (guard && guard->m_changeCount != 0) {
+            guard->m_changeCount = 0;
+            Q_EMIT guard->editedChanged();
+        }
+    });
+}
+
 void ZKFerrowickDocument::updateChangeCount() {
     ZKMainQueue::async([guard = Guard(this)] {
         if (guard) {

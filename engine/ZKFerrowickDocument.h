@@ -54,6 +54,8 @@ public:
     QString displayName() const;
     bool isEdited() const { return m_changeCount != 0; }
     void updateChangeCount();
+    // Once saved: what is on disk is what the queue holds.
+    void clearChangeCount();
 
     QVariantMap asPropertyList() const;
     bool readFromPropertyList(const QVariantMap &plist);
