@@ -1,0 +1,196 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKDestinationPopUpButton.h"
+
+#include "ZKFileSystemWriter.h"
+#include "ZKFtpPanel.h"
+#include "ZKFtpWriter.h"
+#include "ZKImages.h"
+#include "ZKOpenPanel.h"
+#include "ZKPropertyListParser.h"
+#include "ZKUserDefaults.h"
+
+#include <QStandardItemModel>
+
+namespace {
+const QString kRecentDestinations = QStringLiteral("RecentDestinations");
+constexpr int kKindRole = Qt::UserRole + 1;
+constexpr int kRecentRole = Qt::UserRole + 2;
+const QString kIndent = QStringLiteral("    ");
+} // namespace
+
+ZKDestinationPopUpButton::ZKDestinationPopUpButton(QWidget *parent, ZKUserDefaults *defaults)
+    : QComboBox(parent)
+    , m_defaults(defaults ? defaults : &ZKUserDefaults::standard()) {
+    setAccessibleName(QStringLiteral("Destination"));
+    createMenuItems();
+    setToolTip(QStringLiteral("Default Destination"));
+    connect(this, &QComboBox::activated, this, &ZKDestinationPopUpButton::onActivated);
+}
+
+QString ZKDestinationPopUpButton::titleOf(const ZKWriterPtr &destination) {
+    // A remote folder's path alone would not say on which server it is.
+    return destination->isLocal() ? destination->description()
+                                  : destination->url().toDisplayString(QUrl::RemovePassword);
+}
+
+void ZKDestinationPopUpButton::addEntry(const QString &title, const QIcon &icon, Kind kind,
+                                        int tag) {
+    addItem(icon, title, tag);
+    const int row = count() - 1;
+    setItemData(row, kind, kKindRole);
+    setItemData(row, title.trimmed(), Qt::AccessibleTextRole);
+}
+
+void ZKDestinationPopUpButton::createMenuItems() {
+    const QSignalBlocker blocker(this);
+    clear();
+    m_recent = recentDestinations();
+    if (m_destination) {
+        addEntry(titleOf(m_destination), ZKImages::endpointIcon(m_destination->icon()), Current,
+                 destinationTag);
+    }
+    addEntry(kIndent + QStringLiteral("Any Folder"), ZKImages::named(QStringLiteral("ZKAnyFolder")),
+             AnyFolder, anyFolderTag);
+    insertSeparator(count());
+    addEntry(kIndent + QStringLiteral("Choose Folder..."), {}, ChooseFolder);
+    addEntry(kIndent + QStringLiteral("Choose FTP..."), {}, ChooseFtp);
+    insertSeparator(count());
+    addEntry(QStringLiteral("Recent Places"), {}, Heading);
+    if (auto *model = qobject_cast<QStandardItemModel *>(this->model())) {
+        model->item(count() - 1)->setEnabled(false);
+    }
+    for (qsizetype i = 0; i < m_recent.size(); ++i) {
+        const ZKWriterPtr &recent = m_recent[i];
+        addEntry(kIndent + titleOf(recent), ZKImages::endpointIcon(recent->icon()), Recent);
+        setItemData(count() - 1, int(i), kRecentRole);
+    }
+    insertSeparator(count());
+    addEntry(kIndent + QStringLiteral("Clear Menu"), {}, ClearMenu);
+    setCurrentIndex(findData(m_destination ? destinationTag : anyFolderTag));
+}
+
+void ZKDestinationPopUpButton::setDestination(ZKWriterPtr destination) {
+    m_destination = std::move(destination);
+    createMenuItems();
+    if (m_destination) {
+        setToolTip(titleOf(m_destination));
+        m_previousTag = destinationTag;
+    } else {
+        setToolTip(QStringLiteral("Default Destination"));
+        m_previousTag = anyFolderTag;
+    }
+}
+
+void ZKDestinationPopUpButton::onActivated(int index) {
+    switch (itemData(index, kKindRole).toInt()) {
+    case AnyFolder:
+        chooseAnyFolder();
+        break;
+    case Current:
+        m_previousTag = destinationTag;
+        break;
+    case ChooseFolder:
+        chooseFolder();
+        break;
+    case ChooseFtp:
+        chooseFtp();
+        break;
+    case Recent:
+        chooseDestination(m_recent.value(itemData(index, kRecentRole).toInt()));
+        break;
+    case ClearMenu:
+        clearRecentDestinations();
+        restorePreviousSelection();
+        break;
+    default:
+        restorePreviousSelection();
+        break;
+    }
+}
+
+void ZKDestinationPopUpButton::chooseAnyFolder() {
+    setDestination(nullptr);
+    Q_EMIT destinationChanged(nullptr);
+}
+
+void ZKDestinationPopUpButton::takeChosen(const ZKWriterPtr &destination) {
+    if (!destination) {
+        restorePreviousSelection();
+        return;
+    }
+    addRecentDestination(destination);
+    setDestination(destination);
+    Q_EMIT destinationChanged(destination);
+}
+
+void ZKDestinationPopUpButton::chooseFolder() {
+    auto *panel = new ZKOpenPanel(window());
+    panel->setCanChooseFiles(false);
+    panel->setCanChooseDirectories(true);
+    panel->setCanCreateDirectories(true);
+    panel->setAllowsMultipleSelection(false);
+    panel->setMessage(QStringLiteral("Destination"));
+    panel->setPrompt(QStringLiteral("Select"));
+    if (m_destination && m_destination->isLocal()) {
+        panel->setDirectoryUrl(m_destination->url());
+    }
+    panel->beginSheetModalForWindow(window(), [this, panel](bool ok) {
+        panel->deleteLater();
+        const QList<QUrl> urls = ok ? panel->urls() : QList<QUrl>{};
+        takeChosen(urls.isEmpty() ? nullptr
+                                  : ZKFileSystemWriter::writerWithDirectory(urls.first()));
+    });
+}
+
+void ZKDestinationPopUpButton::chooseFtp() {
+    auto *panel = new ZKFtpPanel(window(), m_defaults);
+    panel->displaySheetForWindow(window(), [this, panel](bool chosen) {
+        panel->deleteLater();
+        ZKWriterPtr writer;
+        if (chosen) {
+            const QString password = panel->password();
+            writer = ZKFtpWriter::writerWithDirectoryUrl(
+                panel->url(), panel->username(),
+                password.isNull() ? std::nullopt : std::optional<QString>(password));
+        }
+        takeChosen(writer);
+    });
+}
+
+void ZKDestinationPopUpButton::chooseDestination(const ZKWriterPtr &recent) {
+    takeChosen(recent);
+}
+
+void ZKDestinationPopUpButton::clearRecentDestinations() {
+    m_defaults->setObject(kRecentDestinations, QVariantList{});
+    createMenuItems();
+}
+
+QList<ZKWriterPtr> ZKDestinationPopUpButton::recentDestinations() const {
+    QList<ZKWriterPtr> destinations;
+    const QVariantList stored = m_defaults->objectForKey(kRecentDestinations).toList();
+    for (const QVariant &entry : stored) {
+        if (auto writer = ZKPropertyListParser::parseObjectOfType<ZKWriter>(entry.toMap())) {
+            destinations << writer;
+        }
+    }
+    return destinations;
+}
+
+void ZKDestinationPopUpButton::addRecentDestination(const ZKWriterPtr &destination) {
+    const QVariant entry = destination->asPropertyList();
+    QVariantList stored = m_defaults->objectForKey(kRecentDestinations).toList();
+    stored.removeOne(entry);
+    if (stored.size() >= recentLimit) {
+        stored.removeLast();
+    }
+    stored.prepend(entry);
+    m_defaults->setObject(kRecentDestinations, stored);
+    createMenuItems();
+}
+
+void ZKDestinationPopUpButton::restorePreviousSelection() {
+    const int index = findData(m_previousTag);
+    setCurrentIndex(index >= 0 ? index : findData(anyFolderTag));
+}

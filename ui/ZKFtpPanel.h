@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "ZKAddressPanel.h"
+
+class QLineEdit;
+
+// Asks for an FTP address with its user name and password.
+class ZKFtpPanel : public ZKAddressPanel {
+    Q_OBJECT
+
+public:
+    explicit ZKFtpPanel(QWidget *parent = nullptr, ZKUserDefaults *defaults = nullptr);
+
+    QStringList recentFtp() const { return recentUrls(); }
+    // Without the password, which the password store keeps.
+    QString username() const;
+    void setUsername(const QString &username);
+    // Null when none was typed, so that the one in the password store is
+    // used; an empty password is not the same thing.
+    QString password() const;
+    void setPassword(const QString &password);
+
+protected:
+    bool isAcceptable(const QUrl &url) const override;
+    QUrl urlFromText(const QString &text) const override;
+    void recentAddressChosen(const QUrl &url) override;
+
+private:
+    QLineEdit *m_username = nullptr;
+    QLineEdit *m_password = nullptr;
+};

@@ -1,0 +1,109 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKOpenPanel.h"
+
+#include <QFileInfo>
+
+ZKOpenPanel::ZKOpenPanel(QWidget *parent)
+    : QFileDialog(parent) {
+    // The platform's own dialog cannot take files and folders in one
+    // choice, and tests could not drive it.
+    setOption(QFileDialog::DontUseNativeDialog);
+    setAcceptMode(QFileDialog::AcceptOpen);
+    applyMode();
+}
+
+void ZKOpenPanel::setCanChooseFiles(bool can) {
+    m_canChooseFiles = can;
+    applyMode();
+}
+
+void ZKOpenPanel::setCanChooseDirectories(bool can) {
+    m_canChooseDirectories = can;
+    applyMode();
+}
+
+void ZKOpenPanel::setCanCreateDirectories(bool can) {
+    setOption(QFileDialog::ReadOnly, !can);
+}
+
+void ZKOpenPanel::setAllowsMultipleSelection(bool allows) {
+    m_allowsMultipleSelection = allows;
+    applyMode();
+}
+
+void ZKOpenPanel::setMessage(const QString &message) {
+    setWindowTitle(message);
+}
+
+void ZKOpenPanel::setPrompt(const QString &prompt) {
+    setLabelText(QFileDialog::Accept, prompt);
+}
+
+void ZKOpenPanel::setDirectoryUrl(const QUrl &url) {
+    const QFileInfo info(url.toLocalFile());
+    if (info.isDir()) {
+        setDirectory(info.absoluteFilePath());
+    } else if (info.exists()) {
+        setDirectory(info.absolutePath());
+        selectFile(info.fileName());
+    } else if (QFileInfo(info.absolutePath()).isDir()) {
+        setDirectory(info.absolutePath());
+    }
+}
+
+void ZKOpenPanel::applyMode() {
+    if (!m_canChooseFiles && m_canChooseDirectories) {
+        setFileMode(QFileDialog::Directory);
+        setOption(QFileDialog::ShowDirsOnly, true);
+    } else {
+        setOption(QFileDialog::ShowDirsOnly, false);
+        setFileMode(m_allowsMultipleSelection ? QFileDialog::ExistingFiles
+                                              : QFileDialog::ExistingFile);
+    }
+}
+
+QList<QUrl> ZKOpenPanel::urls() const {
+    return m_chosen.isEmpty() ? selectedUrls() : m_chosen;
+}
+
+void ZKOpenPanel::accept() {
+    // A folder picked where files may be chosen too is the choice itself;
+    // the dialog alone would open it.
+    QList<QUrl> chosen;
+    const QStringList selected = selectedFiles();
+    for (const QString &path : selected) {
+        const QFileInfo info(path);
+        if ((info.isDir() && m_canChooseDirectories) || (info.isFile() && m_canChooseFiles)) {
+            chosen << QUrl::fromLocalFile(info.absoluteFilePath());
+        }
+    }
+    const bool hasFolder = std::any_of(chosen.cbegin(), chosen.cend(), [](const QUrl &url) {
+        return QFileInfo(url.toLocalFile()).isDir();
+    });
+    if (m_canChooseFiles && m_canChooseDirectories && hasFolder &&
+        (m_allowsMultipleSelection || chosen.size() == 1)) {
+        m_chosen = chosen;
+        QDialog::accept();
+        return;
+    }
+    m_chosen.clear();
+    QFileDialog::accept();
+}
+
+void ZKOpenPanel::beginSheetModalForWindow(QWidget *window,
+                                           std::function<void(bool ok)> completionHandler) {
+    if (window && parentWidget() != window) {
+        setParent(window, windowFlags());
+    }
+    setWindowModality(window ? Qt::WindowModal : Qt::ApplicationModal);
+    connect(
+        this, &QDialog::finished, this,
+        [this, handler = std::move(completionHandler)](int result) {
+            if (handler) {
+                handler(result == QDialog::Accepted);
+            }
+        },
+        Qt::SingleShotConnection);
+    open();
+}
