@@ -1,0 +1,778 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKTaskView.h"
+
+#include "ZKElidedLabel.h"
+#include "ZKFerrowickDocument.h"
+#include "ZKFileSystemReader.h"
+#include "ZKFileSystemWriter.h"
+#include "ZKFtpPanel.h"
+#include "ZKFtpReader.h"
+#include "ZKFtpWriter.h"
+#include "ZKHoverButton.h"
+#include "ZKHoverImageView.h"
+#include "ZKHttpPanel.h"
+#include "ZKHttpReader.h"
+#include "ZKImages.h"
+#include "ZKOpenPanel.h"
+#include "ZKProgressBarHueTransformer.h"
+#include "ZKReaderFactory.h"
+#include "ZKStoppableProgressIndicator.h"
+#include "ZKTaskState.h"
+#include "ZKTransferMode.h"
+#include "ZKValueTransformer.h"
+
+#include <QContextMenuEvent>
+#include <QFileInfo>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QMenu>
+#include <QPainter>
+#include <QPropertyAnimation>
+
+using S = ZKTaskState;
+
+namespace {
+
+constexpr int kBadgeSlots = 5;
+
+QString lastPathComponent(const QUrl &url) {
+    QString path = url.path();
+    while (path.size() > 1 && path.endsWith(QLatin1Char('/'))) {
+        path.chop(1);
+    }
+    return QFileInfo(path).fileName();
+}
+
+QVariant transformed(const char *transformer, const QVariant &value) {
+    const ZKValueTransformer *t =
+        ZKValueTransformer::valueTransformerForName(QString::fromLatin1(transformer));
+    return t ? t->transformedValue(value) : QVariant();
+}
+
+} // namespace
+
+ZKTaskView::ZKTaskView(QWidget *parent)
+    : ZKListViewItem(parent) {
+    setFocusPolicy(Qt::NoFocus);
+    setAttribute(Qt::WA_Hover, false);
+
+    m_iconLabel = new QLabel(this);
+    m_iconLabel->setFixedSize(32, 32);
+    m_taskLabel = new ZKElidedLabel(this);
+    m_detailLabel = new ZKElidedLabel(this);
+    QFont small = m_detailLabel->font();
+    small.setPointSizeF(small.pointSizeF() * 0.88);
+    m_detailLabel->setFont(small);
+    m_progressIndicator = new ZKStoppableProgressIndicator(this);
+    m_progressIndicator->setFixedHeight(m_defaultIndicatorHeight);
+    m_progressIndicator->setAccessibleName(QStringLiteral("Progress"));
+
+    m_actionButton = new ZKHoverButton(this);
+    m_cancelButton = new ZKHoverButton(this);
+    m_cancelButton->setIcon(ZKImages::named(QStringLiteral("ZKActionCancel")));
+    for (ZKHoverButton *button : {m_actionButton, m_cancelButton}) {
+        button->setDelegate(this);
+        button->setIconSize(QSize(16, 16));
+    }
+    connect(m_actionButton, &QToolButton::clicked, this, &ZKTaskView::performTaskAction);
+    connect(m_cancelButton, &QToolButton::clicked, this, &ZKTaskView::cancelTask);
+
+    auto *badges = new QHBoxLayout;
+    badges->setSpacing(3);
+    badges->setContentsMargins(0, 0, 0, 0);
+    for (int i = 0; i < kBadgeSlots; ++i) {
+        auto *badge = new ZKHoverImageView(this);
+        badge->setDelegate(this);
+        badge->hide();
+        badges->addWidget(badge);
+        m_badgeViews << badge;
+    }
+
+    auto *detailLine = new QHBoxLayout;
+    detailLine->setSpacing(6);
+    detailLine->addWidget(m_detailLabel, 1);
+    detailLine->addLayout(badges);
+
+    auto *grid = new QGridLayout(this);
+    grid->setContentsMargins(10, 6, 8, 6);
+    grid->setHorizontalSpacing(10);
+    grid->setVerticalSpacing(3);
+    grid->addWidget(m_iconLabel, 0, 0, 3, 1, Qt::AlignVCenter);
+    grid->addWidget(m_taskLabel, 0, 1);
+    grid->addWidget(m_progressIndicator, 1, 1);
+    grid->addLayout(detailLine, 2, 1);
+    auto *buttons = new QHBoxLayout;
+    buttons->setSpacing(2);
+    buttons->addWidget(m_actionButton);
+    buttons->addWidget(m_cancelButton);
+    grid->addLayout(buttons, 0, 2, 3, 1, Qt::AlignVCenter);
+    grid->setColumnStretch(1, 1);
+
+    m_barAnimation = new QPropertyAnimation(m_progressIndicator, "maximumHeight", this);
+    m_barAnimation->setDuration(200);
+    connect(m_barAnimation, &QPropertyAnimation::finished, this, [this] {
+        if (m_progressIndicator->maximumHeight() == 0) {
+            m_progressIndicator->hide();
+        }
+    });
+
+    buildMenu();
+    refreshTask(false);
+    resize(sizeHint());
+}
+
+ZKTaskView::~ZKTaskView() {
+    stopObserving();
+}
+
+ZKListViewItem *ZKTaskView::copy() const {
+    auto *row = new ZKTaskView;
+    row->setOwner(owner());
+    return row;
+}
+
+ZKTaskPtr ZKTaskView::task() const {
+    return std::dynamic_pointer_cast<ZKTask>(representedObject());
+}
+
+ZKFerrowickDocument *ZKTaskView::document() const {
+    return qobject_cast<ZKFerrowickDocument *>(owner());
+}
+
+QLabel *ZKTaskView::taskLabel() const {
+    return m_taskLabel;
+}
+
+QLabel *ZKTaskView::detailLabel() const {
+    return m_detailLabel;
+}
+
+// ---- watching the task
+
+void ZKTaskView::setRepresentedObject(std::shared_ptr<QObject> object) {
+    const bool wasObserving = m_isObserving;
+    stopObserving();
+    m_hoverView = nullptr;
+    ZKListViewItem::setRepresentedObject(std::move(object));
+    if (wasObserving) {
+        startObserving();
+    }
+    viewWillLayout();
+}
+
+void ZKTaskView::viewWillAppear() {
+    startObserving();
+    viewWillLayout();
+}
+
+void ZKTaskView::viewDidDisappear() {
+    stopObserving();
+}
+
+void ZKTaskView::startObserving() {
+    const ZKTaskPtr t = task();
+    if (m_isObserving || !t) {
+        return;
+    }
+    m_isObserving = true;
+    ZKTask *raw = t.get();
+    // Tasks announce their changes on the main thread, where the row lives.
+    m_connections = {
+        connect(raw, &ZKTask::stateChanged, this, [this] { refreshTask(true); }),
+        connect(raw, &ZKTask::detailChanged, this, &ZKTaskView::refreshDetail),
+        connect(raw, &ZKTask::descriptionChanged, this, &ZKTaskView::refreshTitle),
+        connect(raw, &ZKTask::iconChanged, this, &ZKTaskView::refreshTitle),
+        connect(raw, &ZKTask::percentCompletedChanged, this, &ZKTaskView::refreshProgress),
+        connect(raw, &ZKTask::isIndeterminateChanged, this, &ZKTaskView::refreshProgress),
+        connect(raw, &ZKTask::sourceChanged, this, &ZKTaskView::refreshBadges),
+        connect(raw, &ZKTask::transferModeChanged, this, &ZKTaskView::refreshBadges),
+        connect(raw, &ZKTask::skippedUrlsChanged, this, &ZKTaskView::refreshBadges),
+        connect(raw, &ZKTask::replacedUrlsChanged, this, &ZKTaskView::refreshBadges),
+        connect(raw, &ZKTask::isVerifiedOkChanged, this, &ZKTaskView::refreshBadges),
+    };
+}
+
+void ZKTaskView::stopObserving() {
+    if (!m_isObserving) {
+        return;
+    }
+    for (const auto &connection : std::as_const(m_connections)) {
+        disconnect(connection);
+    }
+    m_connections.clear();
+    m_isObserving = false;
+}
+
+// ---- what the row shows
+
+void ZKTaskView::viewWillLayout() {
+    const ZKTaskPtr t = task();
+    m_shownState = -1; // a row shown anew does not animate what it had before
+    m_barAnimation->stop();
+    if (t && t->state() == S::Completed) {
+        hideProgressBar(false);
+    } else {
+        showProgressBar();
+    }
+    refreshTitle();
+    refreshTask(false);
+    refreshProgress();
+}
+
+void ZKTaskView::refreshTitle() {
+    const ZKTaskPtr t = task();
+    m_taskLabel->setText(t ? t->description() : QString());
+    m_taskLabel->setToolTip(m_taskLabel->text());
+    setAccessibleName(m_taskLabel->text());
+    const QIcon icon = t ? ZKImages::endpointIcon(t->icon()) : QIcon();
+    m_iconLabel->setPixmap(icon.isNull() ? QPixmap()
+                                         : icon.pixmap(QSize(32, 32), devicePixelRatioF()));
+}
+
+void ZKTaskView::refreshProgress() {
+    const ZKTaskPtr t = task();
+    if (!t) {
+        m_progressIndicator->setDoubleValue(0);
+        return;
+    }
+    if (t->isIndeterminate() && t->state() == S::Preparing) {
+        m_progressIndicator->setRange(0, 0);
+    } else {
+        m_progressIndicator->setRange(0, 10000);
+        m_progressIndicator->setDoubleValue(t->percentCompleted());
+    }
+}
+
+void ZKTaskView::refreshTask(bool animated) {
+    const ZKTaskPtr t = task();
+    const qint32 state = t ? t->state() : qint32(S::PendingPreparation);
+    switch (state) {
+    case S::Suspended:
+        m_actionToolTip = QStringLiteral("Resume");
+        break;
+    case S::Failed:
+        m_actionToolTip = QStringLiteral("Retry");
+        break;
+    case S::Completed:
+        m_actionToolTip = QStringLiteral("Show in Folder");
+        m_cancelToolTip = QStringLiteral("Close");
+        break;
+    default:
+        m_actionToolTip = QStringLiteral("Suspend");
+        break;
+    }
+    setLabelsEnabled(state != S::Suspended);
+    if (state == S::Completed && m_shownState != S::Completed && m_shownState != -1 && animated) {
+        hideProgressBar(true);
+    } else if (state == S::Completed) {
+        hideProgressBar(false);
+    } else {
+        showProgressBar();
+    }
+    m_shownState = state;
+
+    m_actionButton->setToolTip(m_actionToolTip);
+    m_actionButton->setHoverText(m_actionToolTip);
+    m_actionButton->setAccessibleName(m_actionToolTip);
+    m_actionButton->setIcon(transformed("ZKTaskActionIconTransformer", state).value<QIcon>());
+    m_cancelButton->setToolTip(m_cancelToolTip);
+    m_cancelButton->setHoverText(m_cancelToolTip);
+    m_cancelButton->setAccessibleName(m_cancelToolTip);
+    m_progressIndicator->setColor(ZKProgressBarHueTransformer::tintForState(state));
+    refreshProgress();
+    refreshBadges();
+    refreshDetail();
+}
+
+void ZKTaskView::setLabelsEnabled(bool enabled) {
+    const QColor color = transformed("ZKDisabledTextColorTransformer", enabled).value<QColor>();
+    for (QLabel *label :
+         {static_cast<QLabel *>(m_taskLabel), static_cast<QLabel *>(m_detailLabel)}) {
+        // On the list's base colour the labels draw in the text role.
+        QPalette p = label->palette();
+        for (auto role : {QPalette::WindowText, QPalette::Text}) {
+            p.setColor(role, color.isValid() ? color : palette().color(role));
+        }
+        label->setPalette(p);
+    }
+}
+
+void ZKTaskView::refreshDetail() {
+    const ZKTaskPtr t = task();
+    if (m_hoverView && !m_hoverView->hoverText().isNull()) {
+        m_detail = m_hoverView->hoverText();
+    } else {
+        m_detail = t ? t->detail() : QString();
+    }
+    m_detailLabel->setText(m_detail);
+}
+
+void ZKTaskView::refreshBadges() {
+    const ZKTaskPtr t = task();
+    QList<QIcon> images;
+    QStringList tips;
+    if (t) {
+        auto add = [&](const char *image, const QString &tip) {
+            images << ZKImages::named(QString::fromLatin1(image));
+            tips << tip;
+        };
+        if (t->state() == S::Failed) {
+            add("ZKFailed", QStringLiteral("The transfer has failed."));
+        }
+        if (t->transferMode() == ZKTransferMode::Move) {
+            add("ZKRemoveOriginal",
+                QStringLiteral("The original file will be removed after copying."));
+        }
+        if (const ZKReaderPtr source = t->source(); source && !source->canSeek()) {
+            add("ZKNoResume", QStringLiteral("The server does not support resuming."));
+        }
+        if (const QSet<QUrl> replaced = t->replacedUrls(); !replaced.isEmpty()) {
+            add("ZKReplacedFiles", descriptionOfUrls(replaced, QStringLiteral("Replacing")));
+        }
+        if (const QSet<QUrl> skipped = t->skippedUrls(); !skipped.isEmpty()) {
+            add("ZKSkippedFiles", descriptionOfUrls(skipped, QStringLiteral("Skipping")));
+        }
+        if (t->isVerifiedOk()) {
+            add("ZKVerified", QStringLiteral("The transfer has been verified succesfully."));
+        }
+    }
+    for (int i = 0; i < kBadgeSlots; ++i) {
+        ZKHoverImageView *badge = m_badgeViews[i];
+        const bool used = i < images.size();
+        badge->setImage(used ? images[i] : QIcon());
+        badge->setHoverText(used ? tips[i] : QString());
+        badge->setToolTip(used ? tips[i] : QString());
+        badge->setAccessibleName(used ? tips[i] : QString());
+        badge->setVisible(used);
+    }
+}
+
+QList<QIcon> ZKTaskView::badges() const {
+    QList<QIcon> images;
+    for (ZKHoverImageView *badge : m_badgeViews) {
+        if (!badge->isHidden()) {
+            images << badge->image();
+        }
+    }
+    return images;
+}
+
+QStringList ZKTaskView::badgeToolTips() const {
+    QStringList tips;
+    for (ZKHoverImageView *badge : m_badgeViews) {
+        if (!badge->isHidden()) {
+            tips << badge->hoverText();
+        }
+    }
+    return tips;
+}
+
+bool ZKTaskView::isProgressBarShown() const {
+    return !m_progressIndicator->isHidden() && m_progressIndicator->maximumHeight() > 0;
+}
+
+void ZKTaskView::showProgressBar() {
+    m_barAnimation->stop();
+    m_progressIndicator->setMaximumHeight(m_defaultIndicatorHeight);
+    m_progressIndicator->show();
+}
+
+void ZKTaskView::hideProgressBar(bool animated) {
+    if (m_progressIndicator->isHidden() || m_progressIndicator->maximumHeight() == 0) {
+        return;
+    }
+    if (!animated) {
+        m_barAnimation->stop();
+        m_progressIndicator->setMaximumHeight(0);
+        m_progressIndicator->hide();
+        return;
+    }
+    m_barAnimation->setStartValue(m_progressIndicator->maximumHeight());
+    m_barAnimation->setEndValue(0);
+    m_barAnimation->start();
+}
+
+QString ZKTaskView::descriptionOfUrls(const QSet<QUrl> &urls, const QString &prefix) {
+    if (urls.isEmpty()) {
+        return {};
+    }
+    QString text;
+    qsizetype taken = 0;
+    for (const QUrl &url : urls) {
+        if (taken == 3) {
+            break;
+        }
+        text += taken == 0 ? QStringLiteral("%1 %2").arg(prefix, lastPathComponent(url))
+                           : QStringLiteral(", %1").arg(lastPathComponent(url));
+        ++taken;
+    }
+    if (urls.size() >= 4) {
+        text += QStringLiteral(" and %1 other files").arg(urls.size() - 3);
+    }
+    return text + QLatin1Char('.');
+}
+
+QString ZKTaskView::truncatePath(const QString &path) {
+    if (path.size() >= 100) {
+        return QStringLiteral("%1...%2").arg(path.left(48), path.right(48));
+    }
+    return path;
+}
+
+// ---- hovering
+
+void ZKTaskView::mouseEntered(ZKHoverView *view) {
+    m_hoverView = view;
+    refreshDetail();
+}
+
+void ZKTaskView::mouseExited(ZKHoverView *view) {
+    if (m_hoverView == view) {
+        m_hoverView = nullptr;
+    }
+    refreshDetail();
+}
+
+// ---- the menu
+
+void ZKTaskView::buildMenu() {
+    m_menu = new QMenu(this);
+    auto add = [this](int tag, const QString &title, void (ZKTaskView::*slot)()) {
+        QAction *action = m_menu->addAction(title);
+        action->setData(tag);
+        if (slot) {
+            connect(action, &QAction::triggered, this, slot);
+        }
+        return action;
+    };
+    add(SourceTitle, QStringLiteral("From: "), nullptr);
+    add(RevealSource, QStringLiteral("Show Source in Folder"), &ZKTaskView::revealSource);
+    add(ChangeSource, QStringLiteral("Change Source..."), &ZKTaskView::changeSource);
+    m_menu->addSeparator();
+    add(DestinationTitle, QStringLiteral("To: "), nullptr);
+    add(RevealDestination, QStringLiteral("Show Destination in Folder"),
+        &ZKTaskView::revealDestination);
+    add(ChangeDestination, QStringLiteral("Change Destination..."), &ZKTaskView::changeDestination);
+    m_menu->addSeparator();
+    add(Action, QStringLiteral("Suspend"), &ZKTaskView::performTaskAction);
+    add(Cancel, QStringLiteral("Cancel"), &ZKTaskView::cancelTask);
+    m_menu->addSeparator();
+    add(MoveUp, QStringLiteral("Move Up"), &ZKTaskView::moveTaskUp);
+    add(MoveToTop, QStringLiteral("Move to Top"), &ZKTaskView::moveTaskToTop);
+    add(MoveDown, QStringLiteral("Move Down"), &ZKTaskView::moveTaskDown);
+    add(MoveToBottom, QStringLiteral("Move to Bottom"), &ZKTaskView::moveTaskToBottom);
+    m_menu->addSeparator();
+    add(CopyMode, QStringLiteral("Copy"), &ZKTaskView::setTransferModeCopy)->setCheckable(true);
+    add(MoveMode, QStringLiteral("Move"), &ZKTaskView::setTransferModeMove)->setCheckable(true);
+    connect(m_menu, &QMenu::aboutToShow, this, &ZKTaskView::validateMenu);
+}
+
+QAction *ZKTaskView::menuItem(int tag) const {
+    for (QAction *action : m_menu->actions()) {
+        if (action->data().toInt() == tag) {
+            return action;
+        }
+    }
+    return nullptr;
+}
+
+void ZKTaskView::configureLocation(QAction *title, QAction *reveal, QAction *change,
+                                   const QString &prefix, const ZKReaderPtr &endpoint,
+                                   qint32 state) {
+    title->setEnabled(false);
+    if (!endpoint) {
+        title->setText(prefix);
+        reveal->setEnabled(false);
+        change->setEnabled(false);
+        return;
+    }
+    if (endpoint->isLocal()) {
+        const QString path = endpoint->url().toLocalFile();
+        title->setText(QStringLiteral("%1 %2").arg(prefix, truncatePath(path)));
+        reveal->setEnabled(QFileInfo::exists(path));
+    } else {
+        title->setText(QStringLiteral("%1 %2").arg(
+            prefix, truncatePath(endpoint->url().toString(QUrl::RemovePassword))));
+        reveal->setEnabled(false);
+    }
+    change->setEnabled(state != S::Completed && state != S::Cancelling && state != S::Cancelled);
+}
+
+void ZKTaskView::validateMenu() {
+    const ZKTaskPtr t = task();
+    ZKFerrowickDocument *d = document();
+    const qint32 state = t ? t->state() : -1;
+    configureLocation(menuItem(SourceTitle), menuItem(RevealSource), menuItem(ChangeSource),
+                      QStringLiteral("From: "), t ? t->source() : nullptr, state);
+    const ZKWriterPtr destination = t ? t->destination() : nullptr;
+    configureLocation(menuItem(DestinationTitle), menuItem(RevealDestination),
+                      menuItem(ChangeDestination), QStringLiteral("To: "),
+                      destination ? destination->asReader() : nullptr, state);
+
+    QAction *action = menuItem(Action);
+    action->setText(state == S::Suspended ? QStringLiteral("Resume")
+                    : state == S::Failed  ? QStringLiteral("Retry")
+                                          : QStringLiteral("Suspend"));
+    action->setEnabled(t && state != S::Completed);
+    QAction *cancel = menuItem(Cancel);
+    cancel->setText(state == S::Completed ? QStringLiteral("Close") : QStringLiteral("Cancel"));
+    cancel->setEnabled(bool(t));
+
+    const qsizetype index = t && d ? d->indexOfTask(t) : -1;
+    const qsizetype count = d ? d->countOfTasks() : 0;
+    for (int tag : {MoveUp, MoveToTop}) {
+        menuItem(tag)->setEnabled(index > 0);
+    }
+    for (int tag : {MoveDown, MoveToBottom}) {
+        menuItem(tag)->setEnabled(index >= 0 && index < count - 1);
+    }
+
+    QAction *copyMode = menuItem(CopyMode);
+    QAction *moveMode = menuItem(MoveMode);
+    const ZKReaderPtr source = t ? t->source() : nullptr;
+    if (!t) {
+        copyMode->setEnabled(false);
+        copyMode->setChecked(false);
+        moveMode->setEnabled(false);
+        moveMode->setChecked(false);
+    } else if (source && source->isLocal()) {
+        const bool move = t->transferMode() == ZKTransferMode::Move;
+        copyMode->setChecked(!move);
+        moveMode->setChecked(move);
+        copyMode->setEnabled(state != S::Completed);
+        moveMode->setEnabled(state != S::Completed);
+    } else {
+        // A download cannot take its original away.
+        copyMode->setEnabled(true);
+        copyMode->setChecked(true);
+        moveMode->setEnabled(false);
+        moveMode->setChecked(false);
+    }
+}
+
+void ZKTaskView::contextMenuEvent(QContextMenuEvent *event) {
+    validateMenu();
+    m_menu->popup(event->globalPos());
+    event->accept();
+}
+
+void ZKTaskView::paintEvent(QPaintEvent *event) {
+    ZKListViewItem::paintEvent(event);
+    // A hairline between rows.
+    QPainter painter(this);
+    QColor line = palette().color(QPalette::WindowText);
+    line.setAlphaF(0.12);
+    painter.setPen(line);
+    painter.drawLine(0, height() - 1, width(), height() - 1);
+}
+
+void ZKTaskView::changeEvent(QEvent *event) {
+    ZKListViewItem::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange) {
+        const ZKTaskPtr t = task();
+        setLabelsEnabled(!t || t->state() != S::Suspended);
+    }
+}
+
+// ---- commands
+
+void ZKTaskView::performTaskAction() {
+    if (ZKFerrowickDocument *d = document()) {
+        d->performTaskAction(task());
+    }
+}
+
+void ZKTaskView::cancelTask() {
+    if (ZKFerrowickDocument *d = document()) {
+        d->cancelTask(task());
+    }
+}
+
+void ZKTaskView::moveTaskUp() {
+    if (ZKFerrowickDocument *d = document(); d && task()) {
+        const qsizetype i = d->indexOfTask(task());
+        d->moveTaskFromIndex(i, i - 1);
+    }
+}
+
+void ZKTaskView::moveTaskDown() {
+    if (ZKFerrowickDocument *d = document(); d && task()) {
+        // The target counts the task in its old place.
+        const qsizetype i = d->indexOfTask(task());
+        d->moveTaskFromIndex(i, i + 2);
+    }
+}
+
+void ZKTaskView::moveTaskToTop() {
+    if (ZKFerrowickDocument *d = document(); d && task()) {
+        d->moveTaskFromIndex(d->indexOfTask(task()), 0);
+    }
+}
+
+void ZKTaskView::moveTaskToBottom() {
+    if (ZKFerrowickDocument *d = document(); d && task()) {
+        d->moveTaskFromIndex(d->indexOfTask(task()), d->countOfTasks());
+    }
+}
+
+void ZKTaskView::revealSource() {
+    if (const ZKTaskPtr t = task()) {
+        t->revealSource();
+    }
+}
+
+void ZKTaskView::revealDestination() {
+    if (const ZKTaskPtr t = task()) {
+        t->revealDestination();
+    }
+}
+
+void ZKTaskView::setTransferModeCopy() {
+    if (const ZKTaskPtr t = task()) {
+        t->setTransferMode(ZKTransferMode::Copy);
+    }
+}
+
+void ZKTaskView::setTransferModeMove() {
+    if (const ZKTaskPtr t = task()) {
+        t->setTransferMode(ZKTransferMode::Move);
+    }
+}
+
+void ZKTaskView::changeSource() {
+    const ZKTaskPtr t = task();
+    const ZKReaderPtr source = t ? t->source() : nullptr;
+    if (dynamic_cast<ZKFileSystemReader *>(source.get())) {
+        changeFileSource();
+    } else if (dynamic_cast<ZKFtpReader *>(source.get())) {
+        changeFtpSource();
+    } else if (dynamic_cast<ZKHttpReader *>(source.get())) {
+        changeDownloadSource();
+    }
+}
+
+void ZKTaskView::changeDestination() {
+    const ZKTaskPtr t = task();
+    const ZKWriterPtr destination = t ? t->destination() : nullptr;
+    if (dynamic_cast<ZKFileSystemWriter *>(destination.get())) {
+        changeFileDestination();
+    } else if (dynamic_cast<ZKFtpWriter *>(destination.get())) {
+        changeFtpDestination();
+    }
+}
+
+void ZKTaskView::changeFileSource() {
+    auto *panel = new ZKOpenPanel(window());
+    panel->setCanChooseFiles(true);
+    panel->setCanChooseDirectories(true);
+    panel->setCanCreateDirectories(false);
+    panel->setAllowsMultipleSelection(false);
+    panel->setMessage(QStringLiteral("Choose files and folders to copy."));
+    panel->setPrompt(QStringLiteral("Add"));
+    panel->setDirectoryUrl(task()->source()->url());
+    const std::weak_ptr<ZKTask> weak = task();
+    const QPointer<ZKFerrowickDocument> d = document();
+    panel->beginSheetModalForWindow(window(), [panel, weak, d](bool ok) {
+        panel->deleteLater();
+        const ZKTaskPtr t = weak.lock();
+        const QList<QUrl> urls = ok ? panel->urls() : QList<QUrl>{};
+        if (!t || !d || urls.isEmpty()) {
+            return;
+        }
+        t->pause();
+        if (const auto reader = ZKFileSystemReader::readerWithUrl(urls.first())) {
+            d->changeSourceForTask(t, reader);
+        }
+    });
+}
+
+void ZKTaskView::changeFtpSource() {
+    auto *source = dynamic_cast<ZKFtpReader *>(task()->source().get());
+    auto *panel = new ZKFtpPanel(window());
+    panel->setUrl(source->url());
+    panel->setUsername(source->username());
+    // A password from the password store stays there: the panel hands back
+    // none, and the new endpoint asks the store again.
+    panel->setPassword(source->passwordStored() || !source->password() ? QString()
+                                                                       : *source->password());
+    const std::weak_ptr<ZKTask> weak = task();
+    const QPointer<ZKFerrowickDocument> d = document();
+    panel->displaySheetForWindow(window(), [panel, weak, d](bool chosen) {
+        panel->deleteLater();
+        const ZKTaskPtr t = weak.lock();
+        if (!chosen || !t || !d) {
+            return;
+        }
+        const QString password = panel->password();
+        if (const auto reader = ZKFtpReader::readerWithUrl(
+                panel->url(), panel->username(),
+                password.isNull() ? std::nullopt : std::optional<QString>(password))) {
+            d->changeSourceForTask(t, reader);
+        }
+    });
+}
+
+void ZKTaskView::changeDownloadSource() {
+    auto *panel = new ZKHttpPanel(window());
+    panel->setUrl(task()->source()->url());
+    const std::weak_ptr<ZKTask> weak = task();
+    const QPointer<ZKFerrowickDocument> d = document();
+    panel->displaySheetForWindow(window(), [panel, weak, d](bool chosen) {
+        panel->deleteLater();
+        const ZKTaskPtr t = weak.lock();
+        if (!chosen || !t || !d) {
+            return;
+        }
+        if (const auto reader = ZKReaderFactory::readerWithUrl(panel->url())) {
+            d->changeSourceForTask(t, reader);
+        }
+    });
+}
+
+void ZKTaskView::changeFileDestination() {
+    auto *panel = new ZKOpenPanel(window());
+    panel->setCanChooseFiles(false);
+    panel->setCanChooseDirectories(true);
+    panel->setCanCreateDirectories(true);
+    panel->setAllowsMultipleSelection(false);
+    panel->setMessage(QStringLiteral("Choose a folder to copy to."));
+    panel->setPrompt(QStringLiteral("Select"));
+    panel->setDirectoryUrl(task()->destination()->url());
+    const std::weak_ptr<ZKTask> weak = task();
+    const QPointer<ZKFerrowickDocument> d = document();
+    panel->beginSheetModalForWindow(window(), [panel, weak, d](bool ok) {
+        panel->deleteLater();
+        const ZKTaskPtr t = weak.lock();
+        const QList<QUrl> urls = ok ? panel->urls() : QList<QUrl>{};
+        if (!t || !d || urls.isEmpty()) {
+            return;
+        }
+        d->changeDestinationForTask(t, ZKFileSystemWriter::writerWithDirectory(urls.first()));
+    });
+}
+
+void ZKTaskView::changeFtpDestination() {
+    auto *destination = dynamic_cast<ZKFtpWriter *>(task()->destination().get());
+    auto *panel = new ZKFtpPanel(window());
+    panel->setUrl(destination->url());
+    panel->setUsername(destination->username());
+    panel->setPassword(destination->passwordStored() || !destination->password()
+                           ? QString()
+                           : *destination->password());
+    const std::weak_ptr<ZKTask> weak = task();
+    const QPointer<ZKFerrowickDocument> d = document();
+    panel->displaySheetForWindow(window(), [panel, weak, d](bool chosen) {
+        panel->deleteLater();
+        const ZKTaskPtr t = weak.lock();
+        if (!chosen || !t || !d) {
+            return;
+        }
+        const QString password = panel->password();
+        if (const auto writer = ZKFtpWriter::writerWithDirectoryUrl(
+                panel->url(), panel->username(),
+                password.isNull() ? std::nullopt : std::optional<QString>(password))) {
+            d->changeDestinationForTask(t, writer);
+        }
+    });
+}

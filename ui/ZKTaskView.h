@@ -1,0 +1,145 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "ZKHoverDelegate.h"
+#include "ZKListViewItem.h"
+#include "ZKTaskQueue.h"
+
+#include <QPointer>
+#include <QSet>
+#include <QUrl>
+
+class QLabel;
+class QMenu;
+class QPropertyAnimation;
+class ZKElidedLabel;
+class ZKFerrowickDocument;
+class ZKHoverButton;
+class ZKHoverImageView;
+class ZKHoverView;
+class ZKStoppableProgressIndicator;
+
+// One row of a queue window: the task's name, its progress and what it is
+// doing, the badges of what is special about it, its two buttons and its
+// menu. It watches its task only while it is shown; the queue carries out
+// every command.
+class ZKTaskView : public ZKListViewItem, public ZKHoverDelegate {
+    Q_OBJECT
+
+public:
+    // Menu tags (QAction::data()).
+    enum Tag {
+        SourceTitle = 1001,
+        RevealSource = 1002,
+        ChangeSource = 1003,
+        DestinationTitle = 2001,
+        RevealDestination = 2002,
+        ChangeDestination = 2003,
+        Action = 3001,
+        Cancel = 3002,
+        MoveUp = 4001,
+        MoveToTop = 4002,
+        MoveDown = 4003,
+        MoveToBottom = 4004,
+        CopyMode = 5001,
+        MoveMode = 5002,
+    };
+
+    explicit ZKTaskView(QWidget *parent = nullptr);
+    ~ZKTaskView() override;
+
+    ZKListViewItem *copy() const override;
+    void setRepresentedObject(std::shared_ptr<QObject> object) override;
+    void viewWillAppear() override;
+    void viewDidDisappear() override;
+
+    ZKTaskPtr task() const;
+    ZKFerrowickDocument *document() const;
+    bool isObserving() const { return m_isObserving; }
+
+    // What the row shows.
+    QString detail() const { return m_detail; }
+    QString actionToolTip() const { return m_actionToolTip; }
+    QString cancelToolTip() const { return m_cancelToolTip; }
+    // Up to five, in slot order.
+    QList<QIcon> badges() const;
+    QStringList badgeToolTips() const;
+    bool isProgressBarShown() const;
+    ZKStoppableProgressIndicator *progressIndicator() const { return m_progressIndicator; }
+    QList<ZKHoverImageView *> badgeViews() const { return m_badgeViews; }
+    ZKHoverButton *actionButton() const { return m_actionButton; }
+    ZKHoverButton *cancelButton() const { return m_cancelButton; }
+    QLabel *taskLabel() const;
+    QLabel *detailLabel() const;
+
+    QMenu *contextMenu() const { return m_menu; }
+    QAction *menuItem(int tag) const;
+    // Brings the menu's titles, enabling and checks up to date.
+    void validateMenu();
+
+    static QString descriptionOfUrls(const QSet<QUrl> &urls, const QString &prefix);
+    static QString truncatePath(const QString &path);
+
+    // ---- commands
+    void performTaskAction();
+    void cancelTask();
+    void moveTaskUp();
+    void moveTaskDown();
+    void moveTaskToTop();
+    void moveTaskToBottom();
+    void revealSource();
+    void revealDestination();
+    void setTransferModeCopy();
+    void setTransferModeMove();
+    void changeSource();
+    void changeDestination();
+
+    // ---- hovering
+    void mouseEntered(ZKHoverView *view) override;
+    void mouseExited(ZKHoverView *view) override;
+
+protected:
+    void contextMenuEvent(QContextMenuEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+    void changeEvent(QEvent *event) override;
+
+private:
+    void buildMenu();
+    void startObserving();
+    void stopObserving();
+    void viewWillLayout();
+    void refreshTask(bool animated);
+    void refreshDetail();
+    void refreshBadges();
+    void refreshProgress();
+    void refreshTitle();
+    void setLabelsEnabled(bool enabled);
+    void showProgressBar();
+    void hideProgressBar(bool animated);
+    void configureLocation(QAction *title, QAction *reveal, QAction *change, const QString &prefix,
+                           const ZKReaderPtr &endpoint, qint32 state);
+    void changeFileSource();
+    void changeFtpSource();
+    void changeDownloadSource();
+    void changeFileDestination();
+    void changeFtpDestination();
+
+    bool m_isObserving = false;
+    QList<QMetaObject::Connection> m_connections;
+    int m_defaultIndicatorHeight = 6;
+    ZKHoverView *m_hoverView = nullptr;
+    QLabel *m_iconLabel = nullptr;
+    ZKElidedLabel *m_taskLabel = nullptr;
+    ZKElidedLabel *m_detailLabel = nullptr;
+    ZKStoppableProgressIndicator *m_progressIndicator = nullptr;
+    QPropertyAnimation *m_barAnimation = nullptr;
+    QList<ZKHoverImageView *> m_badgeViews;
+    ZKHoverButton *m_actionButton = nullptr;
+    ZKHoverButton *m_cancelButton = nullptr;
+    QString m_detail;
+    QString m_actionToolTip = QStringLiteral("Suspend");
+    QString m_cancelToolTip = QStringLiteral("Cancel");
+    qint32 m_shownState = -1;
+    QMenu *m_menu = nullptr;
+};
