@@ -1,0 +1,353 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKFerrowickDocument.h"
+#include "ZKFileSystemReader.h"
+#include "ZKFileSystemWriter.h"
+#include "ZKFtpPanel.h"
+#include "ZKFtpServers.h"
+#include "ZKListView.h"
+#include "ZKMessageBoxPresenter.h"
+#include "ZKOpenPanel.h"
+#include "ZKPreferences.h"
+#include "ZKQueueState.h"
+#include "ZKQueueWindow.h"
+#include "ZKTaskState.h"
+#include "ZKTaskView.h"
+#include "ZKTestSupport.h"
+#include "ZKUserDefaults.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QLabel>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QStatusBar>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+using S = ZKTaskState;
+using ZKTestSupport::randomBytes;
+using ZKTestSupport::readFile;
+using ZKTestSupport::writeFile;
+
+class TestZKQueueWindow : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void droppedFolderRunsToCompletion();
+    void conflictIsAskedOverItsWindow_data();
+    void conflictIsAskedOverItsWindow();
+    void ftpSourceAddedThroughItsPanelDownloads();
+    void sourcesWithoutDestinationAskForAFolder_data();
+    void sourcesWithoutDestinationAskForAFolder();
+    void spaceStartsAndPauses();
+    void closingNeitherHangsNorCrashes_data();
+    void closingNeitherHangsNorCrashes();
+
+private:
+    QString path(const QString &name) const { return QDir(m_dir->path()).filePath(name); }
+    ZKWriterPtr outFolder() const {
+        return ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(path("out")));
+    }
+    ZKQueueWindow *openWindow(bool paused = false);
+    static void drop(ZKQueueWindow *window, const QList<QUrl> &urls, const QPoint &at);
+    template <typename T> static T *waitForChild(QWidget *window);
+    // A question is asked in a loop of its own: whoever answers it must
+    // already be waiting in that loop. Calls act with the box when one shows.
+    static void whenAsked(QWidget *window, std::function<void(QMessageBox *)> act);
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    QPointer<ZKQueueWindow> m_window;
+};
+
+void TestZKQueueWindow::initTestCase() {
+    ZKPreferences::initialiseUserDefaults();
+    ZKUserDefaults::standard().setString(ZKPreferences::completionSound, QString());
+    ZKUserDefaults::standard().setString(ZKPreferences::failureSound, QString());
+    ZKQuestionPresenter::setShared(&ZKQueueWindow::presenter());
+}
+
+void TestZKQueueWindow::init() {
+    m_dir = std::make_unique<QTemporaryDir>();
+    QDir(m_dir->path()).mkdir(QStringLiteral("out"));
+    ZKUserDefaults::standard().setInteger(ZKPreferences::queueState, ZKQueueState::Running);
+}
+
+void TestZKQueueWindow::cleanup() {
+    if (m_window) {
+        // A queue with a file is saved on closing, without a question.
+        m_window->document()->setFileName(path("left.queue"));
+        m_window->close();
+        QTRY_VERIFY(!m_window);
+    }
+}
+
+ZKQueueWindow *TestZKQueueWindow::openWindow(bool paused) {
+    auto document = std::make_unique<ZKFerrowickDocument>();
+    document->setDefaultDestination(outFolder());
+    if (paused) {
+        document->setState(ZKQueueState::Paused);
+    }
+    m_window = new ZKQueueWindow(std::move(document));
+    m_window->show();
+    return m_window;
+}
+
+void TestZKQueueWindow::drop(ZKQueueWindow *window, const QList<QUrl> &urls, const QPoint &at) {
+    QMimeData data;
+    data.setUrls(urls);
+    QWidget *target = window->listView()->viewport();
+    QDragEnterEvent enter(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(target, &enter);
+    QDropEvent dropEvent(QPointF(at), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(target, &dropEvent);
+}
+
+template <typename T> T *TestZKQueueWindow::waitForChild(QWidget *window) {
+    T *found = nullptr;
+    (void)QTest::qWaitFor(
+        [&] {
+            for (T *child : window->findChildren<T *>()) {
+                if (child->isVisible()) {
+                    found = child;
+                    return true;
+                }
+            }
+            return false;
+        },
+        10000);
+    return found;
+}
+
+void TestZKQueueWindow::whenAsked(QWidget *window, std::function<void(QMessageBox *)> act) {
+    auto *timer = new QTimer(window);
+    QObject::connect(timer, &QTimer::timeout, window, [window, timer, act] {
+        for (QMessageBox *box : window->findChildren<QMessageBox *>()) {
+            if (box->isVisible()) {
+                timer->stop();
+                timer->deleteLater();
+                act(box);
+                return;
+            }
+        }
+    });
+    timer->start(50);
+}
+
+void TestZKQueueWindow::droppedFolderRunsToCompletion() {
+    QVERIFY(QDir(m_dir->path()).mkpath(QStringLiteral("folder/inner")));
+    QVERIFY(writeFile(path("folder/a"), randomBytes(300000, 1)));
+    QVERIFY(writeFile(path("folder/inner/b"), randomBytes(1000, 2)));
+    ZKQueueWindow *window = openWindow();
+
+    drop(window, {QUrl::fromLocalFile(path("folder"))}, QPoint(20, 20));
+    QCOMPARE(window->document()->countOfTasks(), 1);
+    const ZKTaskPtr task = window->document()->objectInTasksAtIndex(0);
+    QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Completed, 20000);
+    QCOMPARE(readFile(path("out/folder/a")), readFile(path("folder/a")));
+    QCOMPARE(readFile(path("out/folder/inner/b")), readFile(path("folder/inner/b")));
+
+    // What the row and the summary show of it.
+    QTRY_VERIFY(task->detail().endsWith(QStringLiteral(" - done")));
+    const auto rows = window->listView()->visibleItems();
+    QCOMPARE(rows.size(), 1);
+    QTRY_VERIFY2(
+        !rows.first()->findChildren<QLabel *>(QString(), Qt::FindChildrenRecursively).isEmpty(),
+        "the row shows nothing");
+    bool detailShown = false;
+    QTRY_VERIFY_WITH_TIMEOUT(
+        [&] {
+            detailShown = false;
+            for (QLabel *label : rows.first()->findChildren<QLabel *>()) {
+                detailShown = detailShown || label->text() == task->detail();
+            }
+            return detailShown;
+        }(),
+        5000);
+    bool summaryShown = false;
+    QTRY_VERIFY_WITH_TIMEOUT(
+        [&] {
+            summaryShown = false;
+            for (QLabel *label : window->statusBar()->findChildren<QLabel *>()) {
+                summaryShown = summaryShown || label->text().startsWith("1 of 1 complete");
+            }
+            return summaryShown;
+        }(),
+        5000);
+}
+
+void TestZKQueueWindow::conflictIsAskedOverItsWindow_data() {
+    QTest::addColumn<QString>("button");
+    QTest::addColumn<bool>("replaced");
+
+    QTest::newRow("replace") << "Replace" << true;
+    QTest::newRow("skip") << "Skip" << false;
+}
+
+void TestZKQueueWindow::conflictIsAskedOverItsWindow() {
+    QFETCH(QString, button);
+    QFETCH(bool, replaced);
+
+    QVERIFY(QDir(m_dir->path()).mkpath(QStringLiteral("folder")));
+    QVERIFY(QDir(m_dir->path()).mkpath(QStringLiteral("out/folder")));
+    const QByteArray fresh = randomBytes(4000, 3);
+    const QByteArray old = randomBytes(3000, 4);
+    QVERIFY(writeFile(path("folder/a"), fresh));
+    QVERIFY(writeFile(path("out/folder/a"), old));
+    ZKQueueWindow *window = openWindow();
+    ZKQueueWindow *other = new ZKQueueWindow(std::make_unique<ZKFerrowickDocument>());
+    other->show();
+
+    bool asked = false;
+    Qt::WindowModality modality = Qt::NonModal;
+    bool otherAsked = true;
+    QString clicked;
+    whenAsked(window, [&](QMessageBox *box) {
+        asked = true;
+        modality = box->windowModality();
+        otherAsked = !other->findChildren<QMessageBox *>().isEmpty();
+        for (QAbstractButton *b : box->buttons()) {
+            if (b->text() == button) {
+                clicked = b->text();
+                b->click();
+            }
+        }
+    });
+    drop(window, {QUrl::fromLocalFile(path("folder"))}, QPoint(20, 20));
+    QTRY_VERIFY2_WITH_TIMEOUT(asked, "no question was shown over the queue's window", 10000);
+    QCOMPARE(modality, Qt::WindowModal);
+    QVERIFY2(!otherAsked, "the question showed over another queue's window");
+    QCOMPARE(clicked, button);
+
+    const ZKTaskPtr task = window->document()->objectInTasksAtIndex(0);
+    QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Completed, 20000);
+    QCOMPARE(readFile(path("out/folder/a")), replaced ? fresh : old);
+    other->close();
+}
+
+void TestZKQueueWindow::ftpSourceAddedThroughItsPanelDownloads() {
+    ZKFtpServers server(ZKFtpServers::Vsftpd);
+    if (!server.start()) {
+        if (ZKFtpServers::mustRun()) {
+            QFAIL(qPrintable(server.errorString()));
+        }
+        QSKIP(qPrintable(server.errorString()));
+    }
+    const QByteArray content = randomBytes(200000, 5);
+    QVERIFY(writeFile(QDir(server.root()).filePath("remote.bin"), content));
+    server.handOver(server.root());
+    ZKQueueWindow *window = openWindow();
+
+    window->addFtp();
+    auto *panel = waitForChild<ZKFtpPanel>(window);
+    QVERIFY2(panel, "the FTP panel did not open");
+    panel->setUrl(server.url(QStringLiteral("/remote.bin")));
+    panel->setUsername(server.username());
+    panel->setPassword(server.password());
+    panel->choose();
+
+    QTRY_COMPARE(window->document()->countOfTasks(), 1);
+    const ZKTaskPtr task = window->document()->objectInTasksAtIndex(0);
+    QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Completed, 30000);
+    QCOMPARE(readFile(path("out/remote.bin")), content);
+}
+
+void TestZKQueueWindow::sourcesWithoutDestinationAskForAFolder_data() {
+    QTest::addColumn<bool>("chooses");
+
+    QTest::newRow("a folder is chosen") << true;
+    QTest::newRow("the user declines") << false;
+}
+
+void TestZKQueueWindow::sourcesWithoutDestinationAskForAFolder() {
+    QFETCH(bool, chooses);
+
+    QVERIFY(writeFile(path("a"), "a"));
+    ZKQueueWindow *window = openWindow(true);
+    window->document()->setDefaultDestination(nullptr);
+
+    drop(window, {QUrl::fromLocalFile(path("a"))}, QPoint(20, 20));
+    auto *panel = waitForChild<ZKOpenPanel>(window);
+    QVERIFY2(panel, "no folder was asked for");
+    QCOMPARE(window->document()->countOfTasks(), 0);
+    if (chooses) {
+        panel->setDirectory(m_dir->path());
+        panel->selectFile(path("out"));
+        panel->accept();
+        QTRY_COMPARE(window->document()->countOfTasks(), 1);
+        QCOMPARE(window->document()->objectInTasksAtIndex(0)->destination()->url(),
+                 QUrl::fromLocalFile(path("out")));
+    } else {
+        panel->reject();
+        QTest::qWait(100);
+        QCOMPARE(window->document()->countOfTasks(), 0);
+    }
+}
+
+void TestZKQueueWindow::spaceStartsAndPauses() {
+    ZKQueueWindow *window = openWindow(true);
+    QApplication::setActiveWindow(window);
+    QVERIFY(QTest::qWaitForWindowActive(window));
+    QTest::keyClick(window, Qt::Key_Space);
+    QTRY_COMPARE(window->document()->state(), qint32(ZKQueueState::Running));
+    QTest::keyClick(window, Qt::Key_Space);
+    QTRY_COMPARE(window->document()->state(), qint32(ZKQueueState::Paused));
+}
+
+void TestZKQueueWindow::closingNeitherHangsNorCrashes_data() {
+    QTest::addColumn<bool>("withQuestion");
+
+    QTest::newRow("mid copy") << false;
+    QTest::newRow("a question open") << true;
+}
+
+void TestZKQueueWindow::closingNeitherHangsNorCrashes() {
+    QFETCH(bool, withQuestion);
+
+    QVERIFY(QDir(m_dir->path()).mkpath(QStringLiteral("folder")));
+    QVERIFY(writeFile(path("folder/big"), randomBytes(4000000, 6)));
+    if (withQuestion) {
+        QVERIFY(QDir(m_dir->path()).mkpath(QStringLiteral("out/folder")));
+        QVERIFY(writeFile(path("out/folder/big"), "older"));
+    }
+    ZKQueueWindow *window = openWindow();
+    window->document()->setMaximumTransferRate(2000000);
+
+    window->document()->setFileName(path("closed.queue"));
+    bool asked = false;
+    if (withQuestion) {
+        // Closed while the question waits for its answer.
+        whenAsked(window, [&](QMessageBox *) {
+            asked = true;
+            window->close();
+        });
+    }
+    drop(window, {QUrl::fromLocalFile(path("folder"))}, QPoint(20, 20));
+    const ZKTaskPtr task = window->document()->objectInTasksAtIndex(0);
+    if (withQuestion) {
+        QTRY_VERIFY2_WITH_TIMEOUT(asked, "no question was shown", 10000);
+    } else {
+        QTRY_VERIFY_WITH_TIMEOUT(task->progressBytes() > 0, 10000);
+        window->close();
+    }
+    QTRY_VERIFY_WITH_TIMEOUT(!m_window, 10000);
+    QVERIFY2(QFile::exists(path("closed.queue")), "the queue was not saved on closing");
+    // Its step has ended: nothing writes any more.
+    const QByteArray written = readFile(path("out/folder/big"));
+    QTest::qWait(300);
+    QCOMPARE(readFile(path("out/folder/big")), written);
+}
+
+int main(int argc, char **argv) {
+    ZKTestSupport::isolateSettings();
+    QApplication app(argc, argv);
+    TestZKQueueWindow test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_ZKQueueWindow.moc"

@@ -1,0 +1,687 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKQueueWindow.h"
+
+#include "ZKClearMenuDelegate.h"
+#include "ZKDelayPopupButton.h"
+#include "ZKDestinationPopUpButton.h"
+#include "ZKFerrowickDocument.h"
+#include "ZKFileSystemWriter.h"
+#include "ZKFtpPanel.h"
+#include "ZKHttpPanel.h"
+#include "ZKImages.h"
+#include "ZKListView.h"
+#include "ZKMessageBoxPresenter.h"
+#include "ZKMimeDataPasteboard.h"
+#include "ZKOpenPanel.h"
+#include "ZKQueueState.h"
+#include "ZKReaderFactory.h"
+#include "ZKRetryMenuDelegate.h"
+#include "ZKTaskView.h"
+#include "ZKTransferMode.h"
+
+#include <QAction>
+#include <QActionGroup>
+#include <QApplication>
+#include <QCheckBox>
+#include <QClipboard>
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QLabel>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QScreen>
+#include <QStatusBar>
+#include <QTimer>
+#include <QToolBar>
+#include <QVBoxLayout>
+
+namespace {
+
+QList<ZKQueueWindow *> &openWindows() {
+    static QList<ZKQueueWindow *> windows;
+    return windows;
+}
+
+const QString kQueueFilter = QStringLiteral("Ferrowick queues (*.queue)");
+
+} // namespace
+
+ZKMessageBoxPresenter &ZKQueueWindow::presenter() {
+    static ZKMessageBoxPresenter shared(
+        [](const QObject *asker) -> QWidget * { return windowForAsker(asker); });
+    return shared;
+}
+
+ZKQueueWindow *ZKQueueWindow::windowForAsker(const QObject *asker) {
+    for (ZKQueueWindow *window : std::as_const(openWindows())) {
+        ZKFerrowickDocument *document = window->document();
+        if (!document || window->m_closing) {
+            continue;
+        }
+        if (asker == document || document->taskQueue().taskWithAddress(asker)) {
+            return window;
+        }
+    }
+    return nullptr;
+}
+
+ZKQueueWindow::ZKQueueWindow(std::unique_ptr<ZKFerrowickDocument> document, QWidget *parent)
+    : ZKKeyPressHandlerWindow(parent)
+    , m_document(std::move(document)) {
+    openWindows().append(this);
+    setAttribute(Qt::WA_DeleteOnClose);
+    setAcceptDrops(true);
+    setWindowIcon(ZKImages::named(QStringLiteral("ferrowick")));
+    m_lastSourcePath = QDir::homePath();
+    m_lastDestinationPath = QDir::homePath();
+
+    m_listView = new ZKListView(this);
+    m_listView->setAccessibleName(QStringLiteral("Tasks"));
+    m_listView->setOwner(m_document.get());
+    m_listView->setDelegate(m_document.get());
+    m_listView->setItemPrototype(new ZKTaskView);
+    setCentralWidget(m_listView);
+
+    m_emptyHint = new QLabel(m_listView->viewport());
+    m_emptyHint->setAlignment(Qt::AlignCenter);
+    m_emptyHint->setWordWrap(true);
+    m_emptyHint->setAttribute(Qt::WA_TransparentForMouseEvents);
+    m_emptyHint->setText(QStringLiteral("<p style='font-size:large'>Drop files and folders here"
+                                        "</p><p>or choose Add to copy files, folders, FTP and "
+                                        "web addresses</p>"));
+    m_emptyHint->setForegroundRole(QPalette::PlaceholderText);
+    m_listView->viewport()->installEventFilter(this);
+
+    buildActions();
+    buildMenus();
+    buildToolBar();
+    buildStatusBar();
+    connectDocument();
+    reloadRows();
+
+    m_document->setDestinationChooser(
+        [this](const std::function<void(const ZKWriterPtr &)> &answer) {
+            chooseDestinationFolder(answer);
+        });
+
+    resize(720, 520);
+    setMinimumSize(480, 260);
+}
+
+ZKQueueWindow::~ZKQueueWindow() {
+    openWindows().removeAll(this);
+    // The rows go before their queue: each watches a task of it.
+    delete m_listView;
+    m_listView = nullptr;
+    m_document.reset();
+}
+
+QAction *ZKQueueWindow::action(const QString &objectName) const {
+    return m_actions.value(objectName);
+}
+
+// ---- building
+
+void ZKQueueWindow::buildActions() {
+    auto add = [this](const QString &name, const QString &text, const QKeySequence &shortcut,
+                      auto slot) {
+        auto *action = new QAction(text, this);
+        action->setObjectName(name);
+        if (!shortcut.isEmpty()) {
+            action->setShortcut(shortcut);
+        }
+        connect(action, &QAction::triggered, this, slot);
+        m_actions.insert(name, action);
+        addAction(action);
+        return action;
+    };
+    ZKFerrowickDocument *d = m_document.get();
+
+    add("startStop", QStringLiteral("Start"), QKeySequence(Qt::Key_Space),
+        [this] { toggleStartStop(); });
+    add("addFile", QStringLiteral("Add Files and Folders..."),
+        QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_A), [this] { addFile(); });
+    add("addFtp", QStringLiteral("Add FTP Address..."),
+        QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_F), [this] { addFtp(); });
+    add("addDownload", QStringLiteral("Add Web Address..."), QKeySequence(Qt::CTRL | Qt::Key_L),
+        [this] { addDownload(); });
+    add("paste", QStringLiteral("Paste"), QKeySequence::Paste, [this] { paste(); });
+    add("copy", QStringLiteral("Copy Tasks"), QKeySequence::Copy, [this] { copyItems(); });
+    add("copySources", QStringLiteral("Copy Source Addresses"),
+        QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_C), [this] { copySources(); });
+    add("save", QStringLiteral("Save"), QKeySequence::Save, [this] { save(); });
+    add("saveAs", QStringLiteral("Save As..."), QKeySequence::SaveAs, [this] { saveAs(); });
+    add("close", QStringLiteral("Close"), QKeySequence::Close, [this] { close(); });
+    add("quit", QStringLiteral("Quit"), QKeySequence::Quit, [] {
+        QApplication::closeAllWindows();
+    })->setMenuRole(QAction::QuitRole);
+
+    add("retry", QStringLiteral("Retry"), QKeySequence(Qt::CTRL | Qt::Key_R),
+        [d] { d->restart(false); });
+    add("retryFailed", QStringLiteral("Retry Failed Tasks"), {}, [d] { d->retryFailedTasks(); });
+    add("autoRetry", QStringLiteral("Retry Automatically"), {}, [d] {
+        d->toggleAutoRetryItems();
+    })->setCheckable(true);
+    add("clearCompleted", QStringLiteral("Clear Completed"), QKeySequence(Qt::CTRL | Qt::Key_K),
+        [d] { d->clearCompletedItems(false); });
+    add("clearFailed", QStringLiteral("Clear Failed"), {}, [d] { d->clearFailedItems(); });
+    add("clearAll", QStringLiteral("Clear All"), {}, [d] { d->clearAllItems(); });
+    add("autoClear", QStringLiteral("Clear Automatically"), {}, [d] {
+        d->toggleAutoClearItems();
+    })->setCheckable(true);
+    add("suspendAll", QStringLiteral("Suspend All"), {}, [d] { d->suspendAll(); });
+    add("resumeAll", QStringLiteral("Resume All"), {}, [d] { d->resumeAll(); });
+    add("allCopy", QStringLiteral("Copy All"), {}, [d] { d->setAllTransferModeCopy(); });
+    add("allMove", QStringLiteral("Move All"), {}, [d] { d->setAllTransferModeMove(); });
+    add("changeAllDestination", QStringLiteral("Change All Destinations..."), {},
+        [this] { changeAllDestination(); });
+    add("verify", QStringLiteral("Verify Copies"), {}, [d](bool on) {
+        d->setIsVerifyEnabled(on);
+    })->setCheckable(true);
+
+    auto *modes = new QActionGroup(this);
+    for (const auto &[name, text, mode] :
+         {std::tuple{"defaultCopy", "Copy New Items", ZKTransferMode::Copy},
+          std::tuple{"defaultMove", "Move New Items", ZKTransferMode::Move}}) {
+        QAction *action = add(name, QString::fromLatin1(text), {},
+                              [d, mode] { d->setDefaultTransferMode(mode); });
+        action->setCheckable(true);
+        modes->addAction(action);
+    }
+
+    for (const auto &[name, text, sort] :
+         {std::tuple{"sortByFilename", "By Name", &ZKFerrowickDocument::sortByFilename},
+          std::tuple{"sortByDestination", "By Destination",
+                     &ZKFerrowickDocument::sortByDestination},
+          std::tuple{"sortByFileSize", "By Size", &ZKFerrowickDocument::sortByFileSize},
+          std::tuple{"sortByPercentCompleted", "By Progress",
+                     &ZKFerrowickDocument::sortByPercentCompleted},
+          std::tuple{"sortByPercentRemaining", "By Work Left",
+                     &ZKFerrowickDocument::sortByPercentRemaining},
+          std::tuple{"sortByTimeRemaining", "By Time Left",
+                     &ZKFerrowickDocument::sortByTimeRemaining}}) {
+        add(name, QString::fromLatin1(text), {}, [d, sort] { (d->*sort)(); });
+    }
+}
+
+void ZKQueueWindow::buildMenus() {
+    QMenu *file = menuBar()->addMenu(QStringLiteral("&File"));
+    file->addActions({action("save"), action("saveAs")});
+    file->addSeparator();
+    file->addActions({action("close"), action("quit")});
+
+    QMenu *edit = menuBar()->addMenu(QStringLiteral("&Edit"));
+    edit->addActions({action("copy"), action("copySources"), action("paste")});
+
+    QMenu *queue = menuBar()->addMenu(QStringLiteral("&Queue"));
+    queue->addAction(action("startStop"));
+    queue->addSeparator();
+    queue->addActions({action("addFile"), action("addFtp"), action("addDownload")});
+    queue->addSeparator();
+    queue->addActions({action("retry"), action("retryFailed"), action("autoRetry")});
+    queue->addSeparator();
+    queue->addActions(
+        {action("clearCompleted"), action("clearFailed"), action("clearAll"), action("autoClear")});
+    queue->addSeparator();
+    queue->addActions({action("suspendAll"), action("resumeAll")});
+    queue->addSeparator();
+    queue->addActions({action("allCopy"), action("allMove"), action("changeAllDestination")});
+    queue->addSeparator();
+    queue->addActions({action("defaultCopy"), action("defaultMove"), action("verify")});
+    QMenu *sort = queue->addMenu(QStringLiteral("Sort"));
+    sort->addActions({action("sortByFilename"), action("sortByDestination"),
+                      action("sortByFileSize"), action("sortByPercentCompleted"),
+                      action("sortByPercentRemaining"), action("sortByTimeRemaining")});
+    connect(queue, &QMenu::aboutToShow, this, [this] {
+        action("autoRetry")->setChecked(m_document->autoRetryItems());
+        action("autoClear")->setChecked(m_document->autoClearItems());
+        action("verify")->setChecked(m_document->isVerifyEnabled());
+        action(m_document->defaultTransferMode() == ZKTransferMode::Move ? "defaultMove"
+                                                                         : "defaultCopy")
+            ->setChecked(true);
+    });
+}
+
+void ZKQueueWindow::buildToolBar() {
+    QToolBar *bar = addToolBar(QStringLiteral("Queue"));
+    bar->setObjectName(QStringLiteral("queueToolBar"));
+    bar->setMovable(false);
+    bar->setFloatable(false);
+    bar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    bar->setContextMenuPolicy(Qt::PreventContextMenu);
+
+    QAction *startStop = action("startStop");
+    bar->addAction(startStop);
+
+    // A click runs the first command, a longer press shows the others.
+    auto popup = [this, bar](const QString &text, const QString &image, QMenu *menu) {
+        auto *button = new ZKDelayPopupButton(bar);
+        button->setText(text);
+        button->setIcon(ZKImages::named(image));
+        button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+        button->setAutoRaise(true);
+        button->setPopupMenu(menu);
+        button->setAccessibleName(text);
+        bar->addWidget(button);
+        return button;
+    };
+
+    m_addMenu = new QMenu(this);
+    m_addMenu->addActions({action("addFile"), action("addFtp"), action("addDownload")});
+    m_addMenu->addSeparator();
+    m_addMenu->addAction(action("paste"));
+    m_addButton = popup(QStringLiteral("Add"), QStringLiteral("ZKToolbarAdd"), m_addMenu);
+    m_addButton->setToolTip(QStringLiteral("Add files and folders (hold for more)"));
+    connect(m_addButton, &ZKDelayPopupButton::clicked, this, [this] { addFile(); });
+
+    m_retryMenu = new QMenu(this);
+    QAction *autoRetry = m_retryMenu->addAction(QStringLiteral("Retry Automatically"));
+    autoRetry->setData(1001);
+    autoRetry->setCheckable(true);
+    connect(autoRetry, &QAction::triggered, m_document.get(),
+            [d = m_document.get()] { d->toggleAutoRetryItems(); });
+    m_retryMenu->addSeparator();
+    m_retryMenu->addActions({action("retry"), action("retryFailed")});
+    m_retryMenuDelegate = new ZKRetryMenuDelegate(this);
+    m_retryMenuDelegate->setDocument(m_document.get());
+    m_retryMenuDelegate->attachToMenu(m_retryMenu);
+    m_retryButton = popup(QStringLiteral("Retry"), QStringLiteral("ZKToolbarRetry"), m_retryMenu);
+    connect(m_retryButton, &ZKDelayPopupButton::clicked, this,
+            [this] { m_document->restart(true); });
+
+    m_clearMenu = new QMenu(this);
+    QAction *autoClear = m_clearMenu->addAction(QStringLiteral("Clear Automatically"));
+    autoClear->setData(1001);
+    autoClear->setCheckable(true);
+    connect(autoClear, &QAction::triggered, m_document.get(),
+            [d = m_document.get()] { d->toggleAutoClearItems(); });
+    m_clearMenu->addSeparator();
+    m_clearMenu->addActions({action("clearCompleted"), action("clearFailed"), action("clearAll")});
+    m_clearMenuDelegate = new ZKClearMenuDelegate(this);
+    m_clearMenuDelegate->setDocument(m_document.get());
+    m_clearMenuDelegate->attachToMenu(m_clearMenu);
+    m_clearButton = popup(QStringLiteral("Clear"), QStringLiteral("ZKToolbarClear"), m_clearMenu);
+    connect(m_clearButton, &ZKDelayPopupButton::clicked, this,
+            [this] { m_document->clearCompletedItems(true); });
+
+    auto *spacer = new QWidget(bar);
+    spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    bar->addWidget(spacer);
+
+    m_modeBox = new QComboBox(bar);
+    m_modeBox->addItem(QStringLiteral("Copy"), ZKTransferMode::Copy);
+    m_modeBox->addItem(QStringLiteral("Move"), ZKTransferMode::Move);
+    m_modeBox->setAccessibleName(QStringLiteral("Transfer mode of new items"));
+    m_modeBox->setToolTip(QStringLiteral("Copy or move the items added from now on"));
+    connect(m_modeBox, &QComboBox::activated, this, [this](int index) {
+        m_document->setDefaultTransferMode(m_modeBox->itemData(index).toInt());
+    });
+    bar->addWidget(m_modeBox);
+
+    auto *toLabel = new QLabel(QStringLiteral(" to "), bar);
+    bar->addWidget(toLabel);
+    m_destinationButton = new ZKDestinationPopUpButton(bar);
+    m_destinationButton->setAccessibleName(QStringLiteral("Default destination"));
+    m_destinationButton->setMinimumContentsLength(14);
+    m_destinationButton->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    toLabel->setBuddy(m_destinationButton);
+    bar->addWidget(m_destinationButton);
+
+    m_verifyBox = new QCheckBox(QStringLiteral("Verify"), bar);
+    m_verifyBox->setToolTip(QStringLiteral("Compare every copy with its original"));
+    m_verifyBox->setAccessibleName(QStringLiteral("Verify copies"));
+    connect(m_verifyBox, &QCheckBox::toggled, this,
+            [this](bool on) { m_document->setIsVerifyEnabled(on); });
+    bar->addWidget(m_verifyBox);
+}
+
+void ZKQueueWindow::buildStatusBar() {
+    m_descriptionLabel = new QLabel(this);
+    m_descriptionLabel->setAccessibleName(QStringLiteral("Queue summary"));
+    m_dataDescriptionLabel = new QLabel(this);
+    m_dataDescriptionLabel->setAccessibleName(QStringLiteral("Data summary"));
+    statusBar()->addWidget(m_descriptionLabel, 1);
+    statusBar()->addPermanentWidget(m_dataDescriptionLabel);
+    statusBar()->setSizeGripEnabled(false);
+}
+
+void ZKQueueWindow::connectDocument() {
+    ZKFerrowickDocument *d = m_document.get();
+    connect(d, &ZKFerrowickDocument::stateChanged, this, &ZKQueueWindow::refreshState);
+    connect(d, &ZKFerrowickDocument::descriptionChanged, this, &ZKQueueWindow::refreshTexts);
+    connect(d, &ZKFerrowickDocument::dataDescriptionChanged, this, &ZKQueueWindow::refreshTexts);
+    connect(d, &ZKFerrowickDocument::editedChanged, this, &ZKQueueWindow::refreshTitle);
+    connect(d, &ZKFerrowickDocument::retryTooltipChanged, this,
+            [this] { m_retryButton->setToolTip(m_document->retryTooltip()); });
+    connect(d, &ZKFerrowickDocument::clearTooltipChanged, this,
+            [this] { m_clearButton->setToolTip(m_document->clearTooltip()); });
+    connect(d, &ZKFerrowickDocument::isVerifyEnabledChanged, this, [this] {
+        const QSignalBlocker blocker(m_verifyBox);
+        m_verifyBox->setChecked(m_document->isVerifyEnabled());
+    });
+    connect(d, &ZKFerrowickDocument::defaultTransferModeChanged, this, [this] {
+        m_modeBox->setCurrentIndex(m_modeBox->findData(m_document->defaultTransferMode()));
+    });
+    connect(d, &ZKFerrowickDocument::defaultDestinationChanged, this, [this] {
+        if (m_destinationButton->destination() != m_document->defaultDestination()) {
+            m_destinationButton->setDestination(m_document->defaultDestination());
+        }
+    });
+    connect(
+        m_destinationButton, &ZKDestinationPopUpButton::destinationChanged, this,
+        [this](const ZKWriterPtr &destination) { m_document->setDefaultDestination(destination); });
+
+    // The rows follow the queue one change at a time, so that they can
+    // slide; a change the rows cannot follow lays them out anew.
+    ZKTaskQueue &queue = d->taskQueue();
+    connect(&queue, &ZKTaskQueue::tasksInserted, this, [this](const ZKIndexList &indexes) {
+        QList<std::shared_ptr<QObject>> objects;
+        for (const qsizetype index : indexes) {
+            objects << m_document->objectInTasksAtIndex(index);
+        }
+        m_listView->insertContent(objects, indexes);
+        syncRows();
+    });
+    connect(&queue, &ZKTaskQueue::tasksRemoved, this, [this](const ZKIndexList &indexes) {
+        m_listView->removeContentAtIndexes(indexes);
+        syncRows();
+    });
+    connect(&queue, &ZKTaskQueue::taskMoved, this, [this](qsizetype from, qsizetype to) {
+        // The list counts its target before the row leaves its place.
+        m_listView->moveItemFromIndex(from, to > from ? to + 1 : to);
+        syncRows();
+    });
+    connect(&queue, &ZKTaskQueue::tasksReordered, this, &ZKQueueWindow::reloadRows);
+
+    m_verifyBox->setChecked(d->isVerifyEnabled());
+    m_modeBox->setCurrentIndex(m_modeBox->findData(d->defaultTransferMode()));
+    m_destinationButton->setDestination(d->defaultDestination());
+    m_retryButton->setToolTip(d->retryTooltip());
+    m_clearButton->setToolTip(d->clearTooltip());
+    refreshState();
+    refreshTexts();
+    refreshTitle();
+}
+
+// ---- rows
+
+void ZKQueueWindow::reloadRows() {
+    const QList<ZKTaskPtr> tasks = m_document->taskQueue().tasks();
+    QList<std::shared_ptr<QObject>> objects;
+    objects.reserve(tasks.size());
+    for (const ZKTaskPtr &task : tasks) {
+        objects << task;
+    }
+    m_listView->setContent(objects);
+    refreshEmptyHint();
+}
+
+void ZKQueueWindow::syncRows() {
+    // A change that reached the rows out of turn: show the queue as it is.
+    const auto &content = m_listView->content();
+    const qsizetype count = m_document->countOfTasks();
+    if (content.size() != count ||
+        (count > 0 && (content.first() != m_document->objectInTasksAtIndex(0) ||
+                       content.last() != m_document->objectInTasksAtIndex(count - 1)))) {
+        reloadRows();
+    }
+    refreshEmptyHint();
+}
+
+void ZKQueueWindow::refreshEmptyHint() {
+    const bool empty = m_document->countOfTasks() == 0;
+    m_emptyHint->setGeometry(m_listView->viewport()->rect().adjusted(24, 24, -24, -24));
+    m_emptyHint->setVisible(empty);
+}
+
+// ---- texts and state
+
+void ZKQueueWindow::refreshState() {
+    const bool running = m_document->state() == ZKQueueState::Running;
+    QAction *startStop = action("startStop");
+    startStop->setText(running ? QStringLiteral("Pause") : QStringLiteral("Start"));
+    startStop->setIcon(ZKImages::named(running ? QStringLiteral("ZKToolbarPause")
+                                               : QStringLiteral("ZKToolbarStart")));
+    startStop->setToolTip(running ? QStringLiteral("Pause the queue (Space)")
+                                  : QStringLiteral("Start the queue (Space)"));
+}
+
+void ZKQueueWindow::refreshTexts() {
+    m_descriptionLabel->setText(m_document->description());
+    m_dataDescriptionLabel->setText(m_document->dataDescription());
+}
+
+void ZKQueueWindow::refreshTitle() {
+    setWindowTitle(m_document->displayName() + QStringLiteral("[*] \u2014 Ferrowick"));
+    setWindowModified(m_document->isEdited());
+}
+
+// ---- commands
+
+void ZKQueueWindow::toggleStartStop() {
+    m_document->toggleStartStop();
+}
+
+void ZKQueueWindow::addReaders(const QList<ZKReaderPtr> &readers) {
+    m_document->createTasksWithReaders(readers, m_document->countOfTasks());
+}
+
+void ZKQueueWindow::addFile() {
+    auto *panel = new ZKOpenPanel(this);
+    panel->setCanChooseFiles(true);
+    panel->setCanChooseDirectories(true);
+    panel->setCanCreateDirectories(false);
+    panel->setAllowsMultipleSelection(true);
+    panel->setMessage(QStringLiteral("Choose files and folders to copy."));
+    panel->setPrompt(QStringLiteral("Add"));
+    panel->setDirectoryUrl(QUrl::fromLocalFile(m_lastSourcePath));
+    panel->beginSheetModalForWindow(this, [this, panel](bool ok) {
+        panel->deleteLater();
+        if (!ok) {
+            return;
+        }
+        const QList<QUrl> urls = panel->urls();
+        if (!urls.isEmpty()) {
+            m_lastSourcePath = QFileInfo(urls.first().toLocalFile()).absolutePath();
+        }
+        addReaders(ZKReaderFactory::readersWithUrls(urls));
+    });
+}
+
+void ZKQueueWindow::addFtp() {
+    auto *panel = new ZKFtpPanel(this);
+    panel->displaySheetForWindow(this, [this, panel](bool chosen) {
+        panel->deleteLater();
+        if (!chosen) {
+            return;
+        }
+        if (const auto reader = ZKReaderFactory::readerWithPath(
+                panel->url().toString(), panel->username(), panel->password())) {
+            addReaders({reader});
+        }
+    });
+}
+
+void ZKQueueWindow::addDownload() {
+    auto *panel = new ZKHttpPanel(this);
+    panel->displaySheetForWindow(this, [this, panel](bool chosen) {
+        panel->deleteLater();
+        if (!chosen) {
+            return;
+        }
+        if (const auto reader = ZKReaderFactory::readerWithUrl(panel->url())) {
+            addReaders({reader});
+        }
+    });
+}
+
+bool ZKQueueWindow::addSourcesFromMimeData(const QMimeData &data, qsizetype index) {
+    const QList<QByteArray> tasks =
+        ZKMimeDataPasteboard::itemsOfType(data, ZKTaskQueue::pasteboardType);
+    const QList<QUrl> urls = data.hasUrls() ? data.urls() : QList<QUrl>{};
+    if (!tasks.isEmpty() || !urls.isEmpty()) {
+        m_document->paste(tasks, urls, index);
+        return true;
+    }
+    // Text: one path or address a line.
+    QList<ZKReaderPtr> readers;
+    const QStringList lines = data.text().split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    for (const QString &line : lines) {
+        const QString path = line.trimmed();
+        if (ZKReaderFactory::isValidPath(path)) {
+            if (const auto reader = ZKReaderFactory::readerWithPath(path)) {
+                readers << reader;
+            }
+        }
+    }
+    if (readers.isEmpty()) {
+        return false;
+    }
+    m_document->createTasksWithReaders(readers, index);
+    return true;
+}
+
+void ZKQueueWindow::paste() {
+    const QMimeData *data = QApplication::clipboard()->mimeData();
+    if (!data || !addSourcesFromMimeData(*data, m_document->countOfTasks())) {
+        statusBar()->showMessage(
+            QStringLiteral("The clipboard holds no files, folders or addresses to copy."), 4000);
+    }
+}
+
+void ZKQueueWindow::copyItems() {
+    ZKMimeDataPasteboard pasteboard;
+    ZKIndexList all;
+    for (qsizetype i = 0; i < m_document->countOfTasks(); ++i) {
+        all << i;
+    }
+    m_document->copyItems(all, pasteboard);
+    m_document->copySources(pasteboard);
+    QApplication::clipboard()->setMimeData(pasteboard.takeMimeData());
+}
+
+void ZKQueueWindow::copySources() {
+    ZKMimeDataPasteboard pasteboard;
+    m_document->copySources(pasteboard);
+    QApplication::clipboard()->setMimeData(pasteboard.takeMimeData());
+}
+
+void ZKQueueWindow::chooseDestinationFolder(
+    const std::function<void(const ZKWriterPtr &)> &answer) {
+    auto *panel = new ZKOpenPanel(this);
+    panel->setCanChooseFiles(false);
+    panel->setCanChooseDirectories(true);
+    panel->setCanCreateDirectories(true);
+    panel->setAllowsMultipleSelection(false);
+    panel->setMessage(QStringLiteral("Choose a folder to copy to."));
+    panel->setPrompt(QStringLiteral("Select"));
+    panel->setDirectoryUrl(QUrl::fromLocalFile(m_lastDestinationPath));
+    panel->beginSheetModalForWindow(this, [this, panel, answer](bool ok) {
+        panel->deleteLater();
+        const QList<QUrl> urls = ok ? panel->urls() : QList<QUrl>{};
+        if (urls.isEmpty()) {
+            answer(nullptr);
+            return;
+        }
+        m_lastDestinationPath = urls.first().toLocalFile();
+        answer(ZKFileSystemWriter::writerWithDirectory(urls.first()));
+    });
+}
+
+void ZKQueueWindow::changeAllDestination() {
+    chooseDestinationFolder([this](const ZKWriterPtr &destination) {
+        if (destination) {
+            m_document->changeAllDestination(destination);
+        }
+    });
+}
+
+bool ZKQueueWindow::save() {
+    if (m_document->fileName().isEmpty()) {
+        return saveAs();
+    }
+    ZKError error;
+    if (!m_document->writeToFile(m_document->fileName(), &error)) {
+        QMessageBox::critical(this, QStringLiteral("Ferrowick"),
+                              QStringLiteral("The queue could not be saved."), QMessageBox::Ok);
+        statusBar()->showMessage(error.localizedDescription(), 8000);
+        return false;
+    }
+    m_document->clearChangeCount();
+    return true;
+}
+
+bool ZKQueueWindow::saveAs() {
+    QFileDialog dialog(this, QStringLiteral("Save Queue"), m_lastSourcePath, kQueueFilter);
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setDefaultSuffix(ZKFerrowickDocument::fileExtension);
+    dialog.setOption(QFileDialog::DontUseNativeDialog);
+    dialog.selectFile(m_document->displayName() + QStringLiteral(".queue"));
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) {
+        return false;
+    }
+    m_document->setFileName(dialog.selectedFiles().first());
+    refreshTitle();
+    return save();
+}
+
+// ---- window events
+
+void ZKQueueWindow::closeEvent(QCloseEvent *event) {
+    // A question of this queue is still waiting for its answer further down
+    // the call stack: answer it first, and close once it has returned.
+    if (presenter().openQuestionCount(this) > 0) {
+        presenter().dismissQuestions(this);
+        event->ignore();
+        QTimer::singleShot(0, this, &QWidget::close);
+        return;
+    }
+    // A saved queue keeps its progress; an untitled one with tasks asks.
+    if (!m_document->fileName().isEmpty()) {
+        if (m_document->isEdited() && !save()) {
+            event->ignore();
+            return;
+        }
+    } else if (m_document->countOfTasks() > 0) {
+        QMessageBox box(QMessageBox::Warning, QStringLiteral("Ferrowick"),
+                        QStringLiteral("Do you want to save this queue?"),
+                        QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, this);
+        box.setInformativeText(
+            QStringLiteral("Its tasks and their progress are lost if you don't save them."));
+        box.setWindowModality(Qt::WindowModal);
+        const int answer = box.exec();
+        if (answer == QMessageBox::Cancel || (answer == QMessageBox::Save && !saveAs())) {
+            event->ignore();
+            return;
+        }
+    }
+    m_closing = true;
+    event->accept();
+}
+
+bool ZKQueueWindow::eventFilter(QObject *watched, QEvent *event) {
+    if (m_listView && watched == m_listView->viewport() && event->type() == QEvent::Resize) {
+        refreshEmptyHint();
+    }
+    return ZKKeyPressHandlerWindow::eventFilter(watched, event);
+}
+
+void ZKQueueWindow::dragEnterEvent(QDragEnterEvent *event) {
+    if (event->mimeData()->hasUrls() || event->mimeData()->hasFormat(ZKTaskQueue::pasteboardType)) {
+        event->setDropAction(Qt::CopyAction);
+        event->accept();
+    }
+}
+
+void ZKQueueWindow::dropEvent(QDropEvent *event) {
+    // Beside the list (on the toolbar or the summary): at the end.
+    if (m_document->dropItemsAtIndex(m_document->countOfTasks(), *event->mimeData())) {
+        event->setDropAction(Qt::CopyAction);
+        event->accept();
+    }
+}
