@@ -5,7 +5,7 @@ BUILD ?= build
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 
-.PHONY: all deps build run test test-asan test-tsan bench fuzz format clean
+.PHONY: all deps build run test test-asan test-tsan bench screenshots fuzz format clean
 
 all: build
 
@@ -40,6 +40,11 @@ bench: build
 	bash bench/http-bench.sh $(BUILD)
 	bash bench/queue-bench.sh $(BUILD)
 	bash bench/cli-sources-bench.sh $(BUILD)
+	bash bench/window-bench.sh $(BUILD)
+
+# The pictures of docs/, from real windows under Xvfb.
+screenshots: build
+	bash scripts/screenshots.sh $(BUILD) docs
 
 # FUZZ_TARGET=ftp_listing|ftp_reply|queue_loader, FUZZ_SECONDS=300
 fuzz:

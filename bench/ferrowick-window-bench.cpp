@@ -1,0 +1,254 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+//
+// How the queue window holds up with a long queue: a paused queue of
+// 10,000 tasks in mixed states is saved, then opened in a window. Prints the
+// time to the first painted window, the frame times of scrolling to the end,
+// an animated insertion of 100 tasks, memory per task and per row, and the
+// main-thread time of one change of the overall rate. Usage:
+//   ferrowick-window-bench [TASKS]   (default 10000)
+#include "ZKCopyTask.h"
+#include "ZKFerrowickDocument.h"
+#include "ZKFileSystemReader.h"
+#include "ZKFileSystemWriter.h"
+#include "ZKListView.h"
+#include "ZKMessageBoxPresenter.h"
+#include "ZKPreferences.h"
+#include "ZKQueueState.h"
+#include "ZKQueueWindow.h"
+#include "ZKTaskState.h"
+#include "ZKTaskView.h"
+#include "ZKUserDefaults.h"
+
+#include <QAbstractAnimation>
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QScrollBar>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <cstdio>
+
+using S = ZKTaskState;
+
+namespace {
+
+long statusKib(const char *key) {
+    QFile file(QStringLiteral("/proc/self/status"));
+    if (!file.open(QIODevice::ReadOnly)) {
+        return -1;
+    }
+    for (const QByteArray &line : file.readAll().split('\n')) {
+        if (line.startsWith(key)) {
+            return line.mid(qstrlen(key) + 1).trimmed().split(' ').first().toLong();
+        }
+    }
+    return -1;
+}
+
+void drain() {
+    for (int i = 0; i < 5; ++i) {
+        QApplication::processEvents(QEventLoop::AllEvents, 50);
+    }
+}
+
+// Counts and times the list's paints.
+class PaintClock : public QObject {
+public:
+    QList<double> frames; // ms
+    bool painted = false;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override {
+        if (event->type() == QEvent::Paint) {
+            painted = true;
+        }
+        return QObject::eventFilter(watched, event);
+    }
+};
+
+void printFrames(const char *what, QList<double> frames) {
+    if (frames.isEmpty()) {
+        std::printf("%-34s no frames\n", what);
+        return;
+    }
+    std::sort(frames.begin(), frames.end());
+    const auto at = [&](double q) {
+        return frames[qsizetype(q * double(frames.size() - 1))];
+    };
+    std::printf("%-34s frames=%lld median=%.2f ms p95=%.2f ms worst=%.2f ms\n", what,
+                qlonglong(frames.size()), at(0.5), at(0.95), frames.last());
+}
+
+QList<ZKTaskPtr> makeTasks(const QString &root, int count, int offset) {
+    const auto destination =
+        ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(root + "/out"));
+    const qint32 states[] = {S::Completed, S::PendingProcessing, S::Suspended,
+                             S::Failed,    S::Cancelled,         S::PendingProcessing};
+    QList<ZKTaskPtr> tasks;
+    tasks.reserve(count);
+    for (int i = 0; i < count; ++i) {
+        const QString name = QStringLiteral("%1/in/file %2.bin").arg(root).arg(offset + i);
+        auto task = ZKCopyTask::create(ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(name)),
+                                       destination);
+        task->setTotalBytes(quint64(1000 + i * 37));
+        task->setProgressBytes(quint64((1000 + i * 37) * (i % 10)) / 10);
+        task->setState(states[i % 6]);
+        tasks << task;
+    }
+    return tasks;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    QStandardPaths::setTestModeEnabled(true);
+    QTemporaryDir home;
+    qputenv("HOME", home.path().toLocal8Bit());
+    qputenv("XDG_CONFIG_HOME", (home.path() + "/config").toLocal8Bit());
+    qputenv("QT_LOGGING_RULES", "ferrowick.*=false");
+    QApplication app(argc, argv);
+    const int count = argc > 1 ? std::max(100, atoi(argv[1])) : 10000;
+    ZKPreferences::initialiseUserDefaults();
+    ZKUserDefaults::standard().setInteger(ZKPreferences::queueState, ZKQueueState::Paused);
+    ZKQuestionPresenter::setShared(&ZKQueueWindow::presenter());
+    QTemporaryDir data;
+    QDir(data.path()).mkpath(QStringLiteral("out"));
+    const QString file = data.path() + "/bench.queue";
+    std::printf("window benchmark: %d tasks, platform %s\n", count,
+                qPrintable(QApplication::platformName()));
+
+    // Memory of the tasks alone, and the saved queue.
+    {
+        drain();
+        const long before = statusKib("VmRSS:");
+        ZKFerrowickDocument document;
+        document.setState(ZKQueueState::Paused);
+        const auto tasks = makeTasks(data.path(), count, 0);
+        ZKIndexList indexes;
+        for (int i = 0; i < count; ++i) {
+            indexes << i;
+        }
+        document.insertTasks(tasks, indexes);
+        drain();
+        const long after = statusKib("VmRSS:");
+        std::printf("%-34s %.0f bytes\n", "memory per task", double(after - before) * 1024 / count);
+        ZKError error;
+        if (!document.writeToFile(file, &error)) {
+            std::printf("could not save: %s\n", qPrintable(error.localizedDescription()));
+            return 1;
+        }
+    }
+    drain();
+
+    // Opening: read the file, build the window, first paint.
+    QElapsedTimer clock;
+    clock.start();
+    auto document = std::make_unique<ZKFerrowickDocument>();
+    ZKError error;
+    if (!document->readFromFile(file, &error)) {
+        std::printf("could not load: %s\n", qPrintable(error.localizedDescription()));
+        return 1;
+    }
+    const double loaded = double(clock.nsecsElapsed()) / 1e6;
+    const long beforeWindow = statusKib("VmRSS:");
+    auto *window = new ZKQueueWindow(std::move(document));
+    PaintClock paints;
+    window->listView()->viewport()->installEventFilter(&paints);
+    window->resize(800, 600);
+    window->show();
+    while (!paints.painted && clock.elapsed() < 30000) {
+        QApplication::processEvents(QEventLoop::AllEvents, 5);
+    }
+    std::printf("%-34s %.0f ms (reading the file %.0f ms)\n", "first painted window",
+                double(clock.nsecsElapsed()) / 1e6, loaded);
+    drain();
+    const long afterWindow = statusKib("VmRSS:");
+    const qsizetype rows = window->listView()->findChildren<ZKTaskView *>().size();
+    std::printf("%-34s %lld for %d tasks; window and queue %.1f MiB\n", "row widgets",
+                qlonglong(rows), count, double(afterWindow - beforeWindow) / 1024);
+
+    // Scrolling to the end, a few rows a frame, each frame laid out and
+    // painted before the next.
+    QScrollBar *bar = window->listView()->verticalScrollBar();
+    QList<double> frames;
+    const int step = std::max(1, bar->singleStep() * 3);
+    for (int value = 0; value <= bar->maximum(); value += step) {
+        QElapsedTimer frame;
+        frame.start();
+        bar->setValue(value);
+        window->listView()->viewport()->repaint();
+        frames << double(frame.nsecsElapsed()) / 1e6;
+    }
+    printFrames("scrolling to the end", frames);
+
+    // 100 tasks slide in at the top of the visible rows.
+    bar->setValue(0);
+    drain();
+    frames.clear();
+    auto inserted = makeTasks(data.path(), 100, count);
+    ZKIndexList indexes;
+    for (int i = 0; i < 100; ++i) {
+        indexes << i;
+    }
+    QElapsedTimer slide;
+    slide.start();
+    window->document()->insertTasks(inserted, indexes);
+    while (slide.elapsed() < 700) {
+        QElapsedTimer frame;
+        frame.start();
+        QApplication::processEvents(QEventLoop::AllEvents, 5);
+        window->listView()->viewport()->repaint();
+        frames << double(frame.nsecsElapsed()) / 1e6;
+        QElapsedTimer pause;
+        pause.start();
+        while (pause.elapsed() < 16) {
+            QApplication::processEvents(QEventLoop::AllEvents, 2);
+        }
+    }
+    printFrames("animated insertion of 100 tasks", frames);
+
+    // One row more costs what a row costs.
+    {
+        drain();
+        const long before = statusKib("VmRSS:");
+        QList<ZKListViewItem *> copies;
+        auto *prototype = new ZKTaskView;
+        for (int i = 0; i < 200; ++i) {
+            auto *row = prototype->copy();
+            row->setRepresentedObject(window->document()->objectInTasksAtIndex(i));
+            row->setParent(window);
+            row->show();
+            copies << row;
+        }
+        drain();
+        const long after = statusKib("VmRSS:");
+        std::printf("%-34s %.1f KiB\n", "memory per row widget", double(after - before) / 200);
+        qDeleteAll(copies);
+        delete prototype;
+    }
+
+    // One change of the overall rate, as the queue hears of it.
+    {
+        drain();
+        QList<double> times;
+        for (int i = 0; i < 20; ++i) {
+            QElapsedTimer change;
+            change.start();
+            window->document()->setDataRate(1000000.0 + i * 1000);
+            QApplication::processEvents();
+            times << double(change.nsecsElapsed()) / 1e6;
+        }
+        printFrames("overall-rate change (main thread)", times);
+    }
+    std::printf("%-34s %.1f MiB\n", "peak memory", double(statusKib("VmHWM:")) / 1024);
+
+    window->document()->setFileName({});
+    window->document()->clearAllItems();
+    window->close();
+    drain();
+    return 0;
+}
