@@ -185,6 +185,19 @@ QIcon ZKImages::named(const QString &name) {
 }
 
 QIcon ZKImages::endpointIcon(const QString &iconName) {
+    // Looking a name up in the icon theme reads the theme's folders; rows
+    // ask for the same few names again and again while scrolling.
+    static QHash<QString, QIcon> cache;
+    const QString key = QIcon::themeName() + QLatin1Char('/') + iconName;
+    if (const auto found = cache.constFind(key); found != cache.constEnd()) {
+        return *found;
+    }
+    const QIcon icon = lookUpEndpointIcon(iconName);
+    cache.insert(key, icon);
+    return icon;
+}
+
+QIcon ZKImages::lookUpEndpointIcon(const QString &iconName) {
     if (!iconName.isEmpty() && QIcon::hasThemeIcon(iconName)) {
         return QIcon::fromTheme(iconName);
     }

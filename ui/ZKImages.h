@@ -14,4 +14,7 @@ public:
     static QIcon named(const QString &name);
     // iconName: a freedesktop icon name, as the engine keeps it.
     static QIcon endpointIcon(const QString &iconName);
+
+private:
+    static QIcon lookUpEndpointIcon(const QString &iconName);
 };

@@ -141,5 +141,6 @@ private:
     QString m_actionToolTip = QStringLiteral("Suspend");
     QString m_cancelToolTip = QStringLiteral("Cancel");
     qint32 m_shownState = -1;
+    QString m_iconName;
     QMenu *m_menu = nullptr;
 };
