@@ -1,0 +1,332 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKCopyTask.h"
+#include "ZKFerrowickDocument.h"
+#include "ZKFileSystemReader.h"
+#include "ZKFileSystemWriter.h"
+#include "ZKHoverButton.h"
+#include "ZKHoverImageView.h"
+#include "ZKHttpReader.h"
+#include "ZKImages.h"
+#include "ZKPreferences.h"
+#include "ZKProgressBarHueTransformer.h"
+#include "ZKPropertyListParser.h"
+#include "ZKQueueState.h"
+#include "ZKStoppableProgressIndicator.h"
+#include "ZKTaskState.h"
+#include "ZKTaskView.h"
+#include "ZKTestSupport.h"
+#include "ZKTransferMode.h"
+#include "ZKUserDefaults.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QDir>
+#include <QEnterEvent>
+#include <QLabel>
+#include <QMenu>
+#include <QTemporaryDir>
+#include <QTest>
+
+using S = ZKTaskState;
+
+class TestZKTaskView : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void everyStateShowsItself_data();
+    void everyStateShowsItself();
+    void badgesComeInTheirOrder();
+    void urlListsAndPaths_data();
+    void urlListsAndPaths();
+    void hoveringExplainsABadge();
+    void menuFollowsTheTask_data();
+    void menuFollowsTheTask();
+    void movesGiveTheExpectedOrder_data();
+    void movesGiveTheExpectedOrder();
+
+private:
+    QString path(const QString &name) const { return QDir(m_dir->path()).filePath(name); }
+    ZKReaderPtr reader(const QString &name) const {
+        return ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(path(name)));
+    }
+    ZKWriterPtr outFolder() const {
+        return ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(path("out")));
+    }
+    // A paused queue of four waiting tasks, a to d, and a row for each.
+    void makeQueue();
+    ZKTaskView *rowFor(const ZKTaskPtr &task);
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<ZKFerrowickDocument> m_document;
+    std::unique_ptr<QWidget> m_host;
+};
+
+void TestZKTaskView::initTestCase() {
+    ZKPreferences::initialiseUserDefaults();
+    ZKUserDefaults::standard().setInteger(ZKPreferences::queueState, ZKQueueState::Paused);
+}
+
+void TestZKTaskView::init() {
+    m_host.reset();
+    m_document.reset();
+    m_dir = std::make_unique<QTemporaryDir>();
+    QDir(m_dir->path()).mkdir(QStringLiteral("out"));
+    makeQueue();
+}
+
+void TestZKTaskView::makeQueue() {
+    QList<ZKReaderPtr> readers;
+    for (const QString name : {"a", "b", "c", "d"}) {
+        QVERIFY(ZKTestSupport::writeFile(path(name), name.toUtf8()));
+        readers << reader(name);
+    }
+    m_document = std::make_unique<ZKFerrowickDocument>();
+    m_document->setState(ZKQueueState::Paused);
+    const auto tasks = m_document->addTasks(readers, outFolder(), 0);
+    QTRY_VERIFY(std::all_of(tasks.begin(), tasks.end(),
+                            [](const auto &t) { return t->state() == S::PendingProcessing; }));
+    m_document->waitForBackgroundWork();
+    m_host = std::make_unique<QWidget>();
+    m_host->resize(700, 80);
+}
+
+ZKTaskView *TestZKTaskView::rowFor(const ZKTaskPtr &task) {
+    auto *row = new ZKTaskView(m_host.get());
+    row->setOwner(m_document.get());
+    row->setRepresentedObject(task);
+    row->viewWillAppear();
+    row->setGeometry(0, 0, 700, row->sizeHint().height());
+    m_host->show();
+    row->show();
+    return row;
+}
+
+void TestZKTaskView::everyStateShowsItself_data() {
+    QTest::addColumn<int>("state");
+    QTest::addColumn<QString>("action");
+    QTest::addColumn<bool>("barShown");
+
+    QTest::newRow("waiting") << int(S::PendingProcessing) << "Suspend" << true;
+    QTest::newRow("copying") << int(S::Processing) << "Suspend" << true;
+    QTest::newRow("verifying") << int(S::Verifying) << "Suspend" << true;
+    QTest::newRow("removing") << int(S::Removing) << "Suspend" << true;
+    QTest::newRow("completed") << int(S::Completed) << "Show in Folder" << false;
+    QTest::newRow("failed") << int(S::Failed) << "Retry" << true;
+    QTest::newRow("cancelled") << int(S::Cancelled) << "Suspend" << true;
+    QTest::newRow("suspended") << int(S::Suspended) << "Resume" << true;
+}
+
+void TestZKTaskView::everyStateShowsItself() {
+    QFETCH(int, state);
+    QFETCH(QString, action);
+    QFETCH(bool, barShown);
+
+    const ZKTaskPtr task = m_document->objectInTasksAtIndex(0);
+    ZKTaskView *row = rowFor(task);
+    task->setState(state);
+    QCOMPARE(row->actionToolTip(), action);
+    QCOMPARE(row->actionButton()->toolTip(), action);
+    QCOMPARE(row->cancelToolTip(), state == S::Completed ? "Close" : "Cancel");
+    QTRY_COMPARE(row->isProgressBarShown(), barShown);
+
+    const QPalette palette = QApplication::palette();
+    const QColor expected = palette.color(
+        state == S::Suspended ? QPalette::Disabled : QPalette::Active, QPalette::WindowText);
+    QCOMPARE(row->taskLabel()->palette().color(QPalette::Text), expected);
+
+    if (barShown) {
+        task->setPercentCompleted(1.0);
+        // What the bar really paints, full, in the colour of its state.
+        const QImage bar = row->progressIndicator()->grab().toImage();
+        const QColor painted = bar.pixelColor(bar.width() / 2, bar.height() / 2);
+        const QColor tint = ZKBarTint(ZKProgressBarHueTransformer::tintForState(state))
+                                .appliedTo(palette.color(QPalette::Highlight));
+        const int distance = std::abs(painted.red() - tint.red()) +
+                             std::abs(painted.green() - tint.green()) +
+                             std::abs(painted.blue() - tint.blue());
+        QVERIFY2(
+            distance < 60,
+            qUtf8Printable(QStringLiteral("bar %1, tint %2").arg(painted.name(), tint.name())));
+    }
+}
+
+void TestZKTaskView::badgesComeInTheirOrder() {
+    // A failed move from a source that cannot seek, with replaced and
+    // skipped files, verified: six badges apply, five show.
+    const ZKTaskPtr task = m_document->objectInTasksAtIndex(0);
+    ZKTaskView *row = rowFor(task);
+    task->setTransferMode(ZKTransferMode::Move);
+    task->setReplacedUrls({QUrl::fromLocalFile(path("r"))});
+    task->setSkippedUrls({QUrl::fromLocalFile(path("s"))});
+    task->setIsVerifiedOk(true);
+    task->setState(S::Failed);
+    // A server that said it cannot resume, as a saved queue remembers it.
+    QVariantMap saved =
+        ZKHttpReader::readerWithUrl(QUrl(QStringLiteral("http://127.0.0.1:9/x.bin")))
+            ->asPropertyList();
+    saved.insert(QStringLiteral("CanSeek"), false);
+    task->setSource(ZKPropertyListParser::parseObjectOfType<ZKReader>(saved));
+
+    const QStringList tips = row->badgeToolTips();
+    QCOMPARE(
+        tips,
+        QStringList({"The transfer has failed.", "The original file will be removed after copying.",
+                     "The server does not support resuming.", "Replacing r.", "Skipping s."}));
+    const QList<QIcon> images = row->badges();
+    const QStringList names{"ZKFailed", "ZKRemoveOriginal", "ZKNoResume", "ZKReplacedFiles",
+                            "ZKSkippedFiles"};
+    for (qsizetype i = 0; i < names.size(); ++i) {
+        QVERIFY2(images[i].cacheKey() == ZKImages::named(names[i]).cacheKey(),
+                 qUtf8Printable(names[i]));
+    }
+}
+
+void TestZKTaskView::urlListsAndPaths_data() {
+    QTest::addColumn<int>("files");
+    QTest::addColumn<QString>("tail");
+
+    QTest::newRow("none") << 0 << "";
+    QTest::newRow("one") << 1 << ".";
+    QTest::newRow("three") << 3 << ".";
+    QTest::newRow("four") << 4 << " and 1 other files.";
+    QTest::newRow("six") << 6 << " and 3 other files.";
+}
+
+void TestZKTaskView::urlListsAndPaths() {
+    QFETCH(int, files);
+    QFETCH(QString, tail);
+
+    QSet<QUrl> urls;
+    for (int i = 0; i < files; ++i) {
+        urls << QUrl::fromLocalFile(QStringLiteral("/data/f%1/").arg(i));
+    }
+    const QString text = ZKTaskView::descriptionOfUrls(urls, QStringLiteral("Skipping"));
+    QCOMPARE(text.isNull(), files == 0);
+    if (files > 0) {
+        QVERIFY2(text.startsWith(QStringLiteral("Skipping f")) && text.endsWith(tail),
+                 qUtf8Printable(text));
+        QCOMPARE(text.count(QStringLiteral(", f")), std::min(files, 3) - 1);
+    }
+
+    // Paths: 99 characters stay whole, 100 are cut to 48 + ... + 48.
+    const QString path99(99, QLatin1Char('x'));
+    QCOMPARE(ZKTaskView::truncatePath(path99), path99);
+    const QString path100 = QString(50, QLatin1Char('a')) + QString(50, QLatin1Char('b'));
+    QCOMPARE(ZKTaskView::truncatePath(path100),
+             QString(48, QLatin1Char('a')) + "..." + QString(48, QLatin1Char('b')));
+}
+
+void TestZKTaskView::hoveringExplainsABadge() {
+    const ZKTaskPtr task = m_document->objectInTasksAtIndex(0);
+    ZKTaskView *row = rowFor(task);
+    task->setTransferMode(ZKTransferMode::Move);
+    const QString own = task->detail();
+    QCOMPARE(row->detail(), own);
+
+    ZKHoverImageView *badge = row->badgeViews().first();
+    QEnterEvent enter(QPointF(2, 2), QPointF(2, 2), QPointF(2, 2));
+    QApplication::sendEvent(badge, &enter);
+    QCOMPARE(row->detail(), "The original file will be removed after copying.");
+    QCOMPARE(row->detailLabel()->text(), row->detail());
+    QEvent leave(QEvent::Leave);
+    QApplication::sendEvent(badge, &leave);
+    QCOMPARE(row->detail(), own);
+}
+
+void TestZKTaskView::menuFollowsTheTask_data() {
+    QTest::addColumn<QString>("which");
+    QTest::addColumn<QString>("expected"); // tag:title:enabled:checked, a line each
+
+    QTest::newRow("no task") << "none"
+                             << "1001:From: :0:0\n1002::0:0\n1003::0:0\n3001:Suspend:0:0\n"
+                                "3002:Cancel:0:0\n4001::0:0\n4003::0:0\n5001::0:0\n5002::0:0";
+    QTest::newRow("first row") << "first"
+                               << "1002::1:0\n1003::1:0\n3001:Suspend:1:0\n3002:Cancel:1:0\n"
+                                  "4001::0:0\n4002::0:0\n4003::1:0\n4004::1:0\n5001::1:1\n"
+                                  "5002::1:0";
+    QTest::newRow("last row") << "last"
+                              << "4001::1:0\n4002::1:0\n4003::0:0\n4004::0:0";
+    QTest::newRow("remote source") << "remote"
+                                   << "1002::0:0\n1003::1:0\n5001::1:1\n5002::0:0";
+    QTest::newRow("completed") << "completed"
+                               << "1003::0:0\n2003::0:0\n3001:Suspend:0:0\n3002:Close:1:0\n"
+                                  "5001::0:1\n5002::0:0";
+    QTest::newRow("suspended move") << "suspended"
+                                    << "3001:Resume:1:0\n5001::1:0\n5002::1:1";
+}
+
+void TestZKTaskView::menuFollowsTheTask() {
+    QFETCH(QString, which);
+    QFETCH(QString, expected);
+
+    ZKTaskPtr task;
+    if (which != QStringLiteral("none")) {
+        task = m_document->objectInTasksAtIndex(which == QStringLiteral("last") ? 3 : 0);
+    }
+    ZKTaskView *row = rowFor(task);
+    if (which == QStringLiteral("remote")) {
+        task->setSource(ZKHttpReader::readerWithUrl(QUrl(QStringLiteral("http://127.0.0.1:9/a"))));
+    } else if (which == QStringLiteral("completed")) {
+        task->setState(S::Completed);
+    } else if (which == QStringLiteral("suspended")) {
+        task->setTransferMode(ZKTransferMode::Move);
+        task->setState(S::Suspended);
+    }
+    row->validateMenu();
+    for (const QString &line : expected.split(QLatin1Char('\n'))) {
+        const QStringList parts = line.split(QLatin1Char(':'));
+        QAction *item = row->menuItem(parts[0].toInt());
+        QVERIFY2(item, qUtf8Printable("no item " + parts[0]));
+        const QString title = parts.mid(1, parts.size() - 3).join(QLatin1Char(':'));
+        if (!title.isEmpty()) {
+            QCOMPARE(item->text(), title);
+        }
+        QVERIFY2(item->isEnabled() == (parts[parts.size() - 2] == "1"),
+                 qUtf8Printable(line + " enabled: " + QString::number(item->isEnabled())));
+        QVERIFY2(item->isChecked() == (parts.last() == "1"),
+                 qUtf8Printable(line + " checked: " + QString::number(item->isChecked())));
+    }
+    if (task && task->source()->isLocal()) {
+        QCOMPARE(row->menuItem(ZKTaskView::SourceTitle)->text(),
+                 "From:  " + task->source()->url().toLocalFile());
+        QCOMPARE(row->menuItem(ZKTaskView::DestinationTitle)->text(), "To:  " + path("out"));
+    }
+}
+
+void TestZKTaskView::movesGiveTheExpectedOrder_data() {
+    QTest::addColumn<int>("row");
+    QTest::addColumn<int>("tag");
+    QTest::addColumn<QString>("order");
+
+    QTest::newRow("up") << 2 << int(ZKTaskView::MoveUp) << "acbd";
+    QTest::newRow("down") << 1 << int(ZKTaskView::MoveDown) << "acbd";
+    QTest::newRow("to top") << 2 << int(ZKTaskView::MoveToTop) << "cabd";
+    QTest::newRow("to bottom") << 1 << int(ZKTaskView::MoveToBottom) << "acdb";
+    QTest::newRow("last one down") << 3 << int(ZKTaskView::MoveDown) << "abcd";
+}
+
+void TestZKTaskView::movesGiveTheExpectedOrder() {
+    QFETCH(int, row);
+    QFETCH(int, tag);
+    QFETCH(QString, order);
+
+    ZKTaskView *view = rowFor(m_document->objectInTasksAtIndex(row));
+    view->validateMenu();
+    view->menuItem(tag)->trigger();
+    QString seen;
+    for (qsizetype i = 0; i < m_document->countOfTasks(); ++i) {
+        seen += m_document->objectInTasksAtIndex(i)->filename();
+    }
+    QCOMPARE(seen, order);
+}
+
+int main(int argc, char **argv) {
+    ZKTestSupport::isolateSettings();
+    QApplication app(argc, argv);
+    TestZKTaskView test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_ZKTaskView.moc"
