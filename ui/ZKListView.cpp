@@ -3,61 +3,70 @@
 #include "ZKListView.h"
 
 #include "ZKListViewDelegate.h"
+#include "ZKListViewItem.h"
 #include "ZKMimeDataPasteboard.h"
+#include "ZKTaskQueue.h"
 
 #include <QDrag>
 #include <QDragEnterEvent>
+#include <QDragLeaveEvent>
+#include <QDragMoveEvent>
+#include <QDropEvent>
+#include <QHash>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QParallelAnimationGroup>
 #include <QPropertyAnimation>
 #include <QScrollBar>
+#include <QtMath>
 
 #include <algorithm>
-#include <cmath>
 
 namespace {
-const QString kTaskType = QStringLiteral("com.velmarind.ferrowick.task");
+int milliseconds(double seconds) {
+    return qMax(0, qRound(seconds * 1000));
+}
 } // namespace
 
 ZKListView::ZKListView(QWidget *parent)
-    : QAbstractScrollArea(parent) {
-    setAccessibleName(QStringLiteral("Task list"));
+    : QAbstractScrollArea(parent)
+    , m_rowAnimations(new QParallelAnimationGroup(this))
+    , m_scrollAnimation(new QPropertyAnimation(verticalScrollBar(), "value", this)) {
+    setAccessibleName(tr("Task list"));
     setFocusPolicy(Qt::StrongFocus);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setFrameShape(QFrame::NoFrame);
     viewport()->setBackgroundRole(QPalette::Base);
     viewport()->setAutoFillBackground(true);
-    setAcceptDrops(true);
     viewport()->setAcceptDrops(true);
+
     m_pressTimer.setSingleShot(true);
     connect(&m_pressTimer, &QTimer::timeout, this, [this] {
-        if (m_pressedItem) {
-            startDraggingItem(indexOfItem(m_pressedItem));
+        const qsizetype place = m_reusableItems.indexOf(m_pressedItem.data());
+        if (m_pressedItem && place >= 0 && place < m_shownCount) {
+            startDraggingItem(m_shownFirst + place);
         }
     });
-    m_animations = new QParallelAnimationGroup(this);
+    connect(&m_nudgeTimer, &QTimer::timeout, this, [this] {
+        if (!nudge()) {
+            m_nudgeTimer.stop();
+        }
+    });
 }
 
 ZKListView::~ZKListView() {
-    m_animations->stop();
-    for (ZKListViewItem *item : std::as_const(m_items)) {
-        item->removeEventFilter(this);
-        if (item->representedObject()) {
-            item->viewDidDisappear();
-        }
+    m_rowAnimations->stop();
+    for (qsizetype i = 0; i < m_shownCount; ++i) {
+        m_reusableItems.at(i)->viewDidDisappear();
     }
-    delete m_prototype;
 }
-
-// ---- content
 
 void ZKListView::setContent(const QList<Object> &content) {
     m_content = content;
     refresh();
 }
 
-void ZKListView::insertObject(const Object &object, qsizetype index) {
-    insertContent({object}, {index});
+void ZKListView::insertObject(Object object, qsizetype index) {
+    insertContent({std::move(object)}, {index});
 }
 
 void ZKListView::removeObjectFromContentAtIndex(qsizetype index) {
@@ -65,222 +74,157 @@ void ZKListView::removeObjectFromContentAtIndex(qsizetype index) {
 }
 
 void ZKListView::insertContent(const QList<Object> &objects, const QList<qsizetype> &indexes) {
-    for (qsizetype i = 0; i < objects.size() && i < indexes.size(); ++i) {
-        m_content.insert(std::clamp<qsizetype>(indexes[i], 0, m_content.size()), objects[i]);
+    if (objects.size() != indexes.size()) {
+        qWarning("ZKListView: %lld entries to insert at %lld indexes; nothing inserted",
+                 static_cast<long long>(objects.size()), static_cast<long long>(indexes.size()));
+        return;
     }
-    updateDocument();
-    updateViews(true);
+    for (qsizetype i = 0; i < indexes.size(); ++i) {
+        const bool ascending = i == 0 || indexes.at(i) > indexes.at(i - 1);
+        if (!ascending || indexes.at(i) < 0 || indexes.at(i) > m_content.size() + i) {
+            qWarning("ZKListView: insertion index %lld is out of order or range; nothing inserted",
+                     static_cast<long long>(indexes.at(i)));
+            return;
+        }
+    }
+    changeContent([&] {
+        // Each index is final, so inserting in ascending order puts every
+        // entry where it belongs.
+        for (qsizetype i = 0; i < indexes.size(); ++i) {
+            m_content.insert(indexes.at(i), objects.at(i));
+        }
+    });
 }
 
 void ZKListView::removeContentAtIndexes(const QList<qsizetype> &indexes) {
-    for (auto it = indexes.crbegin(); it != indexes.crend(); ++it) {
-        if (*it >= 0 && *it < m_content.size()) {
+    QList<qsizetype> sorted = indexes;
+    std::sort(sorted.begin(), sorted.end());
+    sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
+    if (!sorted.isEmpty() && (sorted.first() < 0 || sorted.last() >= m_content.size())) {
+        qWarning("ZKListView: removal index out of range (%lld entries); nothing removed",
+                 static_cast<long long>(m_content.size()));
+        return;
+    }
+    if (sorted.isEmpty()) {
+        return;
+    }
+    changeContent([&] {
+        for (auto it = sorted.crbegin(); it != sorted.crend(); ++it) {
             m_content.removeAt(*it);
         }
-    }
-    updateDocument();
-    updateViews(true);
+    });
 }
 
 void ZKListView::moveItemFromIndex(qsizetype from, qsizetype to) {
-    if (from < 0 || from >= m_content.size() || to < 0) {
+    if (from < 0 || from >= m_content.size()) {
+        qWarning("ZKListView: no entry %lld to move", static_cast<long long>(from));
         return;
     }
-    to = std::min(to, m_content.size());
-    const qsizetype landed = from < to ? to - 1 : to;
-    if (landed != from) {
-        m_content.move(from, landed);
+    if (to < 0 || to > m_content.size()) {
+        to = m_content.size();
     }
-    updateViews(true);
+    changeContent([&] {
+        Object object = m_content.takeAt(from);
+        m_content.insert(from < to ? to - 1 : to, std::move(object));
+    });
 }
 
-void ZKListView::sortItemsWithDescriptor(
-    const std::function<bool(const Object &, const Object &)> &less) {
-    std::stable_sort(m_content.begin(), m_content.end(), less);
-    refresh();
+void ZKListView::sortItemsWithDescriptor(const SortDescriptor &lessThan) {
+    if (!lessThan) {
+        return;
+    }
+    changeContent([&] { std::stable_sort(m_content.begin(), m_content.end(), lessThan); });
 }
 
 void ZKListView::refresh() {
     updateDocument();
-    updateViews(false);
-}
-
-QList<ZKListViewItem *> ZKListView::visibleItems() const {
-    return m_items.mid(0, m_visibleCount);
+    updateViews();
 }
 
 void ZKListView::setItemPrototype(ZKListViewItem *prototype) {
-    for (ZKListViewItem *item : std::as_const(m_items)) {
-        releaseItem(item);
-        delete item;
+    if (prototype == m_itemPrototype) {
+        return;
     }
-    m_items.clear();
-    m_visibleCount = 0;
-    delete m_prototype;
-    m_prototype = prototype;
-    if (m_prototype) {
-        m_prototype->setParent(this);
-        m_prototype->hide();
-        m_prototype->setOwner(m_owner);
-        const int height = m_prototype->testAttribute(Qt::WA_Resized)
-                               ? m_prototype->height()
-                               : m_prototype->sizeHint().height();
-        m_itemHeight = std::max(1.0, double(height));
+    m_rowAnimations->stop();
+    m_rowAnimations->clear();
+    for (qsizetype i = 0; i < m_reusableItems.size(); ++i) {
+        ZKListViewItem *item = m_reusableItems.at(i);
+        if (i < m_shownCount) {
+            item->viewDidDisappear();
+        }
+        item->hide();
+        // A row may be the one whose button asked for this.
+        item->deleteLater();
+    }
+    m_reusableItems.clear();
+    m_shownCount = 0;
+    delete m_itemPrototype;
+    m_itemPrototype = prototype;
+    if (prototype) {
+        double height = prototype->sizeHint().height();
+        if (prototype->minimumHeight() == prototype->maximumHeight()) {
+            height = prototype->minimumHeight();
+        } else if (prototype->testAttribute(Qt::WA_Resized)) {
+            height = prototype->height();
+        }
+        m_itemHeight = qMax(1.0, height);
+        prototype->setParent(this);
+        prototype->hide();
     }
     refresh();
 }
 
 void ZKListView::setOwner(QObject *owner) {
     m_owner = owner;
-    if (m_prototype) {
-        m_prototype->setOwner(owner);
-    }
-    for (ZKListViewItem *item : std::as_const(m_items)) {
+    for (ZKListViewItem *item : std::as_const(m_reusableItems)) {
         item->setOwner(owner);
     }
 }
 
-// ---- geometry
-
-ZKListView::Range ZKListView::calculateVisibleRows() const {
-    const double top = verticalScrollBar()->value();
-    const double height = viewport()->height();
-    const qsizetype first = std::min(rowForPosition(top), m_content.size());
-    const qsizetype last = std::min(rowForPosition(top + height - 1) + 1, m_content.size());
-    return {first, std::max<qsizetype>(0, last - first)};
+bool ZKListView::isAnimating() const {
+    return m_rowAnimations->state() == QAbstractAnimation::Running ||
+           m_scrollAnimation->state() == QAbstractAnimation::Running || m_nudgeTimer.isActive();
 }
 
-qsizetype ZKListView::calculateDropIndex(double position) const {
-    for (qsizetype i = 0; i < m_visibleCount; ++i) {
-        const double middle = positionForRow(m_firstVisible + i) + m_itemHeight / 2;
-        if (middle > position) {
-            return m_firstVisible + i;
-        }
-    }
-    return m_firstVisible + m_visibleCount;
+QList<ZKListViewItem *> ZKListView::visibleItems() const {
+    return m_reusableItems.first(m_shownCount);
 }
 
-int ZKListView::rowY(qsizetype row) const {
-    const double gap = m_gapIndex >= 0 && row >= m_gapIndex ? m_itemHeight : 0;
-    return int(std::lround(positionForRow(row) + gap - verticalScrollBar()->value()));
+double ZKListView::positionForRow(qsizetype row) const {
+    return static_cast<double>(row) * m_itemHeight;
 }
 
-// ---- laying out
-
-void ZKListView::updateDocument() {
-    const double document = double(m_content.size()) * m_itemHeight;
-    const int viewportHeight = viewport()->height();
-    QScrollBar *bar = verticalScrollBar();
-    bar->setRange(0, std::max(0, int(std::ceil(document)) - viewportHeight));
-    bar->setSingleStep(std::max(1, int(m_itemHeight)));
-    bar->setPageStep(std::max(1, viewportHeight));
+qsizetype ZKListView::rowForPosition(double position) const {
+    return static_cast<qsizetype>(position / m_itemHeight);
 }
 
-ZKListViewItem *ZKListView::createReusableItem() {
-    ZKListViewItem *item = m_prototype->copy();
-    item->setParent(viewport());
-    item->setOwner(m_owner);
-    item->installEventFilter(this);
-    return item;
+ZKListView::RowRange ZKListView::calculateVisibleRows() const {
+    const double top = scrollOffset();
+    const qsizetype first = rowForPosition(top);
+    const qsizetype last =
+        qMin(rowForPosition(top + viewport()->height() - 1) + 1, m_content.size());
+    return {first, qMax<qsizetype>(0, last - first)};
 }
 
-void ZKListView::releaseItem(ZKListViewItem *item) {
-    if (item->representedObject()) {
-        item->viewDidDisappear();
-        item->setRepresentedObject(nullptr);
+qsizetype ZKListView::calculateDropIndex(double y) const {
+    // Row places without any open gap, so that the index does not flip
+    // while the rows slide apart under the pointer.
+    const RowRange rows = calculateVisibleRows();
+    for (qsizetype i = 0; i < rows.length; ++i) {
+        if (positionForRow(rows.first + i) + m_itemHeight / 2 > y) {
+            return rows.first + i;
+        }
     }
-    item->hide();
+    return rows.first + rows.length;
 }
 
-void ZKListView::updateViews(bool animated) {
-    if (!m_prototype) {
-        return;
+void ZKListView::scrollContentsBy(int dx, int dy) {
+    Q_UNUSED(dx);
+    Q_UNUSED(dy);
+    // A change of content lays the rows out itself, sliding them.
+    if (!m_documentUpdating) {
+        updateViews();
     }
-    // Where each entry in view is shown now, for the slide.
-    QHash<QObject *, int> shownAt;
-    QHash<QObject *, ZKListViewItem *> shownBy;
-    for (qsizetype i = 0; i < m_visibleCount; ++i) {
-        ZKListViewItem *item = m_items[i];
-        if (QObject *object = item->representedObject().get()) {
-            shownAt.insert(object, item->y());
-            shownBy.insert(object, item);
-        }
-    }
-    stopAnimations();
-
-    const Range range = calculateVisibleRows();
-    m_firstVisible = range.first;
-
-    // A row that shows an entry still in view keeps it: a scroll rebinds
-    // only the rows that come into view.
-    QList<ZKListViewItem *> rows(range.length, nullptr);
-    for (qsizetype i = 0; i < range.length; ++i) {
-        auto found = shownBy.find(m_content[range.first + i].get());
-        if (found != shownBy.end()) {
-            rows[i] = found.value();
-            shownBy.erase(found);
-        }
-    }
-    QList<ZKListViewItem *> free;
-    for (ZKListViewItem *item : std::as_const(m_items)) {
-        if (!rows.contains(item)) {
-            free << item;
-        }
-    }
-    for (qsizetype i = 0; i < range.length; ++i) {
-        if (rows[i]) {
-            continue;
-        }
-        ZKListViewItem *item = free.isEmpty() ? createReusableItem() : free.takeFirst();
-        if (item->representedObject()) {
-            item->viewDidDisappear();
-        }
-        item->setRepresentedObject(m_content[range.first + i]);
-        item->viewWillAppear();
-        rows[i] = item;
-    }
-    // One spare row is kept; the others go.
-    for (ZKListViewItem *item : std::as_const(free)) {
-        releaseItem(item);
-    }
-    while (free.size() > 1) {
-        ZKListViewItem *item = free.takeLast();
-        delete item;
-    }
-    m_items = rows + free;
-    m_visibleCount = range.length;
-
-    const int width = viewport()->width();
-    const int height = int(m_itemHeight);
-    const int duration = int(m_animationDuration * 1000);
-    for (qsizetype i = 0; i < m_visibleCount; ++i) {
-        ZKListViewItem *item = m_items[i];
-        const QPoint target(0, rowY(range.first + i));
-        item->resize(width, height);
-        const auto old = shownAt.constFind(item->representedObject().get());
-        if (animated && duration > 0 && old != shownAt.constEnd() && *old != target.y()) {
-            auto *slide = new QPropertyAnimation(item, "pos", m_animations);
-            slide->setDuration(duration);
-            slide->setEasingCurve(QEasingCurve::OutCubic);
-            slide->setStartValue(QPoint(0, *old));
-            slide->setEndValue(target);
-            item->move(0, *old);
-        } else {
-            item->move(target);
-        }
-        item->show();
-    }
-    if (m_animations->animationCount() > 0) {
-        m_animations->start();
-    }
-    Q_EMIT rowsLaidOut();
-}
-
-void ZKListView::stopAnimations() {
-    // The rows stay where the slide had brought them; the next laying out
-    // slides them on from there.
-    m_animations->stop();
-    m_animations->clear();
 }
 
 void ZKListView::resizeEvent(QResizeEvent *event) {
@@ -288,150 +232,317 @@ void ZKListView::resizeEvent(QResizeEvent *event) {
     refresh();
 }
 
-void ZKListView::scrollContentsBy(int, int) {
-    updateViews(false);
-}
-
-qsizetype ZKListView::indexOfItem(const QWidget *item) const {
-    for (qsizetype i = 0; i < m_visibleCount; ++i) {
-        if (m_items[i] == item) {
-            return m_firstVisible + i;
-        }
+void ZKListView::keyPressEvent(QKeyEvent *event) {
+    if (event->key() == Qt::Key_Home) {
+        verticalScrollBar()->triggerAction(QAbstractSlider::SliderToMinimum);
+    } else if (event->key() == Qt::Key_End) {
+        verticalScrollBar()->triggerAction(QAbstractSlider::SliderToMaximum);
+    } else {
+        QAbstractScrollArea::keyPressEvent(event);
     }
-    return -1;
 }
 
-// ---- dragging rows
-
-bool ZKListView::eventFilter(QObject *watched, QEvent *event) {
-    auto *item = qobject_cast<ZKListViewItem *>(watched);
-    if (item && item->parentWidget() == viewport()) {
-        if (event->type() == QEvent::MouseButtonPress) {
-            auto *mouse = static_cast<QMouseEvent *>(event);
-            if (mouse->button() == Qt::LeftButton && m_delegate) {
-                m_pressedItem = item;
-                m_pressPoint = mouse->position().toPoint();
-                m_pressTimer.start(int(m_dragPressDuration * 1000));
-                return true; // the row takes the mouse until it is let go
-            }
-        } else if (event->type() == QEvent::MouseButtonRelease) {
-            m_pressTimer.stop();
-            m_pressedItem = nullptr;
-        }
-    }
-    return QAbstractScrollArea::eventFilter(watched, event);
-}
-
-void ZKListView::startDraggingItem(qsizetype index) {
+void ZKListView::mousePressEvent(QMouseEvent *event) {
     m_pressTimer.stop();
-    if (!m_delegate || index < 0 || index >= m_content.size() ||
-        !m_delegate->canDragItemFromIndex(index)) {
+    m_pressedItem = nullptr;
+    // Presses reach the list only when the row's own controls did not take
+    // them, so a button in a row still clicks.
+    if (event->button() == Qt::LeftButton && m_delegate) {
+        const QPoint position = event->position().toPoint();
+        for (ZKListViewItem *item : visibleItems()) {
+            if (item->geometry().contains(position)) {
+                m_pressedItem = item;
+                m_pressPosition = position - item->pos();
+                m_pressTimer.start(milliseconds(m_dragPressDuration));
+                event->accept();
+                return;
+            }
+        }
+    }
+    QAbstractScrollArea::mousePressEvent(event);
+}
+
+void ZKListView::mouseReleaseEvent(QMouseEvent *event) {
+    m_pressTimer.stop();
+    if (m_pressedItem && event->button() == Qt::LeftButton) {
+        m_pressedItem = nullptr;
+        event->accept();
         return;
     }
-    ZKListViewItem *item = nullptr;
-    for (qsizetype i = 0; i < m_visibleCount; ++i) {
-        item = m_firstVisible + i == index ? m_items[i] : item;
-    }
-    m_originalDragIndex = index;
-    ZKMimeDataPasteboard pasteboard;
-    m_delegate->dragItemFromIndex(index, pasteboard);
-
-    auto *drag = new QDrag(this);
-    drag->setMimeData(pasteboard.takeMimeData());
-    if (item) {
-        drag->setPixmap(item->grab());
-        drag->setHotSpot(m_pressedItem == item ? m_pressPoint : QPoint(20, 20));
-    }
-    m_pressedItem = nullptr;
-    m_dragging = true;
-    m_dropHandledHere = false;
-    const Qt::DropAction action = drag->exec(Qt::CopyAction | Qt::MoveAction, Qt::MoveAction);
-    m_dragging = false;
-    setGapIndex(-1);
-    if (m_delegate) {
-        if (action == Qt::IgnoreAction) {
-            // Released where nothing took it: it goes back where it was.
-            m_delegate->dropItemsAtIndex(m_originalDragIndex, *drag->mimeData());
-        } else if (!m_dropHandledHere) {
-            m_delegate->draggedItemWasTaken(m_originalDragIndex, action);
-        }
-    }
-    drag->deleteLater();
+    QAbstractScrollArea::mouseReleaseEvent(event);
 }
 
-// ---- dropping
-
-bool ZKListView::acceptsDrag(const QMimeData *data) const {
-    return m_delegate && data && (data->hasUrls() || data->hasFormat(kTaskType));
+Qt::DropAction ZKListView::acceptableDropAction(const QDropEvent *event) const {
+    const QMimeData *data = event->mimeData();
+    if (!m_delegate || !data ||
+        !(data->hasFormat(QStringLiteral("text/uri-list")) ||
+          data->hasFormat(ZKTaskQueue::pasteboardType))) {
+        return Qt::IgnoreAction;
+    }
+    const Qt::DropActions allowed = m_delegate->dropOperation() & event->possibleActions();
+    if (allowed.testFlag(event->proposedAction())) {
+        return event->proposedAction();
+    }
+    for (Qt::DropAction action : {Qt::MoveAction, Qt::CopyAction, Qt::LinkAction}) {
+        if (allowed.testFlag(action)) {
+            return action;
+        }
+    }
+    return Qt::IgnoreAction;
 }
 
 void ZKListView::dragEnterEvent(QDragEnterEvent *event) {
-    if (!acceptsDrag(event->mimeData())) {
+    const Qt::DropAction action = acceptableDropAction(event);
+    if (action == Qt::IgnoreAction) {
         event->ignore();
         return;
     }
-    const Qt::DropActions offered = m_delegate->dropOperation() & event->possibleActions();
-    event->setDropAction(offered & Qt::CopyAction ? Qt::CopyAction : Qt::MoveAction);
+    event->setDropAction(action);
     event->accept();
 }
 
 void ZKListView::dragMoveEvent(QDragMoveEvent *event) {
-    if (!acceptsDrag(event->mimeData())) {
+    const Qt::DropAction action = acceptableDropAction(event);
+    if (action == Qt::IgnoreAction) {
         event->ignore();
+        m_nudgeTimer.stop();
+        setDropGap(-1);
         return;
     }
-    const Qt::DropActions offered = m_delegate->dropOperation() & event->possibleActions();
-    event->setDropAction(offered & Qt::CopyAction ? Qt::CopyAction : Qt::MoveAction);
+    event->setDropAction(action);
     event->accept();
-    const double y = event->position().y();
-    QScrollBar *bar = verticalScrollBar();
-    if (y < m_nudgeAmount && bar->value() > 0) {
-        dragScrollBy(-int(m_itemHeight));
-    } else if (y > viewport()->height() - m_nudgeAmount && bar->value() < bar->maximum()) {
-        dragScrollBy(int(m_itemHeight));
+
+    m_dragPointerY = event->position().y();
+    if (nudge()) {
+        // A pointer held still gets no more move events; the list goes on
+        // scrolling while it stays at the edge.
+        if (!m_nudgeTimer.isActive()) {
+            m_nudgeTimer.start(qMax(50, milliseconds(m_animationDuration)));
+        }
     } else {
-        setGapIndex(calculateDropIndex(y + bar->value()));
+        m_nudgeTimer.stop();
+        setDropGap(calculateDropIndex(m_dragPointerY + scrollOffset()));
     }
+}
+
+bool ZKListView::nudge() {
+    const QScrollBar *bar = verticalScrollBar();
+    if (m_dragPointerY <= m_nudgeAmount && bar->value() > bar->minimum()) {
+        dragScrollBy(-m_itemHeight);
+        return true;
+    }
+    if (m_dragPointerY >= viewport()->height() - m_nudgeAmount && bar->value() < bar->maximum()) {
+        dragScrollBy(m_itemHeight);
+        return true;
+    }
+    return false;
 }
 
 void ZKListView::dragLeaveEvent(QDragLeaveEvent *event) {
-    setGapIndex(-1);
-    event->accept();
+    m_nudgeTimer.stop();
+    setDropGap(-1);
+    QAbstractScrollArea::dragLeaveEvent(event);
 }
 
 void ZKListView::dropEvent(QDropEvent *event) {
-    const qsizetype index =
-        calculateDropIndex(event->position().y() + verticalScrollBar()->value());
-    setGapIndex(-1);
-    if (!m_delegate) {
+    const Qt::DropAction action = acceptableDropAction(event);
+    const qsizetype index = calculateDropIndex(event->position().y() + scrollOffset());
+    m_nudgeTimer.stop();
+    setDropGap(-1);
+    if (action == Qt::IgnoreAction) {
         event->ignore();
         return;
     }
-    m_dropHandledHere = event->source() == this;
-    m_delegate->dropItemsAtIndex(index, *event->mimeData());
-    const Qt::DropActions offered = m_delegate->dropOperation() & event->possibleActions();
-    event->setDropAction(offered & Qt::CopyAction ? Qt::CopyAction : Qt::MoveAction);
+    event->setDropAction(action);
     event->accept();
+    if (m_dragging) {
+        m_dropHandledHere = true;
+    }
+    m_delegate->dropItemsAtIndex(index, *event->mimeData());
 }
 
-void ZKListView::setGapIndex(qsizetype index) {
-    if (index == m_gapIndex) {
+void ZKListView::updateDocument() {
+    m_documentUpdating = true;
+    const int documentHeight = qCeil(positionForRow(m_content.size()));
+    QScrollBar *bar = verticalScrollBar();
+    bar->setRange(0, qMax(0, documentHeight - viewport()->height()));
+    bar->setPageStep(viewport()->height());
+    bar->setSingleStep(qMax(1, qRound(m_itemHeight)));
+    m_documentUpdating = false;
+}
+
+void ZKListView::updateViews(const QList<Object> *oldContent, int oldOffset) {
+    // Rows start from wherever a running slide left them.
+    m_rowAnimations->stop();
+    m_rowAnimations->clear();
+    if (!m_itemPrototype) {
         return;
     }
-    m_gapIndex = index;
-    updateViews(true);
+    const RowRange range = calculateVisibleRows();
+
+    // A row already showing an entry that stays in view keeps it, so it
+    // goes on observing it and can slide from where it is.
+    QHash<const QObject *, qsizetype> places;
+    for (qsizetype i = 0; i < range.length; ++i) {
+        const QObject *object = m_content.at(range.first + i).get();
+        if (!places.contains(object)) {
+            places.insert(object, i);
+        }
+    }
+    QList<ZKListViewItem *> rows(range.length, nullptr);
+    QList<ZKListViewItem *> freeRows;
+    for (qsizetype k = 0; k < m_reusableItems.size(); ++k) {
+        ZKListViewItem *item = m_reusableItems.at(k);
+        if (k < m_shownCount) {
+            const qsizetype place = places.value(item->representedObject().get(), -1);
+            if (place >= 0 && !rows.at(place)) {
+                rows[place] = item;
+                continue;
+            }
+            item->viewDidDisappear();
+        }
+        freeRows.append(item);
+    }
+
+    const bool animated = oldContent && isVisible() && m_animationDuration > 0;
+    const int width = viewport()->width();
+    const int height = qCeil(m_itemHeight);
+    for (qsizetype i = 0; i < range.length; ++i) {
+        const qsizetype row = range.first + i;
+        const QPoint target(0, rowTop(row));
+        QPoint start = target;
+        ZKListViewItem *item = rows.at(i);
+        if (item) {
+            if (animated) {
+                start = item->pos();
+            }
+        } else {
+            item = freeRows.isEmpty() ? createReusableItem() : freeRows.takeFirst();
+            item->setRepresentedObject(m_content.at(row));
+            item->viewWillAppear();
+            rows[i] = item;
+            // An entry that was out of view slides in from the edge it was
+            // beyond; a new entry appears in its place.
+            const qsizetype oldRow = animated ? oldContent->indexOf(m_content.at(row)) : -1;
+            if (oldRow >= 0) {
+                const int oldTop = qRound(positionForRow(oldRow)) - oldOffset;
+                start.setY(qBound(-height, oldTop, viewport()->height()));
+            }
+        }
+        item->setGeometry(QRect(start, QSize(width, height)));
+        item->show();
+        if (start != target) {
+            auto *slide = new QPropertyAnimation(item, "pos", m_rowAnimations);
+            slide->setDuration(milliseconds(m_animationDuration));
+            slide->setStartValue(start);
+            slide->setEndValue(target);
+            slide->setEasingCurve(QEasingCurve::InOutQuad);
+        }
+    }
+
+    for (qsizetype k = 0; k < freeRows.size(); ++k) {
+        ZKListViewItem *item = freeRows.at(k);
+        item->hide();
+        item->setRepresentedObject({});
+        if (k == 0) {
+            rows.append(item);
+        } else {
+            // The row may be handling the event that led here.
+            item->deleteLater();
+        }
+    }
+    m_reusableItems = rows;
+    m_shownFirst = range.first;
+    m_shownCount = range.length;
+    if (m_rowAnimations->animationCount() > 0) {
+        m_rowAnimations->start();
+    }
 }
 
-void ZKListView::dragScrollBy(int delta) {
-    if (m_scrollAnimation && m_scrollAnimation->state() == QAbstractAnimation::Running) {
-        return; // one row at a time
+void ZKListView::changeContent(const std::function<void()> &change) {
+    const QList<Object> oldContent = m_content;
+    const int oldOffset = scrollOffset();
+    change();
+    updateDocument();
+    updateViews(&oldContent, oldOffset);
+}
+
+ZKListViewItem *ZKListView::createReusableItem() {
+    ZKListViewItem *item = m_itemPrototype->copy();
+    item->setOwner(m_owner);
+    item->setParent(viewport());
+    return item;
+}
+
+int ZKListView::rowTop(qsizetype row) const {
+    const bool belowGap = m_dropGapIndex >= 0 && row >= m_dropGapIndex;
+    return qRound(positionForRow(belowGap ? row + 1 : row)) - scrollOffset();
+}
+
+int ZKListView::scrollOffset() const {
+    return verticalScrollBar()->value();
+}
+
+void ZKListView::startDraggingItem(qsizetype index) {
+    if (!m_delegate || index < 0 || index >= m_content.size() ||
+        !m_delegate->canDragItemFromIndex(index)) {
+        return;
+    }
+    // Taken before the delegate may move the entry and the row with it.
+    const QPixmap image = m_pressedItem ? m_pressedItem->grab() : QPixmap();
+    m_originalDragIndex = index;
+
+    ZKMimeDataPasteboard pasteboard;
+    m_delegate->dragItemFromIndex(index, pasteboard);
+    // The drag owns its data and may be gone when it ends; a copy stays for
+    // putting the item back.
+    QMimeData putBack;
+    for (const QString &format : pasteboard.mimeData()->formats()) {
+        putBack.setData(format, pasteboard.mimeData()->data(format));
+    }
+    auto *drag = new QDrag(this);
+    drag->setMimeData(pasteboard.takeMimeData());
+    drag->setPixmap(image);
+    drag->setHotSpot(m_pressPosition);
+
+    m_dragging = true;
+    m_dropHandledHere = false;
+    const QPointer<ZKListView> alive(this);
+    const Qt::DropAction action = drag->exec(Qt::MoveAction | Qt::CopyAction, Qt::MoveAction);
+    if (!alive) {
+        return;
+    }
+    m_dragging = false;
+    m_nudgeTimer.stop();
+    setDropGap(-1);
+    if (m_dropHandledHere || !m_delegate) {
+        return;
+    }
+    if (action == Qt::IgnoreAction) {
+        // The delegate may have taken the item out when the drag began;
+        // released where nothing wanted it, it goes back where it was.
+        m_delegate->dropItemsAtIndex(m_originalDragIndex, putBack);
+    } else {
+        m_delegate->draggedItemWasTaken(m_originalDragIndex, action);
+    }
+}
+
+void ZKListView::setDropGap(qsizetype index) {
+    if (index == m_dropGapIndex) {
+        return;
+    }
+    m_dropGapIndex = index;
+    updateViews(&m_content, scrollOffset());
+}
+
+void ZKListView::dragScrollBy(double distance) {
+    if (m_scrollAnimation->state() == QAbstractAnimation::Running) {
+        return;
     }
     QScrollBar *bar = verticalScrollBar();
-    if (!m_scrollAnimation) {
-        m_scrollAnimation = new QPropertyAnimation(bar, "value", this);
-    }
-    m_scrollAnimation->setDuration(int(m_animationDuration * 1000));
+    const int target = qBound(bar->minimum(), bar->value() + qRound(distance), bar->maximum());
+    m_scrollAnimation->setDuration(milliseconds(m_animationDuration));
     m_scrollAnimation->setStartValue(bar->value());
-    m_scrollAnimation->setEndValue(std::clamp(bar->value() + delta, 0, bar->maximum()));
+    m_scrollAnimation->setEndValue(target);
     m_scrollAnimation->start();
 }

@@ -2,94 +2,97 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "ZKListViewItem.h"
-
 #include <QAbstractScrollArea>
-#include <QHash>
+#include <QList>
 #include <QPointer>
 #include <QTimer>
 
 #include <functional>
 #include <memory>
 
-class QMimeData;
 class QParallelAnimationGroup;
 class QPropertyAnimation;
 class ZKListViewDelegate;
+class ZKListViewItem;
 
-// The scrolling list of a queue window: one row of fixed height per entry,
-// made by copying a prototype row. Only the rows in view exist (and one
-// spare), so a list of many thousands costs what a screenful costs. Rows
-// slide into place when entries come, go or move, and can be dragged to
-// another place or another list; files and addresses can be dropped on it.
+// The scrolling list of a queue window: one row of fixed height per entry of
+// its content. Only the rows in view exist as widgets (plus one spare); they
+// are copies of a prototype and are handed other entries as the list
+// scrolls, so a list of many thousand entries costs no more than a screenful.
+// Changes to the content slide the rows into place; rows are dragged after a
+// short press, and drops go to the delegate.
 class ZKListView : public QAbstractScrollArea {
     Q_OBJECT
+    Q_PROPERTY(double nudgeAmount READ nudgeAmount WRITE setNudgeAmount)
+    Q_PROPERTY(double animationDuration READ animationDuration WRITE setAnimationDuration)
+    Q_PROPERTY(double dragPressDuration READ dragPressDuration WRITE setDragPressDuration)
 
 public:
     using Object = std::shared_ptr<QObject>;
+    using SortDescriptor = std::function<bool(const Object &, const Object &)>;
+
+    // A run of rows: the first and how many.
+    struct RowRange {
+        qsizetype first = 0;
+        qsizetype length = 0;
+    };
 
     explicit ZKListView(QWidget *parent = nullptr);
     ~ZKListView() override;
 
-    // ---- content
     const QList<Object> &content() const { return m_content; }
-    // Replaces everything at once, without sliding.
+    // Replaces the whole content at once, without sliding.
     void setContent(const QList<Object> &content);
-    void insertObject(const Object &object, qsizetype index);
+    void insertObject(Object object, qsizetype index);
     void removeObjectFromContentAtIndex(qsizetype index);
-    // indexes: ascending, the places the new entries hold afterwards.
+    // The indexes ascend and are those the new entries hold afterwards.
     void insertContent(const QList<Object> &objects, const QList<qsizetype> &indexes);
-    // indexes: ascending, the places the entries hold before.
     void removeContentAtIndexes(const QList<qsizetype> &indexes);
-    // to is an insertion index counted before the entry is taken out; past
-    // the end means the end.
+    // to is an insertion index counted before the entry is taken out; an
+    // index outside the list means the end.
     void moveItemFromIndex(qsizetype from, qsizetype to);
-    void sortItemsWithDescriptor(const std::function<bool(const Object &, const Object &)> &less);
+    // Stable: entries the descriptor finds equal keep their order.
+    void sortItemsWithDescriptor(const SortDescriptor &lessThan);
     void refresh();
-    // In the order they are shown.
-    QList<ZKListViewItem *> visibleItems() const;
 
-    // ---- rows
-    // The list owns the prototype; every row is a copy of it.
+    ZKListViewItem *itemPrototype() const { return m_itemPrototype; }
+    // The list takes the prototype over; rows are copies of it, as high as it.
     void setItemPrototype(ZKListViewItem *prototype);
-    ZKListViewItem *itemPrototype() const { return m_prototype; }
     double itemHeight() const { return m_itemHeight; }
+
     QObject *owner() const { return m_owner; }
     void setOwner(QObject *owner);
     ZKListViewDelegate *delegate() const { return m_delegate; }
+    // Without a delegate rows cannot be dragged and nothing can be dropped.
     void setDelegate(ZKListViewDelegate *delegate) { m_delegate = delegate; }
 
     double nudgeAmount() const { return m_nudgeAmount; }
-    void setNudgeAmount(double points) { m_nudgeAmount = points; }
+    void setNudgeAmount(double amount) { m_nudgeAmount = amount; }
     double animationDuration() const { return m_animationDuration; }
     void setAnimationDuration(double seconds) { m_animationDuration = seconds; }
     double dragPressDuration() const { return m_dragPressDuration; }
     void setDragPressDuration(double seconds) { m_dragPressDuration = seconds; }
+
+    // The index the last drag from this list started at, or -1.
     qsizetype originalDragIndex() const { return m_originalDragIndex; }
-    // The row a drag would leave open, or -1.
-    qsizetype gapIndex() const { return m_gapIndex; }
+    // Whether rows are sliding or the list is scrolling on its own.
+    bool isAnimating() const;
 
-    // ---- geometry, in document coordinates (0 is the top of the first row)
-    double positionForRow(qsizetype row) const { return double(row) * m_itemHeight; }
-    qsizetype rowForPosition(double position) const { return qsizetype(position / m_itemHeight); }
-    struct Range {
-        qsizetype first = 0;
-        qsizetype length = 0;
-    };
-    Range calculateVisibleRows() const;
-    qsizetype calculateDropIndex(double position) const;
-
-    // Starts dragging the row at that index at once, as a long press does.
-    void startDraggingItem(qsizetype index);
-
-Q_SIGNALS:
-    // After every re-laying of the rows.
-    void rowsLaidOut();
+    // The rows in view, top to bottom.
+    QList<ZKListViewItem *> visibleItems() const;
+    double positionForRow(qsizetype row) const;
+    qsizetype rowForPosition(double position) const;
+    RowRange calculateVisibleRows() const;
+    // The insertion index for a drop at this vertical position, in content
+    // coordinates (the scroll offset included).
+    qsizetype calculateDropIndex(double y) const;
 
 protected:
-    void resizeEvent(QResizeEvent *event) override;
     void scrollContentsBy(int dx, int dy) override;
-    bool eventFilter(QObject *watched, QEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dragMoveEvent(QDragMoveEvent *event) override;
     void dragLeaveEvent(QDragLeaveEvent *event) override;
@@ -97,35 +100,47 @@ protected:
 
 private:
     void updateDocument();
-    void updateViews(bool animated);
+    // Gives the rows in view their entries and places them. With the
+    // content and scroll offset from before a change, rows slide from where
+    // they were shown to their new places.
+    void updateViews(const QList<Object> *oldContent = nullptr, int oldOffset = 0);
+    void changeContent(const std::function<void()> &change);
     ZKListViewItem *createReusableItem();
-    void releaseItem(ZKListViewItem *item);
-    int rowY(qsizetype row) const;
-    void stopAnimations();
-    void setGapIndex(qsizetype index);
-    void dragScrollBy(int delta);
-    bool acceptsDrag(const QMimeData *data) const;
-    qsizetype indexOfItem(const QWidget *item) const;
+    int rowTop(qsizetype row) const;
+    int scrollOffset() const;
+    void startDraggingItem(qsizetype index);
+    Qt::DropAction acceptableDropAction(const QDropEvent *event) const;
+    void setDropGap(qsizetype index);
+    // Scrolls by a row while a drag is held at the top or bottom edge.
+    bool nudge();
+    void dragScrollBy(double distance);
 
     QList<Object> m_content;
-    ZKListViewItem *m_prototype = nullptr;
-    // The rows in view, in order, and the spare ones after them.
-    QList<ZKListViewItem *> m_items;
-    qsizetype m_visibleCount = 0;
-    qsizetype m_firstVisible = 0;
-    double m_itemHeight = 1.0;
+    ZKListViewItem *m_itemPrototype = nullptr;
+    // Rows showing content entries first, then at most one spare.
+    QList<ZKListViewItem *> m_reusableItems;
+    qsizetype m_shownFirst = 0;
+    qsizetype m_shownCount = 0;
     QPointer<QObject> m_owner;
     ZKListViewDelegate *m_delegate = nullptr;
+
+    double m_itemHeight = 1.0;
     double m_nudgeAmount = 10.0;
     double m_animationDuration = 0.4;
     double m_dragPressDuration = 0.2;
-    QParallelAnimationGroup *m_animations = nullptr;
+    bool m_documentUpdating = false;
+
+    QParallelAnimationGroup *m_rowAnimations = nullptr;
     QPropertyAnimation *m_scrollAnimation = nullptr;
+
     QTimer m_pressTimer;
-    QPointer<QWidget> m_pressedItem;
-    QPoint m_pressPoint;
+    QPointer<ZKListViewItem> m_pressedItem;
+    QPoint m_pressPosition;
     qsizetype m_originalDragIndex = -1;
-    qsizetype m_gapIndex = -1;
     bool m_dragging = false;
     bool m_dropHandledHere = false;
+    // The index before which a drag over the list opens a row's gap, or -1.
+    qsizetype m_dropGapIndex = -1;
+    double m_dragPointerY = 0;
+    QTimer m_nudgeTimer;
 };
