@@ -7,6 +7,7 @@
 #include "ZKFtpServers.h"
 #include "ZKListView.h"
 #include "ZKMessageBoxPresenter.h"
+#include "ZKMimeDataPasteboard.h"
 #include "ZKOpenPanel.h"
 #include "ZKPreferences.h"
 #include "ZKQueueState.h"
@@ -47,6 +48,7 @@ private Q_SLOTS:
     void sourcesWithoutDestinationAskForAFolder_data();
     void sourcesWithoutDestinationAskForAFolder();
     void spaceStartsAndPauses();
+    void taskDraggedToAnotherWindowMovesThere();
     void closingNeitherHangsNorCrashes_data();
     void closingNeitherHangsNorCrashes();
 
@@ -298,6 +300,41 @@ void TestZKQueueWindow::spaceStartsAndPauses() {
     QTRY_COMPARE(window->document()->state(), qint32(ZKQueueState::Running));
     QTest::keyClick(window, Qt::Key_Space);
     QTRY_COMPARE(window->document()->state(), qint32(ZKQueueState::Paused));
+}
+
+void TestZKQueueWindow::taskDraggedToAnotherWindowMovesThere() {
+    QVERIFY(writeFile(path("a"), "a") && writeFile(path("b"), "b"));
+    ZKQueueWindow *from = openWindow(true);
+    from->document()->addTasks({ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(path("a"))),
+                                ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(path("b")))},
+                               outFolder(), 0);
+    auto to = std::make_unique<ZKFerrowickDocument>();
+    to->setState(ZKQueueState::Paused);
+    QPointer<ZKQueueWindow> into = new ZKQueueWindow(std::move(to));
+    into->show();
+    const ZKTaskPtr dragged = from->document()->objectInTasksAtIndex(1);
+
+    // What the first window's row puts on the drag, dropped on the other list.
+    ZKMimeDataPasteboard pasteboard;
+    from->document()->dragItemFromIndex(1, pasteboard);
+    QWidget *target = into->listView()->viewport();
+    QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction | Qt::MoveAction, pasteboard.mimeData(),
+                          Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(target, &enter);
+    QVERIFY2(enter.isAccepted(), "the other list refused the task");
+    QDropEvent dropped(QPointF(10, 10), Qt::CopyAction | Qt::MoveAction, pasteboard.mimeData(),
+                       Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(target, &dropped);
+    from->document()->draggedItemWasTaken(1, dropped.dropAction());
+
+    QCOMPARE(from->document()->countOfTasks(), 1);
+    QCOMPARE(into->document()->countOfTasks(), 1);
+    QVERIFY2(into->document()->objectInTasksAtIndex(0) == dragged, "a copy was made of the task");
+    QTRY_COMPARE(into->listView()->visibleItems().size(), 1);
+    QTRY_COMPARE(from->listView()->visibleItems().size(), 1);
+    into->document()->setFileName(path("into.queue"));
+    into->close();
+    QTRY_VERIFY(!into);
 }
 
 void TestZKQueueWindow::closingNeitherHangsNorCrashes_data() {
