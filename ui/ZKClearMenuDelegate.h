@@ -2,27 +2,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "ZKFerrowickDocument.h"
+#include "ZKAutomaticMenuDelegate.h"
 
-#include <QObject>
-#include <QPointer>
-
-class QMenu;
-
-// Keeps the check mark of the clear menu's automatic item (the one whose
-// data is 1001) true to whether the queue clears finished rows by itself.
-class ZKClearMenuDelegate : public QObject {
+// The clear menu's automatic item is checked when the queue clears finished rows by itself.
+class ZKClearMenuDelegate : public ZKAutomaticMenuDelegate {
     Q_OBJECT
 
 public:
-    explicit ZKClearMenuDelegate(QObject *parent = nullptr);
+    explicit ZKClearMenuDelegate(QObject *parent = nullptr)
+        : ZKAutomaticMenuDelegate(parent) {}
 
-    ZKFerrowickDocument *document() const { return m_document; }
-    void setDocument(ZKFerrowickDocument *document) { m_document = document; }
-
-    void attachToMenu(QMenu *menu);
-    void menuWillOpen(QMenu *menu);
-
-private:
-    QPointer<ZKFerrowickDocument> m_document;
+protected:
+    bool isAutomatic(const ZKFerrowickDocument &document) const override {
+        return document.autoClearItems();
+    }
 };

@@ -125,16 +125,9 @@ void ZKDestinationPopUpButton::takeChosen(const ZKWriterPtr &destination) {
 }
 
 void ZKDestinationPopUpButton::chooseFolder() {
-    auto *panel = new ZKOpenPanel(window());
-    panel->setCanChooseFiles(false);
-    panel->setCanChooseDirectories(true);
-    panel->setCanCreateDirectories(true);
-    panel->setAllowsMultipleSelection(false);
-    panel->setMessage(QStringLiteral("Destination"));
-    panel->setPrompt(QStringLiteral("Select"));
-    if (m_destination && m_destination->isLocal()) {
-        panel->setDirectoryUrl(m_destination->url());
-    }
+    auto *panel = ZKOpenPanel::folderPanel(
+        window(), QStringLiteral("Destination"),
+        m_destination && m_destination->isLocal() ? m_destination->url() : QUrl());
     panel->beginSheetModalForWindow(window(), [this, panel](bool ok) {
         panel->deleteLater();
         const QList<QUrl> urls = ok ? panel->urls() : QList<QUrl>{};
@@ -149,10 +142,8 @@ void ZKDestinationPopUpButton::chooseFtp() {
         panel->deleteLater();
         ZKWriterPtr writer;
         if (chosen) {
-            const QString password = panel->password();
-            writer = ZKFtpWriter::writerWithDirectoryUrl(
-                panel->url(), panel->username(),
-                password.isNull() ? std::nullopt : std::optional<QString>(password));
+            writer = ZKFtpWriter::writerWithDirectoryUrl(panel->url(), panel->username(),
+                                                         panel->optionalPassword());
         }
         takeChosen(writer);
     });

@@ -20,6 +20,7 @@ ZKFtpPanel::ZKFtpPanel(QWidget *parent, ZKUserDefaults *defaults)
     m_password->setAccessibleName(QStringLiteral("Password"));
     m_password->setPlaceholderText(QStringLiteral("from the password store"));
     form()->addRow(QStringLiteral("&Password:"), m_password);
+    connect(m_password, &QLineEdit::textEdited, this, [this] { m_emptyPassword = false; });
 }
 
 QString ZKFtpPanel::username() const {
@@ -32,11 +33,28 @@ void ZKFtpPanel::setUsername(const QString &username) {
 }
 
 QString ZKFtpPanel::password() const {
-    return m_password->text().isEmpty() ? QString() : m_password->text();
+    if (m_password->text().isEmpty()) {
+        return m_emptyPassword ? QStringLiteral("") : QString();
+    }
+    return m_password->text();
 }
 
 void ZKFtpPanel::setPassword(const QString &password) {
+    // An account whose password is empty keeps it; a field left empty
+    // otherwise means the password store's.
+    m_emptyPassword = !password.isNull() && password.isEmpty();
     m_password->setText(password);
+}
+
+void ZKFtpPanel::setCredentials(const QString &username, const std::optional<QString> &password,
+                                bool passwordStored) {
+    setUsername(username);
+    setPassword(passwordStored || !password ? QString() : *password);
+}
+
+std::optional<QString> ZKFtpPanel::optionalPassword() const {
+    const QString typed = password();
+    return typed.isNull() ? std::nullopt : std::optional<QString>(typed);
 }
 
 bool ZKFtpPanel::isAcceptable(const QUrl &url) const {

@@ -4,6 +4,8 @@
 
 #include "ZKAddressPanel.h"
 
+#include <optional>
+
 class QLineEdit;
 
 // Asks for an FTP address with its user name and password.
@@ -21,6 +23,12 @@ public:
     // used; an empty password is not the same thing.
     QString password() const;
     void setPassword(const QString &password);
+    // An endpoint's account; a password the password store keeps stays
+    // there and is not shown.
+    void setCredentials(const QString &username, const std::optional<QString> &password,
+                        bool passwordStored);
+    // The password as the endpoints take it: none for the store's.
+    std::optional<QString> optionalPassword() const;
 
 protected:
     bool isAcceptable(const QUrl &url) const override;
@@ -30,4 +38,5 @@ protected:
 private:
     QLineEdit *m_username = nullptr;
     QLineEdit *m_password = nullptr;
+    bool m_emptyPassword = false;
 };

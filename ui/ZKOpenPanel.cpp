@@ -13,6 +13,33 @@ ZKOpenPanel::ZKOpenPanel(QWidget *parent)
     applyMode();
 }
 
+ZKOpenPanel *ZKOpenPanel::sourcePanel(QWidget *parent, bool multiple, const QUrl &startAt) {
+    auto *panel = new ZKOpenPanel(parent);
+    panel->setCanChooseFiles(true);
+    panel->setCanChooseDirectories(true);
+    panel->setCanCreateDirectories(false);
+    panel->setAllowsMultipleSelection(multiple);
+    panel->setMessage(QStringLiteral("Choose files and folders to copy."));
+    panel->setPrompt(QStringLiteral("Add"));
+    panel->setDirectoryUrl(startAt);
+    return panel;
+}
+
+ZKOpenPanel *ZKOpenPanel::folderPanel(QWidget *parent, const QString &message,
+                                      const QUrl &startAt) {
+    auto *panel = new ZKOpenPanel(parent);
+    panel->setCanChooseFiles(false);
+    panel->setCanChooseDirectories(true);
+    panel->setCanCreateDirectories(true);
+    panel->setAllowsMultipleSelection(false);
+    panel->setMessage(message);
+    panel->setPrompt(QStringLiteral("Select"));
+    if (startAt.isValid()) {
+        panel->setDirectoryUrl(startAt);
+    }
+    return panel;
+}
+
 void ZKOpenPanel::setCanChooseFiles(bool can) {
     m_canChooseFiles = can;
     applyMode();

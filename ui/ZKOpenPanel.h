@@ -15,6 +15,10 @@ class ZKOpenPanel : public QFileDialog {
 
 public:
     explicit ZKOpenPanel(QWidget *parent = nullptr);
+    // What to copy: files and folders, no new folders, prompt "Add".
+    static ZKOpenPanel *sourcePanel(QWidget *parent, bool multiple, const QUrl &startAt);
+    // A folder to copy to: new folders allowed, prompt "Select".
+    static ZKOpenPanel *folderPanel(QWidget *parent, const QString &message, const QUrl &startAt);
 
     void setCanChooseFiles(bool can);
     void setCanChooseDirectories(bool can);

@@ -472,14 +472,7 @@ void ZKQueueWindow::addReaders(const QList<ZKReaderPtr> &readers) {
 }
 
 void ZKQueueWindow::addFile() {
-    auto *panel = new ZKOpenPanel(this);
-    panel->setCanChooseFiles(true);
-    panel->setCanChooseDirectories(true);
-    panel->setCanCreateDirectories(false);
-    panel->setAllowsMultipleSelection(true);
-    panel->setMessage(QStringLiteral("Choose files and folders to copy."));
-    panel->setPrompt(QStringLiteral("Add"));
-    panel->setDirectoryUrl(QUrl::fromLocalFile(m_lastSourcePath));
+    auto *panel = ZKOpenPanel::sourcePanel(this, true, QUrl::fromLocalFile(m_lastSourcePath));
     panel->beginSheetModalForWindow(this, [this, panel](bool ok) {
         panel->deleteLater();
         if (!ok) {
@@ -573,14 +566,8 @@ void ZKQueueWindow::copySources() {
 
 void ZKQueueWindow::chooseDestinationFolder(
     const std::function<void(const ZKWriterPtr &)> &answer) {
-    auto *panel = new ZKOpenPanel(this);
-    panel->setCanChooseFiles(false);
-    panel->setCanChooseDirectories(true);
-    panel->setCanCreateDirectories(true);
-    panel->setAllowsMultipleSelection(false);
-    panel->setMessage(QStringLiteral("Choose a folder to copy to."));
-    panel->setPrompt(QStringLiteral("Select"));
-    panel->setDirectoryUrl(QUrl::fromLocalFile(m_lastDestinationPath));
+    auto *panel = ZKOpenPanel::folderPanel(this, QStringLiteral("Choose a folder to copy to."),
+                                           QUrl::fromLocalFile(m_lastDestinationPath));
     panel->beginSheetModalForWindow(this, [this, panel, answer](bool ok) {
         panel->deleteLater();
         const QList<QUrl> urls = ok ? panel->urls() : QList<QUrl>{};

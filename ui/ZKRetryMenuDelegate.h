@@ -2,27 +2,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "ZKFerrowickDocument.h"
+#include "ZKAutomaticMenuDelegate.h"
 
-#include <QObject>
-#include <QPointer>
-
-class QMenu;
-
-// Keeps the check mark of the retry menu's automatic item (the one whose
-// data is 1001) true to whether the queue retries failed rows by itself.
-class ZKRetryMenuDelegate : public QObject {
+// The retry menu's automatic item is checked when the queue retries failed rows by itself.
+class ZKRetryMenuDelegate : public ZKAutomaticMenuDelegate {
     Q_OBJECT
 
 public:
-    explicit ZKRetryMenuDelegate(QObject *parent = nullptr);
+    explicit ZKRetryMenuDelegate(QObject *parent = nullptr)
+        : ZKAutomaticMenuDelegate(parent) {}
 
-    ZKFerrowickDocument *document() const { return m_document; }
-    void setDocument(ZKFerrowickDocument *document) { m_document = document; }
-
-    void attachToMenu(QMenu *menu);
-    void menuWillOpen(QMenu *menu);
-
-private:
-    QPointer<ZKFerrowickDocument> m_document;
+protected:
+    bool isAutomatic(const ZKFerrowickDocument &document) const override {
+        return document.autoRetryItems();
+    }
 };

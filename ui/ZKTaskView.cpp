@@ -663,14 +663,7 @@ void ZKTaskView::changeDestination() {
 }
 
 void ZKTaskView::changeFileSource() {
-    auto *panel = new ZKOpenPanel(window());
-    panel->setCanChooseFiles(true);
-    panel->setCanChooseDirectories(true);
-    panel->setCanCreateDirectories(false);
-    panel->setAllowsMultipleSelection(false);
-    panel->setMessage(QStringLiteral("Choose files and folders to copy."));
-    panel->setPrompt(QStringLiteral("Add"));
-    panel->setDirectoryUrl(task()->source()->url());
+    auto *panel = ZKOpenPanel::sourcePanel(window(), false, task()->source()->url());
     const std::weak_ptr<ZKTask> weak = task();
     const QPointer<ZKFerrowickDocument> d = document();
     panel->beginSheetModalForWindow(window(), [panel, weak, d](bool ok) {
@@ -691,11 +684,7 @@ void ZKTaskView::changeFtpSource() {
     auto *source = dynamic_cast<ZKFtpReader *>(task()->source().get());
     auto *panel = new ZKFtpPanel(window());
     panel->setUrl(source->url());
-    panel->setUsername(source->username());
-    // A password from the password store stays there: the panel hands back
-    // none, and the new endpoint asks the store again.
-    panel->setPassword(source->passwordStored() || !source->password() ? QString()
-                                                                       : *source->password());
+    panel->setCredentials(source->username(), source->password(), source->passwordStored());
     const std::weak_ptr<ZKTask> weak = task();
     const QPointer<ZKFerrowickDocument> d = document();
     panel->displaySheetForWindow(window(), [panel, weak, d](bool chosen) {
@@ -704,10 +693,8 @@ void ZKTaskView::changeFtpSource() {
         if (!chosen || !t || !d) {
             return;
         }
-        const QString password = panel->password();
-        if (const auto reader = ZKFtpReader::readerWithUrl(
-                panel->url(), panel->username(),
-                password.isNull() ? std::nullopt : std::optional<QString>(password))) {
+        if (const auto reader = ZKFtpReader::readerWithUrl(panel->url(), panel->username(),
+                                                           panel->optionalPassword())) {
             d->changeSourceForTask(t, reader);
         }
     });
@@ -731,14 +718,8 @@ void ZKTaskView::changeDownloadSource() {
 }
 
 void ZKTaskView::changeFileDestination() {
-    auto *panel = new ZKOpenPanel(window());
-    panel->setCanChooseFiles(false);
-    panel->setCanChooseDirectories(true);
-    panel->setCanCreateDirectories(true);
-    panel->setAllowsMultipleSelection(false);
-    panel->setMessage(QStringLiteral("Choose a folder to copy to."));
-    panel->setPrompt(QStringLiteral("Select"));
-    panel->setDirectoryUrl(task()->destination()->url());
+    auto *panel = ZKOpenPanel::folderPanel(window(), QStringLiteral("Choose a folder to copy to."),
+                                           task()->destination()->url());
     const std::weak_ptr<ZKTask> weak = task();
     const QPointer<ZKFerrowickDocument> d = document();
     panel->beginSheetModalForWindow(window(), [panel, weak, d](bool ok) {
@@ -756,10 +737,8 @@ void ZKTaskView::changeFtpDestination() {
     auto *destination = dynamic_cast<ZKFtpWriter *>(task()->destination().get());
     auto *panel = new ZKFtpPanel(window());
     panel->setUrl(destination->url());
-    panel->setUsername(destination->username());
-    panel->setPassword(destination->passwordStored() || !destination->password()
-                           ? QString()
-                           : *destination->password());
+    panel->setCredentials(destination->username(), destination->password(),
+                          destination->passwordStored());
     const std::weak_ptr<ZKTask> weak = task();
     const QPointer<ZKFerrowickDocument> d = document();
     panel->displaySheetForWindow(window(), [panel, weak, d](bool chosen) {
@@ -768,10 +747,8 @@ void ZKTaskView::changeFtpDestination() {
         if (!chosen || !t || !d) {
             return;
         }
-        const QString password = panel->password();
-        if (const auto writer = ZKFtpWriter::writerWithDirectoryUrl(
-                panel->url(), panel->username(),
-                password.isNull() ? std::nullopt : std::optional<QString>(password))) {
+        if (const auto writer = ZKFtpWriter::writerWithDirectoryUrl(panel->url(), panel->username(),
+                                                                    panel->optionalPassword())) {
             d->changeDestinationForTask(t, writer);
         }
     });

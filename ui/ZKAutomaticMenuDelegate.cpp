@@ -1,22 +1,22 @@
 // SPDX-FileCopyrightText: 2026 Ferrowick developers
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "ZKRetryMenuDelegate.h"
+#include "ZKAutomaticMenuDelegate.h"
 
 #include <QAction>
 #include <QMenu>
 
-ZKRetryMenuDelegate::ZKRetryMenuDelegate(QObject *parent)
+ZKAutomaticMenuDelegate::ZKAutomaticMenuDelegate(QObject *parent)
     : QObject(parent) {}
 
-void ZKRetryMenuDelegate::attachToMenu(QMenu *menu) {
+void ZKAutomaticMenuDelegate::attachToMenu(QMenu *menu) {
     connect(menu, &QMenu::aboutToShow, this, [this, menu] { menuWillOpen(menu); });
 }
 
-void ZKRetryMenuDelegate::menuWillOpen(QMenu *menu) {
+void ZKAutomaticMenuDelegate::menuWillOpen(QMenu *menu) {
     for (QAction *action : menu->actions()) {
         if (action->data().toInt() == 1001) {
             action->setCheckable(true);
-            action->setChecked(m_document && m_document->autoRetryItems());
+            action->setChecked(m_document && isAutomatic(*m_document));
         }
     }
 }
