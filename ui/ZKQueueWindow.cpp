@@ -95,7 +95,8 @@ ZKQueueWindow::ZKQueueWindow(std::unique_ptr<ZKFerrowickDocument> document, QWid
                                         "</p><p>or choose Add to copy files, folders, FTP and "
                                         "web addresses</p>"));
     m_emptyHint->setForegroundRole(QPalette::PlaceholderText);
-    m_listView->viewport()->installEventFilter(this);
+    m_listViewport = m_listView->viewport();
+    m_listViewport->installEventFilter(this);
 
     buildActions();
     buildMenus();
@@ -116,6 +117,8 @@ ZKQueueWindow::ZKQueueWindow(std::unique_ptr<ZKFerrowickDocument> document, QWid
 ZKQueueWindow::~ZKQueueWindow() {
     openWindows().removeAll(this);
     // The rows go before their queue: each watches a task of it.
+    m_listViewport->removeEventFilter(this);
+    m_listViewport = nullptr;
     delete m_listView;
     m_listView = nullptr;
     m_document.reset();
@@ -652,7 +655,8 @@ void ZKQueueWindow::closeEvent(QCloseEvent *event) {
 }
 
 bool ZKQueueWindow::eventFilter(QObject *watched, QEvent *event) {
-    if (m_listView && watched == m_listView->viewport() && event->type() == QEvent::Resize) {
+    // Compared, never called: the list may be half torn down here.
+    if (watched == m_listViewport && event->type() == QEvent::Resize) {
         refreshEmptyHint();
     }
     return ZKKeyPressHandlerWindow::eventFilter(watched, event);

@@ -86,6 +86,7 @@ private:
 
     std::unique_ptr<ZKFerrowickDocument> m_document;
     ZKListView *m_listView = nullptr;
+    QWidget *m_listViewport = nullptr;
     QLabel *m_emptyHint = nullptr;
     QLabel *m_descriptionLabel = nullptr;
     QLabel *m_dataDescriptionLabel = nullptr;
