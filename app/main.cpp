@@ -64,11 +64,12 @@ int main(int argc, char **argv) {
         auto document = std::make_unique<ZKFerrowickDocument>();
         ZKError error;
         if (!document->readFromFile(QFileInfo(path).absoluteFilePath(), &error)) {
-            QMessageBox::critical(nullptr, QStringLiteral("Ferrowick"),
-                                  QStringLiteral("The queue \u201c%1\u201d could not be opened.")
-                                      .arg(QFileInfo(path).fileName()),
-                                  QMessageBox::Ok);
-            qCritical().noquote() << error.localizedDescription();
+            QMessageBox box(QMessageBox::Critical, QStringLiteral("Ferrowick"),
+                            QStringLiteral("The queue \u201c%1\u201d could not be opened.")
+                                .arg(QFileInfo(path).fileName()),
+                            QMessageBox::Ok);
+            box.setInformativeText(error.localizedDescription());
+            box.exec();
             continue;
         }
         (new ZKQueueWindow(std::move(document)))->show();
