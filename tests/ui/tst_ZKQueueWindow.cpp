@@ -47,6 +47,8 @@ private Q_SLOTS:
     void ftpSourceAddedThroughItsPanelDownloads();
     void sourcesWithoutDestinationAskForAFolder_data();
     void sourcesWithoutDestinationAskForAFolder();
+    void droppedFilesLandWhereDropped_data();
+    void droppedFilesLandWhereDropped();
     void spaceStartsAndPauses();
     void taskDraggedToAnotherWindowMovesThere();
     void closingNeitherHangsNorCrashes_data();
@@ -290,6 +292,36 @@ void TestZKQueueWindow::sourcesWithoutDestinationAskForAFolder() {
         QTest::qWait(100);
         QCOMPARE(window->document()->countOfTasks(), 0);
     }
+}
+
+void TestZKQueueWindow::droppedFilesLandWhereDropped_data() {
+    QTest::addColumn<double>("row"); // where the pointer is, in rows
+    QTest::addColumn<QString>("order");
+
+    QTest::newRow("upper half of row 2") << 2.3 << "abxc";
+    QTest::newRow("lower half of row 0") << 0.7 << "axbc";
+    QTest::newRow("below the last row") << 5.0 << "abcx";
+}
+
+void TestZKQueueWindow::droppedFilesLandWhereDropped() {
+    QFETCH(double, row);
+    QFETCH(QString, order);
+
+    QList<ZKReaderPtr> readers;
+    for (const QString name : {"a", "b", "c", "x"}) {
+        QVERIFY(writeFile(path(name), name.toUtf8()));
+        readers << ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(path(name)));
+    }
+    ZKQueueWindow *window = openWindow(true);
+    window->document()->addTasks(readers.mid(0, 3), outFolder(), 0);
+    QTRY_COMPARE(window->listView()->visibleItems().size(), 3);
+    drop(window, {QUrl::fromLocalFile(path("x"))},
+         QPoint(40, int(row * window->listView()->itemHeight())));
+    QString seen;
+    for (qsizetype i = 0; i < window->document()->countOfTasks(); ++i) {
+        seen += window->document()->objectInTasksAtIndex(i)->filename();
+    }
+    QCOMPARE(seen, order);
 }
 
 void TestZKQueueWindow::spaceStartsAndPauses() {
