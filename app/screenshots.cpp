@@ -229,6 +229,16 @@ int main(int argc, char **argv) {
                                         std::pair{QStringLiteral("dark"), darkPalette()}}) {
         QApplication::setPalette(palette);
         QTemporaryDir data;
+        // What a new queue looks like before anything is dropped on it.
+        auto *empty = new ZKQueueWindow(std::make_unique<ZKFerrowickDocument>());
+        empty->resize(720, 420);
+        empty->move(40, 40);
+        empty->show();
+        waitFor([&] { return empty->windowHandle() && empty->windowHandle()->isExposed(); });
+        ok &= shoot(empty, QStringLiteral("%1/empty-window-%2.png").arg(output, name));
+        empty->close();
+        settle(200);
+
         auto *window = new ZKQueueWindow(queueInEveryState(data.path()));
         window->document()->setFileName(data.path() + "/Backup.queue");
         window->resize(900, 720);
