@@ -3,8 +3,8 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 #
 # What `make run` starts: the desktop window when a display is present, the
-# terminal front end's demonstration queue otherwise, and until those exist, a
-# short account of what the build produced.
+# terminal front end's demonstration queue otherwise, and, when neither was
+# built, a short account of what the build produced.
 set -euo pipefail
 build=${1:-build}
 
@@ -20,5 +20,5 @@ echo
 echo "Built in $build:"
 find "$build" -maxdepth 2 \( -name 'libferrowick-*.a' -o -name 'tst_*' \) -type f -printf '  %p\n' | sort
 echo
-echo "The window and the terminal front end are not part of this build yet."
+echo "Neither the window nor the terminal front end was built."
 echo "Run the tests with:  make test"
