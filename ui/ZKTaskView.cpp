@@ -662,20 +662,29 @@ void ZKTaskView::changeDestination() {
     }
 }
 
+std::function<void()>
+ZKTaskView::forTask(std::function<void(ZKFerrowickDocument &, const ZKTaskPtr &)> apply) const {
+    // A sheet's answer comes later: by then the row may show another task,
+    // and the task or its queue may be gone.
+    return [weak = std::weak_ptr<ZKTask>(task()), document = QPointer(document()), apply] {
+        if (const ZKTaskPtr t = weak.lock(); t && document) {
+            apply(*document, t);
+        }
+    };
+}
+
 void ZKTaskView::changeFileSource() {
     auto *panel = ZKOpenPanel::sourcePanel(window(), false, task()->source()->url());
-    const std::weak_ptr<ZKTask> weak = task();
-    const QPointer<ZKFerrowickDocument> d = document();
-    panel->beginSheetModalForWindow(window(), [panel, weak, d](bool ok) {
-        panel->deleteLater();
-        const ZKTaskPtr t = weak.lock();
-        const QList<QUrl> urls = ok ? panel->urls() : QList<QUrl>{};
-        if (!t || !d || urls.isEmpty()) {
-            return;
-        }
+    const auto apply = forTask([panel](ZKFerrowickDocument &d, const ZKTaskPtr &t) {
         t->pause();
-        if (const auto reader = ZKFileSystemReader::readerWithUrl(urls.first())) {
-            d->changeSourceForTask(t, reader);
+        if (const auto reader = ZKFileSystemReader::readerWithUrl(panel->urls().value(0))) {
+            d.changeSourceForTask(t, reader);
+        }
+    });
+    panel->beginSheetModalForWindow(window(), [panel, apply](bool ok) {
+        panel->deleteLater();
+        if (ok && !panel->urls().isEmpty()) {
+            apply();
         }
     });
 }
@@ -685,17 +694,16 @@ void ZKTaskView::changeFtpSource() {
     auto *panel = new ZKFtpPanel(window());
     panel->setUrl(source->url());
     panel->setCredentials(source->username(), source->password(), source->passwordStored());
-    const std::weak_ptr<ZKTask> weak = task();
-    const QPointer<ZKFerrowickDocument> d = document();
-    panel->displaySheetForWindow(window(), [panel, weak, d](bool chosen) {
-        panel->deleteLater();
-        const ZKTaskPtr t = weak.lock();
-        if (!chosen || !t || !d) {
-            return;
-        }
+    const auto apply = forTask([panel](ZKFerrowickDocument &d, const ZKTaskPtr &t) {
         if (const auto reader = ZKFtpReader::readerWithUrl(panel->url(), panel->username(),
                                                            panel->optionalPassword())) {
-            d->changeSourceForTask(t, reader);
+            d.changeSourceForTask(t, reader);
+        }
+    });
+    panel->displaySheetForWindow(window(), [panel, apply](bool chosen) {
+        panel->deleteLater();
+        if (chosen) {
+            apply();
         }
     });
 }
@@ -703,16 +711,15 @@ void ZKTaskView::changeFtpSource() {
 void ZKTaskView::changeDownloadSource() {
     auto *panel = new ZKHttpPanel(window());
     panel->setUrl(task()->source()->url());
-    const std::weak_ptr<ZKTask> weak = task();
-    const QPointer<ZKFerrowickDocument> d = document();
-    panel->displaySheetForWindow(window(), [panel, weak, d](bool chosen) {
-        panel->deleteLater();
-        const ZKTaskPtr t = weak.lock();
-        if (!chosen || !t || !d) {
-            return;
-        }
+    const auto apply = forTask([panel](ZKFerrowickDocument &d, const ZKTaskPtr &t) {
         if (const auto reader = ZKReaderFactory::readerWithUrl(panel->url())) {
-            d->changeSourceForTask(t, reader);
+            d.changeSourceForTask(t, reader);
+        }
+    });
+    panel->displaySheetForWindow(window(), [panel, apply](bool chosen) {
+        panel->deleteLater();
+        if (chosen) {
+            apply();
         }
     });
 }
@@ -720,16 +727,15 @@ void ZKTaskView::changeDownloadSource() {
 void ZKTaskView::changeFileDestination() {
     auto *panel = ZKOpenPanel::folderPanel(window(), QStringLiteral("Choose a folder to copy to."),
                                            task()->destination()->url());
-    const std::weak_ptr<ZKTask> weak = task();
-    const QPointer<ZKFerrowickDocument> d = document();
-    panel->beginSheetModalForWindow(window(), [panel, weak, d](bool ok) {
+    const auto apply = forTask([panel](ZKFerrowickDocument &d, const ZKTaskPtr &t) {
+        d.changeDestinationForTask(t,
+                                   ZKFileSystemWriter::writerWithDirectory(panel->urls().value(0)));
+    });
+    panel->beginSheetModalForWindow(window(), [panel, apply](bool ok) {
         panel->deleteLater();
-        const ZKTaskPtr t = weak.lock();
-        const QList<QUrl> urls = ok ? panel->urls() : QList<QUrl>{};
-        if (!t || !d || urls.isEmpty()) {
-            return;
+        if (ok && !panel->urls().isEmpty()) {
+            apply();
         }
-        d->changeDestinationForTask(t, ZKFileSystemWriter::writerWithDirectory(urls.first()));
     });
 }
 
@@ -739,17 +745,16 @@ void ZKTaskView::changeFtpDestination() {
     panel->setUrl(destination->url());
     panel->setCredentials(destination->username(), destination->password(),
                           destination->passwordStored());
-    const std::weak_ptr<ZKTask> weak = task();
-    const QPointer<ZKFerrowickDocument> d = document();
-    panel->displaySheetForWindow(window(), [panel, weak, d](bool chosen) {
-        panel->deleteLater();
-        const ZKTaskPtr t = weak.lock();
-        if (!chosen || !t || !d) {
-            return;
-        }
+    const auto apply = forTask([panel](ZKFerrowickDocument &d, const ZKTaskPtr &t) {
         if (const auto writer = ZKFtpWriter::writerWithDirectoryUrl(panel->url(), panel->username(),
                                                                     panel->optionalPassword())) {
-            d->changeDestinationForTask(t, writer);
+            d.changeDestinationForTask(t, writer);
+        }
+    });
+    panel->displaySheetForWindow(window(), [panel, apply](bool chosen) {
+        panel->deleteLater();
+        if (chosen) {
+            apply();
         }
     });
 }

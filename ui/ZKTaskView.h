@@ -10,6 +10,8 @@
 #include <QSet>
 #include <QUrl>
 
+#include <functional>
+
 class QLabel;
 class QMenu;
 class QPropertyAnimation;
@@ -119,6 +121,9 @@ private:
     void hideProgressBar(bool animated);
     void configureLocation(QAction *title, QAction *reveal, QAction *change, const QString &prefix,
                            const ZKReaderPtr &endpoint, qint32 state);
+    // Runs with the row's task and queue of now, if both are still there.
+    std::function<void()>
+    forTask(std::function<void(ZKFerrowickDocument &, const ZKTaskPtr &)> apply) const;
     void changeFileSource();
     void changeFtpSource();
     void changeDownloadSource();

@@ -8,6 +8,7 @@
 #include "ZKHoverImageView.h"
 #include "ZKHttpReader.h"
 #include "ZKImages.h"
+#include "ZKOpenPanel.h"
 #include "ZKPreferences.h"
 #include "ZKProgressBarHueTransformer.h"
 #include "ZKPropertyListParser.h"
@@ -44,6 +45,8 @@ private Q_SLOTS:
     void hoveringExplainsABadge();
     void menuFollowsTheTask_data();
     void menuFollowsTheTask();
+    void changesGoThroughTheirPanels_data();
+    void changesGoThroughTheirPanels();
     void movesGiveTheExpectedOrder_data();
     void movesGiveTheExpectedOrder();
 
@@ -294,6 +297,38 @@ void TestZKTaskView::menuFollowsTheTask() {
                  "From:  " + task->source()->url().toLocalFile());
         QCOMPARE(row->menuItem(ZKTaskView::DestinationTitle)->text(), "To:  " + path("out"));
     }
+}
+
+void TestZKTaskView::changesGoThroughTheirPanels_data() {
+    QTest::addColumn<int>("tag");
+    QTest::addColumn<bool>("accepted");
+
+    QTest::newRow("new destination") << int(ZKTaskView::ChangeDestination) << true;
+    QTest::newRow("new source") << int(ZKTaskView::ChangeSource) << true;
+    QTest::newRow("cancelled") << int(ZKTaskView::ChangeDestination) << false;
+}
+
+void TestZKTaskView::changesGoThroughTheirPanels() {
+    QFETCH(int, tag);
+    QFETCH(bool, accepted);
+
+    const ZKTaskPtr task = m_document->objectInTasksAtIndex(0);
+    ZKTaskView *row = rowFor(task);
+    QDir(m_dir->path()).mkpath(QStringLiteral("elsewhere"));
+    row->validateMenu();
+    row->menuItem(tag)->trigger();
+    ZKOpenPanel *panel = m_host->findChild<ZKOpenPanel *>();
+    QVERIFY2(panel && panel->isVisible(), "no panel opened");
+    panel->setDirectory(m_dir->path());
+    panel->selectFile(path(tag == ZKTaskView::ChangeSource ? "b" : "elsewhere"));
+    accepted ? panel->accept() : panel->reject();
+    m_document->waitForBackgroundWork();
+
+    const QString source = task->source()->url().toLocalFile();
+    const QString destination = task->destination()->url().toLocalFile();
+    QCOMPARE(source, path(accepted && tag == ZKTaskView::ChangeSource ? "b" : "a"));
+    QCOMPARE(destination,
+             path(accepted && tag == ZKTaskView::ChangeDestination ? "elsewhere" : "out"));
 }
 
 void TestZKTaskView::movesGiveTheExpectedOrder_data() {
