@@ -93,6 +93,12 @@ bool ZKKeyPressHandlerWindow::takesSpace(const QObject *watched) const {
 }
 
 bool ZKKeyPressHandlerWindow::eventFilter(QObject *watched, QEvent *event) {
+    // Keys go to widgets only. Looking at nothing else also leaves alone the
+    // events that worker threads post to the engine's objects, which reach
+    // this filter before the hand-over the thread sanitizer is told of.
+    if (!watched->isWidgetType()) {
+        return QMainWindow::eventFilter(watched, event);
+    }
     switch (event->type()) {
     case QEvent::ShortcutOverride: {
         // Claiming the key keeps it from the shortcut map, so the command
