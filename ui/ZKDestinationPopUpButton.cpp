@@ -10,7 +10,10 @@
 #include "ZKPropertyListParser.h"
 #include "ZKUserDefaults.h"
 
+#include <QKeyEvent>
 #include <QStandardItemModel>
+#include <QStyleOptionComboBox>
+#include <QWheelEvent>
 
 namespace {
 const QString kRecentDestinations = QStringLiteral("RecentDestinations");
@@ -68,6 +71,39 @@ void ZKDestinationPopUpButton::createMenuItems() {
     insertSeparator(count());
     addEntry(kIndent + QStringLiteral("Clear Menu"), {}, ClearMenu);
     setCurrentIndex(findData(m_destination ? destinationTag : anyFolderTag));
+}
+
+void ZKDestinationPopUpButton::initStyleOption(QStyleOptionComboBox *option) const {
+    QComboBox::initStyleOption(option);
+    // The indentation belongs to the menu, not to the button.
+    option->currentText = option->currentText.trimmed();
+}
+
+void ZKDestinationPopUpButton::keyPressEvent(QKeyEvent *event) {
+    switch (event->key()) {
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+    case Qt::Key_Home:
+    case Qt::Key_End:
+        showPopup();
+        event->accept();
+        return;
+    default:
+        break;
+    }
+    // Typing would pick the item whose title starts with it.
+    if (!event->text().trimmed().isEmpty() &&
+        !(event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier))) {
+        event->ignore();
+        return;
+    }
+    QComboBox::keyPressEvent(event);
+}
+
+void ZKDestinationPopUpButton::wheelEvent(QWheelEvent *event) {
+    event->ignore();
 }
 
 void ZKDestinationPopUpButton::setDestination(ZKWriterPtr destination) {
