@@ -3,6 +3,7 @@
 #include "ZKOpenPanel.h"
 
 #include <QFileInfo>
+#include <QToolButton>
 
 ZKOpenPanel::ZKOpenPanel(QWidget *parent)
     : QFileDialog(parent) {
@@ -52,6 +53,10 @@ void ZKOpenPanel::setCanChooseDirectories(bool can) {
 
 void ZKOpenPanel::setCanCreateDirectories(bool can) {
     setOption(QFileDialog::ReadOnly, !can);
+    // Read-only only disables it; a button that can never work is left out.
+    if (auto *button = findChild<QToolButton *>(QStringLiteral("newFolderButton"))) {
+        button->setVisible(can);
+    }
 }
 
 void ZKOpenPanel::setAllowsMultipleSelection(bool allows) {
@@ -68,6 +73,10 @@ void ZKOpenPanel::setPrompt(const QString &prompt) {
 }
 
 void ZKOpenPanel::setDirectoryUrl(const QUrl &url) {
+    // A remote place has no folder here to start in.
+    if (!url.isLocalFile()) {
+        return;
+    }
     const QFileInfo info(url.toLocalFile());
     if (info.isDir()) {
         setDirectory(info.absoluteFilePath());
