@@ -11,15 +11,22 @@
 #include "ZKUserDefaults.h"
 
 #include <QKeyEvent>
+#include <QPixmap>
 #include <QStandardItemModel>
-#include <QStyleOptionComboBox>
 #include <QWheelEvent>
 
 namespace {
 const QString kRecentDestinations = QStringLiteral("RecentDestinations");
 constexpr int kKindRole = Qt::UserRole + 1;
 constexpr int kRecentRole = Qt::UserRole + 2;
-const QString kIndent = QStringLiteral("    ");
+
+// Indented items line up behind the icon column, also those without an
+// icon, so that the heading and the current destination stand out.
+QIcon blankIcon() {
+    QPixmap blank(16, 16);
+    blank.fill(Qt::transparent);
+    return QIcon(blank);
+}
 } // namespace
 
 ZKDestinationPopUpButton::ZKDestinationPopUpButton(QWidget *parent, ZKUserDefaults *defaults)
@@ -39,10 +46,10 @@ QString ZKDestinationPopUpButton::titleOf(const ZKWriterPtr &destination) {
 
 void ZKDestinationPopUpButton::addEntry(const QString &title, const QIcon &icon, Kind kind,
                                         int tag) {
-    addItem(icon, title, tag);
+    addItem(icon.isNull() && kind != Heading ? blankIcon() : icon, title, tag);
     const int row = count() - 1;
     setItemData(row, kind, kKindRole);
-    setItemData(row, title.trimmed(), Qt::AccessibleTextRole);
+    setItemData(row, title, Qt::AccessibleTextRole);
 }
 
 void ZKDestinationPopUpButton::createMenuItems() {
@@ -53,11 +60,11 @@ void ZKDestinationPopUpButton::createMenuItems() {
         addEntry(titleOf(m_destination), ZKImages::endpointIcon(m_destination->icon()), Current,
                  destinationTag);
     }
-    addEntry(kIndent + QStringLiteral("Any Folder"), ZKImages::named(QStringLiteral("ZKAnyFolder")),
+    addEntry(QStringLiteral("Any Folder"), ZKImages::named(QStringLiteral("ZKAnyFolder")),
              AnyFolder, anyFolderTag);
     insertSeparator(count());
-    addEntry(kIndent + QStringLiteral("Choose Folder..."), {}, ChooseFolder);
-    addEntry(kIndent + QStringLiteral("Choose FTP..."), {}, ChooseFtp);
+    addEntry(QStringLiteral("Choose Folder..."), {}, ChooseFolder);
+    addEntry(QStringLiteral("Choose FTP..."), {}, ChooseFtp);
     insertSeparator(count());
     addEntry(QStringLiteral("Recent Places"), {}, Heading);
     if (auto *model = qobject_cast<QStandardItemModel *>(this->model())) {
@@ -65,18 +72,12 @@ void ZKDestinationPopUpButton::createMenuItems() {
     }
     for (qsizetype i = 0; i < m_recent.size(); ++i) {
         const ZKWriterPtr &recent = m_recent[i];
-        addEntry(kIndent + titleOf(recent), ZKImages::endpointIcon(recent->icon()), Recent);
+        addEntry(titleOf(recent), ZKImages::endpointIcon(recent->icon()), Recent);
         setItemData(count() - 1, int(i), kRecentRole);
     }
     insertSeparator(count());
-    addEntry(kIndent + QStringLiteral("Clear Menu"), {}, ClearMenu);
+    addEntry(QStringLiteral("Clear Menu"), {}, ClearMenu);
     setCurrentIndex(findData(m_destination ? destinationTag : anyFolderTag));
-}
-
-void ZKDestinationPopUpButton::initStyleOption(QStyleOptionComboBox *option) const {
-    QComboBox::initStyleOption(option);
-    // The indentation belongs to the menu, not to the button.
-    option->currentText = option->currentText.trimmed();
 }
 
 void ZKDestinationPopUpButton::keyPressEvent(QKeyEvent *event) {

@@ -42,7 +42,6 @@ Q_SIGNALS:
     void destinationChanged(const ZKWriterPtr &destination);
 
 protected:
-    void initStyleOption(QStyleOptionComboBox *option) const override;
     // The items are commands: stepping through them with the arrow keys or
     // the wheel would run each one passed, so the keys open the menu
     // instead and the wheel is left to the window.
