@@ -543,6 +543,8 @@ void TestZKPanels::openPanelTakesWhatItMay() {
     QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualRect(index).center());
     QPushButton *accept = panel.findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Open);
     QVERIFY(accept && accept->isEnabled());
+    // The prompt says what pressing it does: taking a folder, not opening it.
+    QCOMPARE(accept->text() == QStringLiteral("Add"), taken);
     QTest::mouseClick(accept, Qt::LeftButton);
 
     if (taken) {
