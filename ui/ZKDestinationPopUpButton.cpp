@@ -12,6 +12,7 @@
 
 #include <QKeyEvent>
 #include <QPixmap>
+#include <QPointer>
 #include <QStandardItemModel>
 #include <QWheelEvent>
 
@@ -165,24 +166,31 @@ void ZKDestinationPopUpButton::chooseFolder() {
     auto *panel = ZKOpenPanel::folderPanel(
         window(), QStringLiteral("Destination"),
         m_destination && m_destination->isLocal() ? m_destination->url() : QUrl());
-    panel->beginSheetModalForWindow(window(), [this, panel](bool ok) {
+    // The sheet belongs to the window, which may outlive the button.
+    panel->beginSheetModalForWindow(window(), [self = QPointer(this), panel](bool ok) {
         panel->deleteLater();
+        if (!self) {
+            return;
+        }
         const QList<QUrl> urls = ok ? panel->urls() : QList<QUrl>{};
-        takeChosen(urls.isEmpty() ? nullptr
-                                  : ZKFileSystemWriter::writerWithDirectory(urls.first()));
+        self->takeChosen(urls.isEmpty() ? nullptr
+                                        : ZKFileSystemWriter::writerWithDirectory(urls.first()));
     });
 }
 
 void ZKDestinationPopUpButton::chooseFtp() {
     auto *panel = new ZKFtpPanel(window(), m_defaults);
-    panel->displaySheetForWindow(window(), [this, panel](bool chosen) {
+    panel->displaySheetForWindow(window(), [self = QPointer(this), panel](bool chosen) {
         panel->deleteLater();
+        if (!self) {
+            return;
+        }
         ZKWriterPtr writer;
         if (chosen) {
             writer = ZKFtpWriter::writerWithDirectoryUrl(panel->url(), panel->username(),
                                                          panel->optionalPassword());
         }
-        takeChosen(writer);
+        self->takeChosen(writer);
     });
 }
 

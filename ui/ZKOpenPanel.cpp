@@ -161,6 +161,7 @@ void ZKOpenPanel::beginSheetModalForWindow(QWidget *window,
         setParent(window, windowFlags());
     }
     setWindowModality(window ? Qt::WindowModal : Qt::ApplicationModal);
+    m_chosen.clear();
     connect(
         this, &QDialog::finished, this,
         [this, handler = std::move(completionHandler)](int result) {

@@ -75,6 +75,8 @@ private Q_SLOTS:
     void cancelledChoiceRestoresTheSelection_data();
     void cancelledChoiceRestoresTheSelection();
     void folderChosenInThePanelBecomesTheDestination();
+    void panelOutlivingTheButtonIsHarmless_data();
+    void panelOutlivingTheButtonIsHarmless();
     void openPanelTakesWhatItMay_data();
     void openPanelTakesWhatItMay();
 
@@ -497,6 +499,49 @@ void TestZKPanels::folderChosenInThePanelBecomesTheDestination() {
     button->clearRecentDestinations();
     QVERIFY(storedList(QStringLiteral("RecentDestinations")).isEmpty());
     QVERIFY(button->recentDestinations().isEmpty());
+}
+
+void TestZKPanels::panelOutlivingTheButtonIsHarmless_data() {
+    QTest::addColumn<bool>("ftp");
+    QTest::addColumn<bool>("chosen");
+
+    QTest::newRow("folder, chosen") << false << true;
+    QTest::newRow("folder, cancelled") << false << false;
+    QTest::newRow("ftp, chosen") << true << true;
+    QTest::newRow("ftp, cancelled") << true << false;
+}
+
+void TestZKPanels::panelOutlivingTheButtonIsHarmless() {
+    QFETCH(bool, ftp);
+    QFETCH(bool, chosen);
+
+    // The sheets belong to the window, which may drop the button first.
+    folder(QStringLiteral("chosen"));
+    QWidget window;
+    auto *button = new ZKDestinationPopUpButton(&window);
+    window.show();
+    QDialog *panel = nullptr;
+    if (ftp) {
+        button->chooseFtp();
+        auto *ftpPanel = openPanel<ZKFtpPanel>(&window);
+        QVERIFY(ftpPanel);
+        ftpPanel->setUrl(QUrl(QStringLiteral("ftp://127.0.0.1/pub/")));
+        panel = ftpPanel;
+    } else {
+        button->chooseFolder();
+        auto *openPanelNow = openPanel<ZKOpenPanel>(&window);
+        QVERIFY(openPanelNow);
+        openPanelNow->setDirectoryUrl(QUrl::fromLocalFile(path("chosen")));
+        panel = openPanelNow;
+    }
+    delete button;
+    if (chosen) {
+        panel->accept();
+    } else {
+        panel->reject();
+    }
+    QVERIFY(!panel->isVisible());
+    QCOMPARE(storedList(QStringLiteral("RecentDestinations")).size(), 0);
 }
 
 void TestZKPanels::openPanelTakesWhatItMay_data() {
