@@ -10,13 +10,24 @@
 #include "ZKPropertyListParser.h"
 #include "ZKUserDefaults.h"
 
+#include <QKeyEvent>
+#include <QPixmap>
+#include <QPointer>
 #include <QStandardItemModel>
+#include <QWheelEvent>
 
 namespace {
 const QString kRecentDestinations = QStringLiteral("RecentDestinations");
 constexpr int kKindRole = Qt::UserRole + 1;
 constexpr int kRecentRole = Qt::UserRole + 2;
-const QString kIndent = QStringLiteral("    ");
+
+// Indented items line up behind the icon column, also those without an
+// icon, so that the heading and the current destination stand out.
+QIcon blankIcon() {
+    QPixmap blank(16, 16);
+    blank.fill(Qt::transparent);
+    return QIcon(blank);
+}
 } // namespace
 
 ZKDestinationPopUpButton::ZKDestinationPopUpButton(QWidget *parent, ZKUserDefaults *defaults)
@@ -36,10 +47,10 @@ QString ZKDestinationPopUpButton::titleOf(const ZKWriterPtr &destination) {
 
 void ZKDestinationPopUpButton::addEntry(const QString &title, const QIcon &icon, Kind kind,
                                         int tag) {
-    addItem(icon, title, tag);
+    addItem(icon.isNull() && kind != Heading ? blankIcon() : icon, title, tag);
     const int row = count() - 1;
     setItemData(row, kind, kKindRole);
-    setItemData(row, title.trimmed(), Qt::AccessibleTextRole);
+    setItemData(row, title, Qt::AccessibleTextRole);
 }
 
 void ZKDestinationPopUpButton::createMenuItems() {
@@ -50,11 +61,11 @@ void ZKDestinationPopUpButton::createMenuItems() {
         addEntry(titleOf(m_destination), ZKImages::endpointIcon(m_destination->icon()), Current,
                  destinationTag);
     }
-    addEntry(kIndent + QStringLiteral("Any Folder"), ZKImages::named(QStringLiteral("ZKAnyFolder")),
+    addEntry(QStringLiteral("Any Folder"), ZKImages::named(QStringLiteral("ZKAnyFolder")),
              AnyFolder, anyFolderTag);
     insertSeparator(count());
-    addEntry(kIndent + QStringLiteral("Choose Folder..."), {}, ChooseFolder);
-    addEntry(kIndent + QStringLiteral("Choose FTP..."), {}, ChooseFtp);
+    addEntry(QStringLiteral("Choose Folder..."), {}, ChooseFolder);
+    addEntry(QStringLiteral("Choose FTP..."), {}, ChooseFtp);
     insertSeparator(count());
     addEntry(QStringLiteral("Recent Places"), {}, Heading);
     if (auto *model = qobject_cast<QStandardItemModel *>(this->model())) {
@@ -62,12 +73,39 @@ void ZKDestinationPopUpButton::createMenuItems() {
     }
     for (qsizetype i = 0; i < m_recent.size(); ++i) {
         const ZKWriterPtr &recent = m_recent[i];
-        addEntry(kIndent + titleOf(recent), ZKImages::endpointIcon(recent->icon()), Recent);
+        addEntry(titleOf(recent), ZKImages::endpointIcon(recent->icon()), Recent);
         setItemData(count() - 1, int(i), kRecentRole);
     }
     insertSeparator(count());
-    addEntry(kIndent + QStringLiteral("Clear Menu"), {}, ClearMenu);
+    addEntry(QStringLiteral("Clear Menu"), {}, ClearMenu);
     setCurrentIndex(findData(m_destination ? destinationTag : anyFolderTag));
+}
+
+void ZKDestinationPopUpButton::keyPressEvent(QKeyEvent *event) {
+    switch (event->key()) {
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+    case Qt::Key_Home:
+    case Qt::Key_End:
+        showPopup();
+        event->accept();
+        return;
+    default:
+        break;
+    }
+    // Typing would pick the item whose title starts with it.
+    if (!event->text().trimmed().isEmpty() &&
+        !(event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier))) {
+        event->ignore();
+        return;
+    }
+    QComboBox::keyPressEvent(event);
+}
+
+void ZKDestinationPopUpButton::wheelEvent(QWheelEvent *event) {
+    event->ignore();
 }
 
 void ZKDestinationPopUpButton::setDestination(ZKWriterPtr destination) {
@@ -128,24 +166,31 @@ void ZKDestinationPopUpButton::chooseFolder() {
     auto *panel = ZKOpenPanel::folderPanel(
         window(), QStringLiteral("Destination"),
         m_destination && m_destination->isLocal() ? m_destination->url() : QUrl());
-    panel->beginSheetModalForWindow(window(), [this, panel](bool ok) {
+    // The sheet belongs to the window, which may outlive the button.
+    panel->beginSheetModalForWindow(window(), [self = QPointer(this), panel](bool ok) {
         panel->deleteLater();
+        if (!self) {
+            return;
+        }
         const QList<QUrl> urls = ok ? panel->urls() : QList<QUrl>{};
-        takeChosen(urls.isEmpty() ? nullptr
-                                  : ZKFileSystemWriter::writerWithDirectory(urls.first()));
+        self->takeChosen(urls.isEmpty() ? nullptr
+                                        : ZKFileSystemWriter::writerWithDirectory(urls.first()));
     });
 }
 
 void ZKDestinationPopUpButton::chooseFtp() {
     auto *panel = new ZKFtpPanel(window(), m_defaults);
-    panel->displaySheetForWindow(window(), [this, panel](bool chosen) {
+    panel->displaySheetForWindow(window(), [self = QPointer(this), panel](bool chosen) {
         panel->deleteLater();
+        if (!self) {
+            return;
+        }
         ZKWriterPtr writer;
         if (chosen) {
             writer = ZKFtpWriter::writerWithDirectoryUrl(panel->url(), panel->username(),
                                                          panel->optionalPassword());
         }
-        takeChosen(writer);
+        self->takeChosen(writer);
     });
 }
 

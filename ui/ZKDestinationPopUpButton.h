@@ -41,6 +41,13 @@ Q_SIGNALS:
     // The user picked another destination; the bound object takes it.
     void destinationChanged(const ZKWriterPtr &destination);
 
+protected:
+    // The items are commands: stepping through them with the arrow keys or
+    // the wheel would run each one passed, so the keys open the menu
+    // instead and the wheel is left to the window.
+    void keyPressEvent(QKeyEvent *event) override;
+    void wheelEvent(QWheelEvent *event) override;
+
 private:
     enum Kind { AnyFolder = 1, Current, ChooseFolder, ChooseFtp, Heading, Recent, ClearMenu };
     void createMenuItems();

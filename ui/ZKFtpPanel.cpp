@@ -4,7 +4,9 @@
 
 #include "ZKReaderFactory.h"
 
+#include <QAbstractButton>
 #include <QComboBox>
+#include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QLineEdit>
 
@@ -21,6 +23,26 @@ ZKFtpPanel::ZKFtpPanel(QWidget *parent, ZKUserDefaults *defaults)
     m_password->setPlaceholderText(QStringLiteral("from the password store"));
     form()->addRow(QStringLiteral("&Password:"), m_password);
     connect(m_password, &QLineEdit::textEdited, this, [this] { m_emptyPassword = false; });
+    connect(this, &ZKAddressPanel::recentUrlsChanged, this, &ZKFtpPanel::recentFtpChanged);
+
+    // The account fields come after the address, before the buttons.
+    setTabOrder(addressBox(), m_username);
+    setTabOrder(m_username, m_password);
+    if (auto *buttons = findChild<QDialogButtonBox *>()) {
+        QWidget *previous = m_password;
+        const QList<QAbstractButton *> ordered = buttons->buttons();
+        for (QAbstractButton *button : ordered) {
+            setTabOrder(previous, button);
+            previous = button;
+        }
+    }
+}
+
+void ZKFtpPanel::setUrl(const QUrl &url) {
+    if (!url.password().isEmpty()) {
+        setPassword(url.password());
+    }
+    ZKAddressPanel::setUrl(url);
 }
 
 QString ZKFtpPanel::username() const {
@@ -33,10 +55,15 @@ void ZKFtpPanel::setUsername(const QString &username) {
 }
 
 QString ZKFtpPanel::password() const {
-    if (m_password->text().isEmpty()) {
-        return m_emptyPassword ? QStringLiteral("") : QString();
+    if (!m_password->text().isEmpty()) {
+        return m_password->text();
     }
-    return m_password->text();
+    if (m_emptyPassword) {
+        return QStringLiteral("");
+    }
+    // One typed into the address is not lost because the field was left empty.
+    const QString typed = QUrl(addressBox()->currentText().trimmed()).password();
+    return typed.isEmpty() ? QString() : typed;
 }
 
 void ZKFtpPanel::setPassword(const QString &password) {
@@ -72,8 +99,7 @@ QUrl ZKFtpPanel::urlFromText(const QString &text) const {
 }
 
 void ZKFtpPanel::recentAddressChosen(const QUrl &url) {
-    if (!url.userName().isEmpty()) {
-        m_username->setText(url.userName());
-    }
-    m_password->clear();
+    // The account of the address picked, not what was typed for another.
+    m_username->setText(url.userName());
+    setPassword(url.password().isEmpty() ? QString() : url.password());
 }

@@ -16,7 +16,9 @@ public:
     explicit ZKFtpPanel(QWidget *parent = nullptr, ZKUserDefaults *defaults = nullptr);
 
     QStringList recentFtp() const { return recentUrls(); }
-    // Without the password, which the password store keeps.
+    // A password in the address moves to the password field, so that it is
+    // neither shown nor remembered among the recent addresses.
+    void setUrl(const QUrl &url);
     QString username() const;
     void setUsername(const QString &username);
     // Null when none was typed, so that the one in the password store is
@@ -29,6 +31,9 @@ public:
                         bool passwordStored);
     // The password as the endpoints take it: none for the store's.
     std::optional<QString> optionalPassword() const;
+
+Q_SIGNALS:
+    void recentFtpChanged();
 
 protected:
     bool isAcceptable(const QUrl &url) const override;

@@ -2,7 +2,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKOpenPanel.h"
 
+#include <QDialogButtonBox>
 #include <QFileInfo>
+#include <QItemSelectionModel>
+#include <QLineEdit>
+#include <QListView>
+#include <QPushButton>
+#include <QToolButton>
 
 ZKOpenPanel::ZKOpenPanel(QWidget *parent)
     : QFileDialog(parent) {
@@ -11,6 +17,28 @@ ZKOpenPanel::ZKOpenPanel(QWidget *parent)
     setOption(QFileDialog::DontUseNativeDialog);
     setAcceptMode(QFileDialog::AcceptOpen);
     applyMode();
+    // The dialog names its button "Open" whenever a folder is selected;
+    // where a folder is taken as the choice, the prompt is put back after
+    // it, so that the button says what it does.
+    if (auto *list = findChild<QListView *>(QStringLiteral("listView"));
+        list && list->selectionModel()) {
+        connect(list->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+                &ZKOpenPanel::keepPrompt);
+    }
+    if (auto *name = findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))) {
+        connect(name, &QLineEdit::textChanged, this, &ZKOpenPanel::keepPrompt);
+    }
+}
+
+void ZKOpenPanel::keepPrompt() {
+    if (m_prompt.isEmpty() || !m_canChooseFiles || !m_canChooseDirectories) {
+        return;
+    }
+    if (auto *box = findChild<QDialogButtonBox *>(QStringLiteral("buttonBox"))) {
+        if (QPushButton *button = box->button(QDialogButtonBox::Open)) {
+            button->setText(m_prompt);
+        }
+    }
 }
 
 ZKOpenPanel *ZKOpenPanel::sourcePanel(QWidget *parent, bool multiple, const QUrl &startAt) {
@@ -52,6 +80,10 @@ void ZKOpenPanel::setCanChooseDirectories(bool can) {
 
 void ZKOpenPanel::setCanCreateDirectories(bool can) {
     setOption(QFileDialog::ReadOnly, !can);
+    // Read-only only disables it; a button that can never work is left out.
+    if (auto *button = findChild<QToolButton *>(QStringLiteral("newFolderButton"))) {
+        button->setVisible(can);
+    }
 }
 
 void ZKOpenPanel::setAllowsMultipleSelection(bool allows) {
@@ -64,10 +96,15 @@ void ZKOpenPanel::setMessage(const QString &message) {
 }
 
 void ZKOpenPanel::setPrompt(const QString &prompt) {
+    m_prompt = prompt;
     setLabelText(QFileDialog::Accept, prompt);
 }
 
 void ZKOpenPanel::setDirectoryUrl(const QUrl &url) {
+    // A remote place has no folder here to start in.
+    if (!url.isLocalFile()) {
+        return;
+    }
     const QFileInfo info(url.toLocalFile());
     if (info.isDir()) {
         setDirectory(info.absoluteFilePath());
@@ -124,6 +161,7 @@ void ZKOpenPanel::beginSheetModalForWindow(QWidget *window,
         setParent(window, windowFlags());
     }
     setWindowModality(window ? Qt::WindowModal : Qt::ApplicationModal);
+    m_chosen.clear();
     connect(
         this, &QDialog::finished, this,
         [this, handler = std::move(completionHandler)](int result) {

@@ -38,9 +38,11 @@ public Q_SLOTS:
 
 private:
     void applyMode();
+    void keepPrompt();
 
     bool m_canChooseFiles = true;
     bool m_canChooseDirectories = false;
     bool m_allowsMultipleSelection = false;
+    QString m_prompt;
     QList<QUrl> m_chosen;
 };
