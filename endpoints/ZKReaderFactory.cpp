@@ -158,7 +158,8 @@ ZKReaderPtr ZKReaderFactory::readerWithPath(const QString &path, const QString &
     if (isFtpPath(path) && !username.isEmpty()) {
         const QUrl url(path);
         const auto family = familyOf(url);
-        return family && family->reader ? family->reader(url, username, password) : nullptr;
+        const auto given = password.isNull() ? std::nullopt : std::optional<QString>(password);
+        return family && family->reader ? family->reader(url, username, given) : nullptr;
     }
     return readerWithPath(path);
 }

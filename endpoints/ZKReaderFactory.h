@@ -52,7 +52,8 @@ public:
     // A local path ("/", "~" or "file://") is standardized first: "~" expanded,
     // doubled separators, "." and ".." removed.
     static ZKReaderPtr readerWithPath(const QString &path);
-    // The credentials are used for an FTP address only.
+    // The credentials are used for an FTP address only. A null password is
+    // none, so that the password store is asked; an empty one is empty.
     static ZKReaderPtr readerWithPath(const QString &path, const QString &username,
                                       const QString &password);
     // The folder a typed path or address names, as a destination: a local

@@ -66,6 +66,10 @@ private Q_SLOTS:
         if (kind == QLatin1String("ftp")) {
             QCOMPARE(ftpReader->username(), QStringLiteral("carol"));
             QCOMPARE(ftpReader->password(), std::optional<QString>("pw"));
+            // No password typed: the password store is asked, not skipped.
+            const auto asking = std::dynamic_pointer_cast<ZKFtpReader>(
+                ZKReaderFactory::readerWithPath(path, QStringLiteral("carol"), QString()));
+            QVERIFY2(!asking->password(), "a missing password became an empty one");
         }
     }
 
