@@ -26,6 +26,7 @@
 #include <QFileInfo>
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QMenu>
 #include <QPainter>
 #include <QPropertyAnimation>
@@ -65,7 +66,10 @@ ZKTaskView::ZKTaskView(QWidget *parent)
     small.setPointSizeF(small.pointSizeF() * 0.88);
     m_detailLabel->setFont(small);
     m_progressIndicator = new ZKStoppableProgressIndicator(this);
-    m_progressIndicator->setFixedHeight(m_defaultIndicatorHeight);
+    // The collapse animates the maximum height, so nothing may hold it up.
+    m_progressIndicator->setMinimumHeight(0);
+    m_progressIndicator->setMaximumHeight(m_defaultIndicatorHeight);
+    m_progressIndicator->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     m_progressIndicator->setAccessibleName(QStringLiteral("Progress"));
 
     m_actionButton = new ZKHoverButton(this);
@@ -95,9 +99,9 @@ ZKTaskView::ZKTaskView(QWidget *parent)
     detailLine->addLayout(badges);
 
     auto *grid = new QGridLayout(this);
-    grid->setContentsMargins(10, 6, 8, 6);
+    grid->setContentsMargins(10, 8, 8, 8);
     grid->setHorizontalSpacing(10);
-    grid->setVerticalSpacing(3);
+    grid->setVerticalSpacing(4);
     grid->addWidget(m_iconLabel, 0, 0, 3, 1, Qt::AlignVCenter);
     grid->addWidget(m_taskLabel, 0, 1);
     grid->addWidget(m_progressIndicator, 1, 1);
@@ -554,6 +558,24 @@ void ZKTaskView::validateMenu() {
 void ZKTaskView::contextMenuEvent(QContextMenuEvent *event) {
     validateMenu();
     m_menu->popup(event->globalPos());
+    event->accept();
+}
+
+void ZKTaskView::keyPressEvent(QKeyEvent *event) {
+    // The buttons pass on what they do not use, so the menu opens from the
+    // keyboard wherever the focus is within the row.
+    const bool menuKey = event->key() == Qt::Key_Menu ||
+                         (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier);
+    if (!menuKey) {
+        ZKListViewItem::keyPressEvent(event);
+        return;
+    }
+    QWidget *focused = focusWidget();
+    const QPoint at = focused && isAncestorOf(focused)
+                          ? focused->mapToGlobal(focused->rect().center())
+                          : m_taskLabel->mapToGlobal(m_taskLabel->rect().bottomLeft());
+    validateMenu();
+    m_menu->popup(at);
     event->accept();
 }
 

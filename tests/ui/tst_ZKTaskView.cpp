@@ -25,7 +25,9 @@
 #include <QDir>
 #include <QEnterEvent>
 #include <QLabel>
+#include <QLayout>
 #include <QMenu>
+#include <QPropertyAnimation>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -45,6 +47,8 @@ private Q_SLOTS:
     void hoveringExplainsABadge();
     void menuFollowsTheTask_data();
     void menuFollowsTheTask();
+    void menuOpensFromTheKeyboard_data();
+    void menuOpensFromTheKeyboard();
     void changesGoThroughTheirPanels_data();
     void changesGoThroughTheirPanels();
     void movesGiveTheExpectedOrder_data();
@@ -112,12 +116,17 @@ void TestZKTaskView::everyStateShowsItself_data() {
     QTest::addColumn<QString>("action");
     QTest::addColumn<bool>("barShown");
 
+    QTest::newRow("waiting to analyse") << int(S::PendingPreparation) << "Suspend" << true;
+    QTest::newRow("analysing") << int(S::Preparing) << "Suspend" << true;
     QTest::newRow("waiting") << int(S::PendingProcessing) << "Suspend" << true;
     QTest::newRow("copying") << int(S::Processing) << "Suspend" << true;
+    QTest::newRow("waiting to verify") << int(S::PendingVerification) << "Suspend" << true;
     QTest::newRow("verifying") << int(S::Verifying) << "Suspend" << true;
+    QTest::newRow("waiting to remove") << int(S::PendingRemoval) << "Suspend" << true;
     QTest::newRow("removing") << int(S::Removing) << "Suspend" << true;
     QTest::newRow("completed") << int(S::Completed) << "Show in Folder" << false;
     QTest::newRow("failed") << int(S::Failed) << "Retry" << true;
+    QTest::newRow("cancelling") << int(S::Cancelling) << "Suspend" << true;
     QTest::newRow("cancelled") << int(S::Cancelled) << "Suspend" << true;
     QTest::newRow("suspended") << int(S::Suspended) << "Resume" << true;
 }
@@ -129,11 +138,33 @@ void TestZKTaskView::everyStateShowsItself() {
 
     const ZKTaskPtr task = m_document->objectInTasksAtIndex(0);
     ZKTaskView *row = rowFor(task);
+    ZKStoppableProgressIndicator *bar = row->progressIndicator();
+    const int fullHeight = bar->height();
+    QVERIFY2(fullHeight > 0, "no bar before the change");
     task->setState(state);
     QCOMPARE(row->actionToolTip(), action);
     QCOMPARE(row->actionButton()->toolTip(), action);
-    QCOMPARE(row->cancelToolTip(), state == S::Completed ? "Close" : "Cancel");
+    QCOMPARE(row->actionButton()->accessibleName(), action);
+    const QString cancel = state == S::Completed ? "Close" : "Cancel";
+    QCOMPARE(row->cancelToolTip(), cancel);
+    QCOMPARE(row->cancelButton()->accessibleName(), cancel);
+    if (!barShown) {
+        // The bar folds away over a fifth of a second instead of vanishing.
+        auto *collapse = row->findChild<QPropertyAnimation *>();
+        QVERIFY2(collapse && collapse->state() == QAbstractAnimation::Running,
+                 "the bar did not start folding away");
+        QCOMPARE(collapse->duration(), 200);
+        collapse->pause();
+        collapse->setCurrentTime(100);
+        row->layout()->activate();
+        QVERIFY2(bar->isVisible() && bar->height() > 0 && bar->height() < fullHeight,
+                 qUtf8Printable(QStringLiteral("halfway the bar is %1 of %2 high")
+                                    .arg(bar->height())
+                                    .arg(fullHeight)));
+        collapse->resume();
+    }
     QTRY_COMPARE(row->isProgressBarShown(), barShown);
+    QTRY_COMPARE(bar->isVisible(), barShown);
 
     const QPalette palette = QApplication::palette();
     const QColor expected = palette.color(
@@ -143,8 +174,8 @@ void TestZKTaskView::everyStateShowsItself() {
     if (barShown) {
         task->setPercentCompleted(1.0);
         // What the bar really paints, full, in the colour of its state.
-        const QImage bar = row->progressIndicator()->grab().toImage();
-        const QColor painted = bar.pixelColor(bar.width() / 2, bar.height() / 2);
+        const QImage image = bar->grab().toImage();
+        const QColor painted = image.pixelColor(image.width() / 2, image.height() / 2);
         const QColor tint = ZKBarTint(ZKProgressBarHueTransformer::tintForState(state))
                                 .appliedTo(palette.color(QPalette::Highlight));
         const int distance = std::abs(painted.red() - tint.red()) +
@@ -237,6 +268,15 @@ void TestZKTaskView::hoveringExplainsABadge() {
     QEvent leave(QEvent::Leave);
     QApplication::sendEvent(badge, &leave);
     QCOMPARE(row->detail(), own);
+
+    // An empty badge slot has nothing to say; a button says what it does.
+    QApplication::sendEvent(row->badgeViews().last(), &enter);
+    QCOMPARE(row->detail(), own);
+    QApplication::sendEvent(row->badgeViews().last(), &leave);
+    QApplication::sendEvent(row->actionButton(), &enter);
+    QCOMPARE(row->detailLabel()->text(), "Suspend");
+    QApplication::sendEvent(row->actionButton(), &leave);
+    QCOMPARE(row->detailLabel()->text(), own);
 }
 
 void TestZKTaskView::menuFollowsTheTask_data() {
@@ -244,8 +284,10 @@ void TestZKTaskView::menuFollowsTheTask_data() {
     QTest::addColumn<QString>("expected"); // tag:title:enabled:checked, a line each
 
     QTest::newRow("no task") << "none"
-                             << "1001:From: :0:0\n1002::0:0\n1003::0:0\n3001:Suspend:0:0\n"
-                                "3002:Cancel:0:0\n4001::0:0\n4003::0:0\n5001::0:0\n5002::0:0";
+                             << "1001:From: :0:0\n1002::0:0\n1003::0:0\n2001:To: :0:0\n"
+                                "2002::0:0\n2003::0:0\n3001:Suspend:0:0\n3002:Cancel:0:0\n"
+                                "4001::0:0\n4002::0:0\n4003::0:0\n4004::0:0\n5001::0:0\n"
+                                "5002::0:0";
     QTest::newRow("first row") << "first"
                                << "1002::1:0\n1003::1:0\n3001:Suspend:1:0\n3002:Cancel:1:0\n"
                                   "4001::0:0\n4002::0:0\n4003::1:0\n4004::1:0\n5001::1:1\n"
@@ -297,6 +339,32 @@ void TestZKTaskView::menuFollowsTheTask() {
                  "From:  " + task->source()->url().toLocalFile());
         QCOMPARE(row->menuItem(ZKTaskView::DestinationTitle)->text(), "To:  " + path("out"));
     }
+}
+
+void TestZKTaskView::menuOpensFromTheKeyboard_data() {
+    QTest::addColumn<int>("key");
+    QTest::addColumn<int>("modifiers");
+
+    QTest::newRow("menu key") << int(Qt::Key_Menu) << int(Qt::NoModifier);
+    QTest::newRow("shift F10") << int(Qt::Key_F10) << int(Qt::ShiftModifier);
+}
+
+void TestZKTaskView::menuOpensFromTheKeyboard() {
+    QFETCH(int, key);
+    QFETCH(int, modifiers);
+
+    const ZKTaskPtr task = m_document->objectInTasksAtIndex(0);
+    ZKTaskView *row = rowFor(task);
+    task->setState(S::Suspended);
+    // From a button reached with Tab: it passes the key on to its row.
+    QTest::keyClick(row->cancelButton(), Qt::Key(key), Qt::KeyboardModifiers(modifiers));
+    QTRY_VERIFY2(row->contextMenu()->isVisible(), "no menu");
+    QCOMPARE(row->menuItem(ZKTaskView::Action)->text(), "Resume");
+    row->contextMenu()->close();
+
+    QTest::keyClick(row->cancelButton(), Qt::Key_F10);
+    QTest::qWait(50);
+    QVERIFY2(!row->contextMenu()->isVisible(), "F10 alone opened the menu");
 }
 
 void TestZKTaskView::changesGoThroughTheirPanels_data() {
