@@ -159,10 +159,12 @@ void ZKTaskView::setRepresentedObject(std::shared_ptr<QObject> object) {
     stopObserving();
     m_hoverView = nullptr;
     ZKListViewItem::setRepresentedObject(std::move(object));
+    // A row that is not shown is laid out when it appears: the list rebinds
+    // rows on every scroll, and each would otherwise be laid out twice.
     if (wasObserving) {
         startObserving();
+        viewWillLayout();
     }
-    viewWillLayout();
 }
 
 void ZKTaskView::viewWillAppear() {
@@ -221,7 +223,6 @@ void ZKTaskView::viewWillLayout() {
     }
     refreshTitle();
     refreshTask(false);
-    refreshProgress();
 }
 
 void ZKTaskView::refreshTitle() {
