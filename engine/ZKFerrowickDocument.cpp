@@ -441,6 +441,7 @@ bool ZKFerrowickDocument::readFromPropertyList(const QVariantMap &plist) {
                                : nullptr;
     m_speedLimit = std::make_unique<ZKSpeedLimitPanel>(plist.value(kSpeedLimit).toMap(), this);
     m_schedule = std::make_unique<ZKSchedulePanel>(plist.value(kSchedule).toMap(), this);
+    Q_EMIT speedLimitAndScheduleReplaced();
 
     QList<ZKTaskPtr> tasks;
     m_unreadTaskEntries.clear();
@@ -472,6 +473,9 @@ bool ZKFerrowickDocument::readFromPropertyList(const QVariantMap &plist) {
         m_sleepManager.preventIdleSleep();
     }
     startNextTask();
+    // What was just read is what the file holds: the edits posted while the
+    // tasks went in do not make it an edited queue.
+    clearChangeCount();
     return true;
 }
 
@@ -677,7 +681,7 @@ void ZKFerrowickDocument::followUp(const std::weak_ptr<ZKTask> &weak, qint32 new
     if (state() == ZKQueueState::Running && m_taskQueue.allTasksCompleted() &&
         (newState == S::Completed || newState == S::Failed)) {
         ZKNotificationManager::notifyQueueCompleted(displayName(), description(),
-                                                    failedTaskCount() != 0);
+                                                    failedTaskCount() != 0, this);
         if (m_autoRetryItems && m_taskQueue.failedCount() != 0) {
             startRetryTimer();
         }

@@ -231,6 +231,9 @@ Q_SIGNALS:
     void defaultDestinationChanged();
     void tasksChanged();
     void editedChanged();
+    // Loading made new speed-limit and schedule objects; the old ones are
+    // gone, and whatever showed them must take the new ones.
+    void speedLimitAndScheduleReplaced();
     // The queue finished (the completion notice has been given).
     void queueCompleted();
 

@@ -8,8 +8,10 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
 #include <QDir>
 #include <QFileInfo>
+#include <QPointer>
 #include <QStandardPaths>
 
 #include <alsa/asoundlib.h>
@@ -37,10 +39,31 @@ void logAlsaMessage(const char *file, int line, const char *function, int error,
         << "ALSA " << file << ":" << line << " " << function << ": " << text << reason;
 }
 
+QStringList soundFileFilters() {
+    return {QStringLiteral("*.oga"), QStringLiteral("*.ogg"), QStringLiteral("*.wav"),
+            QStringLiteral("*.flac")};
+}
+
+ZKNotificationManager::AttentionRequest &attentionRequest() {
+    static ZKNotificationManager::AttentionRequest request;
+    return request;
+}
+
+void requestAttention(QObject *origin, const QString &name, const QString &label) {
+    qCInfo(lcEngine) << "No notification service: the queue" << name << label;
+    if (attentionRequest()) {
+        attentionRequest()(origin);
+    }
+}
+
 } // namespace
 
+void ZKNotificationManager::setAttentionRequest(AttentionRequest request) {
+    attentionRequest() = std::move(request);
+}
+
 void ZKNotificationManager::notifyQueueCompleted(const QString &name, const QString &description,
-                                                 bool someFailed) {
+                                                 bool someFailed, QObject *origin) {
     auto &defaults = ZKUserDefaults::standard();
     QString label = QStringLiteral("Completed");
     QString sound = defaults.stringForKey(ZKPreferenceKeys::completionSound);
@@ -60,9 +83,39 @@ void ZKNotificationManager::notifyQueueCompleted(const QString &name, const QStr
             << QStringLiteral("%1 %2").arg(name, label) << description << QStringList()
             << QVariantMap() << qint32(-1);
     auto bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected() || !bus.send(message)) {
-        qCInfo(lcEngine) << "No notification service: the queue" << name << label;
+    if (!bus.isConnected()) {
+        requestAttention(origin, name, label);
+        return;
     }
+    // Only the answer tells whether a notification service is there: one
+    // that is merely activatable is not yet on the bus.
+    auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(message));
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
+                     [watcher, origin = QPointer<QObject>(origin), name, label] {
+                         watcher->deleteLater();
+                         if (watcher->isError()) {
+                             requestAttention(origin, name, label);
+                         }
+                     });
+}
+
+QStringList ZKNotificationManager::soundNames() {
+    QStringList names;
+    for (const QString &folder : soundFolders()) {
+        QStringList dirs{folder};
+        for (const QString &theme : QDir(folder).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+            dirs << QDir(folder).filePath(theme + QStringLiteral("/stereo"));
+        }
+        for (const QString &dir : dirs) {
+            const QFileInfoList files = QDir(dir).entryInfoList(soundFileFilters(), QDir::Files);
+            for (const QFileInfo &file : files) {
+                names << file.completeBaseName();
+            }
+        }
+    }
+    names.sort();
+    names.removeDuplicates();
+    return names;
 }
 
 QStringList ZKNotificationManager::soundFolders() {
@@ -85,8 +138,13 @@ QString ZKNotificationManager::soundPath(const QString &name) {
     if (name.isEmpty() || name.contains(QLatin1Char('/'))) {
         return QString();
     }
-    const QStringList extensions{QStringLiteral("oga"), QStringLiteral("ogg"),
-                                 QStringLiteral("wav"), QStringLiteral("flac")};
+    static const QStringList extensions = [] {
+        QStringList list;
+        for (const QString &filter : soundFileFilters()) {
+            list << filter.mid(2);
+        }
+        return list;
+    }();
     for (const QString &folder : soundFolders()) {
         // A folder of its own sounds, or a sound theme's stereo folder.
         QStringList candidates{folder};
