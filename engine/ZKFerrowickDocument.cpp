@@ -235,8 +235,10 @@ void ZKFerrowickDocument::setFileName(const QString &path) {
 }
 
 QString ZKFerrowickDocument::displayName() const {
-    return m_fileName.isEmpty() ? QStringLiteral("Untitled")
-                                : QFileInfo(m_fileName).completeBaseName();
+    if (!m_fileName.isEmpty()) {
+        return QFileInfo(m_fileName).completeBaseName();
+    }
+    return m_untitledName.isEmpty() ? QStringLiteral("Untitled") : m_untitledName;
 }
 
 void ZKFerrowickDocument::clearChangeCount() {
@@ -422,6 +424,12 @@ bool ZKFerrowickDocument::readFromPropertyList(const QVariantMap &plist) {
     if (!validatePropertyList(plist, nullptr)) {
         return false;
     }
+    // Tasks taken out while they work would go on writing beside the ones
+    // read in their place.
+    m_dispatchQueue.waitUntilAllOperationsAreFinished();
+    for (const auto &task : m_taskQueue.tasks()) {
+        task->pause();
+    }
     m_taskQueue.removeAll();
     m_taskQueue.flushRemovedTasks();
     m_lastStates.clear();
@@ -469,6 +477,8 @@ bool ZKFerrowickDocument::readFromPropertyList(const QVariantMap &plist) {
     Q_EMIT isVerifyEnabledChanged();
     Q_EMIT autoClearItemsChanged();
     Q_EMIT autoRetryItemsChanged();
+    Q_EMIT defaultTransferModeChanged();
+    Q_EMIT defaultDestinationChanged();
     if (state() == ZKQueueState::Running && !m_taskQueue.allTasksCompleted()) {
         m_sleepManager.preventIdleSleep();
     }
@@ -524,6 +534,26 @@ bool ZKFerrowickDocument::readFromFile(const QString &path, ZKError *error) {
     }
     setFileName(path);
     return readFromPropertyList(plist);
+}
+
+bool ZKFerrowickDocument::saveToFile(const QString &path, ZKError *error) {
+    if (!writeToFile(path, error)) {
+        return false;
+    }
+    setFileName(path);
+    clearChangeCount();
+    return true;
+}
+
+bool ZKFerrowickDocument::revertToSaved(ZKError *error) {
+    if (m_fileName.isEmpty()) {
+        if (error) {
+            *error = ZKError::application(ZKErrorCode::readFailed,
+                                          QStringLiteral("The queue has never been saved."));
+        }
+        return false;
+    }
+    return readFromFile(m_fileName, error);
 }
 
 bool ZKFerrowickDocument::writeToFile(const QString &path, ZKError *error) const {

@@ -51,7 +51,10 @@ public:
     // ---- identity and saving
     QString fileName() const { return m_fileName; }
     void setFileName(const QString &path);
+    // The file's name, or the untitled name given by whoever numbers the
+    // untitled queues ("Untitled" when nobody does).
     QString displayName() const;
+    void setUntitledName(const QString &name) { m_untitledName = name; }
     bool isEdited() const { return m_changeCount != 0; }
     void updateChangeCount();
     // Once saved: what is on disk is what the queue holds.
@@ -67,6 +70,12 @@ public:
                                          ZKError *error = nullptr);
     // Written as a whole to a temporary file and renamed over the old one.
     bool writeToFile(const QString &path, ZKError *error = nullptr) const;
+    // Writes the queue and makes the file its own: it is no longer edited.
+    bool saveToFile(const QString &path, ZKError *error = nullptr);
+    // Back to what the queue's file holds. The tasks stop before the saved
+    // ones take their place, so no two ever write one file. A file that
+    // cannot be read changes nothing.
+    bool revertToSaved(ZKError *error = nullptr);
     // Checks the types and ranges of a saved queue's entries, the numbers of
     // its tasks included, before anything of it is loaded. Task entries that
     // cannot be re-created are left to the loader, which keeps them unread.
@@ -296,6 +305,7 @@ private:
     QString m_retryTooltip;
     QString m_clearTooltip;
     QString m_fileName;
+    QString m_untitledName;
     int m_changeCount = 0;
     bool m_showDataRate = false;
     bool m_showDataSize = false;

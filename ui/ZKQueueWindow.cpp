@@ -8,6 +8,7 @@
 #include "ZKFerrowickDocument.h"
 #include "ZKFileSystemWriter.h"
 #include "ZKFtpPanel.h"
+#include "ZKHelpLinks.h"
 #include "ZKHttpPanel.h"
 #include "ZKImages.h"
 #include "ZKListView.h"
@@ -34,6 +35,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QPushButton>
 #include <QScreen>
 #include <QStatusBar>
 #include <QTimer>
@@ -100,6 +102,7 @@ ZKQueueWindow::ZKQueueWindow(std::unique_ptr<ZKFerrowickDocument> document, QWid
 
     buildActions();
     buildMenus();
+    buildHelpMenu();
     buildToolBar();
     buildStatusBar();
     connectDocument();
@@ -248,6 +251,28 @@ void ZKQueueWindow::buildMenus() {
                                                                          : "defaultCopy")
             ->setChecked(true);
     });
+}
+
+QMenu *ZKQueueWindow::fileMenu() const {
+    return menuBar()->actions().isEmpty() ? nullptr : menuBar()->actions().first()->menu();
+}
+
+void ZKQueueWindow::buildHelpMenu() {
+    QMenu *help = menuBar()->addMenu(QStringLiteral("&Help"));
+    QAction *manual =
+        help->addAction(QStringLiteral("Ferrowick Help"), this, [] { ZKHelpLinks::showHelp(); });
+    manual->setShortcut(QKeySequence::HelpContents);
+    manual->setObjectName(QStringLiteral("showHelp"));
+    m_actions.insert(manual->objectName(), manual);
+    addAction(manual);
+    QAction *feedback = help->addAction(QStringLiteral("Send Feedback..."), this,
+                                        [] { ZKHelpLinks::sendFeedback(); });
+    feedback->setObjectName(QStringLiteral("sendFeedback"));
+    m_actions.insert(feedback->objectName(), feedback);
+    QAction *website = help->addAction(QStringLiteral("Ferrowick Website"), this,
+                                       [] { ZKHelpLinks::showWebsite(); });
+    website->setObjectName(QStringLiteral("showWebsite"));
+    m_actions.insert(website->objectName(), website);
 }
 
 void ZKQueueWindow::buildToolBar() {
@@ -460,7 +485,8 @@ void ZKQueueWindow::refreshTexts() {
 }
 
 void ZKQueueWindow::refreshTitle() {
-    setWindowTitle(m_document->displayName() + QStringLiteral("[*] \u2014 Ferrowick"));
+    // The application's name follows, added by the platform.
+    setWindowTitle(m_document->displayName() + QStringLiteral("[*]"));
     setWindowModified(m_document->isEdited());
 }
 
@@ -595,19 +621,29 @@ bool ZKQueueWindow::save() {
     if (m_document->fileName().isEmpty()) {
         return saveAs();
     }
+    return saveToFile(m_document->fileName());
+}
+
+bool ZKQueueWindow::saveToFile(const QString &path) {
     ZKError error;
-    if (!m_document->writeToFile(m_document->fileName(), &error)) {
-        QMessageBox::critical(this, QStringLiteral("Ferrowick"),
-                              QStringLiteral("The queue could not be saved."), QMessageBox::Ok);
-        statusBar()->showMessage(error.localizedDescription(), 8000);
+    if (!m_document->saveToFile(path, &error)) {
+        QMessageBox box(QMessageBox::Critical, QStringLiteral("Ferrowick"),
+                        QStringLiteral("The queue \u201c%1\u201d could not be saved.")
+                            .arg(m_document->displayName()),
+                        QMessageBox::Ok, this);
+        box.setInformativeText(error.localizedDescription());
+        box.exec();
         return false;
     }
-    m_document->clearChangeCount();
+    refreshTitle();
     return true;
 }
 
 bool ZKQueueWindow::saveAs() {
-    QFileDialog dialog(this, QStringLiteral("Save Queue"), m_lastSourcePath, kQueueFilter);
+    const QString folder = m_document->fileName().isEmpty()
+                               ? m_lastSourcePath
+                               : QFileInfo(m_document->fileName()).absolutePath();
+    QFileDialog dialog(this, QStringLiteral("Save Queue"), folder, kQueueFilter);
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setDefaultSuffix(ZKFerrowickDocument::fileExtension);
     dialog.setOption(QFileDialog::DontUseNativeDialog);
@@ -615,9 +651,40 @@ bool ZKQueueWindow::saveAs() {
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) {
         return false;
     }
-    m_document->setFileName(dialog.selectedFiles().first());
-    refreshTitle();
-    return save();
+    return saveToFile(dialog.selectedFiles().first());
+}
+
+bool ZKQueueWindow::revertToSaved() {
+    if (m_document->fileName().isEmpty()) {
+        return false;
+    }
+    if (m_document->isEdited()) {
+        QMessageBox box(QMessageBox::Warning, QStringLiteral("Ferrowick"),
+                        QStringLiteral("Revert to the saved queue \u201c%1\u201d?")
+                            .arg(m_document->displayName()),
+                        QMessageBox::Cancel, this);
+        box.setInformativeText(
+            QStringLiteral("The changes made since it was last saved will be lost."));
+        QPushButton *revert = box.addButton(QStringLiteral("Revert"), QMessageBox::DestructiveRole);
+        box.setDefaultButton(QMessageBox::Cancel);
+        box.setWindowModality(Qt::WindowModal);
+        box.exec();
+        if (box.clickedButton() != revert) {
+            return false;
+        }
+    }
+    ZKError error;
+    if (!m_document->revertToSaved(&error)) {
+        QMessageBox box(QMessageBox::Critical, QStringLiteral("Ferrowick"),
+                        QStringLiteral("The queue \u201c%1\u201d could not be reverted.")
+                            .arg(m_document->displayName()),
+                        QMessageBox::Ok, this);
+        box.setInformativeText(error.localizedDescription());
+        box.exec();
+        return false;
+    }
+    reloadRows();
+    return true;
 }
 
 // ---- window events
@@ -631,21 +698,22 @@ void ZKQueueWindow::closeEvent(QCloseEvent *event) {
         QTimer::singleShot(0, this, &QWidget::close);
         return;
     }
-    // A saved queue keeps its progress; an untitled one with tasks asks.
-    if (!m_document->fileName().isEmpty()) {
-        if (m_document->isEdited() && !save()) {
-            event->ignore();
-            return;
-        }
-    } else if (m_document->countOfTasks() > 0) {
+    if (m_document->isEdited() && !m_discardChanges) {
         QMessageBox box(QMessageBox::Warning, QStringLiteral("Ferrowick"),
-                        QStringLiteral("Do you want to save this queue?"),
+                        QStringLiteral("Save the changes to the queue \u201c%1\u201d before "
+                                       "closing?")
+                            .arg(m_document->displayName()),
                         QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, this);
-        box.setInformativeText(
-            QStringLiteral("Its tasks and their progress are lost if you don't save them."));
+        box.setInformativeText(m_document->fileName().isEmpty()
+                                   ? QStringLiteral("Its tasks and their progress are lost if "
+                                                    "you don't save them.")
+                                   : QStringLiteral("The progress and changes since it was last "
+                                                    "saved are lost if you don't save them."));
+        box.button(QMessageBox::Discard)->setText(QStringLiteral("Do&n't Save"));
+        box.setDefaultButton(QMessageBox::Save);
         box.setWindowModality(Qt::WindowModal);
         const int answer = box.exec();
-        if (answer == QMessageBox::Cancel || (answer == QMessageBox::Save && !saveAs())) {
+        if (answer == QMessageBox::Cancel || (answer == QMessageBox::Save && !save())) {
             event->ignore();
             return;
         }

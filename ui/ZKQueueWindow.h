@@ -55,6 +55,12 @@ public:
     void changeAllDestination();
     bool save();
     bool saveAs();
+    bool saveToFile(const QString &path);
+    // Asks first when there are changes to lose.
+    bool revertToSaved();
+    // Closes without asking to save; for quitting after the user chose.
+    void setDiscardChanges(bool discard) { m_discardChanges = discard; }
+    QMenu *fileMenu() const;
 
     // Adds what a drop or the clipboard carries before row index: tasks,
     // files, folders and ftp, http and https addresses (as URLs, or as text
@@ -72,6 +78,7 @@ protected:
 private:
     void buildActions();
     void buildMenus();
+    void buildHelpMenu();
     void buildToolBar();
     void buildStatusBar();
     void connectDocument();
@@ -105,4 +112,5 @@ private:
     QString m_lastSourcePath;
     QString m_lastDestinationPath;
     bool m_closing = false;
+    bool m_discardChanges = false;
 };

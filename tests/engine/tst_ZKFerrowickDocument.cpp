@@ -41,6 +41,7 @@ private Q_SLOTS:
     void pausingCancelsRetryCountdown();
     void replaceAppliedToAllIsAskedOnce();
     void savedQueueReopensAndResumes();
+    void editedMarkFollowsSavesLoadsAndReverts();
     void malformedFilesAreRefused_data();
     void malformedFilesAreRefused();
     void unreadableTaskEntriesAreKeptInPlace();
@@ -198,6 +199,52 @@ void TestZKFerrowickDocument::savedQueueReopensAndResumes() {
     QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Completed, 20000);
     QVERIFY(task->isVerifiedOk());
     QCOMPARE(readFile(path("out/big")), content);
+}
+
+void TestZKFerrowickDocument::editedMarkFollowsSavesLoadsAndReverts() {
+    QVERIFY(writeFile(path("a"), randomBytes(1000, 7)));
+    QVERIFY(writeFile(path("b"), randomBytes(1000, 8)));
+    const QString first = path("first.queue");
+    const QString second = path("second.queue");
+    ZKError error;
+
+    ZKFerrowickDocument document;
+    document.setState(ZKQueueState::Paused);
+    QTRY_VERIFY(!document.isEdited());
+    const auto task = document.addTasks({reader("a")}, outFolder(), 0).first();
+    QTRY_VERIFY2(document.isEdited(), "adding a task did not mark the queue edited");
+    QTRY_COMPARE(task->state(), S::PendingProcessing); // analysed, waiting for the start
+    QVERIFY2(document.saveToFile(first, &error), qUtf8Printable(error.localizedDescription()));
+    QTRY_VERIFY2(!document.isEdited(), "saving left the queue edited");
+    QCOMPARE(document.fileName(), first);
+
+    // Saved under another name, the two files hold the same queue.
+    QVERIFY2(document.saveToFile(second, &error), qUtf8Printable(error.localizedDescription()));
+    QVariantMap firstSaved, secondSaved;
+    QVERIFY(ZKFerrowickDocument::readPropertyListFromFile(first, &firstSaved));
+    QVERIFY(ZKFerrowickDocument::readPropertyListFromFile(second, &secondSaved));
+    QCOMPARE(secondSaved, firstSaved);
+
+    ZKFerrowickDocument reopened;
+    QVERIFY2(reopened.readFromFile(second, &error), qUtf8Printable(error.localizedDescription()));
+    QTest::qWait(50);
+    QVERIFY2(!reopened.isEdited(), "a queue just opened counts as edited");
+    QCOMPARE(reopened.asPropertyList().value(QStringLiteral("Tasks")),
+             firstSaved.value(QStringLiteral("Tasks")));
+
+    // A change undone by going back to the file.
+    reopened.addTasks({reader("b")}, outFolder(), 1);
+    reopened.setIsVerifyEnabled(!reopened.isVerifyEnabled());
+    QTRY_VERIFY(reopened.isEdited());
+    QVERIFY2(reopened.revertToSaved(&error), qUtf8Printable(error.localizedDescription()));
+    QTRY_VERIFY2(!reopened.isEdited(), "reverting left the queue edited");
+    QCOMPARE(reopened.countOfTasks(), 1);
+    QCOMPARE(reopened.isVerifyEnabled(),
+             firstSaved.value(QStringLiteral("IsVerifyEnabled")).toBool());
+
+    ZKFerrowickDocument untitled;
+    QVERIFY2(!untitled.revertToSaved(&error), "an untitled queue claimed to revert");
+    QVERIFY(!error.localizedDescription().isEmpty());
 }
 
 void TestZKFerrowickDocument::malformedFilesAreRefused_data() {

@@ -63,8 +63,10 @@ private:
     static void drop(ZKQueueWindow *window, const QList<QUrl> &urls, const QPoint &at);
     template <typename T> static T *waitForChild(QWidget *window);
     // A question is asked in a loop of its own: whoever answers it must
-    // already be waiting in that loop. Calls act with the box when one shows.
-    static void whenAsked(QWidget *window, std::function<void(QMessageBox *)> act);
+    // already be waiting in that loop. Calls act with the box when one shows
+    // whose text begins with the given words.
+    static void whenAsked(QWidget *window, std::function<void(QMessageBox *)> act,
+                          const QString &beginning = {});
 
     std::unique_ptr<QTemporaryDir> m_dir;
     QPointer<ZKQueueWindow> m_window;
@@ -85,8 +87,7 @@ void TestZKQueueWindow::init() {
 
 void TestZKQueueWindow::cleanup() {
     if (m_window) {
-        // A queue with a file is saved on closing, without a question.
-        m_window->document()->setFileName(path("left.queue"));
+        m_window->setDiscardChanges(true);
         m_window->close();
         QTRY_VERIFY(!m_window);
     }
@@ -129,11 +130,12 @@ template <typename T> T *TestZKQueueWindow::waitForChild(QWidget *window) {
     return found;
 }
 
-void TestZKQueueWindow::whenAsked(QWidget *window, std::function<void(QMessageBox *)> act) {
+void TestZKQueueWindow::whenAsked(QWidget *window, std::function<void(QMessageBox *)> act,
+                                  const QString &beginning) {
     auto *timer = new QTimer(window);
-    QObject::connect(timer, &QTimer::timeout, window, [window, timer, act] {
+    QObject::connect(timer, &QTimer::timeout, window, [window, timer, act, beginning] {
         for (QMessageBox *box : window->findChildren<QMessageBox *>()) {
-            if (box->isVisible()) {
+            if (box->isVisible() && box->text().startsWith(beginning)) {
                 timer->stop();
                 timer->deleteLater();
                 act(box);
@@ -232,6 +234,7 @@ void TestZKQueueWindow::conflictIsAskedOverItsWindow() {
     const ZKTaskPtr task = window->document()->objectInTasksAtIndex(0);
     QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Completed, 20000);
     QCOMPARE(readFile(path("out/folder/a")), replaced ? fresh : old);
+    other->setDiscardChanges(true);
     other->close();
 }
 
@@ -364,7 +367,7 @@ void TestZKQueueWindow::taskDraggedToAnotherWindowMovesThere() {
     QVERIFY2(into->document()->objectInTasksAtIndex(0) == dragged, "a copy was made of the task");
     QTRY_COMPARE(into->listView()->visibleItems().size(), 1);
     QTRY_COMPARE(from->listView()->visibleItems().size(), 1);
-    into->document()->setFileName(path("into.queue"));
+    into->setDiscardChanges(true);
     into->close();
     QTRY_VERIFY(!into);
 }
@@ -389,6 +392,10 @@ void TestZKQueueWindow::closingNeitherHangsNorCrashes() {
     window->document()->setMaximumTransferRate(2000000);
 
     window->document()->setFileName(path("closed.queue"));
+    // Closing an edited queue asks whether to save it.
+    whenAsked(
+        window, [](QMessageBox *box) { box->button(QMessageBox::Save)->click(); },
+        QStringLiteral("Save the changes"));
     bool asked = false;
     if (withQuestion) {
         // Closed while the question waits for its answer.
@@ -407,6 +414,12 @@ void TestZKQueueWindow::closingNeitherHangsNorCrashes() {
     }
     QTRY_VERIFY_WITH_TIMEOUT(!m_window, 10000);
     QVERIFY2(QFile::exists(path("closed.queue")), "the queue was not saved on closing");
+    // Read, not loaded: loading would resume the copy.
+    QVariantMap saved;
+    ZKError error;
+    QVERIFY2(ZKFerrowickDocument::readPropertyListFromFile(path("closed.queue"), &saved, &error),
+             qUtf8Printable(error.localizedDescription()));
+    QCOMPARE(saved.value(QStringLiteral("Tasks")).toList().size(), 1);
     // Its step has ended: nothing writes any more.
     const QByteArray written = readFile(path("out/folder/big"));
     QTest::qWait(300);
