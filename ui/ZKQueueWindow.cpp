@@ -18,6 +18,8 @@
 #include "ZKQueueState.h"
 #include "ZKReaderFactory.h"
 #include "ZKRetryMenuDelegate.h"
+#include "ZKScheduleSheet.h"
+#include "ZKSpeedLimitSheet.h"
 #include "ZKTaskView.h"
 #include "ZKTransferMode.h"
 
@@ -40,6 +42,7 @@
 #include <QStatusBar>
 #include <QTimer>
 #include <QToolBar>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 namespace {
@@ -190,6 +193,14 @@ void ZKQueueWindow::buildActions() {
         d->setIsVerifyEnabled(on);
     })->setCheckable(true);
 
+    // One of each per queue; they follow the queue's objects across loads.
+    m_scheduleSheet = new ZKScheduleSheet(d, this);
+    m_speedLimitSheet = new ZKSpeedLimitSheet(d, this);
+    add("schedule", QStringLiteral("Schedule..."), {},
+        [this] { m_scheduleSheet->displaySheetForWindow(this); });
+    add("speedLimit", QStringLiteral("Speed Limit..."), {},
+        [this] { m_speedLimitSheet->displaySheetForWindow(this); });
+
     auto *modes = new QActionGroup(this);
     for (const auto &[name, text, mode] :
          {std::tuple{"defaultCopy", "Copy New Items", ZKTransferMode::Copy},
@@ -226,6 +237,8 @@ void ZKQueueWindow::buildMenus() {
 
     QMenu *queue = menuBar()->addMenu(QStringLiteral("&Queue"));
     queue->addAction(action("startStop"));
+    queue->addSeparator();
+    queue->addActions({action("schedule"), action("speedLimit")});
     queue->addSeparator();
     queue->addActions({action("addFile"), action("addFtp"), action("addDownload")});
     queue->addSeparator();
@@ -336,6 +349,37 @@ void ZKQueueWindow::buildToolBar() {
     m_clearButton = popup(QStringLiteral("Clear"), QStringLiteral("ZKToolbarClear"), m_clearMenu);
     connect(m_clearButton, &ZKDelayPopupButton::clicked, this,
             [this] { m_document->clearCompletedItems(true); });
+
+    // Lit while the limit or the schedule is on; a click opens its sheet.
+    auto indicator = [this, bar](QAction *opener, const QString &image, const QString &name) {
+        auto *button = new QToolButton(bar);
+        button->setIcon(ZKImages::named(image));
+        button->setToolButtonStyle(Qt::ToolButtonIconOnly);
+        button->setAutoRaise(true);
+        button->setCheckable(true);
+        button->setAccessibleName(name);
+        button->setObjectName(opener->objectName() + QStringLiteral("Button"));
+        connect(button, &QToolButton::clicked, opener, &QAction::trigger);
+        bar->addWidget(button);
+        return button;
+    };
+    auto follow = [](QToolButton *button, auto *sheet) {
+        auto refresh = [button, sheet] {
+            button->setChecked(sheet->isOn());
+            button->setToolTip(sheet->summary());
+            button->setAccessibleDescription(sheet->summary());
+        };
+        // A click checks the button on its own; the sheet decides.
+        connect(button, &QToolButton::clicked, sheet, refresh);
+        connect(sheet, &std::remove_pointer_t<decltype(sheet)>::summaryChanged, button, refresh);
+        refresh();
+    };
+    m_scheduleButton = indicator(action("schedule"), QStringLiteral("ZKToolbarSchedule"),
+                                 QStringLiteral("Schedule"));
+    follow(m_scheduleButton, m_scheduleSheet);
+    m_speedLimitButton = indicator(action("speedLimit"), QStringLiteral("ZKToolbarSpeedLimit"),
+                                   QStringLiteral("Speed limit"));
+    follow(m_speedLimitButton, m_speedLimitSheet);
 
     auto *spacer = new QWidget(bar);
     spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);

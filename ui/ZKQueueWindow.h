@@ -16,6 +16,7 @@ class QComboBox;
 class QLabel;
 class QMenu;
 class QMimeData;
+class QToolButton;
 class ZKClearMenuDelegate;
 class ZKDelayPopupButton;
 class ZKDestinationPopUpButton;
@@ -23,6 +24,8 @@ class ZKFerrowickDocument;
 class ZKListView;
 class ZKMessageBoxPresenter;
 class ZKRetryMenuDelegate;
+class ZKScheduleSheet;
+class ZKSpeedLimitSheet;
 
 // The window of one queue: its rows, the commands that add, start, pause,
 // retry and clear, the default destination and mode, and the two summary
@@ -69,6 +72,10 @@ public:
 
     QAction *action(const QString &objectName) const;
 
+    // The queue's two sheets; the "schedule" and "speedLimit" actions open them.
+    ZKScheduleSheet *scheduleSheet() const { return m_scheduleSheet; }
+    ZKSpeedLimitSheet *speedLimitSheet() const { return m_speedLimitSheet; }
+
 protected:
     void closeEvent(QCloseEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -108,6 +115,10 @@ private:
     QMenu *m_clearMenu = nullptr;
     ZKClearMenuDelegate *m_clearMenuDelegate = nullptr;
     ZKRetryMenuDelegate *m_retryMenuDelegate = nullptr;
+    ZKScheduleSheet *m_scheduleSheet = nullptr;
+    ZKSpeedLimitSheet *m_speedLimitSheet = nullptr;
+    QToolButton *m_scheduleButton = nullptr;
+    QToolButton *m_speedLimitButton = nullptr;
     QHash<QString, QAction *> m_actions;
     QString m_lastSourcePath;
     QString m_lastDestinationPath;

@@ -1,0 +1,184 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKScheduleSheet.h"
+
+#include "ZKFerrowickDocument.h"
+#include "ZKSchedulePanel.h"
+#include "ZKScheduleTimer.h"
+
+#include <QCheckBox>
+#include <QDialogButtonBox>
+#include <QGridLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QSignalBlocker>
+#include <QTimeEdit>
+#include <QVBoxLayout>
+
+namespace {
+const QString kTimeFormat = QStringLiteral("HH:mm");
+} // namespace
+
+ZKScheduleSheet::ZKScheduleSheet(ZKFerrowickDocument *document, QWidget *parent)
+    : QDialog(parent)
+    , m_document(document)
+    , m_rows{{
+          {&ZKSchedulePanel::startCopyingTimer, QStringLiteral("startCopying"),
+           QStringLiteral("Start copying")},
+          {&ZKSchedulePanel::stopCopyingTimer, QStringLiteral("stopCopying"),
+           QStringLiteral("Stop copying")},
+          {&ZKSchedulePanel::startSpeedLimitTimer, QStringLiteral("startSpeedLimit"),
+           QStringLiteral("Start speed limit")},
+          {&ZKSchedulePanel::stopSpeedLimitTimer, QStringLiteral("stopSpeedLimit"),
+           QStringLiteral("Stop speed limit")},
+      }} {
+    setWindowTitle(QStringLiteral("Schedule"));
+    setWindowModality(Qt::WindowModal);
+
+    auto *layout = new QVBoxLayout(this);
+    m_switch = new QCheckBox(QStringLiteral("&Use schedule"), this);
+    m_switch->setObjectName(QStringLiteral("scheduleSwitch"));
+    m_switch->setAccessibleName(QStringLiteral("Use schedule"));
+    m_switch->setToolTip(QStringLiteral("Run the times below every day; at least one must be on"));
+    layout->addWidget(m_switch);
+    connect(m_switch, &QCheckBox::clicked, this, [this](bool on) {
+        if (ZKSchedulePanel *schedule = panel()) {
+            schedule->setScheduleEnabled(on);
+        }
+        // With no time on the switch cannot stay on: show what the queue does.
+        refreshSwitch();
+    });
+
+    auto *heading = new QLabel(QStringLiteral("Every day at:"), this);
+    heading->setContentsMargins(0, 6, 0, 0);
+    layout->addWidget(heading);
+
+    auto *grid = new QGridLayout;
+    grid->setContentsMargins(12, 0, 0, 0);
+    grid->setColumnStretch(2, 1);
+    QWidget *previous = m_switch;
+    for (int i = 0; i < int(m_rows.size()); ++i) {
+        Row &row = m_rows[i];
+        row.box = new QCheckBox(row.text, this);
+        row.box->setObjectName(row.name + QStringLiteral("Box"));
+        row.box->setAccessibleName(row.text);
+        row.time = new QTimeEdit(this);
+        row.time->setObjectName(row.name + QStringLiteral("Time"));
+        row.time->setDisplayFormat(kTimeFormat);
+        row.time->setAccessibleName(row.text + QStringLiteral(" at"));
+        grid->addWidget(row.box, i, 0);
+        grid->addWidget(row.time, i, 1);
+        setTabOrder(previous, row.box);
+        setTabOrder(row.box, row.time);
+        previous = row.time;
+
+        const auto timer = row.timer;
+        connect(row.box, &QCheckBox::toggled, this, [this, timer](bool on) {
+            if (ZKSchedulePanel *schedule = panel()) {
+                (schedule->*timer)().setEnabled(on);
+            }
+        });
+        // Today at that time of day; the timer moves a time already past to
+        // tomorrow.
+        connect(row.time, &QTimeEdit::timeChanged, this, [this, timer](QTime time) {
+            if (ZKSchedulePanel *schedule = panel()) {
+                (schedule->*timer)().setTime(QDateTime(QDate::currentDate(), time));
+            }
+        });
+    }
+    layout->addLayout(grid);
+
+    auto *buttons = new QDialogButtonBox(this);
+    QPushButton *done = buttons->addButton(QStringLiteral("Done"), QDialogButtonBox::AcceptRole);
+    done->setObjectName(QStringLiteral("doneButton"));
+    done->setDefault(true);
+    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
+    layout->addSpacing(6);
+    layout->addWidget(buttons);
+    setTabOrder(previous, done);
+    layout->setSizeConstraint(QLayout::SetFixedSize);
+
+    if (m_document) {
+        connect(m_document, &ZKFerrowickDocument::speedLimitAndScheduleReplaced, this,
+                &ZKScheduleSheet::bind);
+    }
+    bind();
+}
+
+void ZKScheduleSheet::displaySheetForWindow(QWidget *window) {
+    if (window && parentWidget() != window) {
+        setParent(window, windowFlags());
+    }
+    setWindowModality(window ? Qt::WindowModal : Qt::ApplicationModal);
+    m_switch->setFocus();
+    open();
+}
+
+ZKSchedulePanel *ZKScheduleSheet::panel() const {
+    return m_document ? &m_document->schedule() : nullptr;
+}
+
+void ZKScheduleSheet::bind() {
+    // The old objects' connections ended with them; these end with the new.
+    ZKSchedulePanel *schedule = panel();
+    if (schedule) {
+        connect(schedule, &ZKSchedulePanel::scheduleEnabledChanged, this,
+                &ZKScheduleSheet::refreshSwitch);
+        for (const Row &row : m_rows) {
+            ZKScheduleTimer *timer = &(schedule->*row.timer)();
+            connect(timer, &ZKScheduleTimer::enabledChanged, this,
+                    [this, &row] { refreshRow(row); });
+            connect(timer, &ZKScheduleTimer::timeChanged, this, [this, &row] { refreshRow(row); });
+        }
+    }
+    for (const Row &row : m_rows) {
+        refreshRow(row);
+    }
+    refreshSwitch();
+}
+
+void ZKScheduleSheet::refreshSwitch() {
+    const QSignalBlocker blocker(m_switch);
+    m_switch->setChecked(isOn());
+    Q_EMIT summaryChanged();
+}
+
+void ZKScheduleSheet::refreshRow(const Row &row) {
+    ZKSchedulePanel *schedule = panel();
+    if (!schedule) {
+        return;
+    }
+    const ZKScheduleTimer &timer = (schedule->*row.timer)();
+    {
+        const QSignalBlocker boxBlocker(row.box);
+        const QSignalBlocker timeBlocker(row.time);
+        row.box->setChecked(timer.enabled());
+        // Set only when it differs, so that a time being typed keeps its cursor.
+        const QTime time = timer.time().toLocalTime().time();
+        if (row.time->time() != time) {
+            row.time->setTime(time);
+        }
+    }
+    Q_EMIT summaryChanged();
+}
+
+bool ZKScheduleSheet::isOn() const {
+    const ZKSchedulePanel *schedule = panel();
+    return schedule && schedule->scheduleEnabled();
+}
+
+QString ZKScheduleSheet::summary() const {
+    ZKSchedulePanel *schedule = panel();
+    if (!schedule || !schedule->scheduleEnabled()) {
+        return QStringLiteral("Schedule off");
+    }
+    QStringList parts;
+    for (const Row &row : m_rows) {
+        const ZKScheduleTimer &timer = (schedule->*row.timer)();
+        if (timer.enabled()) {
+            parts << QStringLiteral("%1 at %2")
+                         .arg(row.text.toLower(), timer.time().toLocalTime().toString(kTimeFormat));
+        }
+    }
+    return QStringLiteral("Schedule on: ") + parts.join(QStringLiteral(", "));
+}
