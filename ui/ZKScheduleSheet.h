@@ -37,7 +37,7 @@ Q_SIGNALS:
 private:
     struct Row {
         ZKScheduleTimer &(ZKSchedulePanel::*timer)();
-        QString name; // of its widgets, for tests and style sheets
+        QString name; // begins the object names of its widgets
         QString text;
         QCheckBox *box = nullptr;
         QTimeEdit *time = nullptr;

@@ -40,6 +40,8 @@ private Q_SLOTS:
     void sliderReachesQueueWhenSheetEnds();
     void sheetsFollowQueueLoadedFromFile();
     void savedQueueReopensWithSheetValues();
+    void windowClosesWithSheetOpen_data();
+    void windowClosesWithSheetOpen();
 
 private:
     QString path(const QString &name) const { return QDir(m_dir->path()).filePath(name); }
@@ -420,6 +422,29 @@ void TestZKSheets::savedQueueReopensWithSheetValues() {
                  times[i]);
     }
     QVERIFY(!child<QCheckBox>(scheduleSheet, QStringLiteral("stopCopyingBox"))->isChecked());
+}
+
+void TestZKSheets::windowClosesWithSheetOpen_data() {
+    QTest::addColumn<QString>("action");
+    QTest::newRow("schedule") << QStringLiteral("schedule");
+    QTest::newRow("speed limit") << QStringLiteral("speedLimit");
+}
+
+void TestZKSheets::windowClosesWithSheetOpen() {
+    QFETCH(QString, action);
+    ZKQueueWindow *window = openWindow();
+    window->document()->speedLimit().setEnabled(true);
+    QDialog *sheet = openSheet(window, action);
+    QVERIFY(sheet);
+    QTest::keyClick(sheet, Qt::Key_Tab);
+    QTest::keyClick(sheet, Qt::Key_Right);
+    // The sheet goes with its window and touches neither the queue that is
+    // gone nor the objects it held.
+    const QPointer<QDialog> guard(sheet);
+    window->setDiscardChanges(true);
+    window->close();
+    QTRY_VERIFY(!m_windows.last());
+    QVERIFY(!guard);
 }
 
 int main(int argc, char **argv) {
