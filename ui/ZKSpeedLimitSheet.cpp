@@ -50,7 +50,6 @@ ZKSpeedLimitSheet::ZKSpeedLimitSheet(ZKFerrowickDocument *document, QWidget *par
 
     m_figure = new QLabel(this);
     m_figure->setObjectName(QStringLiteral("speedLimitFigure"));
-    m_figure->setAccessibleName(QStringLiteral("Maximum speed"));
     m_figure->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     m_figure->setMinimumWidth(m_figure->fontMetrics().horizontalAdvance(
         ZKByteCountFormatter::formatDataRate(1023ull * 1024 * 1024)));
