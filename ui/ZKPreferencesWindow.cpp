@@ -172,22 +172,27 @@ QWidget *ZKPreferencesWindow::createGeneralPage() {
                      },
                      otherLabel, ZKQueueState::Running));
 
-    auto *retry =
-        bindCheckBox(ZKPreferences::automaticRetryEnabled, QStringLiteral("&Retry failed tasks"));
+    auto *retry = bindCheckBox(ZKPreferences::automaticRetryEnabled,
+                               QStringLiteral("&Retry failed tasks after"));
+    auto *delay = bindChoices(ZKPreferences::automaticRetryDelaySeconds,
+                              QStringLiteral("Retry failed tasks after"), &listRetryDelayTimes,
+                              durationLabel, 30);
+    follow(retry, delay);
+    auto *retryRow = new QWidget;
+    auto *retryLayout = new QHBoxLayout(retryRow);
+    retryLayout->setContentsMargins(0, 0, 0, 0);
+    retryLayout->addWidget(retry);
+    retryLayout->addWidget(delay);
+    retryLayout->addStretch(1);
     form->addRow(QStringLiteral("New queues:"),
                  column({bindCheckBox(ZKPreferences::verifyEnabled,
                                       QStringLiteral("&Verify files after copying")),
                          bindCheckBox(ZKPreferences::automaticClearEnabled,
                                       QStringLiteral("&Clear completed tasks")),
-                         retry}));
-    auto *delay =
-        bindChoices(ZKPreferences::automaticRetryDelaySeconds, QStringLiteral("Retry after"),
-                    &listRetryDelayTimes, durationLabel, 30);
-    form->addRow(QStringLiteral("Retry &after:"), delay);
-    connect(retry, &QCheckBox::toggled, delay, &QWidget::setEnabled);
+                         retryRow}));
 
     form->addRow(QStringLiteral("Summary shows:"),
-                 column({bindCheckBox(ZKPreferences::showDataRate, QStringLiteral("Data &rate")),
+                 column({bindCheckBox(ZKPreferences::showDataRate, QStringLiteral("Data r&ate")),
                          bindCheckBox(ZKPreferences::showDataSize, QStringLiteral("Data si&ze"))}));
     return page(form);
 }
@@ -274,7 +279,7 @@ QWidget *ZKPreferencesWindow::createDownloadsPage() {
             });
         }
     });
-    connect(limitOn, &QCheckBox::toggled, limit, &QWidget::setEnabled);
+    follow(limitOn, limit);
     auto *limitRow = new QHBoxLayout;
     limitRow->addWidget(limitOn);
     limitRow->addWidget(limit);
@@ -321,12 +326,8 @@ QWidget *ZKPreferencesWindow::createDownloadsPage() {
                 stored.isValid() ? stored.toLocalTime().date() : QDate::currentDate();
             write([&] { m_defaults->setDate(key, QDateTime(date, chosen)); });
         });
-        auto updateEnabled = [on, time, scheduleOn] {
-            on->setEnabled(scheduleOn->isChecked());
-            time->setEnabled(scheduleOn->isChecked() && on->isChecked());
-        };
-        connect(on, &QCheckBox::toggled, this, updateEnabled);
-        connect(scheduleOn, &QCheckBox::toggled, this, updateEnabled);
+        follow(scheduleOn, on);
+        follow(on, time, scheduleOn);
         const int row = grid->rowCount();
         grid->addWidget(on, row, 0);
         grid->addWidget(time, row, 1);
@@ -371,6 +372,17 @@ void ZKPreferencesWindow::write(const std::function<void()> &change) {
     m_writing = true;
     change();
     m_writing = false;
+}
+
+void ZKPreferencesWindow::follow(QCheckBox *box, QWidget *control, QCheckBox *also) {
+    auto update = [box, control, also] {
+        control->setEnabled(box->isChecked() && (!also || also->isChecked()));
+    };
+    connect(box, &QCheckBox::toggled, control, update);
+    if (also) {
+        connect(also, &QCheckBox::toggled, control, update);
+    }
+    update();
 }
 
 QCheckBox *ZKPreferencesWindow::bindCheckBox(const QString &key, const QString &text) {

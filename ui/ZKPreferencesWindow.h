@@ -69,6 +69,9 @@ private:
                            std::function<QList<Choice>()> choices,
                            std::function<QString(int)> otherLabel, int firstRunValue);
     QComboBox *bindSound(const QString &key, const QString &accessibleName);
+    // The control can be used only while the box (and the other box, if
+    // any) is checked.
+    void follow(QCheckBox *box, QWidget *control, QCheckBox *also = nullptr);
     void addLoader(const QString &key, std::function<void()> loader);
     void load(const QString &key);
     void loadAll();
