@@ -172,6 +172,11 @@ QWidget *ZKPreferencesWindow::createGeneralPage() {
                      },
                      otherLabel, ZKQueueState::Running));
 
+    // Made in the order they are shown, which is the order Tab follows.
+    auto *verify =
+        bindCheckBox(ZKPreferences::verifyEnabled, QStringLiteral("&Verify files after copying"));
+    auto *clear = bindCheckBox(ZKPreferences::automaticClearEnabled,
+                               QStringLiteral("&Clear completed tasks"));
     auto *retry = bindCheckBox(ZKPreferences::automaticRetryEnabled,
                                QStringLiteral("&Retry failed tasks after"));
     auto *delay = bindChoices(ZKPreferences::automaticRetryDelaySeconds,
@@ -184,12 +189,7 @@ QWidget *ZKPreferencesWindow::createGeneralPage() {
     retryLayout->addWidget(retry);
     retryLayout->addWidget(delay);
     retryLayout->addStretch(1);
-    form->addRow(QStringLiteral("New queues:"),
-                 column({bindCheckBox(ZKPreferences::verifyEnabled,
-                                      QStringLiteral("&Verify files after copying")),
-                         bindCheckBox(ZKPreferences::automaticClearEnabled,
-                                      QStringLiteral("&Clear completed tasks")),
-                         retryRow}));
+    form->addRow(QStringLiteral("New queues:"), column({verify, clear, retryRow}));
 
     form->addRow(QStringLiteral("Summary shows:"),
                  column({bindCheckBox(ZKPreferences::showDataRate, QStringLiteral("Data r&ate")),
