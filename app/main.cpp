@@ -1,33 +1,49 @@
 // SPDX-FileCopyrightText: 2026 Ferrowick developers
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "ZKError.h"
-#include "ZKFerrowickDocument.h"
+#include "ZKAppDelegate.h"
+#include "ZKApplicationService.h"
+#include "ZKDocumentController.h"
 #include "ZKMessageBoxPresenter.h"
-#include "ZKPreferences.h"
 #include "ZKQuestionPresenter.h"
 #include "ZKQueueWindow.h"
-#include "ZKReaderFactory.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
-#include <QFileInfo>
+#include <QDBusConnection>
 #include <QLoggingCategory>
-#include <QMessageBox>
-#include <QUrl>
+
+#include <QDateTime>
+#include <QTimer>
+
+#include <cstdio>
 
 namespace {
 
-// A queue file opens as its own window; anything else is a source of the
-// untitled queue: a path, a file:// URI from a file manager, or an ftp,
-// http or https address.
-QString sourceOf(const QString &argument) {
-    const QUrl url(argument);
-    return url.isLocalFile() ? url.toLocalFile() : argument;
-}
+// With FERROWICK_REPORT_FIRST_PAINT set, the program prints when its first
+// queue window has been painted (milliseconds since the epoch) and ends:
+// how the window benchmark times a start as a user sees it.
+class FirstPaintReport : public QObject {
+public:
+    using QObject::QObject;
 
-bool isQueueFile(const QString &path) {
-    return QFileInfo(path).suffix() == ZKFerrowickDocument::fileExtension;
-}
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override {
+        if (!m_reported && event->type() == QEvent::Paint && watched->isWidgetType() &&
+            qobject_cast<ZKQueueWindow *>(static_cast<QWidget *>(watched)->window())) {
+            m_reported = true;
+            // Once this paint has been drawn and handed to the display.
+            QTimer::singleShot(0, this, [] {
+                std::printf("first painted window at %lld\n", QDateTime::currentMSecsSinceEpoch());
+                std::fflush(stdout);
+                QApplication::exit(0);
+            });
+        }
+        return false;
+    }
+
+private:
+    bool m_reported = false;
+};
 
 } // namespace
 
@@ -36,55 +52,55 @@ int main(int argc, char **argv) {
     QLoggingCategory::setFilterRules(QStringLiteral("ferrowick.*.debug=false"));
     QApplication::setOrganizationName(QStringLiteral("velmarind"));
     QApplication::setApplicationName(QStringLiteral("Ferrowick"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Ferrowick"));
     QApplication::setApplicationVersion(QStringLiteral(FERROWICK_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("com.velmarind.Ferrowick"));
 
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        QStringLiteral("Copies and moves files, folders, FTP and web addresses in a queue."));
+        QStringLiteral("Copies and moves files, folders, FTP and web addresses in a queue.\n"
+                       "When Ferrowick is running already, the items go to its queue."));
     parser.addHelpOption();
     parser.addVersionOption();
+    const QCommandLineOption serviceOption(
+        QStringLiteral("service"),
+        QStringLiteral("Start without a window and wait for the desktop to ask for one "
+                       "(used when the session bus starts Ferrowick)."));
+    parser.addOption(serviceOption);
     parser.addPositionalArgument(QStringLiteral("items"),
                                  QStringLiteral("Queue files to open, or files, folders and "
-                                                "addresses to copy."),
+                                                "ftp, http or https addresses to copy."),
                                  QStringLiteral("[FILE.queue | ITEM...]"));
     parser.process(app);
+    const QStringList items = parser.positionalArguments();
+    if (qEnvironmentVariableIsSet("FERROWICK_REPORT_FIRST_PAINT")) {
+        app.installEventFilter(new FirstPaintReport(&app));
+    }
 
-    ZKPreferences::initialiseUserDefaults();
+    ZKAppDelegate delegate;
+    ZKApplicationService service(delegate, QDBusConnection::sessionBus());
+    if (service.claim() == ZKApplicationService::Claim::Running) {
+        QString error;
+        if (ZKApplicationService::forwardToRunningInstance(QDBusConnection::sessionBus(), items,
+                                                           &error)) {
+            return 0;
+        }
+        std::fprintf(stderr,
+                     "ferrowick: the running Ferrowick did not answer (%s); "
+                     "starting another one.\n",
+                     qUtf8Printable(error));
+    }
+    delegate.applicationWillFinishLaunching();
     ZKQuestionPresenter::setShared(&ZKQueueWindow::presenter());
+    delegate.applicationDidFinishLaunching();
 
-    QStringList sources;
-    int windows = 0;
-    for (const QString &argument : parser.positionalArguments()) {
-        const QString path = sourceOf(argument);
-        if (!isQueueFile(path)) {
-            sources << path;
-            continue;
+    if (!items.isEmpty()) {
+        delegate.openArguments(items);
+        if (delegate.documentController().documents().isEmpty()) {
+            return 1; // nothing given could be opened, and the user was told why
         }
-        auto document = std::make_unique<ZKFerrowickDocument>();
-        ZKError error;
-        if (!document->readFromFile(QFileInfo(path).absoluteFilePath(), &error)) {
-            QMessageBox box(QMessageBox::Critical, QStringLiteral("Ferrowick"),
-                            QStringLiteral("The queue \u201c%1\u201d could not be opened.")
-                                .arg(QFileInfo(path).fileName()),
-                            QMessageBox::Ok);
-            box.setInformativeText(error.localizedDescription());
-            box.exec();
-            continue;
-        }
-        (new ZKQueueWindow(std::move(document)))->show();
-        ++windows;
-    }
-    if (windows == 0 && !parser.positionalArguments().isEmpty() && sources.isEmpty()) {
-        return 1; // nothing given could be opened
-    }
-    if (windows == 0 || !sources.isEmpty()) {
-        auto *window = new ZKQueueWindow(std::make_unique<ZKFerrowickDocument>());
-        window->show();
-        if (!sources.isEmpty()) {
-            window->document()->createTasksWithReaders(ZKReaderFactory::readersWithPaths(sources),
-                                                       0);
-        }
+    } else if (!parser.isSet(serviceOption)) {
+        delegate.documentController().newDocument();
     }
     return app.exec();
 }

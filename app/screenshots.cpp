@@ -15,8 +15,14 @@
 #include "ZKMessageBoxPresenter.h"
 #include "ZKOpenPanel.h"
 #include "ZKPreferences.h"
+#include "ZKPreferencesWindow.h"
+#include "ZKProgressDockTile.h"
 #include "ZKQueueState.h"
 #include "ZKQueueWindow.h"
+#include "ZKSchedulePanel.h"
+#include "ZKScheduleSheet.h"
+#include "ZKSpeedLimitPanel.h"
+#include "ZKSpeedLimitSheet.h"
 #include "ZKTaskState.h"
 #include "ZKTransferMode.h"
 #include "ZKUserDefaults.h"
@@ -27,6 +33,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QMessageBox>
+#include <QPainter>
 #include <QScreen>
 #include <QStandardPaths>
 #include <QStyleFactory>
@@ -236,6 +243,7 @@ int main(int argc, char **argv) {
         empty->show();
         waitFor([&] { return empty->windowHandle() && empty->windowHandle()->isExposed(); });
         ok &= shoot(empty, QStringLiteral("%1/empty-window-%2.png").arg(output, name));
+        empty->setDiscardChanges(true);
         empty->close();
         settle(200);
 
@@ -287,10 +295,69 @@ int main(int argc, char **argv) {
             open->reject();
         }
         settle();
-        window->document()->setFileName({});
-        window->document()->clearAllItems();
+
+        // The two sheets, with a limit and a schedule that do something.
+        ZKSpeedLimitPanel &limit = window->document()->speedLimit();
+        limit.setMaximumTransferRate(5 * 1024 * 1024);
+        limit.setEnabled(true);
+        window->speedLimitSheet()->displaySheetForWindow(window);
+        waitFor([&] { return window->speedLimitSheet()->isVisible(); });
+        ok &= shoot(window->speedLimitSheet(),
+                    QStringLiteral("%1/speed-limit-sheet-%2.png").arg(output, name));
+        window->speedLimitSheet()->reject();
+        ZKSchedulePanel &schedule = window->document()->schedule();
+        schedule.startCopyingTimer().setTime(QDateTime(QDate::currentDate(), QTime(22, 30)));
+        schedule.startCopyingTimer().setEnabled(true);
+        schedule.stopCopyingTimer().setTime(QDateTime(QDate::currentDate(), QTime(7, 0)));
+        schedule.stopCopyingTimer().setEnabled(true);
+        schedule.setScheduleEnabled(true);
+        window->scheduleSheet()->displaySheetForWindow(window);
+        waitFor([&] { return window->scheduleSheet()->isVisible(); });
+        ok &= shoot(window->scheduleSheet(),
+                    QStringLiteral("%1/schedule-sheet-%2.png").arg(output, name));
+        window->scheduleSheet()->reject();
+        settle();
+
+        window->setDiscardChanges(true);
         window->close();
         settle(300);
+
+        ZKPreferencesWindow preferences;
+        preferences.move(60, 60);
+        for (const QString &page : {QStringLiteral("General"), QStringLiteral("Defaults"),
+                                    QStringLiteral("Downloads"), QStringLiteral("Sounds")}) {
+            preferences.show();
+            preferences.showPage(page);
+            waitFor([&] {
+                return preferences.windowHandle() && preferences.windowHandle()->isExposed();
+            });
+            ok &=
+                shoot(&preferences,
+                      QStringLiteral("%1/preferences-%2-%3.png").arg(output, page.toLower(), name));
+        }
+        preferences.close();
+        settle(200);
     }
+
+    // The application's icon: idle, and with the progress of the running
+    // queues as docks and task bars show it.
+    ZKProgressDockTile tile;
+    tile.setProgress(0.4);
+    tile.setShowProgress(true);
+    QImage icons(QSize(3 * 128 + 4 * 16, 128 + 32), QImage::Format_ARGB32_Premultiplied);
+    icons.fill(Qt::transparent);
+    {
+        QPainter painter(&icons);
+        int x = 16;
+        for (const double progress : {0.0, 0.4, 0.85}) {
+            tile.setProgress(progress);
+            tile.setShowProgress(progress > 0.0);
+            painter.drawImage(QPoint(x, 16), tile.image(QSize(128, 128)));
+            x += 128 + 16;
+        }
+    }
+    const QString iconFile = QStringLiteral("%1/progress-icon.png").arg(output);
+    ok &= icons.save(iconFile);
+    qInfo("%s", qPrintable(iconFile));
     return ok ? 0 : 1;
 }

@@ -26,3 +26,27 @@ for tasks in 1000 10000; do
     fi
     echo
 done
+
+# From the command to the first painted window of an untitled queue, as a
+# user starts the program, five times on one X display and one session bus
+# of the benchmark's own (each run ends after its first paint and gives the
+# bus name back).
+cmake --build "$BUILD" --target ferrowick -j"$(nproc)" >/dev/null
+if ! command -v xvfb-run >/dev/null || ! command -v dbus-run-session >/dev/null; then
+    echo "start to first painted window: needs xvfb-run and dbus-run-session"
+    exit 0
+fi
+WORK=$(mktemp -d)
+trap 'rm -rf "$WORK"' EXIT
+HOME=$WORK XDG_CONFIG_HOME=$WORK/config QT_LOGGING_RULES='ferrowick.*=false' \
+    dbus-run-session -- xvfb-run -a -s "-screen 0 1280x1024x24" bash -c '
+    for _ in 1 2 3 4 5; do
+        before=$(date +%s%3N)
+        after=$(FERROWICK_REPORT_FIRST_PAINT=1 "$1" 2>/dev/null | sed -n "s/^first painted window at //p")
+        [[ -n $after ]] && echo $((after - before))
+    done' _ "$BUILD/app/ferrowick" | sort -n | awk '
+    { t[NR] = $1 }
+    END {
+        if (NR == 0) { print "start to first painted window: the window never painted"; exit }
+        printf "%-34s median %d ms, fastest %d ms (of %d starts)\n", "start to first painted window", t[int((NR + 1) / 2)], t[1], NR
+    }'

@@ -1,0 +1,190 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKAppDelegate.h"
+
+#include "ZKDocumentController.h"
+#include "ZKFerrowickDocument.h"
+#include "ZKLogging.h"
+#include "ZKNotificationCenter.h"
+#include "ZKNotificationManager.h"
+#include "ZKNotificationNames.h"
+#include "ZKPreferences.h"
+#include "ZKPreferencesWindow.h"
+#include "ZKProgressDockTile.h"
+#include "ZKQueueState.h"
+#include "ZKQueueWindow.h"
+#include "ZKReaderFactory.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QMenu>
+#include <QMenuBar>
+#include <QUrl>
+
+ZKAppDelegate::ZKAppDelegate(QObject *parent)
+    : QObject(parent)
+    , m_documentController(std::make_unique<ZKDocumentController>())
+    , m_dockTile(std::make_unique<ZKProgressDockTile>()) {
+    m_progressTracker.setIncludeCompletedItems(false);
+}
+
+ZKAppDelegate::~ZKAppDelegate() {
+    ZKNotificationCenter::defaultCenter().removeObservers(this);
+    ZKNotificationManager::setAttentionRequest({});
+    delete m_preferencesWindow;
+}
+
+ZKPreferencesWindow &ZKAppDelegate::preferencesWindow() {
+    if (!m_preferencesWindow) {
+        m_preferencesWindow = new ZKPreferencesWindow;
+    }
+    return *m_preferencesWindow;
+}
+
+void ZKAppDelegate::applicationWillFinishLaunching() {
+    ZKPreferences::initialiseUserDefaults();
+}
+
+void ZKAppDelegate::applicationDidFinishLaunching() {
+    ZKNotificationCenter::defaultCenter().addObserver(
+        ZKNotificationNames::queueActivity, nullptr, this,
+        [this](const ZKNotification &notification) { onQueueActivity(notification); });
+    connect(m_documentController.get(), &ZKDocumentController::documentClosed, this,
+            &ZKAppDelegate::forgetDocument);
+    connect(m_documentController.get(), &ZKDocumentController::documentOpened, this,
+            [this](ZKFerrowickDocument *document) {
+                ZKQueueWindow *window = m_documentController->windowForDocument(document);
+                if (!QApplication::windowIcon().isNull()) {
+                    window->setWindowIcon(QApplication::windowIcon());
+                }
+                auto *preferences = new QAction(QStringLiteral("Preferences..."), window);
+                preferences->setObjectName(QStringLiteral("showPreferences"));
+                preferences->setShortcut(QKeySequence::Preferences);
+                preferences->setMenuRole(QAction::PreferencesRole);
+                connect(preferences, &QAction::triggered, this, &ZKAppDelegate::showPreferences);
+                window->addAction(preferences);
+                const QList<QAction *> menus = window->menuBar()->actions();
+                if (menus.size() > 1 && menus.at(1)->menu()) {
+                    menus.at(1)->menu()->addSeparator();
+                    menus.at(1)->menu()->addAction(preferences);
+                }
+            });
+    // Without a notification service a finished queue asks for attention
+    // through its window, as the desktop shows it (a flashing task-bar
+    // entry, an urgent workspace).
+    ZKNotificationManager::setAttentionRequest([this](QObject *origin) {
+        auto *document = qobject_cast<ZKFerrowickDocument *>(origin);
+        if (ZKQueueWindow *window = m_documentController->windowForDocument(document)) {
+            QApplication::alert(window);
+        }
+    });
+    // The queue windows carry the tile as their icon, which is what task
+    // bars and window switchers show.
+    connect(m_dockTile.get(), &ZKProgressDockTile::iconChanged, this, [this](const QIcon &icon) {
+        for (ZKQueueWindow *window : m_documentController->windows()) {
+            window->setWindowIcon(icon);
+        }
+    });
+    m_dockTile->setShowProgress(false);
+}
+
+ZKFerrowickDocument *ZKAppDelegate::mainDocument() const {
+    return m_documentController->mainDocument();
+}
+
+void ZKAppDelegate::showPreferences() {
+    ZKPreferencesWindow &window = preferencesWindow();
+    window.show();
+    window.raise();
+    window.activateWindow();
+}
+
+bool ZKAppDelegate::openFiles(const QStringList &paths) {
+    if (ZKDocumentController::allFilesAreQueueDocuments(paths)) {
+        bool opened = !paths.isEmpty();
+        for (const QString &path : paths) {
+            opened = m_documentController->openDocumentWithDisplay(path) && opened;
+        }
+        return opened;
+    }
+    ZKFerrowickDocument *document = mainDocument();
+    if (!document) {
+        document = m_documentController->newDocument()->document();
+    }
+    const QList<ZKReaderPtr> readers = ZKReaderFactory::readersWithPaths(paths);
+    if (readers.isEmpty()) {
+        qCWarning(lcEngine) << "None of these can be copied:" << paths;
+        return false;
+    }
+    document->createTasksWithReaders(readers, document->countOfTasks());
+    return true;
+}
+
+bool ZKAppDelegate::handleGetUrl(const QString &address) {
+    ZKFerrowickDocument *document = mainDocument();
+    if (!document) {
+        document = m_documentController->newDocument()->document();
+    }
+    const ZKReaderPtr reader = ZKReaderFactory::readerWithPath(address);
+    if (!reader) {
+        qCWarning(lcEngine) << "Cannot copy from" << address;
+        return false;
+    }
+    document->createTaskWithReader(reader);
+    return true;
+}
+
+bool ZKAppDelegate::openArguments(const QStringList &arguments) {
+    QStringList files;
+    QStringList addresses;
+    for (const QString &argument : arguments) {
+        const QUrl url(argument);
+        if (url.isLocalFile()) {
+            files << url.toLocalFile();
+        } else if (ZKReaderFactory::isFtpPath(argument) || ZKReaderFactory::isHttpPath(argument)) {
+            addresses << argument;
+        } else {
+            files << argument;
+        }
+    }
+    bool handled = true;
+    if (!files.isEmpty()) {
+        handled = openFiles(files);
+    }
+    for (const QString &address : std::as_const(addresses)) {
+        handled = handleGetUrl(address) && handled;
+    }
+    return handled;
+}
+
+void ZKAppDelegate::onQueueActivity(const ZKNotification &notification) {
+    // Only queues of this application's windows count; a document's address
+    // is compared, never followed, until it is known to be one of them.
+    ZKFerrowickDocument *document = nullptr;
+    for (ZKFerrowickDocument *open : m_documentController->documents()) {
+        if (open == notification.sender) {
+            document = open;
+        }
+    }
+    if (!document) {
+        return;
+    }
+    const QVariantMap &info = notification.userInfo;
+    m_progressTracker.setItem(document, info.value(ZKNotificationNames::bytesKey).toULongLong(),
+                              info.value(ZKNotificationNames::totalBytesKey).toULongLong());
+    if (info.value(ZKNotificationNames::stateKey).toInt() == ZKQueueState::Paused) {
+        m_progressTracker.clearItem(document);
+    }
+    showAggregateProgress();
+}
+
+void ZKAppDelegate::forgetDocument(ZKFerrowickDocument *document) {
+    m_progressTracker.clearItem(document);
+    showAggregateProgress();
+}
+
+void ZKAppDelegate::showAggregateProgress() {
+    const double progress = m_progressTracker.progress();
+    m_dockTile->setProgress(progress);
+    m_dockTile->setShowProgress(progress > 0.0 && progress < 1.0);
+}

@@ -1,0 +1,115 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKApplicationService.h"
+
+#include "ZKAppDelegate.h"
+#include "ZKApplicationAdaptor.h"
+#include "ZKLogging.h"
+#include "ZKQueueScriptingAdaptor.h"
+#include "ZKReaderFactory.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDir>
+#include <QFileInfo>
+#include <QUrl>
+
+const QString ZKApplicationService::serviceName = QStringLiteral("com.velmarind.Ferrowick");
+const QString ZKApplicationService::objectPath = QStringLiteral("/com/velmarind/Ferrowick");
+
+namespace {
+
+const QString kApplicationInterface = QStringLiteral("org.freedesktop.Application");
+// The other instance may be busy starting; a user should not wait longer.
+constexpr int kForwardTimeoutMs = 5000;
+
+} // namespace
+
+ZKApplicationService::ZKApplicationService(ZKAppDelegate &delegate, const QDBusConnection &bus,
+                                           QObject *parent)
+    : QObject(parent)
+    , m_bus(bus) {
+    new ZKApplicationAdaptor(delegate, this);
+    new ZKQueueScriptingAdaptor(delegate, this);
+}
+
+ZKApplicationService::~ZKApplicationService() {
+    if (m_owned) {
+        m_bus.unregisterObject(objectPath);
+        m_bus.unregisterService(serviceName);
+    }
+}
+
+ZKApplicationService::Claim ZKApplicationService::claim() {
+    if (!m_bus.isConnected() || !m_bus.interface()) {
+        qCInfo(lcEngine) << "No session bus: running on its own";
+        return Claim::NoBus;
+    }
+    // The object first, so that a call arriving the moment the name is ours
+    // finds it.
+    if (!m_bus.registerObject(objectPath, this, QDBusConnection::ExportAdaptors)) {
+        qCWarning(lcEngine) << "Cannot serve" << objectPath << m_bus.lastError().message();
+        return Claim::NoBus;
+    }
+    const auto reply =
+        m_bus.interface()->registerService(serviceName, QDBusConnectionInterface::DontQueueService,
+                                           QDBusConnectionInterface::DontAllowReplacement);
+    if (reply.isValid() && reply.value() == QDBusConnectionInterface::ServiceRegistered) {
+        m_owned = true;
+        return Claim::Owned;
+    }
+    m_bus.unregisterObject(objectPath);
+    if (reply.isValid() && reply.value() == QDBusConnectionInterface::ServiceNotRegistered) {
+        return Claim::Running;
+    }
+    qCWarning(lcEngine) << "Cannot take the name" << serviceName << reply.error().message();
+    return Claim::NoBus;
+}
+
+QStringList ZKApplicationService::urisForArguments(const QStringList &arguments) {
+    QStringList uris;
+    for (const QString &argument : arguments) {
+        const QUrl url(argument);
+        if (url.isLocalFile() || ZKReaderFactory::isFtpPath(argument) ||
+            ZKReaderFactory::isHttpPath(argument)) {
+            uris << argument;
+        } else {
+            uris << QUrl::fromLocalFile(
+                        QFileInfo(ZKReaderFactory::standardizedPath(argument)).absoluteFilePath())
+                        .toString(QUrl::FullyEncoded);
+        }
+    }
+    return uris;
+}
+
+bool ZKApplicationService::forwardToRunningInstance(const QDBusConnection &bus,
+                                                    const QStringList &arguments, QString *error) {
+    QDBusMessage message;
+    QVariantMap platformData;
+    for (const char *name : {"XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID"}) {
+        const QByteArray value = qgetenv(name);
+        if (!value.isEmpty()) {
+            platformData.insert(QString::fromLatin1(name) == QLatin1String("XDG_ACTIVATION_TOKEN")
+                                    ? QStringLiteral("activation-token")
+                                    : QStringLiteral("desktop-startup-id"),
+                                QString::fromUtf8(value));
+        }
+    }
+    if (arguments.isEmpty()) {
+        message = QDBusMessage::createMethodCall(serviceName, objectPath, kApplicationInterface,
+                                                 QStringLiteral("Activate"));
+        message << platformData;
+    } else {
+        message = QDBusMessage::createMethodCall(serviceName, objectPath, kApplicationInterface,
+                                                 QStringLiteral("Open"));
+        message << urisForArguments(arguments) << platformData;
+    }
+    const QDBusMessage reply = bus.call(message, QDBus::Block, kForwardTimeoutMs);
+    if (reply.type() == QDBusMessage::ErrorMessage) {
+        if (error) {
+            *error = reply.errorMessage();
+        }
+        return false;
+    }
+    return true;
+}

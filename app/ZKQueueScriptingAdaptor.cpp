@@ -1,0 +1,142 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKQueueScriptingAdaptor.h"
+
+#include "ZKAppDelegate.h"
+#include "ZKDocumentController.h"
+#include "ZKFerrowickDocument.h"
+#include "ZKQueueState.h"
+#include "ZKQueueWindow.h"
+#include "ZKReaderFactory.h"
+
+#include <QDBusContext>
+#include <QFileInfo>
+
+const QString ZKQueueScriptingAdaptor::noSuchQueueError =
+    QStringLiteral("com.velmarind.Ferrowick.Error.NoSuchQueue");
+const QString ZKQueueScriptingAdaptor::invalidArgumentError =
+    QStringLiteral("com.velmarind.Ferrowick.Error.InvalidArgument");
+
+ZKQueueScriptingAdaptor::ZKQueueScriptingAdaptor(ZKAppDelegate &delegate, QObject *parent)
+    : QDBusAbstractAdaptor(parent)
+    , m_delegate(delegate) {
+    ZKDocumentController &controller = m_delegate.documentController();
+    for (ZKFerrowickDocument *document : controller.documents()) {
+        watch(document);
+    }
+    connect(&controller, &ZKDocumentController::documentOpened, this,
+            &ZKQueueScriptingAdaptor::watch);
+}
+
+void ZKQueueScriptingAdaptor::watch(ZKFerrowickDocument *document) {
+    connect(document, &ZKFerrowickDocument::queueCompleted, this, [this, document] {
+        Q_EMIT QueueCompleted(m_delegate.documentController().identifierOfDocument(document),
+                              document->displayName(), uint(document->failedTaskCount()));
+    });
+}
+
+ZKFerrowickDocument *ZKQueueScriptingAdaptor::documentOrError(uint queue) {
+    ZKFerrowickDocument *document = m_delegate.documentController().documentWithIdentifier(queue);
+    if (!document) {
+        sendErrorReply(noSuchQueueError,
+                       QStringLiteral("No queue numbered %1 is open; ListQueues gives the "
+                                      "numbers of the open ones.")
+                           .arg(queue));
+    }
+    return document;
+}
+
+QList<uint> ZKQueueScriptingAdaptor::ListQueues(QStringList &names) {
+    QList<uint> identifiers;
+    names.clear();
+    const ZKDocumentController &controller = m_delegate.documentController();
+    for (ZKFerrowickDocument *document : controller.documents()) {
+        identifiers << controller.identifierOfDocument(document);
+        names << document->displayName();
+    }
+    return identifiers;
+}
+
+uint ZKQueueScriptingAdaptor::NewQueue() {
+    ZKDocumentController &controller = m_delegate.documentController();
+    return controller.identifierOfDocument(controller.newDocument()->document());
+}
+
+uint ZKQueueScriptingAdaptor::AddSources(uint queue, const QStringList &sources,
+                                         const QString &destination) {
+    ZKFerrowickDocument *document = documentOrError(queue);
+    if (!document) {
+        return 0;
+    }
+    if (sources.isEmpty()) {
+        sendErrorReply(invalidArgumentError, QStringLiteral("No sources were given."));
+        return 0;
+    }
+    // Every source is checked before any task is made, so that a mistake
+    // leaves the queue as it was.
+    QList<ZKReaderPtr> readers;
+    for (const QString &source : sources) {
+        const bool local = ZKReaderFactory::isFilePath(source);
+        const ZKReaderPtr reader = ZKReaderFactory::readerWithPath(source);
+        if (!reader) {
+            sendErrorReply(invalidArgumentError,
+                           QStringLiteral("\u201c%1\u201d is not a file, folder, FTP or web "
+                                          "address.")
+                               .arg(source));
+            return 0;
+        }
+        if (local && !QFileInfo::exists(ZKReaderFactory::standardizedPath(source))) {
+            sendErrorReply(
+                invalidArgumentError,
+                QStringLiteral("There is no file or folder \u201c%1\u201d.").arg(source));
+            return 0;
+        }
+        readers << reader;
+    }
+    if (destination.isEmpty()) {
+        sendErrorReply(invalidArgumentError, QStringLiteral("No destination folder was given."));
+        return 0;
+    }
+    ZKError error;
+    const ZKWriterPtr writer = ZKReaderFactory::writerWithPath(destination, &error);
+    if (!writer) {
+        const QString reason = error.localizedDescription();
+        sendErrorReply(invalidArgumentError,
+                       QStringLiteral("\u201c%1\u201d cannot be a destination folder%2")
+                           .arg(destination, reason.isEmpty() ? QStringLiteral(".")
+                                                              : QStringLiteral(": ") + reason));
+        return 0;
+    }
+    return uint(document->addTasks(readers, writer, document->countOfTasks()).size());
+}
+
+void ZKQueueScriptingAdaptor::Start(uint queue) {
+    if (ZKFerrowickDocument *document = documentOrError(queue)) {
+        document->setState(ZKQueueState::Running);
+    }
+}
+
+void ZKQueueScriptingAdaptor::Pause(uint queue) {
+    if (ZKFerrowickDocument *document = documentOrError(queue)) {
+        document->setState(ZKQueueState::Paused);
+    }
+}
+
+qulonglong ZKQueueScriptingAdaptor::GetProgress(uint queue, qulonglong &totalBytes, QString &state,
+                                                bool &finished) {
+    ZKFerrowickDocument *document = documentOrError(queue);
+    if (!document) {
+        return 0;
+    }
+    totalBytes = document->progressTracker().totalBytes();
+    state = ZKQueueState::convertToString(document->state());
+    finished = document->countOfTasks() > 0 && document->taskQueue().allTasksCompleted();
+    return document->progressTracker().progressBytes();
+}
+
+void ZKQueueScriptingAdaptor::sendErrorReply(const QString &name, const QString &message) const {
+    if (auto *context = dynamic_cast<QDBusContext *>(parent());
+        context && context->calledFromDBus()) {
+        context->sendErrorReply(name, message);
+    }
+}

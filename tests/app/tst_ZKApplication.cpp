@@ -1,0 +1,361 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKAppDelegate.h"
+#include "ZKApplicationService.h"
+#include "ZKDocumentController.h"
+#include "ZKFerrowickDocument.h"
+#include "ZKFileSystemWriter.h"
+#include "ZKMessageBoxPresenter.h"
+#include "ZKNotificationCenter.h"
+#include "ZKNotificationNames.h"
+#include "ZKPreferences.h"
+#include "ZKProgressDockTile.h"
+#include "ZKQuestionPresenter.h"
+#include "ZKQueueState.h"
+#include "ZKQueueWindow.h"
+#include "ZKReaderFactory.h"
+#include "ZKSessionBus.h"
+#include "ZKTaskState.h"
+#include "ZKTestSupport.h"
+#include "ZKUserDefaults.h"
+
+#include <QApplication>
+#include <QDBusConnection>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+using ZKTestSupport::randomBytes;
+using ZKTestSupport::readFile;
+using ZKTestSupport::writeFile;
+
+// The application as a user and a script meet it: queues opened, named and
+// routed, the aggregate progress, and the session bus.
+class TestZKApplication : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void queueFilesOpenOnceEach();
+    void untitledQueuesAreNumbered();
+    void mixedFilesBecomeSourcesOfTheMainQueue();
+    void dockFollowsRunningQueues();
+    void secondProcessHandsItsItemsOver();
+    void scriptsDriveAQueue();
+    void badScriptCallsGetClearErrors_data();
+    void badScriptCallsGetClearErrors();
+
+private:
+    QString path(const QString &name) const { return QDir(m_dir->path()).filePath(name); }
+    QString savedQueue(const QString &name, qint32 state = ZKQueueState::Paused);
+    // gdbus, as a script would run it, with the event loop kept turning so
+    // that this process can answer.
+    bool runGdbus(const QStringList &arguments, QString *output, QString *error);
+
+    ZKSessionBus m_bus;
+    std::unique_ptr<ZKAppDelegate> m_delegate;
+    std::unique_ptr<ZKApplicationService> m_service;
+    std::unique_ptr<QTemporaryDir> m_dir;
+};
+
+void TestZKApplication::initTestCase() {
+    // Before anything asks for the session bus: it is ours from then on.
+    QVERIFY2(m_bus.start(), qUtf8Printable(m_bus.errorString()));
+    ZKPreferences::initialiseUserDefaults();
+    ZKUserDefaults::standard().setString(ZKPreferences::completionSound, QString());
+    ZKUserDefaults::standard().setString(ZKPreferences::failureSound, QString());
+    ZKQuestionPresenter::setShared(&ZKQueueWindow::presenter());
+}
+
+void TestZKApplication::init() {
+    m_dir = std::make_unique<QTemporaryDir>();
+    QDir(m_dir->path()).mkdir(QStringLiteral("out"));
+    ZKUserDefaults::standard().setInteger(ZKPreferences::queueState, ZKQueueState::Paused);
+    m_delegate = std::make_unique<ZKAppDelegate>();
+    m_delegate->applicationWillFinishLaunching();
+    m_service = std::make_unique<ZKApplicationService>(*m_delegate, QDBusConnection::sessionBus());
+    QCOMPARE(m_service->claim(), ZKApplicationService::Claim::Owned);
+    m_delegate->applicationDidFinishLaunching();
+}
+
+void TestZKApplication::cleanup() {
+    for (ZKQueueWindow *window : m_delegate->documentController().windows()) {
+        window->setDiscardChanges(true);
+        window->close();
+    }
+    QTRY_VERIFY(m_delegate->documentController().documents().isEmpty());
+    m_service.reset();
+    m_delegate.reset();
+}
+
+QString TestZKApplication::savedQueue(const QString &name, qint32 state) {
+    ZKFerrowickDocument document;
+    document.setState(state);
+    document.setDefaultDestination(
+        ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(path("out"))));
+    const QString file = path(name + QStringLiteral(".queue"));
+    ZKError error;
+    if (!document.saveToFile(file, &error)) {
+        qWarning() << error.localizedDescription();
+    }
+    return file;
+}
+
+bool TestZKApplication::runGdbus(const QStringList &arguments, QString *output, QString *error) {
+    QProcess gdbus;
+    gdbus.start(QStringLiteral("gdbus"),
+                QStringList{QStringLiteral("call"), QStringLiteral("--address"), m_bus.address(),
+                            QStringLiteral("--dest"), ZKApplicationService::serviceName,
+                            QStringLiteral("--object-path"), ZKApplicationService::objectPath,
+                            QStringLiteral("--method")} +
+                    arguments);
+    if (!gdbus.waitForStarted(5000)) {
+        *error = QStringLiteral("gdbus did not start");
+        return false;
+    }
+    QDeadlineTimer deadline(10000);
+    while (gdbus.state() != QProcess::NotRunning && !deadline.hasExpired()) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    }
+    if (gdbus.state() != QProcess::NotRunning) {
+        gdbus.kill();
+        gdbus.waitForFinished(3000);
+        *error = QStringLiteral("gdbus got no answer");
+        return false;
+    }
+    *output = QString::fromUtf8(gdbus.readAllStandardOutput()).trimmed();
+    *error = QString::fromUtf8(gdbus.readAllStandardError()).trimmed();
+    return gdbus.exitStatus() == QProcess::NormalExit && gdbus.exitCode() == 0;
+}
+
+void TestZKApplication::queueFilesOpenOnceEach() {
+    ZKDocumentController &controller = m_delegate->documentController();
+    const QString first = savedQueue(QStringLiteral("first"));
+    const QString second = savedQueue(QStringLiteral("second"));
+    QVERIFY(m_delegate->openFiles({first, second}));
+    QCOMPARE(controller.windows().size(), 2);
+    const QList<ZKFerrowickDocument *> opened = controller.documents();
+    for (ZKFerrowickDocument *document : opened) {
+        QTRY_VERIFY2(!document->isEdited(), "a queue just opened shows as edited");
+    }
+
+    // Opened again, through another spelling of its path: the same window.
+    ZKQueueWindow *again = controller.openDocument(path("out/../first.queue"));
+    QVERIFY(again);
+    QCOMPARE(again->document()->displayName(), QStringLiteral("first"));
+    QCOMPARE(controller.windows().size(), 2);
+
+    QVERIFY(writeFile(path("broken.queue"), "<?xml version=\"1.0\"?><plist><dict>"));
+    ZKError error;
+    QVERIFY2(!controller.openDocument(path("broken.queue"), &error), "a broken file opened");
+    QVERIFY2(error.localizedDescription().contains(QStringLiteral("broken.queue")),
+             qUtf8Printable(error.localizedDescription()));
+    QCOMPARE(controller.windows().size(), 2);
+}
+
+void TestZKApplication::untitledQueuesAreNumbered() {
+    ZKDocumentController &controller = m_delegate->documentController();
+    ZKQueueWindow *first = controller.newDocument();
+    ZKQueueWindow *second = controller.newDocument();
+    QCOMPARE(first->document()->displayName(), QStringLiteral("Untitled"));
+    QCOMPARE(second->document()->displayName(), QStringLiteral("Untitled 2"));
+    QCOMPARE(second->windowTitle(), QStringLiteral("Untitled 2[*]"));
+    QVERIFY(!second->isWindowModified());
+
+    QVERIFY(writeFile(path("a"), randomBytes(100, 1)));
+    const ZKTaskPtr task =
+        second->document()
+            ->addTasks({ZKReaderFactory::readerWithPath(path("a"))},
+                       ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(path("out"))), 0)
+            .first();
+    QTRY_VERIFY2(second->isWindowModified(), "adding a task did not mark the window edited");
+    QTRY_COMPARE(task->state(), ZKTaskState::PendingProcessing); // analysed; the queue is paused
+    QVERIFY(second->saveToFile(path("named.queue")));
+    QTRY_VERIFY2(!second->isWindowModified(), "saving left the window edited");
+    QCOMPARE(second->windowTitle(), QStringLiteral("named[*]"));
+}
+
+void TestZKApplication::mixedFilesBecomeSourcesOfTheMainQueue() {
+    ZKDocumentController &controller = m_delegate->documentController();
+    ZKQueueWindow *main = controller.openDocument(savedQueue(QStringLiteral("main")));
+    QVERIFY(main);
+    QVERIFY(writeFile(path("plain.iso"), randomBytes(1000, 2)));
+    const QString other = savedQueue(QStringLiteral("other"));
+
+    QVERIFY(m_delegate->openFiles({other, path("plain.iso")}));
+    QCOMPARE(controller.windows().size(), 1);
+    QCOMPARE(main->document()->countOfTasks(), 2);
+    QCOMPARE(main->document()->objectInTasksAtIndex(0)->source()->url(),
+             QUrl::fromLocalFile(other));
+    QCOMPARE(main->document()->objectInTasksAtIndex(1)->source()->url(),
+             QUrl::fromLocalFile(path("plain.iso")));
+}
+
+void TestZKApplication::dockFollowsRunningQueues() {
+    ZKDocumentController &controller = m_delegate->documentController();
+    ZKFerrowickDocument *a = controller.newDocument()->document();
+    ZKFerrowickDocument *b = controller.newDocument()->document();
+    ZKProgressTracker &tracker = m_delegate->progressTracker();
+    ZKProgressDockTile &tile = m_delegate->dockTile();
+    auto report = [](ZKFerrowickDocument *document, qint32 state, quint64 bytes, quint64 total) {
+        ZKNotificationCenter::defaultCenter().post(ZKNotificationNames::queueActivity, document,
+                                                   {{ZKNotificationNames::stateKey, state},
+                                                    {ZKNotificationNames::bytesKey, bytes},
+                                                    {ZKNotificationNames::totalBytesKey, total}});
+    };
+
+    report(a, ZKQueueState::Running, 100, 400);
+    report(b, ZKQueueState::Running, 300, 400);
+    QCOMPARE(tracker.progress(), 0.5);
+    QVERIFY(tile.showProgress());
+    QCOMPARE(tile.progress(), 0.5);
+
+    // A paused queue leaves the aggregate.
+    report(b, ZKQueueState::Paused, 300, 400);
+    QCOMPARE(tracker.progress(), 0.25);
+    QVERIFY(!tracker.items().contains(b));
+
+    // A finished queue shows no bar.
+    report(a, ZKQueueState::Running, 400, 400);
+    QVERIFY(!tile.showProgress());
+
+    // A closed queue drops out.
+    report(a, ZKQueueState::Running, 200, 400);
+    QVERIFY(tile.showProgress());
+    controller.windowForDocument(a)->setDiscardChanges(true);
+    controller.windowForDocument(a)->close();
+    QTRY_VERIFY(!tracker.items().contains(a));
+    QVERIFY(!tile.showProgress());
+}
+
+void TestZKApplication::secondProcessHandsItsItemsOver() {
+    ZKDocumentController &controller = m_delegate->documentController();
+    ZKQueueWindow *main = controller.openDocument(savedQueue(QStringLiteral("main")));
+    QVERIFY(main);
+    QVERIFY(writeFile(path("plain.iso"), randomBytes(1000, 3)));
+    const QString ftp = QStringLiteral("ftp://user@127.0.0.1:2121/dir/");
+
+    QProcess second;
+    second.setWorkingDirectory(m_dir->path());
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_bus.address());
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), path("config"));
+    second.setProcessEnvironment(environment);
+    QElapsedTimer clock;
+    clock.start();
+    // A path relative to the second process's folder, and an address.
+    second.start(QStringLiteral(FERROWICK_APP), {QStringLiteral("plain.iso"), ftp});
+    QTRY_VERIFY_WITH_TIMEOUT(second.state() == QProcess::NotRunning, 10000);
+    const qint64 elapsed = clock.elapsed();
+    QVERIFY2(second.exitStatus() == QProcess::NormalExit && second.exitCode() == 0,
+             qUtf8Printable(QString::fromLocal8Bit(second.readAllStandardError())));
+    QVERIFY2(elapsed < 2000,
+             qPrintable(QStringLiteral("the second ferrowick took %1 ms").arg(elapsed)));
+
+    QTRY_COMPARE(main->document()->countOfTasks(), 2);
+    QCOMPARE(main->document()->objectInTasksAtIndex(0)->source()->url(),
+             QUrl::fromLocalFile(path("plain.iso")));
+    QCOMPARE(main->document()->objectInTasksAtIndex(1)->source()->url().scheme(),
+             QStringLiteral("ftp"));
+    QCOMPARE(controller.windows().size(), 1);
+}
+
+void TestZKApplication::scriptsDriveAQueue() {
+    QVERIFY(QDir(m_dir->path()).mkpath(QStringLiteral("folder/inner")));
+    const QByteArray content = randomBytes(200000, 4);
+    QVERIFY(writeFile(path("folder/inner/data"), content));
+    ZKQueueWindow *window = m_delegate->documentController().newDocument();
+    const quint32 id = m_delegate->documentController().identifierOfDocument(window->document());
+
+    QProcess monitor;
+    monitor.start(QStringLiteral("gdbus"),
+                  {QStringLiteral("monitor"), QStringLiteral("--address"), m_bus.address(),
+                   QStringLiteral("--dest"), ZKApplicationService::serviceName});
+    QVERIFY(monitor.waitForStarted(5000));
+    QTest::qWait(300); // its subscription is in place
+
+    QString output, error;
+    QVERIFY2(
+        runGdbus({QStringLiteral("com.velmarind.Ferrowick.Queue.ListQueues")}, &output, &error),
+        qUtf8Printable(error));
+    QVERIFY2(output.contains(QStringLiteral("'Untitled'")), qUtf8Printable(output));
+    QVERIFY2(
+        runGdbus({QStringLiteral("com.velmarind.Ferrowick.Queue.AddSources"), QString::number(id),
+                  QStringLiteral("['%1']").arg(path("folder")), path("out")},
+                 &output, &error),
+        qUtf8Printable(error));
+    QCOMPARE(output, QStringLiteral("(uint32 1,)"));
+    QVERIFY2(runGdbus({QStringLiteral("com.velmarind.Ferrowick.Queue.Start"), QString::number(id)},
+                      &output, &error),
+             qUtf8Printable(error));
+
+    QByteArray heard;
+    QTRY_VERIFY2_WITH_TIMEOUT((heard += monitor.readAllStandardOutput()).contains("QueueCompleted"),
+                              heard.constData(), 20000);
+    QCOMPARE(readFile(path("out/folder/inner/data")), content);
+    QVERIFY2(
+        runGdbus({QStringLiteral("com.velmarind.Ferrowick.Queue.GetProgress"), QString::number(id)},
+                 &output, &error),
+        qUtf8Printable(error));
+    QCOMPARE(output, QStringLiteral("(uint64 200000, uint64 200000, 'Running', true)"));
+    monitor.kill();
+    monitor.waitForFinished(3000);
+}
+
+void TestZKApplication::badScriptCallsGetClearErrors_data() {
+    QTest::addColumn<QStringList>("call");
+    QTest::addColumn<QString>("message");
+
+    const QString queue = QStringLiteral("com.velmarind.Ferrowick.Queue.");
+    QTest::newRow("no such queue") << QStringList{queue + QStringLiteral("Start"), "999"}
+                                   << QStringLiteral("No queue numbered 999 is open");
+    QTest::newRow("missing source")
+        << QStringList{queue + QStringLiteral("AddSources"), "@ID@", "['/no/such/file']", "@OUT@"}
+        << QStringLiteral("There is no file or folder");
+    QTest::newRow("no sources") << QStringList{queue + QStringLiteral("AddSources"), "@ID@",
+                                               "@as []", "@OUT@"}
+                                << QStringLiteral("No sources were given");
+    QTest::newRow("no destination")
+        << QStringList{queue + QStringLiteral("AddSources"), "@ID@", "['@OUT@']", "''"}
+        << QStringLiteral("No destination folder was given");
+    QTest::newRow("wrong argument type")
+        << QStringList{queue + QStringLiteral("Start"), "'text'"} << QStringLiteral("Error");
+    QTest::newRow("unknown action")
+        << QStringList{QStringLiteral("org.freedesktop.Application.ActivateAction"), "'explode'",
+                       "[]", "{}"}
+        << QStringLiteral("There is no action");
+}
+
+void TestZKApplication::badScriptCallsGetClearErrors() {
+    QFETCH(QStringList, call);
+    QFETCH(QString, message);
+
+    ZKQueueWindow *window = m_delegate->documentController().newDocument();
+    const QString id =
+        QString::number(m_delegate->documentController().identifierOfDocument(window->document()));
+    for (QString &argument : call) {
+        argument.replace(QStringLiteral("@ID@"), id).replace(QStringLiteral("@OUT@"), path("out"));
+    }
+    QString output, error;
+    QVERIFY2(!runGdbus(call, &output, &error), "a bad call was accepted");
+    QVERIFY2(error.contains(message), qUtf8Printable(error));
+    // Still serving, and the queue as it was.
+    QVERIFY2(
+        runGdbus({QStringLiteral("com.velmarind.Ferrowick.Queue.ListQueues")}, &output, &error),
+        qUtf8Printable(error));
+    QCOMPARE(window->document()->countOfTasks(), 0);
+}
+
+int main(int argc, char **argv) {
+    ZKTestSupport::isolateSettings();
+    QApplication app(argc, argv);
+    TestZKApplication test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_ZKApplication.moc"
