@@ -5,7 +5,7 @@ BUILD ?= build
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 
-.PHONY: all deps build run test test-asan test-tsan bench screenshots fuzz format clean
+.PHONY: all deps build run test test-asan test-tsan bench screenshots fuzz package format clean
 
 all: build
 
@@ -49,6 +49,11 @@ screenshots: build
 # FUZZ_TARGET=ftp_listing|ftp_reply|queue_loader, FUZZ_SECONDS=300
 fuzz:
 	bash scripts/fuzz.sh $(or $(FUZZ_TARGET),ftp_listing) $(or $(FUZZ_SECONDS),60)
+
+# The Debian package, built from what it installs only (not the tests).
+package: deps $(BUILD)/CMakeCache.txt
+	cmake --build $(BUILD) -j$(JOBS) --target ferrowick-installables
+	cd $(BUILD) && cpack -G DEB
 
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i

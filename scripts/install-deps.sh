@@ -14,6 +14,9 @@ packages=(
   clang-format
   # the desktop window: its drawings, and real windows for the screenshots
   qt6-svg-dev libqt6svg6 xvfb xauth desktop-file-utils appstream shared-mime-info
+  # packaging and its check: the Debian package's dependencies, file types and
+  # icons as the desktop reads them, manual pages, shell completion
+  dpkg-dev file libglib2.0-bin man-db bash-completion
   # servers and peers the tests start on 127.0.0.1 or a private bus
   dbus dbus-daemon util-linux vsftpd nginx-light python3 openssl
   gnome-keyring libsecret-tools
