@@ -130,6 +130,44 @@ for type in application/x-ferrowick-queue x-scheme-handler/ftp; do
     fi
 done
 
+# Bus activation as a launcher does it: a private session bus that knows only
+# the installed service file starts the program when its name is called.
+if ! QT_QPA_PLATFORM=offscreen "$prefix/bin/ferrowick" --help 2>/dev/null | grep -q -- --service; then
+    echo "skipped: bus activation (this ferrowick has no --service option yet)"
+else
+    cat >"$work/bus.conf" <<CONF
+<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>session</type>
+  <listen>unix:tmpdir=$work</listen>
+  <servicedir>$share/dbus-1/services</servicedir>
+  <policy context="default">
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+  </policy>
+</busconfig>
+CONF
+    bus=$(QT_QPA_PLATFORM=offscreen XDG_CONFIG_HOME=$work/config \
+        dbus-daemon --config-file="$work/bus.conf" --fork --print-address=1 --print-pid=1)
+    bus_address=$(sed -n 1p <<<"$bus")
+    bus_pid=$(sed -n 2p <<<"$bus")
+    if out=$(DBUS_SESSION_BUS_ADDRESS=$bus_address timeout 20 gdbus call --session \
+        --dest "$id" --object-path /com/velmarind/Ferrowick \
+        --method org.freedesktop.Application.Activate '{}' 2>&1); then
+        pass "the session bus starts Ferrowick"
+    else
+        fail "bus activation: $out"
+    fi
+    app_pid=$(DBUS_SESSION_BUS_ADDRESS=$bus_address gdbus call --session \
+        --dest org.freedesktop.DBus --object-path /org/freedesktop/DBus \
+        --method org.freedesktop.DBus.GetConnectionUnixProcessID "$id" 2>/dev/null |
+        sed -n 's/^(uint32 \([0-9]*\),)$/\1/p')
+    [ -n "$app_pid" ] && kill "$app_pid"
+    kill "$bus_pid"
+fi
+
 for page in ferrowick ferrowick-cli; do
     if out=$(MANWIDTH=80 man --warnings -l "$share/man/man1/$page.1" 2>&1 >/dev/null) &&
         [ -z "$out" ]; then
