@@ -144,5 +144,9 @@ set(CPACK_DEBIAN_PACKAGE_MAINTAINER "Ferrowick developers")
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# What no library link shows: Qt's plugin for Wayland desktops, and a
+# password store that answers for FTP accounts.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-wayland")
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "gnome-keyring")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 include(CPack)
