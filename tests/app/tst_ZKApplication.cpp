@@ -7,6 +7,7 @@
 #include "ZKFileSystemWriter.h"
 #include "ZKMessageBoxPresenter.h"
 #include "ZKNotificationCenter.h"
+#include "ZKNotificationManager.h"
 #include "ZKNotificationNames.h"
 #include "ZKPreferences.h"
 #include "ZKProgressDockTile.h"
@@ -45,6 +46,8 @@ private Q_SLOTS:
     void untitledQueuesAreNumbered();
     void mixedFilesBecomeSourcesOfTheMainQueue();
     void dockFollowsRunningQueues();
+    void queuesPassBetweenTerminalAndWindow();
+    void finishedQueueAsksForAttentionWithoutNotifications();
     void secondProcessHandsItsItemsOver();
     void scriptsDriveAQueue();
     void badScriptCallsGetClearErrors_data();
@@ -231,6 +234,51 @@ void TestZKApplication::dockFollowsRunningQueues() {
     controller.windowForDocument(a)->close();
     QTRY_VERIFY(!tracker.items().contains(a));
     QVERIFY(!tile.showProgress());
+}
+
+void TestZKApplication::queuesPassBetweenTerminalAndWindow() {
+    const QByteArray first = randomBytes(300000, 5);
+    const QByteArray second = randomBytes(200000, 6);
+    QVERIFY(writeFile(path("first"), first));
+    QVERIFY(writeFile(path("second"), second));
+
+    // Copied in the terminal, opened in a window with its progress.
+    QProcess cli;
+    cli.start(QStringLiteral(FERROWICK_CLI), {QStringLiteral("copy"), path("first"), path("out"),
+                                              QStringLiteral("--save"), path("terminal.queue")});
+    QVERIFY(cli.waitForFinished(30000));
+    QVERIFY2(cli.exitCode() == 0, cli.readAllStandardError().constData());
+    ZKQueueWindow *window = m_delegate->documentController().openDocument(path("terminal.queue"));
+    QVERIFY(window);
+    QCOMPARE(window->document()->countOfTasks(), 1);
+    const ZKTaskPtr copied = window->document()->objectInTasksAtIndex(0);
+    QCOMPARE(copied->state(), ZKTaskState::Completed);
+    QCOMPARE(copied->progressBytes(), quint64(first.size()));
+
+    // Put together in a window, run to the end in the terminal.
+    window->document()->setState(ZKQueueState::Paused);
+    window->document()->addTasks(
+        {ZKReaderFactory::readerWithPath(path("second"))},
+        ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(path("out"))), 1);
+    const ZKTaskPtr waiting = window->document()->objectInTasksAtIndex(1);
+    QTRY_COMPARE(waiting->state(), ZKTaskState::PendingProcessing);
+    QVERIFY(window->save());
+    cli.start(QStringLiteral(FERROWICK_CLI), {QStringLiteral("run"), path("terminal.queue")});
+    QVERIFY(cli.waitForFinished(30000));
+    QVERIFY2(cli.exitCode() == 0, cli.readAllStandardError().constData());
+    QCOMPARE(readFile(path("out/second")), second);
+    QCOMPARE(readFile(path("out/first")), first);
+}
+
+void TestZKApplication::finishedQueueAsksForAttentionWithoutNotifications() {
+    // The private bus has no notification service: the window is alerted.
+    QObject *alerted = nullptr;
+    ZKNotificationManager::setAttentionRequest([&](QObject *origin) { alerted = origin; });
+    ZKQueueWindow *window = m_delegate->documentController().newDocument();
+    ZKNotificationManager::notifyQueueCompleted(window->document()->displayName(),
+                                                window->document()->description(), false,
+                                                window->document());
+    QTRY_COMPARE(alerted, window->document());
 }
 
 void TestZKApplication::secondProcessHandsItsItemsOver() {
