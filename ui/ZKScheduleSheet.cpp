@@ -20,8 +20,7 @@ const QString kTimeFormat = QStringLiteral("HH:mm");
 } // namespace
 
 ZKScheduleSheet::ZKScheduleSheet(ZKFerrowickDocument *document, QWidget *parent)
-    : QDialog(parent)
-    , m_document(document)
+    : ZKQueueSheet(document, parent)
     , m_rows{{
           {&ZKSchedulePanel::startCopyingTimer, QStringLiteral("startCopying"),
            QStringLiteral("Start copying")},
@@ -33,7 +32,6 @@ ZKScheduleSheet::ZKScheduleSheet(ZKFerrowickDocument *document, QWidget *parent)
            QStringLiteral("Stop speed limit")},
       }} {
     setWindowTitle(QStringLiteral("Schedule"));
-    setWindowModality(Qt::WindowModal);
 
     auto *layout = new QVBoxLayout(this);
     m_switch = new QCheckBox(QStringLiteral("&Use schedule"), this);
@@ -98,24 +96,11 @@ ZKScheduleSheet::ZKScheduleSheet(ZKFerrowickDocument *document, QWidget *parent)
     setTabOrder(previous, done);
     layout->setSizeConstraint(QLayout::SetFixedSize);
 
-    if (m_document) {
-        connect(m_document, &ZKFerrowickDocument::speedLimitAndScheduleReplaced, this,
-                &ZKScheduleSheet::bind);
-    }
-    bind();
-}
-
-void ZKScheduleSheet::displaySheetForWindow(QWidget *window) {
-    if (window && parentWidget() != window) {
-        setParent(window, windowFlags());
-    }
-    setWindowModality(window ? Qt::WindowModal : Qt::ApplicationModal);
-    m_switch->setFocus();
-    open();
+    followDocument(m_switch);
 }
 
 ZKSchedulePanel *ZKScheduleSheet::panel() const {
-    return m_document ? &m_document->schedule() : nullptr;
+    return document() ? &document()->schedule() : nullptr;
 }
 
 void ZKScheduleSheet::bind() {

@@ -19,10 +19,8 @@
 #include <cmath>
 
 ZKSpeedLimitSheet::ZKSpeedLimitSheet(ZKFerrowickDocument *document, QWidget *parent)
-    : QDialog(parent)
-    , m_document(document) {
+    : ZKQueueSheet(document, parent) {
     setWindowTitle(QStringLiteral("Speed Limit"));
-    setWindowModality(Qt::WindowModal);
 
     auto *layout = new QVBoxLayout(this);
     m_switch = new QCheckBox(QStringLiteral("&Limit the speed of copying"), this);
@@ -95,24 +93,11 @@ ZKSpeedLimitSheet::ZKSpeedLimitSheet(ZKFerrowickDocument *document, QWidget *par
             limit->applyValue();
         }
     });
-    if (m_document) {
-        connect(m_document, &ZKFerrowickDocument::speedLimitAndScheduleReplaced, this,
-                &ZKSpeedLimitSheet::bind);
-    }
-    bind();
-}
-
-void ZKSpeedLimitSheet::displaySheetForWindow(QWidget *window) {
-    if (window && parentWidget() != window) {
-        setParent(window, windowFlags());
-    }
-    setWindowModality(window ? Qt::WindowModal : Qt::ApplicationModal);
-    m_switch->setFocus();
-    open();
+    followDocument(m_switch);
 }
 
 ZKSpeedLimitPanel *ZKSpeedLimitSheet::panel() const {
-    return m_document ? &m_document->speedLimit() : nullptr;
+    return document() ? &document()->speedLimit() : nullptr;
 }
 
 void ZKSpeedLimitSheet::bind() {

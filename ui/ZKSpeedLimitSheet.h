@@ -2,8 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QDialog>
-#include <QPointer>
+#include "ZKQueueSheet.h"
 
 class QCheckBox;
 class QLabel;
@@ -15,7 +14,7 @@ class ZKSpeedLimitPanel;
 // and a slider whose limit reaches the queue when the sheet ends. It holds no
 // limit of its own: loading a queue gives the document a new speed-limit
 // object, and the sheet follows it.
-class ZKSpeedLimitSheet : public QDialog {
+class ZKSpeedLimitSheet : public ZKQueueSheet {
     Q_OBJECT
 
 public:
@@ -26,26 +25,18 @@ public:
 
     explicit ZKSpeedLimitSheet(ZKFerrowickDocument *document, QWidget *parent = nullptr);
 
-    // Window-modal over window; Done or Escape ends it and applies the limit.
-    void displaySheetForWindow(QWidget *window);
-
-    bool isOn() const;
+    bool isOn() const override;
     // The limit in force, for a tooltip.
-    QString summary() const;
-
-Q_SIGNALS:
-    // isOn() or summary() may read differently.
-    void summaryChanged();
+    QString summary() const override;
 
 private:
     ZKSpeedLimitPanel *panel() const;
-    void bind();
+    void bind() override;
     void refreshSwitch();
     void refreshSlider();
     void refreshFigure();
     void sliderMoved(int value);
 
-    QPointer<ZKFerrowickDocument> m_document;
     QCheckBox *m_switch = nullptr;
     QSlider *m_slider = nullptr;
     QLabel *m_figure = nullptr;

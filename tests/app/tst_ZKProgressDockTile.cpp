@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 Ferrowick developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKProgressDockTile.h"
+#include "ZKSessionBus.h"
 #include "ZKTestSupport.h"
 
 #include <QApplication>
@@ -13,14 +14,7 @@
 #include <QStyle>
 #include <QTest>
 
-#include <csignal>
-#include <cstdio>
-#include <cstdlib>
-
 namespace {
-
-QString busAddress;
-pid_t busPid = 0;
 
 // The tile is drawn at this size; the bar then covers rows 197.12 to 217.6.
 constexpr int side = 256;
@@ -56,11 +50,13 @@ private Q_SLOTS:
     void receiveUpdate(const QDBusMessage &message) { m_updates << message; }
 
 private:
+    ZKSessionBus m_bus;
     QList<QDBusMessage> m_updates;
 };
 
 void TestZKProgressDockTile::initTestCase() {
-    QVERIFY2(!busAddress.isEmpty(), "dbus-daemon did not start");
+    // The tile talks to the session bus; it is the test's own.
+    QVERIFY2(m_bus.start(), qUtf8Printable(m_bus.errorString()));
 }
 
 void TestZKProgressDockTile::cleanup() {
@@ -174,7 +170,7 @@ void TestZKProgressDockTile::roundsRightEndOnlyWhenComplete() {
 
 void TestZKProgressDockTile::updatesLauncherEntry() {
     QDBusConnection listener =
-        QDBusConnection::connectToBus(busAddress, QStringLiteral("launcher listener"));
+        QDBusConnection::connectToBus(m_bus.address(), QStringLiteral("launcher listener"));
     QVERIFY2(listener.isConnected(), qUtf8Printable(listener.lastError().message()));
     QVERIFY(listener.connect(QString(), ZKProgressDockTile::launcherEntryPath,
                              ZKProgressDockTile::launcherEntryInterface, QStringLiteral("Update"),
@@ -207,32 +203,12 @@ void TestZKProgressDockTile::updatesLauncherEntry() {
 }
 
 int main(int argc, char **argv) {
-    // The tile talks to the session bus; it is the test's own.
-    FILE *daemon = ::popen("dbus-daemon --session --nofork --print-address=1 --print-pid=1", "r");
-    char line[512] = {};
-    if (daemon && std::fgets(line, sizeof line, daemon)) {
-        busAddress = QString::fromLocal8Bit(line).trimmed();
-        if (std::fgets(line, sizeof line, daemon)) {
-            busPid = pid_t(std::atol(line));
-        }
-    }
-    qputenv("DBUS_SESSION_BUS_ADDRESS", busAddress.toLocal8Bit());
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }
     ZKTestSupport::isolateSettings();
-    int status = 0;
-    {
-        QApplication app(argc, argv);
-        TestZKProgressDockTile test;
-        status = QTest::qExec(&test, argc, argv);
-    }
-    if (busPid > 0) {
-        ::kill(busPid, SIGTERM);
-    }
-    if (daemon) {
-        ::pclose(daemon);
-    }
-    return status;
+    QApplication app(argc, argv);
+    TestZKProgressDockTile test;
+    return QTest::qExec(&test, argc, argv);
 }
 #include "tst_ZKProgressDockTile.moc"
