@@ -207,6 +207,7 @@ ZKFerrowickDocument::ZKFerrowickDocument(QObject *parent)
     m_retryTimer.setCompletionHandler([this] { retry(); });
     m_speedLimit = std::make_unique<ZKSpeedLimitPanel>(this);
     m_schedule = std::make_unique<ZKSchedulePanel>(this);
+    connectSettings();
     refreshRetryTooltip();
     refreshClearTooltip();
 }
@@ -239,6 +240,23 @@ QString ZKFerrowickDocument::displayName() const {
         return QFileInfo(m_fileName).completeBaseName();
     }
     return m_untitledName.isEmpty() ? QStringLiteral("Untitled") : m_untitledName;
+}
+
+void ZKFerrowickDocument::connectSettings() {
+    // The limit and the schedule are saved with the queue: changing them is
+    // an edit like any other.
+    const auto edited = [this] {
+        updateChangeCount();
+    };
+    connect(m_speedLimit.get(), &ZKSpeedLimitPanel::enabledChanged, this, edited);
+    connect(m_speedLimit.get(), &ZKSpeedLimitPanel::maximumTransferRateChanged, this, edited);
+    connect(m_schedule.get(), &ZKSchedulePanel::scheduleEnabledChanged, this, edited);
+    for (ZKScheduleTimer *timer :
+         {&m_schedule->startCopyingTimer(), &m_schedule->stopCopyingTimer(),
+          &m_schedule->startSpeedLimitTimer(), &m_schedule->stopSpeedLimitTimer()}) {
+        connect(timer, &ZKScheduleTimer::enabledChanged, this, edited);
+        connect(timer, &ZKScheduleTimer::timeChanged, this, edited);
+    }
 }
 
 void ZKFerrowickDocument::clearChangeCount() {
@@ -449,6 +467,7 @@ bool ZKFerrowickDocument::readFromPropertyList(const QVariantMap &plist) {
                                : nullptr;
     m_speedLimit = std::make_unique<ZKSpeedLimitPanel>(plist.value(kSpeedLimit).toMap(), this);
     m_schedule = std::make_unique<ZKSchedulePanel>(plist.value(kSchedule).toMap(), this);
+    connectSettings();
     Q_EMIT speedLimitAndScheduleReplaced();
 
     QList<ZKTaskPtr> tasks;

@@ -264,6 +264,7 @@ private:
     };
 
     QVariantList tasksAsPropertyList() const;
+    void connectSettings();
     void runInBackground(std::function<void()> work);
     void startNextTaskNow();
     void startTask(const ZKTaskPtr &task);
