@@ -82,28 +82,23 @@ QStringList ZKApplicationService::urisForArguments(const QStringList &arguments)
     return uris;
 }
 
-bool ZKApplicationService::forwardToRunningInstance(const QDBusConnection &bus,
-                                                    const QStringList &arguments, QString *error) {
-    QDBusMessage message;
-    QVariantMap platformData;
+namespace {
+
+QVariantMap platformData() {
+    QVariantMap data;
     for (const char *name : {"XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID"}) {
         const QByteArray value = qgetenv(name);
         if (!value.isEmpty()) {
-            platformData.insert(QString::fromLatin1(name) == QLatin1String("XDG_ACTIVATION_TOKEN")
-                                    ? QStringLiteral("activation-token")
-                                    : QStringLiteral("desktop-startup-id"),
-                                QString::fromUtf8(value));
+            data.insert(QString::fromLatin1(name) == QLatin1String("XDG_ACTIVATION_TOKEN")
+                            ? QStringLiteral("activation-token")
+                            : QStringLiteral("desktop-startup-id"),
+                        QString::fromUtf8(value));
         }
     }
-    if (arguments.isEmpty()) {
-        message = QDBusMessage::createMethodCall(serviceName, objectPath, kApplicationInterface,
-                                                 QStringLiteral("Activate"));
-        message << platformData;
-    } else {
-        message = QDBusMessage::createMethodCall(serviceName, objectPath, kApplicationInterface,
-                                                 QStringLiteral("Open"));
-        message << urisForArguments(arguments) << platformData;
-    }
+    return data;
+}
+
+bool send(const QDBusConnection &bus, const QDBusMessage &message, QString *error) {
     const QDBusMessage reply = bus.call(message, QDBus::Block, kForwardTimeoutMs);
     if (reply.type() == QDBusMessage::ErrorMessage) {
         if (error) {
@@ -112,4 +107,29 @@ bool ZKApplicationService::forwardToRunningInstance(const QDBusConnection &bus,
         return false;
     }
     return true;
+}
+
+} // namespace
+
+bool ZKApplicationService::activateActionOfRunningInstance(const QDBusConnection &bus,
+                                                           const QString &action, QString *error) {
+    QDBusMessage message = QDBusMessage::createMethodCall(
+        serviceName, objectPath, kApplicationInterface, QStringLiteral("ActivateAction"));
+    message << action << QVariantList() << platformData();
+    return send(bus, message, error);
+}
+
+bool ZKApplicationService::forwardToRunningInstance(const QDBusConnection &bus,
+                                                    const QStringList &arguments, QString *error) {
+    QDBusMessage message;
+    if (arguments.isEmpty()) {
+        message = QDBusMessage::createMethodCall(serviceName, objectPath, kApplicationInterface,
+                                                 QStringLiteral("Activate"));
+        message << platformData();
+    } else {
+        message = QDBusMessage::createMethodCall(serviceName, objectPath, kApplicationInterface,
+                                                 QStringLiteral("Open"));
+        message << urisForArguments(arguments) << platformData();
+    }
+    return send(bus, message, error);
 }

@@ -37,6 +37,10 @@ public:
     // are made absolute first: the other process has another working folder.
     static bool forwardToRunningInstance(const QDBusConnection &bus, const QStringList &arguments,
                                          QString *error);
+    // Asks the instance that owns the name for one of its actions
+    // ("new-queue", "preferences", ...).
+    static bool activateActionOfRunningInstance(const QDBusConnection &bus, const QString &action,
+                                                QString *error);
     static QStringList urisForArguments(const QStringList &arguments);
 
 private:

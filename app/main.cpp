@@ -67,6 +67,10 @@ int main(int argc, char **argv) {
         QStringLiteral("Start without a window and wait for the desktop to ask for one "
                        "(used when the session bus starts Ferrowick)."));
     parser.addOption(serviceOption);
+    const QCommandLineOption newQueueOption(
+        QStringLiteral("new-queue"),
+        QStringLiteral("Open a new, empty queue, also in the Ferrowick that is running."));
+    parser.addOption(newQueueOption);
     parser.addPositionalArgument(QStringLiteral("items"),
                                  QStringLiteral("Queue files to open, or files, folders and "
                                                 "ftp, http or https addresses to copy."),
@@ -81,8 +85,13 @@ int main(int argc, char **argv) {
     ZKApplicationService service(delegate, QDBusConnection::sessionBus());
     if (service.claim() == ZKApplicationService::Claim::Running) {
         QString error;
-        if (ZKApplicationService::forwardToRunningInstance(QDBusConnection::sessionBus(), items,
-                                                           &error)) {
+        const bool handedOver =
+            parser.isSet(newQueueOption) && items.isEmpty()
+                ? ZKApplicationService::activateActionOfRunningInstance(
+                      QDBusConnection::sessionBus(), QStringLiteral("new-queue"), &error)
+                : ZKApplicationService::forwardToRunningInstance(QDBusConnection::sessionBus(),
+                                                                 items, &error);
+        if (handedOver) {
             return 0;
         }
         std::fprintf(stderr,
