@@ -4,6 +4,10 @@
 
 #include "ZKFerrowickDocument.h"
 
+#include <QDialogButtonBox>
+#include <QPushButton>
+#include <QVBoxLayout>
+
 ZKQueueSheet::ZKQueueSheet(ZKFerrowickDocument *document, QWidget *parent)
     : QDialog(parent)
     , m_document(document) {
@@ -28,4 +32,17 @@ void ZKQueueSheet::displaySheetForWindow(QWidget *window) {
         m_first->setFocus();
     }
     open();
+}
+
+QPushButton *ZKQueueSheet::finishLayout(QVBoxLayout *layout, QWidget *last) {
+    auto *buttons = new QDialogButtonBox(this);
+    QPushButton *done = buttons->addButton(QStringLiteral("Done"), QDialogButtonBox::AcceptRole);
+    done->setObjectName(QStringLiteral("doneButton"));
+    done->setDefault(true);
+    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
+    layout->addSpacing(6);
+    layout->addWidget(buttons);
+    setTabOrder(last, done);
+    layout->setSizeConstraint(QLayout::SetFixedSize);
+    return done;
 }

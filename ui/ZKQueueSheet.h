@@ -5,6 +5,8 @@
 #include <QDialog>
 #include <QPointer>
 
+class QPushButton;
+class QVBoxLayout;
 class ZKFerrowickDocument;
 
 // A sheet over a queue's window that shows one of the queue's settings
@@ -35,6 +37,9 @@ protected:
     // controls exist; focus goes to first each time the sheet opens.
     void followDocument(QWidget *first);
     virtual void bind() = 0;
+    // Ends the layout with the Done button, reached by Tab after last, and
+    // gives the sheet the size its controls need.
+    QPushButton *finishLayout(QVBoxLayout *layout, QWidget *last);
 
 private:
     QPointer<ZKFerrowickDocument> m_document;

@@ -7,10 +7,8 @@
 #include "ZKScheduleTimer.h"
 
 #include <QCheckBox>
-#include <QDialogButtonBox>
 #include <QGridLayout>
 #include <QLabel>
-#include <QPushButton>
 #include <QSignalBlocker>
 #include <QTimeEdit>
 #include <QVBoxLayout>
@@ -86,15 +84,7 @@ ZKScheduleSheet::ZKScheduleSheet(ZKFerrowickDocument *document, QWidget *parent)
     }
     layout->addLayout(grid);
 
-    auto *buttons = new QDialogButtonBox(this);
-    QPushButton *done = buttons->addButton(QStringLiteral("Done"), QDialogButtonBox::AcceptRole);
-    done->setObjectName(QStringLiteral("doneButton"));
-    done->setDefault(true);
-    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-    layout->addSpacing(6);
-    layout->addWidget(buttons);
-    setTabOrder(previous, done);
-    layout->setSizeConstraint(QLayout::SetFixedSize);
+    finishLayout(layout, previous);
 
     followDocument(m_switch);
 }

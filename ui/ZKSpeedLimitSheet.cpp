@@ -8,10 +8,8 @@
 #include "ZKSpeedLimitSliderTransformer.h"
 
 #include <QCheckBox>
-#include <QDialogButtonBox>
 #include <QGridLayout>
 #include <QLabel>
-#include <QPushButton>
 #include <QSignalBlocker>
 #include <QSlider>
 #include <QVBoxLayout>
@@ -76,16 +74,8 @@ ZKSpeedLimitSheet::ZKSpeedLimitSheet(ZKFerrowickDocument *document, QWidget *par
     grid->setVerticalSpacing(0);
     layout->addLayout(grid);
 
-    auto *buttons = new QDialogButtonBox(this);
-    QPushButton *done = buttons->addButton(QStringLiteral("Done"), QDialogButtonBox::AcceptRole);
-    done->setObjectName(QStringLiteral("doneButton"));
-    done->setDefault(true);
-    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-    layout->addSpacing(6);
-    layout->addWidget(buttons);
     setTabOrder(m_switch, m_slider);
-    setTabOrder(m_slider, done);
-    layout->setSizeConstraint(QLayout::SetFixedSize);
+    finishLayout(layout, m_slider);
 
     // The slider's limit reaches the queue only now; the switch did at once.
     connect(this, &QDialog::finished, this, [this] {
