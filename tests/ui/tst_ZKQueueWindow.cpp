@@ -51,6 +51,8 @@ private Q_SLOTS:
     void droppedFilesLandWhereDropped();
     void spaceStartsAndPauses();
     void taskDraggedToAnotherWindowMovesThere();
+    void closingAnEditedQueueAsks_data();
+    void closingAnEditedQueueAsks();
     void closingNeitherHangsNorCrashes_data();
     void closingNeitherHangsNorCrashes();
 
@@ -370,6 +372,37 @@ void TestZKQueueWindow::taskDraggedToAnotherWindowMovesThere() {
     into->setDiscardChanges(true);
     into->close();
     QTRY_VERIFY(!into);
+}
+
+void TestZKQueueWindow::closingAnEditedQueueAsks_data() {
+    QTest::addColumn<int>("answer");
+    QTest::addColumn<bool>("closes");
+    QTest::addColumn<bool>("saved");
+
+    QTest::newRow("save") << int(QMessageBox::Save) << true << true;
+    QTest::newRow("don't save") << int(QMessageBox::Discard) << true << false;
+    QTest::newRow("cancel") << int(QMessageBox::Cancel) << false << false;
+}
+
+void TestZKQueueWindow::closingAnEditedQueueAsks() {
+    QFETCH(int, answer);
+    QFETCH(bool, closes);
+    QFETCH(bool, saved);
+
+    ZKQueueWindow *window = openWindow(true);
+    window->document()->setFileName(path("asked.queue"));
+    QVERIFY(writeFile(path("a"), randomBytes(1000, 9)));
+    drop(window, {QUrl::fromLocalFile(path("a"))}, QPoint(20, 20));
+    QTRY_VERIFY(window->isWindowModified());
+    QString asked;
+    whenAsked(window, [&](QMessageBox *box) {
+        asked = box->text();
+        box->button(QMessageBox::StandardButton(answer))->click();
+    });
+    window->close();
+    QVERIFY2(asked.contains(QStringLiteral("\u201casked\u201d")), qUtf8Printable(asked));
+    QTRY_COMPARE(!m_window, closes);
+    QCOMPARE(QFile::exists(path("asked.queue")), saved);
 }
 
 void TestZKQueueWindow::closingNeitherHangsNorCrashes_data() {
