@@ -451,17 +451,47 @@ bool ZKCopyOperation::copyLocally(ZKReader &reader, ZKWriter &file, quint64 posi
     const quint64 end = reader.size();
     loff_t inOffset = loff_t(position);
     loff_t outOffset = loff_t(outStatus.st_size);
+    loff_t dataEnd = inOffset; // where the data extent being copied ends
     bool goOn = true;
     while (quint64(inOffset) < end) {
         if (isCancelled()) {
             goOn = false;
             break;
         }
-        // The block readBlockOfMaximumLength or readBlock would have given.
+        // A hole in the source stays a hole in the copy, as large as it
+        // was, and counts as copied. The copy's length follows at once, so
+        // that it always says how far the copy has come. The extents are
+        // looked up once each: some file systems walk the file to find them.
+        if (inOffset >= dataEnd) {
+            const loff_t data = ::lseek(in, inOffset, SEEK_DATA);
+            const loff_t dataStart = data >= 0 ? std::min<loff_t>(data, loff_t(end))
+                                               : (errno == ENXIO ? loff_t(end) : inOffset);
+            if (dataStart > inOffset) {
+                const loff_t hole = dataStart - inOffset;
+                if (::ftruncate(out, outOffset + hole) != 0) {
+                    break; // the block loop writes the zeros, or says why it cannot
+                }
+                inOffset += hole;
+                outOffset += hole;
+                if (!afterBlock(quint64(hole), 0, pacing)) {
+                    goOn = false;
+                    break;
+                }
+                continue;
+            }
+            const loff_t holeAt = ::lseek(in, inOffset, SEEK_HOLE);
+            dataEnd = holeAt > inOffset ? std::min<loff_t>(holeAt, loff_t(end)) : loff_t(end);
+        }
+        const quint64 dataLeft = quint64(dataEnd - inOffset);
+        // Under a limit, the block readBlockOfMaximumLength or readBlock would
+        // have given. Without one, a call moves several MiB: the kernel's copy
+        // is then as cheap as it gets, and a call still ends long before a
+        // cancel must take effect.
         const quint64 rate = maximumTransferRate();
-        const quint64 wanted = std::min<quint64>(
-            rate != 0 && rate < ZKReader::standardBlockSize ? rate : ZKReader::standardBlockSize,
-            end - quint64(inOffset));
+        const quint64 block =
+            rate == 0 ? unlimitedLocalBlockSize
+                      : (rate < ZKReader::standardBlockSize ? rate : ZKReader::standardBlockSize);
+        const quint64 wanted = std::min(block, dataLeft);
         const ssize_t copied = ::copy_file_range(in, &inOffset, out, &outOffset, wanted, 0);
         if (copied <= 0) {
             if (copied < 0 && errno == EINTR) {

@@ -64,6 +64,7 @@ private:
     };
     // Files this large go through the kernel when both ends are local.
     static constexpr quint64 localCopyMinimum = 16 * ZKReader::standardBlockSize;
+    static constexpr quint64 unlimitedLocalBlockSize = 8 * 1024 * 1024;
 
     void copyContents(ZKReader &reader, ZKWriter &file, quint64 position);
     bool copyLocally(ZKReader &reader, ZKWriter &file, quint64 position, Pacing &pacing);

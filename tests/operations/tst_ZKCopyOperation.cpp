@@ -76,6 +76,7 @@ private Q_SLOTS:
     void replacesAFileChosenForReplacement_data();
     void replacesAFileChosenForReplacement();
     void cancelStopsWithinABlockAndKeepsThePartialFile();
+    void holesStayHoles();
     void secondCopyOfAFolderCopiesNothing();
     void links_data();
     void links();
@@ -202,6 +203,38 @@ void TestZKCopyOperation::cancelStopsWithinABlockAndKeepsThePartialFile() {
     resumed->start();
     QVERIFY2(!resumed->error(), qPrintable(errorText(*resumed)));
     QVERIFY(readFile(path("dest/slow.bin")) == content);
+}
+
+void TestZKCopyOperation::holesStayHoles() {
+    // 48 MiB holding 64 KiB of data: at the start, in the middle, then a
+    // hole to the end.
+    const qint64 size = 48 << 20;
+    const QByteArray head = randomBytes(32768, 20);
+    const QByteArray middle = randomBytes(32768, 21);
+    {
+        QFile file(path("sparse.img"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QVERIFY(file.write(head) == head.size() && file.seek(20 << 20) &&
+                file.write(middle) == middle.size() && file.resize(size));
+    }
+    struct stat status {};
+    QVERIFY(::stat(QFile::encodeName(path("sparse.img")).constData(), &status) == 0);
+    if (status.st_blocks * 512 > 4 << 20) {
+        QSKIP("the temporary folder's file system keeps no holes");
+    }
+
+    auto operation = copier(path("sparse.img"), path("dest"));
+    Activity activity(operation.get());
+    operation->start();
+    QVERIFY2(!operation->error(), qPrintable(errorText(*operation)));
+    QVERIFY(readFile(path("dest/sparse.img")) == readFile(path("sparse.img")));
+    QVERIFY(::stat(QFile::encodeName(path("dest/sparse.img")).constData(), &status) == 0);
+    QCOMPARE(qint64(status.st_size), size);
+    QVERIFY2(status.st_blocks * 512 < 4 << 20,
+             qPrintable(QStringLiteral("the copy takes %1 bytes").arg(status.st_blocks * 512)));
+    // Progress counts the file's size, holes included.
+    QCOMPARE(std::accumulate(activity.bytes.begin(), activity.bytes.end(), quint64(0)),
+             quint64(size));
 }
 
 void TestZKCopyOperation::secondCopyOfAFolderCopiesNothing() {
