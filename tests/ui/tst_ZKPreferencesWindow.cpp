@@ -115,10 +115,6 @@ private Q_SLOTS:
     void soundListsAreSortedAfterNone();
     void choosingASoundPlaysIt_data();
     void choosingASoundPlaysIt();
-    void everyControlIsNamedAndReachable();
-    void tabFollowsEachPageDownwards();
-    void keysCloseTheWindow_data();
-    void keysCloseTheWindow();
 
 private:
     QTemporaryDir m_dir;
@@ -408,109 +404,6 @@ void TestZKPreferencesWindow::choosingASoundPlaysIt() {
     QVERIFY(defaults().hasObject(key));
     QCOMPARE(defaults().stringForKey(key), stored);
     QCOMPARE(heard, played);
-}
-
-void TestZKPreferencesWindow::everyControlIsNamedAndReachable() {
-    ZKPreferencesWindow window;
-    const QList<QWidget *> widgets = window.findChildren<QWidget *>();
-    QStringList controls;
-    for (QWidget *widget : widgets) {
-        if (!qobject_cast<QCheckBox *>(widget) && !qobject_cast<QComboBox *>(widget) &&
-            !qobject_cast<QAbstractSpinBox *>(widget)) {
-            continue;
-        }
-        controls << widget->objectName();
-        const QString what = widget->objectName() + QLatin1Char(' ') +
-                             QString::fromLatin1(widget->metaObject()->className());
-        QVERIFY2(!widget->accessibleName().isEmpty(), qUtf8Printable(what));
-    }
-    // Every key a user sets has its control.
-    QStringList keys;
-    for (const QLatin1StringView key : kSwitches) {
-        keys << key;
-    }
-    for (const QLatin1StringView key :
-         {ZKPreferences::queueState, ZKPreferences::symbolicLinkAction,
-          ZKPreferences::automaticRetryDelaySeconds, ZKPreferences::downloadTimeout,
-          ZKPreferences::completionSound, ZKPreferences::failureSound,
-          ZKPreferences::defaultDestination, ZKPreferences::speedLimit,
-          ZKPreferences::startCopyTime, ZKPreferences::stopCopyTime,
-          ZKPreferences::startSpeedLimitTime, ZKPreferences::stopSpeedLimitTime}) {
-        keys << key;
-    }
-    keys.sort();
-    controls.sort();
-    QCOMPARE(controls, keys);
-}
-
-void TestZKPreferencesWindow::tabFollowsEachPageDownwards() {
-    // Every switch on, so that nothing is skipped for being disabled.
-    for (const QLatin1StringView key : kSwitches) {
-        defaults().setBool(key, true);
-    }
-    ZKPreferencesWindow window;
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    auto *tabs = window.findChild<QTabWidget *>();
-    for (int i = 0; i < tabs->count(); ++i) {
-        tabs->setCurrentIndex(i);
-        QWidget *page = tabs->widget(i);
-        tabs->tabBar()->setFocus(Qt::TabFocusReason);
-        QPoint previous(-1, -1);
-        QWidget *last = nullptr;
-        int reached = 0;
-        // Bounded, so that a control that keeps Tab fails rather than hangs.
-        for (int step = 0; step < 100; ++step) {
-            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-            QWidget *focus = QApplication::focusWidget();
-            if (!page->isAncestorOf(focus)) {
-                break;
-            }
-            // A time field takes Tab to its minutes first.
-            if (focus == last) {
-                continue;
-            }
-            last = focus;
-            const QPoint at = focus->mapTo(&window, QPoint(0, focus->height() / 2));
-            const QString where = focus->objectName();
-            // Downwards, or rightwards along one row (whose controls differ
-            // in height by a few pixels).
-            const bool sameRow = qAbs(at.y() - previous.y()) <= 4;
-            QVERIFY2(sameRow ? at.x() > previous.x() : at.y() > previous.y(),
-                     qUtf8Printable(where));
-            previous = at;
-            ++reached;
-        }
-        const auto controls =
-            page->findChildren<QWidget *>(QRegularExpression(QStringLiteral(".+")));
-        int focusable = 0;
-        for (QWidget *control : controls) {
-            focusable += (control->focusPolicy() & Qt::TabFocus) && control->isVisibleTo(page) &&
-                         !control->objectName().startsWith(u"qt_");
-        }
-        QCOMPARE(reached, focusable);
-    }
-}
-
-void TestZKPreferencesWindow::keysCloseTheWindow_data() {
-    QTest::addColumn<QKeySequence>("keys");
-    QTest::newRow("Escape") << QKeySequence(Qt::Key_Escape);
-    QTest::newRow("Ctrl+W") << QKeySequence(QKeySequence::Close);
-    QTest::newRow("Close button") << QKeySequence();
-}
-
-void TestZKPreferencesWindow::keysCloseTheWindow() {
-    QFETCH(QKeySequence, keys);
-    ZKPreferencesWindow window;
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    if (keys.isEmpty()) {
-        auto *buttons = window.findChild<QDialogButtonBox *>();
-        QTest::mouseClick(buttons->button(QDialogButtonBox::Close), Qt::LeftButton);
-    } else {
-        QTest::keySequence(&window, keys);
-    }
-    QTRY_VERIFY(!window.isVisible());
 }
 
 int main(int argc, char **argv) {
