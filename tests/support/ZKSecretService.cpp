@@ -43,36 +43,26 @@ bool ZKSecretService::fail(const QString &reason) {
 void ZKSecretService::stop() {
     QDBusConnection::disconnectFromBus(probeName);
     finish(m_keyring);
-    finish(m_bus);
+    m_bus.reset();
 }
 
 bool ZKSecretService::start() {
-    const QString busProgram = QStandardPaths::findExecutable(QStringLiteral("dbus-daemon"));
     const QString keyringProgram =
         QStandardPaths::findExecutable(QStringLiteral("gnome-keyring-daemon"));
-    if (busProgram.isEmpty() || keyringProgram.isEmpty()) {
-        return fail(QStringLiteral("dbus-daemon or gnome-keyring-daemon is not installed"));
+    if (keyringProgram.isEmpty()) {
+        return fail(QStringLiteral("gnome-keyring-daemon is not installed"));
     }
     if (!m_folder.isValid()) {
         return fail(QStringLiteral("no temporary folder"));
     }
 
-    // A test that dies must not leave its bus and keyring running.
-    const auto dieWithTheTest = [] {
-        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-    };
-    m_bus.setChildProcessModifier(dieWithTheTest);
-    m_keyring.setChildProcessModifier(dieWithTheTest);
-    m_bus.start(busProgram, {QStringLiteral("--session"), QStringLiteral("--nofork"),
-                             QStringLiteral("--print-address=1")});
-    if (!m_bus.waitForStarted(5000) || !m_bus.waitForReadyRead(5000)) {
-        return fail(QStringLiteral("the session bus did not start"));
+    m_bus = std::make_unique<ZKSessionBus>();
+    if (!m_bus->start()) {
+        return fail(m_bus->errorString());
     }
-    const QByteArray address = m_bus.readLine().trimmed();
-    if (address.isEmpty()) {
-        return fail(QStringLiteral("the session bus gave no address"));
-    }
-    qputenv("DBUS_SESSION_BUS_ADDRESS", address);
+    const QByteArray address = m_bus->address().toUtf8();
+    // A test that dies must not leave its keyring running.
+    m_keyring.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
 
     const QDir folder(m_folder.path());
     const QString runtime = folder.filePath(QStringLiteral("run"));

@@ -2,9 +2,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "ZKSessionBus.h"
+
 #include <QProcess>
 #include <QString>
 #include <QTemporaryDir>
+
+#include <memory>
 
 // A Secret Service of the test's own: a private session bus with
 // gnome-keyring-daemon on it, unlocked, keeping its keyrings in a temporary
@@ -28,7 +32,7 @@ private:
     bool fail(const QString &reason);
 
     QTemporaryDir m_folder;
-    QProcess m_bus;
+    std::unique_ptr<ZKSessionBus> m_bus;
     QProcess m_keyring;
     QString m_errorString;
 };
