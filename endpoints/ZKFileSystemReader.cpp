@@ -472,9 +472,12 @@ bool ZKFileSystemReader::open() {
     }
     const QString path = m_url.toLocalFile();
     const QByteArray encoded = encodedPath();
+    const unsigned int wanted = STATX_BASIC_STATS | STATX_BTIME;
+    if (openDirectly(encoded, wanted)) {
+        return true;
+    }
 
     struct statx attributes {};
-    const unsigned int wanted = STATX_BASIC_STATS | STATX_BTIME;
     if (::statx(AT_FDCWD, encoded.constData(), AT_SYMLINK_NOFOLLOW, wanted, &attributes) != 0) {
         setError(readError(QStringLiteral("Unable to determine the size of '%1': %2")
                                .arg(path, errnoText(errno))));
@@ -501,18 +504,7 @@ bool ZKFileSystemReader::open() {
         }
     }
 
-    m_isDirectory = S_ISDIR(attributes.stx_mode);
-    m_size = attributes.stx_size;
-    if (attributes.stx_mask & STATX_BTIME) {
-        m_creationDate = dateFrom(attributes.stx_btime);
-    }
-    m_modificationDate = dateFrom(attributes.stx_mtime);
-    m_permissions = quint16(attributes.stx_mode & 07777);
-    m_owner = attributes.stx_uid;
-    m_group = attributes.stx_gid;
-    m_isImmutable = (attributes.stx_attributes_mask & STATX_ATTR_IMMUTABLE) &&
-                    (attributes.stx_attributes & STATX_ATTR_IMMUTABLE);
-
+    takeAttributes(attributes);
     if (m_isDirectory) {
         m_size = 0;
         return true;
@@ -546,6 +538,49 @@ bool ZKFileSystemReader::open() {
     // The size of the file actually opened: what hasMoreData measures against.
     m_size = quint64(opened.st_size);
     return true;
+}
+
+void ZKFileSystemReader::takeAttributes(const struct statx &attributes) {
+    m_isDirectory = S_ISDIR(attributes.stx_mode);
+    m_size = attributes.stx_size;
+    if (attributes.stx_mask & STATX_BTIME) {
+        m_creationDate = dateFrom(attributes.stx_btime);
+    }
+    m_modificationDate = dateFrom(attributes.stx_mtime);
+    m_permissions = quint16(attributes.stx_mode & 07777);
+    m_owner = attributes.stx_uid;
+    m_group = attributes.stx_gid;
+    m_isImmutable = (attributes.stx_attributes_mask & STATX_ATTR_IMMUTABLE) &&
+                    (attributes.stx_attributes & STATX_ATTR_IMMUTABLE);
+}
+
+// The usual cases in two calls: a regular file that can be read, or a folder,
+// with the attributes of the item actually opened. Anything else (a link, a
+// file that cannot be opened) is left to the slower look, which says what is
+// wrong in the user's words.
+bool ZKFileSystemReader::openDirectly(const QByteArray &encoded, unsigned int wanted) {
+    // O_NONBLOCK: a FIFO put here must not hang the open.
+    const int fd = ::open(encoded.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
+    if (fd < 0) {
+        return false;
+    }
+    struct statx attributes {};
+    const bool known = ::statx(fd, "", AT_EMPTY_PATH, wanted, &attributes) == 0;
+    if (known && S_ISREG(attributes.stx_mode)) {
+        m_exists = true;
+        takeAttributes(attributes);
+        m_fd = fd;
+        m_offset = 0;
+        return true;
+    }
+    ::close(fd);
+    if (known && S_ISDIR(attributes.stx_mode)) {
+        m_exists = true;
+        takeAttributes(attributes);
+        m_size = 0;
+        return true;
+    }
+    return false;
 }
 
 void ZKFileSystemReader::close() {
@@ -711,7 +746,7 @@ ZKEnumerationResult ZKFileSystemReader::walkFileInfo(const QByteArray &root, QBy
                 info.skipReason = notCopyableReason(entry.path);
             }
         }
-        if (info.skipReason.isEmpty()) {
+        if (info.skipReason.isEmpty() && walkChecksAccess()) {
             info.readable = ::faccessat(entry.parentFd, name, R_OK, accessFlags) == 0;
             info.writable = ::faccessat(entry.parentFd, name, W_OK, accessFlags) == 0;
         }

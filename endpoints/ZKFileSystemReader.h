@@ -14,6 +14,8 @@
 #include <limits>
 #include <memory>
 
+struct statx;
+
 // The reader of a local file, folder or symbolic link. The item is remembered
 // by path and by a bookmark (device and inode), so that a source given another
 // name after it was queued is still found.
@@ -97,6 +99,8 @@ private:
     void resetAttributes();
     void markUncopyable();
     void closeHandle();
+    void takeAttributes(const struct statx &attributes);
+    bool openDirectly(const QByteArray &encoded, unsigned int wanted);
     QByteArray encodedPath() const;
     ZKEnumerationResult walkFileInfo(const QByteArray &root, QByteArrayList &chain,
                                      const FileInfoBlock &block);

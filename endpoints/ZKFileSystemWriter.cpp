@@ -173,9 +173,11 @@ std::shared_ptr<ZKFileSystemWriter> ZKFileSystemWriter::writerWithFile(const QUr
 
 std::shared_ptr<ZKFileSystemWriter> ZKFileSystemWriter::childWriter(const QByteArray &path,
                                                                     bool isDirectory) {
-    auto child = std::make_shared<ZKFileSystemWriter>(QUrl::fromLocalFile(QFile::decodeName(path)),
-                                                      isDirectory);
+    auto child = std::make_shared<ZKFileSystemWriter>(QVariantMap());
+    child->setUrlAndFilename(QUrl::fromLocalFile(QFile::decodeName(path)));
+    child->m_isDirectory = isDirectory;
     child->m_refusesLinks = true;
+    child->m_bookmarkDeferred = true;
     return child;
 }
 
@@ -221,8 +223,9 @@ QVariantMap ZKFileSystemWriter::asPropertyList() const {
     propertyList.insert(typeKey, QStringLiteral("FileSystemWriter"));
     propertyList.insert(pathKey, path());
     propertyList.insert(isDirectoryKey, m_isDirectory);
-    if (!m_bookmark.isEmpty()) {
-        propertyList.insert(bookmarkKey, m_bookmark);
+    const QByteArray bookmark = m_bookmarkDeferred ? ZKBookmark::create(path()) : m_bookmark;
+    if (!bookmark.isEmpty()) {
+        propertyList.insert(bookmarkKey, bookmark);
     }
     return propertyList;
 }
@@ -274,6 +277,7 @@ void ZKFileSystemWriter::closeHandle() {
         ::close(m_fd);
         m_fd = -1;
     }
+    m_createdHere = false;
 }
 
 bool ZKFileSystemWriter::open() {
@@ -287,6 +291,20 @@ bool ZKFileSystemWriter::open() {
     }
     const QString shownPath = path();
     const QByteArray encoded = QFile::encodeName(shownPath);
+
+    if (!m_isDirectory) {
+        // The usual case in a copy: nothing stands there yet, and the file
+        // this makes is a new, empty, regular one. O_EXCL never follows a
+        // link. Anything else is sorted out below.
+        const int fd =
+            ::open(encoded.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NONBLOCK, 0666);
+        if (fd >= 0) {
+            m_fd = fd;
+            m_createdHere = true;
+            m_size = 0;
+            return lockHandle(shownPath);
+        }
+    }
 
     // An item made inside the destination never goes through a link that
     // stands in its place: what it points to is not the destination's to fill.
@@ -368,20 +386,8 @@ bool ZKFileSystemWriter::open() {
     // O_NONBLOCK stays: it changes nothing for a regular file, and clearing
     // it costs two calls for every file of a copy.
     m_fd = fd;
-
-    // flock locks the open file description, so a second writer in this very
-    // process is refused as well as one in another process.
-    if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
-        const int number = errno;
-        if (number == EWOULDBLOCK) {
-            setError(createError(
-                QStringLiteral("Unable to access '%1': another process is writing to the file.")
-                    .arg(shownPath)));
-            return false; // the caller closes
-        }
-        qCWarning(lcEndpoints).noquote() << QStringLiteral("Unable to lock '%1': %2 (%3).")
-                                                .arg(shownPath, errnoText(number))
-                                                .arg(number);
+    if (!lockHandle(shownPath)) {
+        return false; // the caller closes
     }
 
     // A file this call made is empty; one that existed is continued at its end.
@@ -395,6 +401,25 @@ bool ZKFileSystemWriter::open() {
     }
     // Measured under the lock: the bytes a resumed copy continues from.
     m_size = quint64(end);
+    return true;
+}
+
+// flock locks the open file description, so a second writer in this very
+// process is refused as well as one in another process.
+bool ZKFileSystemWriter::lockHandle(const QString &shownPath) {
+    if (::flock(m_fd, LOCK_EX | LOCK_NB) == 0) {
+        return true;
+    }
+    const int number = errno;
+    if (number == EWOULDBLOCK) {
+        setError(createError(
+            QStringLiteral("Unable to access '%1': another process is writing to the file.")
+                .arg(shownPath)));
+        return false;
+    }
+    qCWarning(lcEndpoints).noquote() << QStringLiteral("Unable to lock '%1': %2 (%3).")
+                                            .arg(shownPath, errnoText(number))
+                                            .arg(number);
     return true;
 }
 
@@ -530,13 +555,20 @@ void ZKFileSystemWriter::setModificationDate(const QDateTime &date) {
     }
     // AT_SYMLINK_NOFOLLOW: a copied link gets its own date, its target is left alone.
     const QByteArray encoded = QFile::encodeName(path());
-    if (::utimensat(AT_FDCWD, encoded.constData(), times, AT_SYMLINK_NOFOLLOW) != 0) {
+    if ((m_fd >= 0 ? ::futimens(m_fd, times)
+                   : ::utimensat(AT_FDCWD, encoded.constData(), times, AT_SYMLINK_NOFOLLOW)) != 0) {
         logSetFailure("modificationDate", date.toString(Qt::ISODateWithMs), errno);
     }
 }
 
 void ZKFileSystemWriter::setPermissions(quint16 permissions) {
     if (permissions == 0) {
+        return;
+    }
+    if (m_fd >= 0) {
+        if (::fchmod(m_fd, mode_t(permissions & 07777)) != 0) {
+            logSetFailure("permissions", QString::number(permissions, 8), errno);
+        }
         return;
     }
     const QByteArray encoded = QFile::encodeName(path());
@@ -555,7 +587,12 @@ void ZKFileSystemWriter::setOwner(quint64 owner) {
         logSetFailure("owner", QString::number(owner), EINVAL);
         return;
     }
-    if (::lchown(encoded.constData(), uid_t(owner), uid_t(-1)) != 0) {
+    static const uid_t self = ::geteuid();
+    if (m_fd >= 0 && m_createdHere && owner == self) {
+        return; // already its owner
+    }
+    if ((m_fd >= 0 ? ::fchown(m_fd, uid_t(owner), gid_t(-1))
+                   : ::lchown(encoded.constData(), uid_t(owner), gid_t(-1))) != 0) {
         logSetFailure("owner", QString::number(owner), errno);
     }
 }
@@ -566,7 +603,8 @@ void ZKFileSystemWriter::setGroup(quint64 group) {
         logSetFailure("group", QString::number(group), EINVAL);
         return;
     }
-    if (::lchown(encoded.constData(), uid_t(-1), gid_t(group)) != 0) {
+    if ((m_fd >= 0 ? ::fchown(m_fd, uid_t(-1), gid_t(group))
+                   : ::lchown(encoded.constData(), uid_t(-1), gid_t(group))) != 0) {
         logSetFailure("group", QString::number(group), errno);
     }
 }

@@ -50,6 +50,9 @@ public:
 
     // Linux keeps no settable creation date: a quiet no-op.
     void setCreationDate(const QDateTime &date) override;
+    // While the file is open, the attributes go through its descriptor:
+    // no path is looked up again, and nothing put in its place meanwhile is
+    // touched.
     void setModificationDate(const QDateTime &date) override;
     // 0 is ignored: it means the source's mode was unknown.
     void setPermissions(quint16 permissions) override;
@@ -87,6 +90,7 @@ private:
     // A writer for an item made inside this folder: see m_refusesLinks.
     static std::shared_ptr<ZKFileSystemWriter> childWriter(const QByteArray &path,
                                                            bool isDirectory);
+    bool lockHandle(const QString &shownPath);
 
     QUrl m_url;
     QString m_filename;
@@ -96,8 +100,13 @@ private:
     // folder the user chose may itself be a link, and is followed.
     bool m_refusesLinks = false;
     QByteArray m_bookmark;
+    // The items of a copy are made by the thousand and almost never saved:
+    // their bookmark is made only if one is saved.
+    bool m_bookmarkDeferred = false;
     QUrl m_bookmarkUrl;
     bool m_startedAccessing = false;
     int m_fd = -1;
+    // The open file was made by this open, so it belongs to this process's user.
+    bool m_createdHere = false;
     quint64 m_size = 0;
 };

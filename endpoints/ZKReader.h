@@ -85,6 +85,12 @@ public:
 
     const ZKOptionalError &error() const { return m_error; }
 
+    // Whether enumerateFileInfoWithBlock tells if each item is readable and
+    // writable (on unless turned off). A copy that only needs names, types,
+    // sizes and dates spares the question for every item where asking costs.
+    bool walkChecksAccess() const { return m_walkChecksAccess; }
+    void setWalkChecksAccess(bool check) { m_walkChecksAccess = check; }
+
     // Readers of the same class are equal when their URLs are.
     virtual bool isEqual(const ZKReader &other) const;
     QString description() const { return url().path(); }
@@ -95,6 +101,7 @@ protected:
 
 private:
     ZKOptionalError m_error;
+    bool m_walkChecksAccess = true;
 };
 
 using ZKReaderPtr = std::shared_ptr<ZKReader>;

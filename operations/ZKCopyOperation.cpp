@@ -31,6 +31,7 @@ ZKCopyOperation::ZKCopyOperation(ZKReaderPtr source, ZKWriterPtr destination, qu
 
 void ZKCopyOperation::main() {
     m_startTime = Clock::now();
+    m_pacing = Pacing{m_startTime};
     m_bytesWritten = 0;
     m_topLevel = true;
     throttle().beginTransfer();
@@ -54,6 +55,10 @@ void ZKCopyOperation::main() {
     }
     m_destination->close();
     m_source->close();
+    countCopied();
+    if (m_pacing.unreported != 0) {
+        report();
+    }
 }
 
 // A link that stands where the item goes and that the user chose to replace
@@ -153,6 +158,7 @@ void ZKCopyOperation::copyDirectoryFrom(ZKReader &reader, ZKWriter &folder) {
     // What is already there, one level deep.
     QHash<QString, ZKFileInfo> index;
     const QUrl newFolderUrl = existing->url();
+    existing->setWalkChecksAccess(false);
     existing->enumerateFileInfoWithBlock([&](const ZKFileInfo &info) {
         if (isChildOf(info.url, newFolderUrl)) {
             index.insert(info.url.fileName(), info);
@@ -166,6 +172,9 @@ void ZKCopyOperation::copyDirectoryFrom(ZKReader &reader, ZKWriter &folder) {
 
     const QUrl folderUrl = reader.url();
     if (inProgress()) {
+        // The analysis asked about access already; the copy meets any
+        // change since when it opens the item.
+        reader.setWalkChecksAccess(false);
         reader.enumerateFileInfoWithBlock([&](const ZKFileInfo &item) {
             // A followed link's contents come under the target's path before
             // the link; they are copied when the link itself is.
@@ -241,9 +250,18 @@ void ZKCopyOperation::copyFileFrom(ZKReader &reader, ZKWriter &folder) {
     }
 
     copyContents(reader, *file, resumedAt);
-    file->close();
+    // A local file takes its attributes through the descriptor it was
+    // written through, which spares looking up its path for each; a remote
+    // one only once its transfer has ended.
+    const bool whileOpen = file->isLocal();
+    if (!whileOpen) {
+        file->close();
+    }
     if (!isCancelled() && !hasError()) {
         copyAttributesFrom(reader, *file, true);
+    }
+    if (whileOpen) {
+        file->close();
     }
 }
 
@@ -358,18 +376,24 @@ QByteArray ZKCopyOperation::readNextBlockFromSource(ZKReader &reader) {
     return rate != 0 ? reader.readBlockOfMaximumLength(rate) : reader.readBlock();
 }
 
-void ZKCopyOperation::report(quint64 &unreported, Clock::time_point &lastNotification) {
-    const Clock::time_point now = Clock::now();
-    m_bytesCopied += unreported;
-    postActivity(unreported, m_bytesWritten,
-                 std::chrono::duration<double>(now - lastNotification).count(),
-                 std::chrono::duration<double>(now - m_startTime).count());
-    lastNotification = now;
-    unreported = 0;
+void ZKCopyOperation::countCopied() {
+    m_bytesCopied += m_pacing.uncounted;
+    m_pacing.uncounted = 0;
 }
 
-bool ZKCopyOperation::afterBlock(quint64 length, quint64 rate, Pacing &pacing) {
-    pacing.unreported += length;
+void ZKCopyOperation::report() {
+    const Clock::time_point now = Clock::now();
+    countCopied();
+    postActivity(m_pacing.unreported, m_bytesWritten,
+                 std::chrono::duration<double>(now - m_pacing.lastNotification).count(),
+                 std::chrono::duration<double>(now - m_startTime).count());
+    m_pacing.lastNotification = now;
+    m_pacing.unreported = 0;
+}
+
+bool ZKCopyOperation::afterBlock(quint64 length, quint64 rate) {
+    m_pacing.unreported += length;
+    m_pacing.uncounted += length;
     m_bytesWritten += length;
     if (isCancelled()) {
         return false;
@@ -378,18 +402,16 @@ bool ZKCopyOperation::afterBlock(quint64 length, quint64 rate, Pacing &pacing) {
     if (isCancelled()) {
         return false;
     }
-    if (secondsSince(pacing.lastNotification) > minimumTimeBetweenNotifications()) {
-        report(pacing.unreported, pacing.lastNotification);
+    if (secondsSince(m_pacing.lastNotification) > minimumTimeBetweenNotifications()) {
+        report();
     }
     return true;
 }
 
 void ZKCopyOperation::copyContents(ZKReader &reader, ZKWriter &file, quint64 position) {
-    Pacing pacing;
-    pacing.lastNotification = Clock::now();
     const bool local = reader.isLocal() && file.isLocal() && reader.size() > position &&
                        reader.size() - position >= localCopyMinimum;
-    const bool goOn = !local || copyLocally(reader, file, position, pacing);
+    const bool goOn = !local || copyLocally(reader, file, position);
     while (goOn && reader.hasMoreData()) {
         if (isCancelled()) {
             break;
@@ -412,13 +434,11 @@ void ZKCopyOperation::copyContents(ZKReader &reader, ZKWriter &file, quint64 pos
             }
             length = quint64(block.size());
         }
-        if (!afterBlock(length, rate, pacing)) {
+        if (!afterBlock(length, rate)) {
             break;
         }
     }
-    if (pacing.unreported != 0) {
-        report(pacing.unreported, pacing.lastNotification);
-    }
+    countCopied();
 }
 
 // Between two local files the kernel copies each block itself, which spares
@@ -427,8 +447,7 @@ void ZKCopyOperation::copyContents(ZKReader &reader, ZKWriter &file, quint64 pos
 // wrong here is left to the block loop, which continues from the same place
 // and reports a failure in the endpoints' own words. Answers false when the
 // block loop must not continue.
-bool ZKCopyOperation::copyLocally(ZKReader &reader, ZKWriter &file, quint64 position,
-                                  Pacing &pacing) {
+bool ZKCopyOperation::copyLocally(ZKReader &reader, ZKWriter &file, quint64 position) {
     const QByteArray sourcePath = QFile::encodeName(reader.url().toLocalFile());
     const QByteArray copyPath = QFile::encodeName(file.url().toLocalFile());
     const int in = ::open(sourcePath.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
@@ -473,7 +492,7 @@ bool ZKCopyOperation::copyLocally(ZKReader &reader, ZKWriter &file, quint64 posi
                 }
                 inOffset += hole;
                 outOffset += hole;
-                if (!afterBlock(quint64(hole), 0, pacing)) {
+                if (!afterBlock(quint64(hole), 0)) {
                     goOn = false;
                     break;
                 }
@@ -499,7 +518,7 @@ bool ZKCopyOperation::copyLocally(ZKReader &reader, ZKWriter &file, quint64 posi
             }
             break;
         }
-        if (!afterBlock(quint64(copied), rate, pacing)) {
+        if (!afterBlock(quint64(copied), rate)) {
             goOn = false;
             break;
         }
@@ -535,6 +554,12 @@ bool ZKCopyOperation::copyLocally(ZKReader &reader, ZKWriter &file, quint64 posi
 }
 
 void ZKCopyOperation::copyAttributesFrom(ZKReader &reader, ZKWriter &writer, bool complete) {
+    // Ownership first: a change of owner or group clears the set-user-ID and
+    // set-group-ID bits, which the mode then puts back.
+    if (m_copyOwnership) {
+        writer.setGroup(reader.group());
+        writer.setOwner(reader.owner());
+    }
     if (m_copyCreationTime) {
         writer.setCreationDate(reader.creationDate());
     }
@@ -543,10 +568,6 @@ void ZKCopyOperation::copyAttributesFrom(ZKReader &reader, ZKWriter &writer, boo
     }
     if (m_copyPermissions && complete) {
         writer.setPermissions(reader.permissions());
-    }
-    if (m_copyOwnership) {
-        writer.setGroup(reader.group());
-        writer.setOwner(reader.owner());
     }
     writer.setIsExtensionHidden(reader.isExtensionHidden());
     // Last: an immutable item refuses every later change. A file that was

@@ -15,7 +15,8 @@
 // only. A file that an earlier run left incomplete is continued from its
 // length; items the analysis marked are skipped or replaced without asking.
 // Progress leaves the operation thread only through activity notifications,
-// after bytesCopied() has been brought up to date.
+// after bytesCopied() has been brought up to date, at most once per
+// minimumTimeBetweenNotifications() and once at the end.
 class ZKCopyOperation : public ZKFileOperation {
 public:
     // offset: bytes the task already counts as done (0 for a fresh copy).
@@ -58,19 +59,24 @@ private:
     ZKWriterPtr openForResume(ZKReader &reader, ZKWriter &folder, ZKWriterPtr file);
     ZKWriterPtr reopenForAppend(ZKWriterPtr file, quint64 existingSize);
     void removeReplacedLink(ZKWriter &folder, const QString &name);
+    // Kept across the files of a folder: a notification costs the main
+    // thread a wake-up, so a tree of small files is reported at the same
+    // pace as one large file, and only bytesCopied() follows every file.
     struct Pacing {
         Clock::time_point lastNotification;
-        quint64 unreported = 0;
+        quint64 unreported = 0; // in no notification yet
+        quint64 uncounted = 0;  // not yet in bytesCopied()
     };
     // Files this large go through the kernel when both ends are local.
     static constexpr quint64 localCopyMinimum = 16 * ZKReader::standardBlockSize;
     static constexpr quint64 unlimitedLocalBlockSize = 8 * 1024 * 1024;
 
     void copyContents(ZKReader &reader, ZKWriter &file, quint64 position);
-    bool copyLocally(ZKReader &reader, ZKWriter &file, quint64 position, Pacing &pacing);
-    bool afterBlock(quint64 length, quint64 rate, Pacing &pacing);
+    bool copyLocally(ZKReader &reader, ZKWriter &file, quint64 position);
+    bool afterBlock(quint64 length, quint64 rate);
+    void countCopied();
     QByteArray readNextBlockFromSource(ZKReader &reader);
-    void report(quint64 &unreported, Clock::time_point &lastNotification);
+    void report();
 
     ZKReaderPtr m_source;
     ZKWriterPtr m_destination;
@@ -82,6 +88,7 @@ private:
     bool m_copyOwnership = true;
     qint32 m_symbolicLinkHandling = ZKSymbolicLinkHandlingCopyLink;
     Clock::time_point m_startTime;
+    Pacing m_pacing;
     quint64 m_bytesWritten = 0;
     bool m_topLevel = true;
 };

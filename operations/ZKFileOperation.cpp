@@ -20,18 +20,62 @@ void ZKFileOperation::setMinimumTimeBetweenNotifications(double seconds) {
 
 void ZKFileOperation::setSkippedFileRegexes(const QList<QRegularExpression> &regexes) {
     m_skippedFileRegexes = regexes;
+    m_skippedFileMatcher = joined(regexes);
 }
 
 void ZKFileOperation::setTemporaryFileRegexes(const QList<QRegularExpression> &regexes) {
     m_temporaryFileRegexes = regexes;
+    m_temporaryFileMatcher = joined(regexes);
 }
 
 void ZKFileOperation::setSkippedFilePatterns(const QStringList &patterns) {
-    m_skippedFileRegexes = convertPatterns(patterns);
+    setSkippedFileRegexes(convertPatterns(patterns));
 }
 
 void ZKFileOperation::setTemporaryFilePatterns(const QStringList &patterns) {
-    m_temporaryFileRegexes = convertPatterns(patterns);
+    setTemporaryFileRegexes(convertPatterns(patterns));
+}
+
+QRegularExpression ZKFileOperation::joined(const QList<QRegularExpression> &regexes) {
+    QStringList alternatives;
+    for (const QRegularExpression &regex : regexes) {
+        if (!regex.isValid()) {
+            continue;
+        }
+        // A quoted tail (\Q without \E) would swallow the alternatives after it.
+        if (regex.captureCount() != 0 || regex.pattern().contains(QLatin1String("\\Q")) ||
+            regex.patternOptions() != regexes.front().patternOptions()) {
+            return {};
+        }
+        alternatives.append(QStringLiteral("(?:%1)").arg(regex.pattern()));
+    }
+    if (alternatives.isEmpty()) {
+        return {};
+    }
+    // Shared like the patterns themselves: every step of every task joins the same list.
+    static std::mutex lock;
+    static QHash<QString, QRegularExpression> compiled;
+    const QString pattern = alternatives.join(QLatin1Char('|'));
+    std::lock_guard locker(lock);
+    auto found = compiled.constFind(pattern);
+    if (found == compiled.constEnd()) {
+        found =
+            compiled.insert(pattern, QRegularExpression(pattern, regexes.front().patternOptions()));
+    }
+    return found->isValid() ? found.value() : QRegularExpression();
+}
+
+bool ZKFileOperation::matchesAny(const QList<QRegularExpression> &regexes,
+                                 const QRegularExpression &matcher, const QString &name) {
+    if (regexes.isEmpty()) {
+        return false;
+    }
+    if (matcher.isValid() && !matcher.pattern().isEmpty()) {
+        return matcher.match(name).hasMatch();
+    }
+    return std::any_of(regexes.cbegin(), regexes.cend(), [&name](const QRegularExpression &regex) {
+        return regex.isValid() && regex.match(name).hasMatch();
+    });
 }
 
 QList<QRegularExpression> ZKFileOperation::convertPatterns(const QStringList &patterns) {
@@ -70,19 +114,17 @@ QUrl ZKFileOperation::standardizedUrl(const QUrl &url) {
 }
 
 bool ZKFileOperation::matchesSkipPattern(const QUrl &url) const {
-    const QString name = url.fileName();
-    return std::any_of(m_skippedFileRegexes.cbegin(), m_skippedFileRegexes.cend(),
-                       [&name](const QRegularExpression &regex) {
-                           return regex.isValid() && regex.match(name).hasMatch();
-                       });
+    return matchesAny(m_skippedFileRegexes, m_skippedFileMatcher, url.fileName());
 }
 
 bool ZKFileOperation::isSkippedUrl(const QUrl &url) const {
-    return m_skippedUrls.contains(url) || m_skippedUrls.contains(standardizedUrl(url));
+    return !m_skippedUrls.isEmpty() &&
+           (m_skippedUrls.contains(url) || m_skippedUrls.contains(standardizedUrl(url)));
 }
 
 bool ZKFileOperation::isReplacedUrl(const QUrl &url) const {
-    return m_replacedUrls.contains(url) || m_replacedUrls.contains(standardizedUrl(url));
+    return !m_replacedUrls.isEmpty() &&
+           (m_replacedUrls.contains(url) || m_replacedUrls.contains(standardizedUrl(url)));
 }
 
 void ZKFileOperation::failOnEmptyRead(const ZKReader &reader) {
@@ -101,10 +143,7 @@ bool ZKFileOperation::shouldRemoveFile(const QUrl &url) const {
 }
 
 bool ZKFileOperation::isTemporaryFile(const QString &name) const {
-    return std::any_of(m_temporaryFileRegexes.cbegin(), m_temporaryFileRegexes.cend(),
-                       [&name](const QRegularExpression &regex) {
-                           return regex.isValid() && regex.match(name).hasMatch();
-                       });
+    return matchesAny(m_temporaryFileRegexes, m_temporaryFileMatcher, name);
 }
 
 double ZKFileOperation::secondsSince(Clock::time_point since) {
@@ -162,6 +201,20 @@ void ZKFileOperation::postActivity(quint64 bytes, quint64 totalBytes, double tim
 }
 
 bool ZKFileOperation::isChildOf(const QUrl &child, const QUrl &folder) {
+    // The walks name each item by its folder's own path and its name: that
+    // much is told without making two new addresses for every item.
+    if (child.isLocalFile() && folder.isLocalFile() && child.host() == folder.host()) {
+        const QString childPath = child.path();
+        QString folderPath = folder.path();
+        if (folderPath.size() > 1 && folderPath.endsWith(QLatin1Char('/'))) {
+            folderPath.chop(1);
+        }
+        const qsizetype slash = childPath.lastIndexOf(QLatin1Char('/'));
+        if (slash >= 0 && slash + 1 < childPath.size() &&
+            QStringView(childPath).left(slash == 0 ? 1 : slash) == folderPath) {
+            return true;
+        }
+    }
     return standardizedUrl(child.adjusted(QUrl::RemoveFilename)) == standardizedUrl(folder);
 }
 

@@ -60,6 +60,9 @@ public:
     // One case-sensitive expression per pattern, in order. A pattern that does
     // not compile is logged and kept; it then matches no name.
     static QList<QRegularExpression> convertPatterns(const QStringList &patterns);
+    static QRegularExpression joined(const QList<QRegularExpression> &regexes);
+    static bool matchesAny(const QList<QRegularExpression> &regexes,
+                           const QRegularExpression &matcher, const QString &name);
 
     // The form under which items are remembered in the skipped and replaced
     // sets, so that "a/./b" and "a/b/" find the same entry.
@@ -147,6 +150,11 @@ private:
     ZKOptionalError m_error;
     QList<QRegularExpression> m_skippedFileRegexes;
     QList<QRegularExpression> m_temporaryFileRegexes;
+    // The valid ones of each list as one expression, so that a name is
+    // matched once instead of once per pattern; invalid when they cannot be
+    // joined (a pattern with groups, whose numbers would shift).
+    QRegularExpression m_skippedFileMatcher;
+    QRegularExpression m_temporaryFileMatcher;
     QSet<QUrl> m_skippedUrls;
     QSet<QUrl> m_replacedUrls;
     QStringList m_folderChain;
