@@ -136,7 +136,10 @@ void ZKQueueRunner::interrupt() {
 
 int ZKQueueRunner::exec() {
     m_timer.start();
-    // A quick queue ends before the first tick.
+    // The usual end is taken at once, after the document has dealt with it;
+    // the tick catches the others (cancelled or suspended tasks).
+    connect(&m_document, &ZKFerrowickDocument::queueCompleted, this, &ZKQueueRunner::check,
+            Qt::QueuedConnection);
     QTimer poll;
     poll.setInterval(100);
     connect(&poll, &QTimer::timeout, this, [this] {

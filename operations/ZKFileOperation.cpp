@@ -42,8 +42,11 @@ QRegularExpression ZKFileOperation::joined(const QList<QRegularExpression> &rege
         if (!regex.isValid()) {
             continue;
         }
-        // A quoted tail (\Q without \E) would swallow the alternatives after it.
-        if (regex.captureCount() != 0 || regex.pattern().contains(QLatin1String("\\Q")) ||
+        // Only whether a name matches counts, so groups do no harm; what
+        // refers to a group by number would refer to another one, and a
+        // quoted tail (\Q without \E) would swallow the alternatives after it.
+        static const QRegularExpression unjoinable(QStringLiteral(R"(\\[1-9gkQ]|\(\?[-+0-9R&P])"));
+        if (regex.pattern().contains(unjoinable) ||
             regex.patternOptions() != regexes.front().patternOptions()) {
             return {};
         }

@@ -42,6 +42,8 @@ void TestZKFileOperation::skipRules_data() {
     QTest::newRow("store file at top") << "/a/.DS_Store" << false << false;
     QTest::newRow("store file deep") << "/a/b/c/d/.DS_Store" << false << false;
     QTest::newRow("longer name") << "/a/.DS_Store2" << true << true;
+    QTest::newRow("pattern with a group") << "/a/._.Trashes" << false << false;
+    QTest::newRow("pattern that refers to its group") << "/a/xx" << false << false;
     QTest::newRow("skipped by the user: still removed") << "/a/chosen" << false << true;
     QTest::newRow("skipped by the user, other spelling") << "/a/./chosen/" << false << true;
     QTest::newRow("plain file") << "/a/report.txt" << true << true;
@@ -52,7 +54,7 @@ void TestZKFileOperation::skipRules() {
     QFETCH(bool, copied);
     QFETCH(bool, removed);
     ProbeOperation operation;
-    operation.setSkippedFilePatterns({"^\\.DS_Store$", "^\\.(_\\.)?Trashes$"});
+    operation.setSkippedFilePatterns({"^\\.DS_Store$", "^\\.(_\\.)?Trashes$", "^(x)\\1$"});
     operation.setSkippedUrls({QUrl::fromLocalFile("/a/chosen")});
     QCOMPARE(operation.shouldCopyFile(QUrl::fromLocalFile(path)), copied);
     QCOMPARE(operation.shouldVerifyFile(QUrl::fromLocalFile(path)), copied);
