@@ -35,9 +35,9 @@ test-tsan:
 	$(MAKE) test BUILD=build-tsan CMAKE_FLAGS="-DFERROWICK_SANITIZE=thread"
 
 bench: build
+	bash bench/speed-bench.sh $(BUILD)
 	bash bench/copy-bench.sh $(BUILD)
 	bash bench/ftp-bench.sh $(BUILD)
-	bash bench/http-bench.sh $(BUILD)
 	bash bench/queue-bench.sh $(BUILD)
 	bash bench/cli-sources-bench.sh $(BUILD)
 	bash bench/window-bench.sh $(BUILD)

@@ -27,6 +27,8 @@ void ZKVerifyFileOperation::fail(const QString &reason) {
 
 void ZKVerifyFileOperation::main() {
     m_startTime = Clock::now();
+    m_lastNotification = m_startTime;
+    m_unreported = 0;
     m_bytesCompared = 0;
     m_offsetLeft = m_offset;
 
@@ -43,6 +45,9 @@ void ZKVerifyFileOperation::main() {
     }
     m_destination->close();
     m_source->close();
+    if (m_unreported != 0) {
+        report();
+    }
 }
 
 void ZKVerifyFileOperation::verify(ZKReader &source, bool sourceOpened, ZKReader &copy,
@@ -126,14 +131,14 @@ void ZKVerifyFileOperation::sleepForTransferOf(quint64 length, Clock::time_point
     }
 }
 
-void ZKVerifyFileOperation::report(quint64 &unreported, Clock::time_point &lastNotification) {
+void ZKVerifyFileOperation::report() {
     const Clock::time_point now = Clock::now();
-    m_bytesVerified += unreported;
-    postActivity(unreported, m_bytesCompared,
-                 std::chrono::duration<double>(now - lastNotification).count(),
+    m_bytesVerified += m_unreported;
+    postActivity(m_unreported, m_bytesCompared,
+                 std::chrono::duration<double>(now - m_lastNotification).count(),
                  std::chrono::duration<double>(now - m_startTime).count());
-    lastNotification = now;
-    unreported = 0;
+    m_lastNotification = now;
+    m_unreported = 0;
 }
 
 void ZKVerifyFileOperation::verifyFile(ZKReader &source, ZKReader &copy) {
@@ -156,8 +161,6 @@ void ZKVerifyFileOperation::verifyFile(ZKReader &source, ZKReader &copy) {
     }
 
     Clock::time_point since = Clock::now();
-    Clock::time_point lastNotification = since;
-    quint64 unreported = 0;
     while (source.hasMoreData() && !isCancelled()) {
         quint64 length = 0;
         {
@@ -183,16 +186,13 @@ void ZKVerifyFileOperation::verifyFile(ZKReader &source, ZKReader &copy) {
             }
         }
         m_bytesCompared += length;
-        unreported += length;
+        m_unreported += length;
         if (maximumTransferRate() != 0) {
             sleepForTransferOf(length, since);
         }
-        if (secondsSince(lastNotification) > minimumTimeBetweenNotifications()) {
-            report(unreported, lastNotification);
+        if (secondsSince(m_lastNotification) > minimumTimeBetweenNotifications()) {
+            report();
         }
         since = Clock::now();
-    }
-    if (unreported != 0) {
-        report(unreported, lastNotification);
     }
 }

@@ -46,7 +46,7 @@ private:
     void verifyLink(ZKReader &source, ZKReader &copy);
     QByteArray readNextBlockFromSource(ZKReader &reader);
     void fail(const QString &reason);
-    void report(quint64 &unreported, Clock::time_point &lastNotification);
+    void report();
 
     ZKReaderPtr m_source;
     ZKWriterPtr m_destination;
@@ -55,5 +55,9 @@ private:
     std::atomic<quint64> m_bytesVerified{0};
     qint32 m_symbolicLinkHandling = ZKSymbolicLinkHandlingCopyLink;
     Clock::time_point m_startTime;
+    // Kept across the files of a folder, so that a tree of small files is
+    // reported at the same pace as one large file.
+    Clock::time_point m_lastNotification;
+    quint64 m_unreported = 0;
     quint64 m_bytesCompared = 0;
 };

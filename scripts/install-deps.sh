@@ -20,8 +20,8 @@ packages=(
   # servers and peers the tests start on 127.0.0.1 or a private bus
   dbus dbus-daemon util-linux vsftpd nginx-light python3 openssl
   gnome-keyring libsecret-tools
-  # reference tools of the benchmarks
-  curl wget rsync
+  # reference tools of the benchmarks, and the memory they measure
+  curl wget rsync time
   # shared libraries of the FTP daemons unpacked below
   libsodium23 libcap2 libcrypt1 libpam0g libssl3 libhiredis0.14 libmemcached11
   libmemcachedutil2 libidn2-0 libpcre2-8-0 libpcre2-posix3 libacl1 libncursesw6
