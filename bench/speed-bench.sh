@@ -185,6 +185,10 @@ EOF
     row "$FILES x 4 KiB / cp -r" 1.5x 'diff -rq "$DATA/tree" "$DATA/out/tree" >/dev/null' \
         -- "$CLI" copy --on-conflict cancel "$DATA/tree" "$DATA/out" \
         -- cp -r "$DATA/tree" "$DATA/out/"
+    # The same, against a cp that keeps what Ferrowick keeps: dates, modes, owners.
+    row "$FILES x 4 KiB / cp -a" - 'diff -rq "$DATA/tree" "$DATA/out/tree" >/dev/null' \
+        -- "$CLI" copy --on-conflict cancel "$DATA/tree" "$DATA/out" \
+        -- cp -a "$DATA/tree" "$DATA/out/"
     row "copy+verify $gib / cp;cmp" "<1x" 'cmp -s "$big" "$DATA/out/big.bin"' \
         -- "$CLI" copy --verify --on-conflict cancel "$big" "$DATA/out" \
         -- cp "$big" "$DATA/out/" ";;" cmp "$big" "$DATA/out/big.bin"

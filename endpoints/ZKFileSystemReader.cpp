@@ -354,6 +354,8 @@ void ZKFileSystemReader::setUrlAndFilename(const QUrl &url) {
     // "/a/b/" and "/a/b" are one item; the slash would also hide the name.
     m_url = url.path() == QLatin1String("/") ? url : url.adjusted(QUrl::StripTrailingSlash);
     m_filename = m_url.fileName();
+    // Asked for at every open and for every child of a walk.
+    m_encodedPath = QFile::encodeName(m_url.toLocalFile());
 }
 
 QVariantMap ZKFileSystemReader::asPropertyList() const {
@@ -369,7 +371,7 @@ QVariantMap ZKFileSystemReader::asPropertyList() const {
 }
 
 QByteArray ZKFileSystemReader::encodedPath() const {
-    return QFile::encodeName(m_url.toLocalFile());
+    return m_encodedPath;
 }
 
 void ZKFileSystemReader::acquireBookmark() {
@@ -746,9 +748,12 @@ ZKEnumerationResult ZKFileSystemReader::walkFileInfo(const QByteArray &root, QBy
                 info.skipReason = notCopyableReason(entry.path);
             }
         }
-        if (info.skipReason.isEmpty() && walkChecksAccess()) {
-            info.readable = ::faccessat(entry.parentFd, name, R_OK, accessFlags) == 0;
-            info.writable = ::faccessat(entry.parentFd, name, W_OK, accessFlags) == 0;
+        if (info.skipReason.isEmpty()) {
+            const int checks = walkAccessChecks();
+            info.readable = (checks & ReadAccessCheck) &&
+                            ::faccessat(entry.parentFd, name, R_OK, accessFlags) == 0;
+            info.writable = (checks & WriteAccessCheck) &&
+                            ::faccessat(entry.parentFd, name, W_OK, accessFlags) == 0;
         }
 
         QByteArray stored;

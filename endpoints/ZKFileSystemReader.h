@@ -109,6 +109,7 @@ private:
 
     QUrl m_url;
     QString m_filename;
+    QByteArray m_encodedPath;
     QByteArray m_bookmark;
     bool m_bookmarkDeferred = false;
     QUrl m_bookmarkUrl;

@@ -554,9 +554,9 @@ void ZKFileSystemWriter::setModificationDate(const QDateTime &date) {
         times[1].tv_nsec += 1000000000;
     }
     // AT_SYMLINK_NOFOLLOW: a copied link gets its own date, its target is left alone.
-    const QByteArray encoded = QFile::encodeName(path());
     if ((m_fd >= 0 ? ::futimens(m_fd, times)
-                   : ::utimensat(AT_FDCWD, encoded.constData(), times, AT_SYMLINK_NOFOLLOW)) != 0) {
+                   : ::utimensat(AT_FDCWD, QFile::encodeName(path()).constData(), times,
+                                 AT_SYMLINK_NOFOLLOW)) != 0) {
         logSetFailure("modificationDate", date.toString(Qt::ISODateWithMs), errno);
     }
 }
@@ -582,7 +582,6 @@ void ZKFileSystemWriter::setPermissions(quint16 permissions) {
 }
 
 void ZKFileSystemWriter::setOwner(quint64 owner) {
-    const QByteArray encoded = QFile::encodeName(path());
     if (owner >= quint64(std::numeric_limits<uid_t>::max())) {
         logSetFailure("owner", QString::number(owner), EINVAL);
         return;
@@ -591,20 +590,21 @@ void ZKFileSystemWriter::setOwner(quint64 owner) {
     if (m_fd >= 0 && m_createdHere && owner == self) {
         return; // already its owner
     }
-    if ((m_fd >= 0 ? ::fchown(m_fd, uid_t(owner), gid_t(-1))
-                   : ::lchown(encoded.constData(), uid_t(owner), gid_t(-1))) != 0) {
+    if ((m_fd >= 0
+             ? ::fchown(m_fd, uid_t(owner), gid_t(-1))
+             : ::lchown(QFile::encodeName(path()).constData(), uid_t(owner), gid_t(-1))) != 0) {
         logSetFailure("owner", QString::number(owner), errno);
     }
 }
 
 void ZKFileSystemWriter::setGroup(quint64 group) {
-    const QByteArray encoded = QFile::encodeName(path());
     if (group >= quint64(std::numeric_limits<gid_t>::max())) {
         logSetFailure("group", QString::number(group), EINVAL);
         return;
     }
-    if ((m_fd >= 0 ? ::fchown(m_fd, uid_t(-1), gid_t(group))
-                   : ::lchown(encoded.constData(), uid_t(-1), gid_t(group))) != 0) {
+    if ((m_fd >= 0
+             ? ::fchown(m_fd, uid_t(-1), gid_t(group))
+             : ::lchown(QFile::encodeName(path()).constData(), uid_t(-1), gid_t(group))) != 0) {
         logSetFailure("group", QString::number(group), errno);
     }
 }

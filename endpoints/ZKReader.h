@@ -85,11 +85,13 @@ public:
 
     const ZKOptionalError &error() const { return m_error; }
 
-    // Whether enumerateFileInfoWithBlock tells if each item is readable and
-    // writable (on unless turned off). A copy that only needs names, types,
-    // sizes and dates spares the question for every item where asking costs.
-    bool walkChecksAccess() const { return m_walkChecksAccess; }
-    void setWalkChecksAccess(bool check) { m_walkChecksAccess = check; }
+    // What enumerateFileInfoWithBlock finds out about access to each item
+    // (both unless told otherwise); the other flag is then left false. A
+    // walk that never reads one spares the question for every item where
+    // asking costs.
+    enum AccessCheck { NoAccessCheck = 0, ReadAccessCheck = 1, WriteAccessCheck = 2 };
+    int walkAccessChecks() const { return m_walkAccessChecks; }
+    void setWalkAccessChecks(int checks) { m_walkAccessChecks = checks; }
 
     // Readers of the same class are equal when their URLs are.
     virtual bool isEqual(const ZKReader &other) const;
@@ -101,7 +103,7 @@ protected:
 
 private:
     ZKOptionalError m_error;
-    bool m_walkChecksAccess = true;
+    int m_walkAccessChecks = ReadAccessCheck | WriteAccessCheck;
 };
 
 using ZKReaderPtr = std::shared_ptr<ZKReader>;

@@ -315,6 +315,8 @@ void ZKAnalyseCopyOperation::analyseDirectoryCopyFrom(ZKReader &source, ZKReader
     }
 
     const QUrl folderUrl = source.url();
+    // Whether a source item could be written never matters here.
+    source.setWalkAccessChecks(ZKReader::ReadAccessCheck);
     source.enumerateFileInfoWithBlock([&](const ZKFileInfo &item) {
         // A followed link's contents are reported under the target's path
         // before the link itself; they are analysed when the link is entered

@@ -158,7 +158,7 @@ void ZKCopyOperation::copyDirectoryFrom(ZKReader &reader, ZKWriter &folder) {
     // What is already there, one level deep.
     QHash<QString, ZKFileInfo> index;
     const QUrl newFolderUrl = existing->url();
-    existing->setWalkChecksAccess(false);
+    existing->setWalkAccessChecks(ZKReader::NoAccessCheck);
     existing->enumerateFileInfoWithBlock([&](const ZKFileInfo &info) {
         if (isChildOf(info.url, newFolderUrl)) {
             index.insert(info.url.fileName(), info);
@@ -174,7 +174,7 @@ void ZKCopyOperation::copyDirectoryFrom(ZKReader &reader, ZKWriter &folder) {
     if (inProgress()) {
         // The analysis asked about access already; the copy meets any
         // change since when it opens the item.
-        reader.setWalkChecksAccess(false);
+        reader.setWalkAccessChecks(ZKReader::NoAccessCheck);
         reader.enumerateFileInfoWithBlock([&](const ZKFileInfo &item) {
             // A followed link's contents come under the target's path before
             // the link; they are copied when the link itself is.
