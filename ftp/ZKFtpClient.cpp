@@ -4,6 +4,7 @@
 
 #include "ZKFtpReply.h"
 #include "ZKLogging.h"
+#include "ZKReader.h"
 
 #include <cerrno>
 #include <thread>
@@ -225,14 +226,15 @@ void ZKFtpClient::endPassiveConnection() {
     if (!m_dataSocket) {
         return;
     }
-    // The socket is kept: a later close without a new transfer reads one
-    // more reply, waiting up to the time limit when none comes.
     m_dataSocket->disconnect();
     const ZKOptionalError remembered = error();
     // The completion reply (226, or 426 and the like) is consumed; its
     // verdict is not what decides, a later size check or verification is.
     readControlResponse();
     setError(remembered);
+    // With its reply read, the transfer is over: a later close without a new
+    // transfer has no reply to wait for.
+    m_dataSocket.reset();
 }
 
 void ZKFtpClient::beginRetrieve(const QString &name, quint64 offset) {
@@ -251,7 +253,9 @@ void ZKFtpClient::beginRetrieve(const QString &name, quint64 offset) {
 }
 
 QByteArray ZKFtpClient::retrieveBlock() {
-    return retrieveBlockOfMaximumLength(4096);
+    // As much as one receive brings, up to a block of the copy: small
+    // receives cost a system call for every few KiB of a download.
+    return retrieveBlockOfMaximumLength(ZKReader::standardBlockSize);
 }
 
 QByteArray ZKFtpClient::retrieveBlockOfMaximumLength(quint64 length) {

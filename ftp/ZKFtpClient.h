@@ -49,7 +49,8 @@ public:
 
     // REST (only for a non-zero offset) and RETR over a new passive connection.
     void beginRetrieve(const QString &name, quint64 offset);
-    // Up to 4096 bytes; an empty result is the end of the data.
+    // What one receive brings, up to 64 KiB; an empty result is the end of
+    // the data.
     QByteArray retrieveBlock();
     QByteArray retrieveBlockOfMaximumLength(quint64 length);
     // Aborts with ABOR when data is still waiting (the download was stopped

@@ -19,7 +19,6 @@ const QString sizeKey = QStringLiteral("Size");
 const QString modificationDateKey = QStringLiteral("ModificationDate");
 const QString hasChangedKey = QStringLiteral("HasChanged");
 
-constexpr quint64 dataBlockSize = 4096;
 // A server that answers every CWD and lists one more folder in each would
 // otherwise lead a walk down for ever.
 constexpr int maximumDepth = 256;
@@ -250,7 +249,7 @@ bool ZKFtpReader::seekToPosition(quint64 position) {
 }
 
 QByteArray ZKFtpReader::readBlock() {
-    return readBlockOfMaximumLength(dataBlockSize);
+    return readBlockOfMaximumLength(standardBlockSize);
 }
 
 QByteArray ZKFtpReader::readBlockOfMaximumLength(quint64 length) {
@@ -576,7 +575,7 @@ bool ZKFtpReader::isUrlValid(const QUrl &url, const QString &username,
     }
     bool valid = false;
     if (!client.error()) {
-        const QByteArray first = client.retrieveBlockOfMaximumLength(dataBlockSize);
+        const QByteArray first = client.retrieveBlock();
         valid = !first.isEmpty() && !client.error();
         client.endRetrieve();
     }

@@ -127,7 +127,7 @@ private Q_SLOTS:
         QByteArray rest;
         while (reader->hasMoreData()) {
             const QByteArray block = reader->readBlock();
-            QVERIFY(block.size() <= 4096);
+            QVERIFY(block.size() <= 65536);
             if (block.isEmpty()) {
                 break;
             }
