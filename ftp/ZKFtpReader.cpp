@@ -37,7 +37,7 @@ std::shared_ptr<ZKFtpReader> ZKFtpReader::readerWithUrl(const QUrl &url, const Q
 ZKFtpReader::ZKFtpReader(const QUrl &url) {
     setUrl(url);
     m_url = takeCredentialsFromUrl(m_url);
-    m_isDirectory = ZKFtpUrl::isDirectoryUrl(m_url);
+    m_isDirectory = ZKFtpUrl::isDirectoryUrl(m_url) || ZKFtpUrl::isRoot(m_url);
 }
 
 ZKFtpReader::ZKFtpReader(const QUrl &url, const QString &username,
@@ -52,9 +52,12 @@ ZKFtpReader::ZKFtpReader(const QUrl &url, const QString &username,
     : ZKFtpSession(username, password, std::move(ftp))
     , m_initialisedProperties(true) {
     setUrl(url);
-    m_isDirectory = ZKFtpUrl::isDirectoryUrl(m_url);
+    m_isDirectory = ZKFtpUrl::isDirectoryUrl(m_url) || ZKFtpUrl::isRoot(m_url);
     if (item) {
         applyItem(*item);
+    }
+    if (ZKFtpUrl::isRoot(m_url)) {
+        m_exists = true; // no listing shows the root, yet it is always there
     }
 }
 
@@ -76,7 +79,9 @@ ZKFtpReader::~ZKFtpReader() {
 
 void ZKFtpReader::setUrl(const QUrl &url) {
     m_url = url;
-    m_filename = ZKFtpUrl::filename(url);
+    // The root has no name of its own: copied, it becomes a folder named
+    // after the server.
+    m_filename = ZKFtpUrl::isRoot(url) ? url.host() : ZKFtpUrl::filename(url);
 }
 
 void ZKFtpReader::applyItem(const ZKFtpItem &item) {
@@ -148,6 +153,18 @@ bool ZKFtpReader::open() {
     if (const std::optional<QString> failure = logIn(m_url, QStringLiteral("'%1'").arg(host()))) {
         fail(*failure);
         return false;
+    }
+    if (ZKFtpUrl::isRoot(m_url)) {
+        ftp()->changePath({});
+        if (ftp()->error()) {
+            fail(QStringLiteral("Unable to find path '%1': %2")
+                     .arg(m_url.path(), clientDescription()));
+            return false;
+        }
+        m_exists = true;
+        m_isDirectory = true;
+        m_size = 0;
+        return true;
     }
     if (onSharedConnection) {
         return true;

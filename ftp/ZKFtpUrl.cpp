@@ -36,6 +36,10 @@ QString ZKFtpUrl::filename(const QUrl &url) {
     return components.isEmpty() ? QString() : components.last();
 }
 
+bool ZKFtpUrl::isRoot(const QUrl &url) {
+    return pathComponents(url).isEmpty();
+}
+
 QUrl ZKFtpUrl::childUrl(const QUrl &url, const QString &name, bool isDirectory) {
     QString path = url.path(QUrl::FullyDecoded);
     if (!path.endsWith(QLatin1Char('/'))) {

@@ -25,6 +25,9 @@ public:
     static QStringList parentPathComponents(const QUrl &url);
     // The last path component; empty for the root.
     static QString filename(const QUrl &url);
+    // The server's root as the account sees it (on most servers, its home
+    // folder): a path of "/" or none.
+    static bool isRoot(const QUrl &url);
     // The URL extended by one name, which may hold any character but "/": it
     // is encoded, never read as a path. A directory URL ends with "/".
     static QUrl childUrl(const QUrl &url, const QString &name, bool isDirectory);

@@ -138,6 +138,20 @@ bool ZKFtpWriter::open() {
         fail(ZKErrorCode::createFailed, QStringLiteral("Invalid url: '%1'").arg(m_url.toString()));
         return false;
     }
+    const bool root = ZKFtpUrl::isRoot(m_url);
+    if (root && m_isDirectory) {
+        // Items are made in the root as in any folder; it is always there.
+        if (!connect()) {
+            return false;
+        }
+        ftp()->changePath({});
+        if (ftp()->error()) {
+            fail(ZKErrorCode::createFailed, QStringLiteral("Unable to find path '%1': %2")
+                                                .arg(m_url.path(), clientDescription()));
+            return false;
+        }
+        return true;
+    }
     if (m_url.path().isEmpty() || m_filename.isEmpty()) {
         fail(ZKErrorCode::createFailed,
              QStringLiteral("No folder specified: '%1'").arg(m_url.toString()));
@@ -180,7 +194,7 @@ bool ZKFtpWriter::open() {
 void ZKFtpWriter::close() {
     if (holdsConnection()) {
         // Also for folder writers: it reads the reply of the client's last
-        // transfer when that is still due, and waits for it otherwise.
+        // transfer when that is still due.
         ftp()->endStore();
         releaseConnection();
     }
@@ -326,6 +340,9 @@ bool ZKFtpWriter::remove(const std::function<bool()> &isCancelled) {
         }
         if (isCancelled && isCancelled()) {
             return false;
+        }
+        if (ZKFtpUrl::isRoot(m_url)) {
+            return true; // moved away is what it held; the root itself stays
         }
         ftp()->changePath(parentPathComponents());
         if (ftp()->error()) {

@@ -162,9 +162,8 @@ private Q_SLOTS:
         qunsetenv("DBUS_SESSION_BUS_ADDRESS");
         ZKTestSupport::isolateSettings();
         ZKPreferences::initialiseUserDefaults();
-        // Every folder writer that closes after a transfer waits this long for
-        // one more reply: short keeps the suite quick, two seconds leave room
-        // for a loaded machine's stalls.
+        // An abort waits this long for the server's last words: short keeps
+        // the suite quick, two seconds leave room for a loaded machine's stalls.
         ZKUserDefaults::standard().setInteger(QStringLiteral("downloadTimeout"), 2);
         ZKQuestionPresenter::setShared(&m_presenter);
     }
@@ -215,6 +214,31 @@ private Q_SLOTS:
         QCOMPARE(snapshot(local("down/tree")), snapshot(tree.path()));
         QCOMPARE(ZKTestSupport::readFile(served("incoming/solo.bin")), solo);
         QCOMPARE(ZKTestSupport::readFile(local("down/solo.bin")), solo);
+    }
+
+    void rootFolderIsSourceAndDestination_data() { serverKinds(); }
+
+    // The root an account sees (its home on most servers) takes items like
+    // any folder, and comes down whole as a folder named after the server.
+    void rootFolderIsSourceAndDestination() {
+        START_SERVER();
+        QDir tree(local(QStringLiteral("tree")));
+        tree.mkpath(QStringLiteral("inner"));
+        QVERIFY(ZKTestSupport::writeFile(tree.filePath("inner/a.bin"),
+                                         ZKTestSupport::randomBytes(200 * 1000, 21)));
+        QVERIFY(ZKTestSupport::writeFile(local("top.txt"), "at the top"));
+        for (const QString &name : {QStringLiteral("tree"), QStringLiteral("top.txt")}) {
+            const qint32 state =
+                runTask(localReader(name), ftpFolder("/"), ZKTransferMode::Copy, true);
+            QVERIFY2(state == S::Completed, qPrintable(stateText(state)));
+        }
+        QCOMPARE(snapshot(served("tree")), snapshot(tree.path()));
+        QCOMPARE(ZKTestSupport::readFile(served("top.txt")), QByteArray("at the top"));
+
+        const qint32 state =
+            runTask(ftpReader("/"), localFolder("down"), ZKTransferMode::Copy, true);
+        QVERIFY2(state == S::Completed, qPrintable(stateText(state)));
+        QCOMPARE(snapshot(local("down/" + m_server->url("/").host())), snapshot(m_server->root()));
     }
 
     void resumesCutTransfers_data() { serverKinds(); }
