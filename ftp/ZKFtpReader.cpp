@@ -140,7 +140,8 @@ bool ZKFtpReader::open() {
         fail(QStringLiteral("Invalid url: '%1'").arg(m_url.toString()));
         return false;
     }
-    if (m_url.path().isEmpty() || m_filename.isEmpty()) {
+    // The root's name is its server's.
+    if (m_filename.isEmpty()) {
         fail(QStringLiteral("No file or folder specified: '%1'").arg(m_url.toString()));
         return false;
     }
