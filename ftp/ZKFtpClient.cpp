@@ -271,7 +271,9 @@ QByteArray ZKFtpClient::retrieveBlockOfMaximumLength(quint64 length) {
 }
 
 void ZKFtpClient::endRetrieve() {
-    if (!m_dataSocket || !m_dataSocket->hasMoreData()) {
+    // Data still on its way, not merely data already here: a reader that
+    // takes large blocks often empties the buffer of a transfer that goes on.
+    if (!m_dataSocket || !m_dataSocket->waitForMoreData()) {
         endPassiveConnection();
         return;
     }

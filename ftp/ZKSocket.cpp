@@ -258,3 +258,17 @@ bool ZKSocket::hasMoreData() const {
     errno = saved;
     return waiting > 0;
 }
+
+bool ZKSocket::waitForMoreData() const {
+    if (m_socketDescriptor == -1) {
+        return false;
+    }
+    const int saved = errno;
+    char scratch = 0;
+    ssize_t waiting = 0;
+    do {
+        waiting = ::recv(m_socketDescriptor, &scratch, 1, MSG_PEEK);
+    } while (waiting == -1 && errno == EINTR);
+    errno = saved;
+    return waiting > 0;
+}

@@ -54,6 +54,10 @@ public:
     // Whether at least one byte is waiting; never blocks, never consumes,
     // never touches error().
     bool hasMoreData() const;
+    // Whether a byte comes before the end of the stream: waits for one or
+    // the other (up to the time limit, which answers false), never consumes,
+    // never touches error().
+    bool waitForMoreData() const;
 
     bool isConnected() const { return m_socketDescriptor != -1; }
     int socketDescriptor() const { return m_socketDescriptor; }
