@@ -6,6 +6,8 @@
 #include "ZKLogging.h"
 #include "ZKReader.h"
 
+#include <QRegularExpression>
+
 #include <cerrno>
 #include <thread>
 
@@ -197,6 +199,45 @@ void ZKFtpClient::loginWithUsername(const QString &username, const QString &pass
     }
     if (!error()) {
         command(QStringLiteral("TYPE"), QStringLiteral("I"));
+    }
+    if (!error()) {
+        askFeatures();
+    }
+}
+
+// The feature lines come before the final line and are read here rather than
+// by readControlResponse, which keeps final lines only.
+void ZKFtpClient::askFeatures() {
+    m_listsWithMlsd = false;
+    sendControlRequest(QStringLiteral("FEAT"));
+    QString text;
+    const Clock::time_point start = Clock::now();
+    while (!error() && m_controlSocket && m_controlResponses.isEmpty()) {
+        if (!isWithinTimeoutSince(start, QStringLiteral("reading the server's features"))) {
+            return;
+        }
+        const std::optional<QByteArray> data = m_controlSocket->receiveData();
+        if (m_controlSocket->error() || !data) {
+            copySocketError(*m_controlSocket);
+            return;
+        }
+        if (data->isEmpty()) {
+            setClientError(1, QStringLiteral("The server closed the connection."));
+            return;
+        }
+        text += QString::fromUtf8(*data);
+        const QStringList finals = ZKFtpReply::finalLines(text);
+        if (finals.isEmpty()) {
+            continue;
+        }
+        // A refusal (500, 502) only means no features beyond the old ones.
+        m_listsWithMlsd =
+            !ZKFtpReply::errorOf(finals.first()) && ZKFtpReply::announcesMachineListings(text);
+        // Whatever came after the reply belongs to the next command.
+        for (const QString &line : finals.mid(1)) {
+            m_controlResponses.append(line);
+        }
+        return;
     }
 }
 
@@ -395,7 +436,107 @@ ZKFtpItem ZKFtpClient::itemFromSizeReply(const QString &name, const QString &rep
     return item;
 }
 
+std::optional<ZKFtpItem> ZKFtpClient::sizedItem(const QString &name) {
+    clearError();
+    sendControlRequest(QStringLiteral("SIZE"), name);
+    const std::optional<QString> reply = error() ? std::nullopt : readControlResponse();
+    if (!reply) {
+        // No answer at all is a broken connection, not a directory.
+        return std::nullopt;
+    }
+    if (error()) {
+        // Refused: a directory, or a file the server will not size.
+        clearError();
+        ZKFtpItem item;
+        item.setName(name);
+        item.setType(ZKFtpItem::Directory);
+        item.setSize(0);
+        return item;
+    }
+    return itemFromSizeReply(name, *reply);
+}
+
+std::optional<QList<ZKFtpItem>> ZKFtpClient::listMachineItems() {
+    clearError();
+    beginPassiveConnection();
+    if (error()) {
+        return std::nullopt;
+    }
+    sendControlRequest(QStringLiteral("MLSD"));
+    const std::optional<QString> opening = error() ? std::nullopt : readControlResponse();
+    if (!opening && !error()) {
+        return std::nullopt;
+    }
+    if (error()) {
+        // Refused before any data: the data connection carries nothing.
+        const ZKOptionalError refusal = error();
+        m_dataSocket.reset();
+        const bool unknown =
+            refusal->code() == 500 || refusal->code() == 502 || refusal->code() == 504;
+        if (unknown) {
+            qCInfo(lcFtp) << "MLSD refused; listing with NLST from now on";
+            m_listsWithMlsd = false;
+            clearError();
+        }
+        return std::nullopt;
+    }
+    const std::optional<QByteArray> listing = m_dataSocket->receiveRemainingData();
+    const bool received = !m_dataSocket->error();
+    copySocketError(*m_dataSocket);
+    if (opening->startsWith(QLatin1Char('2'))) {
+        m_dataSocket.reset(); // the completion came first: no reply is due
+    } else {
+        endPassiveConnection();
+    }
+    if (!received || error()) {
+        return std::nullopt;
+    }
+    const std::optional<QString> text = listing ? ZKSocket::decodeUtf8(*listing) : std::nullopt;
+    if (!text) {
+        setClientError(2, QStringLiteral("The server sent a listing that is not valid UTF-8."));
+        return std::nullopt;
+    }
+    QList<ZKFtpItem> items;
+    for (const QString &line :
+         text->split(QRegularExpression(QStringLiteral("[\\r\\n]+")), Qt::SkipEmptyParts)) {
+        // The name is everything after the first space, whatever it holds.
+        const qsizetype space = line.indexOf(QLatin1Char(' '));
+        const QString name = space < 0 ? QString() : line.mid(space + 1);
+        const QString type = ZKFtpReply::machineListingType(line);
+        if (name.isEmpty() || name == QLatin1String(".") || name == QLatin1String("..") ||
+            type == QLatin1String("cdir") || type == QLatin1String("pdir")) {
+            continue; // the listed folder itself and its parent
+        }
+        const std::optional<ZKFtpItem> parsed = ZKFtpItem::isMachineReadableListing(line)
+                                                    ? ZKFtpItem::itemWithString(line)
+                                                    : std::nullopt;
+        if ((type == QLatin1String("file") || type == QLatin1String("dir")) && parsed &&
+            parsed->name() == name) {
+            items.append(*parsed);
+            continue;
+        }
+        // A link, a type of the server's own, or facts this reader cannot
+        // read: what SIZE says decides.
+        std::optional<ZKFtpItem> sized = sizedItem(name);
+        if (!sized) {
+            return std::nullopt;
+        }
+        if (parsed) {
+            sized->setModificationDate(parsed->modificationDate());
+        }
+        items.append(*sized);
+    }
+    clearError();
+    return items;
+}
+
 std::optional<QList<ZKFtpItem>> ZKFtpClient::listItems() {
+    if (m_listsWithMlsd) {
+        std::optional<QList<ZKFtpItem>> items = listMachineItems();
+        if (items || m_listsWithMlsd) {
+            return items;
+        }
+    }
     clearError();
     beginPassiveConnection();
     if (error()) {
@@ -437,24 +578,11 @@ std::optional<QList<ZKFtpItem>> ZKFtpClient::listItems() {
         }
     }
     for (const QString &name : std::as_const(names)) {
-        clearError();
-        sendControlRequest(QStringLiteral("SIZE"), name);
-        const std::optional<QString> reply = error() ? std::nullopt : readControlResponse();
-        if (!reply) {
-            // No answer at all is a broken connection, not a directory.
+        const std::optional<ZKFtpItem> item = sizedItem(name);
+        if (!item) {
             return std::nullopt;
         }
-        if (error()) {
-            // Refused: a directory, or a file the server will not size.
-            clearError();
-            ZKFtpItem item;
-            item.setName(name);
-            item.setType(ZKFtpItem::Directory);
-            item.setSize(0);
-            items.append(item);
-            continue;
-        }
-        items.append(itemFromSizeReply(name, *reply));
+        items.append(*item);
     }
     clearError();
     return items;

@@ -44,7 +44,8 @@ public:
     void releaseConnection();
     bool isConnected() const;
 
-    // USER, PASS, then TYPE I; a null password sends a bare PASS.
+    // USER, PASS, TYPE I, then FEAT to learn whether folders can be listed
+    // with MLSD; a null password sends a bare PASS.
     void loginWithUsername(const QString &username, const QString &password);
 
     // REST (only for a non-zero offset) and RETR over a new passive connection.
@@ -70,9 +71,13 @@ public:
     void removeDirectory(const QString &name);
     void removeFile(const QString &name);
 
-    // NLST of the working directory, then SIZE of every name: a name whose
-    // SIZE fails is taken for a directory. nullopt on failure.
+    // The working directory's entries. With MLSD (when the server announced
+    // it) one listing tells names, types, sizes and dates; entries of
+    // another type than file or folder are sized as below. Without it, NLST,
+    // then SIZE of every name: a name whose SIZE fails is taken for a
+    // directory. nullopt on failure.
     std::optional<QList<ZKFtpItem>> listItems();
+    bool listsWithMlsd() const { return m_listsWithMlsd; }
     // SIZE, or CWD and CDUP when that fails; nullopt (with CWD's error) when
     // neither works.
     std::optional<ZKFtpItem> itemWithName(const QString &name);
@@ -100,6 +105,12 @@ public:
 
 private:
     void beginPassiveConnection();
+    void askFeatures();
+    // nullopt with error() clear when the server refused MLSD.
+    std::optional<QList<ZKFtpItem>> listMachineItems();
+    // SIZE of name: a file of that size, or a directory when refused;
+    // nullopt when no answer came.
+    std::optional<ZKFtpItem> sizedItem(const QString &name);
     void endPassiveConnection();
     // One command and its reply.
     void command(const QString &name, const QString &parameter = QString());
@@ -116,6 +127,7 @@ private:
     quint32 m_referenceCount = 0;
     QStringList m_currentPath;
     bool m_supportsRfc3659 = true;
+    bool m_listsWithMlsd = false;
     mutable std::mutex m_errorLock;
     ZKOptionalError m_error;
 };

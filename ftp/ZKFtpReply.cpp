@@ -98,3 +98,28 @@ bool ZKFtpReply::parsePassiveReply(const QString &reply, QString *host, qint32 *
                                       std::numeric_limits<qint32>::max()));
     return true;
 }
+
+bool ZKFtpReply::announcesMachineListings(const QString &reply) {
+    for (const QString &line : splitAt(reply, u"\r\n")) {
+        if (!line.startsWith(QLatin1Char(' '))) {
+            continue;
+        }
+        const QString feature = line.trimmed().section(QLatin1Char(' '), 0, 0);
+        if (feature.compare(QLatin1String("MLST"), Qt::CaseInsensitive) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+QString ZKFtpReply::machineListingType(const QString &line) {
+    // The facts end at the first space; the name after it may hold anything.
+    const qsizetype space = line.indexOf(QLatin1Char(' '));
+    const QStringView facts = QStringView(line).left(space < 0 ? line.size() : space);
+    for (const QStringView fact : facts.split(QLatin1Char(';'), Qt::SkipEmptyParts)) {
+        if (fact.startsWith(QLatin1String("type="), Qt::CaseInsensitive)) {
+            return fact.mid(5).toString().toLower();
+        }
+    }
+    return {};
+}

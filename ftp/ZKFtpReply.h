@@ -30,6 +30,15 @@ public:
     // not checked in any way (the server's address is used as given).
     static bool parsePassiveReply(const QString &reply, QString *host, qint32 *port);
 
+    // Whether a FEAT reply, all of its lines, announces machine listings:
+    // a feature line (one that begins with a space) naming MLST, which
+    // brings MLSD along (RFC 3659).
+    static bool announcesMachineListings(const QString &reply);
+
+    // The value of the "type" fact of an MLSD line, lower case; empty when
+    // the line has none.
+    static QString machineListingType(const QString &line);
+
     // The number at the front of text the way a lenient reader takes it:
     // leading blanks, an optional sign, then digits; 0 when there are none,
     // clamped on overflow.

@@ -28,7 +28,8 @@ class TestZKFtpClient : public QObject {
         m_client->loginWithUsername(QStringLiteral("ann"), QStringLiteral("pw"));
         QVERIFY2(!m_client->error(), qPrintable(describe(m_client->error())));
     }
-    QStringList commandsAfterLogin() const { return m_server->commands().mid(3); }
+    // After USER, PASS, TYPE and FEAT.
+    QStringList commandsAfterLogin() const { return m_server->commands().mid(4); }
 
 private Q_SLOTS:
     void initTestCase() {
@@ -206,6 +207,59 @@ private Q_SLOTS:
         QVERIFY(!m_client->error());
         QCOMPARE(commandsAfterLogin(),
                  QStringList({"PASV", "NLST", "SIZE a.txt", "SIZE sub", "SIZE locked.bin"}));
+    }
+
+    void machineListings_data() {
+        QTest::addColumn<QByteArray>("features");
+        QTest::addColumn<QByteArray>("mlsdReply"); // empty: the server lists
+        QTest::addColumn<QStringList>("sent");
+        const QByteArray announced = "211-Features:\r\n MDTM\r\n MLST type*;size*;modify*;\r\n"
+                                     " SIZE\r\n211 End\r\n";
+        // Only the link is sized: files and folders are told by the listing.
+        QTest::newRow("announced")
+            << announced << QByteArray() << QStringList({"PASV", "MLSD", "SIZE link"});
+        QTest::newRow("announced, then refused")
+            << announced << QByteArray("500 Unknown command\r\n")
+            << QStringList({"PASV", "MLSD", "PASV", "NLST", "SIZE a.txt", "SIZE sub", "SIZE link"});
+        QTest::newRow("not announced")
+            << QByteArray("211-Features:\r\n MDTM\r\n211 End\r\n") << QByteArray()
+            << QStringList({"PASV", "NLST", "SIZE a.txt", "SIZE sub", "SIZE link"});
+    }
+
+    // One MLSD tells names, types, sizes and dates where the server offers it;
+    // without it, every name costs a SIZE.
+    void machineListings() {
+        QFETCH(QByteArray, features);
+        QFETCH(QByteArray, mlsdReply);
+        QFETCH(QStringList, sent);
+        m_server->setReply("FEAT", features);
+        if (!mlsdReply.isEmpty()) {
+            m_server->setReply("MLSD", mlsdReply);
+        }
+        const bool machine = sent.contains("MLSD") && mlsdReply.isEmpty();
+        m_server->setListing(machine ? "type=cdir;modify=20240101000000; .\r\n"
+                                       "type=pdir;modify=20240101000000; ..\r\n"
+                                       "type=file;size=5;modify=20240102030405; a.txt\r\n"
+                                       "type=dir;modify=20240101000000; sub\r\n"
+                                       "type=OS.unix=slink:/x;modify=20240101000000; link\r\n"
+                                     : "a.txt\r\nsub\r\nlink\r\n");
+        m_server->setFile("a.txt", "12345");
+        m_server->setFile("link", "123");
+        m_server->setDirectory("sub");
+        connectAndLogIn();
+        const std::optional<QList<ZKFtpItem>> items = m_client->listItems();
+        QVERIFY2(items, qPrintable(describe(m_client->error())));
+        QCOMPARE(commandsAfterLogin(), sent);
+        QCOMPARE(items->size(), 3);
+        QCOMPARE(items->at(0).name(), QStringLiteral("a.txt"));
+        QCOMPARE(items->at(0).size(), quint64(5));
+        QCOMPARE(items->at(1).type(), qint32(ZKFtpItem::Directory));
+        QCOMPARE(items->at(2).type(), qint32(ZKFtpItem::File));
+        QCOMPARE(items->at(2).size(), quint64(3));
+        if (machine) {
+            QCOMPARE(items->at(0).modificationDate(),
+                     QDateTime(QDate(2024, 1, 2), QTime(3, 4, 5), Qt::UTC));
+        }
     }
 
     void earlyStopSendsTheAbortSequence() {

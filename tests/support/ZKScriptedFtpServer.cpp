@@ -123,7 +123,7 @@ private:
             m_server.m_files[argument]; // exists from now on, empty or not
             send("150 Ok to send data\r\n");
             startTransfer(Mode::Store);
-        } else if (command == "NLST") {
+        } else if (command == "NLST" || command == "MLSD") {
             send("150 Here comes the listing\r\n");
             m_content = m_server.m_listings.value(m_path.join('/'), m_server.m_listing);
             startTransfer(Mode::List);
