@@ -4,6 +4,8 @@
 #include "ZKCopyTask.h"
 #include "ZKFileSystemReader.h"
 #include "ZKFileSystemWriter.h"
+#include "ZKFtpClient.h"
+#include "ZKFtpItem.h"
 #include "ZKFtpReader.h"
 #include "ZKFtpServers.h"
 #include "ZKFtpWriter.h"
@@ -239,6 +241,41 @@ private Q_SLOTS:
             runTask(ftpReader("/"), localFolder("down"), ZKTransferMode::Copy, true);
         QVERIFY2(state == S::Completed, qPrintable(stateText(state)));
         QCOMPARE(snapshot(local("down/" + m_server->url("/").host())), snapshot(m_server->root()));
+    }
+
+    void bigFolderIsListedInOneListing_data() { serverKinds(); }
+
+    // Where the server offers MLSD (all but vsftpd), one listing tells every
+    // entry's type and size; elsewhere each name is asked about. Either way
+    // all 2,000 entries come back as they are.
+    void bigFolderIsListedInOneListing() {
+        START_SERVER();
+        QDir folder(served("many"));
+        QVERIFY(folder.mkpath(QStringLiteral("sub")));
+        for (int i = 0; i < 2000; ++i) {
+            QVERIFY(ZKTestSupport::writeFile(folder.filePath(QStringLiteral("f%1").arg(i)),
+                                             QByteArray(i % 7, 'x')));
+        }
+        ZKFtpClient client;
+        const QUrl url = m_server->url("/many/");
+        client.connectToHost(url.host(), url.port());
+        client.loginWithUsername(m_server->username(), m_server->password());
+        client.changePath({QStringLiteral("many")});
+        QVERIFY2(!client.error(), qPrintable(describe(client.error())));
+        QFETCH(int, kind);
+        QCOMPARE(client.listsWithMlsd(), kind != ZKFtpServers::Vsftpd);
+        const std::optional<QList<ZKFtpItem>> items = client.listItems();
+        QVERIFY2(items, qPrintable(describe(client.error())));
+        QCOMPARE(items->size(), 2001);
+        for (const ZKFtpItem &item : *items) {
+            if (item.name() == QLatin1String("sub")) {
+                QCOMPARE(item.type(), qint32(ZKFtpItem::Directory));
+                continue;
+            }
+            QCOMPARE(item.type(), qint32(ZKFtpItem::File));
+            QCOMPARE(item.size(), quint64(item.name().mid(1).toInt() % 7));
+        }
+        client.disconnect();
     }
 
     void resumesCutTransfers_data() { serverKinds(); }
