@@ -3,7 +3,8 @@
 
 // The control connection as a server might fill it: the bytes arrive in
 // receives of up to 4096, each decoded strictly as the client decodes it,
-// and every final line kept is judged and read as a PASV reply.
+// and every final line kept is judged and read as a PASV reply. The whole
+// input is also read as a FEAT reply and as MLSD lines.
 
 #include "ZKFtpReply.h"
 
@@ -52,8 +53,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         // Also what a lenient decoder would have made of it.
         judge(QString::fromUtf8(chunk));
     }
+    const QString whole = QString::fromUtf8(bytes);
     QString host;
     qint32 port = 0;
-    ZKFtpReply::parsePassiveReply(QString::fromUtf8(bytes), &host, &port);
+    ZKFtpReply::parsePassiveReply(whole, &host, &port);
+    ZKFtpReply::announcesMachineListings(whole);
+    for (const QString &line : whole.split(QLatin1Char('\n'))) {
+        // A type is lower case and never runs into the name.
+        const QString type = ZKFtpReply::machineListingType(line);
+        if (type != type.toLower() || type.contains(QLatin1Char(' ')) ||
+            type.contains(QLatin1Char(';'))) {
+            std::abort();
+        }
+    }
     return 0;
 }
