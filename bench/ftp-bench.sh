@@ -13,12 +13,7 @@
 # so that no disk takes part), BENCH_RUNS (default 3), BENCH_SIZE_MIB
 # (default 1024), FERROWICK_FTP_BENCH (a driver built elsewhere).
 #
-# Two Ferrowick columns: "as is" reads the data connection in the reader's
-# 4096-byte blocks; "64 KiB reads" sets a speed limit far above what
-# loopback reaches, which makes the copy ask for blocks of up to 65536 bytes.
-# "total" includes closing the endpoints (an upload's folder writer waits up
-# to the "downloadTimeout" for one more reply on close), "transfer" ends
-# with the last block.
+# "total" includes closing the endpoints, "transfer" ends with the last block.
 set -euo pipefail
 
 ROOT=$(cd "$(dirname "$0")/.." && pwd)
@@ -26,7 +21,6 @@ BUILD=${1:-$ROOT/build}
 RUNS=${BENCH_RUNS:-3}
 SIZE_MIB=${BENCH_SIZE_MIB:-1024}
 DRIVER=${FERROWICK_FTP_BENCH:-$BUILD/bench/ferrowick-ftp-bench}
-FAST_LIMIT=100000000000
 
 for tool in vsftpd curl; do
     if ! command -v "$tool" >/dev/null && [[ ! -x /usr/sbin/$tool ]]; then
@@ -139,7 +133,7 @@ check() { # check FILE
     }
 }
 
-curl_down=() curl_up=() fw_down=() fw_down_t=() fw_up=() fw_up_t=() fast_down=() fast_up=()
+curl_down=() curl_up=() fw_down=() fw_down_t=() fw_up=() fw_up_t=()
 for ((i = 0; i < RUNS; i++)); do
     rm -f "$DATA/down/"*
     curl_down+=("$(seconds curl -s -S -o "$DATA/down/curl.bin" "$SERVER/big.bin")")
@@ -151,9 +145,6 @@ for ((i = 0; i < RUNS; i++)); do
     check "$DATA/down/big.bin"
     rm -f "$DATA/down/"*
 
-    line=$("$DRIVER" download "$SERVER/big.bin" "$DATA/down" anonymous guest --limit $FAST_LIMIT)
-    fast_down+=("$(field transfer_seconds "$line")")
-    check "$DATA/down/big.bin"
     rm -f "$DATA/down/"* "$ROOTDIR/up/"*
 
     curl_up+=("$(seconds curl -s -S -T "$DATA/source.bin" "$SERVER/up/curl.bin")")
@@ -164,26 +155,20 @@ for ((i = 0; i < RUNS; i++)); do
     fw_up+=("$(field seconds "$line")") fw_up_t+=("$(field transfer_seconds "$line")")
     check "$ROOTDIR/up/source.bin"
     rm -f "$ROOTDIR/up/"*
-
-    line=$("$DRIVER" upload "$DATA/source.bin" "$SERVER/up/" anonymous guest --limit $FAST_LIMIT)
-    fast_up+=("$(field transfer_seconds "$line")")
-    check "$ROOTDIR/up/source.bin"
-    rm -f "$ROOTDIR/up/"*
 done
 
 ratio() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.2fx", a / b }'; }
 rate() { awk -v s="$1" -v m="$SIZE_MIB" 'BEGIN { printf "%.0f MiB/s", m / s }'; }
 
 cd=$(median "${curl_down[@]}") cu=$(median "${curl_up[@]}")
-fd=$(median "${fw_down[@]}") fdt=$(median "${fw_down_t[@]}") ffd=$(median "${fast_down[@]}")
-fu=$(median "${fw_up[@]}") fut=$(median "${fw_up_t[@]}") ffu=$(median "${fast_up[@]}")
+fd=$(median "${fw_down[@]}") fdt=$(median "${fw_down_t[@]}")
+fu=$(median "${fw_up[@]}") fut=$(median "${fw_up_t[@]}")
 echo
 echo "FTP on vsftpd, ${SIZE_MIB} MiB, median of $RUNS (seconds; ratio to curl; rate)"
 printf '%-34s %8s  %-7s %s\n' "download: curl" "$cd" "" "$(rate "$cd")"
 printf '%-34s %8s  %-7s %s\n' "download: Ferrowick total" "$fd" "$(ratio "$fd" "$cd")" "$(rate "$fd")"
 printf '%-34s %8s  %-7s %s\n' "download: Ferrowick transfer" "$fdt" "$(ratio "$fdt" "$cd")" "$(rate "$fdt")"
-printf '%-34s %8s  %-7s %s\n' "download: Ferrowick, 64 KiB reads" "$ffd" "$(ratio "$ffd" "$cd")" "$(rate "$ffd")"
 printf '%-34s %8s  %-7s %s\n' "upload: curl" "$cu" "" "$(rate "$cu")"
 printf '%-34s %8s  %-7s %s\n' "upload: Ferrowick total" "$fu" "$(ratio "$fu" "$cu")" "$(rate "$fu")"
 printf '%-34s %8s  %-7s %s\n' "upload: Ferrowick transfer" "$fut" "$(ratio "$fut" "$cu")" "$(rate "$fut")"
-printf '%-34s %8s  %-7s %s\n' "upload: Ferrowick, rate-limit path" "$ffu" "$(ratio "$ffu" "$cu")" "$(rate "$ffu")"
+
