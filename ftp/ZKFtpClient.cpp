@@ -73,6 +73,7 @@ void ZKFtpClient::connectToHost(const QString &host, qint32 port) {
     m_referenceCount = 0;
     m_currentPath.clear();
     m_controlResponses.clear();
+    m_triesExtendedPassive = true;
     if (host.isEmpty()) {
         setClientError(2, QStringLiteral("No host specified."));
         return;
@@ -242,6 +243,9 @@ void ZKFtpClient::askFeatures() {
 }
 
 void ZKFtpClient::beginPassiveConnection() {
+    if (m_triesExtendedPassive && beginExtendedPassiveConnection()) {
+        return;
+    }
     sendControlRequest(QStringLiteral("PASV"));
     if (error()) {
         return;
@@ -261,6 +265,34 @@ void ZKFtpClient::beginPassiveConnection() {
     m_dataSocket = std::make_unique<ZKSocket>();
     m_dataSocket->connectToHost(host, port);
     copySocketError(*m_dataSocket);
+}
+
+// EPSV works over IPv6 as over IPv4 and names only a port, so the data goes
+// to the address the control connection reached. A server that refuses it is
+// asked with PASV for the rest of the connection.
+bool ZKFtpClient::beginExtendedPassiveConnection() {
+    sendControlRequest(QStringLiteral("EPSV"));
+    if (error()) {
+        return true;
+    }
+    const std::optional<QString> reply = readControlResponse();
+    const ZKOptionalError refusal = error();
+    if (reply && refusal && reply->startsWith(QLatin1Char('5'))) {
+        qCInfo(lcFtp) << "EPSV refused; using PASV from now on";
+        m_triesExtendedPassive = false;
+        clearError();
+        return false;
+    }
+    qint32 port = 0;
+    if (!reply || refusal || !ZKFtpReply::parseExtendedPassiveReply(*reply, &port)) {
+        setClientError(
+            2, QStringLiteral("Unable to parse response '%1'").arg(reply.value_or(absentText)));
+        return true;
+    }
+    m_dataSocket = std::make_unique<ZKSocket>();
+    m_dataSocket->connectToHost(m_controlSocket->peerAddress(), port);
+    copySocketError(*m_dataSocket);
+    return true;
 }
 
 void ZKFtpClient::endPassiveConnection() {

@@ -17,10 +17,10 @@
 #include <optional>
 
 // A thin synchronous FTP control client over one ZKSocket, with a passive
-// data connection per transfer or listing. It knows USER, PASS, TYPE, PASV,
-// REST, RETR, APPE, ABOR, CWD, CDUP, MKD, RMD, DELE, NLST and SIZE, and no
-// other command: uploads always append, listings are names only, and the
-// working directory is tracked here rather than asked of the server.
+// data connection per transfer or listing. It knows USER, PASS, TYPE, FEAT,
+// EPSV, PASV, REST, RETR, APPE, ABOR, CWD, CDUP, MKD, RMD, DELE, MLSD, NLST
+// and SIZE, and no other command: uploads always append, and the working
+// directory is tracked here rather than asked of the server.
 //
 // Every operation leaves its outcome in error(); the caller inspects it after
 // each call. Endpoints that share one connection count their uses with
@@ -104,7 +104,10 @@ public:
     void setSupportsRfc3659(bool supports) { m_supportsRfc3659 = supports; }
 
 private:
+    // EPSV, then PASV once a server has refused EPSV.
     void beginPassiveConnection();
+    // False (with error() clear) when the server refused EPSV.
+    bool beginExtendedPassiveConnection();
     void askFeatures();
     // nullopt with error() clear when the server refused MLSD.
     std::optional<QList<ZKFtpItem>> listMachineItems();
@@ -128,6 +131,7 @@ private:
     QStringList m_currentPath;
     bool m_supportsRfc3659 = true;
     bool m_listsWithMlsd = false;
+    bool m_triesExtendedPassive = true;
     mutable std::mutex m_errorLock;
     ZKOptionalError m_error;
 };

@@ -99,6 +99,42 @@ bool ZKFtpReply::parsePassiveReply(const QString &reply, QString *host, qint32 *
     return true;
 }
 
+bool ZKFtpReply::parseExtendedPassiveReply(const QString &reply, qint32 *port) {
+    const qsizetype open = reply.indexOf(QLatin1Char('('));
+    const qsizetype close = reply.indexOf(QLatin1Char(')'), open + 1);
+    if (open < 0 || close < 0) {
+        return false;
+    }
+    const QStringView group = QStringView(reply).mid(open + 1, close - open - 1);
+    // Delimiter, delimiter, delimiter, at least one digit, delimiter. The
+    // network protocol and address fields must be empty: the data connection
+    // goes to the address the control connection reached, never elsewhere.
+    if (group.size() < 5) {
+        return false;
+    }
+    const QChar delimiter = group.front();
+    if (delimiter.unicode() < 33 || delimiter.unicode() > 126 || delimiter.isDigit() ||
+        group.at(1) != delimiter || group.at(2) != delimiter || group.back() != delimiter) {
+        return false;
+    }
+    const QStringView digits = group.mid(3, group.size() - 4);
+    qint32 value = 0;
+    for (const QChar c : digits) {
+        if (c < QLatin1Char('0') || c > QLatin1Char('9')) {
+            return false;
+        }
+        value = value * 10 + (c.unicode() - '0');
+        if (value > 65535) {
+            return false;
+        }
+    }
+    if (value == 0) {
+        return false;
+    }
+    *port = value;
+    return true;
+}
+
 bool ZKFtpReply::announcesMachineListings(const QString &reply) {
     for (const QString &line : splitAt(reply, u"\r\n")) {
         if (!line.startsWith(QLatin1Char(' '))) {

@@ -30,6 +30,12 @@ public:
     // not checked in any way (the server's address is used as given).
     static bool parsePassiveReply(const QString &reply, QString *host, qint32 *port);
 
+    // The port of an EPSV reply (RFC 2428): "(", three times one delimiter
+    // character, the port in decimal, the delimiter again, ")", as in
+    // "229 Entering Extended Passive Mode (|||6446|)". False when there is no
+    // such group or the port is not between 1 and 65535.
+    static bool parseExtendedPassiveReply(const QString &reply, qint32 *port);
+
     // Whether a FEAT reply, all of its lines, announces machine listings:
     // a feature line (one that begins with a space) naming MLST, which
     // brings MLSD along (RFC 3659).

@@ -86,7 +86,7 @@ void ZKSocket::connectToHost(const QString &host, qint32 port) {
     const QByteArray name = host.toUtf8();
 
     addrinfo hints{};
-    hints.ai_family = AF_INET;
+    hints.ai_family = AF_UNSPEC;
     hints.ai_socktype = SOCK_STREAM;
     addrinfo *addresses = nullptr;
     if (::getaddrinfo(name.constData(), service.constData(), &hints, &addresses) != 0 ||
@@ -100,31 +100,49 @@ void ZKSocket::connectToHost(const QString &host, qint32 port) {
         return;
     }
 
-    // The first address only: a host whose first address refuses fails.
-    const addrinfo *first = addresses;
-    m_socketDescriptor =
-        ::socket(first->ai_family, first->ai_socktype | SOCK_CLOEXEC, first->ai_protocol);
-    if (m_socketDescriptor == -1) {
-        setSystemError(errno);
-        ::freeaddrinfo(addresses);
-        return;
-    }
+    // A name with both kinds of address often has one that nothing listens
+    // on (a server bound to 127.0.0.1 behind "localhost"): the next is tried.
+    for (const addrinfo *address = addresses; address; address = address->ai_next) {
+        disconnect();
+        m_socketDescriptor =
+            ::socket(address->ai_family, address->ai_socktype | SOCK_CLOEXEC, address->ai_protocol);
+        if (m_socketDescriptor == -1) {
+            setSystemError(errno);
+            continue;
+        }
+        timeval limit{};
+        limit.tv_sec = downloadTimeoutSeconds();
+        limit.tv_usec = 0;
+        ::setsockopt(m_socketDescriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+        ::setsockopt(m_socketDescriptor, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
 
-    timeval limit{};
-    limit.tv_sec = downloadTimeoutSeconds();
-    limit.tv_usec = 0;
-    ::setsockopt(m_socketDescriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-    ::setsockopt(m_socketDescriptor, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
-
-    int result = 0;
-    do {
-        result = ::connect(m_socketDescriptor, first->ai_addr, first->ai_addrlen);
-    } while (result == -1 && errno == EINTR);
-    if (result == -1) {
-        // The descriptor stays open on purpose: see the header.
+        int result = 0;
+        do {
+            result = ::connect(m_socketDescriptor, address->ai_addr, address->ai_addrlen);
+        } while (result == -1 && errno == EINTR);
+        if (result == 0) {
+            clearError();
+            break;
+        }
+        // The last descriptor stays open on purpose: see the header.
         setSystemError(errno);
     }
     ::freeaddrinfo(addresses);
+}
+
+QString ZKSocket::peerAddress() const {
+    if (m_socketDescriptor == -1) {
+        return {};
+    }
+    sockaddr_storage address{};
+    socklen_t length = sizeof address;
+    char text[NI_MAXHOST] = {};
+    if (::getpeername(m_socketDescriptor, reinterpret_cast<sockaddr *>(&address), &length) != 0 ||
+        ::getnameinfo(reinterpret_cast<sockaddr *>(&address), length, text, sizeof text, nullptr, 0,
+                      NI_NUMERICHOST) != 0) {
+        return {};
+    }
+    return QString::fromLatin1(text);
 }
 
 void ZKSocket::disconnect() {

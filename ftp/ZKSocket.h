@@ -10,7 +10,7 @@
 #include <mutex>
 #include <optional>
 
-// A small blocking IPv4 TCP socket: the FTP client's control connection and
+// A small blocking TCP socket, IPv6 or IPv4: the FTP client's control connection and
 // each of its passive data connections. Every call clears error() when it
 // starts and leaves the reason there when it fails; nothing throws.
 //
@@ -26,10 +26,14 @@ public:
     ZKSocket(const ZKSocket &) = delete;
     ZKSocket &operator=(const ZKSocket &) = delete;
 
-    // Resolves host (IPv4 only) and connects to its first address. A failed
-    // connect leaves the descriptor open, so that the socket still counts as
-    // connected and the next send or receive reports the system's error.
+    // Resolves host and connects to the first of its addresses, IPv6 or
+    // IPv4, that accepts. When none does, the last one's descriptor stays
+    // open, so that the socket still counts as connected and the next send
+    // or receive reports the system's error.
     void connectToHost(const QString &host, qint32 port);
+    // The numeric address of the connected peer ("::1", "127.0.0.1"); empty
+    // when there is none.
+    QString peerAddress() const;
     // Closes the descriptor; leaves error() alone.
     void disconnect();
 

@@ -3,8 +3,8 @@
 
 // The control connection as a server might fill it: the bytes arrive in
 // receives of up to 4096, each decoded strictly as the client decodes it,
-// and every final line kept is judged and read as a PASV reply. The whole
-// input is also read as a FEAT reply and as MLSD lines.
+// and every final line kept is judged and read as a PASV and an EPSV reply.
+// The whole input is also read as a FEAT reply and as MLSD lines.
 
 #include "ZKFtpReply.h"
 
@@ -35,6 +35,12 @@ void judge(const QString &text) {
         QString host;
         qint32 port = 0;
         ZKFtpReply::parsePassiveReply(line, &host, &port);
+        // An extended reply names a usable port or nothing at all.
+        qint32 extended = 0;
+        const bool parsed = ZKFtpReply::parseExtendedPassiveReply(line, &extended);
+        if (parsed != (extended != 0) || extended < 0 || extended > 65535) {
+            std::abort();
+        }
     }
 }
 

@@ -144,6 +144,88 @@ private Q_SLOTS:
         }
     }
 
+    void extendedPassiveReplies_data() {
+        QTest::addColumn<QString>("reply");
+        QTest::addColumn<qint32>("port"); // 0: refused
+        QTest::newRow("usual") << "229 Entering Extended Passive Mode (|||6446|)" << 6446;
+        QTest::newRow("other delimiter") << "229 Extended (!!!21!)." << 21;
+        QTest::newRow("highest port") << "229 (|||65535|)" << 65535;
+        // The data must go where the control connection went, never to an
+        // address of the server's choosing.
+        QTest::newRow("address given") << "229 (|2|::1|6446|)" << 0;
+        QTest::newRow("port zero") << "229 (|||0|)" << 0;
+        QTest::newRow("port too high") << "229 (|||65536|)" << 0;
+        QTest::newRow("huge port") << "229 (|||99999999999999999999|)" << 0;
+        QTest::newRow("sign") << "229 (|||+21|)" << 0;
+        QTest::newRow("mixed delimiters") << "229 (|!|21|)" << 0;
+        QTest::newRow("digit delimiter") << "229 (111213121)" << 0;
+        QTest::newRow("unclosed") << "229 (|||6446|" << 0;
+        QTest::newRow("no parentheses") << "229 |||6446|" << 0;
+    }
+
+    void extendedPassiveReplies() {
+        QFETCH(QString, reply);
+        QFETCH(qint32, port);
+        qint32 parsed = 0;
+        QCOMPARE(ZKFtpReply::parseExtendedPassiveReply(reply, &parsed), port != 0);
+        QCOMPARE(parsed, port);
+    }
+
+    void extendedPassiveOnTheWire_data() {
+        QTest::addColumn<QByteArray>("host");
+        QTest::addColumn<bool>("served");
+        QTest::addColumn<QByteArray>("epsv"); // null: the server's own answer
+        QTest::addColumn<QStringList>("sent");
+        QTest::addColumn<QString>("error");
+        const QStringList extended{"EPSV", "NLST", "SIZE a", "EPSV", "NLST", "SIZE a"};
+        QTest::newRow("IPv4") << QByteArray("127.0.0.1") << true << QByteArray() << extended
+                              << QString();
+        QTest::newRow("IPv6") << QByteArray("::1") << true << QByteArray() << extended << QString();
+        // Refused once, never asked again on that connection.
+        QTest::newRow("refused") << QByteArray("127.0.0.1") << false << QByteArray()
+                                 << QStringList{"EPSV", "PASV", "NLST",  "SIZE a",
+                                                "PASV", "NLST", "SIZE a"}
+                                 << QString();
+        QTest::newRow("not understood")
+            << QByteArray("127.0.0.1") << true
+            << QByteArray("229 Entering Extended Passive Mode (|||x|)\r\n") << QStringList{"EPSV"}
+            << "Unable to parse response '229 Entering Extended Passive Mode (|||x|)'";
+        // A temporary failure is no refusal: PASV would fail alike.
+        QTest::newRow("temporary failure")
+            << QByteArray("127.0.0.1") << true << QByteArray("425 Can't open data connection.\r\n")
+            << QStringList{"EPSV"} << "Unable to parse response '425 Can't open data connection.'";
+    }
+
+    // Two listings on one connection, each over its own data connection.
+    void extendedPassiveOnTheWire() {
+        QFETCH(QByteArray, host);
+        QFETCH(bool, served);
+        QFETCH(QByteArray, epsv);
+        QFETCH(QString, error);
+        m_server = std::make_unique<ZKScriptedFtpServer>(host);
+        if (m_server->port() == 0) {
+            QSKIP(qPrintable(QStringLiteral("no loopback address %1 here").arg(host)));
+        }
+        m_server->setExtendedPassive(served);
+        if (!epsv.isNull()) {
+            m_server->setReply("EPSV", epsv);
+        }
+        m_server->setListing("a\r\n");
+        m_server->setFile("a", "1");
+        m_client->connectToHost(QString::fromLatin1(host), m_server->port());
+        m_client->loginWithUsername(QStringLiteral("ann"), QStringLiteral("pw"));
+        QVERIFY2(!m_client->error(), qPrintable(describe(m_client->error())));
+        for (int round = 0; round < 2 && error.isEmpty(); ++round) {
+            const std::optional<QList<ZKFtpItem>> items = m_client->listItems();
+            QVERIFY2(items && items->size() == 1, qPrintable(describe(m_client->error())));
+        }
+        if (!error.isEmpty()) {
+            QVERIFY(!m_client->listItems());
+            QCOMPARE(describe(m_client->error()), error);
+        }
+        QTEST(commandsAfterLogin(), "sent");
+    }
+
     void restOnlyForAnOffsetAndStopsWhenRefused() {
         m_server->setFile("a.bin", QByteArray(10, 'a'));
         connectAndLogIn();
@@ -151,13 +233,13 @@ private Q_SLOTS:
         QVERIFY(!m_client->error());
         QCOMPARE(m_client->retrieveBlock(), QByteArray(10, 'a'));
         m_client->endRetrieve();
-        QCOMPARE(commandsAfterLogin(), QStringList({"PASV", "RETR a.bin"}));
+        QCOMPARE(commandsAfterLogin(), QStringList({"EPSV", "PASV", "RETR a.bin"}));
 
         m_server->setReply("REST", "502 REST not implemented\r\n");
         m_client->beginRetrieve(QStringLiteral("a.bin"), 1000);
         QVERIFY(m_client->error());
         QCOMPARE(m_client->error()->code(), qint64(502));
-        QCOMPARE(commandsAfterLogin().mid(2), QStringList({"PASV", "REST 1000"}));
+        QCOMPARE(commandsAfterLogin().mid(3), QStringList({"PASV", "REST 1000"}));
     }
 
     void changePathSendsOnlyTheDifference_data() {
@@ -205,8 +287,8 @@ private Q_SLOTS:
         // A file the server refuses to size is taken for a folder.
         QCOMPARE(items->at(2).type(), qint32(ZKFtpItem::Directory));
         QVERIFY(!m_client->error());
-        QCOMPARE(commandsAfterLogin(),
-                 QStringList({"PASV", "NLST", "SIZE a.txt", "SIZE sub", "SIZE locked.bin"}));
+        QCOMPARE(commandsAfterLogin(), QStringList({"EPSV", "PASV", "NLST", "SIZE a.txt",
+                                                    "SIZE sub", "SIZE locked.bin"}));
     }
 
     void machineListings_data() {
@@ -217,13 +299,14 @@ private Q_SLOTS:
                                      " SIZE\r\n211 End\r\n";
         // Only the link is sized: files and folders are told by the listing.
         QTest::newRow("announced")
-            << announced << QByteArray() << QStringList({"PASV", "MLSD", "SIZE link"});
+            << announced << QByteArray() << QStringList({"EPSV", "PASV", "MLSD", "SIZE link"});
         QTest::newRow("announced, then refused")
             << announced << QByteArray("500 Unknown command\r\n")
-            << QStringList({"PASV", "MLSD", "PASV", "NLST", "SIZE a.txt", "SIZE sub", "SIZE link"});
+            << QStringList(
+                   {"EPSV", "PASV", "MLSD", "PASV", "NLST", "SIZE a.txt", "SIZE sub", "SIZE link"});
         QTest::newRow("not announced")
             << QByteArray("211-Features:\r\n MDTM\r\n211 End\r\n") << QByteArray()
-            << QStringList({"PASV", "NLST", "SIZE a.txt", "SIZE sub", "SIZE link"});
+            << QStringList({"EPSV", "PASV", "NLST", "SIZE a.txt", "SIZE sub", "SIZE link"});
     }
 
     // One MLSD tells names, types, sizes and dates where the server offers it;

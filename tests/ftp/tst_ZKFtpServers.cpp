@@ -24,6 +24,7 @@
 #include <QCryptographicHash>
 #include <QDir>
 #include <QDirIterator>
+#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -84,10 +85,10 @@ bool isResting(qint32 state) {
 } // namespace
 
 // Missing daemons fail under CI and are skipped with the reason elsewhere.
-#define START_SERVER()                                                                             \
+#define START_SERVER_ON(host)                                                                      \
     do {                                                                                           \
         QFETCH(int, kind);                                                                         \
-        m_server = std::make_unique<ZKFtpServers>(ZKFtpServers::Kind(kind));                       \
+        m_server = std::make_unique<ZKFtpServers>(ZKFtpServers::Kind(kind), host);                 \
         if (!m_server->start()) {                                                                  \
             if (ZKFtpServers::mustRun()) {                                                         \
                 QFAIL(qPrintable(m_server->errorString()));                                        \
@@ -95,6 +96,7 @@ bool isResting(qint32 state) {
             QSKIP(qPrintable(m_server->errorString()));                                            \
         }                                                                                          \
     } while (false)
+#define START_SERVER() START_SERVER_ON(QStringLiteral("127.0.0.1"))
 
 // Transfers between local folders and real FTP daemons, through copy tasks.
 class TestZKFtpServers : public QObject {
@@ -241,6 +243,31 @@ private Q_SLOTS:
             runTask(ftpReader("/"), localFolder("down"), ZKTransferMode::Copy, true);
         QVERIFY2(state == S::Completed, qPrintable(stateText(state)));
         QCOMPARE(snapshot(local("down/" + m_server->url("/").host())), snapshot(m_server->root()));
+    }
+
+    void transfersOverIpv6_data() { serverKinds(); }
+
+    // With [::1] in the address the control connection and every data
+    // connection (EPSV) go over IPv6, up and down.
+    void transfersOverIpv6() {
+        QTcpServer probe;
+        if (!probe.listen(QHostAddress::LocalHostIPv6, 0)) {
+            QSKIP("this machine has no IPv6 loopback address");
+        }
+        probe.close();
+        START_SERVER_ON(QStringLiteral("::1"));
+        QCOMPARE(m_server->url("/").host(), QStringLiteral("::1"));
+        QDir tree(local(QStringLiteral("tree")));
+        tree.mkpath(QStringLiteral("inner"));
+        QVERIFY(ZKTestSupport::writeFile(tree.filePath("inner/a.bin"),
+                                         ZKTestSupport::randomBytes(2 * 1000 * 1000, 31)));
+        QVERIFY(ZKTestSupport::writeFile(tree.filePath("b.txt"), "over IPv6"));
+        qint32 state = runTask(localReader("tree"), ftpFolder("/"), ZKTransferMode::Copy, true);
+        QVERIFY2(state == S::Completed, qPrintable(stateText(state)));
+        state = runTask(ftpReader("/tree/"), localFolder("down"), ZKTransferMode::Copy, true);
+        QVERIFY2(state == S::Completed, qPrintable(stateText(state)));
+        QCOMPARE(snapshot(served("tree")), snapshot(tree.path()));
+        QCOMPARE(snapshot(local("down/tree")), snapshot(tree.path()));
     }
 
     void bigFolderIsListedInOneListing_data() { serverKinds(); }

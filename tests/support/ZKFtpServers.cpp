@@ -27,9 +27,9 @@ QString ftpdFolder() {
     return configured.isEmpty() ? QStringLiteral("/var/cache/ferrowick/ftpd") : configured;
 }
 
-quint16 freePort() {
+quint16 freePort(const QString &host) {
     QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost, 0);
+    probe.listen(QHostAddress(host), 0);
     return probe.serverPort();
 }
 
@@ -54,8 +54,9 @@ std::optional<QByteArray> cryptHash(const QString &password) {
 
 } // namespace
 
-ZKFtpServers::ZKFtpServers(Kind kind)
-    : m_kind(kind) {
+ZKFtpServers::ZKFtpServers(Kind kind, const QString &host)
+    : m_kind(kind)
+    , m_host(host) {
     m_process.setProcessChannelMode(QProcess::MergedChannels);
     // A test that dies must not leave its daemon running.
     m_process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
@@ -107,7 +108,7 @@ QUrl ZKFtpServers::url(const QString &path) const {
     QUrl url;
     url.setScheme(QStringLiteral("ftp"));
     url.setUserName(m_username);
-    url.setHost(QStringLiteral("127.0.0.1"));
+    url.setHost(m_host);
     url.setPort(m_port);
     url.setPath(path);
     return url;
@@ -140,8 +141,11 @@ bool ZKFtpServers::start() {
     QFile::setPermissions(m_folder->path(), QFileDevice::Permissions(0x7755));
     m_root = QDir(m_folder->path()).filePath(QStringLiteral("root"));
     QDir().mkpath(m_root);
-    m_port = freePort();
-    m_passivePort = freePort();
+    m_port = freePort(m_host);
+    if (m_port == 0) {
+        return fail(QStringLiteral("cannot listen on %1 here").arg(m_host));
+    }
+    m_passivePort = freePort(m_host);
     if (m_passivePort > 65535 - passivePortCount) {
         m_passivePort = quint16(m_passivePort - passivePortCount);
     }
@@ -169,7 +173,7 @@ bool ZKFtpServers::launch(const QString &program, const QStringList &arguments) 
                             .arg(QString::fromLocal8Bit(m_process.readAll())));
         }
         QTcpSocket probe;
-        probe.connectToHost(QHostAddress::LocalHost, m_port);
+        probe.connectToHost(QHostAddress(m_host), m_port);
         if (probe.waitForConnected(500) && probe.waitForReadyRead(2000) &&
             probe.readAll().startsWith("220")) {
             return true;
@@ -200,22 +204,26 @@ bool ZKFtpServers::startVsftpd() {
     const QString empty = QDir(m_folder->path()).filePath(QStringLiteral("empty"));
     QDir().mkpath(empty);
     const QString config = QDir(m_folder->path()).filePath(QStringLiteral("vsftpd.conf"));
+    // pasv_address is IPv4 only; over IPv6 EPSV names the port alone.
+    const QString listening =
+        isIpv6() ? QStringLiteral("listen=NO\nlisten_ipv6=YES\nlisten_address6=%1\n").arg(m_host)
+                 : QStringLiteral("listen=YES\nlisten_address=%1\npasv_address=%1\n").arg(m_host);
     const QString text =
-        QStringLiteral("listen=YES\nlisten_address=127.0.0.1\nlisten_port=%1\nbackground=NO\n"
-                       "anonymous_enable=YES\nlocal_enable=NO\nwrite_enable=YES\n"
-                       "anon_upload_enable=YES\nanon_mkdir_write_enable=YES\n"
-                       "anon_other_write_enable=YES\nanon_world_readable_only=NO\n"
-                       "anon_root=%2\nno_anon_password=YES\nanon_umask=022\n"
-                       "allow_writeable_chroot=YES\nsecure_chroot_dir=%3\n"
-                       "pasv_enable=YES\npasv_min_port=%4\npasv_max_port=%5\n"
-                       "pasv_address=127.0.0.1\nrun_as_launching_user=YES\n"
-                       "seccomp_sandbox=NO\nisolate=NO\nisolate_network=NO\n"
-                       "xferlog_enable=NO\nsyslog_enable=NO\ncheck_shell=NO\n"
-                       "max_per_ip=0\nmax_clients=0\n")
-            .arg(m_port)
-            .arg(m_root, empty)
-            .arg(m_passivePort)
-            .arg(m_passivePort + passivePortCount - 1);
+        listening + QStringLiteral("listen_port=%1\nbackground=NO\n"
+                                   "anonymous_enable=YES\nlocal_enable=NO\nwrite_enable=YES\n"
+                                   "anon_upload_enable=YES\nanon_mkdir_write_enable=YES\n"
+                                   "anon_other_write_enable=YES\nanon_world_readable_only=NO\n"
+                                   "anon_root=%2\nno_anon_password=YES\nanon_umask=022\n"
+                                   "allow_writeable_chroot=YES\nsecure_chroot_dir=%3\n"
+                                   "pasv_enable=YES\npasv_min_port=%4\npasv_max_port=%5\n"
+                                   "run_as_launching_user=YES\n"
+                                   "seccomp_sandbox=NO\nisolate=NO\nisolate_network=NO\n"
+                                   "xferlog_enable=NO\nsyslog_enable=NO\ncheck_shell=NO\n"
+                                   "max_per_ip=0\nmax_clients=0\n")
+                        .arg(m_port)
+                        .arg(m_root, empty)
+                        .arg(m_passivePort)
+                        .arg(m_passivePort + passivePortCount - 1);
     if (!writeText(config, text.toUtf8())) {
         return fail(QStringLiteral("cannot write %1").arg(config));
     }
@@ -257,7 +265,8 @@ bool ZKFtpServers::startPureFtpd() {
     }
     return launch(
         program(PureFtpd),
-        {QStringLiteral("-S"), QStringLiteral("127.0.0.1,%1").arg(m_port), QStringLiteral("-p"),
+        {QStringLiteral("-S"), QStringLiteral("%1,%2").arg(m_host).arg(m_port),
+         QStringLiteral("-p"),
          QStringLiteral("%1:%2").arg(m_passivePort).arg(m_passivePort + passivePortCount - 1),
          QStringLiteral("-l"), QStringLiteral("puredb:%1").arg(database), QStringLiteral("-A"),
          QStringLiteral("-E"), QStringLiteral("-H")});
@@ -292,20 +301,20 @@ bool ZKFtpServers::startProftpd() {
         accountGroup ? QString::fromLocal8Bit(accountGroup->gr_name) : QStringLiteral("nogroup");
     const QString config = folder.filePath(QStringLiteral("proftpd.conf"));
     const QString text =
-        QStringLiteral(
-            "ServerType standalone\nDefaultServer on\nPort %1\nDefaultAddress 127.0.0.1\n"
-            "UseIPv6 off\nUser ftp\nGroup %2\nPassivePorts %3 %4\n"
-            "PidFile %5/proftpd.pid\nScoreboardFile %5/proftpd.scoreboard\n"
-            "DelayTable none\nWtmpLog off\nTransferLog none\nRequireValidShell off\n"
-            "AllowStoreRestart on\nAllowRetrieveRestart on\nUseReverseDNS off\n"
-            "AuthOrder mod_auth_file.c\nAuthUserFile %6\n"
-            "DefaultRoot ~\nUmask 022\nMaxInstances 100\n"
-            "<Directory />\n  AllowOverwrite on\n</Directory>\n")
+        QStringLiteral("ServerType standalone\nDefaultServer on\nPort %1\nDefaultAddress %7\n"
+                       "UseIPv6 %8\nUser ftp\nGroup %2\nPassivePorts %3 %4\n"
+                       "PidFile %5/proftpd.pid\nScoreboardFile %5/proftpd.scoreboard\n"
+                       "DelayTable none\nWtmpLog off\nTransferLog none\nRequireValidShell off\n"
+                       "AllowStoreRestart on\nAllowRetrieveRestart on\nUseReverseDNS off\n"
+                       "AuthOrder mod_auth_file.c\nAuthUserFile %6\n"
+                       "DefaultRoot ~\nUmask 022\nMaxInstances 100\n"
+                       "<Directory />\n  AllowOverwrite on\n</Directory>\n")
             .arg(m_port)
             .arg(groupName)
             .arg(m_passivePort)
             .arg(m_passivePort + passivePortCount - 1)
-            .arg(m_folder->path(), passwdFile);
+            .arg(m_folder->path(), passwdFile, m_host,
+                 isIpv6() ? QStringLiteral("on") : QStringLiteral("off"));
     if (!writeText(config, text.toUtf8())) {
         return fail(QStringLiteral("cannot write %1").arg(config));
     }

@@ -11,7 +11,7 @@
 
 // One real FTP daemon started for a test: vsftpd (anonymous, writable),
 // pure-ftpd (a virtual account in a PureDB file) or proftpd (an account in
-// its own password file), listening on 127.0.0.1 on a free port, with a
+// its own password file), listening on 127.0.0.1 or ::1 on a free port, with a
 // temporary folder as the account's root. Stopped when destroyed.
 //
 // pure-ftpd and proftpd are run from the folder scripts/install-deps.sh
@@ -22,7 +22,8 @@ class ZKFtpServers {
 public:
     enum Kind { Vsftpd, PureFtpd, Proftpd };
 
-    explicit ZKFtpServers(Kind kind);
+    // host: 127.0.0.1 or ::1.
+    explicit ZKFtpServers(Kind kind, const QString &host = QStringLiteral("127.0.0.1"));
     ~ZKFtpServers();
 
     ZKFtpServers(const ZKFtpServers &) = delete;
@@ -44,7 +45,7 @@ public:
     QString password() const { return m_password; }
     // The local folder the account sees as "/".
     QString root() const { return m_root; }
-    // ftp://USER@127.0.0.1:PORT/path, without the password.
+    // ftp://USER@HOST:PORT/path, without the password.
     QUrl url(const QString &path) const;
     // Gives path and everything below it to the account the daemon writes
     // as, so that it may append to, rename and remove what the test made.
@@ -57,7 +58,10 @@ private:
     bool launch(const QString &program, const QStringList &arguments);
     bool fail(const QString &reason);
 
+    bool isIpv6() const { return m_host.contains(QLatin1Char(':')); }
+
     Kind m_kind;
+    QString m_host;
     std::unique_ptr<QTemporaryDir> m_folder;
     QString m_root;
     QProcess m_process;

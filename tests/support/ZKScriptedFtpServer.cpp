@@ -104,7 +104,9 @@ private:
             m_offset = argument.toLongLong();
             send("350 Restarting at " + argument + "\r\n");
         } else if (command == "PASV") {
-            openPassive();
+            openPassive(false);
+        } else if (command == "EPSV" && m_server.m_extendedPassive) {
+            openPassive(true);
         } else if (command == "RETR") {
             if (!m_server.m_files.contains(argument)) {
                 send("550 " + argument + ": No such file\r\n");
@@ -142,7 +144,7 @@ private:
         }
     }
 
-    void openPassive() {
+    void openPassive(bool extended) {
         delete m_listener;
         m_data = nullptr;
         m_dataClosed = false;
@@ -150,6 +152,10 @@ private:
         m_listener->listen(QHostAddress(QString::fromLatin1(m_server.m_passiveHost)), 0);
         connect(m_listener, &QTcpServer::newConnection, this, &ZKScriptedFtpSession::acceptData);
         const quint16 port = m_listener->serverPort();
+        if (extended) {
+            send("229 Entering Extended Passive Mode (|||" + QByteArray::number(port) + "|)\r\n");
+            return;
+        }
         QByteArray numbers = m_server.m_passiveHost;
         numbers.replace('.', ',');
         numbers += ',' + QByteArray::number(port / 256) + ',' + QByteArray::number(port % 256);
@@ -245,10 +251,11 @@ private:
     int m_idleAborts = 0;
 };
 
-ZKScriptedFtpServer::ZKScriptedFtpServer()
+ZKScriptedFtpServer::ZKScriptedFtpServer(const QByteArray &host)
     : m_greeting("220 Scripted server ready\r\n")
-    , m_passiveHost("127.0.0.1")
-    , m_passiveFormat("227 Entering Passive Mode (%1).\r\n") {
+    , m_passiveHost(host)
+    , m_passiveFormat("227 Entering Passive Mode (%1).\r\n")
+    , m_host(host) {
     // A plain thread rather than a QThread: its start, the hand-over of the
     // port and the join are then seen by thread checkers.
     std::promise<quint16> ready;
@@ -265,7 +272,7 @@ ZKScriptedFtpServer::~ZKScriptedFtpServer() {
 void ZKScriptedFtpServer::run(std::promise<quint16> &ready) {
     QEventLoop loop;
     QTcpServer server;
-    server.listen(QHostAddress::LocalHost, 0);
+    server.listen(QHostAddress(QString::fromLatin1(m_host)), 0);
     QObject::connect(&server, &QTcpServer::newConnection, &server, [this, &server] {
         while (QTcpSocket *socket = server.nextPendingConnection()) {
             socket->setParent(&server);
@@ -287,7 +294,7 @@ void ZKScriptedFtpServer::run(std::promise<quint16> &ready) {
 QUrl ZKScriptedFtpServer::url(const QString &path) const {
     QUrl url;
     url.setScheme(QStringLiteral("ftp"));
-    url.setHost(QStringLiteral("127.0.0.1"));
+    url.setHost(QString::fromLatin1(m_host));
     url.setPort(m_port);
     url.setPath(path);
     return url;
@@ -342,6 +349,11 @@ void ZKScriptedFtpServer::setPassiveHost(const QByteArray &host) {
 void ZKScriptedFtpServer::setPassiveFormat(const QByteArray &format) {
     std::lock_guard locker(m_lock);
     m_passiveFormat = format;
+}
+
+void ZKScriptedFtpServer::setExtendedPassive(bool on) {
+    std::lock_guard locker(m_lock);
+    m_extendedPassive = on;
 }
 
 void ZKScriptedFtpServer::setDropAfter(qint64 bytes) {

@@ -18,7 +18,7 @@
 class QTcpServer;
 class QTcpSocket;
 
-// A small FTP server on 127.0.0.1 that plays scripted replies and records
+// A small FTP server on a loopback address that plays scripted replies and records
 // every byte it receives, for checking the client's exact wire traffic. It
 // runs its own event loop on a thread of its own, so that the blocking
 // client can be driven from the test's thread.
@@ -28,17 +28,19 @@ class QTcpSocket;
 // directory. Unless a reply is scripted, commands get
 // plausible answers: SIZE of a known file gives its size, CWD succeeds for a
 // known folder, RETR sends a known file from the REST offset, APPE appends,
-// NLST sends the listing, ABOR answers like a server that was interrupted.
+// NLST sends the listing, ABOR answers like a server that was interrupted,
+// EPSV is refused unless setExtendedPassive() turns it on.
 class ZKScriptedFtpServer {
 public:
-    ZKScriptedFtpServer();
+    // Listens on host: 127.0.0.1 or ::1.
+    explicit ZKScriptedFtpServer(const QByteArray &host = "127.0.0.1");
     ~ZKScriptedFtpServer();
 
     ZKScriptedFtpServer(const ZKScriptedFtpServer &) = delete;
     ZKScriptedFtpServer &operator=(const ZKScriptedFtpServer &) = delete;
 
     quint16 port() const { return m_port; }
-    // ftp://127.0.0.1:PORT followed by path.
+    // ftp://HOST:PORT followed by path.
     QUrl url(const QString &path) const;
 
     // Raw bytes sent on connection; by default one "220" line.
@@ -63,6 +65,10 @@ public:
     // The PASV reply with "%1" for the six numbers; by default
     // "227 Entering Passive Mode (%1).\r\n".
     void setPassiveFormat(const QByteArray &format);
+    // Whether EPSV opens a data listener on the server's own address (with
+    // the reply "229 Entering Extended Passive Mode (|||PORT|)") or is
+    // refused as an unknown command.
+    void setExtendedPassive(bool on);
     // A RETR sends this many bytes, then both connections are dropped.
     void setDropAfter(qint64 bytes);
 
@@ -88,6 +94,8 @@ private:
     QHash<QByteArray, QByteArray> m_listings;
     QByteArray m_passiveHost;
     QByteArray m_passiveFormat;
+    bool m_extendedPassive = false;
+    QByteArray m_host;
     qint64 m_dropAfter = -1;
     QByteArray m_received;
     QStringList m_commands;
