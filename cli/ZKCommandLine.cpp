@@ -11,6 +11,7 @@
 #include "ZKQueueRunner.h"
 #include "ZKQueueState.h"
 #include "ZKReaderFactory.h"
+#include "ZKSocket.h"
 #include "ZKSpeedLimitPanel.h"
 #include "ZKTaskState.h"
 #include "ZKTerminalPresenter.h"
@@ -171,6 +172,7 @@ QString ZKCommandLine::usage() {
         "  ferrowick-cli move SOURCE... DESTINATION [options]\n"
         "  ferrowick-cli run FILE.queue [options]\n"
         "  ferrowick-cli show FILE.queue\n"
+        "  ferrowick-cli trust FINGERPRINT\n"
         "  ferrowick-cli demo\n"
         "\n"
         "Options of copy and move:\n"
@@ -189,7 +191,10 @@ QString ZKCommandLine::usage() {
         "                           the first line of stdin\n"
         "  --verbose                show diagnostic log lines\n"
         "Tasks saved as failed are tried once more; a removal of sources that was cut\n"
-        "short is finished.\n");
+        "short is finished.\n"
+        "\n"
+        "trust takes the SHA-256 fingerprint that an ftps:// refusal names, and trusts\n"
+        "that server certificate from then on, whoever signed it.\n");
 }
 
 bool ZKCommandLine::parseRate(const QString &text, quint64 *bytesPerSecond) {
@@ -237,6 +242,9 @@ int ZKCommandLine::run(const QStringList &arguments) {
     }
     if (command == QStringLiteral("demo")) {
         return demo(rest);
+    }
+    if (command == QStringLiteral("trust")) {
+        return trust(rest);
     }
     if (command == QStringLiteral("--help") || command == QStringLiteral("-h") ||
         command == QStringLiteral("help")) {
@@ -354,6 +362,24 @@ int ZKCommandLine::runQueue(const QStringList &arguments) {
     // Tasks that were not even read have not completed.
     return status == allCompleted && !document.unreadTaskEntries().isEmpty() ? someNotCompleted
                                                                              : status;
+}
+
+int ZKCommandLine::trust(const QStringList &arguments) {
+    if (arguments.size() != 2) {
+        std::fputs(usage().toLocal8Bit().constData(), stderr);
+        return badUsage;
+    }
+    const QString fingerprint = ZKSocket::normalizedFingerprint(arguments.at(1));
+    if (fingerprint.isEmpty() || !ZKSocket::trustCertificate(fingerprint)) {
+        printError(QStringLiteral("'%1' is not a SHA-256 fingerprint (64 hexadecimal digits, "
+                                  "colons allowed).")
+                       .arg(arguments.at(1)));
+        return badUsage;
+    }
+    std::fputs(
+        QStringLiteral("Trusting the certificate %1.\n").arg(fingerprint).toLocal8Bit().constData(),
+        stdout);
+    return allCompleted;
 }
 
 int ZKCommandLine::show(const QStringList &arguments) {

@@ -5,7 +5,7 @@
 #include <QString>
 #include <QStringList>
 
-// The terminal front end: ferrowick-cli copy|move|run|show|demo.
+// The terminal front end: ferrowick-cli copy|move|run|show|trust|demo.
 class ZKCommandLine {
 public:
     // Exit statuses.
@@ -25,5 +25,7 @@ private:
     static int transfer(const QStringList &arguments, bool move);
     static int runQueue(const QStringList &arguments);
     static int show(const QStringList &arguments);
+    // Records a server certificate's fingerprint as trusted, for good.
+    static int trust(const QStringList &arguments);
     static int demo(const QStringList &arguments);
 };

@@ -38,7 +38,7 @@ function(ferrowick_engine_libraries root sound_dir)
     target_link_libraries(ferrowick-endpoints PUBLIC Qt6::Network)
 
     ferrowick_library(ferrowick-ftp ${root}/ftp REGISTERS LINKS ferrowick-endpoints)
-    target_link_libraries(ferrowick-ftp PRIVATE PkgConfig::SECRET)
+    target_link_libraries(ferrowick-ftp PRIVATE PkgConfig::SECRET OpenSSL::SSL)
 
     ferrowick_library(ferrowick-operations ${root}/operations LINKS ferrowick-ftp)
     ferrowick_library(ferrowick-engine ${root}/engine LINKS ferrowick-operations)

@@ -16,6 +16,7 @@ namespace {
 
 const QString fileScheme = QStringLiteral("file://");
 const QString ftpScheme = QStringLiteral("ftp://");
+const QString ftpsScheme = QStringLiteral("ftps://");
 const QString httpScheme = QStringLiteral("http://");
 const QString httpsScheme = QStringLiteral("https://");
 
@@ -99,7 +100,7 @@ bool ZKReaderFactory::isFileUrl(const QUrl &url) {
 }
 
 bool ZKReaderFactory::isFtpUrl(const QUrl &url) {
-    return url.toString().startsWith(ftpScheme);
+    return isFtpPath(url.toString());
 }
 
 bool ZKReaderFactory::isHttpUrl(const QUrl &url) {
@@ -113,7 +114,7 @@ bool ZKReaderFactory::isFilePath(const QString &path) {
 }
 
 bool ZKReaderFactory::isFtpPath(const QString &path) {
-    return path.startsWith(ftpScheme);
+    return path.startsWith(ftpScheme) || path.startsWith(ftpsScheme);
 }
 
 bool ZKReaderFactory::isHttpPath(const QString &path) {

@@ -68,12 +68,14 @@ void ZKFtpClient::clearError() {
     setError(std::nullopt);
 }
 
-void ZKFtpClient::connectToHost(const QString &host, qint32 port) {
+void ZKFtpClient::connectToHost(const QString &host, qint32 port, bool secure) {
     clearError();
     m_referenceCount = 0;
     m_currentPath.clear();
     m_controlResponses.clear();
     m_triesExtendedPassive = true;
+    m_secure = secure;
+    m_host = host;
     if (host.isEmpty()) {
         setClientError(2, QStringLiteral("No host specified."));
         return;
@@ -90,6 +92,16 @@ void ZKFtpClient::connectToHost(const QString &host, qint32 port) {
     }
     readControlResponse();
     retainConnection();
+    if (secure && !error()) {
+        command(QStringLiteral("AUTH"), QStringLiteral("TLS"));
+        // Nothing more may cross in clear, least of all the password.
+        if (!error() && !m_controlSocket->startTls(host)) {
+            copySocketError(*m_controlSocket);
+        }
+        if (error()) {
+            m_controlSocket->disconnect();
+        }
+    }
 }
 
 void ZKFtpClient::disconnect() {
@@ -198,6 +210,12 @@ void ZKFtpClient::loginWithUsername(const QString &username, const QString &pass
     if (!error()) {
         command(QStringLiteral("PASS"), password);
     }
+    if (m_secure && !error()) {
+        command(QStringLiteral("PBSZ"), QStringLiteral("0"));
+    }
+    if (m_secure && !error()) {
+        command(QStringLiteral("PROT"), QStringLiteral("P"));
+    }
     if (!error()) {
         command(QStringLiteral("TYPE"), QStringLiteral("I"));
     }
@@ -295,6 +313,19 @@ bool ZKFtpClient::beginExtendedPassiveConnection() {
     return true;
 }
 
+void ZKFtpClient::secureDataConnection() {
+    if (!m_secure || error() || !m_dataSocket) {
+        return;
+    }
+    // The server accepts the handshake only once it took the command; it
+    // may insist on the control connection's session (vsftpd does).
+    if (!m_dataSocket->startTls(m_host, m_controlSocket.get())) {
+        copySocketError(*m_dataSocket);
+        // Its refusal of the transfer is due on the control connection.
+        endPassiveConnection();
+    }
+}
+
 void ZKFtpClient::endPassiveConnection() {
     if (!m_dataSocket) {
         return;
@@ -323,6 +354,7 @@ void ZKFtpClient::beginRetrieve(const QString &name, quint64 offset) {
         }
     }
     command(QStringLiteral("RETR"), name);
+    secureDataConnection();
 }
 
 QByteArray ZKFtpClient::retrieveBlock() {
@@ -353,7 +385,8 @@ void ZKFtpClient::endRetrieve() {
     // Stopped before the end: urgent ABOR, then the same text once more as
     // an ordinary line, which puts "ABOR" CR LF CR LF on the wire.
     const ZKOptionalError remembered = error();
-    if (m_controlSocket) {
+    // Urgent data would cut into a TLS record: over TLS the line goes alone.
+    if (m_controlSocket && !m_controlSocket->isEncrypted()) {
         m_controlSocket->sendOutOfBandString(abortLine);
     }
     sendControlRequest(abortLine);
@@ -384,6 +417,7 @@ void ZKFtpClient::beginStore(const QString &name) {
         return;
     }
     command(QStringLiteral("APPE"), name);
+    secureDataConnection();
 }
 
 void ZKFtpClient::storeBlock(const QByteArray &data) {
@@ -399,6 +433,9 @@ void ZKFtpClient::storeBlock(const QByteArray &data) {
 
 void ZKFtpClient::endStore() {
     clearError();
+    if (m_dataSocket) {
+        m_dataSocket->finishSending();
+    }
     endPassiveConnection();
 }
 
@@ -488,28 +525,21 @@ std::optional<ZKFtpItem> ZKFtpClient::sizedItem(const QString &name) {
     return itemFromSizeReply(name, *reply);
 }
 
-std::optional<QList<ZKFtpItem>> ZKFtpClient::listMachineItems() {
+std::optional<QByteArray> ZKFtpClient::receiveListing(const QString &command) {
     clearError();
     beginPassiveConnection();
     if (error()) {
         return std::nullopt;
     }
-    sendControlRequest(QStringLiteral("MLSD"));
+    sendControlRequest(command);
     const std::optional<QString> opening = error() ? std::nullopt : readControlResponse();
-    if (!opening && !error()) {
+    if (!opening || error()) {
+        // Refused before any data: the data connection carries nothing.
+        m_dataSocket.reset();
         return std::nullopt;
     }
+    secureDataConnection();
     if (error()) {
-        // Refused before any data: the data connection carries nothing.
-        const ZKOptionalError refusal = error();
-        m_dataSocket.reset();
-        const bool unknown =
-            refusal->code() == 500 || refusal->code() == 502 || refusal->code() == 504;
-        if (unknown) {
-            qCInfo(lcFtp) << "MLSD refused; listing with NLST from now on";
-            m_listsWithMlsd = false;
-            clearError();
-        }
         return std::nullopt;
     }
     const std::optional<QByteArray> listing = m_dataSocket->receiveRemainingData();
@@ -520,10 +550,27 @@ std::optional<QList<ZKFtpItem>> ZKFtpClient::listMachineItems() {
     } else {
         endPassiveConnection();
     }
-    if (!received || error()) {
+    if (!received || error() || !listing) {
         return std::nullopt;
     }
-    const std::optional<QString> text = listing ? ZKSocket::decodeUtf8(*listing) : std::nullopt;
+    return listing;
+}
+
+std::optional<QList<ZKFtpItem>> ZKFtpClient::listMachineItems() {
+    const std::optional<QByteArray> listing = receiveListing(QStringLiteral("MLSD"));
+    if (!listing) {
+        const ZKOptionalError refusal = error();
+        const bool unknown =
+            refusal && refusal->domain() == errorDomain &&
+            (refusal->code() == 500 || refusal->code() == 502 || refusal->code() == 504);
+        if (unknown) {
+            qCInfo(lcFtp) << "MLSD refused; listing with NLST from now on";
+            m_listsWithMlsd = false;
+            clearError();
+        }
+        return std::nullopt;
+    }
+    const std::optional<QString> text = ZKSocket::decodeUtf8(*listing);
     if (!text) {
         setClientError(2, QStringLiteral("The server sent a listing that is not valid UTF-8."));
         return std::nullopt;
@@ -569,28 +616,11 @@ std::optional<QList<ZKFtpItem>> ZKFtpClient::listItems() {
             return items;
         }
     }
-    clearError();
-    beginPassiveConnection();
-    if (error()) {
+    const std::optional<QByteArray> data = receiveListing(QStringLiteral("NLST"));
+    if (!data) {
         return std::nullopt;
     }
-    sendControlRequest(QStringLiteral("NLST"));
-    if (error()) {
-        return std::nullopt;
-    }
-    const std::optional<QString> listing = m_dataSocket->receiveRemainingDataAsString();
-    if (m_dataSocket->error()) {
-        copySocketError(*m_dataSocket);
-        // The reply to NLST is still due; reading it keeps the next command
-        // from taking it for its own.
-        endPassiveConnection();
-        return std::nullopt;
-    }
-    readControlResponse();
-    endPassiveConnection();
-    if (error()) {
-        return std::nullopt;
-    }
+    const std::optional<QString> listing = ZKSocket::decodeUtf8(*data);
     if (!listing) {
         setClientError(2, QStringLiteral("The server sent a listing that is not valid UTF-8."));
         return std::nullopt;

@@ -17,9 +17,9 @@
 #include <optional>
 
 // A thin synchronous FTP control client over one ZKSocket, with a passive
-// data connection per transfer or listing. It knows USER, PASS, TYPE, FEAT,
-// EPSV, PASV, REST, RETR, APPE, ABOR, CWD, CDUP, MKD, RMD, DELE, MLSD, NLST
-// and SIZE, and no other command: uploads always append, and the working
+// data connection per transfer or listing. It knows AUTH, USER, PASS, PBSZ,
+// PROT, TYPE, FEAT, EPSV, PASV, REST, RETR, APPE, ABOR, CWD, CDUP, MKD, RMD,
+// DELE, MLSD, NLST and SIZE, and no other command: uploads always append, and the working
 // directory is tracked here rather than asked of the server.
 //
 // Every operation leaves its outcome in error(); the caller inspects it after
@@ -37,15 +37,19 @@ public:
     ZKFtpClient &operator=(const ZKFtpClient &) = delete;
 
     // Reads the greeting and takes the first use of the connection, also when
-    // the greeting was a refusal.
-    void connectToHost(const QString &host, qint32 port);
+    // the greeting was a refusal. With secure, AUTH TLS follows and the rest
+    // of the conversation, and every data connection, is encrypted (explicit
+    // TLS, RFC 4217); a server that refuses leaves the error.
+    void connectToHost(const QString &host, qint32 port, bool secure = false);
     void disconnect();
     void retainConnection();
     void releaseConnection();
     bool isConnected() const;
+    bool isSecure() const { return m_secure; }
 
-    // USER, PASS, TYPE I, then FEAT to learn whether folders can be listed
-    // with MLSD; a null password sends a bare PASS.
+    // USER, PASS, over TLS PBSZ 0 and PROT P, TYPE I, then FEAT to learn
+    // whether folders can be listed with MLSD; a null password sends a bare
+    // PASS.
     void loginWithUsername(const QString &username, const QString &password);
 
     // REST (only for a non-zero offset) and RETR over a new passive connection.
@@ -109,6 +113,13 @@ private:
     // False (with error() clear) when the server refused EPSV.
     bool beginExtendedPassiveConnection();
     void askFeatures();
+    // Over TLS, the handshake on the data connection, once the server has
+    // taken the transfer command and waits for it.
+    void secureDataConnection();
+    // A passive connection, command, and everything the data connection
+    // brings. nullopt with error() set on failure, also when the server
+    // refused the command (its reply is the error).
+    std::optional<QByteArray> receiveListing(const QString &command);
     // nullopt with error() clear when the server refused MLSD.
     std::optional<QList<ZKFtpItem>> listMachineItems();
     // SIZE of name: a file of that size, or a directory when refused;
@@ -132,6 +143,8 @@ private:
     bool m_supportsRfc3659 = true;
     bool m_listsWithMlsd = false;
     bool m_triesExtendedPassive = true;
+    bool m_secure = false;
+    QString m_host;
     mutable std::mutex m_errorLock;
     ZKOptionalError m_error;
 };

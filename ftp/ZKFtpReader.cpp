@@ -604,7 +604,7 @@ bool ZKFtpReader::isUrlValid(const QUrl &url, const QString &username,
 namespace {
 
 const ZKEndpointRegistration family{{
-    {QStringLiteral("ftp")},
+    {QStringLiteral("ftp"), QStringLiteral("ftps")},
     [](const QUrl &url, const QString &username,
        const std::optional<QString> &password) -> ZKReaderPtr {
         return username.isEmpty() ? ZKFtpReader::readerWithUrl(url)

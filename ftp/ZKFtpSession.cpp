@@ -87,7 +87,7 @@ std::optional<QString> ZKFtpSession::logIn(const QUrl &url, const QString &shown
     if (!m_password && m_passwordStored) {
         m_password = ZKKeyChain::retrieveFtpPassword(url.host(), m_username);
     }
-    m_ftp->connectToHost(url.host(), ZKFtpUrl::controlPort(url));
+    m_ftp->connectToHost(url.host(), ZKFtpUrl::controlPort(url), ZKFtpUrl::isSecure(url));
     if (m_ftp->error()) {
         return QStringLiteral("Unable to connect to %1: %2").arg(shownHost, clientDescription());
     }

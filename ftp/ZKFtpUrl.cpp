@@ -15,6 +15,10 @@ QUrl ZKFtpUrl::makeDirectoryUrl(const QUrl &url) {
     return directory;
 }
 
+bool ZKFtpUrl::isSecure(const QUrl &url) {
+    return url.scheme().compare(QLatin1String("ftps"), Qt::CaseInsensitive) == 0;
+}
+
 qint32 ZKFtpUrl::controlPort(const QUrl &url) {
     return url.port(defaultPort);
 }

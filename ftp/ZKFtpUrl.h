@@ -6,7 +6,7 @@
 #include <QStringList>
 #include <QUrl>
 
-// What the FTP reader and writer read out of their "ftp" URLs, in one place so
+// What the FTP reader and writer read out of their "ftp" and "ftps" URLs, in one place so
 // both read them alike.
 class ZKFtpUrl {
 public:
@@ -18,6 +18,9 @@ public:
     static bool isDirectoryUrl(const QUrl &url);
     // "/" appended to the path when it does not end in one.
     static QUrl makeDirectoryUrl(const QUrl &url);
+    // "ftps": explicit TLS on the usual port (AUTH TLS), not TLS from the
+    // first byte.
+    static bool isSecure(const QUrl &url);
     // The URL's port, or 21.
     static qint32 controlPort(const QUrl &url);
     // The decoded path split at "/", without empty components.

@@ -6,13 +6,20 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <limits>
 
+#include <csignal>
+
 #include <netdb.h>
+#include <openssl/err.h>
+#include <openssl/ssl.h>
+#include <openssl/x509v3.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <QHostAddress>
 #include <QStringDecoder>
 
 namespace {
@@ -28,6 +35,39 @@ constexpr quint64 maximumReceiveLength = 1 << 20;
 // A listing is held in memory whole; a server that never stops sending must
 // not take all of it.
 constexpr qsizetype maximumRemainingLength = 64 * 1024 * 1024;
+
+const QString trustedCertificatesKey = QStringLiteral("trustedCertificates");
+
+// One context for every connection of the process: the system's trusted
+// certificates are read once.
+SSL_CTX *clientContext() {
+    static SSL_CTX *const context = [] {
+        // OpenSSL writes to the socket itself, without MSG_NOSIGNAL: a peer
+        // gone away must end in an error, not in SIGPIPE killing the program.
+        struct sigaction current {};
+        if (::sigaction(SIGPIPE, nullptr, &current) == 0 && current.sa_handler == SIG_DFL) {
+            ::signal(SIGPIPE, SIG_IGN);
+        }
+        SSL_CTX *made = SSL_CTX_new(TLS_client_method());
+        SSL_CTX_set_min_proto_version(made, TLS1_2_VERSION);
+        SSL_CTX_set_default_verify_paths(made);
+        // Many servers close data connections without close_notify; how
+        // much came is judged by the transfer's size, as without TLS.
+        SSL_CTX_set_options(made, SSL_OP_IGNORE_UNEXPECTED_EOF);
+        SSL_CTX_set_mode(made, SSL_MODE_AUTO_RETRY);
+        return made;
+    }();
+    return context;
+}
+
+QString fingerprintOf(X509 *certificate) {
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    unsigned int length = 0;
+    if (!certificate || X509_digest(certificate, EVP_sha256(), digest, &length) != 1) {
+        return {};
+    }
+    return QByteArray(reinterpret_cast<const char *>(digest), int(length)).toHex(':').toUpper();
+}
 
 } // namespace
 
@@ -146,6 +186,7 @@ QString ZKSocket::peerAddress() const {
 }
 
 void ZKSocket::disconnect() {
+    endTls();
     if (m_socketDescriptor != -1) {
         ::close(m_socketDescriptor);
     }
@@ -162,6 +203,15 @@ void ZKSocket::send(const QByteArray &data, int flags) {
     // the process with SIGPIPE.
     const char *remaining = data.constData();
     size_t left = size_t(data.size());
+    while (left > 0 && m_ssl) {
+        const int sent = SSL_write(m_ssl, remaining, int(std::min<size_t>(left, 1 << 30)));
+        if (sent <= 0) {
+            setTlsError(QStringLiteral("Sending over TLS"), sent);
+            return;
+        }
+        remaining += sent;
+        left -= size_t(sent);
+    }
     while (left > 0) {
         const ssize_t sent = ::send(m_socketDescriptor, remaining, left, flags | MSG_NOSIGNAL);
         if (sent == -1) {
@@ -200,11 +250,11 @@ std::optional<QByteArray> ZKSocket::receiveDataOfMaximumLength(quint64 length) {
     }
     QByteArray buffer(qsizetype(std::min(length, maximumReceiveLength)), Qt::Uninitialized);
     ssize_t received = 0;
-    do {
-        received = ::recv(m_socketDescriptor, buffer.data(), size_t(buffer.size()), 0);
-    } while (received == -1 && errno == EINTR);
+    received = receiveInto(buffer.data(), size_t(buffer.size()), 0);
     if (received == -1) {
-        setSystemError(errno);
+        if (!m_ssl || !error()) {
+            setSystemError(errno);
+        }
         return std::nullopt;
     }
     buffer.truncate(qsizetype(received));
@@ -235,7 +285,7 @@ std::optional<QByteArray> ZKSocket::receiveRemainingData() {
     QByteArray gathered;
     char buffer[standardReceiveLength];
     for (;;) {
-        const ssize_t received = ::recv(m_socketDescriptor, buffer, sizeof buffer, MSG_WAITALL);
+        const ssize_t received = receiveInto(buffer, sizeof buffer, MSG_WAITALL);
         if (received > 0) {
             if (gathered.size() + received > maximumRemainingLength) {
                 setSystemError(EMSGSIZE);
@@ -248,11 +298,10 @@ std::optional<QByteArray> ZKSocket::receiveRemainingData() {
             disconnect();
             return gathered;
         }
-        if (errno == EINTR) {
-            continue;
-        }
         // The caller decides from error() whether what came is usable.
-        setSystemError(errno);
+        if (!m_ssl || !error()) {
+            setSystemError(errno);
+        }
         return gathered;
     }
 }
@@ -269,6 +318,9 @@ bool ZKSocket::hasMoreData() const {
     if (m_socketDescriptor == -1) {
         return false;
     }
+    if (m_ssl && SSL_pending(m_ssl) > 0) {
+        return true;
+    }
     const int saved = errno;
     char scratch[peekLength];
     const ssize_t waiting =
@@ -284,9 +336,203 @@ bool ZKSocket::waitForMoreData() const {
     const int saved = errno;
     char scratch = 0;
     ssize_t waiting = 0;
+    if (m_ssl) {
+        // What is on the wire may be only the end of TLS, not data.
+        waiting = SSL_pending(m_ssl) > 0 ? 1 : SSL_peek(m_ssl, &scratch, 1);
+        ERR_clear_error();
+        errno = saved;
+        return waiting > 0;
+    }
     do {
         waiting = ::recv(m_socketDescriptor, &scratch, 1, MSG_PEEK);
     } while (waiting == -1 && errno == EINTR);
     errno = saved;
     return waiting > 0;
+}
+
+ssize_t ZKSocket::receiveInto(char *buffer, size_t length, int flags) {
+    if (!m_ssl) {
+        ssize_t received = 0;
+        do {
+            received = ::recv(m_socketDescriptor, buffer, length, flags);
+        } while (received == -1 && errno == EINTR);
+        return received;
+    }
+    // TLS hands over one record at a time; MSG_WAITALL is kept by reading on.
+    size_t filled = 0;
+    const size_t wanted = (flags & MSG_WAITALL) ? length : 1;
+    while (filled < wanted) {
+        const int received =
+            SSL_read(m_ssl, buffer + filled, int(std::min<size_t>(length - filled, 1 << 30)));
+        if (received > 0) {
+            filled += size_t(received);
+            continue;
+        }
+        if (SSL_get_error(m_ssl, received) == SSL_ERROR_ZERO_RETURN) {
+            break; // the end of the stream
+        }
+        if (filled > 0) {
+            break; // the failure shows at the next receive
+        }
+        setTlsError(QStringLiteral("Receiving over TLS"), received);
+        return -1;
+    }
+    return ssize_t(filled);
+}
+
+void ZKSocket::setTlsError(const QString &what, int result) {
+    const int savedErrno = errno;
+    const int kind = SSL_get_error(m_ssl, result);
+    const unsigned long queued = ERR_get_error();
+    ERR_clear_error();
+    if (kind == SSL_ERROR_WANT_READ || kind == SSL_ERROR_WANT_WRITE) {
+        // The time limit of the socket ran out.
+        setSystemError(EAGAIN);
+    } else if (kind == SSL_ERROR_SYSCALL && queued == 0 && savedErrno != 0) {
+        setSystemError(savedErrno);
+    } else {
+        char reason[256] = {};
+        ERR_error_string_n(queued, reason, sizeof reason);
+        setError(ZKError(errorDomain, EPROTO,
+                         QStringLiteral("%1 failed: %2")
+                             .arg(what, queued ? QString::fromLatin1(reason)
+                                               : QStringLiteral("the connection was cut"))));
+    }
+    errno = savedErrno;
+}
+
+bool ZKSocket::startTls(const QString &host, const ZKSocket *resumeFrom) {
+    clearError();
+    if (m_socketDescriptor == -1) {
+        setNotConnectedError();
+        return false;
+    }
+    endTls();
+    m_ssl = SSL_new(clientContext());
+    SSL_set_fd(m_ssl, m_socketDescriptor);
+    const QByteArray name = host.toUtf8();
+    if (QHostAddress(host).isNull()) {
+        SSL_set_tlsext_host_name(m_ssl, name.constData());
+        SSL_set1_host(m_ssl, name.constData());
+    } else {
+        X509_VERIFY_PARAM_set1_ip_asc(SSL_get0_param(m_ssl), name.constData());
+    }
+    if (resumeFrom && resumeFrom->m_ssl) {
+        if (SSL_SESSION *session = SSL_get1_session(resumeFrom->m_ssl)) {
+            SSL_set_session(m_ssl, session);
+            SSL_SESSION_free(session);
+        }
+    }
+    // The verdict is read after the handshake, so that a certificate the
+    // user trusts by its fingerprint passes too.
+    SSL_set_verify(m_ssl, SSL_VERIFY_NONE, nullptr);
+    int result = 0;
+    do {
+        errno = 0;
+        result = SSL_connect(m_ssl);
+    } while (result != 1 && SSL_get_error(m_ssl, result) == SSL_ERROR_SYSCALL && errno == EINTR);
+    if (result != 1) {
+        setTlsError(QStringLiteral("The TLS handshake with %1").arg(host), result);
+        disconnect();
+        return false;
+    }
+    X509 *certificate = SSL_get1_peer_certificate(m_ssl);
+    const long verdict = SSL_get_verify_result(m_ssl);
+    const QString fingerprint = fingerprintOf(certificate);
+    X509_free(certificate);
+    if (fingerprint.isEmpty() || (verdict != X509_V_OK && !isTrustedCertificate(fingerprint))) {
+        const QString reason = fingerprint.isEmpty()
+                                   ? QStringLiteral("it sent none")
+                                   : QString::fromLatin1(X509_verify_cert_error_string(verdict));
+        setError(ZKError(errorDomain, EPROTO,
+                         QStringLiteral("The certificate of %1 is not trusted (%2). Its SHA-256 "
+                                        "fingerprint is %3.")
+                             .arg(host, reason, fingerprint)));
+        disconnect();
+        return false;
+    }
+    return true;
+}
+
+void ZKSocket::finishSending() {
+    if (!m_ssl || m_socketDescriptor == -1) {
+        return;
+    }
+    SSL_shutdown(m_ssl);
+    SSL_free(m_ssl);
+    m_ssl = nullptr;
+    ERR_clear_error();
+    ::shutdown(m_socketDescriptor, SHUT_WR);
+    const int saved = errno;
+    const auto deadline =
+        std::chrono::steady_clock::now() + std::chrono::seconds(downloadTimeoutSeconds());
+    char scratch[standardReceiveLength];
+    while (std::chrono::steady_clock::now() < deadline) {
+        const ssize_t received = ::recv(m_socketDescriptor, scratch, sizeof scratch, 0);
+        if (received == 0 || (received == -1 && errno != EINTR)) {
+            break;
+        }
+    }
+    errno = saved;
+}
+
+bool ZKSocket::isSessionReused() const {
+    return m_ssl && SSL_session_reused(m_ssl) == 1;
+}
+
+void ZKSocket::endTls() {
+    if (!m_ssl) {
+        return;
+    }
+    // One close_notify, without waiting for the peer's: the descriptor is
+    // closed next anyway.
+    if (m_socketDescriptor != -1) {
+        SSL_shutdown(m_ssl);
+    }
+    SSL_free(m_ssl);
+    m_ssl = nullptr;
+    ERR_clear_error();
+}
+
+QString ZKSocket::normalizedFingerprint(const QString &fingerprint) {
+    QString digits = fingerprint.trimmed();
+    digits.remove(QLatin1Char(':'));
+    if (digits.size() != 64) {
+        return {};
+    }
+    for (const QChar c : std::as_const(digits)) {
+        if (!isxdigit(c.toLatin1()) || c.unicode() > 127) {
+            return {};
+        }
+    }
+    return QByteArray::fromHex(digits.toLatin1()).toHex(':').toUpper();
+}
+
+bool ZKSocket::trustCertificate(const QString &fingerprint) {
+    const QString normal = normalizedFingerprint(fingerprint);
+    if (normal.isEmpty()) {
+        return false;
+    }
+    ZKUserDefaults &defaults = ZKUserDefaults::standard();
+    QStringList trusted = defaults.objectForKey(trustedCertificatesKey).toStringList();
+    if (!trusted.contains(normal)) {
+        trusted.append(normal);
+        defaults.setObject(trustedCertificatesKey, trusted);
+    }
+    return true;
+}
+
+bool ZKSocket::isTrustedCertificate(const QString &fingerprint) {
+    const QString normal = normalizedFingerprint(fingerprint);
+    if (normal.isEmpty()) {
+        return false;
+    }
+    const QStringList trusted =
+        ZKUserDefaults::standard().objectForKey(trustedCertificatesKey).toStringList();
+    for (const QString &entry : trusted) {
+        if (normalizedFingerprint(entry) == normal) {
+            return true;
+        }
+    }
+    return false;
 }

@@ -10,9 +10,17 @@
 #include <mutex>
 #include <optional>
 
+#include <sys/types.h>
+
+using SSL = struct ssl_st;
+
 // A small blocking TCP socket, IPv6 or IPv4: the FTP client's control connection and
 // each of its passive data connections. Every call clears error() when it
 // starts and leaves the reason there when it fails; nothing throws.
+//
+// After startTls() every send and receive goes through TLS (OpenSSL), with
+// the server's certificate checked against the system's trusted ones and the
+// host name, or found among the certificates the user trusts by fingerprint.
 //
 // Sends and receives are bounded by the "downloadTimeout" preference, applied
 // when the socket connects. The connect itself has no time limit of its own.
@@ -34,8 +42,25 @@ public:
     // The numeric address of the connected peer ("::1", "127.0.0.1"); empty
     // when there is none.
     QString peerAddress() const;
-    // Closes the descriptor; leaves error() alone.
+    // Ends TLS when it was started (close_notify), then closes the
+    // descriptor; leaves error() alone.
     void disconnect();
+
+    // The TLS handshake on the connected socket, as a client of host (the
+    // name the certificate must carry). With resumeFrom, the session of that
+    // socket's TLS is offered for reuse, as FTP servers ask of data
+    // connections. False, with error() set, when the handshake fails or the
+    // certificate is not trusted; the socket is then disconnected.
+    bool startTls(const QString &host, const ZKSocket *resumeFrom = nullptr);
+    bool isEncrypted() const { return m_ssl != nullptr; }
+    // The end of an upload over TLS: close_notify, the end of our half, then
+    // what the peer still sends (session tickets, its own close) is read
+    // until it closes, for at most the time limit. Closing with such bytes
+    // unread would reset the connection, and a peer may then lose the end
+    // of what it had not yet read. Without TLS nothing happens here.
+    void finishSending();
+    // Whether the last handshake reused the offered session.
+    bool isSessionReused() const;
 
     void sendData(const QByteArray &data);
     void sendString(const QString &string);
@@ -76,17 +101,31 @@ public:
     // or not positive, since 0 would mean waiting for ever.
     static qint32 downloadTimeoutSeconds();
 
+    // Certificates the user trusts whatever signed them, by their SHA-256
+    // fingerprint, kept in the "trustedCertificates" preference. A
+    // fingerprint is 64 hexadecimal digits, with or without colons between
+    // pairs; trustCertificate() answers false for anything else.
+    static bool trustCertificate(const QString &fingerprint);
+    static bool isTrustedCertificate(const QString &fingerprint);
+    // "AB:CD:..." from any accepted spelling; empty when it is none.
+    static QString normalizedFingerprint(const QString &fingerprint);
+
     // Strict decoding: nullopt for bytes that are not valid UTF-8.
     static std::optional<QString> decodeUtf8(const QByteArray &bytes);
 
 private:
     void send(const QByteArray &data, int flags);
+    // One receive, through TLS when it is on: like recv, -1 with errno set.
+    ssize_t receiveInto(char *buffer, size_t length, int flags);
+    void setTlsError(const QString &what, int result);
+    void endTls();
     void setError(ZKError error);
     void setSystemError(int number);
     void setNotConnectedError();
     void clearError();
 
     int m_socketDescriptor = -1;
+    SSL *m_ssl = nullptr;
     double m_timeout = 0;
     mutable std::mutex m_errorLock;
     ZKOptionalError m_error;

@@ -10,7 +10,7 @@ packages=(
   # build
   build-essential cmake pkg-config git
   qt6-base-dev qt6-base-dev-tools libqt6dbus6 libqt6network6
-  libplist-dev libicu-dev libsecret-1-dev libcanberra-dev libasound2-dev
+  libplist-dev libicu-dev libsecret-1-dev libcanberra-dev libasound2-dev libssl-dev
   clang-format
   # the desktop window: its drawings, and real windows for the screenshots
   qt6-svg-dev libqt6svg6 xvfb xauth desktop-file-utils appstream shared-mime-info
@@ -52,7 +52,7 @@ fi
 ftpd_dir=${FERROWICK_FTPD_DIR:-/var/cache/ferrowick/ftpd}
 unpack() {
   local package=$1 marker=$2
-  [ -x "$ftpd_dir/$package/$marker" ] && return 0
+  [ -e "$ftpd_dir/$package/$marker" ] && return 0
   if [ "$updated" -eq 0 ]; then
     $sudo apt-get update
     updated=1
@@ -67,3 +67,5 @@ unpack() {
 }
 unpack pure-ftpd usr/sbin/pure-ftpd
 unpack proftpd-core usr/sbin/proftpd
+# proftpd's TLS module, packaged apart from the daemon
+unpack proftpd-mod-crypto usr/lib/proftpd/mod_tls.so

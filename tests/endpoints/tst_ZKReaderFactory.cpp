@@ -29,6 +29,7 @@ private Q_SLOTS:
         row("home", "~/x", "file", "file");
         row("file url", "file:///tmp", "file", "file");
         row("ftp", "ftp://host/dir", "ftp", "ftp");
+        row("ftps", "ftps://host/dir", "ftp", "ftp");
         // As typed no FTP address, but the URL made from it is.
         row("FTP capitals", "FTP://host/dir", "", "ftp");
         row("http", "http://host/f", "http", "http");

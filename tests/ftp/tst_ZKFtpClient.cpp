@@ -226,6 +226,29 @@ private Q_SLOTS:
         QTEST(commandsAfterLogin(), "sent");
     }
 
+    void secureLoginNeverSendsThePasswordInClear_data() {
+        QTest::addColumn<QByteArray>("authReply");
+        QTest::addColumn<QString>("error");
+        QTest::newRow("refused") << QByteArray("504 Unknown AUTH type\r\n") << "Unknown AUTH type";
+        // A server that agrees, then answers the handshake with plain text.
+        QTest::newRow("no TLS after all")
+            << QByteArray("234 Go ahead\r\n") << "The TLS handshake with 127.0.0.1 failed";
+    }
+
+    void secureLoginNeverSendsThePasswordInClear() {
+        QFETCH(QByteArray, authReply);
+        QFETCH(QString, error);
+        m_server->setReply("AUTH", authReply);
+        m_client->connectToHost(QStringLiteral("127.0.0.1"), m_server->port(), true);
+        QVERIFY(m_client->error());
+        QVERIFY2(describe(m_client->error()).startsWith(error),
+                 qPrintable(describe(m_client->error())));
+        m_client->loginWithUsername(QStringLiteral("ann"), QStringLiteral("secret"));
+        QVERIFY(m_client->error());
+        QVERIFY(m_server->received().startsWith("AUTH TLS\r\n"));
+        QVERIFY2(!m_server->received().contains("secret"), m_server->received().constData());
+    }
+
     void restOnlyForAnOffsetAndStopsWhenRefused() {
         m_server->setFile("a.bin", QByteArray(10, 'a'));
         connectAndLogIn();

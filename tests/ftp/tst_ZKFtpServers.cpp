@@ -15,6 +15,7 @@
 #include "ZKPropertyListParser.h"
 #include "ZKQuestionPresenter.h"
 #include "ZKScriptedPresenter.h"
+#include "ZKSocket.h"
 #include "ZKTaskState.h"
 #include "ZKTestSupport.h"
 #include "ZKTransferMode.h"
@@ -85,10 +86,11 @@ bool isResting(qint32 state) {
 } // namespace
 
 // Missing daemons fail under CI and are skipped with the reason elsewhere.
-#define START_SERVER_ON(host)                                                                      \
+#define START_SERVER_WITH(host, secure)                                                            \
     do {                                                                                           \
         QFETCH(int, kind);                                                                         \
         m_server = std::make_unique<ZKFtpServers>(ZKFtpServers::Kind(kind), host);                 \
+        m_server->setSecure(secure);                                                               \
         if (!m_server->start()) {                                                                  \
             if (ZKFtpServers::mustRun()) {                                                         \
                 QFAIL(qPrintable(m_server->errorString()));                                        \
@@ -96,7 +98,7 @@ bool isResting(qint32 state) {
             QSKIP(qPrintable(m_server->errorString()));                                            \
         }                                                                                          \
     } while (false)
-#define START_SERVER() START_SERVER_ON(QStringLiteral("127.0.0.1"))
+#define START_SERVER() START_SERVER_WITH(QStringLiteral("127.0.0.1"), false)
 
 // Transfers between local folders and real FTP daemons, through copy tasks.
 class TestZKFtpServers : public QObject {
@@ -173,6 +175,7 @@ private Q_SLOTS:
     }
 
     void init() {
+        ZKUserDefaults::standard().setObject(QStringLiteral("trustedCertificates"), QVariant());
         m_dir = std::make_unique<QTemporaryDir>();
         m_presenter.reset();
         m_presenter.setAnswer(ZKAnswer{1, false});
@@ -255,7 +258,7 @@ private Q_SLOTS:
             QSKIP("this machine has no IPv6 loopback address");
         }
         probe.close();
-        START_SERVER_ON(QStringLiteral("::1"));
+        START_SERVER_WITH(QStringLiteral("::1"), false);
         QCOMPARE(m_server->url("/").host(), QStringLiteral("::1"));
         QDir tree(local(QStringLiteral("tree")));
         tree.mkpath(QStringLiteral("inner"));
@@ -263,6 +266,37 @@ private Q_SLOTS:
                                          ZKTestSupport::randomBytes(2 * 1000 * 1000, 31)));
         QVERIFY(ZKTestSupport::writeFile(tree.filePath("b.txt"), "over IPv6"));
         qint32 state = runTask(localReader("tree"), ftpFolder("/"), ZKTransferMode::Copy, true);
+        QVERIFY2(state == S::Completed, qPrintable(stateText(state)));
+        state = runTask(ftpReader("/tree/"), localFolder("down"), ZKTransferMode::Copy, true);
+        QVERIFY2(state == S::Completed, qPrintable(stateText(state)));
+        QCOMPARE(snapshot(served("tree")), snapshot(tree.path()));
+        QCOMPARE(snapshot(local("down/tree")), snapshot(tree.path()));
+    }
+
+    void transfersOverTls_data() { serverKinds(); }
+
+    // The servers require TLS for the login and every data connection. A
+    // certificate no one vouches for is refused, naming the server, until
+    // the user trusts it; then a tree goes up and comes back whole.
+    void transfersOverTls() {
+        START_SERVER_WITH(QStringLiteral("127.0.0.1"), true);
+        QVERIFY(m_server->url("/").toString().startsWith("ftps://"));
+        QDir tree(local(QStringLiteral("tree")));
+        tree.mkpath(QStringLiteral("inner"));
+        QVERIFY(ZKTestSupport::writeFile(tree.filePath("inner/a.bin"),
+                                         ZKTestSupport::randomBytes(3 * 1000 * 1000, 41)));
+        QVERIFY(ZKTestSupport::writeFile(tree.filePath("b.txt"), "encrypted"));
+
+        qint32 state = runTask(localReader("tree"), ftpFolder("/"), ZKTransferMode::Copy, true);
+        QVERIFY2(state == S::Failed, qPrintable(stateText(state)));
+        const QString refusal = describe(m_task->error());
+        QVERIFY2(refusal.contains("The certificate of 127.0.0.1 is not trusted") &&
+                     refusal.contains(m_server->certificateFingerprint()),
+                 qPrintable(refusal));
+        QVERIFY(!QFileInfo::exists(served("tree")));
+
+        QVERIFY(ZKSocket::trustCertificate(m_server->certificateFingerprint()));
+        state = runTask(localReader("tree"), ftpFolder("/"), ZKTransferMode::Copy, true);
         QVERIFY2(state == S::Completed, qPrintable(stateText(state)));
         state = runTask(ftpReader("/tree/"), localFolder("down"), ZKTransferMode::Copy, true);
         QVERIFY2(state == S::Completed, qPrintable(stateText(state)));
@@ -305,12 +339,25 @@ private Q_SLOTS:
         client.disconnect();
     }
 
-    void resumesCutTransfers_data() { serverKinds(); }
+    void resumesCutTransfers_data() {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<bool>("secure");
+        for (const ZKFtpServers::Kind kind :
+             {ZKFtpServers::Vsftpd, ZKFtpServers::PureFtpd, ZKFtpServers::Proftpd}) {
+            const QString name = ZKFtpServers::name(kind);
+            QTest::newRow(qPrintable(name)) << int(kind) << false;
+            QTest::newRow(qPrintable(name + " over TLS")) << int(kind) << true;
+        }
+    }
 
     // Each transfer is cut after its first megabyte, then continued by a new
     // operation, which must move only what is missing (REST down, APPE up).
     void resumesCutTransfers() {
-        START_SERVER();
+        QFETCH(bool, secure);
+        START_SERVER_WITH(QStringLiteral("127.0.0.1"), secure);
+        if (secure) {
+            QVERIFY(ZKSocket::trustCertificate(m_server->certificateFingerprint()));
+        }
         const QByteArray content = ZKTestSupport::randomBytes(8 * 1000 * 1000, 15);
         QVERIFY(ZKTestSupport::writeFile(served("served.bin"), content));
         QVERIFY(ZKTestSupport::writeFile(local("upload.bin"), content));

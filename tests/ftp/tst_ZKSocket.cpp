@@ -179,6 +179,28 @@ private Q_SLOTS:
         QCOMPARE(m_socket->error()->domain(), ZKSocket::errorDomain);
     }
 
+    void fingerprints_data() {
+        QTest::addColumn<QString>("given");
+        QTest::addColumn<QString>("normal"); // empty: refused
+        const QString colons = QStringLiteral("AB:").repeated(31) + QStringLiteral("AB");
+        QTest::newRow("colons") << colons << colons;
+        QTest::newRow("lower case, bare") << QStringLiteral("ab").repeated(32) << colons;
+        QTest::newRow("short") << QStringLiteral("AB").repeated(31) << QString();
+        QTest::newRow("not hexadecimal") << QStringLiteral("ZZ").repeated(32) << QString();
+        QTest::newRow("full-width digits") << QStringLiteral("１１").repeated(32) << QString();
+    }
+
+    // Only a well-formed fingerprint is kept, and it is found again however
+    // it was written.
+    void fingerprints() {
+        QFETCH(QString, given);
+        QFETCH(QString, normal);
+        ZKUserDefaults::standard().setObject(QStringLiteral("trustedCertificates"), QVariant());
+        QCOMPARE(ZKSocket::normalizedFingerprint(given), normal);
+        QCOMPARE(ZKSocket::trustCertificate(given), !normal.isEmpty());
+        QCOMPARE(ZKSocket::isTrustedCertificate(normal.toLower().remove(':')), !normal.isEmpty());
+    }
+
     void invalidUtf8IsNoString() {
         QVERIFY(connectToPeer() >= 0);
         m_listener->send("\xff\xfe 220");

@@ -106,7 +106,7 @@ bool ZKFtpServers::fail(const QString &reason) {
 
 QUrl ZKFtpServers::url(const QString &path) const {
     QUrl url;
-    url.setScheme(QStringLiteral("ftp"));
+    url.setScheme(m_secure ? QStringLiteral("ftps") : QStringLiteral("ftp"));
     url.setUserName(m_username);
     url.setHost(m_host);
     url.setPort(m_port);
@@ -146,6 +146,9 @@ bool ZKFtpServers::start() {
         return fail(QStringLiteral("cannot listen on %1 here").arg(m_host));
     }
     m_passivePort = freePort(m_host);
+    if (m_secure && !makeCertificate()) {
+        return false;
+    }
     if (m_passivePort > 65535 - passivePortCount) {
         m_passivePort = quint16(m_passivePort - passivePortCount);
     }
@@ -158,6 +161,37 @@ bool ZKFtpServers::start() {
         return startProftpd();
     }
     return false;
+}
+
+bool ZKFtpServers::makeCertificate() {
+    const QDir folder(m_folder->path());
+    m_certificate = folder.filePath(QStringLiteral("server.crt"));
+    m_key = folder.filePath(QStringLiteral("server.key"));
+    QProcess openssl;
+    openssl.setProcessChannelMode(QProcess::MergedChannels);
+    openssl.start(QStringLiteral("openssl"),
+                  {QStringLiteral("req"), QStringLiteral("-x509"), QStringLiteral("-newkey"),
+                   QStringLiteral("rsa:2048"), QStringLiteral("-nodes"), QStringLiteral("-days"),
+                   QStringLiteral("2"), QStringLiteral("-subj"), QStringLiteral("/CN=localhost"),
+                   QStringLiteral("-addext"),
+                   QStringLiteral("subjectAltName=DNS:localhost,IP:127.0.0.1,IP:::1"),
+                   QStringLiteral("-keyout"), m_key, QStringLiteral("-out"), m_certificate});
+    if (!openssl.waitForFinished(20000) || openssl.exitCode() != 0) {
+        return fail(QStringLiteral("openssl req failed: %1")
+                        .arg(QString::fromLocal8Bit(openssl.readAll())));
+    }
+    openssl.start(QStringLiteral("openssl"),
+                  {QStringLiteral("x509"), QStringLiteral("-noout"), QStringLiteral("-fingerprint"),
+                   QStringLiteral("-sha256"), QStringLiteral("-in"), m_certificate});
+    if (!openssl.waitForFinished(20000) || openssl.exitCode() != 0) {
+        return fail(QStringLiteral("openssl x509 failed"));
+    }
+    // "sha256 Fingerprint=AB:CD:..."
+    m_fingerprint = QString::fromLatin1(openssl.readAll().trimmed()).section(QLatin1Char('='), 1);
+    // The daemons that drop to the "ftp" account read the key after that.
+    handOver(m_certificate);
+    handOver(m_key);
+    return true;
 }
 
 bool ZKFtpServers::launch(const QString &program, const QStringList &arguments) {
@@ -224,7 +258,14 @@ bool ZKFtpServers::startVsftpd() {
                         .arg(m_root, empty)
                         .arg(m_passivePort)
                         .arg(m_passivePort + passivePortCount - 1);
-    if (!writeText(config, text.toUtf8())) {
+    // Its default cipher list is one OpenSSL no longer offers.
+    const QString tls = m_secure ? QStringLiteral("ssl_enable=YES\nallow_anon_ssl=YES\n"
+                                                  "force_anon_logins_ssl=YES\n"
+                                                  "force_anon_data_ssl=YES\nssl_ciphers=HIGH\n"
+                                                  "rsa_cert_file=%1\nrsa_private_key_file=%2\n")
+                                       .arg(m_certificate, m_key)
+                                 : QString();
+    if (!writeText(config, (text + tls).toUtf8())) {
         return fail(QStringLiteral("cannot write %1").arg(config));
     }
     return launch(program(Vsftpd), {config});
@@ -263,13 +304,22 @@ bool ZKFtpServers::startPureFtpd() {
     if (!pw.waitForFinished(10000) || pw.exitCode() != 0) {
         return fail(QStringLiteral("pure-pw failed: %1").arg(QString::fromLocal8Bit(pw.readAll())));
     }
-    return launch(
-        program(PureFtpd),
-        {QStringLiteral("-S"), QStringLiteral("%1,%2").arg(m_host).arg(m_port),
-         QStringLiteral("-p"),
-         QStringLiteral("%1:%2").arg(m_passivePort).arg(m_passivePort + passivePortCount - 1),
-         QStringLiteral("-l"), QStringLiteral("puredb:%1").arg(database), QStringLiteral("-A"),
-         QStringLiteral("-E"), QStringLiteral("-H")});
+    QStringList arguments{
+        QStringLiteral("-S"),
+        QStringLiteral("%1,%2").arg(m_host).arg(m_port),
+        QStringLiteral("-p"),
+        QStringLiteral("%1:%2").arg(m_passivePort).arg(m_passivePort + passivePortCount - 1),
+        QStringLiteral("-l"),
+        QStringLiteral("puredb:%1").arg(database),
+        QStringLiteral("-A"),
+        QStringLiteral("-E"),
+        QStringLiteral("-H")};
+    if (m_secure) {
+        // 3: TLS for the login and for every data connection.
+        arguments << QStringLiteral("-Y") << QStringLiteral("3") << QStringLiteral("-2")
+                  << QStringLiteral("%1,%2").arg(m_certificate, m_key);
+    }
+    return launch(program(PureFtpd), arguments);
 }
 
 bool ZKFtpServers::startProftpd() {
@@ -315,7 +365,17 @@ bool ZKFtpServers::startProftpd() {
             .arg(m_passivePort + passivePortCount - 1)
             .arg(m_folder->path(), passwdFile, m_host,
                  isIpv6() ? QStringLiteral("on") : QStringLiteral("off"));
-    if (!writeText(config, text.toUtf8())) {
+    // Debian ships its TLS module apart; the tests unpack it beside the
+    // daemon. Data connections must reuse the login's TLS session.
+    const QString tls =
+        m_secure ? QStringLiteral("ModulePath %1\nLoadModule mod_tls.c\nTLSEngine on\n"
+                                  "TLSRequired on\nTLSProtocol TLSv1.2 TLSv1.3\n"
+                                  "TLSRSACertificateFile %2\nTLSRSACertificateKeyFile %3\n"
+                                  "TLSLog none\n")
+                       .arg(ftpdFolder() + QStringLiteral("/proftpd-mod-crypto/usr/lib/proftpd"),
+                            m_certificate, m_key)
+                 : QString();
+    if (!writeText(config, (text + tls).toUtf8())) {
         return fail(QStringLiteral("cannot write %1").arg(config));
     }
     return launch(program(Proftpd), {QStringLiteral("-n"), QStringLiteral("-c"), config});

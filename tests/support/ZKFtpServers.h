@@ -35,6 +35,13 @@ public:
     // Whether missing servers fail a test (under CI) rather than skip it.
     static bool mustRun();
 
+    // Before start(): explicit TLS (AUTH TLS) with a certificate made for
+    // localhost, 127.0.0.1 and ::1, required for logins and data alike, and
+    // "ftps" URLs. No one trusts the certificate until a test does.
+    void setSecure(bool secure) { m_secure = secure; }
+    // "AB:CD:..." of the certificate, once started secure.
+    QString certificateFingerprint() const { return m_fingerprint; }
+
     // False with a reason in errorString() when the daemon cannot be run.
     bool start();
     void stop();
@@ -56,6 +63,7 @@ private:
     bool startPureFtpd();
     bool startProftpd();
     bool launch(const QString &program, const QStringList &arguments);
+    bool makeCertificate();
     bool fail(const QString &reason);
 
     bool isIpv6() const { return m_host.contains(QLatin1Char(':')); }
@@ -72,4 +80,8 @@ private:
     int m_uid = -1;
     int m_gid = -1;
     QString m_errorString;
+    bool m_secure = false;
+    QString m_certificate;
+    QString m_key;
+    QString m_fingerprint;
 };
