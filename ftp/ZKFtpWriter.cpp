@@ -75,6 +75,10 @@ void ZKFtpWriter::setUrl(const QUrl &url) {
     m_filename = ZKFtpUrl::filename(url);
 }
 
+QString ZKFtpWriter::filename() const {
+    return m_filename.isEmpty() && ZKFtpUrl::isRoot(m_url) ? m_url.host() : m_filename;
+}
+
 bool ZKFtpWriter::isDirectoryUrl(const QUrl &url) {
     return ZKFtpUrl::isDirectoryUrl(url);
 }

@@ -76,7 +76,8 @@ public:
     void setIsExtensionHidden(bool) override {}
     void setIsImmutable(bool) override {}
 
-    QString filename() const override { return m_filename; }
+    // The root folder has no name of its own: it is shown as its server.
+    QString filename() const override;
     QString icon() const override;
     quint64 size() const override { return m_size; }
     QUrl url() const override { return m_url; }

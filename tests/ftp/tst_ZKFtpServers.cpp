@@ -234,6 +234,8 @@ private Q_SLOTS:
         QVERIFY(ZKTestSupport::writeFile(tree.filePath("inner/a.bin"),
                                          ZKTestSupport::randomBytes(200 * 1000, 21)));
         QVERIFY(ZKTestSupport::writeFile(local("top.txt"), "at the top"));
+        // Named after its server wherever a task shows it.
+        QCOMPARE(ftpFolder("/")->filename(), m_server->url("/").host());
         for (const QString &name : {QStringLiteral("tree"), QStringLiteral("top.txt")}) {
             const qint32 state =
                 runTask(localReader(name), ftpFolder("/"), ZKTransferMode::Copy, true);
