@@ -21,7 +21,7 @@ packages=(
   dbus dbus-daemon util-linux vsftpd nginx-light python3 openssl
   gnome-keyring libsecret-tools
   # reference tools of the benchmarks, and the memory they measure
-  curl wget rsync time
+  curl wget rsync time lftp
   # shared libraries of the FTP daemons unpacked below
   libsodium23 libcap2 libcrypt1 libpam0g libssl3 libhiredis0.14 libmemcached11
   libmemcachedutil2 libidn2-0 libpcre2-8-0 libpcre2-posix3 libacl1 libncursesw6
