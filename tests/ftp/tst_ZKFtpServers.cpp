@@ -339,6 +339,13 @@ private Q_SLOTS:
             QCOMPARE(item.size(), quint64(item.name().mid(1).toInt() % 7));
         }
         client.disconnect();
+        // As the server saw it: one MLSD and no SIZE, or NLST and a SIZE
+        // for every entry.
+        if (const std::optional<QStringList> commands = m_server->loggedCommands()) {
+            const bool machine = kind != ZKFtpServers::Vsftpd;
+            QCOMPARE(commands->count("MLSD"), machine ? 1 : 0);
+            QCOMPARE(commands->count("SIZE"), machine ? 0 : 2001);
+        }
     }
 
     void resumesCutTransfers_data() {

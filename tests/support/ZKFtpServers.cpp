@@ -114,6 +114,38 @@ QUrl ZKFtpServers::url(const QString &path) const {
     return url;
 }
 
+QString ZKFtpServers::commandLogPath() const {
+    return QDir(m_folder->path()).filePath(QStringLiteral("commands.log"));
+}
+
+std::optional<QStringList> ZKFtpServers::loggedCommands() const {
+    if (m_kind == PureFtpd) {
+        return std::nullopt;
+    }
+    QFile log(commandLogPath());
+    if (!log.open(QIODevice::ReadOnly)) {
+        return QStringList();
+    }
+    QStringList commands;
+    for (const QByteArray &line : log.readAll().split('\n')) {
+        // vsftpd: ... FTP command: Client "127.0.0.1", "SIZE f1"
+        // proftpd: SIZE
+        QByteArray command = line.trimmed();
+        const qsizetype marker = line.indexOf("FTP command: ");
+        if (m_kind == Vsftpd) {
+            if (marker < 0) {
+                continue;
+            }
+            command = line.mid(line.indexOf(", \"", marker) + 3);
+        }
+        command = QByteArray(command.split(' ').constFirst()).replace('"', "").toUpper();
+        if (!command.isEmpty()) {
+            commands.append(QString::fromLatin1(command));
+        }
+    }
+    return commands;
+}
+
 void ZKFtpServers::handOver(const QString &path) const {
     if (m_uid < 0) {
         return;
@@ -243,21 +275,24 @@ bool ZKFtpServers::startVsftpd() {
         isIpv6() ? QStringLiteral("listen=NO\nlisten_ipv6=YES\nlisten_address6=%1\n").arg(m_host)
                  : QStringLiteral("listen=YES\nlisten_address=%1\npasv_address=%1\n").arg(m_host);
     const QString text =
-        listening + QStringLiteral("listen_port=%1\nbackground=NO\n"
-                                   "anonymous_enable=YES\nlocal_enable=NO\nwrite_enable=YES\n"
-                                   "anon_upload_enable=YES\nanon_mkdir_write_enable=YES\n"
-                                   "anon_other_write_enable=YES\nanon_world_readable_only=NO\n"
-                                   "anon_root=%2\nno_anon_password=YES\nanon_umask=022\n"
-                                   "allow_writeable_chroot=YES\nsecure_chroot_dir=%3\n"
-                                   "pasv_enable=YES\npasv_min_port=%4\npasv_max_port=%5\n"
-                                   "run_as_launching_user=YES\n"
-                                   "seccomp_sandbox=NO\nisolate=NO\nisolate_network=NO\n"
-                                   "xferlog_enable=NO\nsyslog_enable=NO\ncheck_shell=NO\n"
-                                   "max_per_ip=0\nmax_clients=0\n")
-                        .arg(m_port)
-                        .arg(m_root, empty)
-                        .arg(m_passivePort)
-                        .arg(m_passivePort + passivePortCount - 1);
+        listening +
+        QStringLiteral("listen_port=%1\nbackground=NO\n"
+                       "anonymous_enable=YES\nlocal_enable=NO\nwrite_enable=YES\n"
+                       "anon_upload_enable=YES\nanon_mkdir_write_enable=YES\n"
+                       "anon_other_write_enable=YES\nanon_world_readable_only=NO\n"
+                       "anon_root=%2\nno_anon_password=YES\nanon_umask=022\n"
+                       "allow_writeable_chroot=YES\nsecure_chroot_dir=%3\n"
+                       "pasv_enable=YES\npasv_min_port=%4\npasv_max_port=%5\n"
+                       "run_as_launching_user=YES\n"
+                       "seccomp_sandbox=NO\nisolate=NO\nisolate_network=NO\n"
+                       "xferlog_enable=YES\nxferlog_std_format=NO\nlog_ftp_protocol=YES\n"
+                       "vsftpd_log_file=%6\nsyslog_enable=NO\ncheck_shell=NO\n"
+                       "max_per_ip=0\nmax_clients=0\n")
+            .arg(m_port)
+            .arg(m_root, empty)
+            .arg(m_passivePort)
+            .arg(m_passivePort + passivePortCount - 1)
+            .arg(commandLogPath());
     // Its default cipher list is one OpenSSL no longer offers.
     const QString tls = m_secure ? QStringLiteral("ssl_enable=YES\nallow_anon_ssl=YES\n"
                                                   "force_anon_logins_ssl=YES\n"
@@ -358,13 +393,15 @@ bool ZKFtpServers::startProftpd() {
                        "AllowStoreRestart on\nAllowRetrieveRestart on\nUseReverseDNS off\n"
                        "AuthOrder mod_auth_file.c\nAuthUserFile %6\n"
                        "DefaultRoot ~\nUmask 022\nMaxInstances 100\n"
+                       "LogFormat commands \"%m\"\nExtendedLog %9 ALL commands\n"
                        "<Directory />\n  AllowOverwrite on\n</Directory>\n")
             .arg(m_port)
             .arg(groupName)
             .arg(m_passivePort)
             .arg(m_passivePort + passivePortCount - 1)
             .arg(m_folder->path(), passwdFile, m_host,
-                 isIpv6() ? QStringLiteral("on") : QStringLiteral("off"));
+                 isIpv6() ? QStringLiteral("on") : QStringLiteral("off"))
+            .arg(commandLogPath());
     // Debian ships its TLS module apart; the tests unpack it beside the
     // daemon. Data connections must reuse the login's TLS session.
     const QString tls =

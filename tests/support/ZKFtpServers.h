@@ -8,6 +8,7 @@
 #include <QUrl>
 
 #include <memory>
+#include <optional>
 
 // One real FTP daemon started for a test: vsftpd (anonymous, writable),
 // pure-ftpd (a virtual account in a PureDB file) or proftpd (an account in
@@ -54,6 +55,9 @@ public:
     QString root() const { return m_root; }
     // ftp://USER@HOST:PORT/path, without the password.
     QUrl url(const QString &path) const;
+    // The command words the daemon logged, in order ("USER", "SIZE", ...);
+    // nullopt where it keeps no such log (pure-ftpd logs to syslog only).
+    std::optional<QStringList> loggedCommands() const;
     // Gives path and everything below it to the account the daemon writes
     // as, so that it may append to, rename and remove what the test made.
     void handOver(const QString &path) const;
@@ -64,6 +68,7 @@ private:
     bool startProftpd();
     bool launch(const QString &program, const QStringList &arguments);
     bool makeCertificate();
+    QString commandLogPath() const;
     bool fail(const QString &reason);
 
     bool isIpv6() const { return m_host.contains(QLatin1Char(':')); }
