@@ -81,6 +81,24 @@ private Q_SLOTS:
         }
     }
 
+    // A saved address keeps the choice of TLS, and a server that offers none
+    // gets no login at all, let alone one in clear.
+    void savedSecureAddressStaysSecure() {
+        m_server->setFile("a.txt", "abc");
+        QUrl url = m_server->url("/a.txt");
+        url.setScheme(QStringLiteral("ftps"));
+        const QVariantMap saved{{"Type", "FtpReader"},
+                                {"Url", url.toString()},
+                                {"Username", "ann"},
+                                {"SupportsRfc3659", true}};
+        const auto reader = ZKPropertyListParser::parseObjectOfType<ZKFtpReader>(saved);
+        QVERIFY(reader);
+        QCOMPARE(reader->asPropertyList().value("Url").toString(), url.toString());
+        QVERIFY(!reader->open());
+        reader->close();
+        QCOMPARE(m_server->received(), QByteArray("AUTH TLS\r\n"));
+    }
+
     void savedEmptyUserNameLogsInAsIs() {
         m_server->setFile("a.txt", "abc");
         const QVariantMap saved{{"Type", "FtpReader"},
