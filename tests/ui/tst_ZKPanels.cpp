@@ -186,6 +186,8 @@ void TestZKPanels::addressesMustBeOfTheirKind_data() {
 
     QTest::newRow("ftp address") << "ftp"
                                  << "ftp://127.0.0.1/pub/" << true;
+    QTest::newRow("ftps address") << "ftp"
+                                  << "ftps://[::1]:2121/pub/" << true;
     QTest::newRow("ftp without scheme") << "ftp"
                                         << "127.0.0.1/pub/" << true;
     QTest::newRow("ftp without host") << "ftp"
