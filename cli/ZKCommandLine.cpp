@@ -126,15 +126,21 @@ QString shownUrl(const QUrl &url) {
 
 struct Runtime {
     std::unique_ptr<ZKTerminalPresenter> presenter;
+    int retries = 0;
+    std::optional<double> retryDelay;
 };
 
 bool liveOutput() {
     return ::isatty(STDOUT_FILENO) && qgetenv("TERM") != "dumb";
 }
 
-int runDocument(ZKFerrowickDocument &document, const QString &queueFile) {
-    ZKProgressPrinter printer(document, stdout, liveOutput());
+int runDocument(ZKFerrowickDocument &document, const QString &queueFile, const Runtime &runtime) {
+    const bool live = liveOutput();
+    ZKProgressPrinter printer(document, stdout, live);
     ZKQueueRunner runner(document, queueFile);
+    runner.setRetries(runtime.retries, runtime.retryDelay, !live);
+    printer.setAttempts([&runner](const ZKTask &task) { return runner.attemptOf(task); },
+                        runner.maximumAttempts());
     printer.start();
     const int status = runner.exec();
     printer.finish();
@@ -147,6 +153,12 @@ void addCommonOptions(QCommandLineParser &parser) {
                       QStringLiteral("What to do when an item exists, or cannot be read or "
                                      "written: ask, skip, replace or cancel."),
                       QStringLiteral("policy"), QStringLiteral("ask")});
+    parser.addOption({QStringLiteral("retry"),
+                      QStringLiteral("Try a failed task up to N more times."),
+                      QStringLiteral("n")});
+    parser.addOption({QStringLiteral("retry-delay"),
+                      QStringLiteral("Wait this many seconds before each retry."),
+                      QStringLiteral("seconds")});
 }
 
 bool applyCommonOptions(const QCommandLineParser &parser, Runtime &runtime) {
@@ -157,6 +169,23 @@ bool applyCommonOptions(const QCommandLineParser &parser, Runtime &runtime) {
     if (!ZKTerminalPresenter::parsePolicy(parser.value(QStringLiteral("on-conflict")), &policy)) {
         printError(QStringLiteral("--on-conflict takes ask, skip, replace or cancel."));
         return false;
+    }
+    if (parser.isSet(QStringLiteral("retry"))) {
+        bool ok = false;
+        runtime.retries = parser.value(QStringLiteral("retry")).toInt(&ok);
+        if (!ok || runtime.retries < 0 || runtime.retries > 1000) {
+            printError(QStringLiteral("--retry takes a number of retries from 0 to 1000."));
+            return false;
+        }
+    }
+    if (parser.isSet(QStringLiteral("retry-delay"))) {
+        bool ok = false;
+        const double seconds = parser.value(QStringLiteral("retry-delay")).toDouble(&ok);
+        if (!ok || !std::isfinite(seconds) || seconds < 0 || seconds > 86400) {
+            printError(QStringLiteral("--retry-delay takes seconds from 0 to 86400."));
+            return false;
+        }
+        runtime.retryDelay = seconds;
     }
     runtime.presenter = std::make_unique<ZKTerminalPresenter>(policy);
     ZKQuestionPresenter::setShared(runtime.presenter.get());
@@ -174,6 +203,7 @@ QString ZKCommandLine::usage() {
         "  ferrowick-cli show FILE.queue\n"
         "  ferrowick-cli trust FINGERPRINT\n"
         "  ferrowick-cli demo\n"
+        "  ferrowick-cli --version\n"
         "\n"
         "Options of copy and move:\n"
         "  --verify                 compare every copy with its source afterwards\n"
@@ -183,10 +213,15 @@ QString ZKCommandLine::usage() {
         "  --password-stdin         read the password of ftp://USER@HOST/... addresses from\n"
         "                           the first line of stdin (otherwise the password store\n"
         "                           is asked; saved queues keep it there)\n"
+        "  --retry N                try a failed task up to N more times, after the\n"
+        "                           queue's automatic retry delay\n"
+        "  --retry-delay SECONDS    wait SECONDS before each retry instead\n"
         "  --verbose                show diagnostic log lines\n"
         "\n"
         "Options of run:\n"
         "  --on-conflict POLICY     ask, skip, replace or cancel (default: ask)\n"
+        "  --retry N                as for copy and move\n"
+        "  --retry-delay SECONDS    as for copy and move\n"
         "  --password-stdin         read the password of the queue's FTP accounts from\n"
         "                           the first line of stdin\n"
         "  --verbose                show diagnostic log lines\n"
@@ -245,6 +280,10 @@ int ZKCommandLine::run(const QStringList &arguments) {
     }
     if (command == QStringLiteral("trust")) {
         return trust(rest);
+    }
+    if (command == QStringLiteral("--version")) {
+        std::printf("ferrowick-cli %s\n", FERROWICK_VERSION);
+        return allCompleted;
     }
     if (command == QStringLiteral("--help") || command == QStringLiteral("-h") ||
         command == QStringLiteral("help")) {
@@ -319,7 +358,7 @@ int ZKCommandLine::transfer(const QStringList &arguments, bool move) {
     document.speedLimit().setEnabled(limit != 0);
     document.setDefaultDestination(destination);
     document.addTasks(sources, destination, 0);
-    return runDocument(document, absolute(parser.value(QStringLiteral("save"))));
+    return runDocument(document, absolute(parser.value(QStringLiteral("save"))), runtime);
 }
 
 int ZKCommandLine::runQueue(const QStringList &arguments) {
@@ -358,7 +397,7 @@ int ZKCommandLine::runQueue(const QStringList &arguments) {
     ZKQueueRunner::takeUpSavedWork(document);
     // Running a queue file means running it, whatever state it was saved in.
     document.setState(ZKQueueState::Running);
-    const int status = runDocument(document, file);
+    const int status = runDocument(document, file, runtime);
     // Tasks that were not even read have not completed.
     return status == allCompleted && !document.unreadTaskEntries().isEmpty() ? someNotCompleted
                                                                              : status;

@@ -16,6 +16,17 @@ ZKProgressPrinter::ZKProgressPrinter(ZKFerrowickDocument &document, FILE *out, b
     connect(&m_timer, &QTimer::timeout, this, [this] { m_live ? redraw() : printChanges(); });
 }
 
+void ZKProgressPrinter::setAttempts(std::function<int(const ZKTask &)> attemptOf, int maximum) {
+    m_attemptOf = std::move(attemptOf);
+    m_maximumAttempts = maximum;
+}
+
+QString ZKProgressPrinter::attemptsText(const ZKTask &task) const {
+    const int attempt = m_attemptOf ? m_attemptOf(task) : 1;
+    return attempt > 1 ? QStringLiteral("(attempt %1 of %2)").arg(attempt).arg(m_maximumAttempts)
+                       : QString();
+}
+
 void ZKProgressPrinter::start() {
     m_timer.start();
 }
@@ -29,9 +40,12 @@ QString ZKProgressPrinter::bar(double fraction, int width) {
                                         QString(width - filled, QLatin1Char('.')));
 }
 
-QString ZKProgressPrinter::lineForTask(const ZKTask &task, int width) {
+QString ZKProgressPrinter::lineForTask(const ZKTask &task, int width, const QString &attempts) {
     QString line = QStringLiteral("%1 %2  %3")
                        .arg(bar(task.percentCompleted(), 20), task.filename(), task.detail());
+    if (!attempts.isEmpty()) {
+        line += QStringLiteral("  ") + attempts;
+    }
     const auto state = task.state();
     if ((state == ZKTaskState::Processing || state == ZKTaskState::Verifying) &&
         task.dataRate() > 0) {
@@ -52,7 +66,8 @@ void ZKProgressPrinter::redraw() {
         text += QStringLiteral("\x1b[%1F").arg(m_linesDrawn);
     }
     for (const auto &task : tasks) {
-        text += QStringLiteral("\x1b[2K") + lineForTask(*task, 120) + QLatin1Char('\n');
+        text += QStringLiteral("\x1b[2K") + lineForTask(*task, 120, attemptsText(*task)) +
+                QLatin1Char('\n');
     }
     text += QStringLiteral("\x1b[2K") + m_document.description() + QLatin1Char('\n');
     m_linesDrawn = int(tasks.size()) + 1;
@@ -62,11 +77,15 @@ void ZKProgressPrinter::redraw() {
 
 void ZKProgressPrinter::printChanges() {
     for (const auto &task : m_document.taskQueue().tasks()) {
-        const QString line = QStringLiteral("%1: %2").arg(task->description(), task->detail());
+        QString line = QStringLiteral("%1: %2").arg(task->description(), task->detail());
+        const QString attempts = attemptsText(*task);
+        if (!attempts.isEmpty()) {
+            line += QLatin1Char(' ') + attempts;
+        }
         const auto state = task->state();
         // Running states change their detail constantly; a plain log shows
         // each step once.
-        const QString key = ZKTaskState::convertToString(state) + task->description();
+        const QString key = ZKTaskState::convertToString(state) + task->description() + attempts;
         if (m_lastPrinted.value(task.get()) != key) {
             m_lastPrinted.insert(task.get(), key);
             std::fprintf(m_out, "%s\n", line.toLocal8Bit().constData());

@@ -8,6 +8,7 @@
 #include <QTimer>
 
 #include <cstdio>
+#include <functional>
 
 class ZKFerrowickDocument;
 class ZKTask;
@@ -21,16 +22,21 @@ class ZKProgressPrinter : public QObject {
 public:
     ZKProgressPrinter(ZKFerrowickDocument &document, FILE *out, bool live);
 
+    // What a task's line says of its attempts, once it is past its first:
+    // "(attempt 2 of 4)".
+    void setAttempts(std::function<int(const ZKTask &)> attemptOf, int maximum);
+
     void start();
     // Draws the final lines and the summary.
     void finish();
 
     static QString bar(double fraction, int width);
-    static QString lineForTask(const ZKTask &task, int width);
+    static QString lineForTask(const ZKTask &task, int width, const QString &attempts = {});
 
 private:
     void redraw();
     void printChanges();
+    QString attemptsText(const ZKTask &task) const;
 
     ZKFerrowickDocument &m_document;
     FILE *m_out;
@@ -38,4 +44,6 @@ private:
     int m_linesDrawn = 0;
     QTimer m_timer;
     QHash<const ZKTask *, QString> m_lastPrinted;
+    std::function<int(const ZKTask &)> m_attemptOf;
+    int m_maximumAttempts = 1;
 };

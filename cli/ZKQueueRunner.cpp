@@ -4,6 +4,7 @@
 
 #include "ZKFerrowickDocument.h"
 #include "ZKTaskState.h"
+#include "ZKTimeFormatter.h"
 
 #include <QElapsedTimer>
 
@@ -77,6 +78,47 @@ void ZKQueueRunner::takeUpSavedWork(ZKFerrowickDocument &document) {
     document.retryFailedTasks();
 }
 
+void ZKQueueRunner::setRetries(int retries, std::optional<double> delay, bool announce) {
+    m_retries = std::max(retries, 0);
+    m_announcesRetries = announce;
+    m_document.setRetryDelay(delay);
+    m_document.setAutoRetryItems(m_retries > 0);
+}
+
+int ZKQueueRunner::attemptOf(const ZKTask &task) const {
+    const int failures = m_failures.value(&task);
+    return task.state() == S::Failed ? std::max(failures, 1) : failures + 1;
+}
+
+void ZKQueueRunner::queueCompleted() {
+    if (m_retries == 0) {
+        return;
+    }
+    int failed = 0;
+    int round = 0;
+    for (const auto &task : m_document.taskQueue().tasks()) {
+        if (task->state() == S::Failed) {
+            ++failed;
+            round = std::max(round, ++m_failures[task.get()]);
+        }
+    }
+    if (failed == 0) {
+        return;
+    }
+    if (round > m_retries) {
+        m_document.setAutoRetryItems(false); // the last attempt is spent
+        return;
+    }
+    if (!m_announcesRetries) {
+        return; // the queue's own line counts down
+    }
+    std::printf("Retrying %d failed task%s in %s (attempt %d of %d)\n", failed,
+                failed == 1 ? "" : "s",
+                qPrintable(ZKTimeFormatter::formatTime(m_document.retryDelay())), round + 1,
+                maximumAttempts());
+    std::fflush(stdout);
+}
+
 bool ZKQueueRunner::isFinished() const {
     if (m_document.retryTimer().isRunning()) {
         return false;
@@ -138,6 +180,8 @@ int ZKQueueRunner::exec() {
     m_timer.start();
     // The usual end is taken at once, after the document has dealt with it;
     // the tick catches the others (cancelled or suspended tasks).
+    connect(&m_document, &ZKFerrowickDocument::queueCompleted, this,
+            &ZKQueueRunner::queueCompleted);
     connect(&m_document, &ZKFerrowickDocument::queueCompleted, this, &ZKQueueRunner::check,
             Qt::QueuedConnection);
     QTimer poll;

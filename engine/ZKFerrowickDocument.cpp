@@ -774,9 +774,19 @@ void ZKFerrowickDocument::sendQueueActivityNotification() {
 
 // ---- retry
 
+double ZKFerrowickDocument::retryDelay() const {
+    return m_retryDelay ? *m_retryDelay
+                        : double(ZKUserDefaults::standard().integerForKey(
+                              ZKPreferences::automaticRetryDelaySeconds));
+}
+
+void ZKFerrowickDocument::setRetryDelay(std::optional<double> seconds) {
+    m_retryDelay = seconds;
+    refreshRetryTooltip();
+}
+
 void ZKFerrowickDocument::startRetryTimer() {
-    m_retryTimer.setTimeout(double(
-        ZKUserDefaults::standard().integerForKey(ZKPreferences::automaticRetryDelaySeconds)));
+    m_retryTimer.setTimeout(retryDelay());
     m_retryTimer.start();
     Q_EMIT descriptionChanged();
 }
@@ -819,10 +829,8 @@ void ZKFerrowickDocument::retryFailedTasks() {
 }
 
 void ZKFerrowickDocument::refreshRetryTooltip() {
-    const qint64 delay =
-        ZKUserDefaults::standard().integerForKey(ZKPreferences::automaticRetryDelaySeconds);
     m_retryTooltip = m_autoRetryItems ? QStringLiteral("Retry (Auto retry after %1)")
-                                            .arg(ZKTimeFormatter::formatTime(double(delay)))
+                                            .arg(ZKTimeFormatter::formatTime(retryDelay()))
                                       : QStringLiteral("Retry");
     Q_EMIT retryTooltipChanged();
 }
@@ -882,6 +890,12 @@ void ZKFerrowickDocument::toggleAutoRetryItems() {
         startRetryTimer();
     } else if (!m_autoRetryItems) {
         cancelRetryTimer();
+    }
+}
+
+void ZKFerrowickDocument::setAutoRetryItems(bool on) {
+    if (on != m_autoRetryItems) {
+        toggleAutoRetryItems();
     }
 }
 

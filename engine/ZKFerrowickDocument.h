@@ -19,6 +19,7 @@
 
 #include <atomic>
 #include <memory>
+#include <optional>
 
 class ZKPasteboard;
 class ZKSchedulePanel;
@@ -125,6 +126,11 @@ public:
     void toggleAutoClearItems();
     bool autoRetryItems() const { return m_autoRetryItems; }
     void toggleAutoRetryItems();
+    void setAutoRetryItems(bool on);
+    // The wait before an automatic retry, for this queue only; without one
+    // the "automaticRetryDelaySeconds" preference decides. Not saved.
+    void setRetryDelay(std::optional<double> seconds);
+    double retryDelay() const;
     QString retryTooltip() const { return m_retryTooltip; }
     QString clearTooltip() const { return m_clearTooltip; }
 
@@ -300,6 +306,7 @@ private:
     ZKSleepManager m_sleepManager;
     bool m_autoClearItems = false;
     bool m_autoRetryItems = false;
+    std::optional<double> m_retryDelay;
     std::unique_ptr<ZKSpeedLimitPanel> m_speedLimit;
     std::shared_ptr<ZKTransferThrottle> m_throttle = std::make_shared<ZKTransferThrottle>();
     std::unique_ptr<ZKSchedulePanel> m_schedule;
