@@ -433,10 +433,16 @@ void ZKFtpClient::storeBlock(const QByteArray &data) {
 
 void ZKFtpClient::endStore() {
     clearError();
-    if (m_dataSocket) {
-        m_dataSocket->finishSending();
+    if (!m_dataSocket) {
+        return;
     }
-    endPassiveConnection();
+    m_dataSocket->finishSending();
+    m_dataSocket->disconnect();
+    // Unlike a download's, an upload's completion reply is the only word on
+    // whether the server kept every byte: a refusal (426, 451, 552), or no
+    // reply within the time limit, stays as the error.
+    readControlResponse();
+    m_dataSocket.reset();
 }
 
 void ZKFtpClient::changePath(const QStringList &components) {

@@ -64,6 +64,8 @@ public:
 
     void beginStore(const QString &name);
     void storeBlock(const QByteArray &data);
+    // Ends the upload and reads its completion reply, whose refusal, or
+    // absence, is left in error(). Nothing happens when no upload is open.
     void endStore();
 
     // Moves the server's working directory to the given components with CDUP

@@ -192,6 +192,7 @@ bool ZKFtpWriter::open() {
         return false;
     }
     m_uploading = true;
+    m_appended = 0;
     return true;
 }
 
@@ -200,9 +201,32 @@ void ZKFtpWriter::close() {
         // Also for folder writers: it reads the reply of the client's last
         // transfer when that is still due.
         ftp()->endStore();
+        if (m_uploading) {
+            checkStoredFile();
+        }
         releaseConnection();
     }
     m_uploading = false;
+}
+
+// An upload cut on its way can leave the server a shorter file while every
+// send here succeeded: only the server's own word counts.
+void ZKFtpWriter::checkStoredFile() {
+    if (ftp()->error()) {
+        fail(ZKErrorCode::writeFailed, QStringLiteral("Unable to write to file '%1': %2")
+                                           .arg(m_url.path(), clientDescription()));
+        return;
+    }
+    const quint64 expected = m_size + m_appended;
+    const std::optional<ZKFtpItem> item = ftp()->itemWithName(m_filename);
+    // A server without SIZE has said all it will in its reply.
+    if (item && item->type() == ZKFtpItem::File && item->size() != expected) {
+        fail(ZKErrorCode::writeFailed,
+             QStringLiteral("Unable to write to file '%1': the server holds %2 bytes of %3")
+                 .arg(m_url.path())
+                 .arg(item->size())
+                 .arg(expected));
+    }
 }
 
 bool ZKFtpWriter::appendBlock(const QByteArray &data) {
@@ -214,6 +238,7 @@ bool ZKFtpWriter::appendBlock(const QByteArray &data) {
         return false;
     }
     ftp()->storeBlock(data);
+    m_appended += quint64(data.size());
     if (ftp()->error()) {
         fail(ZKErrorCode::writeFailed, QStringLiteral("Unable to write to file '%1': %2")
                                            .arg(m_url.path(), clientDescription()));

@@ -100,6 +100,7 @@ private:
     // one more use of its connection.
     bool connect();
     void fail(qint64 code, const QString &message);
+    void checkStoredFile();
     QString host() const { return m_url.host(); }
     std::shared_ptr<ZKFtpWriter> makeChild(const QString &name, bool isDirectory);
     std::shared_ptr<ZKWriter> createChild(const QString &name, bool isDirectory);
@@ -110,4 +111,5 @@ private:
     bool m_isDirectory = false;
     bool m_uploading = false;
     quint64 m_size = 0;
+    quint64 m_appended = 0;
 };

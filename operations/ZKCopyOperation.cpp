@@ -256,6 +256,10 @@ void ZKCopyOperation::copyFileFrom(ZKReader &reader, ZKWriter &folder) {
     const bool whileOpen = file->isLocal();
     if (!whileOpen) {
         file->close();
+        // Closing is where a remote file learns whether all of it arrived.
+        if (!isCancelled() && !hasError() && file->error()) {
+            takeError(file->error(), openError(file->filename()));
+        }
     }
     if (!isCancelled() && !hasError()) {
         copyAttributesFrom(reader, *file, true);
