@@ -1,0 +1,224 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKFaultRelay.h"
+#include "ZKFtpServers.h"
+#include "ZKHttpServers.h"
+#include "ZKTestSupport.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QTest>
+
+using Fault = ZKFaultRelay::Fault;
+using Target = ZKFaultRelay::Target;
+
+// ferrowick-cli copies through a relay that breaks its connections as
+// networks do, with --retry. Every scenario must end with the copy
+// byte-identical to its source, or in a clear failure with the partial file
+// kept for a later resume; never in "complete" with other bytes.
+//
+// FERROWICK_SOAK_TRIALS runs each scenario that many times with
+// FERROWICK_SOAK_BYTES bytes and fresh random cut points (make soak).
+class TestZKFaultScenarios : public QObject {
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+    QProcessEnvironment m_environment;
+    int m_trials = 1;
+    qsizetype m_size = 3 * 1000 * 1000 + 17;
+    QStringList m_tally;
+    qint64 m_cut = 0;
+
+    QString path(const QString &name) const { return QDir(m_dir.path()).filePath(name); }
+
+    // Runs ferrowick-cli; answers its exit code (-1 when it hung) and what it
+    // printed.
+    int runCli(const QStringList &arguments, QByteArray *output) {
+        QProcess process;
+        process.setProcessEnvironment(m_environment);
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start(QStringLiteral(FERROWICK_CLI), arguments);
+        const bool ended = process.waitForFinished(180000);
+        if (!ended) {
+            process.kill();
+            process.waitForFinished(5000);
+        }
+        *output = process.readAll();
+        return ended && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    }
+
+    static void scenarios() {
+        QTest::addColumn<int>("fault");
+        QTest::addColumn<int>("times");
+        QTest::newRow("cut once") << int(Fault::Cut) << 1;
+        QTest::newRow("cut three times") << int(Fault::Cut) << 3;
+        QTest::newRow("reset") << int(Fault::Reset) << 1;
+        QTest::newRow("stall past the time-out") << int(Fault::Stall) << 1;
+    }
+
+    // Where a fault strikes: anywhere in the file but its very ends.
+    qint64 cutPoint() const { return 1 + qint64(QRandomGenerator::global()->bounded(m_size - 2)); }
+
+    // One trial: the copy through a relay that breaks `times` data
+    // connections, then passes. Answers what went wrong, or nothing.
+    QString trial(ZKFaultRelay &relay, Fault fault, int times, const QStringList &copy,
+                  const QString &source, const QString &copied) {
+        m_cut = cutPoint();
+        relay.setFault(fault, m_cut, times);
+        QByteArray output;
+        const int status =
+            runCli(copy + QStringList{"--retry", "4", "--retry-delay", "0"}, &output);
+        if (status == -1) {
+            return QStringLiteral("ferrowick-cli hung:\n") + QString::fromUtf8(output);
+        }
+        if (status != 0) {
+            // A failure is allowed only with what came kept whole so far.
+            const QByteArray partial = ZKTestSupport::readFile(copied);
+            if (!ZKTestSupport::readFile(source).startsWith(partial)) {
+                return QStringLiteral("failed, and the partial file is not the source's start:\n") +
+                       QString::fromUtf8(output);
+            }
+            return QStringLiteral("failed (%1) with %2 of %3 bytes there, cut at %4:\n%5")
+                .arg(status)
+                .arg(partial.size())
+                .arg(QFileInfo(source).size())
+                .arg(m_cut)
+                .arg(QString::fromUtf8(output));
+        }
+        if (ZKTestSupport::readFile(copied) != ZKTestSupport::readFile(source)) {
+            return QStringLiteral("completed with other bytes:\n") + QString::fromUtf8(output);
+        }
+        if (relay.faultsApplied() < times) {
+            return QStringLiteral("only %1 of %2 faults struck")
+                .arg(relay.faultsApplied())
+                .arg(times);
+        }
+        return {};
+    }
+
+    // Runs the trials of one scenario and keeps the tally of the soak.
+    void runTrials(const QString &name, const std::function<QString(int)> &oneTrial) {
+        int identical = 0;
+        QString firstFailure;
+        for (int i = 0; i < m_trials; ++i) {
+            const QString failure = oneTrial(i);
+            if (failure.isEmpty()) {
+                ++identical;
+            } else if (firstFailure.isEmpty()) {
+                firstFailure = failure;
+            }
+        }
+        m_tally.append(
+            QStringLiteral("%1: %2 of %3 byte-identical").arg(name).arg(identical).arg(m_trials));
+        QVERIFY2(firstFailure.isEmpty(), qPrintable(firstFailure));
+    }
+
+private Q_SLOTS:
+    void initTestCase() {
+        QVERIFY(m_dir.isValid());
+        m_trials = std::max(1, qEnvironmentVariableIntValue("FERROWICK_SOAK_TRIALS"));
+        if (const qint64 bytes = qEnvironmentVariable("FERROWICK_SOAK_BYTES").toLongLong();
+            bytes > 16) {
+            m_size = bytes;
+        }
+        // Short time-outs, as a user would set them, so that a stall is over
+        // in seconds.
+        QDir().mkpath(path("config/velmarind"));
+        QVERIFY(ZKTestSupport::writeFile(path("config/velmarind/Ferrowick.conf"),
+                                         "[General]\ndownloadTimeout=2\n"));
+        m_environment = QProcessEnvironment::systemEnvironment();
+        m_environment.insert(QStringLiteral("XDG_CONFIG_HOME"), path(QStringLiteral("config")));
+        m_environment.insert(QStringLiteral("XDG_DATA_HOME"), path(QStringLiteral("data")));
+        m_environment.insert(QStringLiteral("QT_LOGGING_RULES"),
+                             QStringLiteral("ferrowick.*=false"));
+        m_environment.remove(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"));
+        QVERIFY(
+            ZKTestSupport::writeFile(path("source.bin"), ZKTestSupport::randomBytes(m_size, 7)));
+    }
+
+    void cleanupTestCase() {
+        for (const QString &line : std::as_const(m_tally)) {
+            std::printf("%s\n", qPrintable(line));
+        }
+    }
+
+    void ftpDownload_data() { scenarios(); }
+
+    void ftpDownload() {
+        QFETCH(int, fault);
+        QFETCH(int, times);
+        ZKFtpServers server(ZKFtpServers::Vsftpd);
+        if (!server.start()) {
+            if (ZKFtpServers::mustRun()) {
+                QFAIL(qPrintable(server.errorString()));
+            }
+            QSKIP(qPrintable(server.errorString()));
+        }
+        QVERIFY(QFile::copy(path("source.bin"), QDir(server.root()).filePath("served.bin")));
+        ZKFaultRelay relay(QStringLiteral("127.0.0.1"), server.port(), ZKFaultRelay::Protocol::Ftp);
+        const QString url = relay.relayed(server.url("/served.bin")).toString();
+        runTrials(QStringLiteral("FTP download, %1").arg(QTest::currentDataTag()), [&](int i) {
+            const QString folder =
+                path(QStringLiteral("down-%1-%2").arg(QTest::currentDataTag()).arg(i));
+            QDir().mkpath(folder);
+            return trial(relay, Fault(fault), times, {"copy", url, folder}, path("source.bin"),
+                         QDir(folder).filePath("served.bin"));
+        });
+    }
+
+    void ftpUpload_data() { scenarios(); }
+
+    void ftpUpload() {
+        QFETCH(int, fault);
+        QFETCH(int, times);
+        ZKFtpServers server(ZKFtpServers::Vsftpd);
+        if (!server.start()) {
+            if (ZKFtpServers::mustRun()) {
+                QFAIL(qPrintable(server.errorString()));
+            }
+            QSKIP(qPrintable(server.errorString()));
+        }
+        ZKFaultRelay relay(QStringLiteral("127.0.0.1"), server.port(), ZKFaultRelay::Protocol::Ftp);
+        runTrials(QStringLiteral("FTP upload, %1").arg(QTest::currentDataTag()), [&](int i) {
+            const QString folder = QStringLiteral("up%1").arg(i);
+            QDir(server.root()).mkpath(folder);
+            const QString url = relay.relayed(server.url("/" + folder + "/")).toString();
+            return trial(relay, Fault(fault), times, {"copy", path("source.bin"), url},
+                         path("source.bin"), QDir(server.root()).filePath(folder + "/source.bin"));
+        });
+    }
+
+    void httpDownload_data() { scenarios(); }
+
+    void httpDownload() {
+        QFETCH(int, fault);
+        QFETCH(int, times);
+        QVERIFY(QDir().mkpath(path("www")));
+        QFile::remove(path("www/served.bin"));
+        QVERIFY(QFile::copy(path("source.bin"), path("www/served.bin")));
+        ZKHttpServers servers;
+        if (!servers.startNginx(path("www"))) {
+            if (ZKFtpServers::mustRun()) {
+                QFAIL(qPrintable(servers.errorString()));
+            }
+            QSKIP(qPrintable(servers.errorString()));
+        }
+        const QUrl served = servers.nginxUrl("/served.bin");
+        ZKFaultRelay relay(QStringLiteral("127.0.0.1"), quint16(served.port()),
+                           ZKFaultRelay::Protocol::Plain);
+        const QString url = relay.relayed(served).toString();
+        runTrials(QStringLiteral("HTTP download, %1").arg(QTest::currentDataTag()), [&](int i) {
+            const QString folder =
+                path(QStringLiteral("web-%1-%2").arg(QTest::currentDataTag()).arg(i));
+            QDir().mkpath(folder);
+            return trial(relay, Fault(fault), times, {"copy", url, folder}, path("source.bin"),
+                         QDir(folder).filePath("served.bin"));
+        });
+    }
+};
+
+QTEST_GUILESS_MAIN(TestZKFaultScenarios)
+#include "tst_ZKFaultScenarios.moc"

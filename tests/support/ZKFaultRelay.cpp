@@ -1,0 +1,318 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKFaultRelay.h"
+
+#include <QEventLoop>
+#include <QHostAddress>
+#include <QRegularExpression>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTimer>
+
+#include <utility>
+
+#include <sys/socket.h>
+
+namespace {
+
+// Kept small, so that a side that is not read from pushes back on its peer
+// through the kernel instead of filling the relay's memory.
+constexpr qint64 bufferSize = 64 * 1024;
+constexpr int tickMilliseconds = 20;
+
+} // namespace
+
+// One relayed connection, the program's side and the server's; lives on the
+// relay's thread and goes with its program-side socket.
+class ZKFaultRelaySession : public QObject {
+public:
+    ZKFaultRelaySession(ZKFaultRelay &relay, QTcpSocket *client, const QString &host, quint16 port,
+                        ZKFaultRelay::Target target)
+        : m_relay(relay)
+        , m_client(client)
+        , m_server(new QTcpSocket(this))
+        , m_target(target) {
+        setParent(client);
+        m_fault = relay.takeFault(target, &m_limit);
+        {
+            std::lock_guard locker(relay.m_lock);
+            m_rate = relay.m_rate;
+        }
+        client->setReadBufferSize(bufferSize);
+        m_server->setReadBufferSize(bufferSize);
+        for (QTcpSocket *socket : {m_client, m_server}) {
+            connect(socket, &QTcpSocket::readyRead, this, &ZKFaultRelaySession::pump);
+            // Room again on a side that was full.
+            connect(socket, &QTcpSocket::bytesWritten, this, &ZKFaultRelaySession::pump);
+            connect(socket, &QTcpSocket::disconnected, this, &ZKFaultRelaySession::pump);
+            connect(socket, &QTcpSocket::errorOccurred, this, &ZKFaultRelaySession::pump);
+        }
+        connect(m_server, &QTcpSocket::connected, this, &ZKFaultRelaySession::pump);
+        if (m_fault == ZKFaultRelay::Fault::Trickle) {
+            auto *timer = new QTimer(this);
+            connect(timer, &QTimer::timeout, this, [this] {
+                m_allowance = std::min<qint64>(m_allowance + m_rate * tickMilliseconds / 1000,
+                                               std::max<qint64>(m_rate, 1));
+                pump();
+            });
+            timer->start(tickMilliseconds);
+        }
+        m_server->connectToHost(host, port);
+    }
+
+private:
+    bool isFtpControl() const {
+        return m_relay.m_protocol == ZKFaultRelay::Protocol::Ftp &&
+               m_target == ZKFaultRelay::Target::Control;
+    }
+
+    // How many bytes may pass now, whichever way.
+    qint64 allowance() const {
+        switch (m_fault) {
+        case ZKFaultRelay::Fault::Trickle:
+            return m_allowance;
+        case ZKFaultRelay::Fault::Cut:
+        case ZKFaultRelay::Fault::Stall:
+        case ZKFaultRelay::Fault::Reset:
+            return std::max<qint64>(m_limit - m_relayed, 0);
+        case ZKFaultRelay::Fault::None:
+            break;
+        }
+        return bufferSize;
+    }
+
+    void pump() {
+        if (m_finished) {
+            return;
+        }
+        if (m_server->state() == QAbstractSocket::ConnectedState) {
+            move(m_client, m_server, false);
+            move(m_server, m_client, isFtpControl());
+        }
+        const bool limited = m_fault == ZKFaultRelay::Fault::Cut ||
+                             m_fault == ZKFaultRelay::Fault::Stall ||
+                             m_fault == ZKFaultRelay::Fault::Reset;
+        if (limited && m_relayed >= m_limit) {
+            breakConnection();
+            return;
+        }
+        // A side that went away takes the other with it once what it sent
+        // has been passed on.
+        for (auto [from, to] : {std::pair{m_client, m_server}, std::pair{m_server, m_client}}) {
+            const bool gone = from->state() == QAbstractSocket::UnconnectedState &&
+                              (from != m_server || m_serverWasConnected);
+            if (gone && from->bytesAvailable() == 0) {
+                m_finished = true;
+                if (from == m_server) {
+                    to->write(std::exchange(m_pendingLine, {})); // a last line without its end
+                }
+                to->disconnectFromHost();
+                return;
+            }
+        }
+        if (m_server->state() == QAbstractSocket::ConnectedState) {
+            m_serverWasConnected = true;
+        } else if (m_server->state() == QAbstractSocket::UnconnectedState &&
+                   !m_serverWasConnected &&
+                   m_server->error() != QAbstractSocket::UnknownSocketError) {
+            m_finished = true;
+            m_client->abort(); // the server is not there: neither is the relay
+        }
+    }
+
+    void move(QTcpSocket *from, QTcpSocket *to, bool rewrite) {
+        while (to->state() == QAbstractSocket::ConnectedState && from->bytesAvailable() > 0 &&
+               to->bytesToWrite() < bufferSize) {
+            const qint64 room = allowance();
+            if (room <= 0) {
+                return;
+            }
+            const QByteArray chunk = from->read(std::min(room, bufferSize));
+            if (chunk.isEmpty()) {
+                return;
+            }
+            m_relayed += chunk.size();
+            if (m_fault == ZKFaultRelay::Fault::Trickle) {
+                m_allowance -= chunk.size();
+            }
+            to->write(rewrite ? rewritten(chunk) : chunk);
+        }
+    }
+
+    // Passive replies point at a relay of the relay's own, which passes the
+    // data connection on to where the server said.
+    QByteArray rewritten(const QByteArray &chunk) {
+        m_pendingLine += chunk;
+        QByteArray out;
+        qsizetype end = 0;
+        while ((end = m_pendingLine.indexOf('\n')) >= 0) {
+            QByteArray line = m_pendingLine.left(end + 1);
+            m_pendingLine.remove(0, end + 1);
+            if (line.startsWith("227 ")) {
+                static const QRegularExpression numbers(
+                    QStringLiteral("(\\d+),(\\d+),(\\d+),(\\d+),(\\d+),(\\d+)"));
+                const QRegularExpressionMatch match = numbers.match(QString::fromLatin1(line));
+                if (match.hasMatch()) {
+                    const QString host = QStringLiteral("%1.%2.%3.%4")
+                                             .arg(match.captured(1), match.captured(2),
+                                                  match.captured(3), match.captured(4));
+                    const quint16 port =
+                        quint16(match.captured(5).toInt() * 256 + match.captured(6).toInt());
+                    const quint16 relayed = listenForData(host, port);
+                    line = "227 Entering Passive Mode (127,0,0,1," +
+                           QByteArray::number(relayed / 256) + ',' +
+                           QByteArray::number(relayed % 256) + ").\r\n";
+                }
+            } else if (line.startsWith("229 ")) {
+                static const QRegularExpression port(QStringLiteral("\\(\\|\\|\\|(\\d+)\\|\\)"));
+                const QRegularExpressionMatch match = port.match(QString::fromLatin1(line));
+                if (match.hasMatch()) {
+                    const quint16 relayed =
+                        listenForData(m_relay.m_serverHost, quint16(match.captured(1).toInt()));
+                    line = "229 Entering Extended Passive Mode (|||" + QByteArray::number(relayed) +
+                           "|)\r\n";
+                }
+            }
+            out += line;
+        }
+        return out;
+    }
+
+    quint16 listenForData(const QString &host, quint16 port) {
+        auto *listener = new QTcpServer(this);
+        listener->listen(QHostAddress::LocalHost, 0);
+        connect(listener, &QTcpServer::newConnection, this, [this, listener, host, port] {
+            while (QTcpSocket *socket = listener->nextPendingConnection()) {
+                socket->setParent(this);
+                new ZKFaultRelaySession(m_relay, socket, host, port, ZKFaultRelay::Target::Data);
+            }
+            listener->close();
+        });
+        return listener->serverPort();
+    }
+
+    void breakConnection() {
+        m_finished = true;
+        switch (m_fault) {
+        case ZKFaultRelay::Fault::Cut:
+            m_client->abort();
+            m_server->abort();
+            break;
+        case ZKFaultRelay::Fault::Reset: {
+            // A zero linger turns the close into a reset.
+            const linger immediate{1, 0};
+            ::setsockopt(int(m_client->socketDescriptor()), SOL_SOCKET, SO_LINGER, &immediate,
+                         sizeof immediate);
+            m_client->abort();
+            m_server->abort();
+            break;
+        }
+        case ZKFaultRelay::Fault::Stall:
+            // Nothing more either way. What the program still sends is
+            // swallowed, so that its giving up (a close) is seen; the server
+            // then loses its side too, as when its own time-out ends a dead
+            // connection, and answers the next one afresh.
+            disconnect(m_client, nullptr, this, nullptr);
+            disconnect(m_server, nullptr, this, nullptr);
+            connect(m_client, &QTcpSocket::readyRead, this, [this] { m_client->readAll(); });
+            connect(m_client, &QTcpSocket::disconnected, m_server, &QTcpSocket::abort);
+            m_client->readAll();
+            break;
+        case ZKFaultRelay::Fault::None:
+        case ZKFaultRelay::Fault::Trickle:
+            break;
+        }
+    }
+
+    ZKFaultRelay &m_relay;
+    QTcpSocket *m_client;
+    QTcpSocket *m_server;
+    const ZKFaultRelay::Target m_target;
+    ZKFaultRelay::Fault m_fault = ZKFaultRelay::Fault::None;
+    qint64 m_limit = 0;
+    qint64 m_relayed = 0;
+    qint64 m_rate = 0;
+    qint64 m_allowance = 0;
+    QByteArray m_pendingLine;
+    bool m_serverWasConnected = false;
+    bool m_finished = false;
+};
+
+ZKFaultRelay::ZKFaultRelay(const QString &serverHost, quint16 serverPort, Protocol protocol)
+    : m_serverHost(serverHost)
+    , m_serverPort(serverPort)
+    , m_protocol(protocol) {
+    std::promise<quint16> ready;
+    std::future<quint16> port = ready.get_future();
+    m_thread = std::thread([this, &ready] { run(ready); });
+    m_port = port.get();
+}
+
+ZKFaultRelay::~ZKFaultRelay() {
+    m_stop = true;
+    m_thread.join();
+}
+
+void ZKFaultRelay::run(std::promise<quint16> &ready) {
+    QEventLoop loop;
+    QTcpServer server;
+    server.listen(QHostAddress::LocalHost, 0);
+    const Target first = m_protocol == Protocol::Ftp ? Target::Control : Target::Data;
+    QObject::connect(&server, &QTcpServer::newConnection, &server, [this, &server, first] {
+        while (QTcpSocket *socket = server.nextPendingConnection()) {
+            socket->setParent(&server);
+            new ZKFaultRelaySession(*this, socket, m_serverHost, m_serverPort, first);
+        }
+    });
+    QTimer stopCheck;
+    QObject::connect(&stopCheck, &QTimer::timeout, &loop, [this, &loop] {
+        if (m_stop) {
+            loop.quit();
+        }
+    });
+    stopCheck.start(20);
+    ready.set_value(server.serverPort());
+    loop.exec();
+}
+
+QUrl ZKFaultRelay::relayed(const QUrl &url) const {
+    QUrl through = url;
+    through.setHost(QStringLiteral("127.0.0.1"));
+    through.setPort(m_port);
+    return through;
+}
+
+void ZKFaultRelay::setFault(Fault fault, qint64 bytes, int times, Target target) {
+    std::lock_guard locker(m_lock);
+    m_fault = fault;
+    m_bytes = bytes;
+    m_times = times;
+    m_target = target;
+}
+
+void ZKFaultRelay::setTrickleRate(qint64 bytesPerSecond) {
+    std::lock_guard locker(m_lock);
+    m_rate = bytesPerSecond;
+}
+
+int ZKFaultRelay::connections(Target target) const {
+    std::lock_guard locker(m_lock);
+    return m_connections[int(target)];
+}
+
+int ZKFaultRelay::faultsApplied() const {
+    std::lock_guard locker(m_lock);
+    return m_applied;
+}
+
+ZKFaultRelay::Fault ZKFaultRelay::takeFault(Target target, qint64 *bytes) {
+    std::lock_guard locker(m_lock);
+    ++m_connections[int(target)];
+    if (m_fault == Fault::None || m_times <= 0 || target != m_target) {
+        return Fault::None;
+    }
+    --m_times;
+    ++m_applied;
+    *bytes = m_bytes;
+    return m_fault;
+}

@@ -1,0 +1,80 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QString>
+#include <QUrl>
+
+#include <atomic>
+#include <future>
+#include <mutex>
+#include <thread>
+
+class ZKFaultRelaySession;
+
+// A TCP relay on 127.0.0.1 between the program and a real server, which
+// passes bytes through or breaks the connections it carries the way networks
+// do: cut after so many bytes, stall, trickle, or reset.
+//
+// For FTP it relays the control connection and rewrites the server's PASV
+// and EPSV replies so that every data connection goes through a relay of its
+// own too. A fault then hits data connections or control connections, as
+// chosen; for any other protocol every connection counts as a data
+// connection. A fault hits the next `times` connections of its kind, then
+// the relay passes everything again.
+//
+// It runs its own event loop on a thread of its own, like the scripted
+// servers, so that blocking clients can be driven from the test's thread.
+class ZKFaultRelay {
+public:
+    enum class Protocol { Plain, Ftp };
+    enum class Fault {
+        None,
+        Cut,     // both sides closed after `bytes` bytes (either way)
+        Stall,   // after `bytes` bytes nothing more either way, sockets open
+        Trickle, // at most `rate` bytes a second each way from the start
+        Reset,   // the program's side reset (RST) after `bytes` bytes
+    };
+    enum class Target { Data, Control };
+
+    ZKFaultRelay(const QString &serverHost, quint16 serverPort, Protocol protocol);
+    ~ZKFaultRelay();
+
+    ZKFaultRelay(const ZKFaultRelay &) = delete;
+    ZKFaultRelay &operator=(const ZKFaultRelay &) = delete;
+
+    quint16 port() const { return m_port; }
+    // url with the relay's address and port in place of the server's.
+    QUrl relayed(const QUrl &url) const;
+
+    void setFault(Fault fault, qint64 bytes = 0, int times = 1, Target target = Target::Data);
+    void setTrickleRate(qint64 bytesPerSecond);
+    void passEverything() { setFault(Fault::None, 0, 0); }
+
+    // Connections of each kind relayed so far, and how many a fault hit.
+    int connections(Target target) const;
+    int faultsApplied() const;
+
+private:
+    friend class ZKFaultRelaySession;
+    void run(std::promise<quint16> &ready);
+    // The fault the next connection of this kind gets, counted as used.
+    Fault takeFault(Target target, qint64 *bytes);
+
+    const QString m_serverHost;
+    const quint16 m_serverPort;
+    const Protocol m_protocol;
+
+    mutable std::mutex m_lock;
+    Fault m_fault = Fault::None;
+    qint64 m_bytes = 0;
+    int m_times = 0;
+    Target m_target = Target::Data;
+    qint64 m_rate = 16 * 1024;
+    int m_connections[2] = {0, 0};
+    int m_applied = 0;
+
+    quint16 m_port = 0;
+    std::atomic<bool> m_stop{false};
+    std::thread m_thread;
+};
