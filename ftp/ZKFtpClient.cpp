@@ -436,6 +436,13 @@ void ZKFtpClient::endStore() {
     if (!m_dataSocket) {
         return;
     }
+    // The reply comes once the server has every byte: the wait for it
+    // starts when the last byte has left, however slow the link.
+    if (!m_dataSocket->waitUntilSent()) {
+        copySocketError(*m_dataSocket);
+        m_dataSocket.reset();
+        return;
+    }
     m_dataSocket->finishSending();
     m_dataSocket->disconnect();
     // Unlike a download's, an upload's completion reply is the only word on

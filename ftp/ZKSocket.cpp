@@ -8,13 +8,16 @@
 #include <cerrno>
 #include <chrono>
 #include <limits>
+#include <thread>
 
 #include <csignal>
 
+#include <linux/sockios.h>
 #include <netdb.h>
 #include <openssl/err.h>
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -474,6 +477,31 @@ void ZKSocket::finishSending() {
         }
     }
     errno = saved;
+}
+
+bool ZKSocket::waitUntilSent() {
+    using namespace std::chrono;
+    const auto limit = seconds(downloadTimeoutSeconds());
+    auto progressed = steady_clock::now();
+    int previous = std::numeric_limits<int>::max();
+    while (m_socketDescriptor != -1) {
+        int pending = 0;
+        if (::ioctl(m_socketDescriptor, SIOCOUTQ, &pending) != 0 || pending <= 0) {
+            return true;
+        }
+        const auto now = steady_clock::now();
+        if (pending < previous) {
+            previous = pending;
+            progressed = now;
+        } else if (now - progressed >= limit) {
+            setError(ZKError(
+                errorDomain, ETIMEDOUT,
+                QStringLiteral("Timed out while sending: %1 bytes were never taken").arg(pending)));
+            return false;
+        }
+        std::this_thread::sleep_for(milliseconds(10));
+    }
+    return true;
 }
 
 bool ZKSocket::isSessionReused() const {

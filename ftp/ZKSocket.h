@@ -59,6 +59,10 @@ public:
     // unread would reset the connection, and a peer may then lose the end
     // of what it had not yet read. Without TLS nothing happens here.
     void finishSending();
+    // Waits until the peer has acknowledged every byte sent, for as long as
+    // they keep leaving: a slow link is no failure, a silent one is, once
+    // the time limit passes without progress (error() then says so).
+    bool waitUntilSent();
     // Whether the last handshake reused the offered session.
     bool isSessionReused() const;
 
