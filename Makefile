@@ -5,7 +5,7 @@ BUILD ?= build
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 
-.PHONY: all deps build run test test-asan test-tsan bench screenshots fuzz package format clean
+.PHONY: all deps build run test test-asan test-tsan soak bench screenshots fuzz package format clean
 
 all: build
 
@@ -33,6 +33,12 @@ test-asan:
 test-tsan:
 	TSAN_OPTIONS="die_after_fork=0 second_deadlock_stack=1 suppressions=$(CURDIR)/scripts/tsan.supp" \
 	$(MAKE) test BUILD=build-tsan CMAKE_FLAGS="-DFERROWICK_SANITIZE=thread"
+
+# The network faults of the suite, 20 trials each with 64 MiB and fresh
+# random cut points; prints "N of N byte-identical" per scenario.
+soak: build
+	cd $(BUILD) && CI=true QT_QPA_PLATFORM=offscreen FERROWICK_SOAK_TRIALS=$(or $(SOAK_TRIALS),20) \
+	FERROWICK_SOAK_BYTES=$(or $(SOAK_BYTES),67108864) ./tests/tst_ZKFaultScenarios -silent
 
 bench: build
 	bash bench/speed-bench.sh $(BUILD)

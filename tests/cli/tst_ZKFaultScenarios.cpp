@@ -57,6 +57,9 @@ class TestZKFaultScenarios : public QObject {
         QTest::newRow("cut three times") << int(Fault::Cut) << 3;
         QTest::newRow("reset") << int(Fault::Reset) << 1;
         QTest::newRow("stall past the time-out") << int(Fault::Stall) << 1;
+        // Every connection, for about three seconds each: slow, but never
+        // silent for as long as the time-out.
+        QTest::newRow("trickle") << int(Fault::Trickle) << 1000;
     }
 
     // Where a fault strikes: anywhere in the file but its very ends.
@@ -67,6 +70,7 @@ class TestZKFaultScenarios : public QObject {
     QString trial(ZKFaultRelay &relay, Fault fault, int times, const QStringList &copy,
                   const QString &source, const QString &copied) {
         m_cut = cutPoint();
+        relay.setTrickleRate(std::max<qint64>(m_size / 3, 1024));
         relay.setFault(fault, m_cut, times);
         QByteArray output;
         const int status =
@@ -91,7 +95,12 @@ class TestZKFaultScenarios : public QObject {
         if (ZKTestSupport::readFile(copied) != ZKTestSupport::readFile(source)) {
             return QStringLiteral("completed with other bytes:\n") + QString::fromUtf8(output);
         }
-        if (relay.faultsApplied() < times) {
+        if (fault == Fault::Trickle) {
+            if (output.contains("Failed")) {
+                return QStringLiteral("a slow link that never went quiet failed a task:\n") +
+                       QString::fromUtf8(output);
+            }
+        } else if (relay.faultsApplied() < times) {
             return QStringLiteral("only %1 of %2 faults struck")
                 .arg(relay.faultsApplied())
                 .arg(times);

@@ -47,7 +47,16 @@ public:
             connect(socket, &QTcpSocket::disconnected, this, &ZKFaultRelaySession::pump);
             connect(socket, &QTcpSocket::errorOccurred, this, &ZKFaultRelaySession::pump);
         }
-        connect(m_server, &QTcpSocket::connected, this, &ZKFaultRelaySession::pump);
+        connect(m_server, &QTcpSocket::connected, this, [this] {
+            // Little room in the kernel too, so that a slow relay is slow
+            // for the sender as a slow link would be, not a big buffer.
+            m_server->setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption,
+                                      int(bufferSize));
+            m_server->setSocketOption(QAbstractSocket::SendBufferSizeSocketOption, int(bufferSize));
+            pump();
+        });
+        client->setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, int(bufferSize));
+        client->setSocketOption(QAbstractSocket::SendBufferSizeSocketOption, int(bufferSize));
         if (m_fault == ZKFaultRelay::Fault::Trickle) {
             auto *timer = new QTimer(this);
             connect(timer, &QTimer::timeout, this, [this] {
@@ -85,10 +94,9 @@ private:
         if (m_finished) {
             return;
         }
-        if (m_server->state() == QAbstractSocket::ConnectedState) {
-            move(m_client, m_server, false);
-            move(m_server, m_client, isFtpControl());
-        }
+        // Also after a side has gone: what it sent before is still passed on.
+        move(m_client, m_server, false);
+        move(m_server, m_client, isFtpControl());
         const bool limited = m_fault == ZKFaultRelay::Fault::Cut ||
                              m_fault == ZKFaultRelay::Fault::Stall ||
                              m_fault == ZKFaultRelay::Fault::Reset;
