@@ -123,10 +123,13 @@ bool ZKQueueRunner::isFinished() const {
     if (m_document.retryTimer().isRunning()) {
         return false;
     }
+    // Between the countdown's end and the tasks' reset, failed tasks with
+    // attempts left are still failed: the queue is not over yet.
+    const bool retrying = m_retries > 0 && m_document.autoRetryItems();
     for (const auto &task : m_document.taskQueue().tasks()) {
         const auto state = task->state();
-        const bool ended = state == S::Completed || state == S::Failed || state == S::Cancelled ||
-                           state == S::Suspended;
+        const bool ended = state == S::Completed || (state == S::Failed && !retrying) ||
+                           state == S::Cancelled || state == S::Suspended;
         if (!ended) {
             return false;
         }

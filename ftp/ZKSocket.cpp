@@ -17,6 +17,7 @@
 #include <openssl/err.h>
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -485,6 +486,15 @@ bool ZKSocket::waitUntilSent() {
     auto progressed = steady_clock::now();
     int previous = std::numeric_limits<int>::max();
     while (m_socketDescriptor != -1) {
+        // A reset connection keeps its queue for ever: no need to wait.
+        pollfd state{m_socketDescriptor, 0, 0};
+        if (::poll(&state, 1, 0) == 1 && (state.revents & (POLLERR | POLLHUP)) != 0) {
+            int failure = 0;
+            socklen_t length = sizeof failure;
+            ::getsockopt(m_socketDescriptor, SOL_SOCKET, SO_ERROR, &failure, &length);
+            setSystemError(failure != 0 ? failure : ECONNRESET);
+            return false;
+        }
         int pending = 0;
         if (::ioctl(m_socketDescriptor, SIOCOUTQ, &pending) != 0 || pending <= 0) {
             return true;

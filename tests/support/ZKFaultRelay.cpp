@@ -4,6 +4,7 @@
 
 #include <QEventLoop>
 #include <QHostAddress>
+#include <QPointer>
 #include <QRegularExpression>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -27,13 +28,19 @@ constexpr int tickMilliseconds = 20;
 class ZKFaultRelaySession : public QObject {
 public:
     ZKFaultRelaySession(ZKFaultRelay &relay, QTcpSocket *client, const QString &host, quint16 port,
-                        ZKFaultRelay::Target target)
+                        ZKFaultRelay::Target target, ZKFaultRelaySession *control = nullptr)
         : m_relay(relay)
         , m_client(client)
         , m_server(new QTcpSocket(this))
-        , m_target(target) {
+        , m_target(target)
+        , m_control(control) {
         setParent(client);
-        m_fault = relay.takeFault(target, &m_limit);
+        relay.countConnection(target);
+        // An FTP control connection decides on its fault when it opens its
+        // first data connection: a login that only looks around is spared.
+        if (!isFtpControl()) {
+            m_fault = relay.takeFault(target, &m_limit);
+        }
         {
             std::lock_guard locker(relay.m_lock);
             m_rate = relay.m_rate;
@@ -75,8 +82,25 @@ private:
                m_target == ZKFaultRelay::Target::Control;
     }
 
+    // A fault on an FTP control connection strikes once its data
+    // connections have carried so many bytes: in the middle of a transfer.
+    bool countsDataBytes() const { return isFtpControl() && m_fault != ZKFaultRelay::Fault::None; }
+
+    void dataRelayed(qint64 bytes) {
+        if (!countsDataBytes() || m_finished) {
+            return;
+        }
+        m_relayed += bytes;
+        if (m_relayed >= m_limit) {
+            breakConnection();
+        }
+    }
+
     // How many bytes may pass now, whichever way.
     qint64 allowance() const {
+        if (countsDataBytes()) {
+            return bufferSize;
+        }
         switch (m_fault) {
         case ZKFaultRelay::Fault::Trickle:
             return m_allowance;
@@ -97,9 +121,9 @@ private:
         // Also after a side has gone: what it sent before is still passed on.
         move(m_client, m_server, false);
         move(m_server, m_client, isFtpControl());
-        const bool limited = m_fault == ZKFaultRelay::Fault::Cut ||
-                             m_fault == ZKFaultRelay::Fault::Stall ||
-                             m_fault == ZKFaultRelay::Fault::Reset;
+        const bool limited = !countsDataBytes() && (m_fault == ZKFaultRelay::Fault::Cut ||
+                                                    m_fault == ZKFaultRelay::Fault::Stall ||
+                                                    m_fault == ZKFaultRelay::Fault::Reset);
         if (limited && m_relayed >= m_limit) {
             breakConnection();
             return;
@@ -139,7 +163,12 @@ private:
             if (chunk.isEmpty()) {
                 return;
             }
-            m_relayed += chunk.size();
+            if (!countsDataBytes()) {
+                m_relayed += chunk.size();
+            }
+            if (m_control) {
+                m_control->dataRelayed(chunk.size());
+            }
             if (m_fault == ZKFaultRelay::Fault::Trickle) {
                 m_allowance -= chunk.size();
             }
@@ -190,9 +219,14 @@ private:
         auto *listener = new QTcpServer(this);
         listener->listen(QHostAddress::LocalHost, 0);
         connect(listener, &QTcpServer::newConnection, this, [this, listener, host, port] {
+            if (!m_faultDecided) {
+                m_faultDecided = true;
+                m_fault = m_relay.takeFault(ZKFaultRelay::Target::Control, &m_limit);
+            }
             while (QTcpSocket *socket = listener->nextPendingConnection()) {
                 socket->setParent(this);
-                new ZKFaultRelaySession(m_relay, socket, host, port, ZKFaultRelay::Target::Data);
+                new ZKFaultRelaySession(m_relay, socket, host, port, ZKFaultRelay::Target::Data,
+                                        this);
             }
             listener->close();
         });
@@ -236,6 +270,8 @@ private:
     QTcpSocket *m_client;
     QTcpSocket *m_server;
     const ZKFaultRelay::Target m_target;
+    // The control connection a data connection belongs to; it outlives it.
+    QPointer<ZKFaultRelaySession> m_control;
     ZKFaultRelay::Fault m_fault = ZKFaultRelay::Fault::None;
     qint64 m_limit = 0;
     qint64 m_relayed = 0;
@@ -243,6 +279,7 @@ private:
     qint64 m_allowance = 0;
     QByteArray m_pendingLine;
     bool m_serverWasConnected = false;
+    bool m_faultDecided = false;
     bool m_finished = false;
 };
 
@@ -290,8 +327,9 @@ QUrl ZKFaultRelay::relayed(const QUrl &url) const {
     return through;
 }
 
-void ZKFaultRelay::setFault(Fault fault, qint64 bytes, int times, Target target) {
+void ZKFaultRelay::setFault(Fault fault, qint64 bytes, int times, Target target, int spared) {
     std::lock_guard locker(m_lock);
+    m_spared = spared;
     m_fault = fault;
     m_bytes = bytes;
     m_times = times;
@@ -313,10 +351,18 @@ int ZKFaultRelay::faultsApplied() const {
     return m_applied;
 }
 
-ZKFaultRelay::Fault ZKFaultRelay::takeFault(Target target, qint64 *bytes) {
+void ZKFaultRelay::countConnection(Target target) {
     std::lock_guard locker(m_lock);
     ++m_connections[int(target)];
+}
+
+ZKFaultRelay::Fault ZKFaultRelay::takeFault(Target target, qint64 *bytes) {
+    std::lock_guard locker(m_lock);
     if (m_fault == Fault::None || m_times <= 0 || target != m_target) {
+        return Fault::None;
+    }
+    if (m_spared > 0) {
+        --m_spared;
         return Fault::None;
     }
     --m_times;

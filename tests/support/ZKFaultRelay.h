@@ -19,9 +19,10 @@ class ZKFaultRelaySession;
 // For FTP it relays the control connection and rewrites the server's PASV
 // and EPSV replies so that every data connection goes through a relay of its
 // own too. A fault then hits data connections or control connections, as
-// chosen; for any other protocol every connection counts as a data
-// connection. A fault hits the next `times` connections of its kind, then
-// the relay passes everything again.
+// chosen; on a control connection its byte count is that of the data
+// connections it opened, so that it strikes in the middle of a transfer.
+// For any other protocol every connection counts as a data connection. A fault hits the next
+// `times` connections of its kind, then the relay passes everything again.
 //
 // It runs its own event loop on a thread of its own, like the scripted
 // servers, so that blocking clients can be driven from the test's thread.
@@ -47,7 +48,10 @@ public:
     // url with the relay's address and port in place of the server's.
     QUrl relayed(const QUrl &url) const;
 
-    void setFault(Fault fault, qint64 bytes = 0, int times = 1, Target target = Target::Data);
+    // The fault strikes the `times` connections of its kind that follow the
+    // next `spared` ones.
+    void setFault(Fault fault, qint64 bytes = 0, int times = 1, Target target = Target::Data,
+                  int spared = 0);
     void setTrickleRate(qint64 bytesPerSecond);
     void passEverything() { setFault(Fault::None, 0, 0); }
 
@@ -58,6 +62,7 @@ public:
 private:
     friend class ZKFaultRelaySession;
     void run(std::promise<quint16> &ready);
+    void countConnection(Target target);
     // The fault the next connection of this kind gets, counted as used.
     Fault takeFault(Target target, qint64 *bytes);
 
@@ -69,6 +74,7 @@ private:
     Fault m_fault = Fault::None;
     qint64 m_bytes = 0;
     int m_times = 0;
+    int m_spared = 0;
     Target m_target = Target::Data;
     qint64 m_rate = 16 * 1024;
     int m_connections[2] = {0, 0};
