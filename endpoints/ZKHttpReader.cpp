@@ -132,16 +132,6 @@ QString standardReasonPhrase(int status) {
     return {};
 }
 
-// The phrase as the server sent it, but only as printable text of a sane
-// length: it ends up in the task's row.
-QString reasonPhraseOf(const QNetworkReply &reply, int status) {
-    QString phrase = QString::fromLatin1(
-        reply.attribute(QNetworkRequest::HttpReasonPhraseAttribute).toByteArray());
-    phrase.removeIf([](QChar c) { return c.unicode() < 0x20 || c.unicode() == 0x7f; });
-    phrase = phrase.simplified().left(100);
-    return phrase.isEmpty() ? standardReasonPhrase(status) : phrase;
-}
-
 // A weak tag only promises an equivalent file, not the same bytes, so it
 // must not decide whether a range of the old one may be continued.
 bool isStrongEntityTag(const QByteArray &tag) {
@@ -150,37 +140,6 @@ bool isStrongEntityTag(const QByteArray &tag) {
 
 bool isFollowedRedirect(int status) {
     return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
-}
-
-struct ContentRange {
-    std::optional<quint64> first;
-    std::optional<quint64> total;
-};
-
-// "bytes 100-199/1000", "bytes 100-199/*".
-ContentRange parseContentRange(const QByteArray &value) {
-    ContentRange range;
-    QByteArray text = value.trimmed();
-    if (!text.toLower().startsWith("bytes ")) {
-        return range;
-    }
-    text = text.mid(6).trimmed();
-    const qsizetype dash = text.indexOf('-');
-    const qsizetype slash = text.indexOf('/');
-    bool ok = false;
-    if (dash > 0) {
-        const quint64 first = text.left(dash).trimmed().toULongLong(&ok);
-        if (ok) {
-            range.first = first;
-        }
-    }
-    if (slash >= 0) {
-        const quint64 total = text.mid(slash + 1).trimmed().toULongLong(&ok);
-        if (ok) {
-            range.total = total;
-        }
-    }
-    return range;
 }
 
 // Splits "a; b=c; d="e;f"" at the semicolons that are not inside quotes.
@@ -439,32 +398,22 @@ void ZKHttpReader::responseHeadArrived(bool isFinal) {
     }
 
     m_canSeek = status == 206;
-    const QVariant length = reply->header(QNetworkRequest::ContentLengthHeader);
-    bool lengthKnown = false;
-    const qint64 contentLength = length.isValid() ? length.toLongLong(&lengthKnown) : -1;
-    lengthKnown = lengthKnown && contentLength >= 0;
-    m_announcedLength = lengthKnown ? contentLength : -1;
-    if (status == 206) {
-        // The whole file's length, not the remainder's: what is compared
-        // with a partial copy and what progress is measured against.
-        const ContentRange range = parseContentRange(reply->rawHeader("Content-Range"));
-        if (range.first && *range.first != m_position) {
-            m_failure = ZKError::application(
-                ZKErrorCode::readFailed,
-                QStringLiteral("The server at %1 sent bytes from %2 on when asked for bytes "
-                               "from %3 on.")
-                    .arg(host())
-                    .arg(*range.first)
-                    .arg(m_position));
-            m_canSeek = false;
-        }
-        if (range.total) {
-            m_size = *range.total;
-        } else if (lengthKnown) {
-            m_size = m_position + quint64(contentLength);
-        }
-    } else if (lengthKnown) {
-        m_size = quint64(contentLength);
+    m_announcedLength = lengthFromContentLength(reply->rawHeader("Content-Length"));
+    const ContentRange range =
+        status == 206 ? rangeFromContentRange(reply->rawHeader("Content-Range")) : ContentRange();
+    if (range.first && *range.first != m_position) {
+        m_failure = ZKError::application(
+            ZKErrorCode::readFailed,
+            QStringLiteral("The server at %1 sent bytes from %2 on when asked for bytes "
+                           "from %3 on.")
+                .arg(host())
+                .arg(*range.first)
+                .arg(m_position));
+        m_canSeek = false;
+    }
+    if (const std::optional<quint64> size =
+            sizeFromHead(status, m_position, range, m_announcedLength)) {
+        m_size = *size;
     }
     const QByteArray lastModified = reply->rawHeader("Last-Modified").trimmed();
     m_modificationDate = dateFromHttpDate(lastModified);
@@ -480,7 +429,7 @@ void ZKHttpReader::responseHeadArrived(bool isFinal) {
 
 void ZKHttpReader::errorStatusArrived(QNetworkReply &reply, int status) {
     qCInfo(lcEndpoints, "Header fields: %s", qUtf8Printable(headerText(reply)));
-    const ContentRange range = parseContentRange(reply.rawHeader("Content-Range"));
+    const ContentRange range = rangeFromContentRange(reply.rawHeader("Content-Range"));
     if (status == 416 && m_position > 0 && range.total && *range.total == m_position) {
         // Asked for what follows the last byte: nothing is left to read, and
         // the server does serve ranges. A finished file resumed ends here.
@@ -488,7 +437,8 @@ void ZKHttpReader::errorStatusArrived(QNetworkReply &reply, int status) {
         m_canSeek = true;
         m_size = *range.total;
     } else {
-        const QString phrase = reasonPhraseOf(reply, status);
+        const QString phrase = reasonPhraseOf(
+            reply.attribute(QNetworkRequest::HttpReasonPhraseAttribute).toByteArray(), status);
         const QString answer = phrase.isEmpty() ? QString::number(status)
                                                 : QStringLiteral("%1 %2").arg(status).arg(phrase);
         m_failure = ZKError::application(
@@ -915,6 +865,58 @@ QDateTime ZKHttpReader::dateFromHttpDate(const QByteArray &value) {
         return {};
     }
     return QDateTime::fromMSecsSinceEpoch(qint64(std::llround(date)), Qt::UTC);
+}
+
+ZKHttpReader::ContentRange ZKHttpReader::rangeFromContentRange(const QByteArray &value) {
+    ContentRange range;
+    QByteArray text = value.trimmed();
+    if (!text.toLower().startsWith("bytes ")) {
+        return range;
+    }
+    text = text.mid(6).trimmed();
+    const qsizetype dash = text.indexOf('-');
+    const qsizetype slash = text.indexOf('/');
+    bool ok = false;
+    if (dash > 0) {
+        const quint64 first = text.left(dash).trimmed().toULongLong(&ok);
+        if (ok) {
+            range.first = first;
+        }
+    }
+    if (slash >= 0) {
+        const quint64 total = text.mid(slash + 1).trimmed().toULongLong(&ok);
+        if (ok) {
+            range.total = total;
+        }
+    }
+    return range;
+}
+
+qint64 ZKHttpReader::lengthFromContentLength(const QByteArray &value) {
+    // Read as the network library reads it, which frames the body by it.
+    bool ok = false;
+    const qint64 length = value.trimmed().toLongLong(&ok);
+    return ok && length >= 0 ? length : -1;
+}
+
+std::optional<quint64> ZKHttpReader::sizeFromHead(int status, quint64 position,
+                                                  const ContentRange &range, qint64 length) {
+    // A piece's size is the whole file's, not the remainder's: it is what a
+    // partial copy is compared with and what progress is measured against.
+    if (status == 206 && range.total) {
+        return range.total;
+    }
+    if (length < 0) {
+        return std::nullopt;
+    }
+    return status == 206 ? position + quint64(length) : quint64(length);
+}
+
+QString ZKHttpReader::reasonPhraseOf(const QByteArray &sent, int status) {
+    QString phrase = QString::fromLatin1(sent);
+    phrase.removeIf([](QChar c) { return c.unicode() < 0x20 || c.unicode() == 0x7f; });
+    phrase = phrase.simplified().left(100);
+    return phrase.isEmpty() ? standardReasonPhrase(status) : phrase;
 }
 
 namespace {

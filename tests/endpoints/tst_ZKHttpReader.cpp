@@ -332,6 +332,100 @@ private Q_SLOTS:
         QTEST(ZKHttpReader::safeFilename(name), "safe");
     }
 
+    // -1 stands for a part that is absent.
+    void contentRange_data() {
+        QTest::addColumn<QByteArray>("header");
+        QTest::addColumn<qint64>("first");
+        QTest::addColumn<qint64>("total");
+        const auto row = [](const char *tag, const QByteArray &header, qint64 first, qint64 total) {
+            QTest::newRow(tag) << header << first << total;
+        };
+        row("piece", "bytes 100-199/1000", 100, 1000);
+        row("total unknown", "bytes 100-199/*", 100, -1);
+        row("refusal", "bytes */1000", -1, 1000);
+        row("unit in capitals", "Bytes 0-0/1", 0, 1);
+        row("other unit", "items 0-0/1", -1, -1);
+        row("missing", "", -1, -1);
+    }
+
+    void contentRange() {
+        QFETCH(QByteArray, header);
+        QFETCH(qint64, first);
+        QFETCH(qint64, total);
+        const ZKHttpReader::ContentRange range = ZKHttpReader::rangeFromContentRange(header);
+        QCOMPARE(range.first ? qint64(*range.first) : -1, first);
+        QCOMPARE(range.total ? qint64(*range.total) : -1, total);
+    }
+
+    void contentLength_data() {
+        QTest::addColumn<QByteArray>("header");
+        QTest::addColumn<qint64>("length");
+        QTest::newRow("plain") << QByteArray("5000") << qint64(5000);
+        QTest::newRow("blanks around") << QByteArray(" 42 ") << qint64(42);
+        QTest::newRow("zero") << QByteArray("0") << qint64(0);
+        QTest::newRow("negative") << QByteArray("-1") << qint64(-1);
+        // Two headers arrive joined; they tell no single length.
+        QTest::newRow("twice") << QByteArray("10, 10") << qint64(-1);
+        QTest::newRow("text") << QByteArray("many") << qint64(-1);
+        QTest::newRow("missing") << QByteArray() << qint64(-1);
+    }
+
+    void contentLength() {
+        QFETCH(QByteArray, header);
+        QTEST(ZKHttpReader::lengthFromContentLength(header), "length");
+    }
+
+    // The whole file's size an answer tells; -1: it tells none.
+    void sizeFromHead_data() {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<quint64>("position");
+        QTest::addColumn<QByteArray>("range");
+        QTest::addColumn<qint64>("length");
+        QTest::addColumn<qint64>("size");
+        const auto row = [](const char *tag, int status, quint64 position, const QByteArray &range,
+                            qint64 length, qint64 size) {
+            QTest::newRow(tag) << status << position << range << length << size;
+        };
+        row("whole file", 200, 0, {}, 5000, 5000);
+        row("range ignored", 200, 1000, {}, 5000, 5000);
+        row("no length", 200, 0, {}, -1, -1);
+        row("piece with total", 206, 4, "bytes 4-9/10", 6, 10);
+        row("piece, total unknown", 206, 4, "bytes 4-9/*", 6, 10);
+        row("piece, nothing known", 206, 4, "bytes 4-9/*", -1, -1);
+        // Only a piece's range counts.
+        row("range of a whole file", 200, 0, "bytes 0-9/99", 10, 10);
+    }
+
+    void sizeFromHead() {
+        QFETCH(int, status);
+        QFETCH(quint64, position);
+        QFETCH(QByteArray, range);
+        QFETCH(qint64, length);
+        QFETCH(qint64, size);
+        const std::optional<quint64> told = ZKHttpReader::sizeFromHead(
+            status, position, ZKHttpReader::rangeFromContentRange(range), length);
+        QCOMPARE(told ? qint64(*told) : -1, size);
+    }
+
+    void reasonPhrase_data() {
+        QTest::addColumn<QByteArray>("sent");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("phrase");
+        QTest::newRow("own") << QByteArray("Go Away") << 403 << "Go Away";
+        QTest::newRow("none") << QByteArray() << 503 << "Service Unavailable";
+        QTest::newRow("none, unknown status") << QByteArray() << 499 << "";
+        QTest::newRow("blanks") << QByteArray("  Not   Found ") << 404 << "Not Found";
+        QTest::newRow("control characters")
+            << QByteArray("Bad\x1b[2J Gateway\x7f") << 502 << "Bad[2J Gateway";
+        QTest::newRow("too long") << QByteArray(300, 'x') << 500 << QString(100, QLatin1Char('x'));
+    }
+
+    void reasonPhrase() {
+        QFETCH(QByteArray, sent);
+        QFETCH(int, status);
+        QTEST(ZKHttpReader::reasonPhraseOf(sent, status), "phrase");
+    }
+
     void urlWithoutFileNameIsInvalid_data() {
         QTest::addColumn<QString>("path");
         QTest::newRow("folder") << "/files/";
