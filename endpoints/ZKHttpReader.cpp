@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <mutex>
 #include <string>
 
@@ -140,6 +141,25 @@ bool isStrongEntityTag(const QByteArray &tag) {
 
 bool isFollowedRedirect(int status) {
     return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
+}
+
+// Digits only: no sign, no blanks, nothing that overflows.
+std::optional<quint64> decimalNumber(const QByteArray &text) {
+    if (text.isEmpty()) {
+        return std::nullopt;
+    }
+    quint64 value = 0;
+    for (const char c : text) {
+        if (c < '0' || c > '9') {
+            return std::nullopt;
+        }
+        const quint64 digit = quint64(c - '0');
+        if (value > (std::numeric_limits<quint64>::max() - digit) / 10) {
+            return std::nullopt;
+        }
+        value = value * 10 + digit;
+    }
+    return value;
 }
 
 // Splits "a; b=c; d="e;f"" at the semicolons that are not inside quotes.
@@ -399,9 +419,16 @@ void ZKHttpReader::responseHeadArrived(bool isFinal) {
 
     m_canSeek = status == 206;
     m_announcedLength = lengthFromContentLength(reply->rawHeader("Content-Length"));
-    const ContentRange range =
-        status == 206 ? rangeFromContentRange(reply->rawHeader("Content-Range")) : ContentRange();
-    if (range.first && *range.first != m_position) {
+    const QByteArray rangeText = status == 206 ? reply->rawHeader("Content-Range") : QByteArray();
+    const ContentRange range = rangeFromContentRange(rangeText);
+    if (!rangeText.isEmpty() && !range.first) {
+        // A piece that says nothing readable of its place, or a place
+        // outside its own file: where its bytes belong is anyone's guess.
+        m_failure = ZKError::application(
+            ZKErrorCode::readFailed,
+            QStringLiteral("The server at %1 sent bytes of an invalid range.").arg(host()));
+        m_canSeek = false;
+    } else if (range.first && *range.first != m_position) {
         m_failure = ZKError::application(
             ZKErrorCode::readFailed,
             QStringLiteral("The server at %1 sent bytes from %2 on when asked for bytes "
@@ -868,27 +895,38 @@ QDateTime ZKHttpReader::dateFromHttpDate(const QByteArray &value) {
 }
 
 ZKHttpReader::ContentRange ZKHttpReader::rangeFromContentRange(const QByteArray &value) {
-    ContentRange range;
-    QByteArray text = value.trimmed();
+    const QByteArray text = value.trimmed();
     if (!text.toLower().startsWith("bytes ")) {
-        return range;
+        return {};
     }
-    text = text.mid(6).trimmed();
-    const qsizetype dash = text.indexOf('-');
-    const qsizetype slash = text.indexOf('/');
-    bool ok = false;
-    if (dash > 0) {
-        const quint64 first = text.left(dash).trimmed().toULongLong(&ok);
-        if (ok) {
-            range.first = first;
+    const QByteArray rest = text.mid(6);
+    const qsizetype slash = rest.indexOf('/');
+    if (slash < 0) {
+        return {};
+    }
+    const QByteArray piece = rest.left(slash).trimmed();
+    const QByteArray length = rest.mid(slash + 1).trimmed();
+    ContentRange range;
+    if (length != "*") {
+        range.total = decimalNumber(length);
+        if (!range.total) {
+            return {};
         }
     }
-    if (slash >= 0) {
-        const quint64 total = text.mid(slash + 1).trimmed().toULongLong(&ok);
-        if (ok) {
-            range.total = total;
-        }
+    if (piece == "*") {
+        return range.total ? range : ContentRange();
     }
+    const qsizetype dash = piece.indexOf('-');
+    if (dash < 0) {
+        return {};
+    }
+    const std::optional<quint64> first = decimalNumber(piece.left(dash).trimmed());
+    const std::optional<quint64> last = decimalNumber(piece.mid(dash + 1).trimmed());
+    if (!first || !last || *first > *last || (range.total && *last >= *range.total)) {
+        return {};
+    }
+    range.first = first;
+    range.last = last;
     return range;
 }
 

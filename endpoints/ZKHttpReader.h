@@ -129,11 +129,14 @@ public:
     // "Tue, 15 Nov 1994 08:12:31 GMT".
     static QDateTime dateFromHttpDate(const QByteArray &value);
 
-    // A "Content-Range" header: "bytes 100-199/1000", "bytes 100-199/*", or
-    // "bytes */1000" in a refusal of a range. Each part is absent when it
-    // cannot be read.
+    // A "Content-Range" header: "bytes 100-199/1000" or "bytes 100-199/*" of
+    // a piece, "bytes */1000" in a refusal of a range. All parts are absent
+    // when the header has another form, or names a piece that does not lie
+    // inside its file: first <= last < total.
     struct ContentRange {
+        // Both or neither.
         std::optional<quint64> first;
+        std::optional<quint64> last;
         std::optional<quint64> total;
     };
     static ContentRange rangeFromContentRange(const QByteArray &value);

@@ -101,10 +101,19 @@ void checkFilename(const QString &suggested) {
 
 void checkRange(const QByteArray &value) {
     const ZKHttpReader::ContentRange range = ZKHttpReader::rangeFromContentRange(value);
-    // A piece starts inside the file it is a piece of.
-    if (range.first && range.total) {
-        CHECK(*range.first < *range.total);
+    CHECK(range.first.has_value() == range.last.has_value());
+    if (!range.first) {
+        return;
     }
+    // A piece lies inside its file, and reads the same when written the
+    // usual way.
+    CHECK(*range.first <= *range.last);
+    CHECK(!range.total || *range.last < *range.total);
+    const QByteArray usual = "bytes " + QByteArray::number(*range.first) + '-' +
+                             QByteArray::number(*range.last) + '/' +
+                             (range.total ? QByteArray::number(*range.total) : "*");
+    const ZKHttpReader::ContentRange again = ZKHttpReader::rangeFromContentRange(usual);
+    CHECK(again.first == range.first && again.last == range.last && again.total == range.total);
 }
 
 // The body's length is read as the network library reads it.

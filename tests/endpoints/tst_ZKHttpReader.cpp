@@ -336,25 +336,71 @@ private Q_SLOTS:
     void contentRange_data() {
         QTest::addColumn<QByteArray>("header");
         QTest::addColumn<qint64>("first");
+        QTest::addColumn<qint64>("last");
         QTest::addColumn<qint64>("total");
-        const auto row = [](const char *tag, const QByteArray &header, qint64 first, qint64 total) {
-            QTest::newRow(tag) << header << first << total;
+        const auto row = [](const char *tag, const QByteArray &header, qint64 first, qint64 last,
+                            qint64 total) {
+            QTest::newRow(tag) << header << first << last << total;
         };
-        row("piece", "bytes 100-199/1000", 100, 1000);
-        row("total unknown", "bytes 100-199/*", 100, -1);
-        row("refusal", "bytes */1000", -1, 1000);
-        row("unit in capitals", "Bytes 0-0/1", 0, 1);
-        row("other unit", "items 0-0/1", -1, -1);
-        row("missing", "", -1, -1);
+        row("piece", "bytes 100-199/1000", 100, 199, 1000);
+        row("total unknown", "bytes 100-199/*", 100, 199, -1);
+        row("last byte", "bytes 999-999/1000", 999, 999, 1000);
+        row("refusal", "bytes */1000", -1, -1, 1000);
+        row("unit in capitals", "Bytes 0-0/1", 0, 0, 1);
+        row("other unit", "items 0-0/1", -1, -1, -1);
+        row("missing", "", -1, -1, -1);
+        // A piece outside its own file, or backwards, places its bytes nowhere.
+        row("starts at the end", "bytes 1000-1000/1000", -1, -1, -1);
+        row("ends past the end", "bytes 900-1000/1000", -1, -1, -1);
+        row("backwards", "bytes 199-100/1000", -1, -1, -1);
+        row("no last byte", "bytes 100-/1000", -1, -1, -1);
+        row("no total", "bytes 100-199", -1, -1, -1);
+        row("sign", "bytes +100-199/1000", -1, -1, -1);
+        row("too large", "bytes 0-99999999999999999999/*", -1, -1, -1);
+        row("nothing known", "bytes */*", -1, -1, -1);
     }
 
     void contentRange() {
         QFETCH(QByteArray, header);
         QFETCH(qint64, first);
+        QFETCH(qint64, last);
         QFETCH(qint64, total);
         const ZKHttpReader::ContentRange range = ZKHttpReader::rangeFromContentRange(header);
         QCOMPARE(range.first ? qint64(*range.first) : -1, first);
+        QCOMPARE(range.last ? qint64(*range.last) : -1, last);
         QCOMPARE(range.total ? qint64(*range.total) : -1, total);
+    }
+
+    // A piece of a file is never written where it does not belong.
+    void misplacedPieceFails_data() {
+        QTest::addColumn<QByteArray>("range");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("from elsewhere")
+            << QByteArray("bytes 0-5/10")
+            << "The server at 127.0.0.1 sent bytes from 0 on when asked for bytes from 4 on.";
+        QTest::newRow("past the end") << QByteArray("bytes 4-9/6")
+                                      << "The server at 127.0.0.1 sent bytes of an invalid range.";
+        QTest::newRow("backwards") << QByteArray("bytes 9-4/10")
+                                   << "The server at 127.0.0.1 sent bytes of an invalid range.";
+        QTest::newRow("unreadable") << QByteArray("bytes four to nine")
+                                    << "The server at 127.0.0.1 sent bytes of an invalid range.";
+    }
+
+    void misplacedPieceFails() {
+        QFETCH(QByteArray, range);
+        m_server.setResponse("/misplaced.bin",
+                             plainResponse("HTTP/1.1 206 Partial Content\r\nContent-Length: 6\r\n"
+                                           "Content-Range: " +
+                                               range,
+                                           "456789"));
+        auto http = reader("/misplaced.bin");
+        QVERIFY(!http->seekToPosition(4));
+        QVERIFY(http->error());
+        QCOMPARE(http->error()->code(), ZKErrorCode::readFailed);
+        QTEST(http->error()->localizedDescription(), "message");
+        QVERIFY(!http->canSeek());
+        QVERIFY(!http->hasMoreData());
+        QCOMPARE(http->readBlock(), QByteArray());
     }
 
     void contentLength_data() {
