@@ -133,6 +133,12 @@ QString standardReasonPhrase(int status) {
     return {};
 }
 
+// C0, DEL and C1 alike: a terminal takes "\x9b" for the start of an escape
+// sequence just as it takes "\x1b[".
+bool isControlCharacter(QChar c) {
+    return c.category() == QChar::Other_Control;
+}
+
 // A weak tag only promises an equivalent file, not the same bytes, so it
 // must not decide whether a range of the old one may be continued.
 bool isStrongEntityTag(const QByteArray &tag) {
@@ -845,7 +851,7 @@ QString ZKHttpReader::safeFilename(const QString &name) {
     if (separator >= 0) {
         result = result.mid(separator + 1);
     }
-    result.removeIf([](QChar c) { return c.unicode() < 0x20 || c.unicode() == 0x7f; });
+    result.removeIf(isControlCharacter);
     result = result.trimmed();
     // No "." or "..", and no hidden file that the user would not see.
     qsizetype dots = 0;
@@ -952,7 +958,7 @@ std::optional<quint64> ZKHttpReader::sizeFromHead(int status, quint64 position,
 
 QString ZKHttpReader::reasonPhraseOf(const QByteArray &sent, int status) {
     QString phrase = QString::fromLatin1(sent);
-    phrase.removeIf([](QChar c) { return c.unicode() < 0x20 || c.unicode() == 0x7f; });
+    phrase.removeIf(isControlCharacter);
     phrase = phrase.simplified().left(100);
     return phrase.isEmpty() ? standardReasonPhrase(status) : phrase;
 }

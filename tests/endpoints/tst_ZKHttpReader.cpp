@@ -323,6 +323,8 @@ private Q_SLOTS:
         row("trailing slash", "dir/", "");
         row("hidden", ".bashrc", "bashrc");
         row("control characters", QStringLiteral("a\nb\r\tc\u0000.txt"), "abc.txt");
+        // A terminal's escape in one character, as in "\x1b[".
+        row("C1 control characters", QStringLiteral("a\u009b2Jb\u0085.txt"), "a2Jb.txt");
         row("too long", QString(300, QLatin1Char('n')) + ".tar.gz",
             QString(252, QLatin1Char('n')) + ".gz");
     }
@@ -463,6 +465,9 @@ private Q_SLOTS:
         QTest::newRow("blanks") << QByteArray("  Not   Found ") << 404 << "Not Found";
         QTest::newRow("control characters")
             << QByteArray("Bad\x1b[2J Gateway\x7f") << 502 << "Bad[2J Gateway";
+        QTest::newRow("C1 control characters") << QByteArray("Bad\x9b"
+                                                             "2J Gateway")
+                                               << 502 << "Bad2J Gateway";
         QTest::newRow("too long") << QByteArray(300, 'x') << 500 << QString(100, QLatin1Char('x'));
     }
 
