@@ -959,7 +959,8 @@ std::optional<quint64> ZKHttpReader::sizeFromHead(int status, quint64 position,
 QString ZKHttpReader::reasonPhraseOf(const QByteArray &sent, int status) {
     QString phrase = QString::fromLatin1(sent);
     phrase.removeIf(isControlCharacter);
-    phrase = phrase.simplified().left(100);
+    // Trimmed again: the cut may fall right after a blank.
+    phrase = phrase.simplified().left(100).trimmed();
     return phrase.isEmpty() ? standardReasonPhrase(status) : phrase;
 }
 

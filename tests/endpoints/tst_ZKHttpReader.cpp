@@ -469,6 +469,8 @@ private Q_SLOTS:
                                                              "2J Gateway")
                                                << 502 << "Bad2J Gateway";
         QTest::newRow("too long") << QByteArray(300, 'x') << 500 << QString(100, QLatin1Char('x'));
+        QTest::newRow("cut after a blank")
+            << QByteArray(99, 'x') + " and more" << 500 << QString(99, QLatin1Char('x'));
     }
 
     void reasonPhrase() {
