@@ -871,7 +871,8 @@ QString ZKHttpReader::safeFilename(const QString &name) {
                 stem.chop(1);
             }
         }
-        result = stem + extension;
+        // The cut may leave a blank at the end.
+        result = (stem + extension).trimmed();
     }
     return result;
 }

@@ -327,6 +327,9 @@ private Q_SLOTS:
         row("C1 control characters", QStringLiteral("a\u009b2Jb\u0085.txt"), "a2Jb.txt");
         row("too long", QString(300, QLatin1Char('n')) + ".tar.gz",
             QString(252, QLatin1Char('n')) + ".gz");
+        row("too long, cut after a blank",
+            QString(254, QLatin1Char('n')) + " " + QString(10, QLatin1Char('m')),
+            QString(254, QLatin1Char('n')));
     }
 
     void safeFilename() {
