@@ -853,12 +853,14 @@ QString ZKHttpReader::safeFilename(const QString &name) {
     }
     result.removeIf(isControlCharacter);
     result = result.trimmed();
-    // No "." or "..", and no hidden file that the user would not see.
-    qsizetype dots = 0;
-    while (dots < result.size() && result.at(dots) == QLatin1Char('.')) {
-        ++dots;
+    // No "." or "..", and no hidden file that the user would not see. Blanks
+    // among the leading dots go with them: ". .." would be ".." otherwise.
+    qsizetype start = 0;
+    while (start < result.size() &&
+           (result.at(start) == QLatin1Char('.') || result.at(start).isSpace())) {
+        ++start;
     }
-    result = result.mid(dots).trimmed();
+    result = result.mid(start);
     if (result.toUtf8().size() > maximumFilenameBytes) {
         // Shortened before the extension, which tells what the file is.
         const qsizetype dot = result.lastIndexOf(QLatin1Char('.'));

@@ -330,6 +330,8 @@ private Q_SLOTS:
         row("too long, cut after a blank",
             QString(254, QLatin1Char('n')) + " " + QString(10, QLatin1Char('m')),
             QString(254, QLatin1Char('n')));
+        row("dots and blanks", ". ..", "");
+        row("hidden behind blanks", ". . .bashrc", "bashrc");
     }
 
     void safeFilename() {
@@ -728,6 +730,8 @@ private Q_SLOTS:
         QTest::newRow("encoded climbing")
             << QByteArray("attachment; filename*=UTF-8''..%2F..%2F..%2Ftmp%2Fowned") << "owned";
         QTest::newRow("dots only") << QByteArray("attachment; filename=\"..\"") << "payload.bin";
+        QTest::newRow("dots and blanks")
+            << QByteArray("attachment; filename=\". ..\"") << "payload.bin";
     }
 
     void suggestedNameLandsInsideTheFolder() {
