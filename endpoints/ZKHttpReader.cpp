@@ -8,6 +8,7 @@
 #include "ZKPreferenceKeys.h"
 #include "ZKUserDefaults.h"
 
+#include <unicode/gregocal.h>
 #include <unicode/locid.h>
 #include <unicode/parsepos.h>
 #include <unicode/smpdtfmt.h>
@@ -887,9 +888,14 @@ QDateTime ZKHttpReader::dateFromHttpDate(const QByteArray &value) {
     icu::SimpleDateFormat format(
         icu::UnicodeString("EEE',' dd MMM yyyy HH':'mm':'ss z", -1, icu::UnicodeString::kInvariant),
         icu::Locale("en_US"), status);
+    // HTTP counts its days in the Gregorian calendar however far back they
+    // go; ICU's calendar turns Julian before October 1582.
+    auto calendar = std::make_unique<icu::GregorianCalendar>(status);
+    calendar->setGregorianChange(U_DATE_MIN, status);
     if (U_FAILURE(status)) {
         return {};
     }
+    format.adoptCalendar(calendar.release());
     format.adoptTimeZone(icu::TimeZone::createTimeZone(
         icu::UnicodeString("GMT", -1, icu::UnicodeString::kInvariant)));
     format.setLenient(false);

@@ -268,6 +268,9 @@ private Q_SLOTS:
         QTest::addColumn<QDateTime>("date");
         QTest::newRow("RFC 1123") << QByteArray("Tue, 15 Nov 1994 08:12:31 GMT")
                                   << QDateTime(QDate(1994, 11, 15), QTime(8, 12, 31), Qt::UTC);
+        // Gregorian all the way back, as HTTP counts; not Julian before 1582.
+        QTest::newRow("before 1582") << QByteArray("Wed, 01 Jan 1000 00:00:00 GMT")
+                                     << QDateTime(QDate(1000, 1, 1), QTime(0, 0), Qt::UTC);
         QTest::newRow("other form") << QByteArray("Tuesday, 15-Nov-94 08:12:31 GMT") << QDateTime();
         QTest::newRow("trailing text")
             << QByteArray("Tue, 15 Nov 1994 08:12:31 GMT garbage") << QDateTime();
