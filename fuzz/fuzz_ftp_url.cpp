@@ -18,8 +18,6 @@
 #include <cstdio>
 #include <cstdlib>
 
-namespace {
-
 // Names the broken rule before the crash, so that a finding reads at once.
 #define CHECK(condition)                                                                           \
     do {                                                                                           \
@@ -28,6 +26,8 @@ namespace {
             std::abort();                                                                          \
         }                                                                                          \
     } while (false)
+
+namespace {
 
 void checkComponents(const QStringList &components) {
     for (const QString &component : components) {

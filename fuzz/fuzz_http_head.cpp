@@ -21,8 +21,6 @@
 #include <cstdio>
 #include <cstdlib>
 
-namespace {
-
 // Names the broken rule before the crash, so that a finding reads at once.
 #define CHECK(condition)                                                                           \
     do {                                                                                           \
@@ -31,6 +29,8 @@ namespace {
             std::abort();                                                                          \
         }                                                                                          \
     } while (false)
+
+namespace {
 
 struct Head {
     int status = 200;
@@ -146,7 +146,7 @@ void checkSize(const Head &head, qint64 length, quint64 position) {
     }
 }
 
-// Only the one form is taken, and it tells the time in UTC.
+// A date is in UTC and reads the same from its usual form.
 void checkDate(const QByteArray &value) {
     const QDateTime date = ZKHttpReader::dateFromHttpDate(value);
     if (!date.isValid()) {
