@@ -8,6 +8,7 @@
 #include "ZKPreferenceKeys.h"
 #include "ZKUserDefaults.h"
 
+#include <unicode/gregocal.h>
 #include <unicode/locid.h>
 #include <unicode/parsepos.h>
 #include <unicode/smpdtfmt.h>
@@ -16,6 +17,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <mutex>
 #include <string>
 
@@ -132,14 +134,10 @@ QString standardReasonPhrase(int status) {
     return {};
 }
 
-// The phrase as the server sent it, but only as printable text of a sane
-// length: it ends up in the task's row.
-QString reasonPhraseOf(const QNetworkReply &reply, int status) {
-    QString phrase = QString::fromLatin1(
-        reply.attribute(QNetworkRequest::HttpReasonPhraseAttribute).toByteArray());
-    phrase.removeIf([](QChar c) { return c.unicode() < 0x20 || c.unicode() == 0x7f; });
-    phrase = phrase.simplified().left(100);
-    return phrase.isEmpty() ? standardReasonPhrase(status) : phrase;
+// C0, DEL and C1 alike: a terminal takes "\x9b" for the start of an escape
+// sequence just as it takes "\x1b[".
+bool isControlCharacter(QChar c) {
+    return c.category() == QChar::Other_Control;
 }
 
 // A weak tag only promises an equivalent file, not the same bytes, so it
@@ -152,35 +150,23 @@ bool isFollowedRedirect(int status) {
     return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
 }
 
-struct ContentRange {
-    std::optional<quint64> first;
-    std::optional<quint64> total;
-};
-
-// "bytes 100-199/1000", "bytes 100-199/*".
-ContentRange parseContentRange(const QByteArray &value) {
-    ContentRange range;
-    QByteArray text = value.trimmed();
-    if (!text.toLower().startsWith("bytes ")) {
-        return range;
+// Digits only: no sign, no blanks, nothing that overflows.
+std::optional<quint64> decimalNumber(const QByteArray &text) {
+    if (text.isEmpty()) {
+        return std::nullopt;
     }
-    text = text.mid(6).trimmed();
-    const qsizetype dash = text.indexOf('-');
-    const qsizetype slash = text.indexOf('/');
-    bool ok = false;
-    if (dash > 0) {
-        const quint64 first = text.left(dash).trimmed().toULongLong(&ok);
-        if (ok) {
-            range.first = first;
+    quint64 value = 0;
+    for (const char c : text) {
+        if (c < '0' || c > '9') {
+            return std::nullopt;
         }
-    }
-    if (slash >= 0) {
-        const quint64 total = text.mid(slash + 1).trimmed().toULongLong(&ok);
-        if (ok) {
-            range.total = total;
+        const quint64 digit = quint64(c - '0');
+        if (value > (std::numeric_limits<quint64>::max() - digit) / 10) {
+            return std::nullopt;
         }
+        value = value * 10 + digit;
     }
-    return range;
+    return value;
 }
 
 // Splits "a; b=c; d="e;f"" at the semicolons that are not inside quotes.
@@ -439,32 +425,29 @@ void ZKHttpReader::responseHeadArrived(bool isFinal) {
     }
 
     m_canSeek = status == 206;
-    const QVariant length = reply->header(QNetworkRequest::ContentLengthHeader);
-    bool lengthKnown = false;
-    const qint64 contentLength = length.isValid() ? length.toLongLong(&lengthKnown) : -1;
-    lengthKnown = lengthKnown && contentLength >= 0;
-    m_announcedLength = lengthKnown ? contentLength : -1;
-    if (status == 206) {
-        // The whole file's length, not the remainder's: what is compared
-        // with a partial copy and what progress is measured against.
-        const ContentRange range = parseContentRange(reply->rawHeader("Content-Range"));
-        if (range.first && *range.first != m_position) {
-            m_failure = ZKError::application(
-                ZKErrorCode::readFailed,
-                QStringLiteral("The server at %1 sent bytes from %2 on when asked for bytes "
-                               "from %3 on.")
-                    .arg(host())
-                    .arg(*range.first)
-                    .arg(m_position));
-            m_canSeek = false;
-        }
-        if (range.total) {
-            m_size = *range.total;
-        } else if (lengthKnown) {
-            m_size = m_position + quint64(contentLength);
-        }
-    } else if (lengthKnown) {
-        m_size = quint64(contentLength);
+    m_announcedLength = lengthFromContentLength(reply->rawHeader("Content-Length"));
+    const QByteArray rangeText = status == 206 ? reply->rawHeader("Content-Range") : QByteArray();
+    const ContentRange range = rangeFromContentRange(rangeText);
+    if (!rangeText.isEmpty() && !range.first) {
+        // A piece that says nothing readable of its place, or a place
+        // outside its own file: where its bytes belong is anyone's guess.
+        m_failure = ZKError::application(
+            ZKErrorCode::readFailed,
+            QStringLiteral("The server at %1 sent bytes of an invalid range.").arg(host()));
+        m_canSeek = false;
+    } else if (range.first && *range.first != m_position) {
+        m_failure = ZKError::application(
+            ZKErrorCode::readFailed,
+            QStringLiteral("The server at %1 sent bytes from %2 on when asked for bytes "
+                           "from %3 on.")
+                .arg(host())
+                .arg(*range.first)
+                .arg(m_position));
+        m_canSeek = false;
+    }
+    if (const std::optional<quint64> size =
+            sizeFromHead(status, m_position, range, m_announcedLength)) {
+        m_size = *size;
     }
     const QByteArray lastModified = reply->rawHeader("Last-Modified").trimmed();
     m_modificationDate = dateFromHttpDate(lastModified);
@@ -480,7 +463,7 @@ void ZKHttpReader::responseHeadArrived(bool isFinal) {
 
 void ZKHttpReader::errorStatusArrived(QNetworkReply &reply, int status) {
     qCInfo(lcEndpoints, "Header fields: %s", qUtf8Printable(headerText(reply)));
-    const ContentRange range = parseContentRange(reply.rawHeader("Content-Range"));
+    const ContentRange range = rangeFromContentRange(reply.rawHeader("Content-Range"));
     if (status == 416 && m_position > 0 && range.total && *range.total == m_position) {
         // Asked for what follows the last byte: nothing is left to read, and
         // the server does serve ranges. A finished file resumed ends here.
@@ -488,7 +471,8 @@ void ZKHttpReader::errorStatusArrived(QNetworkReply &reply, int status) {
         m_canSeek = true;
         m_size = *range.total;
     } else {
-        const QString phrase = reasonPhraseOf(reply, status);
+        const QString phrase = reasonPhraseOf(
+            reply.attribute(QNetworkRequest::HttpReasonPhraseAttribute).toByteArray(), status);
         const QString answer = phrase.isEmpty() ? QString::number(status)
                                                 : QStringLiteral("%1 %2").arg(status).arg(phrase);
         m_failure = ZKError::application(
@@ -868,14 +852,16 @@ QString ZKHttpReader::safeFilename(const QString &name) {
     if (separator >= 0) {
         result = result.mid(separator + 1);
     }
-    result.removeIf([](QChar c) { return c.unicode() < 0x20 || c.unicode() == 0x7f; });
+    result.removeIf(isControlCharacter);
     result = result.trimmed();
-    // No "." or "..", and no hidden file that the user would not see.
-    qsizetype dots = 0;
-    while (dots < result.size() && result.at(dots) == QLatin1Char('.')) {
-        ++dots;
+    // No "." or "..", and no hidden file that the user would not see. Blanks
+    // among the leading dots go with them: ". .." would be ".." otherwise.
+    qsizetype start = 0;
+    while (start < result.size() &&
+           (result.at(start) == QLatin1Char('.') || result.at(start).isSpace())) {
+        ++start;
     }
-    result = result.mid(dots).trimmed();
+    result = result.mid(start);
     if (result.toUtf8().size() > maximumFilenameBytes) {
         // Shortened before the extension, which tells what the file is.
         const qsizetype dot = result.lastIndexOf(QLatin1Char('.'));
@@ -888,7 +874,8 @@ QString ZKHttpReader::safeFilename(const QString &name) {
                 stem.chop(1);
             }
         }
-        result = stem + extension;
+        // The cut may leave a blank at the end.
+        result = (stem + extension).trimmed();
     }
     return result;
 }
@@ -901,9 +888,14 @@ QDateTime ZKHttpReader::dateFromHttpDate(const QByteArray &value) {
     icu::SimpleDateFormat format(
         icu::UnicodeString("EEE',' dd MMM yyyy HH':'mm':'ss z", -1, icu::UnicodeString::kInvariant),
         icu::Locale("en_US"), status);
+    // HTTP counts its days in the Gregorian calendar however far back they
+    // go; ICU's calendar turns Julian before October 1582.
+    auto calendar = std::make_unique<icu::GregorianCalendar>(status);
+    calendar->setGregorianChange(U_DATE_MIN, status);
     if (U_FAILURE(status)) {
         return {};
     }
+    format.adoptCalendar(calendar.release());
     format.adoptTimeZone(icu::TimeZone::createTimeZone(
         icu::UnicodeString("GMT", -1, icu::UnicodeString::kInvariant)));
     format.setLenient(false);
@@ -915,6 +907,70 @@ QDateTime ZKHttpReader::dateFromHttpDate(const QByteArray &value) {
         return {};
     }
     return QDateTime::fromMSecsSinceEpoch(qint64(std::llround(date)), Qt::UTC);
+}
+
+ZKHttpReader::ContentRange ZKHttpReader::rangeFromContentRange(const QByteArray &value) {
+    const QByteArray text = value.trimmed();
+    if (!text.toLower().startsWith("bytes ")) {
+        return {};
+    }
+    const QByteArray rest = text.mid(6);
+    const qsizetype slash = rest.indexOf('/');
+    if (slash < 0) {
+        return {};
+    }
+    const QByteArray piece = rest.left(slash).trimmed();
+    const QByteArray length = rest.mid(slash + 1).trimmed();
+    ContentRange range;
+    if (length != "*") {
+        range.total = decimalNumber(length);
+        if (!range.total) {
+            return {};
+        }
+    }
+    if (piece == "*") {
+        return range.total ? range : ContentRange();
+    }
+    const qsizetype dash = piece.indexOf('-');
+    if (dash < 0) {
+        return {};
+    }
+    const std::optional<quint64> first = decimalNumber(piece.left(dash).trimmed());
+    const std::optional<quint64> last = decimalNumber(piece.mid(dash + 1).trimmed());
+    if (!first || !last || *first > *last || (range.total && *last >= *range.total)) {
+        return {};
+    }
+    range.first = first;
+    range.last = last;
+    return range;
+}
+
+qint64 ZKHttpReader::lengthFromContentLength(const QByteArray &value) {
+    // Read as the network library reads it, which frames the body by it.
+    bool ok = false;
+    const qint64 length = value.trimmed().toLongLong(&ok);
+    return ok && length >= 0 ? length : -1;
+}
+
+std::optional<quint64> ZKHttpReader::sizeFromHead(int status, quint64 position,
+                                                  const ContentRange &range, qint64 length) {
+    // A piece's size is the whole file's, not the remainder's: it is what a
+    // partial copy is compared with and what progress is measured against.
+    if (status == 206 && range.total) {
+        return range.total;
+    }
+    if (length < 0) {
+        return std::nullopt;
+    }
+    return status == 206 ? position + quint64(length) : quint64(length);
+}
+
+QString ZKHttpReader::reasonPhraseOf(const QByteArray &sent, int status) {
+    QString phrase = QString::fromLatin1(sent);
+    phrase.removeIf(isControlCharacter);
+    // Trimmed again: the cut may fall right after a blank.
+    phrase = phrase.simplified().left(100).trimmed();
+    return phrase.isEmpty() ? standardReasonPhrase(status) : phrase;
 }
 
 namespace {

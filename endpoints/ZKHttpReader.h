@@ -16,6 +16,7 @@
 #include <chrono>
 #include <deque>
 #include <memory>
+#include <optional>
 
 class QEventLoop;
 class QNetworkAccessManager;
@@ -127,6 +128,30 @@ public:
     // The date of a "Last-Modified" header; invalid unless it has the form
     // "Tue, 15 Nov 1994 08:12:31 GMT".
     static QDateTime dateFromHttpDate(const QByteArray &value);
+
+    // A "Content-Range" header: "bytes 100-199/1000" or "bytes 100-199/*" of
+    // a piece, "bytes */1000" in a refusal of a range. All parts are absent
+    // when the header has another form, or names a piece that does not lie
+    // inside its file: first <= last < total.
+    struct ContentRange {
+        // Both or neither.
+        std::optional<quint64> first;
+        std::optional<quint64> last;
+        std::optional<quint64> total;
+    };
+    static ContentRange rangeFromContentRange(const QByteArray &value);
+    // The body's length a "Content-Length" header announces; -1 when it
+    // announces none.
+    static qint64 lengthFromContentLength(const QByteArray &value);
+    // The whole file's length as an answer below 400 tells it, asked for the
+    // bytes from position on, with its range and the body's length (-1 when
+    // unknown); none when the answer does not tell.
+    static std::optional<quint64> sizeFromHead(int status, quint64 position,
+                                               const ContentRange &range, qint64 length);
+    // The reason phrase of an answer as shown in the task's row: the one the
+    // server sent, but only as printable text of a sane length; else the
+    // standard one of the status, if any.
+    static QString reasonPhraseOf(const QByteArray &sent, int status);
 
 private:
     using Clock = std::chrono::steady_clock;

@@ -85,10 +85,19 @@ qint64 ZKFtpReply::leadingInteger(QStringView text) {
 bool ZKFtpReply::parsePassiveReply(const QString &reply, QString *host, qint32 *port) {
     const QStringList pieces = splitAt(reply, u",()");
     const qsizetype count = pieces.size();
-    if (count <= 6) {
+    // Eight pieces at least: with fewer, the reply's own text before the
+    // numbers would be read as the first of them.
+    if (count <= 7) {
         return false;
     }
-    *host = pieces.mid(count - 7, 4).join(QLatin1Char('.'));
+    const QStringList address = pieces.mid(count - 7, 4);
+    // A number that brings dots of its own would make another address.
+    for (const QString &number : address) {
+        if (number.contains(QLatin1Char('.'))) {
+            return false;
+        }
+    }
+    *host = address.join(QLatin1Char('.'));
     // Numbers out of range give a port the resolver refuses, which ends in a
     // clear connect error rather than a wrapped-around port.
     const qint64 high = leadingInteger(pieces.at(count - 3));

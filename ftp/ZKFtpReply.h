@@ -26,8 +26,9 @@ public:
 
     // Host and port of a PASV reply, read from the last six numbers between
     // the separators ",", "(" and ")". The reply must carry its numbers in
-    // parentheses. False when the reply has too few pieces; the host is then
-    // not checked in any way (the server's address is used as given).
+    // parentheses. False when the reply has too few pieces or a number of
+    // the address holds a dot; the host is otherwise not checked in any way
+    // (the server's address is used as given).
     static bool parsePassiveReply(const QString &reply, QString *host, qint32 *port);
 
     // The port of an EPSV reply (RFC 2428): "(", three times one delimiter

@@ -3,7 +3,7 @@
 #include "ZKFtpUrl.h"
 
 bool ZKFtpUrl::isDirectoryUrl(const QUrl &url) {
-    return url.toString().endsWith(QLatin1Char('/'));
+    return url.path(QUrl::FullyDecoded).endsWith(QLatin1Char('/'));
 }
 
 QUrl ZKFtpUrl::makeDirectoryUrl(const QUrl &url) {

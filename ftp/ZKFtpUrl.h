@@ -14,7 +14,7 @@ public:
 
     static constexpr qint32 defaultPort = 21;
 
-    // The absolute text ends with "/".
+    // The path ends with "/"; a query or fragment after it does not count.
     static bool isDirectoryUrl(const QUrl &url);
     // "/" appended to the path when it does not end in one.
     static QUrl makeDirectoryUrl(const QUrl &url);

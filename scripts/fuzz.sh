@@ -5,7 +5,8 @@
 # Builds the libFuzzer targets of fuzz/ with clang into build-fuzz/ and runs
 # one of them for a number of seconds.
 #
-#   scripts/fuzz.sh [TARGET [SECONDS]]     TARGET: ftp_listing, ftp_reply or queue_loader
+#   scripts/fuzz.sh [TARGET [SECONDS]]     TARGET: ftp_listing, ftp_reply, ftp_passive,
+#                                          ftp_url, http_head or queue_loader
 #   scripts/fuzz.sh --build-only
 #
 # The corpus grows in build-fuzz/corpus/TARGET, seeded from fuzz/corpus/TARGET;
@@ -32,9 +33,10 @@ cmake --build "$build" -j"$(nproc)"
 [ "$target" = "--build-only" ] && exit 0
 
 case "$target" in
-  ftp_listing | ftp_reply | queue_loader) ;;
+  ftp_listing | ftp_reply | ftp_passive | ftp_url | http_head | queue_loader) ;;
   *)
-    echo "fuzz.sh: unknown target '$target' (ftp_listing, ftp_reply or queue_loader)" >&2
+    echo "fuzz.sh: unknown target '$target' (ftp_listing, ftp_reply, ftp_passive," \
+      "ftp_url, http_head or queue_loader)" >&2
     exit 2
     ;;
 esac

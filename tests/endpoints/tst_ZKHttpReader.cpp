@@ -268,6 +268,9 @@ private Q_SLOTS:
         QTest::addColumn<QDateTime>("date");
         QTest::newRow("RFC 1123") << QByteArray("Tue, 15 Nov 1994 08:12:31 GMT")
                                   << QDateTime(QDate(1994, 11, 15), QTime(8, 12, 31), Qt::UTC);
+        // Gregorian all the way back, as HTTP counts; not Julian before 1582.
+        QTest::newRow("before 1582") << QByteArray("Wed, 01 Jan 1000 00:00:00 GMT")
+                                     << QDateTime(QDate(1000, 1, 1), QTime(0, 0), Qt::UTC);
         QTest::newRow("other form") << QByteArray("Tuesday, 15-Nov-94 08:12:31 GMT") << QDateTime();
         QTest::newRow("trailing text")
             << QByteArray("Tue, 15 Nov 1994 08:12:31 GMT garbage") << QDateTime();
@@ -323,13 +326,165 @@ private Q_SLOTS:
         row("trailing slash", "dir/", "");
         row("hidden", ".bashrc", "bashrc");
         row("control characters", QStringLiteral("a\nb\r\tc\u0000.txt"), "abc.txt");
+        // A terminal's escape in one character, as in "\x1b[".
+        row("C1 control characters", QStringLiteral("a\u009b2Jb\u0085.txt"), "a2Jb.txt");
         row("too long", QString(300, QLatin1Char('n')) + ".tar.gz",
             QString(252, QLatin1Char('n')) + ".gz");
+        row("too long, cut after a blank",
+            QString(254, QLatin1Char('n')) + " " + QString(10, QLatin1Char('m')),
+            QString(254, QLatin1Char('n')));
+        row("dots and blanks", ". ..", "");
+        row("hidden behind blanks", ". . .bashrc", "bashrc");
     }
 
     void safeFilename() {
         QFETCH(QString, name);
         QTEST(ZKHttpReader::safeFilename(name), "safe");
+    }
+
+    // -1 stands for a part that is absent.
+    void contentRange_data() {
+        QTest::addColumn<QByteArray>("header");
+        QTest::addColumn<qint64>("first");
+        QTest::addColumn<qint64>("last");
+        QTest::addColumn<qint64>("total");
+        const auto row = [](const char *tag, const QByteArray &header, qint64 first, qint64 last,
+                            qint64 total) {
+            QTest::newRow(tag) << header << first << last << total;
+        };
+        row("piece", "bytes 100-199/1000", 100, 199, 1000);
+        row("total unknown", "bytes 100-199/*", 100, 199, -1);
+        row("last byte", "bytes 999-999/1000", 999, 999, 1000);
+        row("refusal", "bytes */1000", -1, -1, 1000);
+        row("unit in capitals", "Bytes 0-0/1", 0, 0, 1);
+        row("other unit", "items 0-0/1", -1, -1, -1);
+        row("missing", "", -1, -1, -1);
+        // A piece outside its own file, or backwards, places its bytes nowhere.
+        row("starts at the end", "bytes 1000-1000/1000", -1, -1, -1);
+        row("ends past the end", "bytes 900-1000/1000", -1, -1, -1);
+        row("backwards", "bytes 199-100/1000", -1, -1, -1);
+        row("no last byte", "bytes 100-/1000", -1, -1, -1);
+        row("no total", "bytes 100-199", -1, -1, -1);
+        row("sign", "bytes +100-199/1000", -1, -1, -1);
+        row("too large", "bytes 0-99999999999999999999/*", -1, -1, -1);
+        row("nothing known", "bytes */*", -1, -1, -1);
+    }
+
+    void contentRange() {
+        QFETCH(QByteArray, header);
+        QFETCH(qint64, first);
+        QFETCH(qint64, last);
+        QFETCH(qint64, total);
+        const ZKHttpReader::ContentRange range = ZKHttpReader::rangeFromContentRange(header);
+        QCOMPARE(range.first ? qint64(*range.first) : -1, first);
+        QCOMPARE(range.last ? qint64(*range.last) : -1, last);
+        QCOMPARE(range.total ? qint64(*range.total) : -1, total);
+    }
+
+    // A piece of a file is never written where it does not belong.
+    void misplacedPieceFails_data() {
+        QTest::addColumn<QByteArray>("range");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("from elsewhere")
+            << QByteArray("bytes 0-5/10")
+            << "The server at 127.0.0.1 sent bytes from 0 on when asked for bytes from 4 on.";
+        QTest::newRow("past the end") << QByteArray("bytes 4-9/6")
+                                      << "The server at 127.0.0.1 sent bytes of an invalid range.";
+        QTest::newRow("backwards") << QByteArray("bytes 9-4/10")
+                                   << "The server at 127.0.0.1 sent bytes of an invalid range.";
+        QTest::newRow("unreadable") << QByteArray("bytes four to nine")
+                                    << "The server at 127.0.0.1 sent bytes of an invalid range.";
+    }
+
+    void misplacedPieceFails() {
+        QFETCH(QByteArray, range);
+        m_server.setResponse("/misplaced.bin",
+                             plainResponse("HTTP/1.1 206 Partial Content\r\nContent-Length: 6\r\n"
+                                           "Content-Range: " +
+                                               range,
+                                           "456789"));
+        auto http = reader("/misplaced.bin");
+        QVERIFY(!http->seekToPosition(4));
+        QVERIFY(http->error());
+        QCOMPARE(http->error()->code(), ZKErrorCode::readFailed);
+        QTEST(http->error()->localizedDescription(), "message");
+        QVERIFY(!http->canSeek());
+        QVERIFY(!http->hasMoreData());
+        QCOMPARE(http->readBlock(), QByteArray());
+    }
+
+    void contentLength_data() {
+        QTest::addColumn<QByteArray>("header");
+        QTest::addColumn<qint64>("length");
+        QTest::newRow("plain") << QByteArray("5000") << qint64(5000);
+        QTest::newRow("blanks around") << QByteArray(" 42 ") << qint64(42);
+        QTest::newRow("zero") << QByteArray("0") << qint64(0);
+        QTest::newRow("negative") << QByteArray("-1") << qint64(-1);
+        // Two headers arrive joined; they tell no single length.
+        QTest::newRow("twice") << QByteArray("10, 10") << qint64(-1);
+        QTest::newRow("text") << QByteArray("many") << qint64(-1);
+        QTest::newRow("missing") << QByteArray() << qint64(-1);
+    }
+
+    void contentLength() {
+        QFETCH(QByteArray, header);
+        QTEST(ZKHttpReader::lengthFromContentLength(header), "length");
+    }
+
+    // The whole file's size an answer tells; -1: it tells none.
+    void sizeFromHead_data() {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<quint64>("position");
+        QTest::addColumn<QByteArray>("range");
+        QTest::addColumn<qint64>("length");
+        QTest::addColumn<qint64>("size");
+        const auto row = [](const char *tag, int status, quint64 position, const QByteArray &range,
+                            qint64 length, qint64 size) {
+            QTest::newRow(tag) << status << position << range << length << size;
+        };
+        row("whole file", 200, 0, {}, 5000, 5000);
+        row("range ignored", 200, 1000, {}, 5000, 5000);
+        row("no length", 200, 0, {}, -1, -1);
+        row("piece with total", 206, 4, "bytes 4-9/10", 6, 10);
+        row("piece, total unknown", 206, 4, "bytes 4-9/*", 6, 10);
+        row("piece, nothing known", 206, 4, "bytes 4-9/*", -1, -1);
+        // Only a piece's range counts.
+        row("range of a whole file", 200, 0, "bytes 0-9/99", 10, 10);
+    }
+
+    void sizeFromHead() {
+        QFETCH(int, status);
+        QFETCH(quint64, position);
+        QFETCH(QByteArray, range);
+        QFETCH(qint64, length);
+        QFETCH(qint64, size);
+        const std::optional<quint64> told = ZKHttpReader::sizeFromHead(
+            status, position, ZKHttpReader::rangeFromContentRange(range), length);
+        QCOMPARE(told ? qint64(*told) : -1, size);
+    }
+
+    void reasonPhrase_data() {
+        QTest::addColumn<QByteArray>("sent");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("phrase");
+        QTest::newRow("own") << QByteArray("Go Away") << 403 << "Go Away";
+        QTest::newRow("none") << QByteArray() << 503 << "Service Unavailable";
+        QTest::newRow("none, unknown status") << QByteArray() << 499 << "";
+        QTest::newRow("blanks") << QByteArray("  Not   Found ") << 404 << "Not Found";
+        QTest::newRow("control characters")
+            << QByteArray("Bad\x1b[2J Gateway\x7f") << 502 << "Bad[2J Gateway";
+        QTest::newRow("C1 control characters") << QByteArray("Bad\x9b"
+                                                             "2J Gateway")
+                                               << 502 << "Bad2J Gateway";
+        QTest::newRow("too long") << QByteArray(300, 'x') << 500 << QString(100, QLatin1Char('x'));
+        QTest::newRow("cut after a blank")
+            << QByteArray(99, 'x') + " and more" << 500 << QString(99, QLatin1Char('x'));
+    }
+
+    void reasonPhrase() {
+        QFETCH(QByteArray, sent);
+        QFETCH(int, status);
+        QTEST(ZKHttpReader::reasonPhraseOf(sent, status), "phrase");
     }
 
     void urlWithoutFileNameIsInvalid_data() {
@@ -578,6 +733,8 @@ private Q_SLOTS:
         QTest::newRow("encoded climbing")
             << QByteArray("attachment; filename*=UTF-8''..%2F..%2F..%2Ftmp%2Fowned") << "owned";
         QTest::newRow("dots only") << QByteArray("attachment; filename=\"..\"") << "payload.bin";
+        QTest::newRow("dots and blanks")
+            << QByteArray("attachment; filename=\". ..\"") << "payload.bin";
     }
 
     void suggestedNameLandsInsideTheFolder() {

@@ -121,6 +121,37 @@ private Q_SLOTS:
                                   << "Unable to parse response '(null)'";
     }
 
+    // "" for a reply that is refused.
+    void passiveReplyNumbers_data() {
+        QTest::addColumn<QString>("reply");
+        QTest::addColumn<QString>("host");
+        QTest::addColumn<qint32>("port");
+        const auto row = [](const char *tag, const char *reply, const char *host, qint32 port) {
+            QTest::newRow(tag) << QString(reply) << QString(host) << port;
+        };
+        row("usual", "227 Entering Passive Mode (127,0,0,1,156,64).", "127.0.0.1", 40000);
+        row("without text", "227 (127,0,0,2,0,21)", "127.0.0.2", 21);
+        // What the server says is used as given, however odd.
+        row("port out of range", "227 (127,0,0,1,300,1)", "127.0.0.1", 76801);
+        row("without parentheses", "227 Entering Passive Mode 127,0,0,1,4,1", "", 0);
+        // The reply's own text would be read as the first number.
+        row("opening parenthesis only", "227 Entering Passive Mode (127,0,0,1,4,1", "", 0);
+        row("closing parenthesis only", "227 Entering Passive Mode 127,0,0,1,4,1)", "", 0);
+        // A dotted number would make another address of the four.
+        row("dotted number", "227 Entering Passive Mode (127.0.0.1,0,0,0,4,1)", "", 0);
+    }
+
+    void passiveReplyNumbers() {
+        QFETCH(QString, reply);
+        QFETCH(QString, host);
+        QFETCH(qint32, port);
+        QString parsedHost;
+        qint32 parsedPort = 0;
+        QCOMPARE(ZKFtpReply::parsePassiveReply(reply, &parsedHost, &parsedPort), !host.isEmpty());
+        QCOMPARE(parsedHost, host);
+        QCOMPARE(parsedPort, port);
+    }
+
     void passiveReplies() {
         QFETCH(QByteArray, pasv);
         QFETCH(QByteArray, host);
