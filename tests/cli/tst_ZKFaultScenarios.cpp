@@ -68,13 +68,41 @@ class TestZKFaultScenarios : public QObject {
         }
     }
 
+    struct Scenario {
+        Fault fault;
+        int times;
+        Target target;
+    };
+
+    // The current row of scenarios().
+    static Scenario fetchScenario() {
+        QFETCH(int, fault);
+        QFETCH(int, times);
+        QFETCH(int, target);
+        return {Fault(fault), times, Target(target)};
+    }
+
+    // A server that cannot be started fails the test under CI and skips it
+    // elsewhere; answers whether the test goes on.
+    static bool serverStarted(bool started, const QString &reason) {
+        if (!started) {
+            if (ZKFtpServers::mustRun()) {
+                QTest::qFail(qPrintable(reason), __FILE__, __LINE__);
+            } else {
+                QTest::qSkip(qPrintable(reason), __FILE__, __LINE__);
+            }
+        }
+        return started;
+    }
+
     // Where a fault strikes: anywhere in the file but its very ends.
     qint64 cutPoint() const { return 1 + qint64(QRandomGenerator::global()->bounded(m_size - 2)); }
 
     // One trial: the copy through a relay that breaks `times` data
     // connections, then passes. Answers what went wrong, or nothing.
-    QString trial(ZKFaultRelay &relay, Fault fault, int times, Target target, int spared,
+    QString trial(ZKFaultRelay &relay, const Scenario &scenario, int spared,
                   const QStringList &copy, const QString &source, const QString &copied) {
+        const auto [fault, times, target] = scenario;
         m_cut = cutPoint();
         relay.setTrickleRate(std::max<qint64>(m_size / 3, 1024));
         relay.setFault(fault, m_cut, times, target, spared);
@@ -167,15 +195,10 @@ private Q_SLOTS:
     void ftpDownload_data() { scenarios(true); }
 
     void ftpDownload() {
-        QFETCH(int, fault);
-        QFETCH(int, times);
-        QFETCH(int, target);
+        const Scenario scenario = fetchScenario();
         ZKFtpServers server(ZKFtpServers::Vsftpd);
-        if (!server.start()) {
-            if (ZKFtpServers::mustRun()) {
-                QFAIL(qPrintable(server.errorString()));
-            }
-            QSKIP(qPrintable(server.errorString()));
+        if (!serverStarted(server.start(), server.errorString())) {
+            return;
         }
         QVERIFY(QFile::copy(path("source.bin"), QDir(server.root()).filePath("served.bin")));
         ZKFaultRelay relay(QStringLiteral("127.0.0.1"), server.port(), ZKFaultRelay::Protocol::Ftp);
@@ -184,31 +207,25 @@ private Q_SLOTS:
             const QString folder =
                 path(QStringLiteral("down-%1-%2").arg(QTest::currentDataTag()).arg(i));
             QDir().mkpath(folder);
-            return trial(relay, Fault(fault), times, Target(target), 0, {"copy", url, folder},
-                         path("source.bin"), QDir(folder).filePath("served.bin"));
+            return trial(relay, scenario, 0, {"copy", url, folder}, path("source.bin"),
+                         QDir(folder).filePath("served.bin"));
         });
     }
 
     void ftpUpload_data() { scenarios(true); }
 
     void ftpUpload() {
-        QFETCH(int, fault);
-        QFETCH(int, times);
-        QFETCH(int, target);
+        const Scenario scenario = fetchScenario();
         ZKFtpServers server(ZKFtpServers::Vsftpd);
-        if (!server.start()) {
-            if (ZKFtpServers::mustRun()) {
-                QFAIL(qPrintable(server.errorString()));
-            }
-            QSKIP(qPrintable(server.errorString()));
+        if (!serverStarted(server.start(), server.errorString())) {
+            return;
         }
         ZKFaultRelay relay(QStringLiteral("127.0.0.1"), server.port(), ZKFaultRelay::Protocol::Ftp);
         runTrials(QStringLiteral("FTP upload, %1").arg(QTest::currentDataTag()), [&](int i) {
             const QString folder = QStringLiteral("up%1").arg(i);
             QDir(server.root()).mkpath(folder);
             const QString url = relay.relayed(server.url("/" + folder + "/")).toString();
-            return trial(relay, Fault(fault), times, Target(target), 0,
-                         {"copy", path("source.bin"), url}, path("source.bin"),
+            return trial(relay, scenario, 0, {"copy", path("source.bin"), url}, path("source.bin"),
                          QDir(server.root()).filePath(folder + "/source.bin"));
         });
     }
@@ -216,18 +233,13 @@ private Q_SLOTS:
     void httpDownload_data() { scenarios(false); }
 
     void httpDownload() {
-        QFETCH(int, fault);
-        QFETCH(int, times);
-        QFETCH(int, target);
+        const Scenario scenario = fetchScenario();
         QVERIFY(QDir().mkpath(path("www")));
         QFile::remove(path("www/served.bin"));
         QVERIFY(QFile::copy(path("source.bin"), path("www/served.bin")));
         ZKHttpServers servers;
-        if (!servers.startNginx(path("www"))) {
-            if (ZKFtpServers::mustRun()) {
-                QFAIL(qPrintable(servers.errorString()));
-            }
-            QSKIP(qPrintable(servers.errorString()));
+        if (!serverStarted(servers.startNginx(path("www")), servers.errorString())) {
+            return;
         }
         const QUrl served = servers.nginxUrl("/served.bin");
         ZKFaultRelay relay(QStringLiteral("127.0.0.1"), quint16(served.port()),
@@ -239,8 +251,8 @@ private Q_SLOTS:
             const QString folder =
                 path(QStringLiteral("web-%1-%2").arg(QTest::currentDataTag()).arg(i));
             QDir().mkpath(folder);
-            return trial(relay, Fault(fault), times, Target(target), 1, {"copy", url, folder},
-                         path("source.bin"), QDir(folder).filePath("served.bin"));
+            return trial(relay, scenario, 1, {"copy", url, folder}, path("source.bin"),
+                         QDir(folder).filePath("served.bin"));
         });
     }
 };
