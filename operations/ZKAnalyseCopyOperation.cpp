@@ -264,6 +264,12 @@ void ZKAnalyseCopyOperation::analyseFileCopyFrom(ZKReader &source, ZKReader &cop
         m_bytesAlreadyCopied = copy.size();
         adopt(copy.url());
         return;
+    } else if (!isCancelled() && isOwnWork(copy.url())) {
+        // This task's own unfinished file, which cannot be continued: the
+        // source cannot start in the middle (a web server without ranges)
+        // or is another version now. Written anew, it loses nothing.
+        m_mutableReplacedUrls.insert(standardizedUrl(copy.url()));
+        return;
     }
     if (isCancelled()) {
         return;

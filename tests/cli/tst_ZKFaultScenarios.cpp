@@ -232,24 +232,45 @@ private Q_SLOTS:
 
     void httpDownload_data() { scenarios(false); }
 
-    void httpDownload() {
+    void httpDownload() { downloadOverHttp(true); }
+
+    // A server that answers a Range with 200 and the whole body: the retry
+    // must start the file over, never append the body to what is there.
+    void httpDownloadWithoutRanges_data() {
+        QTest::addColumn<int>("fault");
+        QTest::addColumn<int>("times");
+        QTest::addColumn<int>("target");
+        QTest::newRow("cut once") << int(Fault::Cut) << 1 << int(Target::Data);
+        QTest::newRow("reset") << int(Fault::Reset) << 1 << int(Target::Data);
+    }
+
+    void httpDownloadWithoutRanges() { downloadOverHttp(false); }
+
+private:
+    // nginx answers Range requests, Python's http.server does not.
+    void downloadOverHttp(bool ranges) {
         const Scenario scenario = fetchScenario();
         QVERIFY(QDir().mkpath(path("www")));
         QFile::remove(path("www/served.bin"));
         QVERIFY(QFile::copy(path("source.bin"), path("www/served.bin")));
         ZKHttpServers servers;
-        if (!serverStarted(servers.startNginx(path("www")), servers.errorString())) {
+        const bool started =
+            ranges ? servers.startNginx(path("www")) : servers.startPythonServer(path("www"));
+        if (!serverStarted(started, servers.errorString())) {
             return;
         }
-        const QUrl served = servers.nginxUrl("/served.bin");
+        const QUrl served =
+            ranges ? servers.nginxUrl("/served.bin") : servers.pythonUrl("/served.bin");
         ZKFaultRelay relay(QStringLiteral("127.0.0.1"), quint16(served.port()),
                            ZKFaultRelay::Protocol::Plain);
         const QString url = relay.relayed(served).toString();
+        const QString name = ranges ? QStringLiteral("HTTP download, %1")
+                                    : QStringLiteral("HTTP download without ranges, %1");
         // The first request only looks at the head (its connection is closed
         // after it); the faults strike the download's own.
-        runTrials(QStringLiteral("HTTP download, %1").arg(QTest::currentDataTag()), [&](int i) {
-            const QString folder =
-                path(QStringLiteral("web-%1-%2").arg(QTest::currentDataTag()).arg(i));
+        runTrials(name.arg(QTest::currentDataTag()), [&](int i) {
+            const QString folder = path(
+                QStringLiteral("web-%1-%2-%3").arg(ranges).arg(QTest::currentDataTag()).arg(i));
             QDir().mkpath(folder);
             return trial(relay, scenario, 1, {"copy", url, folder}, path("source.bin"),
                          QDir(folder).filePath("served.bin"));
