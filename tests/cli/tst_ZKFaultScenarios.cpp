@@ -5,6 +5,7 @@
 #include "ZKHttpServers.h"
 #include "ZKTestSupport.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
@@ -245,6 +246,74 @@ private Q_SLOTS:
     }
 
     void httpDownloadWithoutRanges() { downloadOverHttp(false); }
+
+    void replacedBetweenAttempts_data() {
+        QTest::addColumn<bool>("ftp");
+        QTest::addColumn<qsizetype>("growth");
+        QTest::newRow("FTP, same length") << true << qsizetype(0);
+        QTest::newRow("FTP, longer") << true << qsizetype(1000);
+        QTest::newRow("HTTP, same length") << false << qsizetype(0);
+        QTest::newRow("HTTP, longer") << false << qsizetype(1000);
+    }
+
+    // A download cut, its queue saved; the file on the server replaced
+    // before the queue runs again. The run must start over and bring the new
+    // file whole, never join the old beginning to the new end.
+    void replacedBetweenAttempts() {
+        QFETCH(bool, ftp);
+        QFETCH(qsizetype, growth);
+        ZKFtpServers ftpServer(ZKFtpServers::Vsftpd);
+        ZKHttpServers webServers;
+        QString served;
+        QUrl url;
+        if (ftp) {
+            if (!serverStarted(ftpServer.start(), ftpServer.errorString())) {
+                return;
+            }
+            served = QDir(ftpServer.root()).filePath("served.bin");
+            url = ftpServer.url("/served.bin");
+        } else {
+            QDir().mkpath(path("replaced-www"));
+            served = path("replaced-www/served.bin");
+            if (!serverStarted(webServers.startNginx(path("replaced-www")),
+                               webServers.errorString())) {
+                return;
+            }
+            url = webServers.nginxUrl("/served.bin");
+        }
+        QFile::remove(served);
+        QVERIFY(QFile::copy(path("source.bin"), served));
+        ZKFaultRelay relay(QStringLiteral("127.0.0.1"), quint16(url.port()),
+                           ftp ? ZKFaultRelay::Protocol::Ftp : ZKFaultRelay::Protocol::Plain);
+        const QString folder = path(QStringLiteral("replaced-%1").arg(QTest::currentDataTag()));
+        QDir().mkpath(folder);
+        const QString queue = QDir(folder).filePath("q.queue");
+        relay.setFault(Fault::Cut, cutPoint(), 1, Target::Data, ftp ? 0 : 1);
+        QByteArray output;
+        QCOMPARE(runCli({"copy", relay.relayed(url).toString(), folder, "--save", queue}, &output),
+                 1);
+        const QString copied = QDir(folder).filePath("served.bin");
+        const QByteArray partial = ZKTestSupport::readFile(copied);
+        QVERIFY2(!partial.isEmpty() && ZKTestSupport::readFile(served).startsWith(partial),
+                 output.constData());
+
+        // Another version, written later, as a replaced file is.
+        const QByteArray replacement = ZKTestSupport::randomBytes(m_size + growth, 99);
+        QVERIFY(ZKTestSupport::writeFile(served, replacement));
+        QFile file(served);
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QVERIFY(file.setFileTime(QDateTime::currentDateTimeUtc().addSecs(3600),
+                                 QFileDevice::FileModificationTime));
+        file.close();
+        if (ftp) {
+            ftpServer.handOver(served);
+        }
+        relay.passEverything();
+        const int status = runCli({"run", queue}, &output);
+        QVERIFY2(status == 0, output.constData());
+        QVERIFY2(ZKTestSupport::readFile(copied) == replacement,
+                 "the copy is not the new version whole");
+    }
 
 private:
     // nginx answers Range requests, Python's http.server does not.
