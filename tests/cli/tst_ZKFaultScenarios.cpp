@@ -315,6 +315,84 @@ private Q_SLOTS:
                  "the copy is not the new version whole");
     }
 
+    void serverRestarted_data() {
+        QTest::addColumn<QString>("kind");
+        QTest::newRow("FTP download") << QStringLiteral("ftp-down");
+        QTest::newRow("FTP upload") << QStringLiteral("ftp-up");
+        QTest::newRow("HTTP download") << QStringLiteral("http");
+    }
+
+    // The server dies in the middle of a slow transfer and comes back on the
+    // same port and root a moment later; the retry finishes the file.
+    void serverRestarted() {
+        QFETCH(QString, kind);
+        const bool ftp = kind.startsWith(QLatin1String("ftp"));
+        const bool upload = kind == QLatin1String("ftp-up");
+        // Larger than what the sockets on the way hold, so that the server
+        // still has much to send when it dies.
+        const qsizetype size = std::max<qsizetype>(m_size, 16 * 1024 * 1024);
+        const QString source = path("restart-source.bin");
+        if (!QFileInfo::exists(source)) {
+            QVERIFY(ZKTestSupport::writeFile(source, ZKTestSupport::randomBytes(size, 13)));
+        }
+        ZKFtpServers ftpServer(ZKFtpServers::Vsftpd);
+        ZKHttpServers webServers;
+        QUrl url;
+        QString served;
+        if (ftp) {
+            if (!serverStarted(ftpServer.start(), ftpServer.errorString())) {
+                return;
+            }
+            QDir(ftpServer.root()).mkpath("up");
+            served =
+                QDir(ftpServer.root()).filePath(upload ? "up/restart-source.bin" : "served.bin");
+            url = ftpServer.url(upload ? "/up/" : "/served.bin");
+        } else {
+            QDir().mkpath(path("restart-www"));
+            served = path("restart-www/served.bin");
+            if (!serverStarted(webServers.startNginx(path("restart-www")),
+                               webServers.errorString())) {
+                return;
+            }
+            url = webServers.nginxUrl("/served.bin");
+        }
+        if (!upload) {
+            QFile::remove(served);
+            QVERIFY(QFile::copy(source, served));
+        }
+        ZKFaultRelay relay(QStringLiteral("127.0.0.1"), quint16(url.port()),
+                           ftp ? ZKFaultRelay::Protocol::Ftp : ZKFaultRelay::Protocol::Plain);
+        // About four seconds a transfer: time to stop the server in it.
+        relay.setTrickleRate(size / 4);
+        relay.setFault(Fault::Trickle, 0, 1000);
+        const QString folder = path(QStringLiteral("restart-%1").arg(kind));
+        QDir().mkpath(folder);
+        const QString copied = upload ? served : QDir(folder).filePath("served.bin");
+        const QStringList copy = upload
+                                     ? QStringList{"copy", source, relay.relayed(url).toString()}
+                                     : QStringList{"copy", relay.relayed(url).toString(), folder};
+
+        QProcess cli;
+        cli.setProcessEnvironment(m_environment);
+        cli.setProcessChannelMode(QProcess::MergedChannels);
+        cli.start(QStringLiteral(FERROWICK_CLI),
+                  copy + QStringList{"--retry", "5", "--retry-delay", "1"});
+        QVERIFY(cli.waitForStarted());
+        const bool underway =
+            QTest::qWaitFor([&] { return QFileInfo(copied).size() > size / 4; }, 60000);
+        QVERIFY2(underway, cli.readAll().constData());
+        ftp ? ftpServer.stop() : webServers.stop();
+        QTest::qWait(300);
+        QVERIFY(ftp ? ftpServer.restart() : webServers.restartNginx());
+        const bool ended = cli.waitForFinished(180000);
+        const QByteArray output = cli.readAll();
+        QVERIFY2(ended, output.constData());
+        QVERIFY2(cli.exitCode() == 0, output.constData());
+        QVERIFY2(output.contains("Retrying"), output.constData());
+        QVERIFY2(ZKTestSupport::readFile(copied) == ZKTestSupport::readFile(source),
+                 output.constData());
+    }
+
 private:
     // nginx answers Range requests, Python's http.server does not.
     void downloadOverHttp(bool ranges) {

@@ -252,6 +252,13 @@ bool ZKFtpServers::launch(const QString &program, const QStringList &arguments) 
                     .arg(QString::fromLocal8Bit(m_process.readAll())));
 }
 
+bool ZKFtpServers::restart() {
+    const QString program = m_process.program();
+    const QStringList arguments = m_process.arguments();
+    stop();
+    return launch(program, arguments);
+}
+
 void ZKFtpServers::stop() {
     if (m_process.state() != QProcess::NotRunning) {
         m_process.terminate();

@@ -46,6 +46,9 @@ public:
     // False with a reason in errorString() when the daemon cannot be run.
     bool start();
     void stop();
+    // Stopped and started again on the same port and root, as after a crash
+    // and a restart; its sessions end with it.
+    bool restart();
     QString errorString() const { return m_errorString; }
 
     quint16 port() const { return m_port; }

@@ -68,6 +68,14 @@ void ZKHttpServers::stop() {
     stopProcess(m_python);
 }
 
+bool ZKHttpServers::restartNginx() {
+    const QString program = m_nginx.program();
+    const QStringList arguments = m_nginx.arguments();
+    stopProcess(m_nginx);
+    m_nginx.start(program, arguments);
+    return waitUntilListening(m_nginx, {m_nginxPort, m_nginxHttpsPort});
+}
+
 bool ZKHttpServers::waitUntilListening(QProcess &process, const QList<quint16> &ports) {
     const QDeadlineTimer deadline(10000);
     while (!deadline.hasExpired()) {

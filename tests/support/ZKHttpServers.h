@@ -27,6 +27,9 @@ public:
     bool startNginx(const QString &root);
     bool startPythonServer(const QString &root);
     void stop();
+    // nginx stopped and started again with the same ports, root and files,
+    // as after a crash and a restart.
+    bool restartNginx();
 
     QUrl nginxUrl(const QString &path) const;
     QUrl nginxHttpsUrl(const QString &path) const;
