@@ -46,6 +46,7 @@ private Q_SLOTS:
     void interruptedRemovalIsFinished();
     void runRetriesFailedTasks();
     void runTakesFtpPasswordFromStdin();
+    void passwordsStayOutOfOutputAndQueues();
     void refusalsAndSkipsAreNamed();
 
 private:
@@ -502,6 +503,43 @@ void TestZKCommandLine::runTakesFtpPasswordFromStdin() {
                               &output, ftp.password().toUtf8() + "\n");
     QVERIFY2(status == 0, output.constData());
     QCOMPARE(ZKTestSupport::readFile(ftp.root() + QStringLiteral("/up/a")), a);
+}
+
+// A password given in the address or on stdin reaches the server and nothing
+// else: not the output, even with --verbose, not an error message, not the
+// saved queue.
+void TestZKCommandLine::passwordsStayOutOfOutputAndQueues() {
+    ZKFtpServers ftp(ZKFtpServers::PureFtpd);
+    if (!ftp.start()) {
+        if (ZKFtpServers::mustRun()) {
+            QFAIL(qPrintable(ftp.errorString()));
+        }
+        QSKIP(qPrintable(ftp.errorString()));
+    }
+    QDir(m_dir.path()).mkpath(QStringLiteral("secret"));
+    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("secret/a")), "payload"));
+    const QString queue = path(QStringLiteral("secret/q.queue"));
+    QUrl withPassword = ftp.url(QStringLiteral("/up/"));
+    withPassword.setPassword(ftp.password());
+    QByteArray output;
+    int status =
+        runCli({QStringLiteral("copy"), path(QStringLiteral("secret/a")), withPassword.toString(),
+                QStringLiteral("--save"), queue, QStringLiteral("--verbose")},
+               &output);
+    QVERIFY2(status == 0, output.constData());
+    QVERIFY2(!output.contains(ftp.password().toUtf8()), output.constData());
+    QVERIFY(!ZKTestSupport::readFile(queue).isEmpty());
+    QVERIFY2(!ZKTestSupport::readFile(queue).contains(ftp.password().toUtf8()),
+             "the saved queue holds the password");
+
+    const QByteArray wrong = "wrong-Secret-4711";
+    status = runCli({QStringLiteral("copy"), path(QStringLiteral("secret/a")),
+                     ftp.url(QStringLiteral("/up2/")).toString(), QStringLiteral("--verbose"),
+                     QStringLiteral("--password-stdin")},
+                    &output, wrong + "\n");
+    QCOMPARE(status, 1);
+    QVERIFY2(output.contains("Unable to log in"), output.constData());
+    QVERIFY2(!output.contains(wrong), output.constData());
 }
 
 // What the copy leaves out, and a copy it refuses, are said in words.
