@@ -135,11 +135,17 @@ class TestZKFaultScenarios : public QObject {
                 return QStringLiteral("a slow link that never went quiet failed a task:\n") +
                        QString::fromUtf8(output);
             }
-        } else if (target == Target::Data && !output.contains("Retrying")) {
+        } else if (target == Target::Data && spared == 0 && !output.contains("Retrying")) {
             // A download whose data all came before its control connection
-            // went is complete, and rightly reported so.
-            return QStringLiteral("the fault never failed a task:\n") + QString::fromUtf8(output);
-        } else if (relay.faultsApplied() < times) {
+            // went is complete, and rightly reported so. Over HTTP the spared
+            // look at the head may carry the whole file on a busy machine,
+            // its connection then serving the download too: the fault can
+            // miss, and only the bytes are judged.
+            return QStringLiteral("the fault never failed a task (%1 of %2 connections struck):\n")
+                       .arg(relay.faultsApplied())
+                       .arg(relay.connections(Target::Data)) +
+                   QString::fromUtf8(output);
+        } else if (spared == 0 && relay.faultsApplied() < times) {
             return QStringLiteral("only %1 of %2 faults struck")
                 .arg(relay.faultsApplied())
                 .arg(times);
