@@ -6,6 +6,7 @@
 // all. The address is made as the endpoint factory makes it, and every
 // address derived from it must still name the folders it names.
 
+#include "FuzzCheck.h"
 #include "ZKFtpUrl.h"
 #include "ZKReaderFactory.h"
 
@@ -17,15 +18,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-
-// Names the broken rule before the crash, so that a finding reads at once.
-#define CHECK(condition)                                                                           \
-    do {                                                                                           \
-        if (!(condition)) {                                                                        \
-            std::fprintf(stderr, "%s:%d: %s\n", __FILE__, __LINE__, #condition);                   \
-            std::abort();                                                                          \
-        }                                                                                          \
-    } while (false)
 
 namespace {
 

@@ -6,6 +6,7 @@
 // up to the first empty line. Every field the HTTP reader looks at is read
 // as the reader reads it, for requests of the bytes from a few positions on.
 
+#include "FuzzCheck.h"
 #include "ZKHttpReader.h"
 
 #include <QByteArray>
@@ -20,15 +21,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-
-// Names the broken rule before the crash, so that a finding reads at once.
-#define CHECK(condition)                                                                           \
-    do {                                                                                           \
-        if (!(condition)) {                                                                        \
-            std::fprintf(stderr, "%s:%d: %s\n", __FILE__, __LINE__, #condition);                   \
-            std::abort();                                                                          \
-        }                                                                                          \
-    } while (false)
 
 namespace {
 
