@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKFaultRelay.h"
 
-#include <QEventLoop>
+#include "ZKListenerThread.h"
+
 #include <QHostAddress>
 #include <QPointer>
 #include <QRegularExpression>
@@ -287,43 +288,25 @@ ZKFaultRelay::ZKFaultRelay(const QString &serverHost, quint16 serverPort, Protoc
     : m_serverHost(serverHost)
     , m_serverPort(serverPort)
     , m_protocol(protocol) {
-    std::promise<quint16> ready;
-    std::future<quint16> port = ready.get_future();
-    m_thread = std::thread([this, &ready] { run(ready); });
-    m_port = port.get();
+    const Target first = m_protocol == Protocol::Ftp ? Target::Control : Target::Data;
+    m_listener = std::make_unique<ZKListenerThread>(
+        QHostAddress::LocalHost, [this, first](QTcpSocket *socket) {
+            new ZKFaultRelaySession(*this, socket, m_serverHost, m_serverPort, first);
+        });
 }
 
 ZKFaultRelay::~ZKFaultRelay() {
-    m_stop = true;
-    m_thread.join();
+    m_listener.reset(); // no session may outlive the settings it reads
 }
 
-void ZKFaultRelay::run(std::promise<quint16> &ready) {
-    QEventLoop loop;
-    QTcpServer server;
-    server.listen(QHostAddress::LocalHost, 0);
-    const Target first = m_protocol == Protocol::Ftp ? Target::Control : Target::Data;
-    QObject::connect(&server, &QTcpServer::newConnection, &server, [this, &server, first] {
-        while (QTcpSocket *socket = server.nextPendingConnection()) {
-            socket->setParent(&server);
-            new ZKFaultRelaySession(*this, socket, m_serverHost, m_serverPort, first);
-        }
-    });
-    QTimer stopCheck;
-    QObject::connect(&stopCheck, &QTimer::timeout, &loop, [this, &loop] {
-        if (m_stop) {
-            loop.quit();
-        }
-    });
-    stopCheck.start(20);
-    ready.set_value(server.serverPort());
-    loop.exec();
+quint16 ZKFaultRelay::port() const {
+    return m_listener->port();
 }
 
 QUrl ZKFaultRelay::relayed(const QUrl &url) const {
     QUrl through = url;
     through.setHost(QStringLiteral("127.0.0.1"));
-    through.setPort(m_port);
+    through.setPort(port());
     return through;
 }
 

@@ -5,12 +5,11 @@
 #include <QString>
 #include <QUrl>
 
-#include <atomic>
-#include <future>
+#include <memory>
 #include <mutex>
-#include <thread>
 
 class ZKFaultRelaySession;
+class ZKListenerThread;
 
 // A TCP relay on 127.0.0.1 between the program and a real server, which
 // passes bytes through or breaks the connections it carries the way networks
@@ -24,8 +23,7 @@ class ZKFaultRelaySession;
 // For any other protocol every connection counts as a data connection. A fault hits the next
 // `times` connections of its kind, then the relay passes everything again.
 //
-// It runs its own event loop on a thread of its own, like the scripted
-// servers, so that blocking clients can be driven from the test's thread.
+// It runs on a listener thread of its own (ZKListenerThread).
 class ZKFaultRelay {
 public:
     enum class Protocol { Plain, Ftp };
@@ -44,7 +42,7 @@ public:
     ZKFaultRelay(const ZKFaultRelay &) = delete;
     ZKFaultRelay &operator=(const ZKFaultRelay &) = delete;
 
-    quint16 port() const { return m_port; }
+    quint16 port() const;
     // url with the relay's address and port in place of the server's.
     QUrl relayed(const QUrl &url) const;
 
@@ -61,7 +59,6 @@ public:
 
 private:
     friend class ZKFaultRelaySession;
-    void run(std::promise<quint16> &ready);
     void countConnection(Target target);
     // The fault the next connection of this kind gets, counted as used.
     Fault takeFault(Target target, qint64 *bytes);
@@ -80,7 +77,5 @@ private:
     int m_connections[2] = {0, 0};
     int m_applied = 0;
 
-    quint16 m_port = 0;
-    std::atomic<bool> m_stop{false};
-    std::thread m_thread;
+    std::unique_ptr<ZKListenerThread> m_listener;
 };

@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKScriptedFtpServer.h"
 
-#include <QEventLoop>
+#include "ZKListenerThread.h"
+
 #include <QHostAddress>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -256,46 +257,27 @@ ZKScriptedFtpServer::ZKScriptedFtpServer(const QByteArray &host)
     , m_passiveHost(host)
     , m_passiveFormat("227 Entering Passive Mode (%1).\r\n")
     , m_host(host) {
-    // A plain thread rather than a QThread: its start, the hand-over of the
-    // port and the join are then seen by thread checkers.
-    std::promise<quint16> ready;
-    std::future<quint16> port = ready.get_future();
-    m_thread = std::thread([this, &ready] { run(ready); });
-    m_port = port.get();
+    // Started last: its sessions use everything above.
+    m_listener = std::make_unique<ZKListenerThread>(
+        QHostAddress(QString::fromLatin1(host)), [this](QTcpSocket *socket) {
+            // Goes with its connection, which goes with the listener.
+            (new ZKScriptedFtpSession(*this, socket))->setParent(socket);
+        });
 }
 
 ZKScriptedFtpServer::~ZKScriptedFtpServer() {
-    m_stop = true;
-    m_thread.join();
+    m_listener.reset(); // no session may outlive the state it reads
 }
 
-void ZKScriptedFtpServer::run(std::promise<quint16> &ready) {
-    QEventLoop loop;
-    QTcpServer server;
-    server.listen(QHostAddress(QString::fromLatin1(m_host)), 0);
-    QObject::connect(&server, &QTcpServer::newConnection, &server, [this, &server] {
-        while (QTcpSocket *socket = server.nextPendingConnection()) {
-            socket->setParent(&server);
-            // Goes with its connection, which goes with the server.
-            (new ZKScriptedFtpSession(*this, socket))->setParent(socket);
-        }
-    });
-    QTimer stopCheck;
-    QObject::connect(&stopCheck, &QTimer::timeout, &loop, [this, &loop] {
-        if (m_stop) {
-            loop.quit();
-        }
-    });
-    stopCheck.start(20);
-    ready.set_value(server.serverPort());
-    loop.exec();
+quint16 ZKScriptedFtpServer::port() const {
+    return m_listener->port();
 }
 
 QUrl ZKScriptedFtpServer::url(const QString &path) const {
     QUrl url;
     url.setScheme(QStringLiteral("ftp"));
     url.setHost(QString::fromLatin1(m_host));
-    url.setPort(m_port);
+    url.setPort(port());
     url.setPath(path);
     return url;
 }

@@ -9,13 +9,11 @@
 #include <QStringList>
 #include <QUrl>
 
-#include <atomic>
-#include <future>
 #include <memory>
 #include <mutex>
-#include <thread>
 
 class QTcpServer;
+class ZKListenerThread;
 class QTcpSocket;
 
 // A small FTP server on a loopback address that plays scripted replies and records
@@ -39,7 +37,7 @@ public:
     ZKScriptedFtpServer(const ZKScriptedFtpServer &) = delete;
     ZKScriptedFtpServer &operator=(const ZKScriptedFtpServer &) = delete;
 
-    quint16 port() const { return m_port; }
+    quint16 port() const;
     // ftp://HOST:PORT followed by path.
     QUrl url(const QString &path) const;
 
@@ -80,7 +78,6 @@ public:
     bool hasDirectory(const QByteArray &name) const;
 
 private:
-    void run(std::promise<quint16> &ready);
     friend class ZKScriptedFtpSession;
 
     // A standard mutex, so that thread checkers see every lock.
@@ -100,7 +97,5 @@ private:
     QByteArray m_received;
     QStringList m_commands;
 
-    quint16 m_port = 0;
-    std::atomic<bool> m_stop{false};
-    std::thread m_thread;
+    std::unique_ptr<ZKListenerThread> m_listener;
 };
