@@ -96,6 +96,7 @@ QVariantMap ZKFtpReader::asPropertyList() const {
     QVariantMap propertyList;
     propertyList.insert(typeKey, QStringLiteral("FtpReader"));
     writeAccount(propertyList, m_url);
+    std::lock_guard locker(m_versionLock);
     if (m_knownSize) {
         propertyList.insert(sizeKey, qulonglong(*m_knownSize));
     }
@@ -204,7 +205,18 @@ std::optional<QDateTime> ZKFtpReader::remoteModificationDate(const QString &name
     return ZKFtpItem::parseMachineReadableDate(reply->mid(4).trimmed().left(14));
 }
 
+bool ZKFtpReader::hasChanged() const {
+    std::lock_guard locker(m_versionLock);
+    return m_changed;
+}
+
+void ZKFtpReader::acceptCurrentVersion() {
+    std::lock_guard locker(m_versionLock);
+    m_changed = false;
+}
+
 void ZKFtpReader::noteVersion() {
+    std::lock_guard locker(m_versionLock);
     if (!m_knownSize) {
         m_knownSize = m_size;
         m_knownDate = m_modificationDate;

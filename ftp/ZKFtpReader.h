@@ -14,6 +14,7 @@
 #include <QVariantMap>
 
 #include <memory>
+#include <mutex>
 #include <optional>
 
 // The reader of a file or folder on an FTP server, named by an "ftp" URL. It
@@ -98,8 +99,8 @@ public:
     // saved form; an open that finds others (after a queue was reopened, or
     // on a retry) makes this true for good: what was copied before is a
     // piece of another version. The new size and date are kept from then on.
-    bool hasChanged() const override { return m_changed; }
-    void acceptCurrentVersion() override { m_changed = false; }
+    bool hasChanged() const override;
+    void acceptCurrentVersion() override;
 
     // Whether a first block of the URL can be downloaded, over a connection
     // of its own.
@@ -151,6 +152,9 @@ private:
 
     // The version of the file seen first; its date is invalid where the
     // server tells none.
+    // The version a copy began with is noted by the worker that reads and
+    // saved by the main thread while it works.
+    mutable std::mutex m_versionLock;
     std::optional<quint64> m_knownSize;
     QDateTime m_knownDate;
     bool m_changed = false;
