@@ -538,7 +538,7 @@ std::optional<ZKFtpItem> ZKFtpClient::sizedItem(const QString &name) {
     return itemFromSizeReply(name, *reply);
 }
 
-std::optional<QByteArray> ZKFtpClient::receiveListing(const QString &command) {
+std::optional<QString> ZKFtpClient::receiveListing(const QString &command) {
     clearError();
     beginPassiveConnection();
     if (error()) {
@@ -566,12 +566,16 @@ std::optional<QByteArray> ZKFtpClient::receiveListing(const QString &command) {
     if (!received || error() || !listing) {
         return std::nullopt;
     }
-    return listing;
+    std::optional<QString> text = ZKSocket::decodeUtf8(*listing);
+    if (!text) {
+        setClientError(2, QStringLiteral("The server sent a listing that is not valid UTF-8."));
+    }
+    return text;
 }
 
 std::optional<QList<ZKFtpItem>> ZKFtpClient::listMachineItems() {
-    const std::optional<QByteArray> listing = receiveListing(QStringLiteral("MLSD"));
-    if (!listing) {
+    const std::optional<QString> text = receiveListing(QStringLiteral("MLSD"));
+    if (!text) {
         const ZKOptionalError refusal = error();
         const bool unknown =
             refusal && refusal->domain() == errorDomain &&
@@ -581,11 +585,6 @@ std::optional<QList<ZKFtpItem>> ZKFtpClient::listMachineItems() {
             m_listsWithMlsd = false;
             clearError();
         }
-        return std::nullopt;
-    }
-    const std::optional<QString> text = ZKSocket::decodeUtf8(*listing);
-    if (!text) {
-        setClientError(2, QStringLiteral("The server sent a listing that is not valid UTF-8."));
         return std::nullopt;
     }
     QList<ZKFtpItem> items;
@@ -629,13 +628,8 @@ std::optional<QList<ZKFtpItem>> ZKFtpClient::listItems() {
             return items;
         }
     }
-    const std::optional<QByteArray> data = receiveListing(QStringLiteral("NLST"));
-    if (!data) {
-        return std::nullopt;
-    }
-    const std::optional<QString> listing = ZKSocket::decodeUtf8(*data);
+    const std::optional<QString> listing = receiveListing(QStringLiteral("NLST"));
     if (!listing) {
-        setClientError(2, QStringLiteral("The server sent a listing that is not valid UTF-8."));
         return std::nullopt;
     }
 

@@ -119,9 +119,9 @@ private:
     // taken the transfer command and waits for it.
     void secureDataConnection();
     // A passive connection, command, and everything the data connection
-    // brings. nullopt with error() set on failure, also when the server
-    // refused the command (its reply is the error).
-    std::optional<QByteArray> receiveListing(const QString &command);
+    // brings, as UTF-8 text. nullopt with error() set on failure, also when
+    // the server refused the command (its reply is the error).
+    std::optional<QString> receiveListing(const QString &command);
     // nullopt with error() clear when the server refused MLSD.
     std::optional<QList<ZKFtpItem>> listMachineItems();
     // SIZE of name: a file of that size, or a directory when refused;
