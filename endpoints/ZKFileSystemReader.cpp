@@ -539,6 +539,8 @@ bool ZKFileSystemReader::open() {
     m_offset = 0;
     // The size of the file actually opened: what hasMoreData measures against.
     m_size = quint64(opened.st_size);
+    m_openedSize = m_size;
+    m_openedModification = opened.st_mtim;
     return true;
 }
 
@@ -573,6 +575,8 @@ bool ZKFileSystemReader::openDirectly(const QByteArray &encoded, unsigned int wa
         takeAttributes(attributes);
         m_fd = fd;
         m_offset = 0;
+        m_openedSize = attributes.stx_size;
+        m_openedModification = {attributes.stx_mtime.tv_sec, attributes.stx_mtime.tv_nsec};
         return true;
     }
     ::close(fd);
@@ -592,6 +596,16 @@ void ZKFileSystemReader::close() {
 
 bool ZKFileSystemReader::hasMoreData() const {
     return m_fd >= 0 && m_offset < m_size;
+}
+
+bool ZKFileSystemReader::hasChanged() const {
+    struct stat now {};
+    if (m_fd < 0 || ::fstat(m_fd, &now) != 0) {
+        return false;
+    }
+    return quint64(now.st_size) != m_openedSize ||
+           now.st_mtim.tv_sec != m_openedModification.tv_sec ||
+           now.st_mtim.tv_nsec != m_openedModification.tv_nsec;
 }
 
 QByteArray ZKFileSystemReader::readBlock() {

@@ -14,6 +14,8 @@
 #include <limits>
 #include <memory>
 
+#include <ctime>
+
 struct statx;
 
 // The reader of a local file, folder or symbolic link. The item is remembered
@@ -80,6 +82,12 @@ public:
     bool isLocal() const override { return true; }
     bool canSeek() const override { return true; }
     bool hasMoreData() const override;
+    // True when the open file was written to since it was opened: what was
+    // read of it may then mix two versions.
+    bool hasChanged() const override;
+    // The open file itself (-1 when none), for copies the kernel makes: a
+    // path looked up again might meanwhile name another file.
+    int descriptor() const { return m_fd; }
 
     static constexpr quint64 uncopyableSize = std::numeric_limits<quint64>::max();
     // Empty unless this reader stands for an item that cannot be copied.
@@ -117,6 +125,9 @@ private:
 
     int m_fd = -1;
     quint64 m_offset = 0;
+    // Length and date of the open file as it was opened.
+    quint64 m_openedSize = 0;
+    struct timespec m_openedModification {};
 
     bool m_exists = false;
     quint64 m_size = 0;

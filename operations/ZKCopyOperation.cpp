@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKCopyOperation.h"
 
+#include "ZKFileSystemReader.h"
+
 #include "ZKAnalyseCopyOperation.h"
 #include "ZKLogging.h"
 
@@ -250,6 +252,22 @@ void ZKCopyOperation::copyFileFrom(ZKReader &reader, ZKWriter &folder) {
     }
 
     copyContents(reader, *file, resumedAt);
+    // A local file written to while it was copied leaves a copy that may
+    // join two versions, which no resume could tell apart from a good start.
+    if (!isCancelled() && reader.isLocal() && reader.hasChanged()) {
+        file->close();
+        setError(ZKError::application(
+            ZKErrorCode::readFailed,
+            QStringLiteral("Unable to copy '%1': it changed while it was copied. The copy was "
+                           "removed, to be made anew.")
+                .arg(reader.url().toLocalFile())));
+        if (!file->remove([] { return false; })) {
+            qCWarning(lcOperations)
+                << "Cannot remove the copy of a changed file" << file->url().path();
+        }
+        file->close();
+        return;
+    }
     // A local file takes its attributes through the descriptor it was
     // written through, which spares looking up its path for each; a remote
     // one only once its transfer has ended.
@@ -452,22 +470,22 @@ void ZKCopyOperation::copyContents(ZKReader &reader, ZKWriter &file, quint64 pos
 // and reports a failure in the endpoints' own words. Answers false when the
 // block loop must not continue.
 bool ZKCopyOperation::copyLocally(ZKReader &reader, ZKWriter &file, quint64 position) {
-    const QByteArray sourcePath = QFile::encodeName(reader.url().toLocalFile());
-    const QByteArray copyPath = QFile::encodeName(file.url().toLocalFile());
-    const int in = ::open(sourcePath.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    // The reader's own descriptor: the source's path may name another file
+    // by now. The kernel's copy reads at the offset given, so the reader's
+    // position is left alone.
+    const auto *source = dynamic_cast<const ZKFileSystemReader *>(&reader);
+    const int in = source ? source->descriptor() : -1;
     if (in < 0) {
         return true;
     }
+    const QByteArray copyPath = QFile::encodeName(file.url().toLocalFile());
     const int out = ::open(copyPath.constData(), O_WRONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
-    struct stat inStatus {};
     struct stat outStatus {};
-    if (out < 0 || ::fstat(in, &inStatus) != 0 || ::fstat(out, &outStatus) != 0 ||
-        !S_ISREG(inStatus.st_mode) || !S_ISREG(outStatus.st_mode) ||
+    if (out < 0 || ::fstat(out, &outStatus) != 0 || !S_ISREG(outStatus.st_mode) ||
         quint64(outStatus.st_size) != file.size()) {
         if (out >= 0) {
             ::close(out);
         }
-        ::close(in);
         return true;
     }
 
@@ -528,14 +546,14 @@ bool ZKCopyOperation::copyLocally(ZKReader &reader, ZKWriter &file, quint64 posi
         }
     }
     ::close(out);
-    ::close(in);
-    if (quint64(inOffset) == position) {
-        return goOn; // nothing was written: the endpoints stand where they stood
-    }
-    // The reader goes on from where the kernel stopped.
+    // Looking up the extents moved the shared descriptor's position: the
+    // reader goes on from where the kernel stopped, or from where it stood.
     if (!reader.seekToPosition(quint64(inOffset))) {
         takeError(reader.error(), openError(reader.filename()));
         return false;
+    }
+    if (quint64(inOffset) == position) {
+        return goOn; // nothing was written: the writer stands where it stood
     }
     if (!goOn || quint64(inOffset) == end) {
         return goOn;

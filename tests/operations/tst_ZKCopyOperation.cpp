@@ -76,6 +76,8 @@ private Q_SLOTS:
     void replacesAFileChosenForReplacement_data();
     void replacesAFileChosenForReplacement();
     void cancelStopsWithinABlockAndKeepsThePartialFile();
+    void sourceChangedDuringTheCopyIsCopiedAnew_data();
+    void sourceChangedDuringTheCopyIsCopiedAnew();
     void holesStayHoles();
     void secondCopyOfAFolderCopiesNothing();
     void links_data();
@@ -203,6 +205,45 @@ void TestZKCopyOperation::cancelStopsWithinABlockAndKeepsThePartialFile() {
     resumed->start();
     QVERIFY2(!resumed->error(), qPrintable(errorText(*resumed)));
     QVERIFY(readFile(path("dest/slow.bin")) == content);
+}
+
+void TestZKCopyOperation::sourceChangedDuringTheCopyIsCopiedAnew_data() {
+    QTest::addColumn<QString>("change");
+    QTest::newRow("shrinks") << "shrink";
+    QTest::newRow("grows") << "grow";
+    QTest::newRow("rewritten in place, same length") << "rewrite";
+}
+
+// A copy that may join two versions of its source is never left to be
+// resumed: the next attempt copies the source as it is then.
+void TestZKCopyOperation::sourceChangedDuringTheCopyIsCopiedAnew() {
+    QFETCH(QString, change);
+    const QString source = path("changing.bin");
+    QVERIFY(writeFile(source, randomBytes(2000000, 21)));
+    auto operation = copier(source, path("dest"));
+    operation->setMaximumTransferRate(1000000);
+    std::thread worker([operation] { operation->start(); });
+    const bool underway = QTest::qWaitFor(
+        [&] { return QFileInfo(path("dest/changing.bin")).size() >= 200000; }, 10000);
+    QFile file(source);
+    const bool changed =
+        file.open(QIODevice::ReadWrite) &&
+        (change == "shrink" ? file.resize(1000000)
+         : change == "grow" ? file.seek(file.size()) && file.write(randomBytes(100000, 22)) > 0
+                            : file.write(randomBytes(65536, 23)) == 65536);
+    file.close();
+    worker.join();
+    QVERIFY(underway && changed);
+    QVERIFY2(errorText(*operation)
+                 .endsWith(QStringLiteral("it changed while it was copied. The "
+                                          "copy was removed, to be made anew.")),
+             qPrintable(errorText(*operation)));
+    QVERIFY(!QFile::exists(path("dest/changing.bin")));
+
+    auto again = copier(source, path("dest"));
+    again->start();
+    QVERIFY2(!again->error(), qPrintable(errorText(*again)));
+    QVERIFY(readFile(path("dest/changing.bin")) == readFile(source));
 }
 
 void TestZKCopyOperation::holesStayHoles() {
