@@ -42,6 +42,8 @@ private Q_SLOTS:
     void stepsThroughTheStates();
     void replacedFileIsCountedOnce();
     void pauseDuringVerifyResumesAtOffset();
+    void moveSurvivesChangesBehindItsBack_data();
+    void moveSurvivesChangesBehindItsBack();
     void cancelAsksAboutPartialFile_data();
     void cancelAsksAboutPartialFile();
     void savedProcessingTaskContinuesCopying();
@@ -209,6 +211,69 @@ void TestZKCopyTask::pauseDuringVerifyResumesAtOffset() {
     task->setMaximumTransferRate(0);
     QCOMPARE(step(*task), (QList<qint32>{S::Verifying, S::Completed}));
     QVERIFY(task->isVerifiedOk());
+}
+
+void TestZKCopyTask::moveSurvivesChangesBehindItsBack_data() {
+    QTest::addColumn<QString>("fault");
+    QTest::addColumn<QString>("failure"); // how the detail begins; empty: no failure
+    const QString differs = QStringLiteral("Failed: Verification failed");
+    QTest::newRow("copy changed before its verification") << "flip" << differs;
+    QTest::newRow("copy cut short before its verification") << "cut" << differs;
+    QTest::newRow("copy lengthened before its verification") << "grow" << differs;
+    QTest::newRow("source item removed before the copy") << "vanish" << QString();
+    QTest::newRow("destination folder removed during the copy")
+        << "dropOut" << QStringLiteral("Failed: Unable to ");
+}
+
+// Whatever changes behind the task's back, a source is removed only once
+// its copy is whole, and what is left of the sources is as it was.
+void TestZKCopyTask::moveSurvivesChangesBehindItsBack() {
+    QFETCH(QString, fault);
+    QFETCH(QString, failure);
+    const QStringList names{"a", "b", "c"};
+    QVERIFY(QDir().mkpath(path("d")));
+    for (int i = 0; i < names.size(); ++i) {
+        QVERIFY(writeFile(path("d/" + names[i]), randomBytes(300000, quint32(60 + i))));
+    }
+    auto task = makeTask("d");
+    task->setTransferMode(ZKTransferMode::Move);
+    task->setIsVerifyEnabled(true);
+    step(*task); // analyse
+    QCOMPARE(task->state(), S::PendingProcessing);
+    if (fault == "vanish") {
+        QVERIFY(QFile::remove(path("d/b")));
+    }
+    if (fault == "dropOut") {
+        task->setMaximumTransferRate(300000);
+        task->start();
+        QTRY_VERIFY_WITH_TIMEOUT(task->bytesCopied() > 0, 10000);
+        QVERIFY(QDir(path("out")).removeRecursively());
+        QTRY_VERIFY_WITH_TIMEOUT(isResting(task->state()), 20000);
+    } else {
+        step(*task); // copy
+        QCOMPARE(task->state(), S::PendingVerification);
+        QFile copy(path("out/d/b"));
+        if (fault == "flip" || fault == "cut" || fault == "grow") {
+            QVERIFY(copy.open(QIODevice::ReadWrite));
+            QVERIFY(fault == "cut"    ? copy.resize(299999)
+                    : fault == "grow" ? copy.seek(300000) && copy.write("+") == 1
+                                      : copy.seek(150000) && copy.write("!") == 1);
+        }
+    }
+    runToEnd(*task);
+    QCOMPARE(task->state(), failure.isEmpty() ? S::Completed : S::Failed);
+    // An item removed by the user is not missed: the rest is moved.
+    QVERIFY2(failure.isEmpty() ? task->detail().endsWith(QStringLiteral(" - done"))
+                               : task->detail().startsWith(failure),
+             qUtf8Printable(task->detail()));
+    for (int i = 0; i < names.size(); ++i) {
+        const QByteArray content = randomBytes(300000, quint32(60 + i));
+        if (QFile::exists(path("d/" + names[i]))) {
+            QVERIFY2(readFile(path("d/" + names[i])) == content, qUtf8Printable(names[i]));
+        } else if (!(fault == "vanish" && names[i] == "b")) {
+            QVERIFY2(readFile(path("out/d/" + names[i])) == content, qUtf8Printable(names[i]));
+        }
+    }
 }
 
 void TestZKCopyTask::cancelAsksAboutPartialFile_data() {

@@ -19,10 +19,16 @@
 #include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDateTime>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
+
+#include <csignal>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using S = ZKTaskState;
 using ZKTestSupport::randomBytes;
@@ -41,6 +47,7 @@ private Q_SLOTS:
     void pausingCancelsRetryCountdown();
     void replaceAppliedToAllIsAskedOnce();
     void savedQueueReopensAndResumes();
+    void queueKilledWhileSavedStaysWhole();
     void editedMarkFollowsSavesLoadsAndReverts();
     void malformedFilesAreRefused_data();
     void malformedFilesAreRefused();
@@ -199,6 +206,67 @@ void TestZKFerrowickDocument::savedQueueReopensAndResumes() {
     QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Completed, 20000);
     QVERIFY(task->isVerifiedOk());
     QCOMPARE(readFile(path("out/big")), content);
+}
+
+// A save killed half-way leaves the queue of the save before, whole.
+void TestZKFerrowickDocument::queueKilledWhileSavedStaysWhole() {
+    const int count = 10000; // enough for a save to take a while
+    const QString queueFile = path("q.queue");
+    QVERIFY(writeFile(path("a"), "a"));
+    QVariantMap task = ZKCopyTask::create(reader("a"), outFolder())->asPropertyList();
+    // Finished tasks: nothing runs any more when the saving process is
+    // forked off.
+    task[QStringLiteral("State")] = QStringLiteral("Completed");
+    const QVariantMap plist{{QStringLiteral("Type"), QStringLiteral("FerrowickDocument")},
+                            {QStringLiteral("Tasks"), QVariantList(count, task)}};
+    QVERIFY(writeFile(queueFile, ZKPropertyListSerialization::dataFromPropertyList(plist)));
+    ZKFerrowickDocument document;
+    QVERIFY(document.readFromFile(queueFile));
+    {
+        QElapsedTimer t;
+        t.start();
+        document.writeToFile(queueFile);
+        qWarning() << "save ms" << t.elapsed();
+    }
+    QCOMPARE(document.countOfTasks(), count);
+
+    // While it saves, the process holds a file of the queue's folder open.
+    const QByteArray inFolder = QFile::encodeName(m_dir->path()) + "/";
+    auto saving = [&](pid_t pid) {
+        const QString folder = QStringLiteral("/proc/%1/fd").arg(pid);
+        for (const QString &fd :
+             QDir(folder).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)) {
+            char target[4096];
+            const QByteArray link = QFile::encodeName(folder + QLatin1Char('/') + fd);
+            const ssize_t length = ::readlink(link.constData(), target, sizeof target);
+            if (length > 0 && QByteArray(target, length).startsWith(inFolder)) {
+                return true;
+            }
+        }
+        return false;
+    };
+    for (int round = 0; round < 3; ++round) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            for (;;) {
+                document.writeToFile(queueFile);
+            }
+        }
+        QVERIFY(child > 0);
+        QDeadlineTimer deadline(20000);
+        bool caught = false;
+        while (!(caught = saving(child)) && !deadline.hasExpired()) {
+            QThread::usleep(100);
+        }
+        ::kill(child, SIGKILL);
+        ::waitpid(child, nullptr, 0);
+        QVERIFY2(caught, "the save never began");
+        ZKFerrowickDocument reopened;
+        ZKError error;
+        QVERIFY2(reopened.readFromFile(queueFile, &error),
+                 qUtf8Printable(error.localizedDescription()));
+        QCOMPARE(reopened.countOfTasks(), count);
+    }
 }
 
 void TestZKFerrowickDocument::editedMarkFollowsSavesLoadsAndReverts() {
