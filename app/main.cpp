@@ -4,6 +4,7 @@
 #include "ZKApplicationService.h"
 #include "ZKDocumentController.h"
 #include "ZKMessageBoxPresenter.h"
+#include "ZKProcessArguments.h"
 #include "ZKQuestionPresenter.h"
 #include "ZKQueueWindow.h"
 
@@ -77,6 +78,7 @@ int main(int argc, char **argv) {
                                  QStringLiteral("[FILE.queue | ITEM...]"));
     parser.process(app);
     const QStringList items = parser.positionalArguments();
+    ZKProcessArguments::hidePasswords(argc, argv);
     if (qEnvironmentVariableIsSet("FERROWICK_REPORT_FIRST_PAINT")) {
         app.installEventFilter(new FirstPaintReport(&app));
     }

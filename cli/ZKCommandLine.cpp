@@ -11,11 +11,11 @@
 #include "ZKQueueRunner.h"
 #include "ZKQueueState.h"
 #include "ZKReaderFactory.h"
-#include "ZKSocket.h"
 #include "ZKSpeedLimitPanel.h"
 #include "ZKTaskState.h"
 #include "ZKTerminalPresenter.h"
 #include "ZKTransferMode.h"
+#include "ZKTrustedCertificates.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -228,8 +228,8 @@ QString ZKCommandLine::usage() {
         "Tasks saved as failed are tried once more; a removal of sources that was cut\n"
         "short is finished.\n"
         "\n"
-        "trust takes the SHA-256 fingerprint that an ftps:// refusal names, and trusts\n"
-        "that server certificate from then on, whoever signed it.\n");
+        "trust takes the SHA-256 fingerprint that the refusal of an ftps:// or https://\n"
+        "server names, and trusts that certificate from then on, whoever signed it.\n");
 }
 
 bool ZKCommandLine::parseRate(const QString &text, quint64 *bytesPerSecond) {
@@ -408,8 +408,8 @@ int ZKCommandLine::trust(const QStringList &arguments) {
         std::fputs(usage().toLocal8Bit().constData(), stderr);
         return badUsage;
     }
-    const QString fingerprint = ZKSocket::normalizedFingerprint(arguments.at(1));
-    if (fingerprint.isEmpty() || !ZKSocket::trustCertificate(fingerprint)) {
+    const QString fingerprint = ZKTrustedCertificates::normalizedFingerprint(arguments.at(1));
+    if (fingerprint.isEmpty() || !ZKTrustedCertificates::trust(fingerprint)) {
         printError(QStringLiteral("'%1' is not a SHA-256 fingerprint (64 hexadecimal digits, "
                                   "colons allowed).")
                        .arg(arguments.at(1)));

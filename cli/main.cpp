@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 Ferrowick developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKCommandLine.h"
+#include "ZKProcessArguments.h"
 
 #include <QCoreApplication>
 #include <QLoggingCategory>
@@ -11,5 +12,7 @@ int main(int argc, char **argv) {
     QLoggingCategory::setFilterRules(QStringLiteral("ferrowick.*=false"));
     QCoreApplication::setOrganizationName(QStringLiteral("velmarind"));
     QCoreApplication::setApplicationName(QStringLiteral("Ferrowick"));
-    return ZKCommandLine::run(QCoreApplication::arguments());
+    const QStringList arguments = QCoreApplication::arguments();
+    ZKProcessArguments::hidePasswords(argc, argv);
+    return ZKCommandLine::run(arguments);
 }

@@ -6,6 +6,7 @@
 
 #include "ZKLogging.h"
 #include "ZKPreferenceKeys.h"
+#include "ZKTrustedCertificates.h"
 #include "ZKUserDefaults.h"
 
 #include <unicode/gregocal.h>
@@ -18,9 +19,9 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <mutex>
 #include <string>
 
+#include <QCryptographicHash>
 #include <QEventLoop>
 #include <QFileInfo>
 #include <QHash>
@@ -65,16 +66,6 @@ QNetworkAccessManager *makeNetworkManager() {
     // hand the rest of a secure download to anyone on the way.
     manager->setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
     return manager;
-}
-
-struct TrustedCertificates {
-    std::mutex lock;
-    QList<QSslCertificate> certificates;
-};
-
-TrustedCertificates &trusted() {
-    static TrustedCertificates instance;
-    return instance;
 }
 
 // For answers that carry no reason phrase of their own, as every HTTP/2
@@ -246,7 +237,8 @@ std::shared_ptr<ZKHttpReader> ZKHttpReader::readerWithUrl(const QUrl &url) {
 }
 
 ZKHttpReader::ZKHttpReader(const QUrl &url)
-    : m_url(url)
+    : m_url(url.adjusted(QUrl::RemovePassword))
+    , m_password(url.password(QUrl::FullyDecoded))
     , m_filename(safeFilename(url.fileName())) {}
 
 ZKHttpReader::ZKHttpReader(const QVariantMap &propertyList)
@@ -261,18 +253,6 @@ ZKHttpReader::ZKHttpReader(const QVariantMap &propertyList)
 
 ZKHttpReader::~ZKHttpReader() {
     close();
-}
-
-void ZKHttpReader::addTrustedCertificates(const QList<QSslCertificate> &certificates) {
-    TrustedCertificates &store = trusted();
-    std::lock_guard locker(store.lock);
-    store.certificates.append(certificates);
-}
-
-QList<QSslCertificate> ZKHttpReader::trustedCertificates() {
-    TrustedCertificates &store = trusted();
-    std::lock_guard locker(store.lock);
-    return store.certificates;
 }
 
 QVariantMap ZKHttpReader::asPropertyList() const {
@@ -334,6 +314,7 @@ void ZKHttpReader::close() {
     m_responseReceived = false;
     m_requestCompleted = false;
     m_failure.reset();
+    m_certificateRefusal.clear();
     m_failureReported = false;
 }
 
@@ -348,7 +329,13 @@ void ZKHttpReader::startRequest(quint64 position) {
     m_announcedLength = -1;
     m_receivedLength = 0;
     m_silenceStart.reset();
-    QNetworkRequest request(m_url);
+    // The password given with the address is used, and never kept with the
+    // address: what is logged, shown or saved holds none.
+    QUrl target = m_url;
+    if (!m_password.isEmpty()) {
+        target.setPassword(m_password, QUrl::DecodedMode);
+    }
+    QNetworkRequest request(target);
     request.setRawHeader("Range", QByteArrayLiteral("bytes=") + QByteArray::number(position) + '-');
     const QByteArray version = ifRangeValue();
     m_askedIfRange = !version.isEmpty();
@@ -361,14 +348,6 @@ void ZKHttpReader::startRequest(quint64 position) {
     request.setAttribute(QNetworkRequest::CacheLoadControlAttribute,
                          QNetworkRequest::AlwaysNetwork);
     request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
-    if (m_url.scheme() == QLatin1String("https")) {
-        const QList<QSslCertificate> extra = trustedCertificates();
-        if (!extra.isEmpty()) {
-            QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
-            configuration.addCaCertificates(extra);
-            request.setSslConfiguration(configuration);
-        }
-    }
 
     m_manager = makeNetworkManager();
     QNetworkReply *reply = m_manager->get(request);
@@ -383,11 +362,26 @@ void ZKHttpReader::startRequest(quint64 position) {
         qCInfo(lcEndpoints) << "Following a redirect from" << m_url.toString() << "to"
                             << target.toString();
     });
+    // A certificate the system does not vouch for passes only when the user
+    // trusts it by its fingerprint.
     QObject::connect(
-        reply, &QNetworkReply::sslErrors, reply, [this](const QList<QSslError> &errors) {
-            for (const QSslError &error : errors) {
-                qCWarning(lcEndpoints) << "TLS error from" << host() << ":" << error.errorString();
+        reply, &QNetworkReply::sslErrors, reply, [this, reply](const QList<QSslError> &errors) {
+            const QString fingerprint = QString::fromLatin1(reply->sslConfiguration()
+                                                                .peerCertificate()
+                                                                .digest(QCryptographicHash::Sha256)
+                                                                .toHex(':')
+                                                                .toUpper());
+            if (ZKTrustedCertificates::isTrusted(fingerprint)) {
+                reply->ignoreSslErrors(errors);
+                return;
             }
+            QStringList reasons;
+            for (const QSslError &error : errors) {
+                reasons << error.errorString();
+            }
+            m_certificateRefusal = ZKTrustedCertificates::refusal(
+                host(), reasons.join(QStringLiteral("; ")), fingerprint);
+            qCWarning(lcEndpoints) << m_certificateRefusal;
         });
 }
 
@@ -579,7 +573,11 @@ void ZKHttpReader::requestFinished() {
     const QNetworkReply::NetworkError error = reply->error();
     const qint64 received = m_receivedLength + (m_responseReceived ? reply->bytesAvailable() : 0);
     if (error != QNetworkReply::NoError) {
-        m_failure = ZKError(networkErrorDomain, qint64(error), reply->errorString());
+        m_failure = ZKError(networkErrorDomain, qint64(error),
+                            error == QNetworkReply::SslHandshakeFailedError &&
+                                    !m_certificateRefusal.isEmpty()
+                                ? m_certificateRefusal
+                                : reply->errorString());
     } else if (m_announcedLength >= 0 && received < m_announcedLength && !m_failure) {
         // The client library takes a connection that closes early for the
         // end of the body; the file would then silently end short.

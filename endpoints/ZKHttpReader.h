@@ -8,7 +8,6 @@
 #include <QDateTime>
 #include <QList>
 #include <QPointer>
-#include <QSslCertificate>
 #include <QString>
 #include <QUrl>
 #include <QVariantMap>
@@ -49,11 +48,6 @@ public:
 
     ZKHttpReader(const ZKHttpReader &) = delete;
     ZKHttpReader &operator=(const ZKHttpReader &) = delete;
-
-    // Certificate authorities trusted in addition to the system's, by every
-    // HTTPS request of the process from now on. Safe from any thread.
-    static void addTrustedCertificates(const QList<QSslCertificate> &certificates);
-    static QList<QSslCertificate> trustedCertificates();
 
     QVariantMap asPropertyList() const override;
 
@@ -184,6 +178,7 @@ private:
     QString host() const;
 
     QUrl m_url;
+    QString m_password;
     QString m_filename;
     double m_timeout = 0;
     bool m_exists = false;
@@ -211,6 +206,8 @@ private:
     // A failure of the transfer waits behind the data that came before it,
     // and is handed to error() once that data is consumed.
     ZKOptionalError m_failure;
+    // Why the server's certificate was refused, in the user's words.
+    QString m_certificateRefusal;
     bool m_failureReported = false;
     // The body's length as announced (-1: not announced) and as received,
     // so that a connection closed early is never taken for the end.

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKSocket.h"
 
+#include "ZKTrustedCertificates.h"
 #include "ZKUserDefaults.h"
 
 #include <algorithm>
@@ -39,8 +40,6 @@ constexpr quint64 maximumReceiveLength = 1 << 20;
 // A listing is held in memory whole; a server that never stops sending must
 // not take all of it.
 constexpr qsizetype maximumRemainingLength = 64 * 1024 * 1024;
-
-const QString trustedCertificatesKey = QStringLiteral("trustedCertificates");
 
 // One context for every connection of the process: the system's trusted
 // certificates are read once.
@@ -444,14 +443,13 @@ bool ZKSocket::startTls(const QString &host, const ZKSocket *resumeFrom) {
     const long verdict = SSL_get_verify_result(m_ssl);
     const QString fingerprint = fingerprintOf(certificate);
     X509_free(certificate);
-    if (fingerprint.isEmpty() || (verdict != X509_V_OK && !isTrustedCertificate(fingerprint))) {
+    if (fingerprint.isEmpty() ||
+        (verdict != X509_V_OK && !ZKTrustedCertificates::isTrusted(fingerprint))) {
         const QString reason = fingerprint.isEmpty()
                                    ? QStringLiteral("it sent none")
                                    : QString::fromLatin1(X509_verify_cert_error_string(verdict));
         setError(ZKError(errorDomain, EPROTO,
-                         QStringLiteral("The certificate of %1 is not trusted (%2). Its SHA-256 "
-                                        "fingerprint is %3.")
-                             .arg(host, reason, fingerprint)));
+                         ZKTrustedCertificates::refusal(host, reason, fingerprint)));
         disconnect();
         return false;
     }
@@ -530,47 +528,4 @@ void ZKSocket::endTls() {
     SSL_free(m_ssl);
     m_ssl = nullptr;
     ERR_clear_error();
-}
-
-QString ZKSocket::normalizedFingerprint(const QString &fingerprint) {
-    QString digits = fingerprint.trimmed();
-    digits.remove(QLatin1Char(':'));
-    if (digits.size() != 64) {
-        return {};
-    }
-    for (const QChar c : std::as_const(digits)) {
-        if (!isxdigit(c.toLatin1()) || c.unicode() > 127) {
-            return {};
-        }
-    }
-    return QByteArray::fromHex(digits.toLatin1()).toHex(':').toUpper();
-}
-
-bool ZKSocket::trustCertificate(const QString &fingerprint) {
-    const QString normal = normalizedFingerprint(fingerprint);
-    if (normal.isEmpty()) {
-        return false;
-    }
-    ZKUserDefaults &defaults = ZKUserDefaults::standard();
-    QStringList trusted = defaults.objectForKey(trustedCertificatesKey).toStringList();
-    if (!trusted.contains(normal)) {
-        trusted.append(normal);
-        defaults.setObject(trustedCertificatesKey, trusted);
-    }
-    return true;
-}
-
-bool ZKSocket::isTrustedCertificate(const QString &fingerprint) {
-    const QString normal = normalizedFingerprint(fingerprint);
-    if (normal.isEmpty()) {
-        return false;
-    }
-    const QStringList trusted =
-        ZKUserDefaults::standard().objectForKey(trustedCertificatesKey).toStringList();
-    for (const QString &entry : trusted) {
-        if (normalizedFingerprint(entry) == normal) {
-            return true;
-        }
-    }
-    return false;
 }

@@ -105,15 +105,6 @@ public:
     // or not positive, since 0 would mean waiting for ever.
     static qint32 downloadTimeoutSeconds();
 
-    // Certificates the user trusts whatever signed them, by their SHA-256
-    // fingerprint, kept in the "trustedCertificates" preference. A
-    // fingerprint is 64 hexadecimal digits, with or without colons between
-    // pairs; trustCertificate() answers false for anything else.
-    static bool trustCertificate(const QString &fingerprint);
-    static bool isTrustedCertificate(const QString &fingerprint);
-    // "AB:CD:..." from any accepted spelling; empty when it is none.
-    static QString normalizedFingerprint(const QString &fingerprint);
-
     // Strict decoding: nullopt for bytes that are not valid UTF-8.
     static std::optional<QString> decodeUtf8(const QByteArray &bytes);
 

@@ -517,20 +517,61 @@ void TestZKCommandLine::passwordsStayOutOfOutputAndQueues() {
         QSKIP(qPrintable(ftp.errorString()));
     }
     QDir(m_dir.path()).mkpath(QStringLiteral("secret"));
-    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("secret/a")), "payload"));
+    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("secret/a")),
+                                     ZKTestSupport::randomBytes(300000, 5)));
     const QString queue = path(QStringLiteral("secret/q.queue"));
     QUrl withPassword = ftp.url(QStringLiteral("/up/"));
     withPassword.setPassword(ftp.password());
-    QByteArray output;
-    int status =
-        runCli({QStringLiteral("copy"), path(QStringLiteral("secret/a")), withPassword.toString(),
-                QStringLiteral("--save"), queue, QStringLiteral("--verbose")},
-               &output);
+    // Slow enough to be looked at by others while it runs.
+    QProcess process;
+    process.setProcessEnvironment(m_environment);
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(QStringLiteral(FERROWICK_CLI),
+                  {QStringLiteral("copy"), path(QStringLiteral("secret/a")),
+                   withPassword.toString(), QStringLiteral("--save"), queue,
+                   QStringLiteral("--verbose"), QStringLiteral("--limit"), QStringLiteral("150K")});
+    QVERIFY(process.waitForReadyRead(20000));
+    const QByteArray shown =
+        ZKTestSupport::readFile(QStringLiteral("/proc/%1/cmdline").arg(process.processId()));
+    QVERIFY2(shown.contains(withPassword.host().toUtf8()), shown.constData());
+    QVERIFY2(!shown.contains(ftp.password().toUtf8()),
+             QByteArray(shown).replace('\0', ' ').constData());
+    QVERIFY(process.waitForFinished(60000));
+    QByteArray output = process.readAll();
+    int status = process.exitCode();
     QVERIFY2(status == 0, output.constData());
     QVERIFY2(!output.contains(ftp.password().toUtf8()), output.constData());
     QVERIFY(!ZKTestSupport::readFile(queue).isEmpty());
     QVERIFY2(!ZKTestSupport::readFile(queue).contains(ftp.password().toUtf8()),
              "the saved queue holds the password");
+
+    // A web address with a password: used, never kept.
+    ZKHttpServers http;
+    QDir(m_dir.path()).mkpath(QStringLiteral("secret/web/private"));
+    const QByteArray page = ZKTestSupport::randomBytes(100000, 6);
+    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("secret/web/private/p.bin")), page));
+    if (!http.startNginx(path(QStringLiteral("secret/web")))) {
+        QFAIL(qPrintable(http.errorString()));
+    }
+    QUrl web = http.nginxUrl(QStringLiteral("/private/p.bin"));
+    web.setUserName(ZKHttpServers::privateUser());
+    web.setPassword(ZKHttpServers::privatePassword());
+    const QString webQueue = path(QStringLiteral("secret/web.queue"));
+    status = runCli({QStringLiteral("copy"), web.toString(), path(QStringLiteral("secret/got")),
+                     QStringLiteral("--verify"), QStringLiteral("--save"), webQueue,
+                     QStringLiteral("--verbose")},
+                    &output);
+    QVERIFY2(status == 0, output.constData());
+    QCOMPARE(ZKTestSupport::readFile(path(QStringLiteral("secret/got/p.bin"))), page);
+    for (const QByteArray &text : {output, ZKTestSupport::readFile(webQueue)}) {
+        QVERIFY2(!text.contains(ZKHttpServers::privatePassword().toUtf8()), text.constData());
+    }
+    web.setPassword(QStringLiteral("wrong-Secret-4711"));
+    status = runCli({QStringLiteral("copy"), web.toString(), path(QStringLiteral("secret/got2")),
+                     QStringLiteral("--verbose")},
+                    &output);
+    QVERIFY2(status == 1 && output.contains("401"), output.constData());
+    QVERIFY2(!output.contains("wrong-Secret-4711"), output.constData());
 
     const QByteArray wrong = "wrong-Secret-4711";
     status = runCli({QStringLiteral("copy"), path(QStringLiteral("secret/a")),

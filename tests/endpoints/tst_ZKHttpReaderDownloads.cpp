@@ -13,9 +13,11 @@
 #include "ZKReaderFactory.h"
 #include "ZKTaskState.h"
 #include "ZKTestSupport.h"
+#include "ZKTrustedCertificates.h"
 #include "ZKUserDefaults.h"
 
 #include <QCoreApplication>
+#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -209,17 +211,23 @@ void TestZKHttpReaderDownloads::untrustedCertificateFailsUntilTrusted() {
     QVERIFY(refused->error());
     QCOMPARE(refused->error()->domain(), ZKHttpReader::networkErrorDomain);
     QCOMPARE(refused->error()->code(), qint64(QNetworkReply::SslHandshakeFailedError));
-    QVERIFY(refused->error()->localizedDescription().startsWith(
-        QStringLiteral("SSL handshake failed")));
+    const QString fingerprint = QString::fromLatin1(
+        m_servers.certificate().digest(QCryptographicHash::Sha256).toHex(':').toUpper());
+    const QString text = refused->error()->localizedDescription();
+    QVERIFY2(
+        text.startsWith(QStringLiteral("The certificate of 127.0.0.1 is not trusted (")) &&
+            text.endsWith(QStringLiteral("). Its SHA-256 fingerprint is %1.").arg(fingerprint)),
+        qUtf8Printable(text));
     // The text the row shows.
-    QTRY_COMPARE(refused->detail(),
-                 QStringLiteral("Failed: %1").arg(refused->error()->localizedDescription()));
+    QTRY_COMPARE(refused->detail(), QStringLiteral("Failed: %1").arg(text));
     QVERIFY(!QFileInfo::exists(out(QStringLiteral("data.bin"))));
 
-    // Trusted by this process only; the system's store is left alone.
-    const QSslCertificate certificate = m_servers.certificate();
-    QVERIFY(!certificate.isNull());
-    ZKHttpReader::addTrustedCertificates({certificate});
+    // Trusted by the user, as "ferrowick-cli trust" does; the system's store
+    // is left alone.
+    QVERIFY(ZKTrustedCertificates::trust(fingerprint));
+    auto untrust = qScopeGuard([] {
+        ZKUserDefaults::standard().setObject(QStringLiteral("trustedCertificates"), QVariant());
+    });
     auto trusted = makeTask(url);
     runToEnd(*trusted);
     QVERIFY2(trusted->state() == S::Completed, qUtf8Printable(failureText(*trusted)));

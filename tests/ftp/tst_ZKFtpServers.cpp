@@ -19,6 +19,7 @@
 #include "ZKTaskState.h"
 #include "ZKTestSupport.h"
 #include "ZKTransferMode.h"
+#include "ZKTrustedCertificates.h"
 #include "ZKUserDefaults.h"
 #include "ZKVerifyFileOperation.h"
 
@@ -297,7 +298,7 @@ private Q_SLOTS:
                  qPrintable(refusal));
         QVERIFY(!QFileInfo::exists(served("tree")));
 
-        QVERIFY(ZKSocket::trustCertificate(m_server->certificateFingerprint()));
+        QVERIFY(ZKTrustedCertificates::trust(m_server->certificateFingerprint()));
         state = runTask(localReader("tree"), ftpFolder("/"), ZKTransferMode::Copy, true);
         QVERIFY2(state == S::Completed, qPrintable(stateText(state)));
         state = runTask(ftpReader("/tree/"), localFolder("down"), ZKTransferMode::Copy, true);
@@ -365,7 +366,7 @@ private Q_SLOTS:
         QFETCH(bool, secure);
         START_SERVER_WITH(QStringLiteral("127.0.0.1"), secure);
         if (secure) {
-            QVERIFY(ZKSocket::trustCertificate(m_server->certificateFingerprint()));
+            QVERIFY(ZKTrustedCertificates::trust(m_server->certificateFingerprint()));
         }
         const QByteArray content = ZKTestSupport::randomBytes(8 * 1000 * 1000, 15);
         QVERIFY(ZKTestSupport::writeFile(served("served.bin"), content));

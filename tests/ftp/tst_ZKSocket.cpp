@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKSocket.h"
 #include "ZKTestSupport.h"
+#include "ZKTrustedCertificates.h"
 #include "ZKUserDefaults.h"
 
 #include <QTest>
@@ -196,9 +197,9 @@ private Q_SLOTS:
         QFETCH(QString, given);
         QFETCH(QString, normal);
         ZKUserDefaults::standard().setObject(QStringLiteral("trustedCertificates"), QVariant());
-        QCOMPARE(ZKSocket::normalizedFingerprint(given), normal);
-        QCOMPARE(ZKSocket::trustCertificate(given), !normal.isEmpty());
-        QCOMPARE(ZKSocket::isTrustedCertificate(normal.toLower().remove(':')), !normal.isEmpty());
+        QCOMPARE(ZKTrustedCertificates::normalizedFingerprint(given), normal);
+        QCOMPARE(ZKTrustedCertificates::trust(given), !normal.isEmpty());
+        QCOMPARE(ZKTrustedCertificates::isTrusted(normal.toLower().remove(':')), !normal.isEmpty());
     }
 
     void invalidUtf8IsNoString() {

@@ -148,6 +148,14 @@ bool ZKHttpServers::startNginx(const QString &root) {
     for (const char *name : {"body", "proxy", "fastcgi", "uwsgi", "scgi"}) {
         dir.mkpath(QString::fromLatin1(name));
     }
+    QFile users(dir.filePath(QStringLiteral("users")));
+    if (!users.open(QIODevice::WriteOnly) ||
+        users.write(
+            (privateUser() + QStringLiteral(":{PLAIN}") + privatePassword() + '\n').toUtf8()) < 0) {
+        m_errorString = QStringLiteral("cannot write the nginx users");
+        return false;
+    }
+    users.close();
     for (int attempt = 0; attempt < startAttempts; ++attempt) {
         m_nginxPort = freePort();
         m_nginxHttpsPort = freePort();
@@ -180,6 +188,10 @@ bool ZKHttpServers::startNginx(const QString &root) {
                 "        ssl_certificate %1/cert.pem;\n"
                 "        ssl_certificate_key %1/key.pem;\n"
                 "        root %4;\n"
+                "        location /private/ {\n"
+                "            auth_basic private;\n"
+                "            auth_basic_user_file %1/users;\n"
+                "        }\n"
                 "    }\n"
                 "}\n")
                 .arg(d)

@@ -34,6 +34,9 @@ public:
     QUrl nginxUrl(const QString &path) const;
     QUrl nginxHttpsUrl(const QString &path) const;
     QUrl pythonUrl(const QString &path) const;
+    // nginx asks for a user name and password below /private/: these.
+    static QString privateUser() { return QStringLiteral("reader"); }
+    static QString privatePassword() { return QStringLiteral("Pw-private-9173"); }
 
     // One line per request nginx answered: method, path, status, the Range
     // header asked for, the body bytes sent and the If-Range header.
