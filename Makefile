@@ -52,7 +52,7 @@ bench: build
 screenshots: build
 	bash scripts/screenshots.sh $(BUILD) docs
 
-# FUZZ_TARGET=ftp_listing|ftp_reply|ftp_passive|ftp_url|http_head|queue_loader, FUZZ_SECONDS=300
+# FUZZ_TARGET=ftp_listing|ftp_reply|ftp_passive|ftp_url|http_head|queue_loader|--all, FUZZ_SECONDS=300
 fuzz:
 	bash scripts/fuzz.sh $(or $(FUZZ_TARGET),ftp_listing) $(or $(FUZZ_SECONDS),60)
 

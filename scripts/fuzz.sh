@@ -5,8 +5,8 @@
 # Builds the libFuzzer targets of fuzz/ with clang into build-fuzz/ and runs
 # one of them for a number of seconds.
 #
-#   scripts/fuzz.sh [TARGET [SECONDS]]     TARGET: ftp_listing, ftp_reply, ftp_passive,
-#                                          ftp_url, http_head or queue_loader
+#   scripts/fuzz.sh [TARGET [SECONDS]]     TARGET: one of the targets below
+#   scripts/fuzz.sh --all [SECONDS]         every target in turn, one line each
 #   scripts/fuzz.sh --build-only
 #
 # The corpus grows in build-fuzz/corpus/TARGET, seeded from fuzz/corpus/TARGET;
@@ -14,9 +14,15 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
+targets=(ftp_listing ftp_reply ftp_passive ftp_url http_head queue_loader)
 target=${1:-ftp_listing}
 seconds=${2:-60}
 build=build-fuzz
+
+if [[ ! " ${targets[*]} --all --build-only " =~ " $target " ]]; then
+  echo "fuzz.sh: unknown target '$target' (${targets[*]})" >&2
+  exit 2
+fi
 
 # Only fuzzing needs clang and its libFuzzer runtime; the normal build does not.
 if ! command -v clang++ >/dev/null || ! dpkg -s libclang-rt-14-dev >/dev/null 2>&1; then
@@ -32,17 +38,29 @@ cmake -S fuzz -B "$build" -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWit
 cmake --build "$build" -j"$(nproc)"
 [ "$target" = "--build-only" ] && exit 0
 
-case "$target" in
-  ftp_listing | ftp_reply | ftp_passive | ftp_url | http_head | queue_loader) ;;
-  *)
-    echo "fuzz.sh: unknown target '$target' (ftp_listing, ftp_reply, ftp_passive," \
-      "ftp_url, http_head or queue_loader)" >&2
-    exit 2
-    ;;
-esac
+run() {
+  local corpus="$build/corpus/$1"
+  mkdir -p "$corpus" "$build/artifacts"
+  "$build/fuzz_$1" "$corpus" "fuzz/corpus/$1" \
+    -max_total_time="$2" -max_len=8192 -timeout=10 -rss_limit_mb=2048 \
+    -artifact_prefix="$build/artifacts/${1}-" -print_final_stats=1
+}
 
-corpus="$build/corpus/$target"
-mkdir -p "$corpus" "$build/artifacts"
-exec "$build/fuzz_$target" "$corpus" "fuzz/corpus/$target" \
-  -max_total_time="$seconds" -max_len=8192 -timeout=10 -rss_limit_mb=2048 \
-  -artifact_prefix="$build/artifacts/${target}-" -print_final_stats=1
+if [ "$target" = "--all" ]; then
+  seconds=${2:-30}
+  failed=0
+  for t in "${targets[@]}"; do
+    log="$build/$t.log"
+    if run "$t" "$seconds" >"$log" 2>&1; then
+      runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
+      echo "fuzz_$t: ${runs:-?} runs in ${seconds} s, no finding"
+    else
+      tail -n 60 "$log"
+      echo "fuzz_$t: FAILED, the input is in $build/artifacts/"
+      failed=1
+    fi
+  done
+  exit "$failed"
+fi
+
+run "$target" "$seconds"

@@ -12,6 +12,8 @@ packages=(
   qt6-base-dev qt6-base-dev-tools libqt6dbus6 libqt6network6
   libplist-dev libicu-dev libsecret-1-dev libcanberra-dev libasound2-dev libssl-dev
   clang-format
+  # the fuzz targets, built apart with clang and its libFuzzer runtime
+  clang libclang-rt-14-dev
   # the desktop window: its drawings, and real windows for the screenshots
   qt6-svg-dev libqt6svg6 xvfb xauth desktop-file-utils appstream shared-mime-info
   # packaging and its check: the Debian package's dependencies, file types and
