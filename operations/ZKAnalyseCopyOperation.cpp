@@ -147,6 +147,20 @@ bool ZKAnalyseCopyOperation::isPartialCopyFrom(const ZKReaderPtr &source, const 
     return isPartialCopyFrom(*source, *copy, operation, error);
 }
 
+bool ZKAnalyseCopyOperation::hasSameContents(ZKReader &source, ZKReader &copy) {
+    if (!source.seekToPosition(0) || !copy.seekToPosition(0)) {
+        return false;
+    }
+    while (source.hasMoreData()) {
+        const QByteArray original = source.readBlock();
+        if (isCancelled() || original.isEmpty() ||
+            copy.readBlockOfLength(quint64(original.size())) != original) {
+            return false;
+        }
+    }
+    return !copy.hasMoreData();
+}
+
 bool ZKAnalyseCopyOperation::linkIsLeftAlone(bool isLink) const {
     if (!isLink) {
         return false;
@@ -253,9 +267,14 @@ void ZKAnalyseCopyOperation::analyseFileCopyFrom(ZKReader &source, ZKReader &cop
     if (copy.isLink()) {
         // Never written through: the link is the conflict, not its target.
     } else if (copy.size() == source.size()) {
+        // The last case is a copy stopped after its last byte but before its
+        // date was set, by a stop that came before the queue could note the
+        // file as this task's own: the bytes are the source's already.
+        // Compared in full, so only where both are on this machine.
         if (isFinishedCopy(source.size(), source.modificationDate(), copy.size(),
                            copy.modificationDate()) ||
-            isOwnWork(copy.url())) {
+            isOwnWork(copy.url()) ||
+            (source.isLocal() && copy.isLocal() && hasSameContents(source, copy))) {
             m_bytesAlreadyCopied = copy.size();
             adopt(copy.url());
             return;

@@ -116,6 +116,7 @@ private:
     // written by this task.
     void adopt(const QUrl &url);
     bool isOwnWork(const QUrl &url) const;
+    bool hasSameContents(ZKReader &source, ZKReader &copy);
     bool linkIsLeftAlone(bool isLink) const;
     void skip(const QUrl &url) { m_mutableSkippedUrls.insert(standardizedUrl(url)); }
     void takeOffTotal(quint64 size) { m_totalBytes -= std::min(m_totalBytes, size); }

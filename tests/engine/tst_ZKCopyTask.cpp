@@ -102,7 +102,8 @@ QList<qint32> TestZKCopyTask::runToEnd(ZKCopyTask &task) {
 }
 
 void TestZKCopyTask::stepsThroughTheStates_data() {
-    QTest::addColumn<QString>("before"); // "copy": already copied; "missing": no source
+    QTest::addColumn<QString>("before"); // "copy": already copied; "missing": no source;
+                                         // "undated": copied, without the date
     QTest::addColumn<qsizetype>("size");
     QTest::addColumn<bool>("verify");
     QTest::addColumn<qint32>("mode");
@@ -121,6 +122,10 @@ void TestZKCopyTask::stepsThroughTheStates_data() {
     QTest::newRow("already copied")
         << "copy" << qsizetype(100000) << false << qint32(ZKTransferMode::Copy)
         << QList<qint32>{S::Preparing, S::Completed};
+    // Cut off before its date was set, and not known as the task's own.
+    QTest::newRow("identical copy without its date")
+        << "undated" << qsizetype(100000) << false << qint32(ZKTransferMode::Move)
+        << QList<qint32>{S::Preparing, S::PendingRemoval, S::Removing, S::Completed};
     // Another file of the same size and date passes the quick look, but a
     // move compares it in full before it removes the only other copy.
     QTest::newRow("move onto another file of the same size and date")
@@ -142,6 +147,9 @@ void TestZKCopyTask::stepsThroughTheStates() {
     const QByteArray content = randomBytes(size, 7);
     const bool failing = before == "missing";
     QVERIFY(failing || writeFile(path("src"), content));
+    if (before == "undated") {
+        QVERIFY(writeFile(path("out/src"), content));
+    }
     if (before == "copy" || before == "disguised") {
         QVERIFY(writeFile(path("out/src"), before == "copy" ? content : randomBytes(size, 8)));
         QFile copy(path("out/src"));
