@@ -291,13 +291,7 @@ void TestZKCommandLine::transfersOverFtpAndHttp() {
     QDir().mkpath(web);
     const QByteArray page = ZKTestSupport::randomBytes(200000, 7);
     QVERIFY(ZKTestSupport::writeFile(web + QStringLiteral("/page.bin"), page));
-    if (!ftp.start() || !http.startNginx(web)) {
-        const QString reason = ftp.errorString() + http.errorString();
-        if (ZKFtpServers::mustRun()) {
-            QFAIL(qPrintable(reason));
-        }
-        QSKIP(qPrintable(reason));
-    }
+    ZK_REQUIRE_STARTED(ftp.start() && http.startNginx(web), ftp.errorString() + http.errorString());
     const QByteArray a = ZKTestSupport::randomBytes(150000, 8);
     QDir().mkpath(path(QStringLiteral("net")));
     QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("net/a")), a));
@@ -483,12 +477,7 @@ void TestZKCommandLine::runRetriesFailedTasks() {
 // A queue saved with an FTP account keeps no password; run is given it.
 void TestZKCommandLine::runTakesFtpPasswordFromStdin() {
     ZKFtpServers ftp(ZKFtpServers::PureFtpd);
-    if (!ftp.start()) {
-        if (ZKFtpServers::mustRun()) {
-            QFAIL(qPrintable(ftp.errorString()));
-        }
-        QSKIP(qPrintable(ftp.errorString()));
-    }
+    ZK_REQUIRE_STARTED(ftp.start(), ftp.errorString());
     const QByteArray a = ZKTestSupport::randomBytes(120000, 9);
     QDir(m_dir.path()).mkpath(QStringLiteral("account"));
     QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("account/a")), a));
@@ -510,12 +499,7 @@ void TestZKCommandLine::runTakesFtpPasswordFromStdin() {
 // saved queue.
 void TestZKCommandLine::passwordsStayOutOfOutputAndQueues() {
     ZKFtpServers ftp(ZKFtpServers::PureFtpd);
-    if (!ftp.start()) {
-        if (ZKFtpServers::mustRun()) {
-            QFAIL(qPrintable(ftp.errorString()));
-        }
-        QSKIP(qPrintable(ftp.errorString()));
-    }
+    ZK_REQUIRE_STARTED(ftp.start(), ftp.errorString());
     QDir(m_dir.path()).mkpath(QStringLiteral("secret"));
     QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("secret/a")),
                                      ZKTestSupport::randomBytes(300000, 5)));
@@ -550,9 +534,7 @@ void TestZKCommandLine::passwordsStayOutOfOutputAndQueues() {
     QDir(m_dir.path()).mkpath(QStringLiteral("secret/web/private"));
     const QByteArray page = ZKTestSupport::randomBytes(100000, 6);
     QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("secret/web/private/p.bin")), page));
-    if (!http.startNginx(path(QStringLiteral("secret/web")))) {
-        QFAIL(qPrintable(http.errorString()));
-    }
+    ZK_REQUIRE_STARTED(http.startNginx(path(QStringLiteral("secret/web"))), http.errorString());
     QUrl web = http.nginxUrl(QStringLiteral("/private/p.bin"));
     web.setUserName(ZKHttpServers::privateUser());
     web.setPassword(ZKHttpServers::privatePassword());

@@ -83,19 +83,6 @@ class TestZKFaultScenarios : public QObject {
         return {Fault(fault), times, Target(target)};
     }
 
-    // A server that cannot be started fails the test under CI and skips it
-    // elsewhere; answers whether the test goes on.
-    static bool serverStarted(bool started, const QString &reason) {
-        if (!started) {
-            if (ZKFtpServers::mustRun()) {
-                QTest::qFail(qPrintable(reason), __FILE__, __LINE__);
-            } else {
-                QTest::qSkip(qPrintable(reason), __FILE__, __LINE__);
-            }
-        }
-        return started;
-    }
-
     // Where a fault strikes: anywhere in the file but its very ends.
     qint64 cutPoint() const { return 1 + qint64(QRandomGenerator::global()->bounded(m_size - 2)); }
 
@@ -204,9 +191,7 @@ private Q_SLOTS:
     void ftpDownload() {
         const Scenario scenario = fetchScenario();
         ZKFtpServers server(ZKFtpServers::Vsftpd);
-        if (!serverStarted(server.start(), server.errorString())) {
-            return;
-        }
+        ZK_REQUIRE_STARTED(server.start(), server.errorString());
         QVERIFY(QFile::copy(path("source.bin"), QDir(server.root()).filePath("served.bin")));
         ZKFaultRelay relay(QStringLiteral("127.0.0.1"), server.port(), ZKFaultRelay::Protocol::Ftp);
         const QString url = relay.relayed(server.url("/served.bin")).toString();
@@ -224,9 +209,7 @@ private Q_SLOTS:
     void ftpUpload() {
         const Scenario scenario = fetchScenario();
         ZKFtpServers server(ZKFtpServers::Vsftpd);
-        if (!serverStarted(server.start(), server.errorString())) {
-            return;
-        }
+        ZK_REQUIRE_STARTED(server.start(), server.errorString());
         ZKFaultRelay relay(QStringLiteral("127.0.0.1"), server.port(), ZKFaultRelay::Protocol::Ftp);
         runTrials(QStringLiteral("FTP upload, %1").arg(QTest::currentDataTag()), [&](int i) {
             const QString folder = QStringLiteral("up%1").arg(i);
@@ -273,18 +256,14 @@ private Q_SLOTS:
         QString served;
         QUrl url;
         if (ftp) {
-            if (!serverStarted(ftpServer.start(), ftpServer.errorString())) {
-                return;
-            }
+            ZK_REQUIRE_STARTED(ftpServer.start(), ftpServer.errorString());
             served = QDir(ftpServer.root()).filePath("served.bin");
             url = ftpServer.url("/served.bin");
         } else {
             QDir().mkpath(path("replaced-www"));
             served = path("replaced-www/served.bin");
-            if (!serverStarted(webServers.startNginx(path("replaced-www")),
-                               webServers.errorString())) {
-                return;
-            }
+            ZK_REQUIRE_STARTED(webServers.startNginx(path("replaced-www")),
+                               webServers.errorString());
             url = webServers.nginxUrl("/served.bin");
         }
         QFile::remove(served);
@@ -352,9 +331,7 @@ private Q_SLOTS:
         QUrl url;
         QString served;
         if (ftp) {
-            if (!serverStarted(ftpServer.start(), ftpServer.errorString())) {
-                return;
-            }
+            ZK_REQUIRE_STARTED(ftpServer.start(), ftpServer.errorString());
             QDir(ftpServer.root()).mkpath("up");
             served =
                 QDir(ftpServer.root()).filePath(upload ? "up/restart-source.bin" : "served.bin");
@@ -362,10 +339,8 @@ private Q_SLOTS:
         } else {
             QDir().mkpath(path("restart-www"));
             served = path("restart-www/served.bin");
-            if (!serverStarted(webServers.startNginx(path("restart-www")),
-                               webServers.errorString())) {
-                return;
-            }
+            ZK_REQUIRE_STARTED(webServers.startNginx(path("restart-www")),
+                               webServers.errorString());
             url = webServers.nginxUrl("/served.bin");
         }
         if (!upload) {
@@ -415,9 +390,7 @@ private:
         ZKHttpServers servers;
         const bool started =
             ranges ? servers.startNginx(path("www")) : servers.startPythonServer(path("www"));
-        if (!serverStarted(started, servers.errorString())) {
-            return;
-        }
+        ZK_REQUIRE_STARTED(started, servers.errorString());
         const QUrl served =
             ranges ? servers.nginxUrl("/served.bin") : servers.pythonUrl("/served.bin");
         ZKFaultRelay relay(QStringLiteral("127.0.0.1"), quint16(served.port()),

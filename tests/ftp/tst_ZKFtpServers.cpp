@@ -92,12 +92,7 @@ bool isResting(qint32 state) {
         QFETCH(int, kind);                                                                         \
         m_server = std::make_unique<ZKFtpServers>(ZKFtpServers::Kind(kind), host);                 \
         m_server->setSecure(secure);                                                               \
-        if (!m_server->start()) {                                                                  \
-            if (ZKFtpServers::mustRun()) {                                                         \
-                QFAIL(qPrintable(m_server->errorString()));                                        \
-            }                                                                                      \
-            QSKIP(qPrintable(m_server->errorString()));                                            \
-        }                                                                                          \
+        ZK_REQUIRE_STARTED(m_server->start(), m_server->errorString());                            \
     } while (false)
 #define START_SERVER() START_SERVER_WITH(QStringLiteral("127.0.0.1"), false)
 

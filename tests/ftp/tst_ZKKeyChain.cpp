@@ -1,7 +1,6 @@
 // SPDX-FileCopyrightText: 2026 Ferrowick developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKFtpReader.h"
-#include "ZKFtpServers.h"
 #include "ZKKeyChain.h"
 #include "ZKPropertyListParser.h"
 #include "ZKPropertyListSerialization.h"
@@ -43,14 +42,9 @@ private Q_SLOTS:
     void initTestCase() {
         ZKTestSupport::isolateSettings();
         ZKUserDefaults::standard().setInteger(QStringLiteral("downloadTimeout"), 2);
-        if (!m_service.start()) {
-            const QString reason =
-                QStringLiteral("No Secret Service for the test: %1").arg(m_service.errorString());
-            if (ZKFtpServers::mustRun()) {
-                QFAIL(qPrintable(reason));
-            }
-            QSKIP(qPrintable(reason));
-        }
+        ZK_REQUIRE_STARTED(
+            m_service.start(),
+            QStringLiteral("No Secret Service for the test: %1").arg(m_service.errorString()));
     }
 
     // One item per host and user: storing again replaces it.

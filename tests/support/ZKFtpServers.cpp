@@ -94,10 +94,6 @@ QString ZKFtpServers::program(Kind kind) {
     return QFileInfo(path).isExecutable() ? path : QString();
 }
 
-bool ZKFtpServers::mustRun() {
-    return qEnvironmentVariable("CI") == QLatin1String("true");
-}
-
 bool ZKFtpServers::fail(const QString &reason) {
     m_errorString = QStringLiteral("%1: %2").arg(name(m_kind), reason);
     stop();

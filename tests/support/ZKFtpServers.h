@@ -33,8 +33,6 @@ public:
     static QString name(Kind kind);
     // The daemon's program, or empty when it is not on this machine.
     static QString program(Kind kind);
-    // Whether missing servers fail a test (under CI) rather than skip it.
-    static bool mustRun();
 
     // Before start(): explicit TLS (AUTH TLS) with a certificate made for
     // localhost, 127.0.0.1 and ::1, required for logins and data alike, and

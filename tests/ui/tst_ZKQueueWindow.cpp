@@ -242,12 +242,7 @@ void TestZKQueueWindow::conflictIsAskedOverItsWindow() {
 
 void TestZKQueueWindow::ftpSourceAddedThroughItsPanelDownloads() {
     ZKFtpServers server(ZKFtpServers::Vsftpd);
-    if (!server.start()) {
-        if (ZKFtpServers::mustRun()) {
-            QFAIL(qPrintable(server.errorString()));
-        }
-        QSKIP(qPrintable(server.errorString()));
-    }
+    ZK_REQUIRE_STARTED(server.start(), server.errorString());
     const QByteArray content = randomBytes(200000, 5);
     QVERIFY(writeFile(QDir(server.root()).filePath("remote.bin"), content));
     server.handOver(server.root());
