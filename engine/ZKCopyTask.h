@@ -180,7 +180,9 @@ private:
     QString m_sourceFilename;
     mutable std::optional<QString> m_sourceIcon;
     QString m_destinationFilename;
-    bool m_sourceIsLocal = true;
+    // Set with the source, which may be changed on a worker; read by the
+    // row's texts on the main thread.
+    std::atomic<bool> m_sourceIsLocal{true};
     QString m_detail;
     QString m_description;
     std::atomic<double> m_dataRate{0};
