@@ -11,10 +11,9 @@
 #include <QUrl>
 #include <QVariantMap>
 
+#include <ctime>
 #include <limits>
 #include <memory>
-
-#include <ctime>
 
 struct statx;
 

@@ -331,11 +331,11 @@ void ZKHttpReader::startRequest(quint64 position) {
     m_silenceStart.reset();
     // The password given with the address is used, and never kept with the
     // address: what is logged, shown or saved holds none.
-    QUrl target = m_url;
+    QUrl requested = m_url;
     if (!m_password.isEmpty()) {
-        target.setPassword(m_password, QUrl::DecodedMode);
+        requested.setPassword(m_password, QUrl::DecodedMode);
     }
-    QNetworkRequest request(target);
+    QNetworkRequest request(requested);
     request.setRawHeader("Range", QByteArrayLiteral("bytes=") + QByteArray::number(position) + '-');
     const QByteArray version = ifRangeValue();
     m_askedIfRange = !version.isEmpty();
@@ -360,7 +360,7 @@ void ZKHttpReader::startRequest(quint64 position) {
     QObject::connect(reply, &QNetworkReply::finished, reply, [this] { requestFinished(); });
     QObject::connect(reply, &QNetworkReply::redirected, reply, [this](const QUrl &target) {
         qCInfo(lcEndpoints) << "Following a redirect from" << m_url.toString() << "to"
-                            << target.toString();
+                            << target.toDisplayString();
     });
     // A certificate the system does not vouch for passes only when the user
     // trusts it by its fingerprint.

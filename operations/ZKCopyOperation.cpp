@@ -2,9 +2,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKCopyOperation.h"
 
-#include "ZKFileSystemReader.h"
-
 #include "ZKAnalyseCopyOperation.h"
+#include "ZKFileSystemReader.h"
 #include "ZKLogging.h"
 
 #include <QFile>
@@ -471,8 +470,8 @@ void ZKCopyOperation::copyContents(ZKReader &reader, ZKWriter &file, quint64 pos
 // block loop must not continue.
 bool ZKCopyOperation::copyLocally(ZKReader &reader, ZKWriter &file, quint64 position) {
     // The reader's own descriptor: the source's path may name another file
-    // by now. The kernel's copy reads at the offset given, so the reader's
-    // position is left alone.
+    // by now. The kernel's copy reads at the offsets given; the reader is
+    // put at the right place again at the end.
     const auto *source = dynamic_cast<const ZKFileSystemReader *>(&reader);
     const int in = source ? source->descriptor() : -1;
     if (in < 0) {
