@@ -6,6 +6,7 @@
 #include "ZKLogging.h"
 #include "ZKReader.h"
 
+#include <QCoreApplication>
 #include <QRegularExpression>
 
 #include <cerrno>
@@ -508,6 +509,35 @@ void ZKFtpClient::removeDirectory(const QString &name) {
 void ZKFtpClient::removeFile(const QString &name) {
     clearError();
     command(QStringLiteral("DELE"), name);
+}
+
+bool ZKFtpClient::renameItem(const QString &fromPath, const QString &toPath) {
+    clearError();
+    sendControlRequest(QStringLiteral("RNFR"), fromPath);
+    const std::optional<QString> pending = error() ? std::nullopt : readControlResponse();
+    if (error()) {
+        return false;
+    }
+    // Only 350 lets RNTO follow: any other answer, even a success, means the
+    // server is not waiting for a target, and RNTO would be taken on its own.
+    if (!pending || !pending->startsWith(QLatin1String("350"))) {
+        setClientError(2, QCoreApplication::translate("ZKFtpClient",
+                                                      "The server did not accept renaming '%1': %2")
+                              .arg(fromPath, pending.value_or(absentText)));
+        return false;
+    }
+    sendControlRequest(QStringLiteral("RNTO"), toPath);
+    const std::optional<QString> done = error() ? std::nullopt : readControlResponse();
+    if (error()) {
+        return false;
+    }
+    if (!done || !done->startsWith(QLatin1Char('2'))) {
+        setClientError(2, QCoreApplication::translate(
+                              "ZKFtpClient", "The server did not finish renaming '%1' to '%2': %3")
+                              .arg(fromPath, toPath, done.value_or(absentText)));
+        return false;
+    }
+    return true;
 }
 
 ZKFtpItem ZKFtpClient::itemFromSizeReply(const QString &name, const QString &reply) const {

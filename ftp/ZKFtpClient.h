@@ -19,8 +19,9 @@
 // A thin synchronous FTP control client over one ZKSocket, with a passive
 // data connection per transfer or listing. It knows AUTH, USER, PASS, PBSZ,
 // PROT, TYPE, FEAT, EPSV, PASV, REST, RETR, APPE, ABOR, CWD, CDUP, MKD, RMD,
-// DELE, MLSD, NLST and SIZE, and no other command: uploads always append, and the working
-// directory is tracked here rather than asked of the server.
+// DELE, RNFR, RNTO, MLSD, NLST and SIZE, and no other command: uploads always
+// append, and the working directory is tracked here rather than asked of the
+// server.
 //
 // Every operation leaves its outcome in error(); the caller inspects it after
 // each call. Endpoints that share one connection count their uses with
@@ -76,6 +77,11 @@ public:
     void createDirectory(const QString &name);
     void removeDirectory(const QString &name);
     void removeFile(const QString &name);
+    // RNFR, then RNTO once the server has answered 350; paths are relative
+    // to the working directory unless they begin with "/". What the server
+    // does with an existing target is its own choice: some replace it, some
+    // refuse. False, with error() set, when either step fails.
+    bool renameItem(const QString &fromPath, const QString &toPath);
 
     // The working directory's entries. With MLSD (when the server announced
     // it) one listing tells names, types, sizes and dates; entries of

@@ -461,6 +461,41 @@ private Q_SLOTS:
         QVERIFY(!m_server->received().contains("DELE"));
     }
 
+    void renameOnTheWire_data() {
+        QTest::addColumn<QByteArray>("rnfr");
+        QTest::addColumn<QByteArray>("rnto");
+        QTest::addColumn<QStringList>("sent");
+        QTest::addColumn<QString>("error");
+        const QStringList both{"RNFR a.part", "RNTO a.bin"};
+        QTest::newRow("renamed") << QByteArray("350 Ready for RNTO\r\n")
+                                 << QByteArray("250 Rename successful\r\n") << both << QString();
+        QTest::newRow("no such file") << QByteArray("550 a.part: No such file\r\n") << QByteArray()
+                                      << QStringList{"RNFR a.part"} << "a.part: No such file";
+        // Anything but 350 means no rename is pending: an RNTO would stand alone.
+        QTest::newRow("success without waiting")
+            << QByteArray("250 Whatever\r\n") << QByteArray() << QStringList{"RNFR a.part"}
+            << "The server did not accept renaming 'a.part': 250 Whatever";
+        QTest::newRow("target refused")
+            << QByteArray("350 Ready\r\n") << QByteArray("553 Not allowed\r\n") << both
+            << "Not allowed";
+    }
+
+    void renameOnTheWire() {
+        QFETCH(QByteArray, rnfr);
+        QFETCH(QByteArray, rnto);
+        QFETCH(QString, error);
+        m_server->setReply("RNFR", rnfr);
+        if (!rnto.isNull()) {
+            m_server->setReply("RNTO", rnto);
+        }
+        connectAndLogIn();
+        const bool renamed =
+            m_client->renameItem(QStringLiteral("a.part"), QStringLiteral("a.bin"));
+        QCOMPARE(renamed, error.isEmpty());
+        QCOMPARE(describe(m_client->error()), error);
+        QTEST(commandsAfterLogin(), "sent");
+    }
+
     void parentPath_data() {
         QTest::addColumn<QString>("path");
         QTest::addColumn<QString>("parent");

@@ -462,6 +462,55 @@ private Q_SLOTS:
                      : "the copy is neither version");
     }
 
+    void renamesItems_data() {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("folder"); // the working directory
+        QTest::addColumn<QString>("from");
+        QTest::addColumn<QString>("to");
+        for (const ZKFtpServers::Kind kind :
+             {ZKFtpServers::Vsftpd, ZKFtpServers::PureFtpd, ZKFtpServers::Proftpd}) {
+            const QString name = ZKFtpServers::name(kind);
+            QTest::addRow("%s, within the folder", qPrintable(name)) << int(kind) << "in"
+                                                                     << "a.part"
+                                                                     << "a.bin";
+            QTest::addRow("%s, from above", qPrintable(name)) << int(kind) << ""
+                                                              << "in/a.part"
+                                                              << "in/a.bin";
+            QTest::addRow("%s, onto an existing file", qPrintable(name)) << int(kind) << "in"
+                                                                         << "a.part"
+                                                                         << "old.bin";
+        }
+    }
+
+    // A finished upload takes its real name in one step. All three servers
+    // replace an existing file with the renamed one.
+    void renamesItems() {
+        START_SERVER();
+        QFETCH(QString, folder);
+        QFETCH(QString, from);
+        QFETCH(QString, to);
+        const QByteArray content = ZKTestSupport::randomBytes(100000, 51);
+        QVERIFY(QDir(m_server->root()).mkdir(QStringLiteral("in")));
+        QVERIFY(ZKTestSupport::writeFile(served("in/a.part"), content));
+        QVERIFY(ZKTestSupport::writeFile(served("in/old.bin"), "old"));
+        m_server->handOver(m_server->root());
+
+        ZKFtpClient client;
+        client.connectToHost(QStringLiteral("127.0.0.1"), m_server->port());
+        client.loginWithUsername(m_server->username(), m_server->password());
+        client.changePath(folder.split('/', Qt::SkipEmptyParts));
+        QVERIFY2(!client.error(), qPrintable(describe(client.error())));
+        QVERIFY2(client.renameItem(from, to), qPrintable(describe(client.error())));
+        QVERIFY(!client.error());
+        QVERIFY(!QFileInfo::exists(served("in/a.part")));
+        QCOMPARE(ZKTestSupport::readFile(served("in/" + QFileInfo(to).fileName())), content);
+        const QStringList left = QDir(served("in")).entryList(QDir::Files);
+        QCOMPARE(QSet<QString>(left.begin(), left.end()),
+                 QSet<QString>({QFileInfo(to).fileName(), QStringLiteral("old.bin")}));
+        // The connection goes on: the next command gets its own reply.
+        QVERIFY(client.itemWithName(to));
+    }
+
     void moveRemovesTheSourceOnlyAfterTheCheck_data() { serverKinds(); }
 
     void moveRemovesTheSourceOnlyAfterTheCheck() {
