@@ -8,6 +8,7 @@
 #include "ZKQueueState.h"
 #include "ZKQueueWindow.h"
 #include "ZKReaderFactory.h"
+#include "ZKTaskRegistry.h"
 
 #include <QDBusContext>
 #include <QFileInfo>
@@ -16,6 +17,8 @@ const QString ZKQueueScriptingAdaptor::noSuchQueueError =
     QStringLiteral("com.velmarind.Ferrowick.Error.NoSuchQueue");
 const QString ZKQueueScriptingAdaptor::invalidArgumentError =
     QStringLiteral("com.velmarind.Ferrowick.Error.InvalidArgument");
+const QString ZKQueueScriptingAdaptor::alreadyQueuedError =
+    QStringLiteral("com.velmarind.Ferrowick.Error.AlreadyQueued");
 
 ZKQueueScriptingAdaptor::ZKQueueScriptingAdaptor(ZKAppDelegate &delegate, QObject *parent)
     : QDBusAbstractAdaptor(parent)
@@ -105,6 +108,14 @@ uint ZKQueueScriptingAdaptor::AddSources(uint queue, const QStringList &sources,
                        QStringLiteral("\u201c%1\u201d cannot be a destination folder%2")
                            .arg(destination, reason.isEmpty() ? QStringLiteral(".")
                                                               : QStringLiteral(": ") + reason));
+        return 0;
+    }
+    // Refused before any task is made, as a mistake is, and for the same
+    // reason: a script that adds the same sources again learns it at once.
+    QStringList refused = ZKTaskRegistry::refusalsForSources(readers, writer);
+    refused.removeAll(QString());
+    if (!refused.isEmpty()) {
+        sendErrorReply(alreadyQueuedError, refused.join(QLatin1Char(' ')));
         return 0;
     }
     return uint(document->addTasks(readers, writer, document->countOfTasks()).size());

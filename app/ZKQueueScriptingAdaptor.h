@@ -21,6 +21,9 @@ public:
 
     static const QString noSuchQueueError;
     static const QString invalidArgumentError;
+    // The source is queued already for that destination, here or in
+    // another queue: the message names the queue.
+    static const QString alreadyQueuedError;
 
 public Q_SLOTS:
     // The numbers of the open queues, with their names in the same order.
@@ -29,6 +32,7 @@ public Q_SLOTS:
     uint NewQueue();
     // Tasks at the end of the queue, one per source, to the destination
     // folder (a path or an ftp:// address); answers how many were added.
+    // Nothing is added when a source is queued for that destination already.
     uint AddSources(uint queue, const QStringList &sources, const QString &destination);
     void Start(uint queue);
     void Pause(uint queue);

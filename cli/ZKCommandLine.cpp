@@ -12,6 +12,7 @@
 #include "ZKQueueState.h"
 #include "ZKReaderFactory.h"
 #include "ZKSpeedLimitPanel.h"
+#include "ZKTaskRegistry.h"
 #include "ZKTaskState.h"
 #include "ZKTerminalPresenter.h"
 #include "ZKTransferMode.h"
@@ -348,6 +349,15 @@ int ZKCommandLine::transfer(const QStringList &arguments, bool move) {
             return badUsage;
         }
         sources.append(reader);
+    }
+    // One item named twice would be two tasks writing the same files at once.
+    QStringList refused = ZKTaskRegistry::refusalsForSources(sources, destination);
+    refused.removeAll(QString());
+    if (!refused.isEmpty()) {
+        for (const QString &reason : std::as_const(refused)) {
+            printError(reason);
+        }
+        return badUsage;
     }
 
     ZKFerrowickDocument document;

@@ -20,6 +20,7 @@
 #include "ZKReaderFactory.h"
 #include "ZKSchedulePanel.h"
 #include "ZKSpeedLimitPanel.h"
+#include "ZKTaskRegistry.h"
 #include "ZKTaskState.h"
 #include "ZKTimeFormatter.h"
 #include "ZKTransferMode.h"
@@ -135,10 +136,10 @@ const QString kCopyTaskType = QStringLiteral("CopyTask");
 const QString kSpeedLimitRate = QStringLiteral("MaximumTransferRate");
 
 // The open queues of this process, so that a task dragged between two of
-// them can be found in the one it comes from. Main thread only.
+// them can be found in the one it comes from, and no transfer is queued in
+// two. Main thread only.
 QSet<ZKFerrowickDocument *> &liveDocuments() {
-    static QSet<ZKFerrowickDocument *> documents;
-    return documents;
+    return ZKTaskRegistry::openQueues();
 }
 
 // "process document task", each a number.
@@ -471,6 +472,7 @@ bool ZKFerrowickDocument::readFromPropertyList(const QVariantMap &plist) {
     Q_EMIT speedLimitAndScheduleReplaced();
 
     QList<ZKTaskPtr> tasks;
+    QList<qsizetype> taskEntries; // the saved entry of each task
     m_unreadTaskEntries.clear();
     const QVariantList entries = plist.value(kTasks).toList();
     for (qsizetype i = 0; i < entries.size(); ++i) {
@@ -478,6 +480,7 @@ bool ZKFerrowickDocument::readFromPropertyList(const QVariantMap &plist) {
         if (reason.isEmpty()) {
             if (auto task = ZKPropertyListParser::parseObjectOfType<ZKTask>(entries[i].toMap())) {
                 tasks.append(task);
+                taskEntries.append(i);
                 continue;
             }
             reason = QStringLiteral("It cannot be re-created.");
@@ -486,6 +489,20 @@ bool ZKFerrowickDocument::readFromPropertyList(const QVariantMap &plist) {
             << QStringLiteral("Keeping task entry %1 unread: %2").arg(i + 1).arg(reason);
         m_unreadTaskEntries.append({i, entries[i], reason});
     }
+    // A transfer that another open queue holds already stays in the file as
+    // it was: run beside that one, it would write the same files.
+    const QStringList refused = ZKTaskRegistry::refusalsForTasks(tasks);
+    for (qsizetype t = tasks.size() - 1; t >= 0; --t) {
+        if (!refused[t].isEmpty()) {
+            const qsizetype i = taskEntries[t];
+            qCWarning(lcEngine).noquote()
+                << QStringLiteral("Keeping task entry %1 unread: %2").arg(i + 1).arg(refused[t]);
+            m_unreadTaskEntries.append({i, entries[i], refused[t]});
+            tasks.removeAt(t);
+        }
+    }
+    std::sort(m_unreadTaskEntries.begin(), m_unreadTaskEntries.end(),
+              [](const UnreadTaskEntry &a, const UnreadTaskEntry &b) { return a.index < b.index; });
     ZKIndexList indexes;
     for (qsizetype i = 0; i < tasks.size(); ++i) {
         indexes.append(i);
@@ -902,7 +919,8 @@ void ZKFerrowickDocument::setAutoRetryItems(bool on) {
 // ---- the task list
 
 QList<ZKTaskPtr> ZKFerrowickDocument::addTasks(const QList<ZKReaderPtr> &sources,
-                                               const ZKWriterPtr &destination, qsizetype index) {
+                                               const ZKWriterPtr &destination, qsizetype index,
+                                               QStringList *refusals) {
     QList<ZKTaskPtr> tasks;
     ZKIndexList indexes;
     for (const auto &source : sources) {
@@ -920,7 +938,7 @@ QList<ZKTaskPtr> ZKFerrowickDocument::addTasks(const QList<ZKReaderPtr> &sources
         indexes.append(index + tasks.size());
         tasks.append(task);
     }
-    ZKMainQueue::sync([&] { insertTasks(tasks, indexes); });
+    ZKMainQueue::sync([&] { tasks = insertTasks(tasks, indexes, refusals); });
     startNextTask();
     return tasks;
 }
@@ -947,15 +965,43 @@ void ZKFerrowickDocument::connectTask(const ZKTaskPtr &task) {
     refreshTaskProgress(raw);
 }
 
-void ZKFerrowickDocument::insertTasks(const QList<ZKTaskPtr> &tasks, const ZKIndexList &indexes) {
-    for (const auto &task : tasks) {
+QList<ZKTaskPtr> ZKFerrowickDocument::insertTasks(const QList<ZKTaskPtr> &tasks,
+                                                  const ZKIndexList &indexes,
+                                                  QStringList *refusals) {
+    // The one door into a queue, and so the one place where a transfer that
+    // an open queue holds already is turned away.
+    const QStringList reasons = ZKTaskRegistry::refusalsForTasks(tasks);
+    QList<ZKTaskPtr> taken;
+    ZKIndexList takenIndexes;
+    QStringList refused;
+    for (qsizetype i = 0; i < std::min(tasks.size(), indexes.size()); ++i) {
+        if (!reasons[i].isEmpty()) {
+            refused.append(reasons[i]);
+            continue;
+        }
+        // The indexes are ascending: the tasks after a refused one close up.
+        taken.append(tasks[i]);
+        takenIndexes.append(indexes[i] - refused.size());
+    }
+    if (refusals) {
+        *refusals = refused;
+    }
+    if (!refused.isEmpty()) {
+        qCInfo(lcEngine).noquote() << "Refused:" << refused.join(QLatin1Char(' '));
+        Q_EMIT tasksRefused(refused);
+        if (taken.isEmpty()) {
+            return {};
+        }
+    }
+    for (const auto &task : taken) {
         connectTask(task);
     }
-    m_taskQueue.insertTasks(tasks, indexes);
+    m_taskQueue.insertTasks(taken, takenIndexes);
     Q_EMIT tasksChanged();
     announceTexts();
     sendQueueActivityNotification();
     updateChangeCount();
+    return taken;
 }
 
 void ZKFerrowickDocument::removeTasksAtIndexes(const ZKIndexList &indexes) {
@@ -1177,8 +1223,8 @@ void ZKFerrowickDocument::copySources(ZKPasteboard &pasteboard) const {
     m_taskQueue.copyUrlsToPasteboard(pasteboard);
 }
 
-void ZKFerrowickDocument::paste(const QList<QByteArray> &taskItems, const QList<QUrl> &urls,
-                                qsizetype index) {
+qsizetype ZKFerrowickDocument::paste(const QList<QByteArray> &taskItems, const QList<QUrl> &urls,
+                                     qsizetype index) {
     QList<ZKTaskPtr> tasks;
     ZKIndexList indexes;
     for (const QByteArray &data : taskItems) {
@@ -1188,15 +1234,13 @@ void ZKFerrowickDocument::paste(const QList<QByteArray> &taskItems, const QList<
             tasks.append(task);
         }
     }
-    if (!tasks.isEmpty()) {
-        insertTasks(tasks, indexes);
-        index += tasks.size();
-    }
+    const qsizetype joined = tasks.isEmpty() ? 0 : insertTasks(tasks, indexes).size();
     if (!urls.isEmpty()) {
-        createTasksWithReaders(ZKReaderFactory::readersWithUrls(urls), index);
+        createTasksWithReaders(ZKReaderFactory::readersWithUrls(urls), index + joined);
     } else {
         startNextTask();
     }
+    return joined;
 }
 
 // ---- sources arriving
@@ -1286,6 +1330,12 @@ bool ZKFerrowickDocument::dropItemsAtIndex(qsizetype index, const QMimeData &pas
             moveTaskFromIndex(indexOfTask(task), index);
             return true;
         }
+        // Asked before it leaves its queue, so that a refusal keeps it there.
+        if (const QStringList refused = ZKTaskRegistry::refusalsForTasks({task});
+            !refused.first().isEmpty()) {
+            Q_EMIT tasksRefused(refused);
+            return false;
+        }
         // The same task changes queues and goes on where it was: a copy made
         // from its saved form could run beside it.
         from->removeTasksAtIndexes({from->indexOfTask(task)});
@@ -1306,8 +1356,8 @@ bool ZKFerrowickDocument::dropItemsAtIndex(qsizetype index, const QMimeData &pas
     if (taskItems.isEmpty() && urls.isEmpty()) {
         return false;
     }
-    paste(taskItems, urls, index);
-    return true;
+    // Tasks that were turned away stay in the queue they came from.
+    return paste(taskItems, urls, index) > 0 || !urls.isEmpty();
 }
 
 void ZKFerrowickDocument::draggedItemWasTaken(qsizetype originalIndex, Qt::DropAction action) {

@@ -145,9 +145,15 @@ public:
 
     // ---- the task list
     // Downloads (sources that are not local) are always created in Copy mode.
+    // Answers the tasks that joined the queue; see insertTasks.
     QList<ZKTaskPtr> addTasks(const QList<ZKReaderPtr> &sources, const ZKWriterPtr &destination,
-                              qsizetype index);
-    void insertTasks(const QList<ZKTaskPtr> &tasks, const ZKIndexList &indexes);
+                              qsizetype index, QStringList *refusals = nullptr);
+    // A task whose source and destination equal those of a task that has not
+    // ended in any open queue of the process is refused: both would write the
+    // same files at once. Answers the tasks that joined; the refused ones are
+    // told, one reason each, in refusals and by tasksRefused.
+    QList<ZKTaskPtr> insertTasks(const QList<ZKTaskPtr> &tasks, const ZKIndexList &indexes,
+                                 QStringList *refusals = nullptr);
     void removeTasksAtIndexes(const ZKIndexList &indexes);
     qsizetype countOfTasks() const { return m_taskQueue.count(); }
     ZKTaskPtr objectInTasksAtIndex(qsizetype index) const { return m_taskQueue.taskAtIndex(index); }
@@ -220,7 +226,8 @@ public:
     void copyItems(const ZKIndexList &indexes, ZKPasteboard &pasteboard) const;
     void copySources(ZKPasteboard &pasteboard) const;
     // Tasks from the pasteboard's task items, then readers for its URLs.
-    void paste(const QList<QByteArray> &taskItems, const QList<QUrl> &urls, qsizetype index);
+    // Answers how many of the task items joined the queue.
+    qsizetype paste(const QList<QByteArray> &taskItems, const QList<QUrl> &urls, qsizetype index);
 
     // ---- texts
     QString description() const;
@@ -251,6 +258,9 @@ Q_SIGNALS:
     void speedLimitAndScheduleReplaced();
     // The queue finished (the completion notice has been given).
     void queueCompleted();
+    // Tasks that arrived together were turned away, each for the reason
+    // given (see insertTasks).
+    void tasksRefused(const QStringList &reasons);
 
 private:
     // How a deferred call reaches back to the document. It goes dead as soon

@@ -25,6 +25,7 @@
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QMimeData>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
@@ -52,6 +53,7 @@ private Q_SLOTS:
     void scriptsDriveAQueue();
     void badScriptCallsGetClearErrors_data();
     void badScriptCallsGetClearErrors();
+    void sourcesAreQueuedOncePerDestination();
 
 private:
     QString path(const QString &name) const { return QDir(m_dir->path()).filePath(name); }
@@ -398,6 +400,48 @@ void TestZKApplication::badScriptCallsGetClearErrors() {
         runGdbus({QStringLiteral("com.velmarind.Ferrowick.Queue.ListQueues")}, &output, &error),
         qUtf8Printable(error));
     QCOMPARE(window->document()->countOfTasks(), 0);
+}
+
+// A script that adds the same source again, a window that gets the same file
+// dropped twice: one task, and a refusal that names the queue holding it.
+void TestZKApplication::sourcesAreQueuedOncePerDestination() {
+    QVERIFY(writeFile(path("a"), "a") && writeFile(path("b"), "b"));
+    ZKDocumentController &controller = m_delegate->documentController();
+    ZKQueueWindow *first = controller.newDocument();
+    ZKQueueWindow *second = controller.newDocument();
+    const QString firstId = QString::number(controller.identifierOfDocument(first->document()));
+    const QString secondId = QString::number(controller.identifierOfDocument(second->document()));
+    const QString queue = QStringLiteral("com.velmarind.Ferrowick.Queue.AddSources");
+    const QString sources = QStringLiteral("['%1']").arg(path("a"));
+    const QString refusal =
+        QStringLiteral("com.velmarind.Ferrowick.Error.AlreadyQueued: \u201ca\u201d is already "
+                       "queued for this destination in \u201c%1\u201d.")
+            .arg(first->document()->displayName());
+
+    QString output, error;
+    for (int call = 0; call < 4; ++call) {
+        const bool added =
+            runGdbus({queue, call < 3 ? firstId : secondId, sources, path("out")}, &output, &error);
+        QVERIFY2(added == (call == 0), qUtf8Printable(output + error));
+        QVERIFY2(call == 0 || error.contains(refusal), qUtf8Printable(error));
+    }
+    QVERIFY(!runGdbus({queue, secondId, QStringLiteral("['%1', '%1']").arg(path("b")), path("out")},
+                      &output, &error));
+    QVERIFY2(error.contains(QStringLiteral("\u201cb\u201d is given more than once")),
+             qUtf8Printable(error));
+    QCOMPARE(first->document()->countOfTasks(), 1);
+    QCOMPARE(second->document()->countOfTasks(), 0);
+
+    // Dropped on the window: the new file is added, the queued one is not.
+    second->document()->setDefaultDestination(
+        ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(path("out"))));
+    QMimeData drop;
+    drop.setUrls({QUrl::fromLocalFile(path("a")), QUrl::fromLocalFile(path("b"))});
+    for (int time = 0; time < 2; ++time) {
+        QVERIFY(second->addSourcesFromMimeData(drop, 0));
+    }
+    QCOMPARE(second->document()->countOfTasks(), 1);
+    QCOMPARE(first->document()->countOfTasks(), 1);
 }
 
 int main(int argc, char **argv) {

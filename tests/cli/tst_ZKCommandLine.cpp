@@ -48,6 +48,8 @@ private Q_SLOTS:
     void runTakesFtpPasswordFromStdin();
     void passwordsStayOutOfOutputAndQueues();
     void refusalsAndSkipsAreNamed();
+    void sameSourceTwiceIsRefused_data();
+    void sameSourceTwiceIsRefused();
 
 private:
     QString path(const QString &name) const { return QDir(m_dir.path()).filePath(name); }
@@ -588,6 +590,29 @@ void TestZKCommandLine::refusalsAndSkipsAreNamed() {
              1);
     QVERIFY2(output.contains("which is inside it."), output.constData());
     QVERIFY(!QFileInfo::exists(path(QStringLiteral("odd/x/sub/x"))));
+}
+
+void TestZKCommandLine::sameSourceTwiceIsRefused_data() {
+    QTest::addColumn<QString>("second");
+    QTest::newRow("the same path") << "twice/a";
+    QTest::newRow("spelt another way") << "twice/./sub/../a/";
+}
+
+// Two tasks for one item would write the same files at once.
+void TestZKCommandLine::sameSourceTwiceIsRefused() {
+    QFETCH(QString, second);
+    QVERIFY(QDir(m_dir.path()).mkpath(QStringLiteral("twice/sub")));
+    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("twice/a")), "a"));
+    QByteArray output;
+    QCOMPARE(runCli({QStringLiteral("copy"), path(QStringLiteral("twice/a")), path(second),
+                     path(QStringLiteral("twice/out"))},
+                    &output),
+             2);
+    QVERIFY2(output.contains("\xe2\x80\x9c"
+                             "a\xe2\x80\x9d is given more than once for this "
+                             "destination."),
+             output.constData());
+    QVERIFY(!QFileInfo::exists(path(QStringLiteral("twice/out"))));
 }
 
 int main(int argc, char **argv) {

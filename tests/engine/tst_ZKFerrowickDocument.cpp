@@ -22,6 +22,8 @@
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
+#include <QMimeData>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
@@ -61,6 +63,10 @@ private Q_SLOTS:
     void droppedRowsStayOneTask();
     void sourcesWithoutDestinationAskForOne_data();
     void sourcesWithoutDestinationAskForOne();
+    void sameTransferIsQueuedOnce_data();
+    void sameTransferIsQueuedOnce();
+    void refusalsOfOneArrivalComeTogether();
+    void savedTwinOfAQueuedTaskStaysInItsFile();
 
 private:
     QString path(const QString &name) const { return QDir(m_dir->path()).filePath(name); }
@@ -588,8 +594,10 @@ void TestZKFerrowickDocument::droppedRowsStayOneTask_data() {
                                            << "xy";
     QTest::newRow("to another queue") << "other" << 1 << "ac"
                                       << "xby";
-    QTest::newRow("from another program") << "foreign" << 2 << "ac"
-                                          << "xyb";
+    // Its saved form, taken as from another program: within this one, the
+    // task it was made from still runs, and the copy is refused.
+    QTest::newRow("from another program") << "foreign" << 2 << "abc"
+                                          << "xy";
     QTest::newRow("its queue closed") << "closed" << 0 << ""
                                       << "xy";
 }
@@ -625,8 +633,8 @@ void TestZKFerrowickDocument::droppedRowsStayOneTask() {
     }
     ZKFerrowickDocument &into = where == QStringLiteral("same") ? *source : target;
     const bool taken = into.dropItemsAtIndex(dropIndex, data);
-    QCOMPARE(taken, where != QStringLiteral("closed"));
-    if (source && where != QStringLiteral("same")) {
+    QCOMPARE(taken, where != QStringLiteral("closed") && where != QStringLiteral("foreign"));
+    if (source && taken && where != QStringLiteral("same")) {
         // Only once the other side took it does the row leave.
         QCOMPARE(source->countOfTasks(), where == QStringLiteral("foreign") ? 3 : 2);
         source->draggedItemWasTaken(1, Qt::CopyAction);
@@ -687,17 +695,147 @@ void TestZKFerrowickDocument::sourcesWithoutDestinationAskForOne() {
     for (const auto &task : made) {
         QCOMPARE(task->destination()->url(), outFolder()->url());
     }
-    // Pasted addresses take the same way, and several tasks travel together.
+    // Pasted addresses take the same way, and several tasks travel together
+    // (into an emptied queue: the same transfers are not queued twice).
     if (added) {
         ZKMimeDataPasteboard pasteboard;
         document.copyItems({0, 1}, pasteboard);
         const auto items =
             ZKMimeDataPasteboard::itemsOfType(*pasteboard.mimeData(), ZKTaskQueue::pasteboardType);
         QCOMPARE(items.size(), 2);
-        document.paste(items, {QUrl::fromLocalFile(path("a"))}, 0);
-        QCOMPARE(document.countOfTasks(), 5);
+        document.clearAllItems();
+        QVERIFY(writeFile(path("c"), "c"));
+        document.paste(items, {QUrl::fromLocalFile(path("c"))}, 0);
+        QCOMPARE(document.countOfTasks(), 3);
         QCOMPARE(asked, 2);
     }
+}
+
+void TestZKFerrowickDocument::sameTransferIsQueuedOnce_data() {
+    QTest::addColumn<QString>("first"); // where the queued task stands
+    QTest::addColumn<bool>("sameQueue");
+    QTest::addColumn<QString>("source");
+    QTest::addColumn<QString>("destination");
+    QTest::addColumn<bool>("refused");
+
+    QTest::newRow("dropped twice") << "waiting" << true << "a"
+                                   << "out" << true;
+    QTest::newRow("in another queue") << "waiting" << false << "a"
+                                      << "out" << true;
+    QTest::newRow("spelt another way") << "waiting" << false << "sub/../a/"
+                                       << "out/./" << true;
+    QTest::newRow("suspended") << "suspended" << false << "a"
+                               << "out" << true;
+    QTest::newRow("completed") << "completed" << true << "a"
+                               << "out" << false;
+    QTest::newRow("failed") << "failed" << true << "a"
+                            << "out" << false;
+    QTest::newRow("cancelled") << "cancelled" << false << "a"
+                               << "out" << false;
+    QTest::newRow("to another folder") << "waiting" << true << "a"
+                                       << "elsewhere" << false;
+}
+
+void TestZKFerrowickDocument::sameTransferIsQueuedOnce() {
+    QFETCH(QString, first);
+    QFETCH(bool, sameQueue);
+    QFETCH(QString, source);
+    QFETCH(QString, destination);
+    QFETCH(bool, refused);
+
+    if (first != "failed") {
+        QVERIFY(writeFile(path("a"), randomBytes(3000, 9)));
+    }
+    ZKFerrowickDocument queued;
+    ZKFerrowickDocument other;
+    queued.setUntitledName("First");
+    for (auto *document : {&queued, &other}) {
+        document->setState(first == "completed" ? ZKQueueState::Running : ZKQueueState::Paused);
+    }
+    const auto task = queued.addTasks({reader("a")}, outFolder(), 0).first();
+    QTRY_VERIFY(task->state() != S::PendingPreparation && task->state() != S::Preparing);
+    if (first == "suspended") {
+        queued.suspendAll();
+    } else if (first == "cancelled") {
+        queued.cancelTask(task);
+    }
+    queued.waitForBackgroundWork();
+    const QMap<QString, qint32> expected{{"waiting", S::PendingProcessing},
+                                         {"suspended", S::Suspended},
+                                         {"completed", S::Completed},
+                                         {"failed", S::Failed},
+                                         {"cancelled", S::Cancelled}};
+    QTRY_COMPARE(task->state(), expected.value(first));
+    QVERIFY(writeFile(path("a"), randomBytes(3000, 9)));
+
+    ZKFerrowickDocument &into = sameQueue ? queued : other;
+    const qsizetype before = into.countOfTasks();
+    QSignalSpy told(&into, &ZKFerrowickDocument::tasksRefused);
+    QStringList reasons;
+    const auto added = into.addTasks(
+        {ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(path(source)))},
+        ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(path(destination))), 0,
+        &reasons);
+    QCOMPARE(added.size(), refused ? 0 : 1);
+    QCOMPARE(into.countOfTasks(), before + added.size());
+    const QStringList message{QStringLiteral(
+        "\u201ca\u201d is already queued for this destination in \u201cFirst\u201d.")};
+    QCOMPARE(reasons, refused ? message : QStringList());
+    QCOMPARE(told.size(), refused ? 1 : 0);
+    if (refused) {
+        QCOMPARE(told.first().first().toStringList(), message);
+    }
+}
+
+// A drop of several items tells of all it could not add at once, and adds
+// the rest.
+void TestZKFerrowickDocument::refusalsOfOneArrivalComeTogether() {
+    for (const QString name : {"a", "b", "c"}) {
+        QVERIFY(writeFile(path(name), name.toUtf8()));
+    }
+    ZKFerrowickDocument document;
+    document.setState(ZKQueueState::Paused);
+    document.setDefaultDestination(outFolder());
+    document.addTasks({reader("a"), reader("b")}, outFolder(), 0);
+    QSignalSpy told(&document, &ZKFerrowickDocument::tasksRefused);
+    QMimeData drop;
+    drop.setUrls({QUrl::fromLocalFile(path("c")), QUrl::fromLocalFile(path("a")),
+                  QUrl::fromLocalFile(path("c")), QUrl::fromLocalFile(path("b"))});
+    QVERIFY(document.dropItemsAtIndex(0, drop));
+    QCOMPARE(document.countOfTasks(), 3);
+    QCOMPARE(document.objectInTasksAtIndex(0)->filename(), QStringLiteral("c"));
+    QCOMPARE(told.size(), 1);
+    const QStringList reasons = told.first().first().toStringList();
+    QCOMPARE(reasons.size(), 3);
+    QVERIFY2(reasons[1].contains("given more than once"), qUtf8Printable(reasons[1]));
+}
+
+// Opening a queue that holds a transfer another open queue runs already
+// loses nothing: the entry stays in its file as it was, unread.
+void TestZKFerrowickDocument::savedTwinOfAQueuedTaskStaysInItsFile() {
+    QVERIFY(writeFile(path("a"), "a") && writeFile(path("b"), "b"));
+    ZKFerrowickDocument running;
+    running.setState(ZKQueueState::Paused);
+    running.addTasks({reader("a"), reader("b")}, outFolder(), 0);
+    ZKError error;
+    QVERIFY2(running.writeToFile(path("copy.queue"), &error),
+             qUtf8Printable(error.localizedDescription()));
+    running.clearItems({1});
+
+    ZKFerrowickDocument opened;
+    QVERIFY2(opened.readFromFile(path("copy.queue"), &error),
+             qUtf8Printable(error.localizedDescription()));
+    QCOMPARE(opened.countOfTasks(), 1);
+    QCOMPARE(opened.objectInTasksAtIndex(0)->filename(), QStringLiteral("b"));
+    QCOMPARE(opened.unreadTaskEntries().size(), 1);
+    QCOMPARE(opened.unreadTaskEntries().first().index, 0);
+    QVERIFY2(opened.unreadTaskEntries().first().reason.contains("already queued"),
+             qUtf8Printable(opened.unreadTaskEntries().first().reason));
+    QVERIFY2(opened.writeToFile(path("again.queue"), &error),
+             qUtf8Printable(error.localizedDescription()));
+    QVariantMap again;
+    QVERIFY(ZKFerrowickDocument::readPropertyListFromFile(path("again.queue"), &again));
+    QCOMPARE(again.value("Tasks").toList().size(), 2);
 }
 
 int main(int argc, char **argv) {
