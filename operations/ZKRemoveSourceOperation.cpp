@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKRemoveSourceOperation.h"
 
+#include "ZKFileSystemReader.h"
 #include "ZKLogging.h"
 
 #include <QDir>
@@ -39,6 +40,17 @@ bool isAlreadyRemoved(const ZKReader &source, const ZKReaderPtr &copy) {
     }
     const QFileInfo info(source.url().toLocalFile());
     return !info.exists() && !info.isSymLink() && copy->exists();
+}
+
+// A named pipe, a socket, a device or a name that is not valid UTF-8: no copy
+// could take it, so it was left out, and it stays where it is.
+bool cannotBeCopied(const ZKReader &item) {
+    const auto *local = dynamic_cast<const ZKFileSystemReader *>(&item);
+    return local && !local->skipReason().isEmpty();
+}
+
+QString pathOf(const QUrl &url) {
+    return ZKFileOperation::standardizedUrl(url).path();
 }
 
 } // namespace
@@ -90,7 +102,17 @@ void ZKRemoveSourceOperation::main() {
     m_source->close();
 
     if (!hasError() && !isCancelled() && sourceWriter) {
-        removeItem(*sourceWriter);
+        if (m_keptFolders.isEmpty()) {
+            removeItem(*sourceWriter);
+        } else if (m_source->open()) {
+            removeAllBut(*m_source);
+            m_source->close();
+        } else {
+            takeError(m_source->error(),
+                      ZKError::application(
+                          ZKErrorCode::readFailed,
+                          QStringLiteral("Unable to open '%1'.").arg(m_source->filename())));
+        }
     }
 }
 
@@ -110,7 +132,11 @@ void ZKRemoveSourceOperation::compareSource(ZKReader &source, ZKReader &copy) {
     // link alone, and what it points to stays where it is.
     if (source.isDirectory() && !source.isLink()) {
         source.enumerateContentsOfDirectoryWithBlock([&](const ZKReaderPtr &child) {
-            if (shouldRemoveFile(child->url())) {
+            if (cannotBeCopied(*child)) {
+                // Not at the destination, and not to be lost: it keeps its
+                // folder, and the folders above, in the source.
+                m_keptFolders.insert(pathOf(source.url()));
+            } else if (shouldRemoveFile(child->url())) {
                 child->open();
                 const ZKReaderPtr childCopy = copy.childWithName(child->filename());
                 childCopy->open();
@@ -157,6 +183,41 @@ bool ZKRemoveSourceOperation::sameContents(ZKReader &source, ZKReader &copy) {
         }
     }
     return true;
+}
+
+bool ZKRemoveSourceOperation::leadsToKeptFolder(const QUrl &url) const {
+    const QString path = pathOf(url);
+    return std::any_of(m_keptFolders.cbegin(), m_keptFolders.cend(),
+                       [&](const QString &kept) { return holdsPath(path, kept); });
+}
+
+void ZKRemoveSourceOperation::removeAllBut(ZKReader &folder) {
+    folder.enumerateContentsOfDirectoryWithBlock([&](const ZKReaderPtr &child) {
+        // What the skip patterns left out beside a kept item was never copied
+        // either; with its folder staying, it stays too.
+        if (cannotBeCopied(*child) || !shouldRemoveFile(child->url())) {
+            return ZKEnumerationResultContinue;
+        }
+        if (leadsToKeptFolder(child->url())) {
+            // A folder that turned into a link since the check is left
+            // alone: what it points to was never compared.
+            if (child->open() && child->isDirectory() && !child->isLink()) {
+                removeAllBut(*child);
+            }
+            child->close();
+        } else if (const ZKWriterPtr writer = child->asWriter()) {
+            removeItem(*writer);
+        } else {
+            takeError(child->error(),
+                      ZKError::application(
+                          ZKErrorCode::writeFailed,
+                          QStringLiteral("Unable to remove '%1'.").arg(child->url().path())));
+        }
+        return inProgress() ? ZKEnumerationResultContinue : ZKEnumerationResultStop;
+    });
+    if (folder.error() && !hasError()) {
+        setError(*folder.error());
+    }
 }
 
 void ZKRemoveSourceOperation::removeItem(ZKWriter &writer) {

@@ -18,6 +18,9 @@
 // compared like any other and, not being there, blocks the removal. A link
 // is compared as one item: removal takes the link, not what it points to.
 // A file that stood at the destination before the task is compared in full.
+// An item that no copy could take (a named pipe, a socket, a device, a name
+// that is not valid UTF-8) stays in the source with the folders that lead to
+// it; everything else of the source goes.
 class ZKRemoveSourceOperation : public ZKFileOperation {
 public:
     static std::shared_ptr<ZKRemoveSourceOperation> operationWithSource(ZKReaderPtr source,
@@ -44,6 +47,10 @@ protected:
 private:
     void compareSource(ZKReader &source, ZKReader &copy);
     void removeItem(ZKWriter &writer);
+    // Removes what the folder holds but the items that stay and the folders
+    // on the way to them.
+    void removeAllBut(ZKReader &folder);
+    bool leadsToKeptFolder(const QUrl &url) const;
     void refuse(const QString &message);
     bool sameContents(ZKReader &source, ZKReader &copy);
 
@@ -52,4 +59,6 @@ private:
     ZKReaderPtr m_destinationReader;
     QSet<QUrl> m_preExistingUrls;
     bool m_comparedInFull = false;
+    // The paths of the source folders that hold an item no copy could take.
+    QSet<QString> m_keptFolders;
 };

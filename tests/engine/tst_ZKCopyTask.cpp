@@ -18,6 +18,13 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <cstring>
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
 using S = ZKTaskState;
 using ZKTestSupport::randomBytes;
 using ZKTestSupport::readFile;
@@ -44,6 +51,7 @@ private Q_SLOTS:
     void pauseDuringVerifyResumesAtOffset();
     void moveSurvivesChangesBehindItsBack_data();
     void moveSurvivesChangesBehindItsBack();
+    void moveLeavesWhatCannotBeCopiedInItsFolder();
     void cancelAsksAboutPartialFile_data();
     void cancelAsksAboutPartialFile();
     void savedProcessingTaskContinuesCopying();
@@ -281,6 +289,52 @@ void TestZKCopyTask::moveSurvivesChangesBehindItsBack() {
         } else if (!(fault == "vanish" && names[i] == "b")) {
             QVERIFY2(readFile(path("out/d/" + names[i])) == content, qUtf8Printable(names[i]));
         }
+    }
+}
+
+// Pipes, sockets and names that are not UTF-8 cannot be copied: the move
+// takes everything else and keeps the folders that still hold them.
+void TestZKCopyTask::moveLeavesWhatCannotBeCopiedInItsFolder() {
+    QVERIFY(QDir().mkpath(path("t/deep")) && QDir().mkpath(path("t/plain/inner")));
+    const QByteArray content = randomBytes(200000, 70);
+    for (const QString name : {"t/f", "t/deep/g", "t/plain/inner/h"}) {
+        QVERIFY(writeFile(path(name), content));
+    }
+    QVERIFY(::mkfifo(QFile::encodeName(path("t/pipe")).constData(), 0600) == 0);
+    QVERIFY(::mkfifo(QFile::encodeName(path("t/deep/pipe")).constData(), 0600) == 0);
+    const QByteArray oddName = QFile::encodeName(path("t/odd-")) + "\xff";
+    const int odd = ::open(oddName.constData(), O_CREAT | O_WRONLY, 0600);
+    QVERIFY(odd >= 0 && ::close(odd) == 0);
+    const int listener = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const QByteArray socketPath = QFile::encodeName(path("t/socket"));
+    QVERIFY(size_t(socketPath.size()) < sizeof(address.sun_path));
+    std::memcpy(address.sun_path, socketPath.constData(), size_t(socketPath.size()));
+    QVERIFY(listener >= 0 &&
+            ::bind(listener, reinterpret_cast<sockaddr *>(&address), sizeof(address)) == 0);
+
+    auto task = makeTask("t");
+    task->setTransferMode(ZKTransferMode::Move);
+    runToEnd(*task);
+    ::close(listener);
+    QVERIFY2(task->state() == S::Completed, qUtf8Printable(task->detail()));
+    for (const QString name : {"t/f", "t/deep/g", "t/plain/inner/h"}) {
+        QVERIFY2(readFile(path("out/" + name)) == content, qUtf8Printable(name));
+        QVERIFY2(!QFileInfo::exists(path(name)), qUtf8Printable(name));
+    }
+    QVERIFY(!QFileInfo::exists(path("t/plain")));
+    struct stat status {};
+    QVERIFY(::lstat(QFile::encodeName(path("t/pipe")).constData(), &status) == 0 &&
+            S_ISFIFO(status.st_mode));
+    QVERIFY(::lstat(QFile::encodeName(path("t/deep/pipe")).constData(), &status) == 0 &&
+            S_ISFIFO(status.st_mode));
+    QVERIFY(::lstat(socketPath.constData(), &status) == 0 && S_ISSOCK(status.st_mode));
+    QVERIFY(::lstat(oddName.constData(), &status) == 0 && S_ISREG(status.st_mode));
+    // The task says what it left behind.
+    const QString notes = task->notes().join(QLatin1Char('\n'));
+    for (const QString name : {"t/pipe", "t/deep/pipe", "t/socket", "t/odd-"}) {
+        QVERIFY2(notes.contains(path(name)), qUtf8Printable(notes));
     }
 }
 
