@@ -7,6 +7,7 @@
 #include "ZKBookmark.h"
 #include "ZKFileSystemWriter.h"
 #include "ZKLogging.h"
+#include "ZKPartialFile.h"
 
 #include <cerrno>
 #include <climits>
@@ -16,7 +17,10 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <QDir>
@@ -606,6 +610,41 @@ bool ZKFileSystemReader::hasChanged() const {
     return quint64(now.st_size) != m_openedSize ||
            now.st_mtim.tv_sec != m_openedModification.tv_sec ||
            now.st_mtim.tv_nsec != m_openedModification.tv_nsec;
+}
+
+QByteArray ZKFileSystemReader::identity() const {
+    struct stat status {};
+    if (m_fd < 0 || ::fstat(m_fd, &status) != 0) {
+        return {};
+    }
+    // The date in nanoseconds and the inode's generation tell a file
+    // rewritten in place, or a new one on a reused inode, from the old.
+    QByteArrayList validators{"dev " + QByteArray::number(quint64(status.st_dev)),
+                              "ino " + QByteArray::number(quint64(status.st_ino)),
+                              "mtime " + QByteArray::number(qint64(m_openedModification.tv_sec)) +
+                                  '.' + QByteArray::number(qint64(m_openedModification.tv_nsec))};
+    int generation = 0;
+    if (::ioctl(m_fd, FS_IOC_GETVERSION, &generation) == 0) {
+        validators.append("gen " + QByteArray::number(generation));
+    }
+    return ZKPartialFile::identity(m_url, m_openedSize, validators);
+}
+
+std::optional<QByteArray> ZKFileSystemReader::provenance() const {
+    QByteArray value(4096, Qt::Uninitialized);
+    const ssize_t length =
+        m_fd >= 0 ? ::fgetxattr(m_fd, ZKPartialFile::provenanceAttribute, value.data(),
+                                size_t(value.size()))
+                  : ::lgetxattr(encodedPath().constData(), ZKPartialFile::provenanceAttribute,
+                                value.data(), size_t(value.size()));
+    if (length >= 0) {
+        value.truncate(length);
+        return value;
+    }
+    if (errno == ENOTSUP) {
+        return std::nullopt;
+    }
+    return QByteArray(); // none kept (ENODATA), or too large to be ours
 }
 
 QByteArray ZKFileSystemReader::readBlock() {

@@ -84,6 +84,14 @@ public:
     // True when the open file was written to since it was opened: what was
     // read of it may then mix two versions.
     bool hasChanged() const override;
+    QByteArray identity() const override;
+    // The identity as it was when a copy began from this reader; kept for
+    // the life of the reader only, not in its saved form.
+    void acceptCurrentVersion() override { m_begunIdentity = identity(); }
+    bool isBegunVersion() const override {
+        return !m_begunIdentity.isEmpty() && m_begunIdentity == identity();
+    }
+    std::optional<QByteArray> provenance() const override;
     // The open file itself (-1 when none), for copies the kernel makes: a
     // path looked up again might meanwhile name another file.
     int descriptor() const { return m_fd; }
@@ -127,6 +135,7 @@ private:
     // Length and date of the open file as it was opened.
     quint64 m_openedSize = 0;
     struct timespec m_openedModification {};
+    QByteArray m_begunIdentity;
 
     bool m_exists = false;
     quint64 m_size = 0;

@@ -6,6 +6,7 @@
 #include "ZKBookmark.h"
 #include "ZKFileSystemReader.h"
 #include "ZKLogging.h"
+#include "ZKPartialFile.h"
 
 #include <cerrno>
 #include <climits>
@@ -18,6 +19,7 @@
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <QFile>
@@ -507,6 +509,47 @@ bool ZKFileSystemWriter::removeFile(const QString &name) {
         qCWarning(lcEndpoints).noquote() << QStringLiteral("Unable to remove file \"%1\": %2")
                                                 .arg(QFile::decodeName(child), description);
         setError(systemError(number, description));
+        return false;
+    }
+    return true;
+}
+
+bool ZKFileSystemWriter::renameItem(const QString &from, const QString &to, bool replace) {
+    const QByteArray fromPath = childPath(from);
+    const QByteArray toPath = childPath(to);
+    // One step that no reader can catch half done, and that keeps what the
+    // user has under that name unless told to replace it.
+    int result = ::renameat2(AT_FDCWD, fromPath.constData(), AT_FDCWD, toPath.constData(),
+                             replace ? 0 : RENAME_NOREPLACE);
+    if (result != 0 && !replace && errno == EINVAL) {
+        // A file system without the flag: a hard link fails just as well on
+        // an existing name, and is as atomic.
+        result = ::link(fromPath.constData(), toPath.constData());
+        if (result == 0) {
+            ::unlink(fromPath.constData());
+        }
+    }
+    if (result != 0) {
+        const int number = errno;
+        setError(systemError(
+            number,
+            number == EEXIST
+                ? QStringLiteral("A file named '%1' already exists.").arg(QFile::decodeName(toPath))
+                : QStringLiteral("Unable to rename '%1': %2.")
+                      .arg(QFile::decodeName(fromPath), errnoText(number))));
+        return false;
+    }
+    return true;
+}
+
+bool ZKFileSystemWriter::setProvenance(const QByteArray &identity) {
+    if (m_fd < 0 || identity.isEmpty()) {
+        return false;
+    }
+    if (::fsetxattr(m_fd, ZKPartialFile::provenanceAttribute, identity.constData(),
+                    size_t(identity.size()), 0) != 0) {
+        qCInfo(lcEndpoints).noquote()
+            << "Cannot keep the source's identity with" << path() << ":" << errnoText(errno);
         return false;
     }
     return true;

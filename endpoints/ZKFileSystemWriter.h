@@ -44,6 +44,8 @@ public:
     std::shared_ptr<ZKWriter> createFile(const QString &name) override;
     std::shared_ptr<ZKWriter> createLink(const QString &name, const QString &target) override;
     bool removeFile(const QString &name) override;
+    bool renameItem(const QString &from, const QString &to, bool replace) override;
+    bool setProvenance(const QByteArray &identity) override;
     // Returns false without removing anything when isCancelled answers true.
     bool remove(const std::function<bool()> &isCancelled) override;
     std::shared_ptr<ZKReader> asReader() override;

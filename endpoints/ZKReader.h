@@ -79,6 +79,22 @@ public:
     // The copy writes the item anew from its first byte: the version it now
     // reads is the one that later resumes must match.
     virtual void acceptCurrentVersion() {}
+    // Who the opened item is: its address and size and whatever tells its
+    // versions apart (a local file's inode and date, a server's validator),
+    // in the form ZKPartialFile::identity makes. Empty where the endpoint
+    // cannot tell one version from another: a file begun from such a source
+    // is never continued by another run.
+    virtual QByteArray identity() const { return {}; }
+    // The identity of the source that the opened destination item was written
+    // from, as the item keeps it: empty when it keeps none, nothing at all
+    // when its file system cannot keep one.
+    virtual std::optional<QByteArray> provenance() const { return std::nullopt; }
+    // Whether the opened item is the version a copy of this reader's task
+    // began from (acceptCurrentVersion); what tells a file that may be
+    // continued where the destination keeps no identity. Remote readers keep
+    // the version they noted, also in their saved form; hasChanged() says
+    // when it is another.
+    virtual bool isBegunVersion() const { return !identity().isEmpty(); }
     // Follows a local item that was moved or renamed while the queue was
     // closed; endpoints with nothing to follow keep their address.
     virtual void acquireBookmark() {}

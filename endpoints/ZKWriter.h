@@ -28,6 +28,15 @@ public:
     virtual std::shared_ptr<ZKWriter> createFile(const QString &name) = 0;
     virtual std::shared_ptr<ZKWriter> createLink(const QString &name, const QString &target) = 0;
     virtual bool removeFile(const QString &name) = 0;
+    // Gives the item called from in this folder the name to. Without
+    // replace, an item already called to is kept and the rename fails.
+    virtual bool renameItem(const QString &from, const QString &to, bool replace) = 0;
+    // Keeps the source's identity with the open file. False where the
+    // destination cannot keep it; the copy goes on without.
+    virtual bool setProvenance(const QByteArray &identity) {
+        Q_UNUSED(identity);
+        return false;
+    }
     // isCancelled is asked before anything is removed.
     virtual bool remove(const std::function<bool()> &isCancelled) = 0;
     virtual std::shared_ptr<ZKReader> asReader() = 0;

@@ -11,6 +11,7 @@
 #include "ZKMainQueue.h"
 #include "ZKNotificationCenter.h"
 #include "ZKNotificationNames.h"
+#include "ZKPartialFile.h"
 #include "ZKPreferences.h"
 #include "ZKPropertyListParser.h"
 #include "ZKQuestionPresenter.h"
@@ -265,6 +266,8 @@ void ZKCopyTask::process() {
     operation->setCopyOwnership(defaults.boolForKey(ZKPreferences::copyOwnership));
     operation->setSymbolicLinkHandling(
         qint32(defaults.integerForKey(ZKPreferences::symbolicLinkAction)));
+    // A verified copy takes its real name once the verification passed.
+    operation->setGivesRealNames(!isVerifyEnabled());
     runOperation(operation, S::Processing, [this](ZKFileOperation &op) { endProcess(op); });
 }
 
@@ -400,6 +403,15 @@ void ZKCopyTask::endPrepare(ZKFileOperation &op) {
         m_notes = operation.notes();
     }
     Q_EMIT notesChanged();
+    if (operation.mutableSkippedUrls().contains(
+            ZKFileOperation::standardizedUrl(source()->url()))) {
+        // The user chose to leave the item where something of its name
+        // stands: nothing is copied, and nothing is removed either.
+        setProgressBytes(0);
+        setTotalBytes(0);
+        setState(S::Completed);
+        return;
+    }
     if (total != 0 && total == already) {
         setTotalBytes(total);
         if (isVerifyEnabled()) {
@@ -417,6 +429,9 @@ void ZKCopyTask::endPrepare(ZKFileOperation &op) {
 }
 
 void ZKCopyTask::endProcess(ZKFileOperation &op) {
+    // Unfinished files it wrote anew are its own from now on, to be
+    // continued after a pause.
+    setReplacedUrls(op.replacedUrls());
     if (endsByCancellation(op, S::PendingProcessing)) {
         return;
     }
@@ -475,7 +490,8 @@ void ZKCopyTask::cancel() {
             return;
         }
         const auto dest = destination();
-        const QString path = QDir(dest->description()).filePath(filename());
+        const QString partName = ZKPartialFile::nameFor(filename());
+        const QString path = QDir(dest->description()).filePath(partName);
         bool deletePartial = false;
         onMain([&] {
             ZKQuestion question;
@@ -486,7 +502,7 @@ void ZKCopyTask::cancel() {
             deletePartial = ZKQuestionPresenter::askShared(question).button == 0;
         });
         if (deletePartial && dest->open()) {
-            dest->removeFile(filename());
+            dest->removeFile(partName);
             dest->close();
         }
     });
@@ -512,13 +528,12 @@ bool ZKCopyTask::isPartialCopy(qint32 previousState) {
     if (!destReader) {
         return false;
     }
-    const auto child = destReader->childWithName(filename());
+    // Only the unfinished file of a single file: a folder's unfinished
+    // files are continued or written anew by its next copy.
+    const auto child = destReader->childWithName(ZKPartialFile::nameFor(filename()));
     const bool opened = child->open() && src->open();
-    bool partial = false;
-    if (opened && !child->error() && !src->error() && child->url() != src->url() &&
-        child->size() < src->size()) {
-        partial = ZKAnalyseCopyOperation::isPartialCopyFrom(src, child, nullptr, nullptr);
-    }
+    const bool partial = opened && !child->error() && !src->error() && child->exists() &&
+                         !child->isDirectory() && !child->isLink() && !src->isDirectory();
     child->close();
     src->close();
     return partial;

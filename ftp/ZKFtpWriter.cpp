@@ -307,6 +307,40 @@ bool ZKFtpWriter::removeFile(const QString &name) {
     return true;
 }
 
+bool ZKFtpWriter::renameItem(const QString &from, const QString &to, bool replace) {
+    if (!m_isDirectory) {
+        fail(ZKErrorCode::createFailed,
+             QStringLiteral("Cannot rename a file in '%1'.").arg(m_url.path()));
+        return false;
+    }
+    ftp()->changePath(ZKFtpUrl::pathComponents(m_url));
+    if (ftp()->error()) {
+        fail(ZKErrorCode::createFailed,
+             QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
+        return false;
+    }
+    // The servers replace an existing name on RNTO: what the user has there
+    // is kept unless told otherwise, at the price of a look first.
+    if (!replace) {
+        const std::shared_ptr<ZKReader> folder = asReader();
+        const bool opened = folder->open();
+        const bool taken = opened && folder->fileInfoForChild(to).has_value();
+        folder->close();
+        if (taken) {
+            fail(ZKErrorCode::conflict,
+                 QStringLiteral("A file named '%1' already exists.").arg(m_url.path() + u'/' + to));
+            return false;
+        }
+    }
+    if (!ftp()->renameItem(from, to)) {
+        fail(
+            ZKErrorCode::createFailed,
+            QStringLiteral("Unable to rename '%1' to '%2': %3").arg(from, to, clientDescription()));
+        return false;
+    }
+    return true;
+}
+
 bool ZKFtpWriter::removeContents(const std::function<bool()> &isCancelled) {
     const std::shared_ptr<ZKReader> reader = asReader();
     ZKOptionalError childError;

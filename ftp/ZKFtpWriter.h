@@ -62,6 +62,7 @@ public:
     std::shared_ptr<ZKWriter> createFile(const QString &name) override;
     std::shared_ptr<ZKWriter> createLink(const QString &name, const QString &target) override;
     bool removeFile(const QString &name) override;
+    bool renameItem(const QString &from, const QString &to, bool replace) override;
     // Removes the target, a folder with everything in it. Works also on a
     // writer that was never opened: it then connects for the removal.
     bool remove(const std::function<bool()> &isCancelled) override;

@@ -3,6 +3,7 @@
 #include "ZKAnalyseCopyOperation.h"
 
 #include "ZKLogging.h"
+#include "ZKPartialFile.h"
 #include "ZKReaderFactory.h"
 
 #include <QFileInfo>
@@ -147,18 +148,88 @@ bool ZKAnalyseCopyOperation::isPartialCopyFrom(const ZKReaderPtr &source, const 
     return isPartialCopyFrom(*source, *copy, operation, error);
 }
 
-bool ZKAnalyseCopyOperation::hasSameContents(ZKReader &source, ZKReader &copy) {
-    if (!source.seekToPosition(0) || !copy.seekToPosition(0)) {
+bool ZKAnalyseCopyOperation::holdsSource(const ZKReader &source, const ZKReader &copy) {
+    if (copy.size() != source.size()) {
         return false;
     }
-    while (source.hasMoreData()) {
-        const QByteArray original = source.readBlock();
-        if (isCancelled() || original.isEmpty() ||
-            copy.readBlockOfLength(quint64(original.size())) != original) {
-            return false;
-        }
+    // Only a file that says it came from this very version of this source
+    // counts as its copy: equal sizes and dates prove nothing.
+    const std::optional<QByteArray> provenance = copy.provenance();
+    if (provenance) {
+        return !provenance->isEmpty() && *provenance == source.identity();
     }
-    return !copy.hasMoreData();
+    // A destination that keeps no identity: its size and date must do.
+    return isFinishedCopy(source.size(), source.modificationDate(), copy.size(),
+                          copy.modificationDate());
+}
+
+bool ZKAnalyseCopyOperation::holdsSource(const ZKFileInfo &item, const ZKFileInfo &existing) {
+    const ZKReaderPtr original = ZKReaderFactory::readerWithUrl(item.url);
+    const ZKReaderPtr copy = ZKReaderFactory::readerWithUrl(existing.url);
+    if (!original || !copy) {
+        return false;
+    }
+    const bool holds = original->open() && copy->open() && holdsSource(*original, *copy);
+    copy->close();
+    original->close();
+    return holds;
+}
+
+quint64 ZKAnalyseCopyOperation::continuableBytes(ZKReader &source, ZKReader &part) {
+    if (!part.exists() || part.isDirectory() || part.isLink() || part.size() == 0 ||
+        part.size() > source.size()) {
+        return 0;
+    }
+    const std::optional<QByteArray> provenance = part.provenance();
+    if (provenance) {
+        return !provenance->isEmpty() && *provenance == source.identity() ? part.size() : 0;
+    }
+    // The destination keeps no identity: only this task's own file, from a
+    // source its saved validators still recognise, and never on the
+    // strength of the sampled blocks alone.
+    if (!isOwnWork(part.url()) || source.hasChanged() || !source.isBegunVersion()) {
+        return 0;
+    }
+    const bool partial = isPartialCopyFrom(source, part, this, nullptr);
+    source.seekToPosition(0);
+    return partial ? part.size() : 0;
+}
+
+void ZKAnalyseCopyOperation::analysePartialFile(ZKReader &source, ZKReader &part) {
+    const quint64 continuable = continuableBytes(source, part);
+    if (continuable != 0) {
+        m_bytesAlreadyCopied += continuable;
+        adopt(part.url());
+    } else if (part.exists()) {
+        // Written anew: the copy must not continue it on its own judgement.
+        m_mutableReplacedUrls.insert(standardizedUrl(part.url()));
+    }
+}
+
+void ZKAnalyseCopyOperation::analysePartialFile(const ZKFileInfo &item,
+                                                const FileInfoIndex &destinationIndex) {
+    const auto part = destinationIndex.constFind(ZKPartialFile::nameFor(item.url.fileName()));
+    if (part == destinationIndex.cend()) {
+        return;
+    }
+    const ZKReaderPtr original = ZKReaderFactory::readerWithUrl(item.url);
+    const ZKReaderPtr copy = ZKReaderFactory::readerWithUrl(part->url);
+    if (original && copy && original->open() && copy->open()) {
+        analysePartialFile(*original, *copy);
+    } else {
+        m_mutableReplacedUrls.insert(standardizedUrl(part->url));
+    }
+    if (copy) {
+        copy->close();
+    }
+    if (original) {
+        original->close();
+    }
+}
+
+void ZKAnalyseCopyOperation::skipExisting(const QUrl &source, const QUrl &existing) {
+    skip(source);
+    m_notes.append(QStringLiteral("'%1' already exists.").arg(existing.path()));
 }
 
 bool ZKAnalyseCopyOperation::linkIsLeftAlone(bool isLink) const {
@@ -185,10 +256,12 @@ void ZKAnalyseCopyOperation::main() {
     m_mutableReplacedUrls = replacedUrls();
 
     if (!m_source->open()) {
-        takeError(
-            m_source->error(),
-            ZKError::application(ZKErrorCode::readFailed,
-                                 QStringLiteral("Unable to open '%1'.").arg(m_source->filename())));
+        if (!isDelivered()) {
+            takeError(m_source->error(),
+                      ZKError::application(
+                          ZKErrorCode::readFailed,
+                          QStringLiteral("Unable to open '%1'.").arg(m_source->filename())));
+        }
     } else if (!m_destination->open()) {
         takeError(m_destination->error(),
                   ZKError::application(
@@ -216,6 +289,36 @@ void ZKAnalyseCopyOperation::main() {
     m_preExistingUrls -= m_mutableReplacedUrls;
     setSkippedUrls(m_mutableSkippedUrls);
     setReplacedUrls(m_mutableReplacedUrls);
+}
+
+// A source that is gone, whose whole copy stands under its name and says
+// it came from there: a move that finished after its queue was last
+// saved. Nothing is left to copy, and the removal finds the source gone.
+bool ZKAnalyseCopyOperation::isDelivered() {
+    if (m_source->exists() || !m_destination->open()) {
+        return false;
+    }
+    const ZKReaderPtr folder = m_destination->asReader();
+    const ZKReaderPtr copy = folder ? folder->childWithName(m_source->filename()) : nullptr;
+    bool delivered = false;
+    if (copy && copy->open() && copy->exists() && !copy->isDirectory() && !copy->isLink()) {
+        const std::optional<QByteArray> provenance = copy->provenance();
+        delivered = provenance && !provenance->isEmpty() &&
+                    standardizedUrl(ZKPartialFile::sourceOf(*provenance)) ==
+                        standardizedUrl(m_source->url().adjusted(QUrl::RemovePassword)) &&
+                    ZKPartialFile::sizeOf(*provenance) == copy->size();
+    }
+    if (copy) {
+        copy->close();
+    }
+    if (delivered) {
+        qCInfo(lcOperations) << "The source" << m_source->url().path()
+                             << "is gone and its whole copy stands at" << copy->url().path();
+        m_totalBytes = copy->size();
+        m_bytesAlreadyCopied = copy->size();
+        m_isPartialCopy = m_bytesAlreadyCopied != 0;
+    }
+    return delivered;
 }
 
 void ZKAnalyseCopyOperation::analyseCopyFrom(ZKReader &source, ZKReader &copy) {
@@ -249,49 +352,62 @@ void ZKAnalyseCopyOperation::analyseCopyFrom(ZKReader &source, ZKReader &copy) {
 
 void ZKAnalyseCopyOperation::analyseFileCopyFrom(ZKReader &source, ZKReader &copy) {
     m_totalBytes = source.size();
-    if (!copy.exists()) {
+    if (copy.exists() && !analyseExistingFile(source, copy)) {
         return;
     }
+    if (!m_destinationFolderReader || !inProgress()) {
+        return;
+    }
+    const ZKReaderPtr part =
+        m_destinationFolderReader->childWithName(ZKPartialFile::nameFor(source.filename()));
+    if (part && part->open()) {
+        analysePartialFile(source, *part);
+    }
+    if (part) {
+        part->close();
+    }
+}
+
+// What stands under the source's own name. Answers whether the copy goes on
+// to write it.
+bool ZKAnalyseCopyOperation::analyseExistingFile(ZKReader &source, ZKReader &copy) {
     if (copy.isDirectory() && !copy.isLink()) {
+        if (m_preExistingDestinationHandler &&
+            m_preExistingDestinationHandler(infoOf(copy)) == ZKFileResponseSkip) {
+            takeOffTotal(source.size());
+            skipExisting(source.url(), copy.url());
+            return false;
+        }
         setError(ZKError::application(
             ZKErrorCode::conflict,
             QStringLiteral("A folder already exists with the name '%1'.").arg(copy.filename())));
-        return;
+        return false;
     }
-    // An empty file is where an interrupted copy stopped right after
-    // creating it: continued as it is, never asked about.
-    if (copy.size() == 0 && !copy.isLink()) {
-        return;
-    }
-    ZKOptionalError testError = alreadyExistsError(copy.url());
-    if (copy.isLink()) {
-        // Never written through: the link is the conflict, not its target.
-    } else if (copy.size() == source.size()) {
-        // The last case is a copy stopped after its last byte but before its
-        // date was set, by a stop that came before the queue could note the
-        // file as this task's own: the bytes are the source's already.
-        // Compared in full, so only where both are on this machine.
-        if (isFinishedCopy(source.size(), source.modificationDate(), copy.size(),
-                           copy.modificationDate()) ||
-            isOwnWork(copy.url()) ||
-            (source.isLocal() && copy.isLocal() && hasSameContents(source, copy))) {
-            m_bytesAlreadyCopied = copy.size();
-            adopt(copy.url());
-            return;
+    if (!copy.isLink()) {
+        // An empty file holds nothing to lose, and one of nothing is the
+        // same file already.
+        if (copy.size() == 0) {
+            if (source.size() == 0) {
+                adopt(copy.url());
+            } else {
+                m_mutableReplacedUrls.insert(standardizedUrl(copy.url()));
+            }
+            return true;
         }
-    } else if (isPartialCopyFrom(source, copy, this, &testError)) {
-        m_bytesAlreadyCopied = copy.size();
-        adopt(copy.url());
-        return;
-    } else if (!isCancelled() && isOwnWork(copy.url())) {
-        // This task's own unfinished file, which cannot be continued: the
-        // source cannot start in the middle (a web server without ranges)
-        // or is another version now. Written anew, it loses nothing.
-        m_mutableReplacedUrls.insert(standardizedUrl(copy.url()));
-        return;
+        if (isOwnWork(copy.url()) || holdsSource(source, copy)) {
+            if (copy.size() == source.size()) {
+                m_bytesAlreadyCopied = copy.size();
+                adopt(copy.url());
+                return false;
+            }
+            // This task's own copy of an earlier version: written anew, it
+            // loses nothing.
+            m_mutableReplacedUrls.insert(standardizedUrl(copy.url()));
+            return true;
+        }
     }
     if (isCancelled()) {
-        return;
+        return false;
     }
     std::optional<ZKFileInfo> existing =
         m_destinationFolderReader ? m_destinationFolderReader->fileInfoForChild(copy.filename())
@@ -299,14 +415,20 @@ void ZKAnalyseCopyOperation::analyseFileCopyFrom(ZKReader &source, ZKReader &cop
     if (!existing) {
         existing = infoOf(copy);
     }
-    if (m_preExistingDestinationHandler &&
-        m_preExistingDestinationHandler(*existing) == ZKFileResponseReplace) {
+    const qint32 response = m_preExistingDestinationHandler
+                                ? qint32(m_preExistingDestinationHandler(*existing))
+                                : qint32(ZKFileResponseCancel);
+    if (response == ZKFileResponseReplace) {
         m_mutableReplacedUrls.insert(standardizedUrl(copy.url()));
-        return;
+        return true;
     }
-    if (testError) {
-        setError(*testError);
+    if (response == ZKFileResponseSkip) {
+        takeOffTotal(source.size());
+        skipExisting(source.url(), copy.url());
+        return false;
     }
+    setError(alreadyExistsError(copy.url()));
+    return false;
 }
 
 void ZKAnalyseCopyOperation::analyseDirectoryCopyFrom(ZKReader &source, ZKReader &copy) {
@@ -411,28 +533,22 @@ ZKEnumerationResult ZKAnalyseCopyOperation::analyseItem(const ZKFileInfo &item,
 
     m_totalBytes += item.size;
     const auto existing = destinationIndex.constFind(name);
-    if (existing == destinationIndex.cend()) {
-        return ZKEnumerationResultContinue;
-    }
-    if (existing->symbolicLink) {
-        return analyseLinkInTheWay(item, *existing);
-    }
-    if (!existing->directory && existing->size != 0) {
-        const bool sameSize = !item.directory && existing->size == item.size;
-        if (sameSize && (isFinishedCopy(item.size, item.modificationDate, existing->size,
-                                        existing->modificationDate) ||
-                         isOwnWork(existing->url))) {
-            adopt(existing->url);
-        } else {
-            const ZKEnumerationResult result = analyseExistingItem(item, *existing, sameSize);
-            if (result != ZKEnumerationResultContinue) {
+    if (existing != destinationIndex.cend()) {
+        if (existing->symbolicLink) {
+            const ZKEnumerationResult result = analyseLinkInTheWay(item, *existing);
+            if (result != ZKEnumerationResultContinue || item.directory) {
                 return result;
+            }
+        } else if (!existing->directory) {
+            const ZKEnumerationResult result = analyseExistingItem(item, *existing);
+            if (result != ZKEnumerationResultContinue) {
+                return result == ZKEnumerationResultStop ? result : ZKEnumerationResultSkip;
             }
         }
     }
-    // Counted as done: a finished copy (the copy passes over it), empty, a
-    // partial copy, or chosen for replacement.
-    m_bytesAlreadyCopied += existing->size;
+    if (!item.directory && !item.symbolicLink) {
+        analysePartialFile(item, destinationIndex);
+    }
     return ZKEnumerationResultContinue;
 }
 
@@ -460,35 +576,38 @@ ZKEnumerationResult ZKAnalyseCopyOperation::analyseLinkInTheWay(const ZKFileInfo
     }
 }
 
+// A file under the source item's own name. Answers continue when the copy
+// writes the item, skip when it passes over it (finished, or skipped by the
+// user), stop on a refusal.
 ZKEnumerationResult ZKAnalyseCopyOperation::analyseExistingItem(const ZKFileInfo &item,
-                                                                const ZKFileInfo &existing,
-                                                                bool sameSize) {
+                                                                const ZKFileInfo &existing) {
     const QUrl existingUrl = standardizedUrl(existing.url);
-    bool partial = false;
-    ZKOptionalError testError;
-    // A file of the source's size is finished or it is another file; only a
-    // shorter one can be a copy that stopped half way.
-    if (!sameSize) {
-        const ZKReaderPtr original = ZKReaderFactory::readerWithUrl(item.url);
-        const ZKReaderPtr copy = ZKReaderFactory::readerWithUrl(existing.url);
-        if (original && copy) {
-            if (original->open() && copy->open()) {
-                partial = isPartialCopyFrom(*original, *copy, this, &testError);
+    if (!item.directory) {
+        if (existing.size == 0 && item.size == 0) {
+            adopt(existingUrl);
+            return ZKEnumerationResultSkip; // the same nothing
+        }
+        if (existing.size == 0) {
+            // Nothing to lose: written over without a question.
+            m_mutableReplacedUrls.insert(existingUrl);
+            return ZKEnumerationResultContinue;
+        }
+        if (isOwnWork(existing.url) ||
+            (existing.size == item.size && holdsSource(item, existing))) {
+            if (existing.size == item.size) {
+                m_bytesAlreadyCopied += existing.size;
+                adopt(existingUrl);
+                return ZKEnumerationResultSkip;
             }
-            copy->close();
-            original->close();
+            // This task's own copy of an earlier version.
+            m_mutableReplacedUrls.insert(existingUrl);
+            return ZKEnumerationResultContinue;
         }
     }
     if (isCancelled()) {
         return ZKEnumerationResultStop;
     }
-    if (!testError) {
-        testError = alreadyExistsError(existing.url);
-    }
-
-    if (partial) {
-        adopt(existingUrl);
-    } else if (!m_mutableReplacedUrls.contains(existingUrl)) {
+    if (!m_mutableReplacedUrls.contains(existingUrl)) {
         const qint32 response = m_preExistingFileHandler
                                     ? qint32(m_preExistingFileHandler(existing))
                                     : qint32(ZKFileResponseCancel);
@@ -496,18 +615,15 @@ ZKEnumerationResult ZKAnalyseCopyOperation::analyseExistingItem(const ZKFileInfo
         case ZKFileResponseReplace:
             m_mutableReplacedUrls.insert(existingUrl);
             break;
-        case ZKFileResponseSkip:
+        case ZKFileResponseCancel:
+            setError(alreadyExistsError(existing.url));
+            return ZKEnumerationResultStop;
+        default:
+            // Skip, or an answer nobody knows: what is there is left as it
+            // is, and so is the source.
             takeOffTotal(item.size);
             skip(item.url);
             return ZKEnumerationResultSkip;
-        case ZKFileResponseCancel:
-            setError(*testError);
-            return ZKEnumerationResultStop;
-        default:
-            // Goes on as if it were a partial copy; a move compares it in
-            // full before it removes anything.
-            adopt(existingUrl);
-            break;
         }
     }
 

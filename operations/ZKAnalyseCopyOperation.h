@@ -91,6 +91,11 @@ public:
     // When the answer is no, error receives "A file named '%@' already
     // exists.", except when the test was ended by the operation's
     // cancellation.
+    // Whether a whole file under the source's name is this source's copy:
+    // it says it came from this version of it, or, where the destination
+    // keeps no such word, it has the source's size and date. Both open.
+    static bool holdsSource(const ZKReader &source, const ZKReader &copy);
+
     static bool isPartialCopyFrom(ZKReader &source, ZKReader &copy, const ZKOperation *operation,
                                   ZKOptionalError *error);
     static bool isPartialCopyFrom(const ZKReaderPtr &source, const ZKReaderPtr &copy,
@@ -105,18 +110,25 @@ protected:
 private:
     using FileInfoIndex = QHash<QString, ZKFileInfo>;
 
+    bool isDelivered();
     void analyseCopyFrom(ZKReader &source, ZKReader &copy);
     void analyseFileCopyFrom(ZKReader &source, ZKReader &copy);
     void analyseDirectoryCopyFrom(ZKReader &source, ZKReader &copy);
     ZKEnumerationResult analyseItem(const ZKFileInfo &item, const FileInfoIndex &destinationIndex);
-    ZKEnumerationResult analyseExistingItem(const ZKFileInfo &item, const ZKFileInfo &existing,
-                                            bool sameSize);
+    ZKEnumerationResult analyseExistingItem(const ZKFileInfo &item, const ZKFileInfo &existing);
+    bool analyseExistingFile(ZKReader &source, ZKReader &copy);
+    // The unfinished file of an item: how much of it a copy may continue,
+    // or, when none, a mark that the copy writes it anew.
+    void analysePartialFile(ZKReader &source, ZKReader &part);
+    void analysePartialFile(const ZKFileInfo &item, const FileInfoIndex &destinationIndex);
+    quint64 continuableBytes(ZKReader &source, ZKReader &part);
+    void skipExisting(const QUrl &source, const QUrl &existing);
     ZKEnumerationResult analyseLinkInTheWay(const ZKFileInfo &item, const ZKFileInfo &existing);
     // An existing file taken as done (wholly or in part) without being
     // written by this task.
     void adopt(const QUrl &url);
     bool isOwnWork(const QUrl &url) const;
-    bool hasSameContents(ZKReader &source, ZKReader &copy);
+    bool holdsSource(const ZKFileInfo &item, const ZKFileInfo &existing);
     bool linkIsLeftAlone(bool isLink) const;
     void skip(const QUrl &url) { m_mutableSkippedUrls.insert(standardizedUrl(url)); }
     void takeOffTotal(quint64 size) { m_totalBytes -= std::min(m_totalBytes, size); }

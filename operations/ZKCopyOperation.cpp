@@ -5,6 +5,7 @@
 #include "ZKAnalyseCopyOperation.h"
 #include "ZKFileSystemReader.h"
 #include "ZKLogging.h"
+#include "ZKPartialFile.h"
 
 #include <QFile>
 #include <QHash>
@@ -225,7 +226,11 @@ void ZKCopyOperation::copyDirectoryFrom(ZKReader &reader, ZKWriter &folder) {
 void ZKCopyOperation::copyFileFrom(ZKReader &reader, ZKWriter &folder) {
     m_topLevel = false;
     clearError();
-    ZKWriterPtr file = folder.createFile(reader.filename());
+    const QString name = reader.filename();
+    // Written under a name of its own and given its real name only once
+    // whole: what stands under the real name is never half a file.
+    const QString partName = ZKPartialFile::nameFor(name);
+    ZKWriterPtr file = folder.createFile(partName);
     if (!file) {
         takeError(folder.error(),
                   ZKError::application(
@@ -248,6 +253,9 @@ void ZKCopyOperation::copyFileFrom(ZKReader &reader, ZKWriter &folder) {
     }
     if (resumedAt == 0) {
         reader.acceptCurrentVersion();
+        // Before the first byte: a file that holds any byte of the source
+        // says which version of which source it holds.
+        file->setProvenance(reader.identity());
     }
 
     copyContents(reader, *file, resumedAt);
@@ -284,14 +292,30 @@ void ZKCopyOperation::copyFileFrom(ZKReader &reader, ZKWriter &folder) {
     if (whileOpen) {
         file->close();
     }
+    if (!isCancelled() && !hasError() && m_givesRealNames) {
+        giveRealName(folder, partName, name);
+    }
 }
 
-// The file writer stands at the end of what the file holds. Answers the
-// writer to append to, or nothing when the copy of this file must stop.
+void ZKCopyOperation::giveRealName(ZKWriter &folder, const QString &partName, const QString &name) {
+    // What the user chose to replace goes in the same step; anything else
+    // that took the name since the analysis is kept.
+    QUrl realUrl = folder.url();
+    realUrl.setPath(realUrl.path() +
+                    (realUrl.path().endsWith(u'/') ? QString() : QStringLiteral("/")) + name);
+    if (!folder.renameItem(partName, name, isReplacedUrl(realUrl))) {
+        takeError(folder.error(),
+                  ZKError::application(
+                      ZKErrorCode::createFailed,
+                      QStringLiteral("Unable to rename '%1' to '%2'.").arg(partName, name)));
+    }
+}
+
+// The writer stands at the end of the unfinished file. Answers the writer
+// to append to, or nothing when the copy of this file must stop.
 ZKWriterPtr ZKCopyOperation::openForResume(ZKReader &reader, ZKWriter &folder, ZKWriterPtr file) {
     const quint64 existingSize = file->size();
     file->close();
-    const bool replaced = isReplacedUrl(file->url());
     const ZKReaderPtr copy = file->asReader();
     if (!copy || !copy->open()) {
         takeError(copy ? copy->error() : ZKOptionalError(), openError(file->filename()));
@@ -300,46 +324,36 @@ ZKWriterPtr ZKCopyOperation::openForResume(ZKReader &reader, ZKWriter &folder, Z
         }
         return nullptr;
     }
-    const bool finished = ZKAnalyseCopyOperation::isFinishedCopy(
-        reader.size(), reader.modificationDate(), existingSize, copy->modificationDate());
-    // A file of the source's size that does not carry its date is another
-    // file the user chose to replace, or this task's own copy cut before its
-    // date was set; either way only writing it anew makes it right. A source
-    // that changed since the file was begun leaves a piece of another
-    // version, which is never continued.
-    bool startOver =
-        reader.hasChanged() || (replaced && !finished && existingSize >= reader.size());
-    ZKOptionalError testError;
-    const bool partial =
-        !startOver && ZKAnalyseCopyOperation::isPartialCopyFrom(reader, *copy, this, &testError);
+    // Continued only from the very version of the very source it was begun
+    // from: the identity it keeps says so. Where the destination keeps
+    // none, only this task's own earlier run of an unchanged source may be
+    // continued, never a file on the strength of sampled blocks alone.
+    const std::optional<QByteArray> provenance = copy->provenance();
+    const QByteArray identity = reader.identity();
+    bool resumable = false;
+    if (provenance) {
+        resumable = !provenance->isEmpty() && *provenance == identity;
+    } else {
+        resumable = m_offset != 0 && !isReplacedUrl(file->url()) && !reader.hasChanged() &&
+                    reader.isBegunVersion() &&
+                    ZKAnalyseCopyOperation::isPartialCopyFrom(reader, *copy, this, nullptr);
+    }
+    resumable = resumable && existingSize <= reader.size();
     copy->close();
-    if (!startOver) {
-        if (isCancelled()) {
+    if (isCancelled()) {
+        return nullptr;
+    }
+    if (resumable) {
+        if (!reader.seekToPosition(existingSize)) {
+            takeError(reader.error(), openError(reader.filename()));
             return nullptr;
         }
-        if (partial) {
-            if (!reader.seekToPosition(existingSize)) {
-                takeError(reader.error(), openError(reader.filename()));
-                return nullptr;
-            }
-            if (!reader.canSeek() || reader.hasChanged()) {
-                // The source answered from its first byte after all, or as
-                // another version, so the file must start from its first
-                // byte too.
-                qCInfo(lcOperations)
-                    << "Source cannot resume; copying" << file->url().path() << "anew";
-                startOver = true;
-            } else {
-                return reopenForAppend(std::move(file), existingSize);
-            }
-        } else if (replaced) {
-            startOver = true;
-        } else {
-            if (testError) {
-                setError(*testError);
-            }
-            return nullptr;
+        if (reader.canSeek() && !reader.hasChanged()) {
+            return reopenForAppend(std::move(file), existingSize);
         }
+        // The source answered from its first byte after all, or as another
+        // version, so the file must start from its first byte too.
+        qCInfo(lcOperations) << "Source cannot resume; copying" << file->url().path() << "anew";
     }
 
     // What was counted for the old content is written again.
@@ -356,9 +370,9 @@ ZKWriterPtr ZKCopyOperation::openForResume(ZKReader &reader, ZKWriter &folder, Z
         takeError(reader.error(), openError(reader.filename()));
         return nullptr;
     }
-    ZKWriterPtr fresh = folder.createFile(reader.filename());
+    ZKWriterPtr fresh = folder.createFile(file->filename());
     if (!fresh) {
-        takeError(folder.error(), openError(reader.filename()));
+        takeError(folder.error(), openError(file->filename()));
         return nullptr;
     }
     if (!fresh->open()) {

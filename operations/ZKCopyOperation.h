@@ -43,6 +43,11 @@ public:
     qint32 symbolicLinkHandling() const { return m_symbolicLinkHandling; }
     void setSymbolicLinkHandling(qint32 handling) { m_symbolicLinkHandling = handling; }
 
+    // Whether a file takes its real name as soon as it is whole; a task
+    // that verifies leaves that to the verification.
+    bool givesRealNames() const { return m_givesRealNames; }
+    void setGivesRealNames(bool gives) { m_givesRealNames = gives; }
+
 protected:
     void main() override;
 
@@ -56,6 +61,7 @@ private:
     // gets no mode and no immutable flag, either of which could keep a
     // later run from finishing it.
     void copyAttributesFrom(ZKReader &reader, ZKWriter &writer, bool complete);
+    void giveRealName(ZKWriter &folder, const QString &partName, const QString &name);
     ZKWriterPtr openForResume(ZKReader &reader, ZKWriter &folder, ZKWriterPtr file);
     ZKWriterPtr reopenForAppend(ZKWriterPtr file, quint64 existingSize);
     void removeReplacedLink(ZKWriter &folder, const QString &name);
@@ -91,4 +97,5 @@ private:
     Pacing m_pacing;
     quint64 m_bytesWritten = 0;
     bool m_topLevel = true;
+    bool m_givesRealNames = true;
 };

@@ -5,6 +5,7 @@
 #include "ZKLogging.h"
 #include "ZKNotificationCenter.h"
 #include "ZKNotificationNames.h"
+#include "ZKPartialFile.h"
 
 #include <QFileInfo>
 #include <QHash>
@@ -117,7 +118,11 @@ QUrl ZKFileOperation::standardizedUrl(const QUrl &url) {
 }
 
 bool ZKFileOperation::matchesSkipPattern(const QUrl &url) const {
-    return matchesAny(m_skippedFileRegexes, m_skippedFileMatcher, url.fileName());
+    // An unfinished file of another copy is never copied, moved or removed
+    // as if it were the user's: it is not whole.
+    const QString name = url.fileName();
+    return ZKPartialFile::isPartialName(name) ||
+           matchesAny(m_skippedFileRegexes, m_skippedFileMatcher, name);
 }
 
 bool ZKFileOperation::isSkippedUrl(const QUrl &url) const {
@@ -146,7 +151,8 @@ bool ZKFileOperation::shouldRemoveFile(const QUrl &url) const {
 }
 
 bool ZKFileOperation::isTemporaryFile(const QString &name) const {
-    return matchesAny(m_temporaryFileRegexes, m_temporaryFileMatcher, name);
+    return ZKPartialFile::isPartialName(name) ||
+           matchesAny(m_temporaryFileRegexes, m_temporaryFileMatcher, name);
 }
 
 double ZKFileOperation::secondsSince(Clock::time_point since) {

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKVerifyFileOperation.h"
 
+#include "ZKPartialFile.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -35,13 +37,10 @@ void ZKVerifyFileOperation::main() {
     const bool sourceOpened = m_source->open();
     m_destination->open();
     const ZKReaderPtr folder = m_destination->asReader();
-    const ZKReaderPtr copy = folder ? folder->childWithName(m_source->filename()) : nullptr;
-    if (!copy) {
+    if (!folder) {
         fail(QStringLiteral("'%1' could not be found.").arg(m_destination->url().path()));
     } else {
-        const bool copyOpened = copy->open();
-        verify(*m_source, sourceOpened, *copy, copyOpened);
-        copy->close();
+        verifyItem(*m_source, sourceOpened, *folder, *m_destination);
     }
     m_destination->close();
     m_source->close();
@@ -99,18 +98,64 @@ void ZKVerifyFileOperation::verifyDirectory(ZKReader &source, ZKReader &copy) {
     if (!scope.entered()) {
         return;
     }
+    // Where the files verified here take their real names.
+    ZKWriterPtr folder;
     source.enumerateContentsOfDirectoryWithBlock([&](const ZKReaderPtr &child) {
         // Skipped items need not exist at the destination.
         if (shouldVerifyFile(child->url())) {
             const bool childOpened = child->open();
-            const ZKReaderPtr childCopy = copy.childWithName(child->filename());
-            const bool childCopyOpened = childCopy->open();
-            verify(*child, childOpened, *childCopy, childCopyOpened);
-            childCopy->close();
+            if (!folder) {
+                folder = copy.asWriter();
+                if (folder) {
+                    folder->open();
+                }
+            }
+            if (folder) {
+                verifyItem(*child, childOpened, copy, *folder);
+            } else {
+                fail(QStringLiteral("'%1' could not be found.").arg(copy.url().path()));
+            }
             child->close();
         }
         return inProgress() ? ZKEnumerationResultContinue : ZKEnumerationResultStop;
     });
+    if (folder) {
+        folder->close();
+    }
+}
+
+// A file is compared where the copy left it: under its unfinished name
+// until it is verified, which is when it takes its real name.
+void ZKVerifyFileOperation::verifyItem(ZKReader &source, bool sourceOpened, ZKReader &copyFolder,
+                                       ZKWriter &folder) {
+    const QString name = source.filename();
+    const QString partName = ZKPartialFile::nameFor(name);
+    ZKReaderPtr copy;
+    bool isPart = false;
+    if (!source.isDirectory() && !source.isLink()) {
+        copy = copyFolder.childWithName(partName);
+        isPart = copy && copy->open() && copy->exists() && !copy->isDirectory() && !copy->isLink();
+        if (!isPart && copy) {
+            copy->close();
+        }
+    }
+    bool copyOpened = isPart;
+    if (!isPart) {
+        copy = copyFolder.childWithName(name);
+        copyOpened = copy->open();
+    }
+    verify(source, sourceOpened, *copy, copyOpened);
+    copy->close();
+    if (isPart && !isCancelled() && !hasError()) {
+        QUrl realUrl = copy->url().adjusted(QUrl::RemoveFilename);
+        realUrl.setPath(realUrl.path() + name);
+        if (!folder.renameItem(partName, name, isReplacedUrl(realUrl))) {
+            takeError(folder.error(),
+                      ZKError::application(
+                          ZKErrorCode::createFailed,
+                          QStringLiteral("Unable to rename '%1' to '%2'.").arg(partName, name)));
+        }
+    }
 }
 
 QByteArray ZKVerifyFileOperation::readNextBlockFromSource(ZKReader &reader) {

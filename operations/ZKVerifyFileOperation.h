@@ -43,6 +43,7 @@ private:
     void verify(ZKReader &source, bool sourceOpened, ZKReader &copy, bool copyOpened);
     void verifyDirectory(ZKReader &source, ZKReader &copy);
     void verifyFile(ZKReader &source, ZKReader &copy);
+    void verifyItem(ZKReader &source, bool sourceOpened, ZKReader &copyFolder, ZKWriter &folder);
     void verifyLink(ZKReader &source, ZKReader &copy);
     QByteArray readNextBlockFromSource(ZKReader &reader);
     void fail(const QString &reason);

@@ -23,6 +23,8 @@
 #include <thread>
 #include <unistd.h>
 
+using ZKTestSupport::markBegunFrom;
+using ZKTestSupport::partialPath;
 using ZKTestSupport::randomBytes;
 using ZKTestSupport::readFile;
 using ZKTestSupport::writeFile;
@@ -116,45 +118,61 @@ void TestZKCopyOperation::resumesFromTheLengthOfThePartialFile() {
     QFETCH(int, size);
     QFETCH(quint64, offset);
     const QByteArray content = randomBytes(size, 1);
+    const QString partial = partialPath(path("dest"), "big.bin");
     QVERIFY(writeFile(path("big.bin"), content));
-    QVERIFY(writeFile(path("dest/big.bin"), content.left(1000000)));
+    QVERIFY(writeFile(partial, content.left(1000000)) && markBegunFrom(partial, path("big.bin")));
     auto operation = copier(path("big.bin"), path("dest"), offset);
     Activity activity(operation.get());
     const quint64 readBefore = bytesReadSoFar();
     operation->start();
     const quint64 read = bytesReadSoFar() - readBefore;
     QVERIFY2(!operation->error(), qPrintable(errorText(*operation)));
-    QVERIFY(readFile(path("dest/big.bin")) == content);
+    QVERIFY(readFile(path("dest/big.bin")) == content && !QFile::exists(partial));
     const quint64 remainder = quint64(size) - 1000000;
     QCOMPARE(std::accumulate(activity.bytes.cbegin(), activity.bytes.cend(), quint64(0)),
              remainder);
     QCOMPARE(activity.lastTotal, remainder);
     QCOMPARE(operation->bytesCopied(), quint64(size));
-    // The remainder and the two 4 KiB probes of the partial-copy test.
     QVERIFY2(read >= remainder && read < remainder + 50000, qPrintable(QString::number(read)));
 }
 
 void TestZKCopyOperation::neverContinuesAFileThatDiffers_data() {
-    QTest::addColumn<qsizetype>("flipped"); // -1: the copy is longer instead
-    QTest::newRow("first 4 KiB differ") << qsizetype(100);
-    QTest::newRow("last 4 KiB differ") << qsizetype(999000);
-    QTest::newRow("longer than the source") << qsizetype(-1);
+    QTest::addColumn<QString>("left"); // what an earlier copy left, and where
+    // Its first and last 4 KiB match the source, the rest does not: only
+    // where it came from can tell.
+    QTest::newRow("unfinished file that does not say where it came from") << "unmarked";
+    QTest::newRow("unfinished file of the version before") << "older";
+    QTest::newRow("unfinished file of another source") << "other";
+    QTest::newRow("start of the source under its real name") << "real";
 }
 
+// A resume never joins two versions: only an unfinished file that says it
+// was begun from this very version of this source is continued.
 void TestZKCopyOperation::neverContinuesAFileThatDiffers() {
-    QFETCH(qsizetype, flipped);
-    const QByteArray content = randomBytes(3000000, 2);
-    QByteArray existing = flipped < 0 ? content + "tail" : content.left(1000000);
-    if (flipped >= 0) {
-        existing[flipped] = char(existing[flipped] ^ 0x55);
+    QFETCH(QString, left);
+    QByteArray content = randomBytes(3000000, 2);
+    QByteArray existing = content.left(1000000);
+    existing[500000] = char(existing[500000] ^ 0x55);
+    const QString partial = partialPath(path("dest"), "big.bin");
+    QVERIFY(writeFile(path("big.bin"), content));
+    QVERIFY(writeFile(left == "real" ? path("dest/big.bin") : partial, existing));
+    if (left == "older") {
+        QVERIFY(markBegunFrom(partial, path("big.bin")));
+        content[500000] = char(content[500000] ^ 0x55);
+        QVERIFY(writeFile(path("big.bin"), content)); // a new version: new date
+    } else if (left == "other") {
+        QVERIFY(writeFile(path("other.bin"), content) && markBegunFrom(partial, path("other.bin")));
     }
-    QVERIFY(writeFile(path("big.bin"), content) && writeFile(path("dest/big.bin"), existing));
     auto operation = copier(path("big.bin"), path("dest"));
     operation->start();
-    QCOMPARE(errorText(*operation),
-             QStringLiteral("A file named '%1' already exists.").arg(path("dest/big.bin")));
-    QCOMPARE(operation->error()->code(), qint64(-1005));
-    QVERIFY(readFile(path("dest/big.bin")) == existing);
+    if (left == "real") {
+        QCOMPARE(errorText(*operation),
+                 QStringLiteral("A file named '%1' already exists.").arg(path("dest/big.bin")));
+        QVERIFY(readFile(path("dest/big.bin")) == existing);
+    } else {
+        QVERIFY2(!operation->error(), qPrintable(errorText(*operation)));
+        QVERIFY(readFile(path("dest/big.bin")) == content && !QFile::exists(partial));
+    }
 }
 
 void TestZKCopyOperation::replacesAFileChosenForReplacement_data() {
@@ -198,8 +216,9 @@ void TestZKCopyOperation::cancelStopsWithinABlockAndKeepsThePartialFile() {
     const double stopping = ZKFileOperation::secondsSince(cancelled);
     QVERIFY2(stopping < 2.5, qPrintable(QString::number(stopping)));
     QVERIFY2(!operation->error(), qPrintable(errorText(*operation)));
-    const QByteArray partial = readFile(path("dest/slow.bin"));
+    const QByteArray partial = readFile(partialPath(path("dest"), "slow.bin"));
     QVERIFY(!partial.isEmpty() && partial.size() < content.size() && content.startsWith(partial));
+    QVERIFY(!QFile::exists(path("dest/slow.bin")));
 
     auto resumed = copier(path("slow.bin"), path("dest"));
     resumed->start();
@@ -224,7 +243,8 @@ void TestZKCopyOperation::sourceChangedDuringTheCopyIsCopiedAnew() {
     operation->setMaximumTransferRate(1000000);
     std::thread worker([operation] { operation->start(); });
     const bool underway = QTest::qWaitFor(
-        [&] { return QFileInfo(path("dest/changing.bin")).size() >= 200000; }, 10000);
+        [&] { return QFileInfo(partialPath(path("dest"), "changing.bin")).size() >= 200000; },
+        10000);
     QFile file(source);
     const bool changed =
         file.open(QIODevice::ReadWrite) &&
@@ -238,7 +258,8 @@ void TestZKCopyOperation::sourceChangedDuringTheCopyIsCopiedAnew() {
                  .endsWith(QStringLiteral("it changed while it was copied. The "
                                           "copy was removed, to be made anew.")),
              qPrintable(errorText(*operation)));
-    QVERIFY(!QFile::exists(path("dest/changing.bin")));
+    QVERIFY(!QFile::exists(path("dest/changing.bin")) &&
+            !QFile::exists(partialPath(path("dest"), "changing.bin")));
 
     auto again = copier(source, path("dest"));
     again->start();
@@ -416,17 +437,20 @@ void TestZKCopyOperation::diskFullEndsWithWriteErrorAndConsistentFile() {
     QVERIFY(writeFile(path("big.bin"), content));
     auto operation = copier(path("big.bin"), small);
     operation->start();
-    QCOMPARE(errorText(*operation), QStringLiteral("Unable to write data to '%1': %2.")
-                                        .arg(small + "/big.bin", qt_error_string(ENOSPC)));
+    QCOMPARE(errorText(*operation),
+             QStringLiteral("Unable to write data to '%1': %2.")
+                 .arg(partialPath(small, "big.bin"), qt_error_string(ENOSPC)));
     QCOMPARE(operation->error()->code(), qint64(-1006));
-    const QByteArray partial = readFile(small + "/big.bin");
-    QVERIFY(partial.size() > 0 && content.startsWith(partial));
+    const QByteArray partial = readFile(partialPath(small, "big.bin"));
+    QVERIFY(partial.size() > 0 && content.startsWith(partial) &&
+            !QFile::exists(small + "/big.bin"));
 
     QCOMPARE(QProcess::execute("mount", {"-o", "remount,size=8m", small}), 0);
     auto resumed = copier(path("big.bin"), small);
     resumed->start();
     QVERIFY2(!resumed->error(), qPrintable(errorText(*resumed)));
-    QVERIFY(readFile(small + "/big.bin") == content);
+    QVERIFY(readFile(small + "/big.bin") == content &&
+            !QFile::exists(partialPath(small, "big.bin")));
 }
 
 void TestZKCopyOperation::metadataFollowsTheContents() {

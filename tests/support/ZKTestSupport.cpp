@@ -2,6 +2,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKTestSupport.h"
 
+#include "ZKFileSystemReader.h"
+#include "ZKPartialFile.h"
+
+#include <sys/xattr.h>
+
 #include <QDir>
 #include <QFile>
 #include <QRandomGenerator>
@@ -9,6 +14,19 @@
 #include <QTemporaryDir>
 
 namespace ZKTestSupport {
+
+QString partialPath(const QString &folder, const QString &name) {
+    return QDir(folder).filePath(ZKPartialFile::nameFor(name));
+}
+
+bool markBegunFrom(const QString &partial, const QString &source) {
+    const auto reader = ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(source));
+    const QByteArray identity = reader->open() ? reader->identity() : QByteArray();
+    reader->close();
+    return !identity.isEmpty() &&
+           ::setxattr(QFile::encodeName(partial).constData(), ZKPartialFile::provenanceAttribute,
+                      identity.constData(), size_t(identity.size()), 0) == 0;
+}
 
 QByteArray randomBytes(qsizetype length, quint32 seed) {
     QByteArray data(length, Qt::Uninitialized);

@@ -14,6 +14,11 @@ QByteArray randomBytes(qsizetype length, quint32 seed);
 
 bool writeFile(const QString &path, const QByteArray &content);
 QByteArray readFile(const QString &path);
+// Where a copy of the file called name in folder is written until whole.
+QString partialPath(const QString &folder, const QString &name);
+// Marks the unfinished file at partial as begun from the local file at
+// source as it is now, as a copy that was cut would have left it.
+bool markBegunFrom(const QString &partial, const QString &source);
 
 // Points the settings store and the standard paths at a private folder, so
 // tests never read or write the user's real settings. Call before the

@@ -1,0 +1,52 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKPartialFile.h"
+
+#include <QFile>
+
+const QString ZKPartialFile::suffix = QStringLiteral(".ferrowick.part");
+const char *const ZKPartialFile::provenanceAttribute = "user.ferrowick.source";
+
+QString ZKPartialFile::nameFor(const QString &name) {
+    const QString candidate = name + suffix;
+    if (QFile::encodeName(candidate).size() <= maximumNameLength) {
+        return candidate;
+    }
+    // Two long names that begin alike share the shortened name: the lock
+    // and the identity kept with the file keep them apart.
+    QString stem = name;
+    const qsizetype room = maximumNameLength - QFile::encodeName(suffix).size();
+    while (!stem.isEmpty() && QFile::encodeName(stem).size() > room) {
+        stem.chop(stem.size() >= 2 && stem.at(stem.size() - 1).isLowSurrogate() ? 2 : 1);
+    }
+    return stem + suffix;
+}
+
+bool ZKPartialFile::isPartialName(const QString &name) {
+    return name.size() > suffix.size() && name.endsWith(suffix);
+}
+
+QByteArray ZKPartialFile::identity(const QUrl &source, quint64 size,
+                                   const QByteArrayList &validators) {
+    // Never a password, even where the address carried one.
+    QByteArrayList parts{source.adjusted(QUrl::RemovePassword).toEncoded(),
+                         QByteArray::number(size)};
+    for (const QByteArray &validator : validators) {
+        if (!validator.isEmpty()) {
+            parts.append(validator);
+        }
+    }
+    return parts.join('\n');
+}
+
+QUrl ZKPartialFile::sourceOf(const QByteArray &identity) {
+    const qsizetype end = identity.indexOf('\n');
+    return end > 0 ? QUrl::fromEncoded(identity.left(end)) : QUrl();
+}
+
+quint64 ZKPartialFile::sizeOf(const QByteArray &identity) {
+    const QByteArrayList parts = identity.split('\n');
+    bool ok = false;
+    const quint64 size = parts.size() >= 2 ? parts.at(1).toULongLong(&ok) : 0;
+    return ok ? size : 0;
+}
