@@ -22,6 +22,15 @@ using S = ZKTaskState;
 namespace {
 int signalPipe[2] = {-1, -1};
 
+QString shownDestination(const ZKTask &task) {
+    const auto destination = task.destination();
+    if (!destination) {
+        return task.destinationDirectory();
+    }
+    const QUrl url = destination->url();
+    return url.isLocalFile() ? url.toLocalFile() : url.toDisplayString(QUrl::RemovePassword);
+}
+
 void onSignal(int) {
     const char byte = 1;
     // Nothing else is safe in a signal handler; the event loop does the rest.
@@ -170,13 +179,59 @@ void ZKQueueRunner::interrupt() {
         return;
     }
     m_interrupted = true;
-    std::fprintf(stderr, "\nferrowick-cli: interrupted; saving the queue.\n");
+    if (!m_queueFile.isEmpty()) {
+        std::fprintf(stderr, "\nferrowick-cli: interrupted; saving the queue.\n");
+    }
     // Paused tasks rest at a point from which the next run continues.
+    QList<ZKTask *> removing;
     for (const auto &task : m_document.taskQueue().tasks()) {
+        if (task->state() == S::Removing) {
+            removing.append(task.get());
+        }
         task->pause();
+    }
+    if (m_queueFile.isEmpty()) {
+        tellWhatIsLeft(removing);
     }
     save();
     QCoreApplication::exit(exitStatus());
+}
+
+// Without a queue file nothing of the run is kept but what it wrote: say
+// where that is, and that the sources are still there.
+void ZKQueueRunner::tellWhatIsLeft(const QList<ZKTask *> &removing) const {
+    QStringList destinations;
+    int unfinished = 0;
+    for (const auto &task : m_document.taskQueue().tasks()) {
+        if (task->state() == S::Completed) {
+            continue;
+        }
+        ++unfinished;
+        if (const QString folder = shownDestination(*task); !destinations.contains(folder)) {
+            destinations.append(folder);
+        }
+    }
+    std::fprintf(stderr, "\nferrowick-cli: %s\n", qPrintable(tr("interrupted.")));
+    if (unfinished == 0) {
+        return;
+    }
+    const QString where = destinations.join(QStringLiteral(", "));
+    std::fprintf(stderr, "ferrowick-cli: %s\n",
+                 qPrintable(unfinished == 1
+                                ? tr("1 task did not finish, and no queue file keeps it (see "
+                                     "--save). What it copied so far stays in %1; its source "
+                                     "stays where it is.")
+                                      .arg(where)
+                                : tr("%1 tasks did not finish, and no queue file keeps them "
+                                     "(see --save). What they copied so far stays in %2; their "
+                                     "sources stay where they are.")
+                                      .arg(QString::number(unfinished), where)));
+    for (const ZKTask *task : removing) {
+        std::fprintf(stderr, "ferrowick-cli: %s\n",
+                     qPrintable(tr("The source of \u201c%1\u201d was being removed: what is "
+                                   "left of it stays, and all of it is in %2.")
+                                    .arg(task->filename(), shownDestination(*task))));
+    }
 }
 
 int ZKQueueRunner::exec() {

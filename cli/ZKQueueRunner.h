@@ -51,6 +51,7 @@ private:
     void save();
     void check();
     void interrupt();
+    void tellWhatIsLeft(const QList<ZKTask *> &removing) const;
     void queueCompleted();
 
     ZKFerrowickDocument &m_document;

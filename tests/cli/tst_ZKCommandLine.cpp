@@ -50,6 +50,7 @@ private Q_SLOTS:
     void refusalsAndSkipsAreNamed();
     void sameSourceTwiceIsRefused_data();
     void sameSourceTwiceIsRefused();
+    void interruptedCopyWithoutQueueFileSaysWhatIsLeft();
 
 private:
     QString path(const QString &name) const { return QDir(m_dir.path()).filePath(name); }
@@ -613,6 +614,40 @@ void TestZKCommandLine::sameSourceTwiceIsRefused() {
                              "destination."),
              output.constData());
     QVERIFY(!QFileInfo::exists(path(QStringLiteral("twice/out"))));
+}
+
+void TestZKCommandLine::interruptedCopyWithoutQueueFileSaysWhatIsLeft() {
+    QDir(m_dir.path()).mkpath(QStringLiteral("unsaved"));
+    QVERIFY(ZKTestSupport::writeFile(path(QStringLiteral("unsaved/src")),
+                                     ZKTestSupport::randomBytes(3000000, 8)));
+    QProcess process;
+    process.setProcessEnvironment(m_environment);
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(QStringLiteral(FERROWICK_CLI),
+                  {QStringLiteral("copy"), path(QStringLiteral("unsaved/src")),
+                   path(QStringLiteral("unsaved/out")), QStringLiteral("--limit"),
+                   QStringLiteral("1M")});
+    QVERIFY(process.waitForStarted());
+    // Whatever name the copy is written under until it is whole.
+    auto copying = [&] {
+        const auto files = QDir(path(QStringLiteral("unsaved/out")))
+                               .entryInfoList(QDir::Files | QDir::Hidden | QDir::System);
+        return std::any_of(files.cbegin(), files.cend(),
+                           [](const QFileInfo &file) { return file.size() > 0; });
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(copying(), 10000);
+    ::kill(pid_t(process.processId()), SIGINT);
+    QVERIFY(process.waitForFinished(10000));
+    QCOMPARE(process.exitCode(), 1);
+    const QByteArray output = process.readAll();
+    QVERIFY2(output.contains("ferrowick-cli: interrupted.\n"), output.constData());
+    QVERIFY2(!output.contains("saving"), output.constData());
+    QVERIFY2(output.contains(QStringLiteral("1 task did not finish, and no queue file keeps it "
+                                            "(see --save). What it copied so far stays in %1;")
+                                 .arg(path(QStringLiteral("unsaved/out")))
+                                 .toUtf8()),
+             output.constData());
+    QVERIFY(QFileInfo::exists(path(QStringLiteral("unsaved/src"))));
 }
 
 int main(int argc, char **argv) {
