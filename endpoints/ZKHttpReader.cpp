@@ -5,6 +5,7 @@
 #include "ZKReaderFactory.h"
 
 #include "ZKLogging.h"
+#include "ZKPartialFile.h"
 #include "ZKPreferenceKeys.h"
 #include "ZKTrustedCertificates.h"
 #include "ZKUserDefaults.h"
@@ -494,6 +495,15 @@ QByteArray ZKHttpReader::ifRangeValue() const {
         return m_entityTag;
     }
     return m_lastModified;
+}
+
+QByteArray ZKHttpReader::identity() const {
+    if (m_entityTag.isEmpty() && m_lastModified.isEmpty()) {
+        return {};
+    }
+    const QByteArray validator = !m_entityTag.isEmpty() ? "etag " + m_entityTag
+                                                        : "last-modified " + m_lastModified;
+    return ZKPartialFile::identity(m_url, m_size, {validator});
 }
 
 void ZKHttpReader::noteVersion(int status, const QByteArray &entityTag,

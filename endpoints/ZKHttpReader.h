@@ -101,6 +101,9 @@ public:
     // one. The new version is taken as the one to ask for from then on.
     bool hasChanged() const override { return m_changed; }
     void acceptCurrentVersion() override { m_changed = false; }
+    // The address, the length and the validator of the version last
+    // answered; empty when the server gave no validator.
+    QByteArray identity() const override;
 
     // Seconds of silence allowed while waiting; 0 or less: the user's
     // "downloadTimeout".

@@ -7,7 +7,9 @@
 #include "ZKFtpUrl.h"
 #include "ZKFtpWriter.h"
 #include "ZKLogging.h"
+#include "ZKPartialFile.h"
 
+#include <QCoreApplication>
 #include <QMimeDatabase>
 
 #include <algorithm>
@@ -22,6 +24,19 @@ const QString hasChangedKey = QStringLiteral("HasChanged");
 // A server that answers every CWD and lists one more folder in each would
 // otherwise lead a walk down for ever.
 constexpr int maximumDepth = 256;
+
+// Why a folder of host could not be listed: the folder is named by its path,
+// the top one by its server.
+QString listingFailure(const QStringList &folder, const QString &host, const QString &reason) {
+    if (folder.isEmpty()) {
+        return QCoreApplication::translate("ZKFtpReader",
+                                           "Unable to list files in the top folder of %1: %2")
+            .arg(host, reason);
+    }
+    return QCoreApplication::translate("ZKFtpReader",
+                                       "Unable to list files in directory '/%1' on %2: %3")
+        .arg(folder.join(QLatin1Char('/')), host, reason);
+}
 
 } // namespace
 
@@ -215,6 +230,14 @@ void ZKFtpReader::acceptCurrentVersion() {
     m_changed = false;
 }
 
+QByteArray ZKFtpReader::identity() const {
+    if (!m_modificationDate.isValid()) {
+        return {};
+    }
+    return ZKPartialFile::identity(
+        m_url, m_size, {"modify " + QByteArray::number(m_modificationDate.toSecsSinceEpoch())});
+}
+
 void ZKFtpReader::noteVersion() {
     std::lock_guard locker(m_versionLock);
     if (!m_knownSize) {
@@ -332,8 +355,7 @@ QByteArray ZKFtpReader::readBlockOfLength(quint64 length) {
 std::optional<QList<ZKFtpItem>> ZKFtpReader::listWorkingDirectory() {
     std::optional<QList<ZKFtpItem>> items = ftp()->listItems();
     if (!items) {
-        fail(QStringLiteral("Unable to list files in directory '%1': %2")
-                 .arg(host(), clientDescription()));
+        fail(listingFailure(ftp()->currentPath(), host(), clientDescription()));
         return std::nullopt;
     }
     // A name that is not one plain entry ("../x", "a/b", "/etc/x") would put
@@ -343,10 +365,10 @@ std::optional<QList<ZKFtpItem>> ZKFtpReader::listWorkingDirectory() {
         if (!ZKFtpItem::isPlainName(item.name())) {
             qCWarning(lcFtp) << "Refusing the listing of" << ftp()->currentPath() << "on" << host()
                              << "for the entry" << item.name();
-            fail(QStringLiteral("Unable to list files in directory '%1': %2")
-                     .arg(host(), QStringLiteral("the server listed the entry '%1', which is not "
-                                                 "a plain file name")
-                                      .arg(item.name())));
+            fail(listingFailure(ftp()->currentPath(), host(),
+                                QStringLiteral("the server listed the entry '%1', which is not "
+                                               "a plain file name")
+                                    .arg(item.name())));
             return std::nullopt;
         }
     }
@@ -368,9 +390,9 @@ ZKEnumerationResult ZKFtpReader::enumerateFileInfoWithBlock(const FileInfoBlock 
 
 ZKEnumerationResult ZKFtpReader::walkFileInfo(const FileInfoBlock &block, int depth) {
     if (depth >= maximumDepth) {
-        fail(QStringLiteral("Unable to list files in directory '%1': %2")
-                 .arg(host(), QStringLiteral("the folders nest more than %1 levels deep")
-                                  .arg(maximumDepth)));
+        fail(listingFailure(
+            ftp()->currentPath(), host(),
+            QStringLiteral("the folders nest more than %1 levels deep").arg(maximumDepth)));
         return ZKEnumerationResultStop;
     }
     const std::optional<QList<ZKFtpItem>> items = listWorkingDirectory();

@@ -101,6 +101,8 @@ public:
     // piece of another version. The new size and date are kept from then on.
     bool hasChanged() const override;
     void acceptCurrentVersion() override;
+    // The address, size and date the server gave; empty without a date.
+    QByteArray identity() const override;
 
     // Whether a first block of the URL can be downloaded, over a connection
     // of its own.
