@@ -48,6 +48,9 @@ private Q_SLOTS:
     void runTakesFtpPasswordFromStdin();
     void passwordsStayOutOfOutputAndQueues();
     void refusalsAndSkipsAreNamed();
+    void killedCopyNeverJoinsTwoVersions();
+    void conflictAnswersMeanWhatTheySay_data();
+    void conflictAnswersMeanWhatTheySay();
     void sameSourceTwiceIsRefused_data();
     void sameSourceTwiceIsRefused();
     void interruptedCopyWithoutQueueFileSaysWhatIsLeft();
@@ -203,16 +206,19 @@ void TestZKCommandLine::interruptedRunResumes() {
                    path(QStringLiteral("interrupt/out")), QStringLiteral("--limit"),
                    QStringLiteral("1M"), QStringLiteral("--save"), queue});
     QVERIFY(process.waitForStarted());
-    QTRY_VERIFY_WITH_TIMEOUT(QFileInfo(path(QStringLiteral("interrupt/out/src"))).size() > 0,
-                             10000);
+    const QString unfinished =
+        ZKTestSupport::partialPath(path(QStringLiteral("interrupt/out")), QStringLiteral("src"));
+    QTRY_VERIFY_WITH_TIMEOUT(QFileInfo(unfinished).size() > 0, 10000);
     ::kill(pid_t(process.processId()), SIGINT);
     QVERIFY(process.waitForFinished(10000));
     QCOMPARE(process.exitCode(), 1);
-    const qint64 partial = QFileInfo(path(QStringLiteral("interrupt/out/src"))).size();
+    const qint64 partial = QFileInfo(unfinished).size();
     QVERIFY(partial > 0 && partial < content.size());
+    QVERIFY(!QFileInfo::exists(path(QStringLiteral("interrupt/out/src"))));
 
     QCOMPARE(runCli({QStringLiteral("run"), queue}), 0);
     QCOMPARE(ZKTestSupport::readFile(path(QStringLiteral("interrupt/out/src"))), content);
+    QVERIFY(!QFileInfo::exists(unfinished));
 }
 
 void TestZKCommandLine::survivesRepeatedKills() {
@@ -357,7 +363,7 @@ void TestZKCommandLine::savedSourceIsFollowedOnlyWhileItIsTheSameFile() {
     QVERIFY(ZKTestSupport::writeFile(source, ZKTestSupport::randomBytes(3000000, 21)));
     QVERIFY(interruptTransfer({QStringLiteral("move"), source, out, QStringLiteral("--save"), queue,
                                QStringLiteral("--limit"), QStringLiteral("1M")},
-                              out + QStringLiteral("/a.bin")));
+                              ZKTestSupport::partialPath(out, QStringLiteral("a.bin"))));
 
     // Renamed, it is still the queued file, and show says where run will go.
     QVERIFY(QFile::rename(source, renamed));
@@ -597,6 +603,75 @@ void TestZKCommandLine::sameSourceTwiceIsRefused_data() {
     QTest::addColumn<QString>("second");
     QTest::newRow("the same path") << "twice/a";
     QTest::newRow("spelt another way") << "twice/./sub/../a/";
+}
+
+// Killed half way, a copy leaves nothing under the file's name. The source
+// then changes inside the part already copied, keeping its size: a new
+// command must copy the new version, never continue the old one.
+void TestZKCommandLine::killedCopyNeverJoinsTwoVersions() {
+    QDir(m_dir.path()).mkpath(QStringLiteral("killed"));
+    const QString source = path(QStringLiteral("killed/src.bin"));
+    const QString out = path(QStringLiteral("killed/out"));
+    QByteArray content = ZKTestSupport::randomBytes(3000000, 31);
+    QVERIFY(ZKTestSupport::writeFile(source, content));
+    QProcess process;
+    process.setProcessEnvironment(m_environment);
+    process.start(QStringLiteral(FERROWICK_CLI), {QStringLiteral("copy"), source, out,
+                                                  QStringLiteral("--limit"), QStringLiteral("1M")});
+    QVERIFY(process.waitForStarted());
+    const QString unfinished = ZKTestSupport::partialPath(out, QStringLiteral("src.bin"));
+    QTRY_VERIFY_WITH_TIMEOUT(QFileInfo(unfinished).size() > 100000, 10000);
+    ::kill(pid_t(process.processId()), SIGKILL);
+    QVERIFY(process.waitForFinished(10000));
+    QVERIFY(!QFileInfo::exists(out + QStringLiteral("/src.bin")));
+
+    // Its first and last blocks stay as they were: only where the file came
+    // from can tell the two versions apart.
+    content[50000] = char(content[50000] ^ 0x5a);
+    QVERIFY(ZKTestSupport::writeFile(source, content));
+    QByteArray output;
+    QCOMPARE(runCli({QStringLiteral("copy"), source, out}, &output), 0);
+    QVERIFY2(ZKTestSupport::readFile(out + QStringLiteral("/src.bin")) == content,
+             output.constData());
+    QVERIFY(!QFileInfo::exists(unfinished));
+}
+
+void TestZKCommandLine::conflictAnswersMeanWhatTheySay_data() {
+    QTest::addColumn<QString>("answer");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<bool>("replaced");
+    QTest::newRow("replace") << "replace" << 0 << true;
+    QTest::newRow("skip") << "skip" << 0 << false;
+    QTest::newRow("cancel") << "cancel" << 1 << false;
+}
+
+// Another file of the same size and date is not a copy of the source.
+void TestZKCommandLine::conflictAnswersMeanWhatTheySay() {
+    QFETCH(QString, answer);
+    QFETCH(int, status);
+    QFETCH(bool, replaced);
+    const QString folder = QStringLiteral("conflict-") + answer;
+    QDir(m_dir.path()).mkpath(folder + QStringLiteral("/s"));
+    QDir(m_dir.path()).mkpath(folder + QStringLiteral("/d"));
+    const QString source = path(folder + QStringLiteral("/s/a.bin"));
+    const QString existing = path(folder + QStringLiteral("/d/a.bin"));
+    const QByteArray content = ZKTestSupport::randomBytes(100000, 32);
+    const QByteArray other = ZKTestSupport::randomBytes(100000, 33);
+    QVERIFY(ZKTestSupport::writeFile(source, content) && ZKTestSupport::writeFile(existing, other));
+    QFile file(existing);
+    QVERIFY(file.open(QIODevice::ReadWrite) &&
+            file.setFileTime(QFileInfo(source).lastModified(), QFileDevice::FileModificationTime));
+    file.close();
+    QByteArray output;
+    QCOMPARE(runCli({QStringLiteral("copy"), source, path(folder + QStringLiteral("/d")),
+                     QStringLiteral("--on-conflict"), answer},
+                    &output),
+             status);
+    QVERIFY2(ZKTestSupport::readFile(existing) == (replaced ? content : other), output.constData());
+    if (answer == QStringLiteral("skip")) {
+        QVERIFY2(output.contains("Skipped: '" + existing.toUtf8() + "' already exists."),
+                 output.constData());
+    }
 }
 
 // Two tasks for one item would write the same files at once.
