@@ -160,7 +160,11 @@ bool ZKFtpClient::isWithinTimeoutSince(Clock::time_point start, const QString &t
     if (seconds < double(ZKSocket::downloadTimeoutSeconds())) {
         return true;
     }
-    setClientError(3, QStringLiteral("Timed out while %1.").arg(task));
+    qCInfo(lcFtp) << "Timed out while" << task;
+    // A server that sends only what is no reply has not answered either.
+    setClientError(3, QCoreApplication::translate(
+                          "ZKFtpClient", "The server did not answer within the time limit (%1 s).")
+                          .arg(ZKSocket::downloadTimeoutSeconds()));
     return false;
 }
 
@@ -270,20 +274,30 @@ void ZKFtpClient::beginPassiveConnection() {
         return;
     }
     const std::optional<QString> reply = readControlResponse();
-    QString host;
-    qint32 port = 0;
-    const bool refused = error().has_value();
     // A refusal is reported as a reply that cannot be used, with the server's
     // own text inside.
-    if (!reply || refused || !ZKFtpReply::parsePassiveReply(*reply, &host, &port)) {
+    if (!reply || error()) {
         setClientError(
             2, QStringLiteral("Unable to parse response '%1'").arg(reply.value_or(absentText)));
         return;
     }
-    // The address is used as the server gives it.
-    m_dataSocket = std::make_unique<ZKSocket>();
-    m_dataSocket->connectToHost(host, port);
-    copySocketError(*m_dataSocket);
+    QString announced;
+    qint32 port = 0;
+    if (!ZKFtpReply::parsePassiveReply(*reply, &announced, &port) || port == 0) {
+        setClientError(2, QCoreApplication::translate(
+                              "ZKFtpClient", "Unable to parse response '%1': a passive address "
+                                             "is six numbers from 0 to 255 naming a port")
+                              .arg(*reply));
+        return;
+    }
+    // The data goes where the control connection went, whatever address the
+    // reply names: a server behind a translating router names one nobody
+    // can reach, and a hostile one would send us to any machine it likes.
+    const QString address = m_controlSocket->peerAddress();
+    if (announced != address) {
+        qCInfo(lcFtp) << "PASV named" << announced << "; connecting to" << address << "instead";
+    }
+    connectDataSocket(address, port);
 }
 
 // EPSV works over IPv6 as over IPv4 and names only a port, so the data goes
@@ -308,10 +322,15 @@ bool ZKFtpClient::beginExtendedPassiveConnection() {
             2, QStringLiteral("Unable to parse response '%1'").arg(reply.value_or(absentText)));
         return true;
     }
-    m_dataSocket = std::make_unique<ZKSocket>();
-    m_dataSocket->connectToHost(m_controlSocket->peerAddress(), port);
-    copySocketError(*m_dataSocket);
+    connectDataSocket(m_controlSocket->peerAddress(), port);
     return true;
+}
+
+void ZKFtpClient::connectDataSocket(const QString &address, qint32 port) {
+    m_dataSocket = std::make_unique<ZKSocket>();
+    // Numeric, so that nothing is ever looked up for a data connection.
+    m_dataSocket->connectToAddress(address, port);
+    copySocketError(*m_dataSocket);
 }
 
 void ZKFtpClient::secureDataConnection() {

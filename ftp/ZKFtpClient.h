@@ -106,7 +106,8 @@ public:
     std::optional<QString> readControlResponse();
 
     // True while fewer than "downloadTimeout" seconds have passed since
-    // start; else sets the code 3 time-out error with the given phrase.
+    // start; else sets the code 3 error saying that the server did not
+    // answer in time, and logs what was being done.
     bool isWithinTimeoutSince(std::chrono::steady_clock::time_point start, const QString &task);
 
     const QStringList &currentPath() const { return m_currentPath; }
@@ -116,7 +117,9 @@ public:
     void setSupportsRfc3659(bool supports) { m_supportsRfc3659 = supports; }
 
 private:
-    // EPSV, then PASV once a server has refused EPSV.
+    // EPSV, then PASV once a server has refused EPSV. Either way the data
+    // connection goes to the control connection's peer address; of a PASV
+    // reply only the port is used.
     void beginPassiveConnection();
     // False (with error() clear) when the server refused EPSV.
     bool beginExtendedPassiveConnection();
@@ -134,6 +137,7 @@ private:
     // nullopt when no answer came.
     std::optional<ZKFtpItem> sizedItem(const QString &name);
     void endPassiveConnection();
+    void connectDataSocket(const QString &address, qint32 port);
     // One command and its reply.
     void command(const QString &name, const QString &parameter = QString());
     ZKFtpItem itemFromSizeReply(const QString &name, const QString &reply) const;

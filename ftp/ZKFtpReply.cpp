@@ -83,28 +83,39 @@ qint64 ZKFtpReply::leadingInteger(QStringView text) {
 }
 
 bool ZKFtpReply::parsePassiveReply(const QString &reply, QString *host, qint32 *port) {
-    const QStringList pieces = splitAt(reply, u",()");
-    const qsizetype count = pieces.size();
-    // Eight pieces at least: with fewer, the reply's own text before the
-    // numbers would be read as the first of them.
-    if (count <= 7) {
+    const qsizetype open = reply.lastIndexOf(QLatin1Char('('));
+    const qsizetype close = open < 0 ? -1 : reply.indexOf(QLatin1Char(')'), open + 1);
+    if (close < 0) {
         return false;
     }
-    const QStringList address = pieces.mid(count - 7, 4);
-    // A number that brings dots of its own would make another address.
-    for (const QString &number : address) {
-        if (number.contains(QLatin1Char('.'))) {
+    const QStringList pieces = reply.mid(open + 1, close - open - 1).split(QLatin1Char(','));
+    if (pieces.size() != 6) {
+        return false;
+    }
+    // Read strictly: a lenient reader would make some address or port of
+    // "999", "-1" or "abc", and a name to look up of what is no number.
+    int numbers[6] = {};
+    for (int i = 0; i < 6; ++i) {
+        const QString digits = pieces.at(i).trimmed();
+        if (digits.isEmpty() || digits.size() > 3) {
+            return false;
+        }
+        for (const QChar c : digits) {
+            if (!isAsciiDigit(c)) {
+                return false;
+            }
+            numbers[i] = numbers[i] * 10 + (c.unicode() - '0');
+        }
+        if (numbers[i] > 255) {
             return false;
         }
     }
-    *host = address.join(QLatin1Char('.'));
-    // Numbers out of range give a port the resolver refuses, which ends in a
-    // clear connect error rather than a wrapped-around port.
-    const qint64 high = leadingInteger(pieces.at(count - 3));
-    const qint64 low = leadingInteger(pieces.at(count - 2));
-    const qint64 value = high * 256 + low;
-    *port = qint32(std::clamp<qint64>(value, std::numeric_limits<qint32>::min(),
-                                      std::numeric_limits<qint32>::max()));
+    *host = QStringLiteral("%1.%2.%3.%4")
+                .arg(numbers[0])
+                .arg(numbers[1])
+                .arg(numbers[2])
+                .arg(numbers[3]);
+    *port = numbers[4] * 256 + numbers[5];
     return true;
 }
 

@@ -24,11 +24,12 @@ public:
     // "4" or "5". Lines shorter than 4 characters are invalid responses.
     static ZKOptionalError errorOf(const QString &line);
 
-    // Host and port of a PASV reply, read from the last six numbers between
-    // the separators ",", "(" and ")". The reply must carry its numbers in
-    // parentheses. False when the reply has too few pieces or a number of
-    // the address holds a dot; the host is otherwise not checked in any way
-    // (the server's address is used as given).
+    // Host and port of a PASV reply: the group between the last "(" and the
+    // ")" after it holds exactly six numbers separated by commas, each of
+    // one to three decimal digits (blanks around them allowed) from 0 to
+    // 255. False for anything else. The host is written as four plain
+    // numbers with dots; it is only ever logged, since the data connection
+    // goes to the address the control connection reached.
     static bool parsePassiveReply(const QString &reply, QString *host, qint32 *port);
 
     // The port of an EPSV reply (RFC 2428): "(", three times one delimiter

@@ -24,6 +24,7 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <QCoreApplication>
 #include <QHostAddress>
 #include <QStringDecoder>
 
@@ -109,8 +110,24 @@ void ZKSocket::setError(ZKError error) {
     m_error = std::move(error);
 }
 
-void ZKSocket::setSystemError(int number) {
+void ZKSocket::setSystemError(int number, bool receiving) {
+    if (number == EAGAIN || number == EWOULDBLOCK) {
+        setTimeoutError(receiving);
+        return;
+    }
     setError(ZKError(errorDomain, number, qt_error_string(number)));
+}
+
+// The system's words for it ("Resource temporarily unavailable") would not
+// tell the user that the server went silent.
+void ZKSocket::setTimeoutError(bool receiving) {
+    const QString text =
+        receiving
+            ? QCoreApplication::translate("ZKSocket",
+                                          "The server did not answer within the time limit (%1 s).")
+            : QCoreApplication::translate("ZKSocket",
+                                          "The server took no data within the time limit (%1 s).");
+    setError(ZKError(errorDomain, ETIMEDOUT, text.arg(m_limitSeconds)));
 }
 
 void ZKSocket::setNotConnectedError() {
@@ -123,6 +140,14 @@ void ZKSocket::clearError() {
 }
 
 void ZKSocket::connectToHost(const QString &host, qint32 port) {
+    connectWithFlags(host, port, 0);
+}
+
+void ZKSocket::connectToAddress(const QString &address, qint32 port) {
+    connectWithFlags(address, port, AI_NUMERICHOST);
+}
+
+void ZKSocket::connectWithFlags(const QString &host, qint32 port, int flags) {
     clearError();
     disconnect(); // a socket is meant for one connection; never leak an earlier one
     const QByteArray service = QByteArray::number(port);
@@ -131,12 +156,17 @@ void ZKSocket::connectToHost(const QString &host, qint32 port) {
     addrinfo hints{};
     hints.ai_family = AF_UNSPEC;
     hints.ai_socktype = SOCK_STREAM;
+    hints.ai_flags = flags | AI_NUMERICSERV;
     addrinfo *addresses = nullptr;
-    if (::getaddrinfo(name.constData(), service.constData(), &hints, &addresses) != 0 ||
+    if (port < 0 || port > 65535 ||
+        ::getaddrinfo(name.constData(), service.constData(), &hints, &addresses) != 0 ||
         !addresses) {
+        const QString text =
+            (flags & AI_NUMERICHOST)
+                ? QCoreApplication::translate("ZKSocket", "'%1' is not a network address")
+                : QCoreApplication::translate("ZKSocket", "Unrecognised host name '%1'");
         // The code is errno as it stands, not the resolver's own result.
-        setError(
-            ZKError(errorDomain, errno, QStringLiteral("Unrecognised host name '%1'").arg(host)));
+        setError(ZKError(errorDomain, errno, text.arg(host)));
         if (addresses) {
             ::freeaddrinfo(addresses);
         }
@@ -153,8 +183,9 @@ void ZKSocket::connectToHost(const QString &host, qint32 port) {
             setSystemError(errno);
             continue;
         }
+        m_limitSeconds = downloadTimeoutSeconds();
         timeval limit{};
-        limit.tv_sec = downloadTimeoutSeconds();
+        limit.tv_sec = m_limitSeconds;
         limit.tv_usec = 0;
         ::setsockopt(m_socketDescriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
         ::setsockopt(m_socketDescriptor, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
@@ -221,7 +252,7 @@ void ZKSocket::send(const QByteArray &data, int flags) {
             if (errno == EINTR) {
                 continue;
             }
-            setSystemError(errno);
+            setSystemError(errno, false);
             return;
         }
         remaining += sent;
@@ -390,7 +421,7 @@ void ZKSocket::setTlsError(const QString &what, int result) {
     ERR_clear_error();
     if (kind == SSL_ERROR_WANT_READ || kind == SSL_ERROR_WANT_WRITE) {
         // The time limit of the socket ran out.
-        setSystemError(EAGAIN);
+        setTimeoutError(kind == SSL_ERROR_WANT_READ);
     } else if (kind == SSL_ERROR_SYSCALL && queued == 0 && savedErrno != 0) {
         setSystemError(savedErrno);
     } else {

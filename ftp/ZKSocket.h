@@ -23,7 +23,9 @@ using SSL = struct ssl_st;
 // host name, or found among the certificates the user trusts by fingerprint.
 //
 // Sends and receives are bounded by the "downloadTimeout" preference, applied
-// when the socket connects. The connect itself has no time limit of its own.
+// when the socket connects; one that runs out leaves ETIMEDOUT, saying that
+// the server did not answer in time. The connect itself has no time limit of
+// its own.
 class ZKSocket {
 public:
     static const QString errorDomain;
@@ -39,6 +41,9 @@ public:
     // open, so that the socket still counts as connected and the next send
     // or receive reports the system's error.
     void connectToHost(const QString &host, qint32 port);
+    // Like connectToHost, for a numeric address only ("127.0.0.1", "::1"):
+    // nothing is looked up, and anything else is refused with error() set.
+    void connectToAddress(const QString &address, qint32 port);
     // The numeric address of the connected peer ("::1", "127.0.0.1"); empty
     // when there is none.
     QString peerAddress() const;
@@ -109,19 +114,24 @@ public:
     static std::optional<QString> decodeUtf8(const QByteArray &bytes);
 
 private:
+    void connectWithFlags(const QString &host, qint32 port, int flags);
     void send(const QByteArray &data, int flags);
     // One receive, through TLS when it is on: like recv, -1 with errno set.
     ssize_t receiveInto(char *buffer, size_t length, int flags);
     void setTlsError(const QString &what, int result);
     void endTls();
     void setError(ZKError error);
-    void setSystemError(int number);
+    // EAGAIN after a blocking call is the socket's time limit running out.
+    void setSystemError(int number, bool receiving = true);
+    void setTimeoutError(bool receiving);
     void setNotConnectedError();
     void clearError();
 
     int m_socketDescriptor = -1;
     SSL *m_ssl = nullptr;
     double m_timeout = 0;
+    // The limit applied when the socket connected, for the message.
+    qint32 m_limitSeconds = 0;
     mutable std::mutex m_errorLock;
     ZKOptionalError m_error;
 };

@@ -7,7 +7,18 @@
 #include "ZKUserDefaults.h"
 
 #include <QElapsedTimer>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryFile>
 #include <QTest>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+// Set in the process that runs a row inside a network of its own.
+static const char ownNetworkVariable[] = "FERROWICK_TEST_OWN_NETWORK";
 
 // The reason of a failure for a QVERIFY2 message, which is built even when
 // the check passes.
@@ -30,6 +41,50 @@ class TestZKFtpClient : public QObject {
     }
     // After USER, PASS, TYPE and FEAT.
     QStringList commandsAfterLogin() const { return m_server->commands().mid(4); }
+
+    // The current row once more, in a process of its own inside new network
+    // and mount namespaces: only a loopback interface, and a resolver
+    // configuration that names 127.0.0.1 as the only name server.
+    void rerunInOwnNetwork() {
+        const QString ip = QStandardPaths::findExecutable(
+            QStringLiteral("ip"), {QStringLiteral("/usr/sbin"), QStringLiteral("/sbin")});
+        if (ip.isEmpty()) {
+            QSKIP("the ip command (iproute2) is not installed");
+        }
+        QProcess probe;
+        probe.start(QStringLiteral("unshare"), {"-n", "-m", "true"});
+        if (!probe.waitForFinished(30000) || probe.exitStatus() != QProcess::NormalExit ||
+            probe.exitCode() != 0) {
+            QSKIP(qPrintable("no network namespace can be made here: " + probe.errorString() + " " +
+                             QString::fromLocal8Bit(probe.readAllStandardError())));
+        }
+        QTemporaryFile resolverConfiguration;
+        QVERIFY(resolverConfiguration.open());
+        resolverConfiguration.write("nameserver 127.0.0.1\n");
+        resolverConfiguration.flush();
+        const QString row =
+            QStringLiteral("%1:%2").arg(QString::fromLatin1(QTest::currentTestFunction()),
+                                        QString::fromLatin1(QTest::currentDataTag()));
+        QProcess child;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QString::fromLatin1(ownNetworkVariable), QStringLiteral("1"));
+        child.setProcessEnvironment(environment);
+        child.setProcessChannelMode(QProcess::MergedChannels);
+        child.start(QStringLiteral("unshare"),
+                    {"-n", "-m", "--", "sh", "-c",
+                     "\"$1\" link set lo up && mount --bind \"$2\" /etc/resolv.conf && shift 2 && "
+                     "exec \"$@\"",
+                     "sh", ip, resolverConfiguration.fileName(),
+                     QCoreApplication::applicationFilePath(), row});
+        const bool finished = child.waitForFinished(120000);
+        const QString output = QString::fromLocal8Bit(child.readAll());
+        QVERIFY2(finished && child.exitStatus() == QProcess::NormalExit && child.exitCode() == 0,
+                 qPrintable(output));
+        QVERIFY2(
+            output.contains("PASS   : TestZKFtpClient::" + QString(QTest::currentTestFunction()) +
+                            "(" + QTest::currentDataTag() + ")"),
+            qPrintable(output));
+    }
 
 private Q_SLOTS:
     void initTestCase() {
@@ -103,22 +158,22 @@ private Q_SLOTS:
         }
     }
 
+    // "%2,%3" stands for the port the data listener really has, on 127.0.0.1.
     void passiveReplies_data() {
         QTest::addColumn<QByteArray>("pasv");
-        QTest::addColumn<QByteArray>("host");
         QTest::addColumn<QString>("error");
-        QTest::newRow("parentheses") << QByteArray() << QByteArray() << QString();
-        // The data listener is on 127.0.0.2 only: the listing arrives only if
-        // the client goes where PASV says, not to the control address.
-        QTest::newRow("address elsewhere") << QByteArray() << QByteArray("127.0.0.2") << QString();
+        QTest::newRow("parentheses") << QByteArray() << QString();
+        // Nothing listens on 127.0.0.2: the listing arrives only if the client
+        // goes to the control connection's address, as it must.
+        QTest::newRow("address elsewhere")
+            << QByteArray("227 Entering Passive Mode (127,0,0,2,%2,%3)\r\n") << QString();
         QTest::newRow("without parentheses")
-            << QByteArray("227 Entering Passive Mode 127,0,0,1,4,1\r\n") << QByteArray()
-            << "Unable to parse response '227 Entering Passive Mode 127,0,0,1,4,1'";
+            << QByteArray("227 Entering Passive Mode 127,0,0,1,4,1\r\n")
+            << "Unable to parse response '227 Entering Passive Mode 127,0,0,1,4,1': a passive "
+               "address is six numbers from 0 to 255 naming a port";
         QTest::newRow("refused") << QByteArray("425 Can't open data connection.\r\n")
-                                 << QByteArray()
                                  << "Unable to parse response '425 Can't open data connection.'";
-        QTest::newRow("no reply") << QByteArray("") << QByteArray()
-                                  << "Unable to parse response '(null)'";
+        QTest::newRow("no reply") << QByteArray("") << "Unable to parse response '(null)'";
     }
 
     // "" for a reply that is refused.
@@ -131,8 +186,17 @@ private Q_SLOTS:
         };
         row("usual", "227 Entering Passive Mode (127,0,0,1,156,64).", "127.0.0.1", 40000);
         row("without text", "227 (127,0,0,2,0,21)", "127.0.0.2", 21);
-        // What the server says is used as given, however odd.
-        row("port out of range", "227 (127,0,0,1,300,1)", "127.0.0.1", 76801);
+        row("blanks around numbers", "227 ( 10, 0,0,9 ,4 ,1 )", "10.0.0.9", 1025);
+        row("the last group", "227 Mode (ok) (127,0,0,1,0,0)", "127.0.0.1", 0);
+        // Numbers are read strictly: a lenient reader would make an address,
+        // or a name to look up, of anything.
+        row("port out of range", "227 (127,0,0,1,300,1)", "", 0);
+        row("garbage", "227 (999,-1,abc,0,99999,1)", "", 0);
+        row("sign", "227 (+127,0,0,1,4,1)", "", 0);
+        row("five numbers", "227 (127,0,0,1,4)", "", 0);
+        row("seven numbers", "227 (127,0,0,1,4,1,1)", "", 0);
+        row("empty number", "227 (127,,0,1,4,1)", "", 0);
+        row("four digits", "227 (0127,0,0,1,4,1)", "", 0);
         row("without parentheses", "227 Entering Passive Mode 127,0,0,1,4,1", "", 0);
         // The reply's own text would be read as the first number.
         row("opening parenthesis only", "227 Entering Passive Mode (127,0,0,1,4,1", "", 0);
@@ -154,13 +218,9 @@ private Q_SLOTS:
 
     void passiveReplies() {
         QFETCH(QByteArray, pasv);
-        QFETCH(QByteArray, host);
         QFETCH(QString, error);
         if (!pasv.isNull()) {
-            m_server->setReply("PASV", pasv);
-        }
-        if (!host.isEmpty()) {
-            m_server->setPassiveHost(host);
+            m_server->setPassiveFormat(pasv);
         }
         m_server->setListing("one\r\ntwo\r\n");
         connectAndLogIn();
@@ -173,6 +233,59 @@ private Q_SLOTS:
             QCOMPARE(m_client->error()->code(), qint64(2));
             QCOMPARE(m_client->error()->localizedDescription(), error);
         }
+    }
+
+    void passiveRepliesInOwnNetwork_data() {
+        QTest::addColumn<QByteArray>("pasv");
+        QTest::addColumn<QString>("error");
+        // A documentation address: the data must still come over 127.0.0.1.
+        QTest::newRow("address elsewhere")
+            << QByteArray("227 Entering Passive Mode (192,0,2,77,%2,%3)\r\n") << QString();
+        QTest::newRow("garbage")
+            << QByteArray("227 (999,-1,abc,0,99999,1)\r\n")
+            << "Unable to parse response '227 (999,-1,abc,0,99999,1)': a passive address is six "
+               "numbers from 0 to 255 naming a port";
+    }
+
+    // Run in a network of the test's own with loopback only, so that nothing
+    // could leave the machine even if the client went where the reply says;
+    // its only name server is a listener here that must hear nothing.
+    void passiveRepliesInOwnNetwork() {
+        if (!qEnvironmentVariableIsSet(ownNetworkVariable)) {
+            rerunInOwnNetwork();
+            return;
+        }
+        QFETCH(QByteArray, pasv);
+        QFETCH(QString, error);
+        const int resolver = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(53);
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        QVERIFY(::bind(resolver, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0);
+        // Far above the bound below: a failure within it did not wait for
+        // anything, a name server's answer least of all.
+        ZKUserDefaults::standard().setInteger(QStringLiteral("downloadTimeout"), 20);
+        m_server->setPassiveFormat(pasv);
+        m_server->setFile("a.bin", "over loopback");
+        connectAndLogIn();
+        QElapsedTimer timer;
+        timer.start();
+        m_client->beginRetrieve(QStringLiteral("a.bin"), 0);
+        QByteArray data;
+        while (!m_client->error()) {
+            const QByteArray block = m_client->retrieveBlock();
+            if (block.isEmpty()) {
+                break;
+            }
+            data += block;
+        }
+        QCOMPARE(describe(m_client->error()), error);
+        QCOMPARE(data, error.isEmpty() ? QByteArray("over loopback") : QByteArray());
+        QVERIFY2(timer.elapsed() < 3000, "the transfer waited for something");
+        char query[512];
+        QCOMPARE(::recv(resolver, query, sizeof query, MSG_DONTWAIT), ssize_t(-1));
+        ::close(resolver);
     }
 
     void extendedPassiveReplies_data() {
@@ -478,6 +591,8 @@ private Q_SLOTS:
         QTest::newRow("target refused")
             << QByteArray("350 Ready\r\n") << QByteArray("553 Not allowed\r\n") << both
             << "Not allowed";
+        QTest::newRow("no answer") << QByteArray("350 Ready\r\n") << QByteArray("") << both
+                                   << "The server did not answer within the time limit (1 s).";
     }
 
     void renameOnTheWire() {

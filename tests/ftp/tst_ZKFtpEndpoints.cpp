@@ -260,8 +260,9 @@ private Q_SLOTS:
         copy.start();
         QVERIFY(copy.error());
         QCOMPARE(copy.error()->localizedDescription(),
-                 QStringLiteral("Unable to list files in directory '127.0.0.1': the server listed "
-                                "the entry '../../x', which is not a plain file name"));
+                 QStringLiteral("Unable to list files in directory '/evil' on 127.0.0.1: the "
+                                "server listed the entry '../../x', which is not a plain file "
+                                "name"));
         // Refused as a whole: not even the harmless entry was fetched.
         QStringList written;
         QDirIterator it(m_dir->path(), QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden,
@@ -272,6 +273,56 @@ private Q_SLOTS:
         written.sort();
         QCOMPARE(written, QStringList({"inbox", "inbox/evil"}));
         QVERIFY(!m_server->commands().contains(QStringLiteral("RETR ok.txt")));
+    }
+
+    void failuresNameWhatFailed_data() {
+        QTest::addColumn<QByteArray>("greeting"); // null: the usual one
+        QTest::addColumn<QByteArray>("command");
+        QTest::addColumn<QByteArray>("reply"); // empty: none at all
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("message");
+        const QString late =
+            QStringLiteral("The server did not answer within the time limit (1 s).");
+        QTest::newRow("silent greeting")
+            << QByteArray("") << QByteArray() << QByteArray() << "/pub/"
+            << "Unable to connect to '127.0.0.1': " + late;
+        QTest::newRow("garbage greeting")
+            << QByteArray("SSH-2.0-OpenSSH_9.2\r\n") << QByteArray() << QByteArray() << "/pub/"
+            << "Unable to connect to '127.0.0.1': " + late;
+        QTest::newRow("silent after the password")
+            << QByteArray() << QByteArray("PASS") << QByteArray() << "/pub/"
+            << "Unable to log in to '127.0.0.1': " + late;
+        QTest::newRow("garbage for the listing")
+            << QByteArray() << QByteArray("NLST") << QByteArray("\xff\xfe nonsense\r\n") << "/pub/"
+            << "Unable to list files in directory '/pub' on 127.0.0.1: " + late;
+        QTest::newRow("top folder refused")
+            << QByteArray() << QByteArray("NLST") << QByteArray("550 Permission denied\r\n") << "/"
+            << "Unable to list files in the top folder of 127.0.0.1: Permission denied";
+        QTest::newRow("nested folder refused")
+            << QByteArray() << QByteArray("NLST") << QByteArray("550 Permission denied\r\n")
+            << "/pub/sub/"
+            << "Unable to list files in directory '/pub/sub' on 127.0.0.1: Permission denied";
+    }
+
+    // A server that says nothing, or nothing that is a reply, is one that did
+    // not answer in time; a listing that fails names its folder, not the host.
+    void failuresNameWhatFailed() {
+        QFETCH(QByteArray, greeting);
+        QFETCH(QByteArray, command);
+        QFETCH(QByteArray, reply);
+        QFETCH(QString, path);
+        if (!greeting.isNull()) {
+            m_server->setGreeting(greeting);
+        }
+        if (!command.isEmpty()) {
+            m_server->setReply(command, reply);
+        }
+        m_server->setDirectory("pub");
+        m_server->setDirectory("sub");
+        ZKCopyOperation copy(ZKFtpReader::readerWithUrl(m_server->url(path)), localFolder());
+        copy.start();
+        QVERIFY(copy.error());
+        QTEST(copy.error()->localizedDescription(), "message");
     }
 
     void uploadAppendsToWhatTheServerHolds() {

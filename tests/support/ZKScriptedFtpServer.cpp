@@ -157,12 +157,13 @@ private:
             send("229 Entering Extended Passive Mode (|||" + QByteArray::number(port) + "|)\r\n");
             return;
         }
+        const QByteArray high = QByteArray::number(port / 256);
+        const QByteArray low = QByteArray::number(port % 256);
         QByteArray numbers = m_server.m_passiveHost;
         numbers.replace('.', ',');
-        numbers += ',' + QByteArray::number(port / 256) + ',' + QByteArray::number(port % 256);
-        send(QString::fromLatin1(m_server.m_passiveFormat)
-                 .arg(QString::fromLatin1(numbers))
-                 .toLatin1());
+        numbers += ',' + high + ',' + low;
+        QByteArray reply = m_server.m_passiveFormat;
+        send(reply.replace("%1", numbers).replace("%2", high).replace("%3", low));
     }
 
     void acceptData() {

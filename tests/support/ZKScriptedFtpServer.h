@@ -60,8 +60,9 @@ public:
     // Where the data listener listens and what the PASV reply tells; by
     // default 127.0.0.1. Only loopback addresses are ever used.
     void setPassiveHost(const QByteArray &host);
-    // The PASV reply with "%1" for the six numbers; by default
-    // "227 Entering Passive Mode (%1).\r\n".
+    // The PASV reply with "%1" for the six numbers, "%2" and "%3" for the
+    // two of the port alone (to announce another address than the one
+    // listened on); by default "227 Entering Passive Mode (%1).\r\n".
     void setPassiveFormat(const QByteArray &format);
     // Whether EPSV opens a data listener on the server's own address (with
     // the reply "229 Entering Extended Passive Mode (|||PORT|)") or is
