@@ -28,11 +28,14 @@ QString transferKey(const ZKReader &source, const ZKWriter &destination) {
 
 QString itemName(const ZKReader &source) {
     const QString name = source.filename();
-    if (!name.isEmpty()) {
+    if (!name.isEmpty() && name != QLatin1String(".") && name != QLatin1String("..")) {
         return name;
     }
-    const QUrl url = source.url();
-    return url.isLocalFile() ? url.toLocalFile() : url.toDisplayString(QUrl::RemovePassword);
+    const QUrl url = ZKTaskRegistry::standardizedUrl(source.url());
+    if (!url.fileName().isEmpty()) {
+        return url.fileName();
+    }
+    return url.isLocalFile() ? url.toLocalFile() : url.toDisplayString();
 }
 
 QString alreadyQueued(const ZKReader &source, const ZKFerrowickDocument &queue) {
@@ -47,6 +50,17 @@ QString givenTwice(const ZKReader &source) {
                                        "\u201c%1\u201d is given more than once for this "
                                        "destination.")
         .arg(itemName(source));
+}
+
+// The last part of an item's standardized address, mostly found without
+// making that address: standardizing changes the last part only where it is
+// empty, "." or "..".
+QString lastName(const QUrl &url) {
+    const QString name = url.fileName();
+    if (name.isEmpty() || name == QLatin1String(".") || name == QLatin1String("..")) {
+        return ZKTaskRegistry::standardizedUrl(url).fileName();
+    }
+    return name;
 }
 
 int defaultPort(const QString &scheme) {
@@ -91,8 +105,37 @@ QUrl ZKTaskRegistry::standardizedUrl(const QUrl &url) {
 
 QStringList ZKTaskRegistry::refusals(const QList<Candidate> &candidates) {
     QStringList reasons(candidates.size());
-    // The transfers still looked for, each with its candidate.
-    QHash<QString, qsizetype> wanted;
+    QList<QString> keys(candidates.size());
+    auto keyOf = [&](qsizetype i) -> const QString & {
+        if (keys[i].isEmpty()) {
+            keys[i] = transferKey(*candidates[i].source, *candidates[i].destination);
+        }
+        return keys[i];
+    };
+    // The candidates still looked for, by the last part of their source's
+    // address: a queue may hold 100,000 tasks, and one whose source ends
+    // otherwise is passed over without its addresses being spelt out.
+    struct Group {
+        QList<qsizetype> members;
+        QHash<QString, qsizetype> byKey;
+        bool keyed = false;
+    };
+    QHash<QString, Group> groups;
+    qsizetype remaining = 0;
+    auto keyGroup = [&](Group &group) {
+        if (group.keyed) {
+            return;
+        }
+        group.keyed = true;
+        for (const qsizetype i : std::as_const(group.members)) {
+            if (group.byKey.contains(keyOf(i))) {
+                reasons[i] = givenTwice(*candidates[i].source);
+                --remaining;
+            } else {
+                group.byKey.insert(keyOf(i), i);
+            }
+        }
+    };
     QSet<const ZKTask *> themselves;
     for (qsizetype i = 0; i < candidates.size(); ++i) {
         const Candidate &candidate = candidates[i];
@@ -103,20 +146,19 @@ QStringList ZKTaskRegistry::refusals(const QList<Candidate> &candidates) {
         if (candidate.task) {
             themselves.insert(candidate.task);
         }
-        const QString key = transferKey(*candidate.source, *candidate.destination);
-        if (wanted.contains(key)) {
-            reasons[i] = givenTwice(*candidate.source);
-        } else {
-            wanted.insert(key, i);
+        groups[lastName(candidate.source->url())].members.append(i);
+        ++remaining;
+    }
+    for (Group &group : groups) {
+        if (group.members.size() > 1) {
+            keyGroup(group);
         }
     }
-    // A walk over every task of every queue; only tasks at work have their
-    // addresses spelt out.
     for (const ZKFerrowickDocument *document : std::as_const(openQueues())) {
-        if (wanted.isEmpty()) {
-            break;
-        }
         for (const ZKTaskPtr &task : document->taskQueue().tasks()) {
+            if (remaining == 0) {
+                return reasons;
+            }
             if (hasEnded(task->state()) || themselves.contains(task.get())) {
                 continue;
             }
@@ -125,14 +167,16 @@ QStringList ZKTaskRegistry::refusals(const QList<Candidate> &candidates) {
             if (!source || !destination) {
                 continue;
             }
-            const auto found = wanted.constFind(transferKey(*source, *destination));
-            if (found == wanted.cend()) {
+            const auto group = groups.find(lastName(source->url()));
+            if (group == groups.end()) {
                 continue;
             }
-            reasons[*found] = alreadyQueued(*candidates[*found].source, *document);
-            wanted.erase(found);
-            if (wanted.isEmpty()) {
-                break;
+            keyGroup(*group);
+            const auto found = group->byKey.constFind(transferKey(*source, *destination));
+            if (found != group->byKey.cend()) {
+                reasons[*found] = alreadyQueued(*candidates[*found].source, *document);
+                group->byKey.erase(found);
+                --remaining;
             }
         }
     }

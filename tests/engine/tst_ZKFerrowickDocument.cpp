@@ -722,7 +722,7 @@ void TestZKFerrowickDocument::sameTransferIsQueuedOnce_data() {
                                    << "out" << true;
     QTest::newRow("in another queue") << "waiting" << false << "a"
                                       << "out" << true;
-    QTest::newRow("spelt another way") << "waiting" << false << "sub/../a/"
+    QTest::newRow("spelt another way") << "waiting" << false << "sub/../a/."
                                        << "out/./" << true;
     QTest::newRow("suspended") << "suspended" << false << "a"
                                << "out" << true;
