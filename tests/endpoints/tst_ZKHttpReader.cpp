@@ -529,20 +529,26 @@ private Q_SLOTS:
         QTest::addColumn<qint64>("pauseAfter");
         QTest::addColumn<bool>("ownLimit");
         QTest::addColumn<QString>("message");
+        QTest::addColumn<int>("trickle");
         // The user's limit applies when the reader has none of its own.
         QTest::newRow("silent server") << ZKScriptedHttpServer::pauseBeforeHead << false
-                                       << "Timed out waiting for response from 127.0.0.1.";
+                                       << "Timed out waiting for response from 127.0.0.1." << 0;
         QTest::newRow("stalled body")
-            << qint64(50000) << true << "Timed out waiting for data from 127.0.0.1.";
+            << qint64(50000) << true << "Timed out waiting for data from 127.0.0.1." << 0;
+        // Never silent, never done: the head must be whole within the limit.
+        QTest::newRow("endless head") << ZKScriptedHttpServer::pauseBeforeHead << false
+                                      << "Timed out waiting for response from 127.0.0.1." << 50;
     }
 
     void timeouts() {
         QFETCH(qint64, pauseAfter);
         QFETCH(bool, ownLimit);
+        QFETCH(int, trickle);
         const QByteArray content = ZKTestSupport::randomBytes(200000, 4);
         Response stalling = fileResponse(content);
         stalling.pauseAfter = pauseAfter;
         stalling.pauseMilliseconds = 2500;
+        stalling.trickleMilliseconds = trickle;
         m_server.setResponse("/stall", stalling);
         auto http = ZKHttpReader::readerWithUrl(m_server.url("/stall"));
         if (ownLimit) {
@@ -560,6 +566,35 @@ private Q_SLOTS:
         QVERIFY(http->error());
         QCOMPARE(http->error()->code(), ZKErrorCode::httpTimeout);
         QTEST(http->error()->localizedDescription(), "message");
+    }
+
+    void endlessHeadFailsTheDownloadInTime_data() {
+        QTest::addColumn<int>("trickle");
+        QTest::newRow("fast") << 20;
+        // Each byte well within the limit: only a limit on the whole head
+        // ends this one.
+        QTest::newRow("slow") << 700;
+    }
+
+    // A head that never ends holds the download no longer than the limit
+    // (2 s here), plus a margin for a loaded machine.
+    void endlessHeadFailsTheDownloadInTime() {
+        QFETCH(int, trickle);
+        Response endless;
+        endless.trickleMilliseconds = trickle;
+        m_server.setResponse("/endless.bin", endless);
+        ZKUserDefaults::standard().setInteger(ZKPreferences::downloadTimeout, 2);
+        const auto task = downloadTask("/endless.bin", m_dir->path());
+        QElapsedTimer clock;
+        clock.start();
+        runToEnd(*task);
+        QVERIFY2(clock.elapsed() < 3500, qPrintable(QString::number(clock.elapsed())));
+        QCOMPARE(task->state(), qint32(S::Failed));
+        QCOMPARE(task->error()->localizedDescription(),
+                 QStringLiteral("Timed out waiting for response from 127.0.0.1."));
+        QCOMPARE(
+            QDir(m_dir->path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden),
+            QStringList());
     }
 
     void shortSilenceIsNoTimeout() {
@@ -774,7 +809,8 @@ private Q_SLOTS:
         QVERIFY(task->error());
         QCOMPARE(task->error()->domain(), ZKHttpReader::networkErrorDomain);
         QCOMPARE(task->error()->code(), qint64(QNetworkReply::RemoteHostClosedError));
-        QCOMPARE(ZKTestSupport::readFile(target), content.left(150000));
+        QCOMPARE(ZKTestSupport::readFile(ZKTestSupport::partialPath(m_dir->path(), "broken.bin")),
+                 content.left(150000));
 
         // The same task, retried against a server that now behaves, continues
         // the partial file from its length.
