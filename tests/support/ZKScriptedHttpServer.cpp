@@ -203,6 +203,20 @@ void ZKScriptedHttpServer::accept(QTcpServer &server) {
                         (*next)();
                     }
                 };
+                if (response.trickleMilliseconds > 0) {
+                    socket->write("HTTP/1.1 200 OK\r\nX-Endless: ");
+                    auto *trickle = new QTimer(socket);
+                    const int limit = 60000 / response.trickleMilliseconds;
+                    QObject::connect(trickle, &QTimer::timeout, socket,
+                                     [socket, trickle, limit, sent = 0]() mutable {
+                                         socket->write("a");
+                                         if (++sent >= limit) {
+                                             trickle->stop();
+                                         }
+                                     });
+                    trickle->start(response.trickleMilliseconds);
+                    return;
+                }
                 if (response.dropAfter >= 0) {
                     socket->write(head);
                     socket->write(response.body.left(response.dropAfter));

@@ -40,6 +40,10 @@ public:
         // The connection is closed after the body (an answer whose length
         // is not announced ends this way).
         bool closeAfterBody = false;
+        // When above 0: the status line and the start of a header line that
+        // never ends, one more byte of it every that many milliseconds, for
+        // at most a minute; nothing of head or body is sent.
+        int trickleMilliseconds = 0;
     };
     static constexpr qint64 pauseBeforeHead = -2;
 
