@@ -187,14 +187,12 @@ void ZKCopyOperation::copyDirectoryFrom(ZKReader &reader, ZKWriter &folder) {
             const auto there = index.constFind(name);
             const bool replaced = there != index.cend() && isReplacedUrl(there->url);
             // Finished by an earlier run: the analysis has ruled on every
-            // file of the source's size already, and one it chose to replace
-            // is finished once it carries the source's date again.
-            const bool complete =
-                there != index.cend() && !there->directory && !there->symbolicLink &&
-                !item.directory && there->size == item.size &&
-                (!replaced ||
-                 ZKAnalyseCopyOperation::isFinishedCopy(item.size, item.modificationDate,
-                                                        there->size, there->modificationDate));
+            // file of the source's size already. One it chose to replace is
+            // written again, whatever it looks like: its size and date may
+            // be the source's while its bytes are not.
+            const bool complete = there != index.cend() && !there->directory &&
+                                  !there->symbolicLink && !item.directory &&
+                                  there->size == item.size && !replaced;
             if (there != index.cend() && there->symbolicLink && replaced &&
                 !newFolder->removeFile(name)) {
                 takeError(newFolder->error(), openError(name));
