@@ -793,7 +793,10 @@ private Q_SLOTS:
 
     void droppedDownloadFailsAndKeepsThePartialFile() {
         const QByteArray content = ZKTestSupport::randomBytes(400000, 10);
-        Response dropping = fileResponse(content);
+        // A validator: without one, nothing tells that the file is still the
+        // version the partial file was begun from.
+        const QByteArray tag = "ETag: \"v1\"";
+        Response dropping = fileResponse(content, tag);
         dropping.dropAfter = 150000;
         m_server.setResponse("/broken.bin", dropping);
         auto task = downloadTask("/broken.bin", m_dir->path());
@@ -808,7 +811,7 @@ private Q_SLOTS:
 
         // The same task, retried against a server that now behaves, continues
         // the partial file from its length.
-        m_server.setResponse("/broken.bin", fileResponse(content));
+        m_server.setResponse("/broken.bin", fileResponse(content, tag));
         m_server.clearRequests();
         task->reset();
         runToEnd(*task);

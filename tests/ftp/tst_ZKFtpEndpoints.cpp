@@ -157,7 +157,11 @@ private Q_SLOTS:
 
     void droppedConnectionKeepsThePartialFileForResume() {
         const QByteArray content = ZKTestSupport::randomBytes(1000000, 6);
+        // The date is what tells that the file is still the version the
+        // partial file was begun from.
+        const QDateTime date = QDateTime::fromSecsSinceEpoch(1700000000, Qt::UTC);
         m_server->setFile("a.bin", content);
+        m_server->setModificationDate("a.bin", date);
         m_server->setDropAfter(300000);
         const QString target = QDir(m_dir->path()).filePath(QStringLiteral("a.bin"));
         {
@@ -173,15 +177,14 @@ private Q_SLOTS:
                      ZKTestSupport::partialPath(m_dir->path(), QStringLiteral("a.bin"))),
                  content.left(300000));
 
-        // Another run against a server that holds out continues at the end of
-        // the partial file.
-        ZKScriptedFtpServer healthy;
-        healthy.setFile("a.bin", content);
-        ZKCopyOperation resume(ZKFtpReader::readerWithUrl(healthy.url("/a.bin")), localFolder());
+        // Another run, once the same server holds out, continues at the end
+        // of the partial file.
+        m_server->setDropAfter(-1);
+        ZKCopyOperation resume(ZKFtpReader::readerWithUrl(m_server->url("/a.bin")), localFolder());
         resume.start();
         QVERIFY2(!resume.error(), qPrintable(describe(resume.error())));
         QCOMPARE(ZKTestSupport::readFile(target), content);
-        QVERIFY(healthy.commands().contains(QStringLiteral("REST 300000")));
+        QVERIFY(m_server->commands().contains(QStringLiteral("REST 300000")));
     }
 
     // A reader saved during a copy and loaded again must notice that the file
