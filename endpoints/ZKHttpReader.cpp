@@ -485,8 +485,12 @@ void ZKHttpReader::errorStatusArrived(QNetworkReply &reply, int status) {
 void ZKHttpReader::endRequestAtHead(QNetworkReply &reply) {
     m_announcedLength = -1;
     m_requestCompleted = true;
+    // Not aborted here, inside its own signal: the network library still
+    // reports the status as an error of the reply once the body is in, and
+    // an aborted reply takes that second error for an internal fault and
+    // warns on the terminal. close() ends it with its manager, which takes
+    // the reply and whatever it still had to say along.
     QObject::disconnect(&reply, nullptr, nullptr, nullptr);
-    reply.abort();
     m_reply.clear();
 }
 
@@ -501,8 +505,8 @@ QByteArray ZKHttpReader::identity() const {
     if (m_entityTag.isEmpty() && m_lastModified.isEmpty()) {
         return {};
     }
-    const QByteArray validator = !m_entityTag.isEmpty() ? "etag " + m_entityTag
-                                                        : "last-modified " + m_lastModified;
+    const QByteArray validator =
+        !m_entityTag.isEmpty() ? "etag " + m_entityTag : "last-modified " + m_lastModified;
     return ZKPartialFile::identity(m_url, m_size, {validator});
 }
 

@@ -160,7 +160,8 @@ private:
     void noteVersion(int status, const QByteArray &entityTag, const QByteArray &lastModified);
     // The header value that names the version known, or empty.
     QByteArray ifRangeValue() const;
-    // The request ends with the head: what follows it is not read.
+    // The request ends with the head: what follows it is not read, and the
+    // reply is dropped with its manager when the reader closes.
     void endRequestAtHead(QNetworkReply &reply);
     void dataArrived();
     void requestFinished();

@@ -54,6 +54,8 @@ private Q_SLOTS:
     void sameSourceTwiceIsRefused_data();
     void sameSourceTwiceIsRefused();
     void interruptedCopyWithoutQueueFileSaysWhatIsLeft();
+    void missingWebFileSaysOnlyWhy_data();
+    void missingWebFileSaysOnlyWhy();
 
 private:
     QString path(const QString &name) const { return QDir(m_dir.path()).filePath(name); }
@@ -723,6 +725,44 @@ void TestZKCommandLine::interruptedCopyWithoutQueueFileSaysWhatIsLeft() {
                                  .toUtf8()),
              output.constData());
     QVERIFY(QFileInfo::exists(path(QStringLiteral("unsaved/src"))));
+}
+
+void TestZKCommandLine::missingWebFileSaysOnlyWhy_data() {
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<bool>("existing");
+    QTest::newRow("new name") << QStringList() << false;
+    QTest::newRow("over an existing file")
+        << QStringList{QStringLiteral("--on-conflict"), QStringLiteral("replace")} << true;
+}
+
+// A 404 fails the task with the server's answer and nothing else: no
+// warning of the network library about a reply used after its end, and the
+// file already there stays as it was.
+void TestZKCommandLine::missingWebFileSaysOnlyWhy() {
+    QFETCH(QStringList, options);
+    QFETCH(bool, existing);
+    const QString web = path(QStringLiteral("web404"));
+    const QString out = path(QStringLiteral("web404-out/") + QTest::currentDataTag());
+    QVERIFY(QDir().mkpath(web) && QDir().mkpath(out));
+    if (existing) {
+        QVERIFY(ZKTestSupport::writeFile(out + QStringLiteral("/gone.bin"), "kept"));
+    }
+    ZKHttpServers http;
+    ZK_REQUIRE_STARTED(http.startNginx(web), http.errorString());
+    QByteArray output;
+    const int status =
+        runCli(QStringList{QStringLiteral("copy"),
+                           http.nginxUrl(QStringLiteral("/gone.bin")).toString(), out} +
+                   options,
+               &output);
+    QVERIFY2(status == 1 && output.contains("The server answered 404 Not Found for 'gone.bin'."),
+             output.constData());
+    QVERIFY2(!output.contains("QNetworkReply"), output.constData());
+    QCOMPARE(QDir(out).entryList(QDir::Files | QDir::Hidden),
+             existing ? QStringList{QStringLiteral("gone.bin")} : QStringList());
+    if (existing) {
+        QCOMPARE(ZKTestSupport::readFile(out + QStringLiteral("/gone.bin")), QByteArray("kept"));
+    }
 }
 
 int main(int argc, char **argv) {
