@@ -87,9 +87,13 @@ void ZKApplicationAdaptor::ActivateAction(const QString &actionName, const QVari
             controller.openDocumentsFromPanel();
         } else if (actionName == QLatin1String("preferences")) {
             m_delegate.showPreferences();
-        } else if (controller.closeAllDocuments()) {
-            QApplication::closeAllWindows();
-            QApplication::quit();
+        } else {
+            controller.closeAllDocuments([](bool closedAll) {
+                if (closedAll) {
+                    QApplication::closeAllWindows();
+                    QApplication::quit();
+                }
+            });
         }
     });
 }

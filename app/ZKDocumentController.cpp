@@ -3,6 +3,7 @@
 #include "ZKDocumentController.h"
 
 #include "ZKFerrowickDocument.h"
+#include "ZKLogging.h"
 #include "ZKQueueWindow.h"
 
 #include <QAction>
@@ -11,8 +12,12 @@
 #include <QEvent>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QLockFile>
 #include <QMenu>
 #include <QMessageBox>
+#include <QStandardPaths>
+#include <QTimer>
+#include <QUuid>
 
 namespace {
 
@@ -95,6 +100,7 @@ QString ZKDocumentController::nextUntitledName() {
 ZKQueueWindow *ZKDocumentController::newDocument() {
     auto document = std::make_unique<ZKFerrowickDocument>();
     document->setUntitledName(nextUntitledName());
+    document->setRecoveryFileName(newRecoveryFileName());
     ZKQueueWindow *window = addWindow(std::move(document));
     window->show();
     return window;
@@ -127,36 +133,128 @@ ZKQueueWindow *ZKDocumentController::openDocumentWithDisplay(const QString &path
         return window;
     }
     ZKQueueWindow *parent = windowForDocument(mainDocument());
-    QMessageBox box(QMessageBox::Critical, QStringLiteral("Ferrowick"),
-                    QStringLiteral("The queue \u201c%1\u201d could not be opened.")
-                        .arg(QFileInfo(path).fileName()),
-                    QMessageBox::Ok, parent);
-    box.setInformativeText(error.localizedDescription());
-    box.exec();
+    // Told without waiting: the program goes on meanwhile.
+    auto *box = new QMessageBox(
+        QMessageBox::Critical, tr("Ferrowick"),
+        tr("The queue \u201c%1\u201d could not be opened.").arg(QFileInfo(path).fileName()),
+        QMessageBox::Ok, parent);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setInformativeText(error.localizedDescription());
+    box->open();
     return nullptr;
 }
 
 void ZKDocumentController::openDocumentsFromPanel() {
     QWidget *parent = windowForDocument(mainDocument());
-    QFileDialog dialog(parent, QStringLiteral("Open Queue"), m_lastFolder,
-                       QStringLiteral("Ferrowick queues (*.queue)"));
-    dialog.setFileMode(QFileDialog::ExistingFiles);
-    dialog.setOption(QFileDialog::DontUseNativeDialog);
-    if (dialog.exec() != QDialog::Accepted) {
-        return;
-    }
-    for (const QString &path : dialog.selectedFiles()) {
-        openDocumentWithDisplay(path);
-    }
+    auto *dialog =
+        new QFileDialog(parent, tr("Open Queue"), m_lastFolder, tr("Ferrowick queues (*.queue)"));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setFileMode(QFileDialog::ExistingFiles);
+    dialog->setOption(QFileDialog::DontUseNativeDialog);
+    connect(dialog, &QDialog::finished, this, [this, dialog](int result) {
+        if (result == QDialog::Accepted) {
+            for (const QString &path : dialog->selectedFiles()) {
+                openDocumentWithDisplay(path);
+            }
+        }
+    });
+    dialog->open();
 }
 
-bool ZKDocumentController::closeAllDocuments() {
+void ZKDocumentController::closeAllDocuments(std::function<void(bool closedAll)> done) {
+    if (m_closingAll) {
+        return; // the questions of the first request are on their way
+    }
+    m_closingAll = true;
+    QList<QPointer<ZKQueueWindow>> left;
     for (ZKQueueWindow *window : windows()) {
-        if (!window->close()) {
-            return false;
+        left << window;
+    }
+    closeNextDocument(left, [this, done](bool closedAll) {
+        m_closingAll = false;
+        if (done) {
+            done(closedAll);
+        }
+    });
+}
+
+void ZKDocumentController::closeNextDocument(QList<QPointer<ZKQueueWindow>> left,
+                                             std::function<void(bool)> done) {
+    while (!left.isEmpty() && !left.first()) {
+        left.removeFirst();
+    }
+    if (left.isEmpty()) {
+        done(true);
+        return;
+    }
+    const QPointer<ZKQueueWindow> window = left.takeFirst();
+    window->closeWhenAgreed([this, left, done](bool closed) {
+        if (!closed) {
+            done(false);
+            return;
+        }
+        // Once this window's close has run its course.
+        QTimer::singleShot(0, this, [this, left, done] { closeNextDocument(left, done); });
+    });
+}
+
+QString ZKDocumentController::recoveryFolder() {
+    QString state;
+    if (QStandardPaths::isTestModeEnabled()) {
+        state = QDir::home().filePath(QStringLiteral(".qttest/state"));
+    } else {
+        state = qEnvironmentVariable("XDG_STATE_HOME");
+        // The base directory specification ignores a relative path.
+        if (state.isEmpty() || QDir::isRelativePath(state)) {
+            state = QDir::home().filePath(QStringLiteral(".local/state"));
         }
     }
-    return true;
+    return QDir(state).filePath(QStringLiteral("ferrowick"));
+}
+
+QString ZKDocumentController::newRecoveryFileName() {
+    return QDir(recoveryFolder())
+        .filePath(QStringLiteral("untitled-%1.queue")
+                      .arg(QUuid::createUuid().toString(QUuid::WithoutBraces)));
+}
+
+int ZKDocumentController::reopenRecoveredDocuments() {
+    int reopened = 0;
+    const QFileInfoList files =
+        QDir(recoveryFolder())
+            .entryInfoList({QStringLiteral("*.queue")}, QDir::Files, QDir::Time | QDir::Reversed);
+    for (const QFileInfo &file : files) {
+        const QString path = file.absoluteFilePath();
+        QVariantMap plist;
+        ZKError error;
+        if (!ZKFerrowickDocument::readPropertyListFromFile(path, &plist, &error)) {
+            // Kept aside for whoever wants to look, never read again nor
+            // lost; a file another process keeps is left alone.
+            QLockFile lock(path + QStringLiteral(".lock"));
+            lock.setStaleLockTime(0);
+            if (lock.tryLock(0)) {
+                qCWarning(lcEngine).noquote() << "Setting aside the unreadable recovered queue"
+                                              << path << ":" << error.localizedDescription();
+                QFile::rename(path, path + QStringLiteral(".unreadable"));
+            }
+            continue;
+        }
+        auto document = std::make_unique<ZKFerrowickDocument>();
+        if (!document->setRecoveryFileName(path)) {
+            continue; // a Ferrowick still running keeps it
+        }
+        document->setUntitledName(nextUntitledName());
+        document->readFromPropertyList(plist);
+        // Kept nowhere but in the recovery file: unsaved.
+        document->updateChangeCount();
+        ZKQueueWindow *window = addWindow(std::move(document));
+        window->showNotice(
+            tr("This queue was recovered after Ferrowick stopped unexpectedly. Save it to keep "
+               "it."));
+        window->show();
+        ++reopened;
+    }
+    return reopened;
 }
 
 bool ZKDocumentController::allFilesAreQueueDocuments(const QStringList &paths) {
@@ -219,9 +317,11 @@ void ZKDocumentController::addFileCommands(ZKQueueWindow *window) {
     if (quit) {
         quit->disconnect(window);
         connect(quit, &QAction::triggered, this, [this] {
-            if (closeAllDocuments()) {
-                QApplication::closeAllWindows();
-            }
+            closeAllDocuments([](bool closedAll) {
+                if (closedAll) {
+                    QApplication::closeAllWindows();
+                }
+            });
         });
     }
 }

@@ -9,6 +9,7 @@
 #include <QObject>
 #include <QPointer>
 
+#include <functional>
 #include <memory>
 
 class ZKFerrowickDocument;
@@ -45,9 +46,20 @@ public:
     ZKQueueWindow *openDocumentWithDisplay(const QString &path);
     // Asks for queue files and opens them.
     void openDocumentsFromPanel();
-    // Closes every queue, asking about each edited one; false when the user
-    // cancelled and some stay open.
-    bool closeAllDocuments();
+    // Closes the queues one after another, each asking first about its
+    // unsaved edits or its transfers; an answer takes effect (its transfers
+    // stop, its window goes) before the next queue asks. done(true) once all
+    // are closed, done(false) when the user cancelled and some stay open.
+    void closeAllDocuments(std::function<void(bool closedAll)> done = {});
+
+    // Where untitled queues are kept until they are saved or closed: the
+    // "ferrowick" folder of the user's state folder (XDG_STATE_HOME), below
+    // the home folder in the standard paths' test mode.
+    static QString recoveryFolder();
+    // Reopens the untitled queues a process that stopped unexpectedly left
+    // behind, each with a notice saying so; answers how many. The queues of
+    // a Ferrowick still running are left to it.
+    int reopenRecoveredDocuments();
 
     static bool allFilesAreQueueDocuments(const QStringList &paths);
 
@@ -61,6 +73,8 @@ protected:
 
 private:
     ZKQueueWindow *addWindow(std::unique_ptr<ZKFerrowickDocument> document);
+    void closeNextDocument(QList<QPointer<ZKQueueWindow>> left, std::function<void(bool)> done);
+    static QString newRecoveryFileName();
     void addFileCommands(ZKQueueWindow *window);
     QString nextUntitledName();
 
@@ -68,5 +82,6 @@ private:
     QHash<const ZKFerrowickDocument *, quint32> m_identifiers;
     quint32 m_nextIdentifier = 1;
     int m_untitledCount = 0;
+    bool m_closingAll = false;
     QString m_lastFolder;
 };

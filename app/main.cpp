@@ -16,6 +16,7 @@
 #include <QDateTime>
 #include <QTimer>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -105,13 +106,26 @@ int main(int argc, char **argv) {
     ZKQuestionPresenter::setShared(&ZKQueueWindow::presenter());
     delegate.applicationDidFinishLaunching();
 
+    ZKDocumentController &controller = delegate.documentController();
     if (!items.isEmpty()) {
         delegate.openArguments(items);
-        if (delegate.documentController().documents().isEmpty()) {
-            return 1; // nothing given could be opened, and the user was told why
+    }
+    // After the items, which must not go to a queue that merely came back.
+    const int recovered = controller.reopenRecoveredDocuments();
+    if (!items.isEmpty() && controller.documents().isEmpty()) {
+        // Nothing given could be opened: the program ends with an error once
+        // the user has read why.
+        const QWidgetList shown = QApplication::topLevelWidgets();
+        if (std::none_of(shown.begin(), shown.end(), [](QWidget *w) { return w->isVisible(); })) {
+            return 1;
         }
-    } else if (!parser.isSet(serviceOption)) {
-        delegate.documentController().newDocument();
+        QApplication::setQuitOnLastWindowClosed(false);
+        QObject::connect(&app, &QGuiApplication::lastWindowClosed, &app,
+                         [] { QApplication::exit(1); });
+        return app.exec();
+    }
+    if (items.isEmpty() && recovered == 0 && !parser.isSet(serviceOption)) {
+        controller.newDocument();
     }
     return app.exec();
 }

@@ -6,6 +6,7 @@
 // and one in a dark palette. Usage: ferrowick-screenshots OUTPUT_DIR
 #include "ZKCopyTask.h"
 #include "ZKDestinationPopUpButton.h"
+#include "ZKDocumentController.h"
 #include "ZKFerrowickDocument.h"
 #include "ZKFileSystemReader.h"
 #include "ZKFileSystemWriter.h"
@@ -19,6 +20,7 @@
 #include "ZKProgressDockTile.h"
 #include "ZKQueueState.h"
 #include "ZKQueueWindow.h"
+#include "ZKReaderFactory.h"
 #include "ZKSchedulePanel.h"
 #include "ZKScheduleSheet.h"
 #include "ZKSpeedLimitPanel.h"
@@ -246,6 +248,41 @@ int main(int argc, char **argv) {
         empty->setDiscardChanges(true);
         empty->close();
         settle(200);
+
+        // An untitled queue back after the program stopped unexpectedly.
+        {
+            for (const char *name : {"holiday.mov", "thesis.pdf"}) {
+                QFile file(data.path() + QLatin1Char('/') + QLatin1String(name));
+                file.open(QIODevice::WriteOnly);
+                file.write(QByteArray(300000, 'x'));
+            }
+            QDir(data.path()).mkpath(QStringLiteral("Backup"));
+            ZKFerrowickDocument lost;
+            lost.setState(ZKQueueState::Paused);
+            lost.addTasks(ZKReaderFactory::readersWithUrls(
+                              {QUrl::fromLocalFile(data.path() + "/holiday.mov"),
+                               QUrl::fromLocalFile(data.path() + "/thesis.pdf")}),
+                          ZKFileSystemWriter::writerWithDirectory(
+                              QUrl::fromLocalFile(data.path() + "/Backup")),
+                          0);
+            settle(300);
+            QDir().mkpath(ZKDocumentController::recoveryFolder());
+            lost.writeToFile(ZKDocumentController::recoveryFolder() + "/untitled-shot.queue");
+        }
+        ZKDocumentController controller;
+        controller.reopenRecoveredDocuments();
+        if (ZKQueueWindow *recovered = controller.windows().value(0)) {
+            recovered->resize(720, 420);
+            recovered->move(40, 40);
+            waitFor([&] {
+                return recovered->windowHandle() && recovered->windowHandle()->isExposed();
+            });
+            settle(600);
+            ok &= shoot(recovered, QStringLiteral("%1/recovered-window-%2.png").arg(output, name));
+            recovered->setDiscardChanges(true);
+            recovered->close();
+            settle(200);
+        }
 
         auto *window = new ZKQueueWindow(queueInEveryState(data.path()));
         window->document()->setFileName(data.path() + "/Backup.queue");

@@ -28,6 +28,7 @@
 #include "ZKUserDefaults.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QPointer>
@@ -204,6 +205,12 @@ ZKFerrowickDocument::ZKFerrowickDocument(QObject *parent)
                 }
             });
         });
+    m_progressTimer.setSingleShot(true);
+    connect(&m_progressTimer, &QTimer::timeout, this, [this] {
+        if (m_progressPending) {
+            saveProgress();
+        }
+    });
     m_retryTimer.setUpdateHandler([this] { Q_EMIT descriptionChanged(); });
     m_retryTimer.setCompletionHandler([this] { retry(); });
     m_speedLimit = std::make_unique<ZKSpeedLimitPanel>(this);
@@ -228,6 +235,8 @@ ZKFerrowickDocument::~ZKFerrowickDocument() {
         task->pause();
     }
     m_sleepManager.permitIdleSleep();
+    // Closed as the user meant to: there is nothing to recover.
+    removeRecoveryFile();
 }
 
 // ---- identity and saving
@@ -275,6 +284,10 @@ void ZKFerrowickDocument::updateChangeCount() {
         if (guard) {
             ++guard->m_changeCount;
             Q_EMIT guard->editedChanged();
+            // An untitled queue has nowhere else to keep its edits.
+            if (guard->m_fileName.isEmpty()) {
+                guard->noteProgress(false);
+            }
         }
     });
 }
@@ -508,6 +521,7 @@ bool ZKFerrowickDocument::readFromPropertyList(const QVariantMap &plist) {
         indexes.append(i);
     }
     insertTasks(tasks, indexes);
+    rememberSavedPropertyList(plist, tasks);
 
     Q_EMIT stateChanged();
     Q_EMIT isVerifyEnabledChanged();
@@ -573,10 +587,15 @@ bool ZKFerrowickDocument::readFromFile(const QString &path, ZKError *error) {
 }
 
 bool ZKFerrowickDocument::saveToFile(const QString &path, ZKError *error) {
-    if (!writeToFile(path, error)) {
+    // The entries and the tasks that wrote them, taken together.
+    const QList<ZKTaskPtr> tasks = m_taskQueue.tasks();
+    const QVariantMap plist = asPropertyList();
+    if (!writePropertyListToFile(plist, path, error)) {
         return false;
     }
     setFileName(path);
+    rememberSavedPropertyList(plist, tasks);
+    removeRecoveryFile();
     clearChangeCount();
     return true;
 }
@@ -593,9 +612,14 @@ bool ZKFerrowickDocument::revertToSaved(ZKError *error) {
 }
 
 bool ZKFerrowickDocument::writeToFile(const QString &path, ZKError *error) const {
+    return writePropertyListToFile(asPropertyList(), path, error);
+}
+
+bool ZKFerrowickDocument::writePropertyListToFile(const QVariantMap &plist, const QString &path,
+                                                  ZKError *error) {
     ZKError serialisationError;
     const QByteArray data =
-        ZKPropertyListSerialization::dataFromPropertyList(asPropertyList(), &serialisationError);
+        ZKPropertyListSerialization::dataFromPropertyList(plist, &serialisationError);
     if (data.isEmpty()) {
         if (error) {
             *error = serialisationError;
@@ -612,6 +636,157 @@ bool ZKFerrowickDocument::writeToFile(const QString &path, ZKError *error) const
         return false;
     }
     return true;
+}
+
+// ---- progress kept while the queue runs
+
+void ZKFerrowickDocument::rememberSavedPropertyList(const QVariantMap &plist,
+                                                    const QList<ZKTaskPtr> &tasks) {
+    m_savedPropertyList = plist;
+    // The entries kept unread sit among the tasks' entries as they were
+    // written (tasksAsPropertyList); no task writes them.
+    m_savedTasks.clear();
+    for (const ZKTaskPtr &task : tasks) {
+        m_savedTasks.append(task);
+    }
+    for (const UnreadTaskEntry &kept : std::as_const(m_unreadTaskEntries)) {
+        m_savedTasks.insert(std::min(kept.index, m_savedTasks.size()), {});
+    }
+}
+
+bool ZKFerrowickDocument::writeProgressIntoFile(ZKError *error) {
+    QVariantList entries = m_savedPropertyList.value(kTasks).toList();
+    for (qsizetype i = 0; i < entries.size() && i < m_savedTasks.size(); ++i) {
+        // A task gone from the queue keeps the entry it wrote last.
+        if (const ZKTaskPtr task = m_savedTasks[i].lock()) {
+            entries[i] = task->asPropertyList();
+        }
+    }
+    QVariantMap plist = m_savedPropertyList;
+    plist.insert(kTasks, entries);
+    if (!writePropertyListToFile(plist, m_fileName, error)) {
+        return false;
+    }
+    m_savedPropertyList = plist;
+    return true;
+}
+
+bool ZKFerrowickDocument::setRecoveryFileName(const QString &path) {
+    if (path == m_recoveryFileName) {
+        return true;
+    }
+    removeRecoveryFile();
+    if (path.isEmpty()) {
+        return true;
+    }
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    auto lock = std::make_unique<QLockFile>(path + QStringLiteral(".lock"));
+    // Held as long as the queue is open, however long that is: only a lock
+    // whose process is gone is taken over.
+    lock->setStaleLockTime(0);
+    if (!lock->tryLock(0)) {
+        qCInfo(lcEngine).noquote() << "Another process keeps" << path;
+        return false;
+    }
+    m_recoveryLock = std::move(lock);
+    m_recoveryFileName = path;
+    noteProgress(false);
+    return true;
+}
+
+void ZKFerrowickDocument::removeRecoveryFile() {
+    if (m_recoveryFileName.isEmpty()) {
+        return;
+    }
+    QFile::remove(m_recoveryFileName);
+    m_recoveryFileName.clear();
+    m_recoveryLock.reset(); // unlocks and removes the lock file
+}
+
+void ZKFerrowickDocument::setSavesProgress(bool on) {
+    m_savesProgress = on;
+    if (!on) {
+        m_progressTimer.stop();
+    }
+}
+
+void ZKFerrowickDocument::noteProgress(bool taskEnded) {
+    if (!m_savesProgress) {
+        return;
+    }
+    if (!ZKMainQueue::isMainThread()) {
+        ZKMainQueue::async([guard = Guard(this), taskEnded] {
+            if (guard) {
+                guard->noteProgress(taskEnded);
+            }
+        });
+        return;
+    }
+    m_progressPending = true;
+    // Every few seconds, and at a task's end at once; but saving a long
+    // queue takes a while, and it may take a tenth of the time at most.
+    constexpr qint64 interval = 2000;
+    const qint64 gap = std::max<qint64>(taskEnded ? 0 : interval, 10 * m_progressSaveCost);
+    const qint64 wait = m_sinceProgressSave.isValid()
+                            ? std::max<qint64>(0, gap - m_sinceProgressSave.elapsed())
+                            : 0;
+    if (!m_progressTimer.isActive() || m_progressTimer.remainingTime() > wait) {
+        m_progressTimer.start(int(std::min<qint64>(wait, interval * 30)));
+    }
+}
+
+bool ZKFerrowickDocument::saveProgress(ZKError *error) {
+    m_progressPending = false;
+    m_progressTimer.stop();
+    QElapsedTimer clock;
+    clock.start();
+    ZKError failure;
+    bool saved = true;
+    if (!m_fileName.isEmpty()) {
+        // A file this queue never read nor wrote is not its file yet.
+        if (!m_savedPropertyList.isEmpty()) {
+            saved = writeProgressIntoFile(&failure);
+        }
+    } else if (!m_recoveryFileName.isEmpty()) {
+        if (countOfTasks() == 0 && m_unreadTaskEntries.isEmpty()) {
+            QFile::remove(m_recoveryFileName); // nothing to recover
+        } else {
+            saved = writePropertyListToFile(asPropertyList(), m_recoveryFileName, &failure);
+        }
+    }
+    m_progressSaveCost = clock.elapsed();
+    m_sinceProgressSave.start();
+    if (!saved) {
+        qCWarning(lcEngine).noquote() << "Unable to keep the progress of" << displayName() << ":"
+                                      << failure.localizedDescription();
+        if (error) {
+            *error = failure;
+        }
+    }
+    return saved;
+}
+
+bool ZKFerrowickDocument::hasRunningTask() const {
+    const QList<ZKTaskPtr> tasks = m_taskQueue.tasks();
+    return std::any_of(tasks.cbegin(), tasks.cend(), [](const ZKTaskPtr &task) {
+        const qint32 s = task->state();
+        return s == S::Processing || s == S::Verifying || s == S::Removing;
+    });
+}
+
+void ZKFerrowickDocument::stopAllTasks() {
+    // As when the document goes: nothing deferred reaches it any more, and
+    // a start already on its way starts nothing.
+    m_closing = true;
+    m_retryTimer.cancel();
+    m_dispatchQueue.waitUntilAllOperationsAreFinished();
+    for (const auto &task : m_taskQueue.tasks()) {
+        task->pause();
+    }
+    m_sleepManager.permitIdleSleep();
+    if (m_savesProgress) {
+        saveProgress();
+    }
 }
 
 // ---- running
@@ -697,7 +872,8 @@ void ZKFerrowickDocument::startTask(const ZKTaskPtr &task) {
         m_taskQueue.prepareToRun(*task);
         task->start();
     });
-    updateChangeCount();
+    // Not an edit: a queue that merely runs has nothing unsaved, since its
+    // progress is kept by itself (saveProgress).
 }
 
 bool ZKFerrowickDocument::shouldStartNextTaskWithStateChange(qint32 from, qint32 to) {
@@ -720,6 +896,7 @@ void ZKFerrowickDocument::onTaskStateChanged(ZKTask *task, const std::weak_ptr<Z
     m_lastStates.insert(task, to);
     refreshTaskProgress(task);
     sendQueueActivityNotification();
+    noteProgress(to == S::Completed || to == S::Failed || to == S::Cancelled);
     if (shouldStartNextTaskWithStateChange(from, to)) {
         ZKMainQueue::async([guard = Guard(this), weak, to] {
             if (guard) {
@@ -762,6 +939,7 @@ void ZKFerrowickDocument::onTaskActivity(ZKTask *task, const QVariantMap &userIn
         userInfo.value(ZKNotificationNames::timePassedKey).toDouble());
     refreshTaskProgress(task);
     sendQueueActivityNotification();
+    noteProgress(false);
 }
 
 void ZKFerrowickDocument::refreshTaskProgress(ZKTask *task) {

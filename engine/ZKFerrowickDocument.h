@@ -12,9 +12,12 @@
 #include "ZKTaskQueue.h"
 #include "ZKTransferThrottle.h"
 
+#include <QElapsedTimer>
 #include <QHash>
+#include <QLockFile>
 #include <QObject>
 #include <QPointer>
+#include <QTimer>
 #include <QVariantMap>
 
 #include <atomic>
@@ -72,6 +75,7 @@ public:
     // Written as a whole to a temporary file and renamed over the old one.
     bool writeToFile(const QString &path, ZKError *error = nullptr) const;
     // Writes the queue and makes the file its own: it is no longer edited.
+    // An untitled queue's recovery file goes once the queue has a file.
     bool saveToFile(const QString &path, ZKError *error = nullptr);
     // Back to what the queue's file holds. The tasks stop before the saved
     // ones take their place, so no two ever write one file. A file that
@@ -94,6 +98,32 @@ public:
         QString reason;
     };
     const QList<UnreadTaskEntry> &unreadTaskEntries() const { return m_unreadTaskEntries; }
+
+    // ---- progress kept while the queue runs
+    // Where an untitled queue keeps its tasks until it is saved or closed, so
+    // that they come back when the program stopped unexpectedly. The file is
+    // locked for this process (a lock a dead process left is taken over);
+    // false, and no recovery file, when a running process holds it. It is
+    // removed when the queue gets a file of its own, has no task left, and
+    // when the document closes. An empty path means none.
+    bool setRecoveryFileName(const QString &path);
+    QString recoveryFileName() const { return m_recoveryFileName; }
+    // While on, the queue writes what it did as it runs, at most every few
+    // seconds and whenever a task ends, so that finished tasks stay finished
+    // whatever happens to the program. A queue with a file writes into it
+    // what the file held, with its tasks' progress: edits the user has not
+    // saved stay unsaved. An untitled queue writes itself whole into its
+    // recovery file, edits and all. None of this counts as an edit.
+    void setSavesProgress(bool on);
+    bool savesProgress() const { return m_savesProgress; }
+    // Writes the progress now; true when there was nothing to write to.
+    bool saveProgress(ZKError *error = nullptr);
+    // A task is copying, verifying or removing its source.
+    bool hasRunningTask() const;
+    // Stops every task for good as the queue closes: on return no step runs
+    // and none will start, so nothing is written any more; the progress is
+    // saved where the queue keeps it.
+    void stopAllTasks();
 
     // ---- running
     qint32 state() const { return m_state.load(); }
@@ -280,6 +310,16 @@ private:
     };
 
     QVariantList tasksAsPropertyList() const;
+    static bool writePropertyListToFile(const QVariantMap &plist, const QString &path,
+                                        ZKError *error);
+    // What the queue's file now holds, and which task wrote each entry, so
+    // that progress can be written into it without the unsaved edits.
+    void rememberSavedPropertyList(const QVariantMap &plist, const QList<ZKTaskPtr> &tasks);
+    bool writeProgressIntoFile(ZKError *error);
+    // Something worth keeping happened; a task's end is saved without the
+    // usual wait.
+    void noteProgress(bool taskEnded);
+    void removeRecoveryFile();
     void connectSettings();
     void runInBackground(std::function<void()> work);
     void startNextTaskNow();
@@ -331,4 +371,13 @@ private:
     std::weak_ptr<ZKTask> m_draggedTask;
     QHash<ZKTask *, qint32> m_lastStates; // old values for state changes
     QList<UnreadTaskEntry> m_unreadTaskEntries;
+    bool m_savesProgress = false;
+    bool m_progressPending = false;
+    QTimer m_progressTimer;
+    QElapsedTimer m_sinceProgressSave;
+    qint64 m_progressSaveCost = 0; // milliseconds the last save took
+    QVariantMap m_savedPropertyList;
+    QList<std::weak_ptr<ZKTask>> m_savedTasks; // one per saved "Tasks" entry
+    QString m_recoveryFileName;
+    std::unique_ptr<QLockFile> m_recoveryLock;
 };

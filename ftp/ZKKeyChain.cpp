@@ -93,6 +93,12 @@ bool ZKKeyChain::storePassword(const QString &host, const QString &username,
     const QByteArray userText = username.toUtf8();
     const QByteArray protocolText = protocol.toUtf8();
 
+    if (!password) {
+        // No password given means "the one the store keeps", never "an
+        // empty one": a stored password is not lost to an endpoint that
+        // was made without typing it again.
+        return true;
+    }
     QString current;
     const Lookup existing = lookUp(hostText, userText, protocolText, &current);
     const QString key = memoryKey(host, username, protocol);
@@ -104,10 +110,7 @@ bool ZKKeyChain::storePassword(const QString &host, const QString &username,
                    .arg(username, host);
         MemoryStore &store = memoryStore();
         std::lock_guard locker(store.lock);
-        store.passwords.insert(key, password.value_or(QString()));
-        return true;
-    }
-    if (existing == Lookup::Absent && !password) {
+        store.passwords.insert(key, *password);
         return true;
     }
     if (existing == Lookup::Found) {
@@ -118,7 +121,7 @@ bool ZKKeyChain::storePassword(const QString &host, const QString &username,
     }
 
     const QByteArray label = QStringLiteral("FTP password for %1@%2").arg(username, host).toUtf8();
-    const QByteArray secret = password.value_or(QString()).toUtf8();
+    const QByteArray secret = password->toUtf8();
     GError *error = nullptr;
     const gboolean stored = secret_password_store_sync(
         SECRET_SCHEMA_COMPAT_NETWORK, SECRET_COLLECTION_DEFAULT, label.constData(),

@@ -25,7 +25,8 @@ public:
     static bool deleteFtpPassword(const QString &host, const QString &username);
 
     // Always rewrites: an existing item is deleted first, even when it holds
-    // the same text. Storing none where there is nothing succeeds at once.
+    // the same text. Storing none changes nothing and succeeds: none is "the
+    // password the store keeps", which an empty password is not.
     static bool storePassword(const QString &host, const QString &username,
                               const std::optional<QString> &password, const QString &protocol);
     static std::optional<QString> retrievePassword(const QString &host, const QString &username,

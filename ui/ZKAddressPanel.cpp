@@ -86,7 +86,7 @@ void ZKAddressPanel::choose() {
     if (!isAcceptable(chosen)) {
         return;
     }
-    recordUrl(chosen.toString());
+    recordUrl(recordedUrl(chosen).toString());
     accept();
 }
 

@@ -49,6 +49,8 @@ protected:
     virtual QUrl urlFromText(const QString &text) const = 0;
     // A recent address was picked from the list.
     virtual void recentAddressChosen(const QUrl &) {}
+    // What the recent list keeps of the address chosen.
+    virtual QUrl recordedUrl(const QUrl &chosen) const { return chosen; }
     void refreshButtons();
 
 private:

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKFtpPanel.h"
 
+#include "ZKFtpReader.h"
+#include "ZKFtpWriter.h"
 #include "ZKReaderFactory.h"
 
 #include <QAbstractButton>
@@ -82,6 +84,54 @@ void ZKFtpPanel::setCredentials(const QString &username, const std::optional<QSt
 std::optional<QString> ZKFtpPanel::optionalPassword() const {
     const QString typed = password();
     return typed.isNull() ? std::nullopt : std::optional<QString>(typed);
+}
+
+namespace {
+
+// An account given without a password logs in with the one the store keeps
+// for it, and saving the endpoint leaves that one alone.
+template <typename Endpoint>
+std::shared_ptr<Endpoint> withAccount(std::shared_ptr<Endpoint> endpoint,
+                                      const std::optional<QString> &password) {
+    if (endpoint && !password) {
+        endpoint->setPasswordStored(true);
+    }
+    return endpoint;
+}
+
+} // namespace
+
+ZKReaderPtr ZKFtpPanel::reader() const {
+    const QUrl address = url();
+    if (!isAcceptable(address)) {
+        return nullptr;
+    }
+    const QString user = username();
+    const std::optional<QString> typed = optionalPassword();
+    return user.isEmpty() ? ZKFtpReader::readerWithUrl(address)
+                          : withAccount(ZKFtpReader::readerWithUrl(address, user, typed), typed);
+}
+
+ZKWriterPtr ZKFtpPanel::directoryWriter() const {
+    const QUrl address = url();
+    if (!isAcceptable(address)) {
+        return nullptr;
+    }
+    const QString user = username();
+    const std::optional<QString> typed = optionalPassword();
+    return user.isEmpty()
+               ? ZKFtpWriter::writerWithDirectoryUrl(address)
+               : withAccount(ZKFtpWriter::writerWithDirectoryUrl(address, user, typed), typed);
+}
+
+QUrl ZKFtpPanel::recordedUrl(const QUrl &chosen) const {
+    QUrl recorded = chosen;
+    const QString user = username();
+    if (!user.isEmpty()) {
+        recorded.setUserName(user);
+    }
+    recorded.setPassword({});
+    return recorded;
 }
 
 bool ZKFtpPanel::isAcceptable(const QUrl &url) const {

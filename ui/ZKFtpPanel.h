@@ -3,6 +3,8 @@
 #pragma once
 
 #include "ZKAddressPanel.h"
+#include "ZKReader.h"
+#include "ZKWriter.h"
 
 #include <optional>
 
@@ -32,6 +34,13 @@ public:
     // The password as the endpoints take it: none for the store's.
     std::optional<QString> optionalPassword() const;
 
+    // Endpoints for the address chosen, logging in with its account. A
+    // password field left empty takes the password the store keeps for the
+    // server and user, and saving such an endpoint leaves that password as
+    // it is.
+    ZKReaderPtr reader() const;
+    ZKWriterPtr directoryWriter() const;
+
 Q_SIGNALS:
     void recentFtpChanged();
 
@@ -39,6 +48,8 @@ protected:
     bool isAcceptable(const QUrl &url) const override;
     QUrl urlFromText(const QString &text) const override;
     void recentAddressChosen(const QUrl &url) override;
+    // With its user name, so that choosing it again fills in the account.
+    QUrl recordedUrl(const QUrl &chosen) const override;
 
 private:
     QLineEdit *m_username = nullptr;

@@ -33,6 +33,8 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QFrame>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -40,6 +42,7 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QStatusBar>
+#include <QStyle>
 #include <QTimer>
 #include <QToolBar>
 #include <QToolButton>
@@ -52,7 +55,7 @@ QList<ZKQueueWindow *> &openWindows() {
     return windows;
 }
 
-const QString kQueueFilter = QStringLiteral("Ferrowick queues (*.queue)");
+const char *const kQueueFilter = QT_TRANSLATE_NOOP("ZKQueueWindow", "Ferrowick queues (*.queue)");
 
 } // namespace
 
@@ -90,7 +93,14 @@ ZKQueueWindow::ZKQueueWindow(std::unique_ptr<ZKFerrowickDocument> document, QWid
     m_listView->setOwner(m_document.get());
     m_listView->setDelegate(m_document.get());
     m_listView->setItemPrototype(new ZKTaskView);
-    setCentralWidget(m_listView);
+    auto *central = new QWidget(this);
+    auto *column = new QVBoxLayout(central);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    buildNoticeBar();
+    column->addWidget(m_noticeBar);
+    column->addWidget(m_listView, 1);
+    setCentralWidget(central);
 
     m_emptyHint = new QLabel(m_listView->viewport());
     m_emptyHint->setAlignment(Qt::AlignCenter);
@@ -115,6 +125,8 @@ ZKQueueWindow::ZKQueueWindow(std::unique_ptr<ZKFerrowickDocument> document, QWid
         [this](const std::function<void(const ZKWriterPtr &)> &answer) {
             chooseDestinationFolder(answer);
         });
+    // What the queue did survives the window and the program.
+    m_document->setSavesProgress(true);
 
     resize(720, 520);
     setMinimumSize(480, 260);
@@ -165,10 +177,21 @@ void ZKQueueWindow::buildActions() {
         QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_C), [this] { copySources(); });
     add("save", QStringLiteral("Save"), QKeySequence::Save, [this] { save(); });
     add("saveAs", QStringLiteral("Save As..."), QKeySequence::SaveAs, [this] { saveAs(); });
-    add("close", QStringLiteral("Close"), QKeySequence::Close, [this] { close(); });
-    add("quit", QStringLiteral("Quit"), QKeySequence::Quit, [] {
-        QApplication::closeAllWindows();
-    })->setMenuRole(QAction::QuitRole);
+    QAction *closeAction =
+        add("close", QStringLiteral("Close"), QKeySequence::Close, [this] { close(); });
+    QAction *quitAction = add("quit", QStringLiteral("Quit"), QKeySequence::Quit,
+                              [] { QApplication::closeAllWindows(); });
+    quitAction->setMenuRole(QAction::QuitRole);
+    // Ctrl+W and Ctrl+Q on every desktop, beside whatever its theme binds.
+    for (const auto &[action, standard, key] :
+         {std::tuple{closeAction, QKeySequence::Close, QKeySequence(Qt::CTRL | Qt::Key_W)},
+          std::tuple{quitAction, QKeySequence::Quit, QKeySequence(Qt::CTRL | Qt::Key_Q)}}) {
+        QList<QKeySequence> keys = QKeySequence::keyBindings(standard);
+        if (!keys.contains(key)) {
+            keys.prepend(key);
+        }
+        action->setShortcuts(keys);
+    }
 
     add("retry", QStringLiteral("Retry"), QKeySequence(Qt::CTRL | Qt::Key_R),
         [d] { d->restart(false); });
@@ -566,8 +589,7 @@ void ZKQueueWindow::addFtp() {
         if (!chosen) {
             return;
         }
-        if (const auto reader = ZKReaderFactory::readerWithPath(
-                panel->url().toString(), panel->username(), panel->password())) {
+        if (const auto reader = panel->reader()) {
             addReaders({reader});
         }
     });
@@ -661,77 +683,149 @@ void ZKQueueWindow::changeAllDestination() {
     });
 }
 
-bool ZKQueueWindow::save() {
+void ZKQueueWindow::save(std::function<void(bool saved)> done) {
     if (m_document->fileName().isEmpty()) {
-        return saveAs();
+        saveAs(std::move(done));
+        return;
     }
-    return saveToFile(m_document->fileName());
+    const bool saved = saveToFile(m_document->fileName());
+    if (done) {
+        done(saved);
+    }
 }
 
 bool ZKQueueWindow::saveToFile(const QString &path) {
     ZKError error;
     if (!m_document->saveToFile(path, &error)) {
-        QMessageBox box(QMessageBox::Critical, QStringLiteral("Ferrowick"),
-                        QStringLiteral("The queue \u201c%1\u201d could not be saved.")
-                            .arg(m_document->displayName()),
-                        QMessageBox::Ok, this);
-        box.setInformativeText(error.localizedDescription());
-        box.exec();
+        showError(tr("The queue \u201c%1\u201d could not be saved.").arg(m_document->displayName()),
+                  error.localizedDescription());
         return false;
     }
     refreshTitle();
     return true;
 }
 
-bool ZKQueueWindow::saveAs() {
+void ZKQueueWindow::saveAs(std::function<void(bool saved)> done) {
     const QString folder = m_document->fileName().isEmpty()
                                ? m_lastSourcePath
                                : QFileInfo(m_document->fileName()).absolutePath();
-    QFileDialog dialog(this, QStringLiteral("Save Queue"), folder, kQueueFilter);
-    dialog.setAcceptMode(QFileDialog::AcceptSave);
-    dialog.setDefaultSuffix(ZKFerrowickDocument::fileExtension);
-    dialog.setOption(QFileDialog::DontUseNativeDialog);
-    dialog.selectFile(m_document->displayName() + QStringLiteral(".queue"));
-    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) {
-        return false;
-    }
-    return saveToFile(dialog.selectedFiles().first());
+    auto *dialog = new QFileDialog(this, tr("Save Queue"), folder, tr(kQueueFilter));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    dialog->setDefaultSuffix(ZKFerrowickDocument::fileExtension);
+    dialog->setOption(QFileDialog::DontUseNativeDialog);
+    dialog->selectFile(m_document->displayName() + QStringLiteral(".queue"));
+    dialog->setWindowModality(Qt::WindowModal);
+    connect(dialog, &QDialog::finished, this, [this, dialog, done](int result) {
+        const QStringList files = dialog->selectedFiles();
+        const bool saved =
+            result == QDialog::Accepted && !files.isEmpty() && saveToFile(files.first());
+        if (done) {
+            done(saved);
+        }
+    });
+    dialog->open();
 }
 
-bool ZKQueueWindow::revertToSaved() {
+void ZKQueueWindow::showError(const QString &message, const QString &detail) {
+    auto *box =
+        new QMessageBox(QMessageBox::Critical, tr("Ferrowick"), message, QMessageBox::Ok, this);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setInformativeText(detail);
+    box->setWindowModality(Qt::WindowModal);
+    box->open();
+}
+
+void ZKQueueWindow::revertToSaved() {
     if (m_document->fileName().isEmpty()) {
-        return false;
+        return;
     }
-    if (m_document->isEdited()) {
-        QMessageBox box(QMessageBox::Warning, QStringLiteral("Ferrowick"),
-                        QStringLiteral("Revert to the saved queue \u201c%1\u201d?")
-                            .arg(m_document->displayName()),
-                        QMessageBox::Cancel, this);
-        box.setInformativeText(
-            QStringLiteral("The changes made since it was last saved will be lost."));
-        QPushButton *revert = box.addButton(QStringLiteral("Revert"), QMessageBox::DestructiveRole);
-        box.setDefaultButton(QMessageBox::Cancel);
-        box.setWindowModality(Qt::WindowModal);
-        box.exec();
-        if (box.clickedButton() != revert) {
-            return false;
+    if (!m_document->isEdited()) {
+        revertNow();
+        return;
+    }
+    auto *box = new QMessageBox(
+        QMessageBox::Warning, tr("Ferrowick"),
+        tr("Revert to the saved queue \u201c%1\u201d?").arg(m_document->displayName()),
+        QMessageBox::Cancel, this);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setInformativeText(tr("The changes made since it was last saved will be lost."));
+    QPushButton *revert = box->addButton(tr("Revert"), QMessageBox::DestructiveRole);
+    box->setDefaultButton(QMessageBox::Cancel);
+    box->setWindowModality(Qt::WindowModal);
+    connect(box, &QMessageBox::finished, this, [this, box, revert] {
+        if (box->clickedButton() == revert) {
+            revertNow();
         }
-    }
+    });
+    box->open();
+}
+
+void ZKQueueWindow::revertNow() {
     ZKError error;
     if (!m_document->revertToSaved(&error)) {
-        QMessageBox box(QMessageBox::Critical, QStringLiteral("Ferrowick"),
-                        QStringLiteral("The queue \u201c%1\u201d could not be reverted.")
-                            .arg(m_document->displayName()),
-                        QMessageBox::Ok, this);
-        box.setInformativeText(error.localizedDescription());
-        box.exec();
-        return false;
+        showError(
+            tr("The queue \u201c%1\u201d could not be reverted.").arg(m_document->displayName()),
+            error.localizedDescription());
+        return;
     }
     reloadRows();
-    return true;
+}
+
+// ---- the notice over the rows
+
+void ZKQueueWindow::buildNoticeBar() {
+    auto *bar = new QFrame(this);
+    bar->setObjectName(QStringLiteral("noticeBar"));
+    bar->setAccessibleName(tr("Notice"));
+    bar->setFrameShape(QFrame::StyledPanel);
+    // The colours of a tooltip: a note apart from the rows, in any theme.
+    bar->setAutoFillBackground(true);
+    bar->setBackgroundRole(QPalette::ToolTipBase);
+    bar->setForegroundRole(QPalette::ToolTipText);
+    auto *row = new QHBoxLayout(bar);
+    row->setContentsMargins(10, 6, 6, 6);
+    auto *icon = new QLabel(bar);
+    const int side = style()->pixelMetric(QStyle::PM_SmallIconSize, nullptr, this);
+    icon->setPixmap(
+        style()->standardIcon(QStyle::SP_MessageBoxInformation, nullptr, this).pixmap(side, side));
+    row->addWidget(icon);
+    m_noticeLabel = new QLabel(bar);
+    m_noticeLabel->setWordWrap(true);
+    m_noticeLabel->setForegroundRole(QPalette::ToolTipText);
+    m_noticeLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    row->addWidget(m_noticeLabel, 1);
+    auto *dismiss = new QPushButton(tr("Dismiss"), bar);
+    dismiss->setObjectName(QStringLiteral("dismissNotice"));
+    connect(dismiss, &QPushButton::clicked, bar, &QWidget::hide);
+    row->addWidget(dismiss);
+    bar->hide();
+    m_noticeBar = bar;
+}
+
+void ZKQueueWindow::showNotice(const QString &text) {
+    m_noticeLabel->setText(text);
+    m_noticeBar->setAccessibleDescription(text);
+    m_noticeBar->show();
 }
 
 // ---- window events
+
+void ZKQueueWindow::closeWhenAgreed(std::function<void(bool closed)> done) {
+    m_closeRequests.append(std::move(done));
+    // Answered as the window closes or the user keeps it: now, or once a
+    // question is answered.
+    close();
+}
+
+void ZKQueueWindow::answerCloseRequests(bool closed) {
+    const QList<std::function<void(bool)>> requests = std::exchange(m_closeRequests, {});
+    for (const auto &request : requests) {
+        if (request) {
+            request(closed);
+        }
+    }
+}
 
 void ZKQueueWindow::closeEvent(QCloseEvent *event) {
     // A question of this queue is still waiting for its answer further down
@@ -742,28 +836,76 @@ void ZKQueueWindow::closeEvent(QCloseEvent *event) {
         QTimer::singleShot(0, this, &QWidget::close);
         return;
     }
-    if (m_document->isEdited() && !m_discardChanges) {
-        QMessageBox box(QMessageBox::Warning, QStringLiteral("Ferrowick"),
-                        QStringLiteral("Save the changes to the queue \u201c%1\u201d before "
-                                       "closing?")
-                            .arg(m_document->displayName()),
-                        QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, this);
-        box.setInformativeText(m_document->fileName().isEmpty()
-                                   ? QStringLiteral("Its tasks and their progress are lost if "
-                                                    "you don't save them.")
-                                   : QStringLiteral("The progress and changes since it was last "
-                                                    "saved are lost if you don't save them."));
-        box.button(QMessageBox::Discard)->setText(QStringLiteral("Do&n't Save"));
-        box.setDefaultButton(QMessageBox::Save);
-        box.setWindowModality(Qt::WindowModal);
-        const int answer = box.exec();
-        if (answer == QMessageBox::Cancel || (answer == QMessageBox::Save && !save())) {
-            event->ignore();
-            return;
-        }
+    if (m_askingToClose) {
+        event->ignore(); // the question already asked answers this too
+        return;
     }
+    if (!m_closeAgreed && !m_discardChanges &&
+        (m_document->isEdited() || m_document->hasRunningTask())) {
+        event->ignore();
+        askBeforeClosing();
+        return;
+    }
+    // Not a byte is written once the window has gone.
+    m_document->stopAllTasks();
     m_closing = true;
     event->accept();
+    answerCloseRequests(true);
+}
+
+void ZKQueueWindow::askBeforeClosing() {
+    m_askingToClose = true;
+    const QString name = m_document->displayName();
+    const bool untitled = m_document->fileName().isEmpty();
+    auto *box = new QMessageBox(QMessageBox::Warning, tr("Ferrowick"), QString(),
+                                QMessageBox::NoButton, this);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setWindowModality(Qt::WindowModal);
+    QAbstractButton *stop = nullptr;
+    if (m_document->isEdited()) {
+        box->setText(tr("Save the changes to the queue \u201c%1\u201d before closing?").arg(name));
+        box->setInformativeText(
+            untitled ? tr("Its tasks and their progress are lost if you don't save them.")
+                     : tr("The changes since it was last saved are lost if you don't save them; "
+                          "the progress of its tasks is kept."));
+        box->setStandardButtons(QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel);
+        box->button(QMessageBox::Discard)->setText(tr("Do&n't Save"));
+        box->setDefaultButton(QMessageBox::Save);
+    } else {
+        box->setText(tr("\u201c%1\u201d is still transferring. Stop it and close?").arg(name));
+        if (!untitled) {
+            box->setInformativeText(tr("Its progress is kept: the transfers go on from there "
+                                       "when the queue is opened again."));
+        }
+        stop = box->addButton(tr("Stop"), QMessageBox::DestructiveRole);
+        box->addButton(QMessageBox::Cancel);
+        box->setDefaultButton(qobject_cast<QPushButton *>(stop));
+    }
+    box->setEscapeButton(QMessageBox::Cancel);
+    connect(box, &QMessageBox::finished, this, [this, box, stop] {
+        QAbstractButton *clicked = box->clickedButton();
+        const auto closeNow = [this] {
+            m_askingToClose = false;
+            m_closeAgreed = true;
+            close();
+        };
+        const auto keepOpen = [this] {
+            m_askingToClose = false;
+            answerCloseRequests(false);
+        };
+        if (clicked && clicked == stop) {
+            closeNow();
+        } else if (clicked && clicked == box->button(QMessageBox::Discard)) {
+            closeNow();
+        } else if (clicked && clicked == box->button(QMessageBox::Save)) {
+            // Closed once saved; a save that fails or is cancelled keeps
+            // the window and its transfers as they were.
+            save([closeNow, keepOpen](bool saved) { saved ? closeNow() : keepOpen(); });
+        } else {
+            keepOpen();
+        }
+    });
+    box->open();
 }
 
 bool ZKQueueWindow::eventFilter(QObject *watched, QEvent *event) {

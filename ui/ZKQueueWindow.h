@@ -8,6 +8,7 @@
 
 #include <QPointer>
 
+#include <functional>
 #include <memory>
 
 class QAction;
@@ -56,13 +57,25 @@ public:
     void copyItems();
     void copySources();
     void changeAllDestination();
-    bool save();
-    bool saveAs();
+    // Saves into the queue's file, or asks for one first; done tells
+    // whether the queue was saved. The questions never wait in a loop of
+    // their own: done is called once they are answered.
+    void save(std::function<void(bool saved)> done = {});
+    void saveAs(std::function<void(bool saved)> done = {});
     bool saveToFile(const QString &path);
     // Asks first when there are changes to lose.
-    bool revertToSaved();
-    // Closes without asking to save; for quitting after the user chose.
+    void revertToSaved();
+    // Closes without asking, stopping the queue's transfers; for whoever
+    // asked the user already.
     void setDiscardChanges(bool discard) { m_discardChanges = discard; }
+    // Closes the window once the user agreed: a queue with unsaved edits
+    // asks to save them, a queue that is transferring asks to stop. Either
+    // way its transfers have stopped before the window goes. done(true)
+    // once it closed, done(false) when the user kept it open.
+    void closeWhenAgreed(std::function<void(bool closed)> done);
+    // A message over the rows, which stays until the user dismisses it.
+    void showNotice(const QString &text);
+    QWidget *noticeBar() const { return m_noticeBar; }
     QMenu *fileMenu() const;
 
     // Adds what a drop or the clipboard carries before row index: tasks,
@@ -97,6 +110,11 @@ private:
     void refreshEmptyHint();
     void chooseDestinationFolder(const std::function<void(const ZKWriterPtr &)> &answer);
     void addReaders(const QList<ZKReaderPtr> &readers);
+    void buildNoticeBar();
+    void showError(const QString &message, const QString &detail);
+    void revertNow();
+    void askBeforeClosing();
+    void answerCloseRequests(bool closed);
 
     std::unique_ptr<ZKFerrowickDocument> m_document;
     ZKListView *m_listView = nullptr;
@@ -122,6 +140,13 @@ private:
     QHash<QString, QAction *> m_actions;
     QString m_lastSourcePath;
     QString m_lastDestinationPath;
+    QWidget *m_noticeBar = nullptr;
+    QLabel *m_noticeLabel = nullptr;
     bool m_closing = false;
     bool m_discardChanges = false;
+    // The user agreed to close, and the window closes without asking again.
+    bool m_closeAgreed = false;
+    // A close question (or the saving it led to) is waiting for the user.
+    bool m_askingToClose = false;
+    QList<std::function<void(bool)>> m_closeRequests;
 };

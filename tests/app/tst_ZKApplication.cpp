@@ -11,20 +11,26 @@
 #include "ZKNotificationNames.h"
 #include "ZKPreferences.h"
 #include "ZKProgressDockTile.h"
+#include "ZKPropertyListSerialization.h"
 #include "ZKQuestionPresenter.h"
 #include "ZKQueueState.h"
 #include "ZKQueueWindow.h"
 #include "ZKReaderFactory.h"
 #include "ZKSessionBus.h"
+#include "ZKSpeedLimitPanel.h"
 #include "ZKTaskState.h"
 #include "ZKTestSupport.h"
+#include "ZKTransferMode.h"
 #include "ZKUserDefaults.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QDBusConnection>
 #include <QDeadlineTimer>
 #include <QDir>
+#include <QDirIterator>
 #include <QElapsedTimer>
+#include <QMessageBox>
 #include <QMimeData>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -54,13 +60,24 @@ private Q_SLOTS:
     void badScriptCallsGetClearErrors_data();
     void badScriptCallsGetClearErrors();
     void sourcesAreQueuedOncePerDestination();
+    void killedWindowKeepsItsFinishedMoves();
+    void killedUntitledQueueComesBack();
+    void quittingAsksEachQueueInTurn_data();
+    void quittingAsksEachQueueInTurn();
 
 private:
     QString path(const QString &name) const { return QDir(m_dir->path()).filePath(name); }
     QString savedQueue(const QString &name, qint32 state = ZKQueueState::Paused);
     // gdbus, as a script would run it, with the event loop kept turning so
     // that this process can answer.
-    bool runGdbus(const QStringList &arguments, QString *output, QString *error);
+    bool runGdbus(const QStringList &arguments, QString *output, QString *error,
+                  const QString &bus = {});
+    // The window program on a bus of its own, keeping its state where this
+    // process's test mode looks for it.
+    QProcessEnvironment programEnvironment();
+    qint64 bytesBelow(const QString &folder) const;
+
+    ZKSessionBus m_programBus;
 
     ZKSessionBus m_bus;
     std::unique_ptr<ZKAppDelegate> m_delegate;
@@ -111,13 +128,41 @@ QString TestZKApplication::savedQueue(const QString &name, qint32 state) {
     return file;
 }
 
-bool TestZKApplication::runGdbus(const QStringList &arguments, QString *output, QString *error) {
+QProcessEnvironment TestZKApplication::programEnvironment() {
+    if (m_programBus.address().isEmpty()) {
+        const QByteArray ours = qgetenv("DBUS_SESSION_BUS_ADDRESS");
+        if (!m_programBus.start()) {
+            qWarning() << m_programBus.errorString();
+        }
+        qputenv("DBUS_SESSION_BUS_ADDRESS", ours); // the tests' own stays this process's
+    }
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_programBus.address());
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), path("config"));
+    environment.insert(QStringLiteral("XDG_STATE_HOME"),
+                       QDir::home().filePath(QStringLiteral(".qttest/state")));
+    return environment;
+}
+
+qint64 TestZKApplication::bytesBelow(const QString &folder) const {
+    qint64 total = 0;
+    QDirIterator files(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        files.next();
+        total += files.fileInfo().size();
+    }
+    return total;
+}
+
+bool TestZKApplication::runGdbus(const QStringList &arguments, QString *output, QString *error,
+                                 const QString &bus) {
     QProcess gdbus;
     gdbus.start(QStringLiteral("gdbus"),
-                QStringList{QStringLiteral("call"), QStringLiteral("--address"), m_bus.address(),
-                            QStringLiteral("--dest"), ZKApplicationService::serviceName,
-                            QStringLiteral("--object-path"), ZKApplicationService::objectPath,
-                            QStringLiteral("--method")} +
+                QStringList{QStringLiteral("call"), QStringLiteral("--address"),
+                            bus.isEmpty() ? m_bus.address() : bus, QStringLiteral("--dest"),
+                            ZKApplicationService::serviceName, QStringLiteral("--object-path"),
+                            ZKApplicationService::objectPath, QStringLiteral("--method")} +
                     arguments);
     if (!gdbus.waitForStarted(5000)) {
         *error = QStringLiteral("gdbus did not start");
@@ -264,7 +309,7 @@ void TestZKApplication::queuesPassBetweenTerminalAndWindow() {
         ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(path("out"))), 1);
     const ZKTaskPtr waiting = window->document()->objectInTasksAtIndex(1);
     QTRY_COMPARE(waiting->state(), ZKTaskState::PendingProcessing);
-    QVERIFY(window->save());
+    QVERIFY(window->saveToFile(path("terminal.queue")));
     cli.start(QStringLiteral(FERROWICK_CLI), {QStringLiteral("run"), path("terminal.queue")});
     QVERIFY(cli.waitForFinished(30000));
     QVERIFY2(cli.exitCode() == 0, cli.readAllStandardError().constData());
@@ -442,6 +487,212 @@ void TestZKApplication::sourcesAreQueuedOncePerDestination() {
     }
     QCOMPARE(second->document()->countOfTasks(), 1);
     QCOMPARE(first->document()->countOfTasks(), 1);
+}
+
+// Killed in the middle of a queue of moves, the window leaves its file
+// saying which moves are done; the terminal finishes the rest, and every
+// file is at one place or the other, whole.
+void TestZKApplication::killedWindowKeepsItsFinishedMoves() {
+    const int count = 6;
+    QList<QByteArray> contents;
+    QList<ZKReaderPtr> sources;
+    for (int i = 0; i < count; ++i) {
+        contents << randomBytes(1000000, 20 + i);
+        QVERIFY(writeFile(path(QStringLiteral("move%1").arg(i)), contents.last()));
+        sources << ZKReaderFactory::readerWithPath(path(QStringLiteral("move%1").arg(i)));
+    }
+    const QString queueFile = path("moves.queue");
+    {
+        ZKFerrowickDocument queue; // paused: it moves nothing itself
+        queue.setDefaultTransferMode(ZKTransferMode::Move);
+        queue.speedLimit().setMaximumTransferRate(1000000);
+        queue.speedLimit().setEnabled(true);
+        queue.addTasks(
+            sources, ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(path("out"))), 0);
+        QVariantMap plist = queue.asPropertyList();
+        plist[QStringLiteral("State")] = QStringLiteral("Running");
+        QVERIFY(writeFile(queueFile, ZKPropertyListSerialization::dataFromPropertyList(plist)));
+    }
+    const auto savedStates = [&] {
+        QVariantMap plist;
+        ZKFerrowickDocument::readPropertyListFromFile(queueFile, &plist);
+        QVariantList tasks = plist.value(QStringLiteral("Tasks")).toList();
+        QStringList states;
+        for (const QVariant &task : std::as_const(tasks)) {
+            states << task.toMap().value(QStringLiteral("State")).toString();
+        }
+        return std::pair{states, plist};
+    };
+
+    QProcess window;
+    window.setProcessEnvironment(programEnvironment());
+    window.start(QStringLiteral(FERROWICK_APP), {queueFile});
+    QTRY_VERIFY_WITH_TIMEOUT(savedStates().first.contains(QStringLiteral("Completed")), 20000);
+    window.kill();
+    QVERIFY(window.waitForFinished(5000));
+    const auto [states, plist] = savedStates();
+    QVERIFY2(states.count(QStringLiteral("Completed")) < count,
+             "the window finished before it was killed");
+
+    // Reopened, the moves that were done are done, not failed for want of
+    // their sources.
+    QVariantList done;
+    for (const QVariant &task : plist.value(QStringLiteral("Tasks")).toList()) {
+        if (task.toMap().value(QStringLiteral("State")) == QStringLiteral("Completed")) {
+            done << task;
+        }
+    }
+    QVariantMap finished = plist;
+    finished[QStringLiteral("Tasks")] = done;
+    {
+        ZKFerrowickDocument reopened;
+        QVERIFY(reopened.readFromPropertyList(finished));
+        QTest::qWait(200);
+        QCOMPARE(reopened.countOfTasks(), done.size());
+        for (qsizetype i = 0; i < done.size(); ++i) {
+            QCOMPARE(reopened.objectInTasksAtIndex(i)->state(), ZKTaskState::Completed);
+        }
+    }
+
+    QProcess cli;
+    cli.start(QStringLiteral(FERROWICK_CLI), {QStringLiteral("run"), queueFile});
+    QVERIFY(cli.waitForFinished(60000));
+    QVERIFY2(cli.exitCode() == 0, cli.readAllStandardError().constData());
+    for (int i = 0; i < count; ++i) {
+        const QString name = QStringLiteral("move%1").arg(i);
+        const bool inPlace = QFile::exists(path(name)) && readFile(path(name)) == contents[i];
+        const bool moved = readFile(path(QStringLiteral("out/") + name)) == contents[i];
+        QVERIFY2(inPlace || moved, qUtf8Printable(name + QStringLiteral(" is lost")));
+    }
+}
+
+// An untitled queue whose program was killed comes back on the next start,
+// saying so.
+void TestZKApplication::killedUntitledQueueComesBack() {
+    QVERIFY(writeFile(path("a"), randomBytes(1000, 30)) && writeFile(path("b"), "b"));
+    const QDir recovery(ZKDocumentController::recoveryFolder());
+    const auto kept = [&] {
+        return recovery.entryList({QStringLiteral("*.queue")}, QDir::Files);
+    };
+    QVERIFY2(kept().isEmpty(), qUtf8Printable(kept().join(QLatin1Char(' '))));
+
+    QProcess window;
+    const QProcessEnvironment environment = programEnvironment();
+    window.setProcessEnvironment(environment);
+    window.start(QStringLiteral(FERROWICK_APP));
+    const QString bus = environment.value(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"));
+    const QString queue = QStringLiteral("com.velmarind.Ferrowick.Queue.");
+    QString output, error;
+    QTRY_VERIFY_WITH_TIMEOUT(
+        runGdbus({queue + QStringLiteral("Pause"), QStringLiteral("1")}, &output, &error, bus),
+        10000);
+    QVERIFY2(runGdbus({queue + QStringLiteral("AddSources"), QStringLiteral("1"),
+                       QStringLiteral("['%1', '%2']").arg(path("a"), path("b")), path("out")},
+                      &output, &error, bus),
+             qUtf8Printable(error));
+    QTRY_COMPARE(kept().size(), 1);
+    window.kill();
+    QVERIFY(window.waitForFinished(5000));
+
+    ZKDocumentController &controller = m_delegate->documentController();
+    QCOMPARE(controller.reopenRecoveredDocuments(), 1);
+    ZKQueueWindow *recovered = controller.windows().value(0);
+    QVERIFY(recovered);
+    QCOMPARE(recovered->document()->countOfTasks(), 2);
+    QVERIFY(recovered->document()->fileName().isEmpty());
+    QVERIFY2(recovered->noticeBar()->isVisibleTo(recovered), "no notice says what happened");
+    QVERIFY2(recovered->noticeBar()->accessibleDescription().contains(QStringLiteral("recovered")),
+             qUtf8Printable(recovered->noticeBar()->accessibleDescription()));
+    QTRY_VERIFY2(recovered->isWindowModified(), "a recovered queue shows as saved");
+    // Closed as the user chose, it is not recovered again.
+    recovered->setDiscardChanges(true);
+    recovered->close();
+    QTRY_VERIFY(kept().isEmpty());
+}
+
+void TestZKApplication::quittingAsksEachQueueInTurn_data() {
+    QTest::addColumn<QString>("secondAnswer");
+    QTest::addColumn<bool>("secondCloses");
+
+    QTest::newRow("don't save both") << "Don't Save" << true;
+    QTest::newRow("cancel the second") << "Cancel" << false;
+}
+
+// Quitting with two queues at work asks about each in turn; the first one
+// stops and goes before the second is asked about.
+void TestZKApplication::quittingAsksEachQueueInTurn() {
+    QFETCH(QString, secondAnswer);
+    QFETCH(bool, secondCloses);
+
+    ZKDocumentController &controller = m_delegate->documentController();
+    QList<QPointer<ZKQueueWindow>> windows;
+    QHash<ZKQueueWindow *, QString> folders;
+    for (const QString name : {"first", "second"}) {
+        QVERIFY(writeFile(path(name), randomBytes(4000000, name.size())));
+        QVERIFY(QDir(m_dir->path()).mkpath(name + QStringLiteral("-out")));
+        ZKQueueWindow *window = controller.newDocument();
+        ZKFerrowickDocument *document = window->document();
+        document->speedLimit().setMaximumTransferRate(1000000);
+        document->speedLimit().setEnabled(true);
+        document->addTasks({ZKReaderFactory::readerWithPath(path(name))},
+                           ZKFileSystemWriter::writerWithDirectory(
+                               QUrl::fromLocalFile(path(name + QStringLiteral("-out")))),
+                           0);
+        document->setState(ZKQueueState::Running);
+        folders.insert(window, path(name + QStringLiteral("-out")));
+        windows << window;
+    }
+    for (ZKQueueWindow *window : std::as_const(windows)) {
+        QTRY_VERIFY_WITH_TIMEOUT(bytesBelow(folders[window]) > 0, 10000);
+    }
+    const auto question = [&]() -> std::pair<QMessageBox *, ZKQueueWindow *> {
+        for (ZKQueueWindow *window : std::as_const(windows)) {
+            for (QMessageBox *box :
+                 window ? window->findChildren<QMessageBox *>() : QList<QMessageBox *>()) {
+                if (box->isVisible()) {
+                    return {box, window};
+                }
+            }
+        }
+        return {nullptr, nullptr};
+    };
+    const auto answer = [](QMessageBox *box, const QString &text) {
+        for (QAbstractButton *button : box->buttons()) {
+            if (button->text().remove(QLatin1Char('&')) == text) {
+                button->click();
+                return;
+            }
+        }
+        QFAIL(qUtf8Printable(QStringLiteral("no button %1").arg(text)));
+    };
+
+    windows.first()->action(QStringLiteral("quit"))->trigger();
+    QTRY_VERIFY2(question().first, "quitting did not ask");
+    const auto [firstBox, firstWindow] = question();
+    const QString firstFolder = folders[firstWindow];
+    const QPointer<ZKQueueWindow> first = firstWindow;
+    answer(firstBox, QStringLiteral("Don't Save"));
+    QTRY_VERIFY2(question().first, "the second queue was not asked about");
+    const auto [secondBox, secondWindow] = question();
+    QVERIFY(secondWindow != firstWindow);
+    QVERIFY2(!first, "the first window stayed while the second was asked about");
+    // Stopped at once, while the other one goes on until it is answered.
+    const qint64 firstWritten = bytesBelow(firstFolder);
+    const qint64 secondWritten = bytesBelow(folders[secondWindow]);
+    QTRY_VERIFY(bytesBelow(folders[secondWindow]) > secondWritten);
+    QCOMPARE(bytesBelow(firstFolder), firstWritten);
+
+    const QPointer<ZKQueueWindow> second = secondWindow;
+    answer(secondBox, secondAnswer);
+    if (secondCloses) {
+        QTRY_VERIFY(!second);
+        const qint64 written = bytesBelow(folders[secondWindow]);
+        QTest::qWait(500);
+        QCOMPARE(bytesBelow(folders[secondWindow]), written);
+    } else {
+        QTest::qWait(100);
+        QVERIFY2(second && second->isVisible(), "a cancelled quit closed the queue");
+    }
 }
 
 int main(int argc, char **argv) {

@@ -51,6 +51,9 @@ private Q_SLOTS:
     void savedQueueReopensAndResumes();
     void queueKilledWhileSavedStaysWhole();
     void editedMarkFollowsSavesLoadsAndReverts();
+    void progressIsSavedWithoutTheUnsavedEdits();
+    void untitledQueueIsKeptUntilSavedOrClosed_data();
+    void untitledQueueIsKeptUntilSavedOrClosed();
     void malformedFilesAreRefused_data();
     void malformedFilesAreRefused();
     void unreadableTaskEntriesAreKeptInPlace();
@@ -326,6 +329,89 @@ void TestZKFerrowickDocument::editedMarkFollowsSavesLoadsAndReverts() {
     ZKFerrowickDocument untitled;
     QVERIFY2(!untitled.revertToSaved(&error), "an untitled queue claimed to revert");
     QVERIFY(!error.localizedDescription().isEmpty());
+}
+
+// What a running queue did reaches its file as it goes, without becoming an
+// edit and without the edits the user has not saved.
+void TestZKFerrowickDocument::progressIsSavedWithoutTheUnsavedEdits() {
+    for (const char *name : {"a", "b", "c"}) {
+        QVERIFY(writeFile(path(name), randomBytes(50000, name[0])));
+    }
+    const QString queueFile = path("q.queue");
+    const auto savedStates = [&] {
+        QVariantMap plist;
+        ZKFerrowickDocument::readPropertyListFromFile(queueFile, &plist);
+        QStringList states;
+        for (const QVariant &task : plist.value(QStringLiteral("Tasks")).toList()) {
+            states << task.toMap().value(QStringLiteral("State")).toString();
+        }
+        return states.join(QLatin1Char(' '));
+    };
+    {
+        ZKFerrowickDocument first;
+        first.setState(ZKQueueState::Paused);
+        first.addTasks({reader("a"), reader("b")}, outFolder(), 0);
+        QVariantMap plist = first.asPropertyList();
+        plist[QStringLiteral("State")] = QStringLiteral("Running");
+        QVERIFY(writeFile(queueFile, ZKPropertyListSerialization::dataFromPropertyList(plist)));
+    }
+    ZKFerrowickDocument document;
+    document.setSavesProgress(true);
+    ZKError error;
+    QVERIFY2(document.readFromFile(queueFile, &error),
+             qUtf8Printable(error.localizedDescription()));
+    QTRY_COMPARE_WITH_TIMEOUT(savedStates(), QStringLiteral("Completed Completed"), 10000);
+    QVERIFY2(!document.isEdited(), "running the queue counted as an edit");
+
+    const auto added = document.addTasks({reader("c")}, outFolder(), 2).first();
+    QTRY_COMPARE(added->state(), S::Completed);
+    QVERIFY2(document.saveProgress(&error), qUtf8Printable(error.localizedDescription()));
+    QCOMPARE(savedStates(), QStringLiteral("Completed Completed"));
+    QVERIFY(document.isEdited());
+
+    // A file the queue never read nor wrote is not written for it.
+    ZKFerrowickDocument named;
+    named.setSavesProgress(true);
+    named.setFileName(path("never.queue"));
+    named.setState(ZKQueueState::Paused);
+    named.addTasks({reader("c")}, outFolder(), 0);
+    QVERIFY(named.saveProgress());
+    QVERIFY(!QFile::exists(path("never.queue")));
+}
+
+void TestZKFerrowickDocument::untitledQueueIsKeptUntilSavedOrClosed_data() {
+    QTest::addColumn<bool>("saved"); // else closed
+
+    QTest::newRow("saved to a file") << true;
+    QTest::newRow("closed") << false;
+}
+
+void TestZKFerrowickDocument::untitledQueueIsKeptUntilSavedOrClosed() {
+    QFETCH(bool, saved);
+
+    QVERIFY(writeFile(path("a"), "a"));
+    const QString recovery = path("state/untitled.queue");
+    auto document = std::make_unique<ZKFerrowickDocument>();
+    document->setState(ZKQueueState::Paused);
+    QVERIFY(document->setRecoveryFileName(recovery));
+    document->setSavesProgress(true);
+    QVERIFY2(!QFile::exists(recovery), "an empty queue was kept");
+    document->addTasks({reader("a")}, outFolder(), 0);
+    QTRY_VERIFY2(QFile::exists(recovery), "the queue's tasks were not kept");
+    QVariantMap kept;
+    QVERIFY(ZKFerrowickDocument::readPropertyListFromFile(recovery, &kept));
+    QCOMPARE(kept.value(QStringLiteral("Tasks")).toList().size(), 1);
+    ZKFerrowickDocument other;
+    QVERIFY2(!other.setRecoveryFileName(recovery), "two queues took one recovery file");
+
+    if (saved) {
+        QVERIFY(document->saveToFile(path("named.queue")));
+        QVERIFY(document->recoveryFileName().isEmpty());
+    } else {
+        document.reset();
+    }
+    QVERIFY2(!QFile::exists(recovery), "the recovery file outlived the untitled queue");
+    QVERIFY2(other.setRecoveryFileName(recovery), "the recovery file stayed locked");
 }
 
 void TestZKFerrowickDocument::malformedFilesAreRefused_data() {

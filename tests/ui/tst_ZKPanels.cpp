@@ -3,6 +3,8 @@
 #include "ZKDestinationPopUpButton.h"
 #include "ZKFileSystemWriter.h"
 #include "ZKFtpPanel.h"
+#include "ZKFtpReader.h"
+#include "ZKFtpWriter.h"
 #include "ZKHttpPanel.h"
 #include "ZKOpenPanel.h"
 #include "ZKPreferences.h"
@@ -69,6 +71,7 @@ private Q_SLOTS:
     void accountFieldsFollowTheAddress();
     void noTypedPasswordIsNoPassword();
     void recentAddressFillsTheAccount();
+    void chosenAccountIsRemembered();
     void recentDestinationsKeepTheirOrder_data();
     void recentDestinationsKeepTheirOrder();
     void arrowKeysRunNoCommand();
@@ -341,6 +344,30 @@ void TestZKPanels::recentAddressFillsTheAccount() {
     QTest::keyClick(edit, Qt::Key_Down);
     QCOMPARE(panel.url(), QUrl(QStringLiteral("ftp://host/b/")));
     QVERIFY2(panel.username().isEmpty(), qUtf8Printable(panel.username()));
+}
+
+// The user name typed beside the address comes back with it; a password
+// field left empty leaves the password to the store.
+void TestZKPanels::chosenAccountIsRemembered() {
+    ZKFtpPanel panel;
+    panel.displaySheetForWindow(nullptr, [](bool) {});
+    QTest::keyClicks(panel.findChild<QComboBox *>()->lineEdit(), QStringLiteral("127.0.0.1/pub/"));
+    panel.setUsername(QStringLiteral("anna"));
+    const auto fromStore = std::dynamic_pointer_cast<ZKFtpReader>(panel.reader());
+    QVERIFY(fromStore);
+    QCOMPARE(fromStore->username(), QStringLiteral("anna"));
+    QVERIFY2(!fromStore->password() && fromStore->passwordStored(),
+             "an empty field did not leave the password to the store");
+    panel.setPassword(QStringLiteral("typed"));
+    const auto typed = std::dynamic_pointer_cast<ZKFtpWriter>(panel.directoryWriter());
+    QVERIFY(typed && typed->password() == QStringLiteral("typed") && !typed->passwordStored());
+    panel.choose();
+    QCOMPARE(panel.recentFtp().value(0), QStringLiteral("ftp://anna@127.0.0.1/pub/"));
+
+    ZKFtpPanel again;
+    again.displaySheetForWindow(nullptr, [](bool) {});
+    QTest::keyClick(again.findChild<QComboBox *>()->lineEdit(), Qt::Key_Down);
+    QCOMPARE(again.username(), QStringLiteral("anna"));
 }
 
 void TestZKPanels::recentDestinationsKeepTheirOrder_data() {

@@ -5,25 +5,34 @@
 #include "ZKFileSystemWriter.h"
 #include "ZKFtpPanel.h"
 #include "ZKFtpServers.h"
+#include "ZKKeyChain.h"
 #include "ZKListView.h"
 #include "ZKMessageBoxPresenter.h"
 #include "ZKMimeDataPasteboard.h"
 #include "ZKOpenPanel.h"
 #include "ZKPreferences.h"
+#include "ZKPropertyListSerialization.h"
 #include "ZKQueueState.h"
 #include "ZKQueueWindow.h"
+#include "ZKSecretService.h"
+#include "ZKSpeedLimitPanel.h"
 #include "ZKTaskState.h"
 #include "ZKTaskView.h"
 #include "ZKTestSupport.h"
+#include "ZKTransferMode.h"
 #include "ZKUserDefaults.h"
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QComboBox>
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QProcess>
 #include <QStatusBar>
 #include <QTemporaryDir>
 #include <QTest>
@@ -55,6 +64,9 @@ private Q_SLOTS:
     void closingAnEditedQueueAsks();
     void closingNeitherHangsNorCrashes_data();
     void closingNeitherHangsNorCrashes();
+    void closingARunningQueueAsks_data();
+    void closingARunningQueueAsks();
+    void storedPasswordServesAnEmptyField();
 
 private:
     QString path(const QString &name) const { return QDir(m_dir->path()).filePath(name); }
@@ -70,11 +82,18 @@ private:
     static void whenAsked(QWidget *window, std::function<void(QMessageBox *)> act,
                           const QString &beginning = {});
 
+    // Bytes below the destination folder, whatever the files' names.
+    qint64 bytesWritten() const;
+
     std::unique_ptr<QTemporaryDir> m_dir;
     QPointer<ZKQueueWindow> m_window;
+    ZKSecretService m_secrets;
+    bool m_secretsStarted = false;
 };
 
 void TestZKQueueWindow::initTestCase() {
+    // Before anything talks to the session bus: the private one is it then.
+    m_secretsStarted = m_secrets.start();
     ZKPreferences::initialiseUserDefaults();
     ZKUserDefaults::standard().setString(ZKPreferences::completionSound, QString());
     ZKUserDefaults::standard().setString(ZKPreferences::failureSound, QString());
@@ -130,6 +149,16 @@ template <typename T> T *TestZKQueueWindow::waitForChild(QWidget *window) {
         },
         10000);
     return found;
+}
+
+qint64 TestZKQueueWindow::bytesWritten() const {
+    qint64 total = 0;
+    QDirIterator files(path("out"), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        files.next();
+        total += files.fileInfo().size();
+    }
+    return total;
 }
 
 void TestZKQueueWindow::whenAsked(QWidget *window, std::function<void(QMessageBox *)> act,
@@ -395,7 +424,7 @@ void TestZKQueueWindow::closingAnEditedQueueAsks() {
         box->button(QMessageBox::StandardButton(answer))->click();
     });
     window->close();
-    QVERIFY2(asked.contains(QStringLiteral("\u201casked\u201d")), qUtf8Printable(asked));
+    QTRY_VERIFY2(asked.contains(QStringLiteral("\u201casked\u201d")), qUtf8Printable(asked));
     QTRY_COMPARE(!m_window, closes);
     QCOMPARE(QFile::exists(path("asked.queue")), saved);
 }
@@ -452,6 +481,153 @@ void TestZKQueueWindow::closingNeitherHangsNorCrashes() {
     const QByteArray written = readFile(path("out/folder/big"));
     QTest::qWait(300);
     QCOMPARE(readFile(path("out/folder/big")), written);
+}
+
+void TestZKQueueWindow::closingARunningQueueAsks_data() {
+    QTest::addColumn<bool>("edited");
+    QTest::addColumn<QString>("button");
+    QTest::addColumn<bool>("closes");
+
+    QTest::newRow("saved queue, stop") << false << "Stop" << true;
+    QTest::newRow("saved queue, cancel") << false << "Cancel" << false;
+    QTest::newRow("edited queue, don't save") << true << "Don't Save" << true;
+}
+
+// A queue that transfers asks before its window goes, also when there is
+// nothing to save; once the window has gone, not a byte more is written.
+void TestZKQueueWindow::closingARunningQueueAsks() {
+    QFETCH(bool, edited);
+    QFETCH(QString, button);
+    QFETCH(bool, closes);
+
+    QVERIFY(writeFile(path("big"), randomBytes(4000000, 10)));
+    const QString queueFile = path("running.queue");
+    {
+        ZKFerrowickDocument saved;
+        saved.setState(ZKQueueState::Paused);
+        saved.speedLimit().setMaximumTransferRate(1000000);
+        saved.speedLimit().setEnabled(true);
+        saved.addTasks({ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(path("big")))},
+                       outFolder(), 0);
+        QVariantMap plist = saved.asPropertyList();
+        plist[QStringLiteral("State")] = QStringLiteral("Running");
+        QVERIFY(writeFile(queueFile, ZKPropertyListSerialization::dataFromPropertyList(plist)));
+    }
+    auto document = std::make_unique<ZKFerrowickDocument>();
+    ZKError error;
+    QVERIFY2(document->readFromFile(queueFile, &error),
+             qUtf8Printable(error.localizedDescription()));
+    ZKQueueWindow *window = m_window = new ZKQueueWindow(std::move(document));
+    window->show();
+    QApplication::setActiveWindow(window);
+    QVERIFY(QTest::qWaitForWindowActive(window));
+    const ZKTaskPtr task = window->document()->objectInTasksAtIndex(0);
+    QTRY_VERIFY_WITH_TIMEOUT(task->progressBytes() > 0, 10000);
+    if (edited) {
+        window->document()->setDefaultTransferMode(ZKTransferMode::Move);
+    }
+    QTRY_COMPARE(window->isWindowModified(), edited);
+
+    QString asked;
+    whenAsked(window, [&](QMessageBox *box) {
+        asked = box->text();
+        for (QAbstractButton *b : box->buttons()) {
+            if (b->text().remove(QLatin1Char('&')) == button) {
+                b->click();
+            }
+        }
+    });
+    QTest::keyClick(window, Qt::Key_W, Qt::ControlModifier);
+    QTRY_VERIFY2(!asked.isEmpty(), "closing a running queue did not ask");
+    QVERIFY2(asked.contains(QStringLiteral("\u201crunning\u201d")), qUtf8Printable(asked));
+    if (!closes) {
+        const qint64 before = bytesWritten();
+        QTRY_VERIFY2(bytesWritten() > before, "cancelling the close stopped the transfer");
+        QVERIFY(m_window);
+        return;
+    }
+    QTRY_VERIFY(!m_window);
+    const qint64 written = bytesWritten();
+    QTest::qWait(500);
+    QCOMPARE(bytesWritten(), written);
+    // Where it stopped is in the file, so that it goes on from there.
+    QVariantMap plist;
+    QVERIFY(ZKFerrowickDocument::readPropertyListFromFile(queueFile, &plist));
+    const QVariantMap saved = plist.value(QStringLiteral("Tasks")).toList().value(0).toMap();
+    QVERIFY2(saved.value(QStringLiteral("ProgressBytes")).toLongLong() > 0,
+             qUtf8Printable(saved.value(QStringLiteral("State")).toString()));
+    QCOMPARE(plist.value(QStringLiteral("DefaultTransferMode")).toString(), QStringLiteral("Copy"));
+}
+
+// An empty password field takes the password the store keeps for the server
+// and user: the second task logs in with it, and saving the queue keeps it.
+void TestZKQueueWindow::storedPasswordServesAnEmptyField() {
+    ZK_REQUIRE_STARTED(m_secretsStarted, m_secrets.errorString());
+    ZKFtpServers server(ZKFtpServers::PureFtpd);
+    ZK_REQUIRE_STARTED(server.start(), server.errorString());
+    QHash<QString, QByteArray> contents;
+    for (const QString name : {"a.bin", "b.bin", "c.bin"}) {
+        contents[name] = randomBytes(100000, quint32(name[0].unicode()));
+        QVERIFY(writeFile(QDir(server.root()).filePath(name), contents[name]));
+    }
+    server.handOver(server.root());
+    ZKQueueWindow *window = openWindow();
+    const QString host = server.url({}).host();
+
+    const auto addFtp = [&](const QString &name, const QString &password) {
+        window->addFtp();
+        auto *panel = waitForChild<ZKFtpPanel>(window);
+        QVERIFY2(panel, "the FTP panel did not open");
+        QUrl address = server.url(QLatin1Char('/') + name);
+        address.setUserName({});
+        QTest::keyClicks(panel->findChild<QComboBox *>()->lineEdit(), address.toString());
+        for (QLineEdit *field : panel->findChildren<QLineEdit *>()) {
+            if (field->accessibleName() == QStringLiteral("User name")) {
+                QTest::keyClicks(field, server.username());
+            } else if (field->accessibleName() == QStringLiteral("Password")) {
+                QTest::keyClicks(field, password);
+            }
+        }
+        QTest::keyClick(panel->findChild<QComboBox *>()->lineEdit(), Qt::Key_Return);
+        QTRY_VERIFY(!panel->isVisible());
+    };
+    const auto finished = [&](qsizetype index) {
+        const ZKTaskPtr task = window->document()->objectInTasksAtIndex(index);
+        return task && task->state() == S::Completed;
+    };
+
+    addFtp(QStringLiteral("a.bin"), server.password());
+    QTRY_VERIFY_WITH_TIMEOUT(finished(0), 30000);
+    const QString queueFile = path("ftp.queue");
+    QVERIFY(window->saveToFile(queueFile));
+    QCOMPARE(ZKKeyChain::retrieveFtpPassword(host, server.username()), server.password());
+    // The address is remembered with its account.
+    const QString recent = ZKUserDefaults::standard()
+                               .objectForKey(QStringLiteral("recentFtp"))
+                               .toStringList()
+                               .value(0);
+    QVERIFY2(QUrl(recent).userName() == server.username(), qUtf8Printable(recent));
+
+    addFtp(QStringLiteral("b.bin"), QString());
+    QTRY_VERIFY_WITH_TIMEOUT(finished(1), 30000);
+    QCOMPARE(readFile(path("out/b.bin")), contents["b.bin"]);
+
+    // Left for the terminal to run from the saved queue.
+    window->document()->setState(ZKQueueState::Paused);
+    addFtp(QStringLiteral("c.bin"), QString());
+    QTRY_COMPARE_WITH_TIMEOUT(window->document()->objectInTasksAtIndex(2)->state(),
+                              S::PendingProcessing, 30000);
+    QVERIFY(window->saveToFile(queueFile));
+    QCOMPARE(ZKKeyChain::retrieveFtpPassword(host, server.username()), server.password());
+    window->setDiscardChanges(true);
+    window->close();
+    QTRY_VERIFY(!m_window);
+
+    QProcess cli;
+    cli.start(QStringLiteral(FERROWICK_CLI), {QStringLiteral("run"), queueFile});
+    QVERIFY(cli.waitForFinished(60000));
+    QVERIFY2(cli.exitCode() == 0, cli.readAllStandardError().constData());
+    QCOMPARE(readFile(path("out/c.bin")), contents["c.bin"]);
 }
 
 int main(int argc, char **argv) {
