@@ -70,6 +70,9 @@ private:
     // destination holds more than half of the data; answers its length.
     qint64 interruptHalfway(ZKCopyTask &task, const QString &copy);
     QString out(const QString &name) const { return QDir(m_out->path()).filePath(name); }
+    QString unfinished(const QString &name) const {
+        return ZKTestSupport::partialPath(m_out->path(), name);
+    }
 
     ZKHttpServers m_servers;
     QTemporaryDir m_root;
@@ -163,9 +166,9 @@ void TestZKHttpReaderDownloads::downloadIsByteIdentical() {
 
 void TestZKHttpReaderDownloads::interruptedDownloadResumesFromItsLength() {
     auto task = makeTask(m_servers.nginxUrl(QStringLiteral("/data.bin")));
-    const qint64 partial = interruptHalfway(*task, out(QStringLiteral("data.bin")));
+    const qint64 partial = interruptHalfway(*task, unfinished(QStringLiteral("data.bin")));
     QVERIFY2(partial > 0 && partial < dataSize, qPrintable(QString::number(partial)));
-    QCOMPARE(ZKTestSupport::readFile(out(QStringLiteral("data.bin"))), m_data.left(partial));
+    QCOMPARE(ZKTestSupport::readFile(unfinished(QStringLiteral("data.bin"))), m_data.left(partial));
 
     runToEnd(*task);
     QVERIFY2(task->state() == S::Completed, qUtf8Printable(failureText(*task)));
@@ -179,7 +182,7 @@ void TestZKHttpReaderDownloads::interruptedDownloadResumesFromItsLength() {
 
 void TestZKHttpReaderDownloads::interruptedDownloadFromServerWithoutRangesStartsOver() {
     auto task = makeTask(m_servers.pythonUrl(QStringLiteral("/data.bin")));
-    const qint64 partial = interruptHalfway(*task, out(QStringLiteral("data.bin")));
+    const qint64 partial = interruptHalfway(*task, unfinished(QStringLiteral("data.bin")));
     QVERIFY2(partial > 0 && partial < dataSize, qPrintable(QString::number(partial)));
     // The row's no-resume badge.
     QVERIFY(!task->isResumable());
@@ -284,7 +287,7 @@ void TestZKHttpReaderDownloads::replacedFileIsDownloadedAnew() {
     QVERIFY(ZKTestSupport::writeFile(served, before));
     auto task = makeTask(m_servers.nginxUrl(QStringLiteral("/replaced.bin")));
     const QString copy = out(QStringLiteral("replaced.bin"));
-    const qint64 partial = interruptHalfway(*task, copy);
+    const qint64 partial = interruptHalfway(*task, unfinished(QStringLiteral("replaced.bin")));
     QVERIFY2(partial > 0 && partial < dataSize, qPrintable(QString::number(partial)));
     const QVariantMap saved = task->asPropertyList();
     task.reset();

@@ -11,6 +11,7 @@
 #include "ZKFtpWriter.h"
 #include "ZKNotificationCenter.h"
 #include "ZKNotificationNames.h"
+#include "ZKPartialFile.h"
 #include "ZKPreferences.h"
 #include "ZKPropertyListParser.h"
 #include "ZKQuestionPresenter.h"
@@ -370,16 +371,22 @@ private Q_SLOTS:
         m_server->handOver(m_server->root());
         const auto cutThenResume = [&](const std::function<ZKReaderPtr()> &source,
                                        const std::function<ZKWriterPtr()> &destination,
-                                       const QString &partial) {
+                                       const QString &copied) {
+            // One source, as the task that retries keeps it: only the run
+            // that began the unfinished file may continue it where the
+            // destination cannot say where that file came from.
+            const ZKReaderPtr reader = source();
+            const QString partial = QFileInfo(copied).dir().filePath(
+                ZKPartialFile::nameFor(QFileInfo(copied).fileName()));
             {
-                ZKCopyOperation cut(source(), destination());
+                ZKCopyOperation cut(reader, destination());
                 const QString failure = cutShort(cut);
                 QVERIFY2(failure.isEmpty(), qPrintable(failure));
             }
             const qint64 kept = QFileInfo(partial).size();
             QVERIFY2(kept > 0 && kept < content.size(), qPrintable(QString::number(kept)));
 
-            ZKCopyOperation resume(source(), destination());
+            ZKCopyOperation resume(reader, destination(), quint64(kept));
             QObject context;
             std::atomic<quint64> written{0};
             ZKNotificationCenter::defaultCenter().addObserver(
@@ -390,10 +397,11 @@ private Q_SLOTS:
             resume.start();
             QVERIFY2(!resume.error(), qPrintable(describe(resume.error())));
             QCOMPARE(written.load(), quint64(content.size() - kept));
-            ZKVerifyFileOperation verify(source(), destination());
+            ZKVerifyFileOperation verify(reader, destination());
             verify.start();
             QVERIFY2(!verify.error(), qPrintable(describe(verify.error())));
-            QCOMPARE(ZKTestSupport::readFile(partial), content);
+            QCOMPARE(ZKTestSupport::readFile(copied), content);
+            QVERIFY(!QFileInfo::exists(partial));
         };
 
         cutThenResume([this] { return ftpReader("/served.bin"); },
@@ -432,7 +440,8 @@ private Q_SLOTS:
             const QString failure = cutShort(cut);
             QVERIFY2(failure.isEmpty(), qPrintable(failure));
         }
-        const qint64 kept = QFileInfo(local("down/served.bin")).size();
+        const QString partial = QDir(local("down")).filePath(ZKPartialFile::nameFor("served.bin"));
+        const qint64 kept = QFileInfo(partial).size();
         QVERIFY2(kept > 0 && kept < size, qPrintable(QString::number(kept)));
         const QVariantMap saved = source->asPropertyList();
 
@@ -460,6 +469,7 @@ private Q_SLOTS:
                  copied == before.left(kept) + after.mid(kept)
                      ? "the copy joins the old version's start to the new one's end"
                      : "the copy is neither version");
+        QVERIFY(!QFileInfo::exists(partial));
     }
 
     void renamesItems_data() {
