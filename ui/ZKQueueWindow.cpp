@@ -451,6 +451,17 @@ void ZKQueueWindow::connectDocument() {
     connect(d, &ZKFerrowickDocument::descriptionChanged, this, &ZKQueueWindow::refreshTexts);
     connect(d, &ZKFerrowickDocument::dataDescriptionChanged, this, &ZKQueueWindow::refreshTexts);
     connect(d, &ZKFerrowickDocument::editedChanged, this, &ZKQueueWindow::refreshTitle);
+    // What one drop or paste could not add is told once, not item by item.
+    connect(d, &ZKFerrowickDocument::tasksRefused, this, [this](const QStringList &reasons) {
+        constexpr qsizetype shown = 3;
+        QStringList lines = reasons.mid(0, shown);
+        if (reasons.size() > shown) {
+            lines << tr("And %n more.", "", int(reasons.size() - shown));
+        }
+        showNotice(reasons.size() == 1 ? reasons.first()
+                                       : tr("%n items were not added:", "", int(reasons.size())) +
+                                             QLatin1Char('\n') + lines.join(QLatin1Char('\n')));
+    });
     connect(d, &ZKFerrowickDocument::retryTooltipChanged, this,
             [this] { m_retryButton->setToolTip(m_document->retryTooltip()); });
     connect(d, &ZKFerrowickDocument::clearTooltipChanged, this,

@@ -477,7 +477,8 @@ void TestZKApplication::sourcesAreQueuedOncePerDestination() {
     QCOMPARE(first->document()->countOfTasks(), 1);
     QCOMPARE(second->document()->countOfTasks(), 0);
 
-    // Dropped on the window: the new file is added, the queued one is not.
+    // Dropped on the window: the new file is added, the queued one is told
+    // of over the rows.
     second->document()->setDefaultDestination(
         ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(path("out"))));
     QMimeData drop;
@@ -487,6 +488,13 @@ void TestZKApplication::sourcesAreQueuedOncePerDestination() {
     }
     QCOMPARE(second->document()->countOfTasks(), 1);
     QCOMPARE(first->document()->countOfTasks(), 1);
+    QVERIFY(second->noticeBar()->isVisibleTo(second));
+    const QString notice = second->noticeBar()->accessibleDescription();
+    QVERIFY2(notice.startsWith(QStringLiteral("2 items were not added:")) &&
+                 notice.contains(QStringLiteral("\u201cb\u201d is already queued for this "
+                                                "destination in \u201c%1\u201d.")
+                                     .arg(second->document()->displayName())),
+             qUtf8Printable(notice));
 }
 
 // Killed in the middle of a queue of moves, the window leaves its file
