@@ -160,22 +160,41 @@ bool ZKFtpClient::isWithinTimeoutSince(Clock::time_point start, const QString &t
     if (seconds < double(ZKSocket::downloadTimeoutSeconds())) {
         return true;
     }
+    setTimedOut(task);
+    return false;
+}
+
+bool ZKFtpClient::waitForControlData(Clock::time_point start, const QString &task) {
+    if (!isWithinTimeoutSince(start, task)) {
+        return false;
+    }
+    // Bounded by what is left of the limit, not by a whole receive time-out:
+    // a server that trickles what is no reply would otherwise hold us for
+    // up to twice the limit.
+    if (m_controlSocket && !m_controlSocket->waitUntilReadable(
+                               start + std::chrono::seconds(ZKSocket::downloadTimeoutSeconds()))) {
+        setTimedOut(task);
+        return false;
+    }
+    return true;
+}
+
+void ZKFtpClient::setTimedOut(const QString &task) {
     qCInfo(lcFtp) << "Timed out while" << task;
     // A server that sends only what is no reply has not answered either.
     setClientError(3, QCoreApplication::translate(
                           "ZKFtpClient", "The server did not answer within the time limit (%1 s).")
                           .arg(ZKSocket::downloadTimeoutSeconds()));
-    return false;
 }
 
 std::optional<QString> ZKFtpClient::readControlResponse() {
     const Clock::time_point start = Clock::now();
     while (m_controlResponses.isEmpty()) {
-        if (!isWithinTimeoutSince(start, QStringLiteral("reading control response"))) {
-            break;
-        }
         if (!m_controlSocket) {
             setClientError(1, QStringLiteral("Cannot read response: client is not connected."));
+            break;
+        }
+        if (!waitForControlData(start, QStringLiteral("reading control response"))) {
             break;
         }
         const std::optional<QString> text = m_controlSocket->receiveString();
@@ -237,7 +256,7 @@ void ZKFtpClient::askFeatures() {
     QString text;
     const Clock::time_point start = Clock::now();
     while (!error() && m_controlSocket && m_controlResponses.isEmpty()) {
-        if (!isWithinTimeoutSince(start, QStringLiteral("reading the server's features"))) {
+        if (!waitForControlData(start, QStringLiteral("reading the server's features"))) {
             return;
         }
         const std::optional<QByteArray> data = m_controlSocket->receiveData();

@@ -117,6 +117,10 @@ public:
     void setSupportsRfc3659(bool supports) { m_supportsRfc3659 = supports; }
 
 private:
+    // isWithinTimeoutSince, then a wait for the control connection to bring
+    // something, for no longer than the rest of the limit.
+    bool waitForControlData(std::chrono::steady_clock::time_point start, const QString &task);
+    void setTimedOut(const QString &task);
     // EPSV, then PASV once a server has refused EPSV. Either way the data
     // connection goes to the control connection's peer address; of a PASV
     // reply only the port is used.

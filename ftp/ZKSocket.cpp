@@ -384,6 +384,26 @@ bool ZKSocket::waitForMoreData() const {
     return waiting > 0;
 }
 
+bool ZKSocket::waitUntilReadable(std::chrono::steady_clock::time_point deadline) const {
+    if (m_socketDescriptor == -1) {
+        return true; // the receive that follows says why nothing comes
+    }
+    if (m_ssl && SSL_pending(m_ssl) > 0) {
+        return true;
+    }
+    const int saved = errno;
+    int ready = 0;
+    do {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        pollfd state{m_socketDescriptor, POLLIN, 0};
+        ready = ::poll(&state, 1, int(std::clamp<qint64>(left.count(), 0, 1 << 30)));
+    } while (ready == -1 && errno == EINTR);
+    errno = saved;
+    // A failure of poll itself is left to the receive that follows.
+    return ready != 0;
+}
+
 ssize_t ZKSocket::receiveInto(char *buffer, size_t length, int flags) {
     if (!m_ssl) {
         ssize_t received = 0;

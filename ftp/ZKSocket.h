@@ -7,6 +7,7 @@
 #include <QByteArray>
 #include <QString>
 
+#include <chrono>
 #include <mutex>
 #include <optional>
 
@@ -96,6 +97,10 @@ public:
     // the other (up to the time limit, which answers false), never consumes,
     // never touches error().
     bool waitForMoreData() const;
+    // Whether a receive would return before deadline (a byte, the end of
+    // the stream, or a failure, also that of a socket not connected): waits
+    // for it, never consumes, never touches error().
+    bool waitUntilReadable(std::chrono::steady_clock::time_point deadline) const;
 
     bool isConnected() const { return m_socketDescriptor != -1; }
     int socketDescriptor() const { return m_socketDescriptor; }

@@ -533,9 +533,24 @@ private Q_SLOTS:
         QElapsedTimer timer;
         timer.start();
         m_client->loginWithUsername(QStringLiteral("ann"), QStringLiteral("pw"));
-        QVERIFY(m_client->error());
+        QCOMPARE(describe(m_client->error()),
+                 QStringLiteral("The server did not answer within the time limit (1 s)."));
         QVERIFY2(timer.elapsed() < 30000, "a silent server must not hold the client");
         QCOMPARE(m_server->commands(), QStringList({"USER ann"}));
+    }
+
+    // Never silent for a whole second, never a reply: the limit is on the
+    // reply, so the wait ends after one second, not after the receive that
+    // began just before it.
+    void tricklingGarbageTimesOutWithinTheLimit() {
+        m_server->setGreeting("garbage without an end");
+        m_server->setGreetingInterval(950);
+        QElapsedTimer timer;
+        timer.start();
+        m_client->connectToHost(QStringLiteral("127.0.0.1"), m_server->port());
+        QCOMPARE(describe(m_client->error()),
+                 QStringLiteral("The server did not answer within the time limit (1 s)."));
+        QVERIFY2(timer.elapsed() < 1600, qPrintable(QString::number(timer.elapsed())));
     }
 
     void hostileReplies() {

@@ -23,7 +23,20 @@ public:
         ::setsockopt(int(control->socketDescriptor()), SOL_SOCKET, SO_OOBINLINE, &on, sizeof on);
         connect(control, &QTcpSocket::readyRead, this, &ZKScriptedFtpSession::readControl);
         std::lock_guard locker(server.m_lock);
-        send(server.m_greeting);
+        if (server.m_greetingInterval <= 0) {
+            send(server.m_greeting);
+            return;
+        }
+        // One byte at a time; the timer goes with the session.
+        auto *trickle = new QTimer(this);
+        connect(trickle, &QTimer::timeout, this,
+                [this, trickle, greeting = server.m_greeting, sent = qsizetype(0)]() mutable {
+                    send(greeting.mid(sent++, 1));
+                    if (sent >= greeting.size()) {
+                        trickle->stop();
+                    }
+                });
+        trickle->start(server.m_greetingInterval);
     }
 
 private:
@@ -286,6 +299,11 @@ QUrl ZKScriptedFtpServer::url(const QString &path) const {
 void ZKScriptedFtpServer::setGreeting(const QByteArray &bytes) {
     std::lock_guard locker(m_lock);
     m_greeting = bytes;
+}
+
+void ZKScriptedFtpServer::setGreetingInterval(int milliseconds) {
+    std::lock_guard locker(m_lock);
+    m_greetingInterval = milliseconds;
 }
 
 void ZKScriptedFtpServer::setReply(const QByteArray &command, const QByteArray &bytes) {

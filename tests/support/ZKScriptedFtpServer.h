@@ -43,6 +43,9 @@ public:
 
     // Raw bytes sent on connection; by default one "220" line.
     void setGreeting(const QByteArray &bytes);
+    // When above 0, the greeting goes out one byte every that many
+    // milliseconds.
+    void setGreetingInterval(int milliseconds);
     // Raw bytes sent in answer to a command (its first word), for every
     // argument or for one argument only. Empty bytes: no answer at all.
     void setReply(const QByteArray &command, const QByteArray &bytes);
@@ -84,6 +87,7 @@ private:
     // A standard mutex, so that thread checkers see every lock.
     mutable std::recursive_mutex m_lock;
     QByteArray m_greeting;
+    int m_greetingInterval = 0;
     QHash<QByteArray, QByteArray> m_replies;
     QHash<QByteArray, QByteArray> m_files;
     QHash<QByteArray, QDateTime> m_dates;
