@@ -412,7 +412,7 @@ void ZKCopyTask::endPrepare(ZKFileOperation &op) {
         setState(S::Completed);
         return;
     }
-    if (total != 0 && total == already) {
+    if (total != 0 && total == already && !operation.hasUnfinishedFiles()) {
         setTotalBytes(total);
         if (isVerifyEnabled()) {
             setProgressBytes(0);

@@ -1653,6 +1653,6 @@ ZKFileResponse ZKFerrowickDocument::showPreExistingAlertForFile(const ZKFileInfo
 ZKFileResponse ZKFerrowickDocument::showPreExistingDestinationAlertForFile(const ZKFileInfo &item) {
     return ask(
         QStringLiteral("A different item with the name '%1' already exists.").arg(itemName(item)),
-        kReplaceInfo, {kReplace, kCancel}, {ZKFileResponseReplace, ZKFileResponseCancel}, false,
-        nullptr);
+        kReplaceInfo, {kReplace, kSkip, kCancel},
+        {ZKFileResponseReplace, ZKFileResponseSkip, ZKFileResponseCancel}, false, nullptr);
 }

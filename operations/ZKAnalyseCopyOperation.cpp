@@ -199,6 +199,7 @@ void ZKAnalyseCopyOperation::analysePartialFile(ZKReader &source, ZKReader &part
     const quint64 continuable = continuableBytes(source, part);
     if (continuable != 0) {
         m_bytesAlreadyCopied += continuable;
+        m_hasUnfinishedFiles = true;
         adopt(part.url());
     } else if (part.exists()) {
         // Written anew: the copy must not continue it on its own judgement.

@@ -74,6 +74,9 @@ public:
     // Items left out for a reason the user should hear of (not a regular
     // file, a name that cannot be represented).
     const QStringList &notes() const { return m_notes; }
+    // Some bytes counted as copied stand in unfinished files: even when
+    // they are all there, a copy step must still give the files their names.
+    bool hasUnfinishedFiles() const { return m_hasUnfinishedFiles; }
 
     // The quick check: a destination file of the source's size counts as a
     // finished copy only when it also carries the source's modification
@@ -147,6 +150,7 @@ private:
     quint64 m_totalBytes = 0;
     quint64 m_bytesAlreadyCopied = 0;
     bool m_isPartialCopy = false;
+    bool m_hasUnfinishedFiles = false;
     QSet<QUrl> m_mutableSkippedUrls;
     QSet<QUrl> m_mutableReplacedUrls;
     QSet<QUrl> m_preExistingUrls;

@@ -20,7 +20,7 @@ packages=(
   # icons as the desktop reads them, manual pages, shell completion
   dpkg-dev file libglib2.0-bin man-db bash-completion
   # servers and peers the tests start on 127.0.0.1 or a private bus
-  dbus dbus-daemon util-linux vsftpd nginx-light python3 openssl
+  dbus dbus-daemon util-linux iproute2 vsftpd nginx-light python3 openssl
   gnome-keyring libsecret-tools
   # reference tools of the benchmarks, and the memory they measure
   curl wget rsync time lftp

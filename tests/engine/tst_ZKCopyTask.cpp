@@ -131,6 +131,10 @@ void TestZKCopyTask::stepsThroughTheStates_data() {
     QTest::newRow("already copied")
         << "copy" << qsizetype(100000) << false << qint32(ZKTransferMode::Copy)
         << QList<qint32>{S::Preparing, S::Completed};
+    // Stopped after its last byte, before it took its name: the copy step
+    // has nothing left to write but still names it.
+    QTest::newRow("whole copy under its unfinished name")
+        << "unnamed" << qsizetype(100000) << false << qint32(ZKTransferMode::Copy) << copied;
     // Another file of the same size and date is not taken for a copy: it
     // is the user's, and nobody said to replace it.
     QTest::newRow("move onto another file of the same size and date")
@@ -162,6 +166,11 @@ void TestZKCopyTask::stepsThroughTheStates() {
         QVERIFY(before == "disguised" ||
                 ZKTestSupport::markBegunFrom(path("out/src"), path("src")));
     }
+    const QString unfinished = ZKTestSupport::partialPath(path("out"), "src");
+    if (before == "unnamed") {
+        QVERIFY(writeFile(unfinished, content) &&
+                ZKTestSupport::markBegunFrom(unfinished, path("src")));
+    }
     auto task = makeTask("src");
     task->setIsVerifyEnabled(verify);
     task->setTransferMode(mode);
@@ -180,6 +189,7 @@ void TestZKCopyTask::stepsThroughTheStates() {
     }
     QVERIFY2(!task->error(), qUtf8Printable(task->detail()));
     QCOMPARE(readFile(path("out/src")), content);
+    QVERIFY(!QFile::exists(unfinished));
     QCOMPARE(QFile::exists(path("src")), mode == ZKTransferMode::Copy);
     QCOMPARE(task->isVerifiedOk(), verify);
 }
