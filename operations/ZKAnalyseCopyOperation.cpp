@@ -292,34 +292,42 @@ void ZKAnalyseCopyOperation::main() {
     setReplacedUrls(m_mutableReplacedUrls);
 }
 
-// A source that is gone, whose whole copy stands under its name and says
-// it came from there: a move that finished after its queue was last
+// A local source that is gone, whose whole copy stands under its name and
+// says it came from there: a move that finished after its queue was last
 // saved. Nothing is left to copy, and the removal finds the source gone.
-bool ZKAnalyseCopyOperation::isDelivered() {
-    if (m_source->exists() || !m_destination->open()) {
-        return false;
+std::optional<quint64> ZKAnalyseCopyOperation::deliveredSize(ZKReader &source,
+                                                             ZKWriter &destination) {
+    if (!source.isLocal() || source.exists() || !destination.open()) {
+        return std::nullopt;
     }
-    const ZKReaderPtr folder = m_destination->asReader();
-    const ZKReaderPtr copy = folder ? folder->childWithName(m_source->filename()) : nullptr;
-    bool delivered = false;
+    const ZKReaderPtr folder = destination.asReader();
+    const ZKReaderPtr copy = folder ? folder->childWithName(source.filename()) : nullptr;
+    std::optional<quint64> delivered;
     if (copy && copy->open() && copy->exists() && !copy->isDirectory() && !copy->isLink()) {
         const std::optional<QByteArray> provenance = copy->provenance();
-        delivered = provenance && !provenance->isEmpty() &&
-                    standardizedUrl(ZKPartialFile::sourceOf(*provenance)) ==
-                        standardizedUrl(m_source->url().adjusted(QUrl::RemovePassword)) &&
-                    ZKPartialFile::sizeOf(*provenance) == copy->size();
+        if (provenance && !provenance->isEmpty() &&
+            standardizedUrl(ZKPartialFile::sourceOf(*provenance)) ==
+                standardizedUrl(source.url()) &&
+            ZKPartialFile::sizeOf(*provenance) == copy->size()) {
+            qCInfo(lcOperations) << "The source" << source.url().path()
+                                 << "is gone and its whole copy stands at" << copy->url().path();
+            delivered = copy->size();
+        }
     }
     if (copy) {
         copy->close();
     }
-    if (delivered) {
-        qCInfo(lcOperations) << "The source" << m_source->url().path()
-                             << "is gone and its whole copy stands at" << copy->url().path();
-        m_totalBytes = copy->size();
-        m_bytesAlreadyCopied = copy->size();
-        m_isPartialCopy = m_bytesAlreadyCopied != 0;
-    }
     return delivered;
+}
+
+bool ZKAnalyseCopyOperation::isDelivered() {
+    const std::optional<quint64> size = deliveredSize(*m_source, *m_destination);
+    if (size) {
+        m_totalBytes = *size;
+        m_bytesAlreadyCopied = *size;
+        m_isPartialCopy = *size != 0;
+    }
+    return size.has_value();
 }
 
 void ZKAnalyseCopyOperation::analyseCopyFrom(ZKReader &source, ZKReader &copy) {

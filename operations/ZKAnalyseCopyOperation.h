@@ -98,6 +98,9 @@ public:
     // it says it came from this version of it, or, where the destination
     // keeps no such word, it has the source's size and date. Both open.
     static bool holdsSource(const ZKReader &source, const ZKReader &copy);
+    // The size of the whole copy of a local source that is gone, where the
+    // copy says it came from it; nothing otherwise.
+    static std::optional<quint64> deliveredSize(ZKReader &source, ZKWriter &destination);
 
     static bool isPartialCopyFrom(ZKReader &source, ZKReader &copy, const ZKOperation *operation,
                                   ZKOptionalError *error);

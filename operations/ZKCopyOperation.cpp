@@ -38,7 +38,15 @@ void ZKCopyOperation::main() {
     m_topLevel = true;
     throttle().beginTransfer();
     if (!m_source->open()) {
-        takeError(m_source->error(), openError(m_source->filename()));
+        // Delivered before the queue could note it: the copy is whole.
+        const std::optional<quint64> delivered =
+            ZKAnalyseCopyOperation::deliveredSize(*m_source, *m_destination);
+        m_destination->close();
+        if (delivered) {
+            m_bytesCopied = std::max(m_bytesCopied.load(), *delivered);
+        } else {
+            takeError(m_source->error(), openError(m_source->filename()));
+        }
         m_source->close();
         return;
     }

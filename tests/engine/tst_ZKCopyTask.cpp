@@ -55,6 +55,8 @@ private Q_SLOTS:
     void cancelAsksAboutPartialFile_data();
     void cancelAsksAboutPartialFile();
     void savedProcessingTaskContinuesCopying();
+    void moveFinishedAfterItsLastSave_data();
+    void moveFinishedAfterItsLastSave();
     void savedRemovingTaskStaysRemoving();
     void texts_data();
     void texts();
@@ -440,6 +442,43 @@ void TestZKCopyTask::texts() {
     task->refresh();
     QTRY_COMPARE(task->description(), description);
     QTRY_COMPARE(task->detail(), detail);
+}
+
+void TestZKCopyTask::moveFinishedAfterItsLastSave_data() {
+    QTest::addColumn<QString>("savedState");
+    QTest::addColumn<bool>("saysWhence"); // the copy carries its source's identity
+    QTest::addColumn<qint32>("expected");
+    QTest::newRow("saved waiting") << "PendingPreparation" << true << qint32(S::Completed);
+    QTest::newRow("saved copying") << "Processing" << true << qint32(S::Completed);
+    // Nothing says that file is the source's copy: the task cannot tell.
+    QTest::newRow("saved copying, copy says nothing") << "Processing" << false << qint32(S::Failed);
+}
+
+// A move whose copy and removal ended after the queue was last saved, as a
+// crash leaves it: the source is gone and its whole copy says where it came
+// from. Reopened, the task is done, not failed.
+void TestZKCopyTask::moveFinishedAfterItsLastSave() {
+    QFETCH(QString, savedState);
+    QFETCH(bool, saysWhence);
+    QFETCH(qint32, expected);
+    const QByteArray content = randomBytes(300000, 12);
+    QVERIFY(writeFile(path("src"), content) && writeFile(path("out/src"), content));
+    QVERIFY(!saysWhence || ZKTestSupport::markBegunFrom(path("out/src"), path("src")));
+    auto task = makeTask("src");
+    task->setTransferMode(ZKTransferMode::Move);
+    auto saved = task->asPropertyList();
+    task.reset();
+    saved[QStringLiteral("State")] = savedState;
+    saved[QStringLiteral("ProgressBytes")] = quint64(100000);
+    saved[QStringLiteral("TotalBytes")] = quint64(content.size());
+    QVERIFY(QFile::remove(path("src")));
+
+    auto reopened = ZKCopyTask::create(saved);
+    QVERIFY(reopened);
+    runToEnd(*reopened);
+    QTRY_VERIFY_WITH_TIMEOUT(isResting(reopened->state()), 20000);
+    QVERIFY2(reopened->state() == expected, qUtf8Printable(reopened->detail()));
+    QCOMPARE(readFile(path("out/src")), content);
 }
 
 int main(int argc, char **argv) {
