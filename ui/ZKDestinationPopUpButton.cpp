@@ -187,8 +187,8 @@ void ZKDestinationPopUpButton::chooseFtp() {
         }
         ZKWriterPtr writer;
         if (chosen) {
-            writer = ZKFtpWriter::writerWithDirectoryUrl(panel->url(), panel->username(),
-                                                         panel->optionalPassword());
+            // An empty password field means the stored password.
+            writer = panel->directoryWriter();
         }
         self->takeChosen(writer);
     });

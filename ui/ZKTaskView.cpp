@@ -718,8 +718,8 @@ void ZKTaskView::changeFtpSource() {
     panel->setUrl(source->url());
     panel->setCredentials(source->username(), source->password(), source->passwordStored());
     const auto apply = forTask([panel](ZKFerrowickDocument &d, const ZKTaskPtr &t) {
-        if (const auto reader = ZKFtpReader::readerWithUrl(panel->url(), panel->username(),
-                                                           panel->optionalPassword())) {
+        // An empty password field means the stored password.
+        if (const ZKReaderPtr reader = panel->reader()) {
             d.changeSourceForTask(t, reader);
         }
     });
@@ -769,8 +769,7 @@ void ZKTaskView::changeFtpDestination() {
     panel->setCredentials(destination->username(), destination->password(),
                           destination->passwordStored());
     const auto apply = forTask([panel](ZKFerrowickDocument &d, const ZKTaskPtr &t) {
-        if (const auto writer = ZKFtpWriter::writerWithDirectoryUrl(panel->url(), panel->username(),
-                                                                    panel->optionalPassword())) {
+        if (const ZKWriterPtr writer = panel->directoryWriter()) {
             d.changeDestinationForTask(t, writer);
         }
     });
