@@ -286,16 +286,24 @@ std::shared_ptr<ZKWriter> ZKFtpWriter::createLink(const QString &name, const QSt
     return nullptr;
 }
 
-bool ZKFtpWriter::removeFile(const QString &name) {
+// Where the commands about this folder's items are sent from; refusal says
+// what a file writer cannot do.
+bool ZKFtpWriter::enterFolder(const QString &refusal) {
     if (!m_isDirectory) {
-        fail(ZKErrorCode::createFailed,
-             QStringLiteral("Cannot remove a file from '%1'.").arg(m_url.path()));
+        fail(ZKErrorCode::createFailed, refusal.arg(m_url.path()));
         return false;
     }
     ftp()->changePath(ZKFtpUrl::pathComponents(m_url));
     if (ftp()->error()) {
         fail(ZKErrorCode::createFailed,
              QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
+        return false;
+    }
+    return true;
+}
+
+bool ZKFtpWriter::removeFile(const QString &name) {
+    if (!enterFolder(QStringLiteral("Cannot remove a file from '%1'."))) {
         return false;
     }
     ftp()->removeFile(name);
@@ -308,15 +316,7 @@ bool ZKFtpWriter::removeFile(const QString &name) {
 }
 
 bool ZKFtpWriter::renameItem(const QString &from, const QString &to, bool replace) {
-    if (!m_isDirectory) {
-        fail(ZKErrorCode::createFailed,
-             QStringLiteral("Cannot rename a file in '%1'.").arg(m_url.path()));
-        return false;
-    }
-    ftp()->changePath(ZKFtpUrl::pathComponents(m_url));
-    if (ftp()->error()) {
-        fail(ZKErrorCode::createFailed,
-             QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
+    if (!enterFolder(QStringLiteral("Cannot rename a file in '%1'."))) {
         return false;
     }
     // The servers replace an existing name on RNTO: what the user has there

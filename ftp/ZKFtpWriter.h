@@ -101,6 +101,7 @@ private:
     // one more use of its connection.
     bool connect();
     void fail(qint64 code, const QString &message);
+    bool enterFolder(const QString &refusal);
     void checkStoredFile();
     QString host() const { return m_url.host(); }
     std::shared_ptr<ZKFtpWriter> makeChild(const QString &name, bool isDirectory);
