@@ -31,6 +31,9 @@ public:
     // Gives the item called from in this folder the name to. Without
     // replace, an item already called to is kept and the rename fails.
     virtual bool renameItem(const QString &from, const QString &to, bool replace) = 0;
+    // Whether this folder's items can be renamed; where not, files are
+    // written under their real names, as nothing else could give them those.
+    virtual bool canRenameItems() { return true; }
     // Keeps the source's identity with the open file. False where the
     // destination cannot keep it; the copy goes on without.
     virtual bool setProvenance(const QByteArray &identity) {

@@ -549,6 +549,36 @@ void ZKFtpClient::removeFile(const QString &name) {
     command(QStringLiteral("DELE"), name);
 }
 
+bool ZKFtpClient::canRenameItems() {
+    if (m_canRename) {
+        return *m_canRename;
+    }
+    const QString probe = QStringLiteral(".ferrowick-rename-probe");
+    // An error left by an earlier command must not leave the answer unread.
+    clearError();
+    sendControlRequest(QStringLiteral("RNFR"), probe);
+    const std::optional<QString> reply = error() ? std::nullopt : readControlResponse();
+    if (!reply) {
+        return true; // the connection failed: the rename itself will say so
+    }
+    if (reply->startsWith(QLatin1String("350"))) {
+        // Waiting for a target after all: give it one that goes nowhere.
+        sendControlRequest(QStringLiteral("RNTO"), probe);
+        if (!error()) {
+            readControlResponse();
+        }
+    }
+    const bool unknown = reply->startsWith(QLatin1String("500")) ||
+                         reply->startsWith(QLatin1String("502")) ||
+                         reply->startsWith(QLatin1String("504"));
+    if (unknown) {
+        qCInfo(lcFtp) << "The server cannot rename; files are written under their names";
+    }
+    m_canRename = !unknown;
+    clearError();
+    return *m_canRename;
+}
+
 bool ZKFtpClient::renameItem(const QString &fromPath, const QString &toPath) {
     clearError();
     sendControlRequest(QStringLiteral("RNFR"), fromPath);

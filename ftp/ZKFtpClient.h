@@ -82,6 +82,10 @@ public:
     // does with an existing target is its own choice: some replace it, some
     // refuse. False, with error() set, when either step fails.
     bool renameItem(const QString &fromPath, const QString &toPath);
+    // Whether the server renames at all; asked once a connection, with a
+    // name that cannot exist, since no list of features names RNFR. A
+    // server that does not know the command answers 500, 502 or 504.
+    bool canRenameItems();
 
     // The working directory's entries. With MLSD (when the server announced
     // it) one listing tells names, types, sizes and dates; entries of
@@ -159,6 +163,7 @@ private:
     bool m_supportsRfc3659 = true;
     bool m_listsWithMlsd = false;
     bool m_triesExtendedPassive = true;
+    std::optional<bool> m_canRename;
     bool m_secure = false;
     QString m_host;
     mutable std::mutex m_errorLock;

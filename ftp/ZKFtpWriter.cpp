@@ -315,6 +315,10 @@ bool ZKFtpWriter::removeFile(const QString &name) {
     return true;
 }
 
+bool ZKFtpWriter::canRenameItems() {
+    return !m_isDirectory || !ftp() || ftp()->canRenameItems();
+}
+
 bool ZKFtpWriter::renameItem(const QString &from, const QString &to, bool replace) {
     if (!enterFolder(QStringLiteral("Cannot rename a file in '%1'."))) {
         return false;

@@ -63,6 +63,7 @@ public:
     std::shared_ptr<ZKWriter> createLink(const QString &name, const QString &target) override;
     bool removeFile(const QString &name) override;
     bool renameItem(const QString &from, const QString &to, bool replace) override;
+    bool canRenameItems() override;
     // Removes the target, a folder with everything in it. Works also on a
     // writer that was never opened: it then connects for the removal.
     bool remove(const std::function<bool()> &isCancelled) override;

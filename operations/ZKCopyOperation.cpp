@@ -235,7 +235,7 @@ void ZKCopyOperation::copyFileFrom(ZKReader &reader, ZKWriter &folder) {
     const QString name = reader.filename();
     // Written under a name of its own and given its real name only once
     // whole: what stands under the real name is never half a file.
-    const QString partName = ZKPartialFile::nameFor(name);
+    const QString partName = folder.canRenameItems() ? ZKPartialFile::nameFor(name) : name;
     ZKWriterPtr file = folder.createFile(partName);
     if (!file) {
         takeError(folder.error(),
@@ -298,7 +298,7 @@ void ZKCopyOperation::copyFileFrom(ZKReader &reader, ZKWriter &folder) {
     if (whileOpen) {
         file->close();
     }
-    if (!isCancelled() && !hasError() && m_givesRealNames) {
+    if (!isCancelled() && !hasError() && m_givesRealNames && partName != name) {
         giveRealName(folder, partName, name);
     }
 }

@@ -698,7 +698,8 @@ void TestZKCommandLine::killedTransferNeverJoinsTwoVersions() {
                                 QFileDevice::FileModificationTime));
     touched.close();
     QByteArray output;
-    QCOMPARE(runCli(command, &output, input), 0);
+    const int status = runCli(command, &output, input);
+    QVERIFY2(status == 0, output.constData());
     QVERIFY2(ZKTestSupport::readFile(real) == content, output.constData());
     QVERIFY(!QFileInfo::exists(unfinished));
 }

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 Ferrowick developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKCopyOperation.h"
+#include "ZKFileSystemReader.h"
 #include "ZKFileSystemWriter.h"
 #include "ZKFtpReader.h"
 #include "ZKFtpWriter.h"
@@ -344,6 +345,39 @@ private Q_SLOTS:
         folder->close();
         QCOMPARE(m_server->file("a.bin"), QByteArray(1000, 'a') + QByteArray(24, 'b'));
         QVERIFY(!m_server->received().contains("STOR"));
+    }
+
+    void uploadToAServerThatCannotRename_data() {
+        QTest::addColumn<QByteArray>("rename"); // what RNFR answers; empty: the server's default
+        QTest::newRow("unknown command") << QByteArray();
+        QTest::newRow("renames") << QByteArray("350 Ready for RNTO\r\n");
+    }
+
+    // Without RNFR a file can only be written under its real name; with it,
+    // under its unfinished name first. Nothing is left in between.
+    void uploadToAServerThatCannotRename() {
+        QFETCH(QByteArray, rename);
+        if (!rename.isEmpty()) {
+            m_server->setReply("RNFR", rename);
+            m_server->setReply("RNTO", "250 Renamed\r\n");
+        }
+        const QByteArray content = ZKTestSupport::randomBytes(100000, 41);
+        const QString source = QDir(m_dir->path()).filePath(QStringLiteral("a.bin"));
+        QVERIFY(ZKTestSupport::writeFile(source, content));
+        ZKCopyOperation copy(ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(source)),
+                             ZKFtpWriter::writerWithDirectoryUrl(m_server->url("/")));
+        copy.start();
+        QVERIFY2(!copy.error(), qPrintable(describe(copy.error())));
+        const QString unfinished = QStringLiteral("a.bin.ferrowick.part");
+        if (rename.isEmpty()) {
+            QCOMPARE(m_server->file("a.bin"), content);
+            QVERIFY(!m_server->commands().contains(QStringLiteral("APPE ") + unfinished));
+        } else {
+            // The scripted server only answers the rename: the bytes stay
+            // where they were sent.
+            QCOMPARE(m_server->file(unfinished.toUtf8()), content);
+            QVERIFY(m_server->commands().contains(QStringLiteral("RNTO a.bin")));
+        }
     }
 
     void newFolderIsMadeWhenMissing() {
