@@ -458,6 +458,7 @@ void ZKFileSystemReader::closeHandle() {
         m_fd = -1;
     }
     m_offset = 0;
+    m_identity.clear();
 }
 
 bool ZKFileSystemReader::open() {
@@ -613,8 +614,12 @@ bool ZKFileSystemReader::hasChanged() const {
 }
 
 QByteArray ZKFileSystemReader::identity() const {
+    // What the file was when opened: the same for as long as it stays open.
+    if (!m_identity.isEmpty() || m_fd < 0) {
+        return m_identity;
+    }
     struct stat status {};
-    if (m_fd < 0 || ::fstat(m_fd, &status) != 0) {
+    if (::fstat(m_fd, &status) != 0) {
         return {};
     }
     // The date in nanoseconds and the inode's generation tell a file
@@ -627,7 +632,8 @@ QByteArray ZKFileSystemReader::identity() const {
     if (::ioctl(m_fd, FS_IOC_GETVERSION, &generation) == 0) {
         validators.append("gen " + QByteArray::number(generation));
     }
-    return ZKPartialFile::identity(m_url, m_openedSize, validators);
+    m_identity = ZKPartialFile::identity(m_url, m_openedSize, validators);
+    return m_identity;
 }
 
 std::optional<QByteArray> ZKFileSystemReader::provenance() const {

@@ -136,6 +136,7 @@ private:
     quint64 m_openedSize = 0;
     struct timespec m_openedModification {};
     QByteArray m_begunIdentity;
+    mutable QByteArray m_identity;
 
     bool m_exists = false;
     quint64 m_size = 0;
