@@ -230,9 +230,15 @@ void ZKCopyOperation::copyDirectoryFrom(ZKReader &reader, ZKWriter &folder) {
 }
 
 void ZKCopyOperation::copyFileFrom(ZKReader &reader, ZKWriter &folder) {
+    const bool single = m_topLevel;
     m_topLevel = false;
     clearError();
     const QString name = reader.filename();
+    if (single && holdsWholeCopy(reader, folder, name)) {
+        // Named by an earlier run after its queue last noted where it was.
+        m_bytesCopied = std::max(m_bytesCopied.load(), reader.size());
+        return;
+    }
     // Written under a name of its own and given its real name only once
     // whole: what stands under the real name is never half a file.
     const QString partName = folder.canRenameItems() ? ZKPartialFile::nameFor(name) : name;
@@ -301,6 +307,20 @@ void ZKCopyOperation::copyFileFrom(ZKReader &reader, ZKWriter &folder) {
     if (!isCancelled() && !hasError() && m_givesRealNames && partName != name) {
         giveRealName(folder, partName, name);
     }
+}
+
+// A folder walk passes over finished files itself; a single file is
+// looked at here, where it is not one the user chose to replace.
+bool ZKCopyOperation::holdsWholeCopy(ZKReader &reader, ZKWriter &folder, const QString &name) {
+    const ZKReaderPtr folderReader = folder.asReader();
+    const ZKReaderPtr copy = folderReader ? folderReader->childWithName(name) : nullptr;
+    if (!copy || isReplacedUrl(copy->url())) {
+        return false;
+    }
+    const bool holds = copy->open() && copy->exists() && !copy->isDirectory() && !copy->isLink() &&
+                       ZKAnalyseCopyOperation::holdsSource(reader, *copy);
+    copy->close();
+    return holds;
 }
 
 void ZKCopyOperation::giveRealName(ZKWriter &folder, const QString &partName, const QString &name) {

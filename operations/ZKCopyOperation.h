@@ -61,6 +61,7 @@ private:
     // gets no mode and no immutable flag, either of which could keep a
     // later run from finishing it.
     void copyAttributesFrom(ZKReader &reader, ZKWriter &writer, bool complete);
+    bool holdsWholeCopy(ZKReader &reader, ZKWriter &folder, const QString &name);
     void giveRealName(ZKWriter &folder, const QString &partName, const QString &name);
     ZKWriterPtr openForResume(ZKReader &reader, ZKWriter &folder, ZKWriterPtr file);
     ZKWriterPtr reopenForAppend(ZKWriterPtr file, quint64 existingSize);
