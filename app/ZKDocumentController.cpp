@@ -204,7 +204,7 @@ QString ZKDocumentController::recoveryFolder() {
         state = QDir::home().filePath(QStringLiteral(".qttest/state"));
     } else {
         state = qEnvironmentVariable("XDG_STATE_HOME");
-        // The base directory specification ignores a relative path.
+        // XDG ignores a relative XDG_STATE_HOME, and so does this.
         if (state.isEmpty() || QDir::isRelativePath(state)) {
             state = QDir::home().filePath(QStringLiteral(".local/state"));
         }
