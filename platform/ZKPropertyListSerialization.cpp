@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKPropertyListSerialization.h"
 
+#include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <limits>
 #include <memory>
 #include <unordered_map>
@@ -12,8 +12,10 @@
 #include <plist/plist.h>
 
 #include <QDateTime>
+#include <QStringDecoder>
 #include <QStringList>
 #include <QTimeZone>
+#include <QXmlStreamReader>
 
 namespace {
 
@@ -213,156 +215,76 @@ PlistPointer rootFromVariant(const QVariant &plist, ZKError *error) {
 // stack, but freeing a tree and its binary parser recurse once per level, so
 // a few hundred thousand nested arrays would overflow the stack.
 
-bool startsWith(const char *at, const char *end, const char *prefix) {
-    const size_t length = std::strlen(prefix);
-    return size_t(end - at) >= length && std::memcmp(at, prefix, length) == 0;
-}
-
-const char *find(const char *from, const char *end, const char *needle) {
-    const size_t length = std::strlen(needle);
-    for (const char *at = from; size_t(end - at) >= length; ++at) {
-        at = static_cast<const char *>(std::memchr(at, needle[0], size_t(end - at)));
-        if (!at || size_t(end - at) < length) {
-            return nullptr;
-        }
-        if (std::memcmp(at, needle, length) == 0) {
-            return at;
+// libplist writes the characters of a text as they are, control characters
+// included, which XML does not allow; and it takes bytes that are not UTF-8.
+// Neither carries markup, so the check reads them as blanks.
+QString markupOf(QString text) {
+    for (QChar &c : text) {
+        const char16_t code = c.unicode();
+        if ((code < 0x20 && code != u'\t' && code != u'\n' && code != u'\r') || code == 0xFFFE ||
+            code == 0xFFFF) {
+            c = QLatin1Char(' ');
         }
     }
-    return nullptr;
+    return text;
 }
 
-bool isNameCharacter(char c) {
-    return c != '>' && c != '/' && c != ' ' && c != '\t' && c != '\r' && c != '\n';
+bool isContainerElement(QStringView name) {
+    return name == u"array" || name == u"dict";
 }
 
-// The end of a tag that starts at `at`, skipping quoted attribute values, or
-// nullptr when the data ends first.
-const char *endOfTag(const char *at, const char *end) {
-    char quote = 0;
-    for (; at < end; ++at) {
-        if (quote) {
-            if (*at == quote) {
-                quote = 0;
-            }
-        } else if (*at == '"' || *at == '\'') {
-            quote = *at;
-        } else if (*at == '>') {
-            return at;
-        }
-    }
-    return nullptr;
-}
-
-const char *endOfDeclaration(const char *at, const char *end) {
-    int brackets = 0;
-    char quote = 0;
-    for (; at < end; ++at) {
-        if (quote) {
-            if (*at == quote) {
-                quote = 0;
-            }
-        } else if (*at == '"' || *at == '\'') {
-            quote = *at;
-        } else if (*at == '[') {
-            ++brackets;
-        } else if (*at == ']') {
-            --brackets;
-        } else if (*at == '>' && brackets <= 0) {
-            return at;
-        }
-    }
-    return nullptr;
-}
-
-// Walks the tags of an XML property list: nesting depth, balance and
-// truncation. Text content is left to libplist.
+// Walks the elements of an XML property list: nesting depth, balance and
+// truncation. Values are left to libplist. The data goes to the reader a
+// piece at a time, so that a large file is not held twice more as text.
 bool checkXml(const QByteArray &data, QString *message) {
-    const QString truncated = QStringLiteral("The property list data ends before its elements are "
-                                             "closed; it may be truncated.");
-    const QString malformed = QStringLiteral("The property list data is not well-formed XML.");
-    const char *at = data.constData();
-    const char *const end = at + data.size();
-    std::vector<QByteArray> open;
+    constexpr qsizetype pieceSize = 64 * 1024;
+    QXmlStreamReader reader;
+    QStringDecoder decoder(QStringDecoder::Utf8);
+    qsizetype given = 0;
+    qsizetype open = 0;
     int containers = 0;
+    bool hasElements = false;
     while (true) {
-        at = static_cast<const char *>(std::memchr(at, '<', size_t(end - at)));
-        if (!at) {
+        switch (reader.readNext()) {
+        case QXmlStreamReader::StartElement:
+            hasElements = true;
+            ++open;
+            containers += isContainerElement(reader.name()) ? 1 : 0;
+            // The plist element and a value element around the containers.
+            if (containers > ZKPropertyListSerialization::maximumNestingDepth ||
+                open > ZKPropertyListSerialization::maximumNestingDepth + 2) {
+                *message = tooDeepMessage();
+                return false;
+            }
+            continue;
+        case QXmlStreamReader::EndElement:
+            --open;
+            containers -= isContainerElement(reader.name()) ? 1 : 0;
+            continue;
+        case QXmlStreamReader::EndDocument:
+            return true;
+        case QXmlStreamReader::Invalid:
             break;
-        }
-        const char *close = nullptr;
-        if (startsWith(at, end, "<?")) {
-            close = find(at + 2, end, "?>");
-        } else if (startsWith(at, end, "<!--")) {
-            close = find(at + 4, end, "-->");
-        } else if (startsWith(at, end, "<![CDATA[")) {
-            close = find(at + 9, end, "]]>");
-        } else if (startsWith(at, end, "<!")) {
-            close = endOfDeclaration(at + 2, end);
-        } else if (startsWith(at, end, "</")) {
-            const char *name = at + 2;
-            const char *nameEnd = name;
-            while (nameEnd < end && isNameCharacter(*nameEnd)) {
-                ++nameEnd;
-            }
-            close = endOfTag(nameEnd, end);
-            if (!close) {
-                *message = truncated;
-                return false;
-            }
-            const QByteArray closing(name, nameEnd - name);
-            if (open.empty() || open.back() != closing) {
-                *message = malformed;
-                return false;
-            }
-            if (closing == "array" || closing == "dict") {
-                --containers;
-            }
-            open.pop_back();
-            at = close + 1;
-            continue;
-        } else {
-            const char *name = at + 1;
-            const char *nameEnd = name;
-            while (nameEnd < end && isNameCharacter(*nameEnd)) {
-                ++nameEnd;
-            }
-            close = endOfTag(nameEnd, end);
-            if (!close) {
-                *message = truncated;
-                return false;
-            }
-            if (nameEnd == name) {
-                *message = malformed;
-                return false;
-            }
-            if (close[-1] != '/') {
-                const QByteArray opening(name, nameEnd - name);
-                if (opening == "array" || opening == "dict") {
-                    ++containers;
-                }
-                open.push_back(opening);
-                // The plist element and a value element around the containers.
-                if (containers > ZKPropertyListSerialization::maximumNestingDepth ||
-                    open.size() > size_t(ZKPropertyListSerialization::maximumNestingDepth) + 2) {
-                    *message = tooDeepMessage();
-                    return false;
-                }
-            }
-            at = close + 1;
+        default:
             continue;
         }
-        if (!close) {
-            *message = truncated;
+        if (reader.error() != QXmlStreamReader::PrematureEndOfDocumentError) {
+            // Without a single element the data is no XML property list at
+            // all, which libplist would have said.
+            *message = hasElements
+                           ? QStringLiteral("The property list data is not well-formed XML.")
+                           : QStringLiteral("The data is not a readable property list.");
             return false;
         }
-        at = close + 1;
+        if (given == data.size()) {
+            *message = QStringLiteral("The property list data ends before its elements are "
+                                      "closed; it may be truncated.");
+            return false;
+        }
+        const qsizetype length = std::min(pieceSize, data.size() - given);
+        reader.addData(markupOf(decoder(QByteArrayView(data).sliced(given, length))));
+        given += length;
     }
-    if (!open.empty()) {
-        *message = truncated;
-        return false;
-    }
-    return true;
 }
 
 quint64 readBigEndian(const uchar *at, int length) {

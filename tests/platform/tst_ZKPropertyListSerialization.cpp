@@ -209,6 +209,9 @@ void tst_ZKPropertyListSerialization::readsOtherWritersXml_data() {
     QTest::newRow("empty elements")
         << QByteArray("<dict><key>a</key><array/><key>b</key><dict/></dict>")
         << QVariant(QVariantMap{{"a", QVariantList()}, {"b", QVariantMap()}});
+    // Read as libplist reads it, although the XML check cannot decode it.
+    QTest::newRow("text that is not UTF-8")
+        << QByteArray("<string>caf\xE9</string>") << QVariant(QStringLiteral("caf\uFFFD"));
 }
 
 void tst_ZKPropertyListSerialization::readsOtherWritersXml() {
