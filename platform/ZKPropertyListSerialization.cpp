@@ -16,6 +16,7 @@
 #include <QStringList>
 #include <QTimeZone>
 #include <QXmlStreamReader>
+#include <QtEndian>
 
 namespace {
 
@@ -287,12 +288,26 @@ bool checkXml(const QByteArray &data, QString *message) {
     }
 }
 
+// The widths of the numbers in a binary property list. Its writers use no
+// others, and libplist reads three to seven bytes wrongly or not at all.
+bool isNumberWidth(int length) {
+    return length == 1 || length == 2 || length == 4 || length == 8;
+}
+
+// A number of one of those widths; the caller has checked the width and that
+// the bytes are there.
 quint64 readBigEndian(const uchar *at, int length) {
-    quint64 value = 0;
-    for (int i = 0; i < length; ++i) {
-        value = (value << 8) | at[i];
+    switch (length) {
+    case 1:
+        return *at;
+    case 2:
+        return qFromBigEndian<quint16>(at);
+    case 4:
+        return qFromBigEndian<quint32>(at);
+    default:
+        Q_ASSERT(length == 8);
+        return qFromBigEndian<quint64>(at);
     }
-    return value;
 }
 
 // Follows the object references of a binary property list without building
@@ -345,7 +360,7 @@ private:
         m_topObject = readBigEndian(trailer + 16, 8);
         m_tableOffset = readBigEndian(trailer + 24, 8);
         m_objectsEnd = m_size - trailerSize;
-        if (m_offsetSize < 1 || m_offsetSize > 8 || m_referenceSize < 1 || m_referenceSize > 8) {
+        if (!isNumberWidth(m_offsetSize) || !isNumberWidth(m_referenceSize)) {
             return false;
         }
         if (m_tableOffset < headerSize || m_tableOffset > m_objectsEnd) {

@@ -291,6 +291,12 @@ void tst_ZKPropertyListSerialization::refusesHostileData_data() {
     QByteArray badOffset = binaryPlist({arrayOf(0, 0)});
     badOffset[badOffset.size() - 32 - 1] = char(0xF0); // the object lies beyond the data
     QTest::newRow("binary offset out of range") << badOffset << damaged;
+    // An empty array whose offset table is three bytes wide, a width no
+    // writer uses.
+    const QByteArray oddWidth = QByteArray("bplist00\xA0") + bigEndian(8, 3) + QByteArray(6, '\0') +
+                                char(3) + char(1) + bigEndian(1, 8) + bigEndian(0, 8) +
+                                bigEndian(9, 8);
+    QTest::newRow("binary offset width 3") << oddWidth << damaged;
     QTest::newRow("binary reference out of range") << binaryPlist({arrayOf(1, 9)}) << damaged;
     QTest::newRow("binary UID") << binaryPlist({QByteArray::fromHex("8005")}) << "kind";
     QTest::newRow("binary cycle") << binaryPlist({arrayOf(1, 0)}) << "includes itself";
