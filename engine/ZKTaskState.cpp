@@ -4,25 +4,10 @@
 
 #include "ZKEnumNames.h"
 
-namespace {
-const QStringList &names() {
-    static const QStringList list{
-        QStringLiteral("PendingPreparation"),  QStringLiteral("Preparing"),
-        QStringLiteral("PendingProcessing"),   QStringLiteral("Processing"),
-        QStringLiteral("PendingVerification"), QStringLiteral("Verifying"),
-        QStringLiteral("PendingRemoval"),      QStringLiteral("Removing"),
-        QStringLiteral("Completed"),           QStringLiteral("Failed"),
-        QStringLiteral("Cancelling"),          QStringLiteral("Cancelled"),
-        QStringLiteral("Suspended"),
-    };
-    return list;
-}
-} // namespace
-
 QString ZKTaskState::convertToString(qint32 value) {
-    return ZKEnumNames::convertToString(names(), value);
+    return ZKEnumNames::convertToString<Value>(value);
 }
 
 qint32 ZKTaskState::parse(const QString &text) {
-    return ZKEnumNames::parse(names(), text);
+    return ZKEnumNames::parse<Value>(text);
 }

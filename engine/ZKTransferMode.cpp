@@ -4,20 +4,10 @@
 
 #include "ZKEnumNames.h"
 
-namespace {
-const QStringList &names() {
-    static const QStringList list{
-        QStringLiteral("Copy"),
-        QStringLiteral("Move"),
-    };
-    return list;
-}
-} // namespace
-
 QString ZKTransferMode::convertToString(qint32 value) {
-    return ZKEnumNames::convertToString(names(), value);
+    return ZKEnumNames::convertToString<Value>(value);
 }
 
 qint32 ZKTransferMode::parse(const QString &text) {
-    return ZKEnumNames::parse(names(), text);
+    return ZKEnumNames::parse<Value>(text);
 }
