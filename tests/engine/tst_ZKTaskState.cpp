@@ -70,6 +70,9 @@ void TestZKTaskState::unknownTextsParseAsTheFirstValue_data() {
     QTest::newRow("missing") << int(Task) << QString();
     QTest::newRow("unknown queue state") << int(Queue) << "Stopped";
     QTest::newRow("unknown mode") << int(Mode) << "Download";
+    // Only the bare name is a saved name.
+    QTest::newRow("qualified") << int(Task) << "ZKTaskState::Cancelled";
+    QTest::newRow("cut by NUL") << int(Task) << QStringLiteral("Cancelled\u0000x");
 }
 
 void TestZKTaskState::unknownTextsParseAsTheFirstValue() {
