@@ -43,10 +43,14 @@ ZKAnswer ZKTerminalPresenter::answerByPolicy(const ZKQuestion &question) const {
             return ZKAnswer{int(index), true};
         }
     }
-    return ZKAnswer{int(question.buttons.size()) - 1, false};
+    return ZKAnswer::cancelled(question);
 }
 
-ZKAnswer ZKTerminalPresenter::ask(const ZKQuestion &question) {
+void ZKTerminalPresenter::ask(const ZKQuestion &question, Answered answered) {
+    answered(answerNow(question));
+}
+
+ZKAnswer ZKTerminalPresenter::answerNow(const ZKQuestion &question) const {
     if (m_policy != Ask || !::isatty(STDIN_FILENO)) {
         return answerByPolicy(question);
     }

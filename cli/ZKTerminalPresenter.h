@@ -15,9 +15,12 @@ public:
     explicit ZKTerminalPresenter(Policy policy);
     static bool parsePolicy(const QString &text, Policy *policy);
 
-    ZKAnswer ask(const ZKQuestion &question) override;
+    // Answers before returning: the terminal has nothing else to do
+    // meanwhile.
+    void ask(const ZKQuestion &question, Answered answered) override;
 
 private:
+    ZKAnswer answerNow(const ZKQuestion &question) const;
     ZKAnswer answerByPolicy(const ZKQuestion &question) const;
 
     Policy m_policy;

@@ -14,8 +14,8 @@
 #include "ZKPartialFile.h"
 #include "ZKPreferences.h"
 #include "ZKPropertyListParser.h"
-#include "ZKQuestionPresenter.h"
 #include "ZKRemoveSourceOperation.h"
+#include "ZKTaskQuestions.h"
 #include "ZKTaskState.h"
 #include "ZKTimeFormatter.h"
 #include "ZKTransferMode.h"
@@ -155,6 +155,8 @@ ZKCopyTask::ZKCopyTask(ZKReaderPtr source, ZKWriterPtr destination)
 }
 
 ZKCopyTask::~ZKCopyTask() {
+    // A step waiting for an answer would keep the waits below from ending.
+    const ZKTaskQuestions::Refusal refusal(this);
     pause();
     // Nothing queued may outlive the members it uses.
     m_operationQueue.cancelAllOperations();
@@ -465,6 +467,9 @@ void ZKCopyTask::endRemove(ZKFileOperation &op) {
 // ---- commands
 
 void ZKCopyTask::cancelAndWait() {
+    // The wait may be the main thread's, which shows the questions: a step
+    // waiting for an answer gets Cancel instead.
+    const ZKTaskQuestions::Refusal refusal(this);
     m_operationQueue.cancelAllOperations();
     waitUntilAllOperationsAreFinished();
 }
@@ -492,15 +497,11 @@ void ZKCopyTask::cancel() {
         const auto dest = destination();
         const QString partName = ZKPartialFile::nameFor(filename());
         const QString path = QDir(dest->description()).filePath(partName);
-        bool deletePartial = false;
-        onMain([&] {
-            ZKQuestion question;
-            question.asker = this;
-            question.message =
-                QStringLiteral("Do you want to delete the partially copied file '%1'?").arg(path);
-            question.buttons = {QStringLiteral("Delete"), QStringLiteral("Keep")};
-            deletePartial = ZKQuestionPresenter::askShared(question).button == 0;
-        });
+        ZKQuestion question;
+        question.message = tr("Do you want to delete the partially copied file '%1'?").arg(path);
+        question.buttons = {QStringLiteral("Delete"), QStringLiteral("Keep")};
+        // Over the task's own window; unanswered, the file is kept.
+        const bool deletePartial = ZKTaskQuestions(this).ask(question, *this).button == 0;
         if (deletePartial && dest->open()) {
             dest->removeFile(partName);
             dest->close();

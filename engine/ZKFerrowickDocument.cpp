@@ -15,7 +15,6 @@
 #include "ZKPreferences.h"
 #include "ZKPropertyListParser.h"
 #include "ZKPropertyListSerialization.h"
-#include "ZKQuestionPresenter.h"
 #include "ZKQueueState.h"
 #include "ZKReaderFactory.h"
 #include "ZKSchedulePanel.h"
@@ -56,17 +55,6 @@ const QString kDefaultDestination = QStringLiteral("DefaultDestination");
 const QString kSpeedLimit = QStringLiteral("SpeedLimit");
 const QString kSchedule = QStringLiteral("Schedule");
 const QString kTasks = QStringLiteral("Tasks");
-
-const QString kApplyToAll = QStringLiteral("Apply to all");
-const QString kSkip = QStringLiteral("Skip");
-const QString kCancel = QStringLiteral("Cancel");
-const QString kReplace = QStringLiteral("Replace");
-const QString kSkipInfo = QStringLiteral("Do you want to skip copying this item?");
-const QString kReplaceInfo = QStringLiteral("Do you want to replace the existing item?");
-
-QString itemName(const ZKFileInfo &item) {
-    return item.url.fileName();
-}
 
 bool isNumber(const QVariant &value) {
     switch (value.typeId()) {
@@ -223,6 +211,9 @@ ZKFerrowickDocument::ZKFerrowickDocument(QObject *parent)
 ZKFerrowickDocument::~ZKFerrowickDocument() {
     liveDocuments().remove(this);
     m_closing = true;
+    // First: the waits below must not wait for a worker that waits for an
+    // answer.
+    m_questions.close();
     m_retryTimer.cancel();
     // Before any wait: waiting serves the workers' calls into the main
     // thread, and the state changes among them must not reach a document
@@ -778,6 +769,7 @@ void ZKFerrowickDocument::stopAllTasks() {
     // As when the document goes: nothing deferred reaches it any more, and
     // a start already on its way starts nothing.
     m_closing = true;
+    m_questions.close();
     m_retryTimer.cancel();
     m_dispatchQueue.waitUntilAllOperationsAreFinished();
     for (const auto &task : m_taskQueue.tasks()) {
@@ -1122,20 +1114,7 @@ QList<ZKTaskPtr> ZKFerrowickDocument::addTasks(const QList<ZKReaderPtr> &sources
 }
 
 void ZKFerrowickDocument::connectTask(const ZKTaskPtr &task) {
-    const std::weak_ptr<ZKTask> weak = task;
-    const Guard guard(this);
-    auto handler = [guard, weak](auto method) {
-        return [guard, weak, method](const ZKFileInfo &item) {
-            const auto t = weak.lock();
-            return guard && t ? (guard.data()->*method)(item, *t) : ZKFileResponseCancel;
-        };
-    };
-    task->setUnreadableFileHandler(handler(&ZKFerrowickDocument::showUnreadableAlertForFile));
-    task->setUnwritableFileHandler(handler(&ZKFerrowickDocument::showUnwritableAlertForFile));
-    task->setPreExistingFileHandler(handler(&ZKFerrowickDocument::showPreExistingAlertForFile));
-    task->setPreExistingDestinationHandler([guard](const ZKFileInfo &item) {
-        return guard ? guard->showPreExistingDestinationAlertForFile(item) : ZKFileResponseCancel;
-    });
+    m_questions.connectTask(task);
     // One pace for the whole queue: a limit holds across its tasks.
     task->setThrottle(m_throttle);
     ZKTask *raw = task.get();
@@ -1579,80 +1558,4 @@ QString ZKFerrowickDocument::dataDescription() const {
         text = text.isEmpty() ? rateText : QStringLiteral("%1 - %2").arg(text, rateText);
     }
     return text;
-}
-
-// ---- conflict questions
-
-ZKFileResponse ZKFerrowickDocument::ask(const QString &message, const QString &informativeText,
-                                        const QStringList &buttons,
-                                        const QList<ZKFileResponse> &answers, bool showsApplyToAll,
-                                        bool *applyToAll) {
-    ZKAnswer answer;
-    ZKMainQueue::sync([&] {
-        // A question served while the document closes is asked of nobody.
-        if (m_closing) {
-            answer.button = -1;
-            return;
-        }
-        ZKQuestion question{message, informativeText, buttons, showsApplyToAll, this};
-        answer = ZKQuestionPresenter::askShared(question);
-    });
-    if (applyToAll) {
-        *applyToAll = answer.applyToAll;
-    }
-    return answer.button >= 0 && answer.button < answers.size() ? answers[answer.button]
-                                                                : ZKFileResponseCancel;
-}
-
-ZKFileResponse ZKFerrowickDocument::showUnreadableAlertForFile(const ZKFileInfo &item,
-                                                               ZKTask &task) {
-    if (task.unreadableFileResponse() != ZKFileResponseCancel) {
-        return ZKFileResponse(task.unreadableFileResponse());
-    }
-    bool all = false;
-    const auto response =
-        ask(QStringLiteral("Ferrowick cannot read an item named '%1'.").arg(itemName(item)),
-            kSkipInfo, {kSkip, kCancel}, {ZKFileResponseSkip, ZKFileResponseCancel}, true, &all);
-    if (all) {
-        task.setUnreadableFileResponse(response);
-    }
-    return response;
-}
-
-ZKFileResponse ZKFerrowickDocument::showUnwritableAlertForFile(const ZKFileInfo &item,
-                                                               ZKTask &task) {
-    if (task.unwritableFileResponse() != ZKFileResponseCancel) {
-        return ZKFileResponse(task.unwritableFileResponse());
-    }
-    bool all = false;
-    const auto response =
-        ask(QStringLiteral("Ferrowick cannot write to an item named '%1'.").arg(itemName(item)),
-            kSkipInfo, {kSkip, kCancel}, {ZKFileResponseSkip, ZKFileResponseCancel}, true, &all);
-    if (all) {
-        task.setUnwritableFileResponse(response);
-    }
-    return response;
-}
-
-ZKFileResponse ZKFerrowickDocument::showPreExistingAlertForFile(const ZKFileInfo &item,
-                                                                ZKTask &task) {
-    if (task.preExistingFileResponse() != ZKFileResponseCancel) {
-        return ZKFileResponse(task.preExistingFileResponse());
-    }
-    bool all = false;
-    const auto response = ask(
-        QStringLiteral("A different item with the name '%1' already exists.").arg(itemName(item)),
-        kReplaceInfo, {kSkip, kReplace, kCancel},
-        {ZKFileResponseSkip, ZKFileResponseReplace, ZKFileResponseCancel}, true, &all);
-    if (all) {
-        task.setPreExistingFileResponse(response);
-    }
-    return response;
-}
-
-ZKFileResponse ZKFerrowickDocument::showPreExistingDestinationAlertForFile(const ZKFileInfo &item) {
-    return ask(
-        QStringLiteral("A different item with the name '%1' already exists.").arg(itemName(item)),
-        kReplaceInfo, {kReplace, kSkip, kCancel},
-        {ZKFileResponseReplace, ZKFileResponseSkip, ZKFileResponseCancel}, false, nullptr);
 }

@@ -9,6 +9,7 @@
 #include "ZKOperationQueue.h"
 #include "ZKProgressTracker.h"
 #include "ZKSleepManager.h"
+#include "ZKTaskQuestions.h"
 #include "ZKTaskQueue.h"
 #include "ZKTransferThrottle.h"
 
@@ -263,13 +264,6 @@ public:
     QString description() const;
     QString dataDescription() const;
 
-    // ---- conflict questions, asked on the main thread, answered by the
-    // task's remembered response when it has one.
-    ZKFileResponse showUnreadableAlertForFile(const ZKFileInfo &item, ZKTask &task);
-    ZKFileResponse showUnwritableAlertForFile(const ZKFileInfo &item, ZKTask &task);
-    ZKFileResponse showPreExistingAlertForFile(const ZKFileInfo &item, ZKTask &task);
-    ZKFileResponse showPreExistingDestinationAlertForFile(const ZKFileInfo &item);
-
 Q_SIGNALS:
     void stateChanged();
     void descriptionChanged();
@@ -337,11 +331,10 @@ private:
     void refreshClearTooltip();
     void announceTexts();
     void sortTasksWithDescriptor(const QString &key, bool caseInsensitive = false);
-    ZKFileResponse ask(const QString &message, const QString &informativeText,
-                       const QStringList &buttons, const QList<ZKFileResponse> &answers,
-                       bool showsApplyToAll, bool *applyToAll);
 
     std::atomic<bool> m_closing{false};
+    // The tasks' conflict questions, shown for this queue.
+    ZKTaskQuestions m_questions{this};
     ZKTaskQueue m_taskQueue;
     // A queue notification is on its way.
     std::atomic<bool> m_queueActivityPending{false};

@@ -16,7 +16,16 @@ void ZKQuestionPresenter::setShared(ZKQuestionPresenter *presenter) {
     sharedPresenter.store(presenter);
 }
 
-ZKAnswer ZKQuestionPresenter::askShared(const ZKQuestion &question) {
-    auto *presenter = shared();
-    return presenter ? presenter->ask(question) : ZKAnswer{};
+void ZKQuestionPresenter::askShared(const ZKQuestion &question, Answered answered) {
+    if (auto *presenter = shared()) {
+        presenter->ask(question, std::move(answered));
+    } else {
+        answered(ZKAnswer{});
+    }
+}
+
+void ZKQuestionPresenter::cancelSharedQuestions(const QObject *asker) {
+    if (auto *presenter = shared()) {
+        presenter->cancelQuestions(asker);
+    }
 }

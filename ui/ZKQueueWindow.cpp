@@ -839,27 +839,24 @@ void ZKQueueWindow::answerCloseRequests(bool closed) {
 }
 
 void ZKQueueWindow::closeEvent(QCloseEvent *event) {
-    // A question of this queue is still waiting for its answer further down
-    // the call stack: answer it first, and close once it has returned.
-    if (presenter().openQuestionCount(this) > 0) {
-        presenter().dismissQuestions(this);
-        event->ignore();
-        QTimer::singleShot(0, this, &QWidget::close);
-        return;
-    }
     if (m_askingToClose) {
         event->ignore(); // the question already asked answers this too
         return;
     }
+    // A question of this queue is answered as cancelled before the window
+    // asks one of its own over it, as the user turned away from it.
+    presenter().dismissQuestions(this);
     if (!m_closeAgreed && !m_discardChanges &&
         (m_document->isEdited() || m_document->hasRunningTask())) {
         event->ignore();
         askBeforeClosing();
         return;
     }
+    // No question is shown here any more: one that a task asks while its
+    // step winds down is answered as cancelled.
+    m_closing = true;
     // Not a byte is written once the window has gone.
     m_document->stopAllTasks();
-    m_closing = true;
     event->accept();
     answerCloseRequests(true);
 }
