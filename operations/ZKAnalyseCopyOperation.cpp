@@ -35,15 +35,6 @@ ZKFileInfo infoOf(const ZKReader &item) {
 
 } // namespace
 
-std::shared_ptr<ZKAnalyseCopyOperation>
-ZKAnalyseCopyOperation::operationWithSource(ZKReaderPtr source, ZKWriterPtr destination) {
-    return std::make_shared<ZKAnalyseCopyOperation>(std::move(source), std::move(destination));
-}
-
-ZKAnalyseCopyOperation::ZKAnalyseCopyOperation(ZKReaderPtr source, ZKWriterPtr destination)
-    : m_source(std::move(source))
-    , m_destination(std::move(destination)) {}
-
 bool ZKAnalyseCopyOperation::compareBlockFromOriginal(const QByteArray &original,
                                                       const QByteArray &copy) {
     const qsizetype common = std::min(original.size(), copy.size());

@@ -23,12 +23,8 @@
 // return.
 class ZKAnalyseCopyOperation : public ZKFileOperation {
 public:
-    static std::shared_ptr<ZKAnalyseCopyOperation> operationWithSource(ZKReaderPtr source,
-                                                                       ZKWriterPtr destination);
-    ZKAnalyseCopyOperation(ZKReaderPtr source, ZKWriterPtr destination);
+    using ZKFileOperation::ZKFileOperation;
 
-    const ZKReaderPtr &source() const { return m_source; }
-    const ZKWriterPtr &destination() const { return m_destination; }
     // The item of the source's name inside the destination folder; set by
     // main(), and it may not exist.
     const ZKReaderPtr &destinationReader() const { return m_destinationReader; }
@@ -139,8 +135,6 @@ private:
     void skip(const QUrl &url) { m_mutableSkippedUrls.insert(standardizedUrl(url)); }
     void takeOffTotal(quint64 size) { m_totalBytes -= std::min(m_totalBytes, size); }
 
-    ZKReaderPtr m_source;
-    ZKWriterPtr m_destination;
     ZKReaderPtr m_destinationFolderReader;
     ZKReaderPtr m_destinationReader;
     qint32 m_symbolicLinkHandling = ZKSymbolicLinkHandlingCopyLink;

@@ -26,8 +26,7 @@ ZKError openError(const QString &filename) {
 } // namespace
 
 ZKCopyOperation::ZKCopyOperation(ZKReaderPtr source, ZKWriterPtr destination, quint64 offset)
-    : m_source(std::move(source))
-    , m_destination(std::move(destination))
+    : ZKFileOperation(std::move(source), std::move(destination))
     , m_offset(offset)
     , m_bytesCopied(offset) {}
 

@@ -22,8 +22,6 @@ public:
     // offset: bytes the task already counts as done (0 for a fresh copy).
     ZKCopyOperation(ZKReaderPtr source, ZKWriterPtr destination, quint64 offset = 0);
 
-    const ZKReaderPtr &source() const { return m_source; }
-    const ZKWriterPtr &destination() const { return m_destination; }
     quint64 offset() const { return m_offset; }
 
     // Bytes known to be at the destination, starting at offset(). Grows only
@@ -85,8 +83,6 @@ private:
     QByteArray readNextBlockFromSource(ZKReader &reader);
     void report();
 
-    ZKReaderPtr m_source;
-    ZKWriterPtr m_destination;
     quint64 m_offset = 0;
     std::atomic<quint64> m_bytesCopied{0};
     bool m_copyCreationTime = true;

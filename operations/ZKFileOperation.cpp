@@ -15,6 +15,10 @@
 #include <mutex>
 #include <thread>
 
+ZKFileOperation::ZKFileOperation(ZKReaderPtr source, ZKWriterPtr destination)
+    : m_source(std::move(source))
+    , m_destination(std::move(destination)) {}
+
 void ZKFileOperation::setMinimumTimeBetweenNotifications(double seconds) {
     m_minimumTimeBetweenNotifications = seconds;
 }

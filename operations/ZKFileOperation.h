@@ -6,6 +6,7 @@
 #include "ZKOperation.h"
 #include "ZKReader.h"
 #include "ZKTransferThrottle.h"
+#include "ZKWriter.h"
 
 #include <QList>
 #include <QRegularExpression>
@@ -17,9 +18,10 @@
 #include <chrono>
 #include <memory>
 
-// What the analyse, copy, verify and remove-source operations share: the last
-// error, the skip rules, the items the user chose to skip or replace, the
-// speed limit and the pacing of progress notifications.
+// What the analyse, copy, verify and remove-source operations share: the
+// source item and the destination folder, the last error, the skip rules,
+// the items the user chose to skip or replace, the speed limit and the pacing
+// of progress notifications.
 //
 // Everything is set by the owning task before the operation is queued, with
 // one exception: the speed limit may change while the operation runs and is
@@ -29,6 +31,10 @@ public:
     using Clock = std::chrono::steady_clock;
 
     ZKFileOperation() = default;
+    ZKFileOperation(ZKReaderPtr source, ZKWriterPtr destination);
+
+    const ZKReaderPtr &source() const { return m_source; }
+    const ZKWriterPtr &destination() const { return m_destination; }
 
     double minimumTimeBetweenNotifications() const { return m_minimumTimeBetweenNotifications; }
     void setMinimumTimeBetweenNotifications(double seconds);
@@ -142,6 +148,9 @@ protected:
 
     // Sleeps for one slice of at most a second; answers the time it took.
     static double sleepSlice(double seconds);
+
+    ZKReaderPtr m_source;
+    ZKWriterPtr m_destination;
 
 private:
     double m_minimumTimeBetweenNotifications = 0;

@@ -55,15 +55,6 @@ QString pathOf(const QUrl &url) {
 
 } // namespace
 
-std::shared_ptr<ZKRemoveSourceOperation>
-ZKRemoveSourceOperation::operationWithSource(ZKReaderPtr source, ZKWriterPtr destination) {
-    return std::make_shared<ZKRemoveSourceOperation>(std::move(source), std::move(destination));
-}
-
-ZKRemoveSourceOperation::ZKRemoveSourceOperation(ZKReaderPtr source, ZKWriterPtr destination)
-    : m_source(std::move(source))
-    , m_destination(std::move(destination)) {}
-
 void ZKRemoveSourceOperation::refuse(const QString &message) {
     setError(ZKError::application(ZKErrorCode::verificationFailed,
                                   QStringLiteral("Cannot remove files because %1").arg(message)));

@@ -23,12 +23,8 @@
 // it; everything else of the source goes.
 class ZKRemoveSourceOperation : public ZKFileOperation {
 public:
-    static std::shared_ptr<ZKRemoveSourceOperation> operationWithSource(ZKReaderPtr source,
-                                                                        ZKWriterPtr destination);
-    ZKRemoveSourceOperation(ZKReaderPtr source, ZKWriterPtr destination);
+    using ZKFileOperation::ZKFileOperation;
 
-    const ZKReaderPtr &source() const { return m_source; }
-    const ZKWriterPtr &destination() const { return m_destination; }
     // The copied item at the destination; set by main().
     const ZKReaderPtr &destinationReader() const { return m_destinationReader; }
 
@@ -54,8 +50,6 @@ private:
     void refuse(const QString &message);
     bool sameContents(ZKReader &source, ZKReader &copy);
 
-    ZKReaderPtr m_source;
-    ZKWriterPtr m_destination;
     ZKReaderPtr m_destinationReader;
     QSet<QUrl> m_preExistingUrls;
     bool m_comparedInFull = false;

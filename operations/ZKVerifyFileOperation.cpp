@@ -17,8 +17,7 @@ QString describe(const ZKOptionalError &error, const QString &fallback) {
 
 ZKVerifyFileOperation::ZKVerifyFileOperation(ZKReaderPtr source, ZKWriterPtr destination,
                                              quint64 offset)
-    : m_source(std::move(source))
-    , m_destination(std::move(destination))
+    : ZKFileOperation(std::move(source), std::move(destination))
     , m_offset(offset)
     , m_bytesVerified(offset) {}
 

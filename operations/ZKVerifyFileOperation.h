@@ -23,8 +23,6 @@ class ZKVerifyFileOperation : public ZKFileOperation {
 public:
     ZKVerifyFileOperation(ZKReaderPtr source, ZKWriterPtr destination, quint64 offset = 0);
 
-    const ZKReaderPtr &source() const { return m_source; }
-    const ZKWriterPtr &destination() const { return m_destination; }
     quint64 offset() const { return m_offset; }
     // Starts at offset(). Safe from any thread.
     quint64 bytesVerified() const { return m_bytesVerified.load(); }
@@ -49,8 +47,6 @@ private:
     void fail(const QString &reason);
     void report();
 
-    ZKReaderPtr m_source;
-    ZKWriterPtr m_destination;
     quint64 m_offset = 0;
     quint64 m_offsetLeft = 0;
     std::atomic<quint64> m_bytesVerified{0};
