@@ -5,9 +5,7 @@
 #include "ZKDocumentController.h"
 #include "ZKFerrowickDocument.h"
 #include "ZKLogging.h"
-#include "ZKNotificationCenter.h"
 #include "ZKNotificationManager.h"
-#include "ZKNotificationNames.h"
 #include "ZKPreferences.h"
 #include "ZKPreferencesWindow.h"
 #include "ZKProgressDockTile.h"
@@ -29,7 +27,6 @@ ZKAppDelegate::ZKAppDelegate(QObject *parent)
 }
 
 ZKAppDelegate::~ZKAppDelegate() {
-    ZKNotificationCenter::defaultCenter().removeObservers(this);
     ZKNotificationManager::setAttentionRequest({});
     delete m_preferencesWindow;
 }
@@ -46,13 +43,14 @@ void ZKAppDelegate::applicationWillFinishLaunching() {
 }
 
 void ZKAppDelegate::applicationDidFinishLaunching() {
-    ZKNotificationCenter::defaultCenter().addObserver(
-        ZKNotificationNames::queueActivity, nullptr, this,
-        [this](const ZKNotification &notification) { onQueueActivity(notification); });
     connect(m_documentController.get(), &ZKDocumentController::documentClosed, this,
             &ZKAppDelegate::forgetDocument);
     connect(m_documentController.get(), &ZKDocumentController::documentOpened, this,
             [this](ZKFerrowickDocument *document) {
+                connect(document, &ZKFerrowickDocument::figuresChanged, this,
+                        [this, document](const ZKQueueFigures &figures) {
+                            showFigures(document, figures);
+                        });
                 ZKQueueWindow *window = m_documentController->windowForDocument(document);
                 if (!QApplication::windowIcon().isNull()) {
                     window->setWindowIcon(QApplication::windowIcon());
@@ -157,23 +155,12 @@ bool ZKAppDelegate::openArguments(const QStringList &arguments) {
     return handled;
 }
 
-void ZKAppDelegate::onQueueActivity(const ZKNotification &notification) {
-    // Only queues of this application's windows count; a document's address
-    // is compared, never followed, until it is known to be one of them.
-    ZKFerrowickDocument *document = nullptr;
-    for (ZKFerrowickDocument *open : m_documentController->documents()) {
-        if (open == notification.sender) {
-            document = open;
-        }
-    }
-    if (!document) {
-        return;
-    }
-    const QVariantMap &info = notification.userInfo;
-    m_progressTracker.setItem(document, info.value(ZKNotificationNames::bytesKey).toULongLong(),
-                              info.value(ZKNotificationNames::totalBytesKey).toULongLong());
-    if (info.value(ZKNotificationNames::stateKey).toInt() == ZKQueueState::Paused) {
+void ZKAppDelegate::showFigures(ZKFerrowickDocument *document, const ZKQueueFigures &figures) {
+    // A paused queue is not on its way anywhere: it leaves the dock's bar.
+    if (figures.state == ZKQueueState::Paused) {
         m_progressTracker.clearItem(document);
+    } else {
+        m_progressTracker.setItem(document, figures.progressBytes, figures.totalBytes);
     }
     showAggregateProgress();
 }

@@ -14,7 +14,7 @@ class ZKDocumentController;
 class ZKFerrowickDocument;
 class ZKPreferencesWindow;
 class ZKProgressDockTile;
-struct ZKNotification;
+struct ZKQueueFigures;
 
 // The application: it writes the first-run settings before any queue opens,
 // hands files and addresses given to the program to the right queue, shows
@@ -50,7 +50,7 @@ public:
     void showPreferences();
 
 private:
-    void onQueueActivity(const ZKNotification &notification);
+    void showFigures(ZKFerrowickDocument *document, const ZKQueueFigures &figures);
     void forgetDocument(ZKFerrowickDocument *document);
     void showAggregateProgress();
 

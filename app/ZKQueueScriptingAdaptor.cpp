@@ -11,6 +11,7 @@
 #include "ZKTaskRegistry.h"
 
 #include <QDBusContext>
+#include <QDBusMetaType>
 #include <QFileInfo>
 
 const QString ZKQueueScriptingAdaptor::noSuchQueueError =
@@ -23,6 +24,7 @@ const QString ZKQueueScriptingAdaptor::alreadyQueuedError =
 ZKQueueScriptingAdaptor::ZKQueueScriptingAdaptor(ZKAppDelegate &delegate, QObject *parent)
     : QDBusAbstractAdaptor(parent)
     , m_delegate(delegate) {
+    qDBusRegisterMetaType<QList<QVariantMap>>();
     ZKDocumentController &controller = m_delegate.documentController();
     for (ZKFerrowickDocument *document : controller.documents()) {
         watch(document);
@@ -139,10 +141,62 @@ qulonglong ZKQueueScriptingAdaptor::GetProgress(uint queue, qulonglong &totalByt
     if (!document) {
         return 0;
     }
-    totalBytes = document->progressTracker().totalBytes();
-    state = ZKQueueState::convertToString(document->state());
-    finished = document->countOfTasks() > 0 && document->taskQueue().allTasksCompleted();
-    return document->progressTracker().progressBytes();
+    const ZKQueueFigures figures = document->figures();
+    totalBytes = figures.totalBytes;
+    state = ZKQueueState::convertToString(figures.state);
+    finished = figures.isFinished;
+    return figures.progressBytes;
+}
+
+QList<QVariantMap> ZKQueueScriptingAdaptor::GetTasks(uint queue) {
+    ZKFerrowickDocument *document = documentOrError(queue);
+    if (!document) {
+        return {};
+    }
+    using M = ZKTaskListModel;
+    const ZKTaskListModel &model = document->taskListModel();
+    QList<QVariantMap> tasks;
+    tasks.reserve(model.rowCount());
+    for (int i = 0; i < model.rowCount(); ++i) {
+        const QModelIndex row = model.index(i);
+        tasks << QVariantMap{
+            {QStringLiteral("title"), row.data(M::TitleRole)},
+            {QStringLiteral("detail"), row.data(M::DetailRole)},
+            {QStringLiteral("state"), row.data(M::StateNameRole)},
+            {QStringLiteral("bytes-done"), row.data(M::ProgressBytesRole).toULongLong()},
+            {QStringLiteral("bytes-total"), row.data(M::TotalBytesRole).toULongLong()},
+            {QStringLiteral("files-done"), row.data(M::FilesDoneRole).toULongLong()},
+            {QStringLiteral("files-total"), row.data(M::FilesTotalRole).toULongLong()},
+            {QStringLiteral("current-file"), row.data(M::CurrentFileRole)},
+            {QStringLiteral("rate"), row.data(M::DataRateRole)},
+            {QStringLiteral("time-remaining"), row.data(M::TimeRemainingRole)},
+        };
+    }
+    return tasks;
+}
+
+QVariantMap ZKQueueScriptingAdaptor::GetStatus(uint queue) {
+    ZKFerrowickDocument *document = documentOrError(queue);
+    if (!document) {
+        return {};
+    }
+    const ZKQueueFigures f = document->figures();
+    return {
+        {QStringLiteral("state"), ZKQueueState::convertToString(f.state)},
+        {QStringLiteral("finished"), f.isFinished},
+        {QStringLiteral("bytes-done"), qulonglong(f.progressBytes)},
+        {QStringLiteral("bytes-total"), qulonglong(f.totalBytes)},
+        {QStringLiteral("bytes-remaining"), qulonglong(f.remainingBytes)},
+        {QStringLiteral("files-done"), qulonglong(f.filesDone)},
+        {QStringLiteral("files-total"), qulonglong(f.filesTotal)},
+        {QStringLiteral("tasks"), qlonglong(f.taskCount)},
+        {QStringLiteral("tasks-completed"), qlonglong(f.completedCount)},
+        {QStringLiteral("tasks-failed"), qlonglong(f.failedCount)},
+        {QStringLiteral("current-file"), f.currentFile},
+        {QStringLiteral("rate"), f.dataRate},
+        {QStringLiteral("time-remaining"), f.timeRemaining},
+        {QStringLiteral("summary"), document->description()},
+    };
 }
 
 void ZKQueueScriptingAdaptor::sendErrorReply(const QString &name, const QString &message) const {

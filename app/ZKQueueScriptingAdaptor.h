@@ -5,6 +5,7 @@
 #include <QDBusAbstractAdaptor>
 #include <QList>
 #include <QStringList>
+#include <QVariantMap>
 
 class ZKAppDelegate;
 class ZKFerrowickDocument;
@@ -39,6 +40,14 @@ public Q_SLOTS:
     // Bytes done and to do over the queue's tasks, its state ("Running" or
     // "Paused") and whether the queue has no work left.
     qulonglong GetProgress(uint queue, qulonglong &totalBytes, QString &state, bool &finished);
+    // Everything the window's status bar says of the queue, by name: the
+    // bytes and files done, the tasks that completed and failed, the file
+    // on its way, the rate and the time left.
+    QVariantMap GetStatus(uint queue);
+    // One entry per task, in queue order, as its row shows it: "title",
+    // "detail", "state", "bytes-done", "bytes-total", "files-done",
+    // "files-total", "current-file", "rate", "time-remaining".
+    QList<QVariantMap> GetTasks(uint queue);
 
 Q_SIGNALS:
     // Every task of the queue has ended; failedTasks of them failed.

@@ -12,8 +12,6 @@
 #include "ZKCopyOperation.h"
 #include "ZKFileSystemReader.h"
 #include "ZKFileSystemWriter.h"
-#include "ZKNotificationCenter.h"
-#include "ZKNotificationNames.h"
 #include "ZKVerifyFileOperation.h"
 
 #include <QCoreApplication>
@@ -131,14 +129,11 @@ int main(int argc, char **argv) {
     quint64 reportedBytes = 0;
     double reportedSeconds = 0;
     int notifications = 0;
-    QObject context;
-    ZKNotificationCenter::defaultCenter().addObserver(
-        ZKNotificationNames::operationActivity, operation.get(), &context,
-        [&](const ZKNotification &notification) {
-            reportedBytes = notification.userInfo.value("totalBytes").toULongLong();
-            reportedSeconds = notification.userInfo.value("totalTimePassed").toDouble();
-            ++notifications;
-        });
+    operation->setActivityHandler([&](const ZKOperationActivity &report) {
+        reportedBytes = report.totalBytes;
+        reportedSeconds = report.totalTimePassed;
+        ++notifications;
+    });
 
     const auto started = std::chrono::steady_clock::now();
     std::thread worker([operation] { operation->start(); });

@@ -2,9 +2,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKProgressPrinter.h"
 
-#include "ZKByteCountFormatter.h"
 #include "ZKFerrowickDocument.h"
-#include "ZKTaskState.h"
+#include "ZKTaskListModel.h"
 
 #include <cmath>
 
@@ -40,17 +39,14 @@ QString ZKProgressPrinter::bar(double fraction, int width) {
                                         QString(width - filled, QLatin1Char('.')));
 }
 
-QString ZKProgressPrinter::lineForTask(const ZKTask &task, int width, const QString &attempts) {
-    QString line = QStringLiteral("%1 %2  %3")
-                       .arg(bar(task.percentCompleted(), 20), task.filename(), task.detail());
+QString ZKProgressPrinter::lineForRow(const QModelIndex &row, int width, const QString &attempts) {
+    using M = ZKTaskListModel;
+    QString line =
+        QStringLiteral("%1 %2  %3")
+            .arg(bar(row.data(M::FractionRole).toDouble(), 20),
+                 row.data(M::FilenameRole).toString(), row.data(M::DetailRole).toString());
     if (!attempts.isEmpty()) {
         line += QStringLiteral("  ") + attempts;
-    }
-    const auto state = task.state();
-    if ((state == ZKTaskState::Processing || state == ZKTaskState::Verifying) &&
-        task.dataRate() > 0) {
-        line += QStringLiteral("  (%1)").arg(
-            ZKByteCountFormatter::formatDataRate(quint64(task.dataRate())));
     }
     if (width > 0 && line.size() > width) {
         line = line.left(width - 1) + QChar(0x2026);
@@ -59,33 +55,44 @@ QString ZKProgressPrinter::lineForTask(const ZKTask &task, int width, const QStr
 }
 
 void ZKProgressPrinter::redraw() {
-    const QList<ZKTaskPtr> tasks = m_document.taskQueue().tasks();
+    const ZKTaskListModel &model = m_document.taskListModel();
     QString text;
     // Back to the first line of the previous drawing, then over it.
     if (m_linesDrawn > 0) {
         text += QStringLiteral("\x1b[%1F").arg(m_linesDrawn);
     }
-    for (const auto &task : tasks) {
-        text += QStringLiteral("\x1b[2K") + lineForTask(*task, 120, attemptsText(*task)) +
+    for (int i = 0; i < model.rowCount(); ++i) {
+        const QModelIndex row = model.index(i);
+        text += QStringLiteral("\x1b[2K") + lineForRow(row, 120, attemptsText(*model.taskAt(i))) +
                 QLatin1Char('\n');
     }
-    text += QStringLiteral("\x1b[2K") + m_document.description() + QLatin1Char('\n');
-    m_linesDrawn = int(tasks.size()) + 1;
+    text += QStringLiteral("\x1b[2K") + summary() + QLatin1Char('\n');
+    m_linesDrawn = model.rowCount() + 1;
     std::fputs(text.toLocal8Bit().constData(), m_out);
     std::fflush(m_out);
 }
 
+QString ZKProgressPrinter::summary() const {
+    const QString data = m_document.dataDescription();
+    return data.isEmpty() ? m_document.description()
+                          : QStringLiteral("%1 - %2").arg(m_document.description(), data);
+}
+
 void ZKProgressPrinter::printChanges() {
-    for (const auto &task : m_document.taskQueue().tasks()) {
-        QString line = QStringLiteral("%1: %2").arg(task->description(), task->detail());
+    using M = ZKTaskListModel;
+    const ZKTaskListModel &model = m_document.taskListModel();
+    for (int i = 0; i < model.rowCount(); ++i) {
+        const QModelIndex row = model.index(i);
+        const ZKTaskPtr task = model.taskAt(i);
+        const QString title = row.data(M::TitleRole).toString();
+        QString line = QStringLiteral("%1: %2").arg(title, row.data(M::DetailRole).toString());
         const QString attempts = attemptsText(*task);
         if (!attempts.isEmpty()) {
             line += QLatin1Char(' ') + attempts;
         }
-        const auto state = task->state();
         // Running states change their detail constantly; a plain log shows
         // each step once.
-        const QString key = ZKTaskState::convertToString(state) + task->description() + attempts;
+        const QString key = row.data(M::StateNameRole).toString() + title + attempts;
         if (m_lastPrinted.value(task.get()) != key) {
             m_lastPrinted.insert(task.get(), key);
             std::fprintf(m_out, "%s\n", line.toLocal8Bit().constData());
@@ -100,7 +107,7 @@ void ZKProgressPrinter::finish() {
         redraw();
     } else {
         printChanges();
-        std::fprintf(m_out, "%s\n", m_document.description().toLocal8Bit().constData());
+        std::fprintf(m_out, "%s\n", summary().toLocal8Bit().constData());
     }
     std::fflush(m_out);
     // What was left out is said once, after the progress lines, where it is

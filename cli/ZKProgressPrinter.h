@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <functional>
 
+class QModelIndex;
 class ZKFerrowickDocument;
 class ZKTask;
 
@@ -31,11 +32,14 @@ public:
     void finish();
 
     static QString bar(double fraction, int width);
-    static QString lineForTask(const ZKTask &task, int width, const QString &attempts = {});
+    // One task's line, from its row of the queue's task list.
+    static QString lineForRow(const QModelIndex &row, int width, const QString &attempts = {});
 
 private:
     void redraw();
     void printChanges();
+    // The queue's line: tasks done and failed, the time, bytes and rate.
+    QString summary() const;
     QString attemptsText(const ZKTask &task) const;
 
     ZKFerrowickDocument &m_document;

@@ -9,8 +9,6 @@
 #include "ZKFileBrowser.h"
 #include "ZKLogging.h"
 #include "ZKMainQueue.h"
-#include "ZKNotificationCenter.h"
-#include "ZKNotificationNames.h"
 #include "ZKPartialFile.h"
 #include "ZKPreferences.h"
 #include "ZKPropertyListParser.h"
@@ -43,7 +41,6 @@ template <class T> T locked(std::mutex &lock, const T &field) {
 }
 
 // Keys of the saved form.
-const QString kType = QStringLiteral("Type");
 const QString kSource = QStringLiteral("Source");
 const QString kDestination = QStringLiteral("Destination");
 const QString kIsVerifyEnabled = QStringLiteral("IsVerifyEnabled");
@@ -166,7 +163,7 @@ ZKCopyTask::~ZKCopyTask() {
 QVariantMap ZKCopyTask::asPropertyList() const {
     std::lock_guard locker(m_lock);
     QVariantMap plist{
-        {kType, QStringLiteral("CopyTask")},
+        {typeKey, QStringLiteral("CopyTask")},
         {kSource, m_source ? m_source->asPropertyList() : QVariantMap()},
         {kDestination, m_destination ? m_destination->asPropertyList() : QVariantMap()},
         {kIsVerifyEnabled, m_isVerifyEnabled.load()},
@@ -295,35 +292,28 @@ void ZKCopyTask::runOperation(const std::shared_ptr<ZKFileOperation> &operation,
                               qint32 runningState,
                               std::function<void(ZKFileOperation &)> endHandler) {
     ZKFileOperation *raw = operation.get();
-    const bool reportsProgress = runningState == S::Processing || runningState == S::Verifying;
-    quint64 token = 0;
-    if (reportsProgress) {
-        // Progress is taken from the operation's counters at each of its
-        // notifications; the notification itself goes on up as the task's.
-        token = ZKNotificationCenter::defaultCenter().addObserver(
-            ZKNotificationNames::operationActivity, raw, nullptr,
-            [this, raw, runningState](const ZKNotification &notification) {
-                const quint64 bytes =
-                    runningState == S::Processing
-                        ? static_cast<ZKCopyOperation *>(raw)->bytesCopied()
-                        : static_cast<ZKVerifyFileOperation *>(raw)->bytesVerified();
-                ZKMainQueue::async([this, bytes, runningState, guard = QPointer<ZKCopyTask>(this)] {
-                    if (!guard || state() != runningState) {
-                        return;
+    {
+        std::lock_guard locker(m_lock);
+        m_filesDoneThisRun = 0;
+        m_currentFile.clear();
+    }
+    if (runningState == S::Processing || runningState == S::Verifying) {
+        // Progress is taken from the operation's counters at each report,
+        // in one visit to the main thread with the report itself.
+        operation->setActivityHandler([this, raw, runningState](const ZKOperationActivity &report) {
+            const quint64 bytes = runningState == S::Processing
+                                      ? static_cast<ZKCopyOperation *>(raw)->bytesCopied()
+                                      : static_cast<ZKVerifyFileOperation *>(raw)->bytesVerified();
+            ZKMainQueue::async(
+                [this, bytes, runningState, report, guard = QPointer<ZKCopyTask>(this)] {
+                    if (guard && state() == runningState) {
+                        takeActivity(runningState, bytes, report);
                     }
-                    (runningState == S::Processing ? m_bytesCopied : m_bytesVerified) = bytes;
-                    setProgressBytes(bytes);
-                    refresh();
                 });
-                ZKNotificationCenter::defaultCenter().post(ZKNotificationNames::taskActivity, this,
-                                                           notification.userInfo);
-            });
+        });
     }
     const std::weak_ptr<ZKFileOperation> weak = operation;
-    operation->setCompletionBlock([this, weak, token, endHandler = std::move(endHandler)] {
-        if (token) {
-            ZKNotificationCenter::defaultCenter().removeObserver(token);
-        }
+    operation->setCompletionBlock([this, weak, runningState, endHandler = std::move(endHandler)] {
         {
             std::lock_guard locker(m_lock);
             m_currentOperation.reset();
@@ -335,11 +325,18 @@ void ZKCopyTask::runOperation(const std::shared_ptr<ZKFileOperation> &operation,
         // the worker two switches, most of a small file's time. A task let
         // go meanwhile (one whose state no longer said it was running waits
         // only for its operation queue, done by now) is left alone.
-        auto end = [this, guard = QPointer<ZKCopyTask>(this), operation = weak.lock(), endHandler] {
+        auto end = [this, guard = QPointer<ZKCopyTask>(this), operation = weak.lock(), runningState,
+                    endHandler] {
             if (!guard) {
                 return;
             }
             refreshSourceName();
+            if (runningState == S::Processing) {
+                // A later run passes over the files this one finished.
+                std::lock_guard locker(m_lock);
+                m_filesAlreadyDone += m_filesDoneThisRun;
+                m_filesDoneThisRun = 0;
+            }
             endHandler(*operation);
             refreshNow();
             signalOperationFinished();
@@ -397,6 +394,11 @@ void ZKCopyTask::endPrepare(ZKFileOperation &op) {
     const quint64 already = operation.bytesAlreadyCopied();
     const quint64 total = operation.totalBytes();
     m_bytesCopied = already;
+    {
+        std::lock_guard locker(m_lock);
+        m_filesTotal = operation.fileCount();
+        m_filesAlreadyDone = operation.filesAlreadyCopied();
+    }
     setSkippedUrls(operation.mutableSkippedUrls());
     setReplacedUrls(operation.mutableReplacedUrls());
     {
@@ -658,6 +660,7 @@ void ZKCopyTask::refreshNow() {
     refreshPercentCompleted();
     refreshDescription();
     refreshDetail();
+    Q_EMIT progressChanged(progress());
 }
 
 void ZKCopyTask::refreshIsIndeterminate() {
@@ -739,20 +742,21 @@ void ZKCopyTask::refreshDescription() {
 }
 
 void ZKCopyTask::refreshDetail() {
-    const quint64 total = totalBytes();
+    const ZKTaskProgress now = progress();
+    const quint64 total = now.totalBytes;
+    const auto s = state();
     // A file that changed while it was copied can make the count run past
     // the total measured before; more done than there is would be nonsense.
-    const quint64 progress = total == 0 ? progressBytes() : std::min(progressBytes(), total);
-    const QString size = total == 0 ? ZKByteCountFormatter::formatFileSize(progress)
+    // A finished task did it all, whatever an earlier run had counted.
+    const quint64 done = total == 0          ? now.progressBytes
+                         : s == S::Completed ? total
+                                             : std::min(now.progressBytes, total);
+    const QString size = total == 0 ? ZKByteCountFormatter::formatFileSize(done)
                                     : QStringLiteral("%1 of %2")
-                                          .arg(ZKByteCountFormatter::formatFileSize(progress),
+                                          .arg(ZKByteCountFormatter::formatFileSize(done),
                                                ZKByteCountFormatter::formatFileSize(total));
-    const double time = timeRemaining();
-    const QString timeText = time > 0.01 && std::isfinite(time)
-                                 ? QStringLiteral(" - %1").arg(ZKTimeFormatter::formatTime(time))
-                                 : QString();
     QString detail;
-    switch (state()) {
+    switch (s) {
     case S::PendingPreparation:
         detail = QStringLiteral("Waiting");
         break;
@@ -776,8 +780,30 @@ void ZKCopyTask::refreshDetail() {
     case S::Cancelled:
         detail = QStringLiteral("Cancelled");
         break;
+    case S::Processing:
+    case S::Verifying: {
+        // A running row says what moves, how fast and for how long yet; a
+        // resting one only how far it got.
+        QStringList parts;
+        if (now.filesTotal > 1) {
+            const QString files =
+                QStringLiteral("%1 of %2 files").arg(now.filesDone).arg(now.filesTotal);
+            parts << (now.currentFile.isEmpty()
+                          ? files
+                          : QStringLiteral("%1 (%2)").arg(now.currentFile, files));
+        }
+        parts << size;
+        if (now.dataRate > 0) {
+            parts << ZKByteCountFormatter::formatDataRate(quint64(now.dataRate));
+        }
+        if (now.timeRemaining > 0.01 && std::isfinite(now.timeRemaining)) {
+            parts << ZKTimeFormatter::formatTime(now.timeRemaining);
+        }
+        detail = parts.join(QStringLiteral(" - "));
+        break;
+    }
     default:
-        detail = size + timeText;
+        detail = size;
         break;
     }
     setDetail(detail);
@@ -792,11 +818,57 @@ void ZKCopyTask::onMain(const std::function<void()> &fn) {
 void ZKCopyTask::setState(qint32 state) {
     onMain([&] {
         if (store(m_state, state)) {
-            notifyObserver();
+            if (state != S::Processing && state != S::Verifying) {
+                m_ownRate.reset(); // a rate is of a step that runs
+            }
             Q_EMIT stateChanged();
             refresh();
         }
     });
+}
+
+void ZKCopyTask::takeActivity(qint32 runningState, quint64 bytes,
+                              const ZKOperationActivity &report) {
+    (runningState == S::Processing ? m_bytesCopied : m_bytesVerified) = bytes;
+    if (!m_ownRate) {
+        m_ownRate = std::make_unique<ZKDataRateCalculator>();
+    }
+    m_ownRate->addSampleOfBytes(report.bytes, report.timePassed);
+    {
+        std::lock_guard locker(m_lock);
+        m_currentFile = report.currentFile;
+        m_filesDoneThisRun = report.filesDone;
+    }
+    Q_EMIT activity(report.bytes, report.timePassed);
+    setProgressBytes(bytes);
+    refresh();
+}
+
+ZKTaskProgress ZKCopyTask::progress() const {
+    ZKTaskProgress p;
+    p.progressBytes = progressBytes();
+    p.totalBytes = totalBytes();
+    p.remainingWorkBytes = remainingWorkBytes();
+    p.fraction = percentCompleted();
+    p.isIndeterminate = isIndeterminate();
+    const auto s = state();
+    if (s == S::Processing || s == S::Verifying) {
+        p.dataRate = m_ownRate ? m_ownRate->bytesPerSecond() : 0;
+        const double rate = p.dataRate >= 0.1 ? p.dataRate : dataRate();
+        p.timeRemaining = rate >= 0.1 ? double(p.remainingWorkBytes) / rate : 0;
+    }
+    std::lock_guard locker(m_lock);
+    if (m_filesTotal > 1) {
+        p.filesTotal = m_filesTotal;
+        // Verifying walks every file again.
+        p.filesDone =
+            std::min(m_filesTotal, s == S::Verifying ? m_filesDoneThisRun
+                                                     : m_filesAlreadyDone + m_filesDoneThisRun);
+        if (s == S::Processing || s == S::Verifying) {
+            p.currentFile = m_currentFile;
+        }
+    }
+    return p;
 }
 
 ZKReaderPtr ZKCopyTask::source() const {
@@ -915,13 +987,13 @@ void ZKCopyTask::setDetail(const QString &detail) {
         });                                                                                        \
     }
 
-// What the queue sums is told to it first.
+// What the queue sums goes to it at once.
 #define ZK_FOLLOWED_SETTER(Setter, Type, field, signal)                                            \
     void ZKCopyTask::Setter(Type value) {                                                          \
         onMain([&] {                                                                               \
             if (store(field, value)) {                                                             \
-                notifyObserver();                                                                  \
                 Q_EMIT signal();                                                                   \
+                Q_EMIT progressChanged(progress());                                                \
             }                                                                                      \
         });                                                                                        \
     }

@@ -2,7 +2,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "ZKDataRateCalculator.h"
 #include "ZKError.h"
+#include "ZKOperationActivity.h"
 #include "ZKOperationQueue.h"
 #include "ZKTask.h"
 #include "ZKTaskState.h"
@@ -87,6 +89,7 @@ public:
     QSet<QUrl> replacedUrls() const override;
     void setReplacedUrls(const QSet<QUrl> &urls) override;
     QStringList notes() const override;
+    ZKTaskProgress progress() const override;
     void setThrottle(std::shared_ptr<ZKTransferThrottle> throttle) override;
     // Destination files the first analysis found and took as done without
     // this task writing them; a move compares them in full.
@@ -155,6 +158,8 @@ private:
     // Runs fn on the main thread, now when already there.
     static void onMain(const std::function<void()> &fn);
     void startStep();
+    // Main thread: a report of the running step.
+    void takeActivity(qint32 runningState, quint64 bytes, const ZKOperationActivity &report);
 
     ZKOperationQueue m_operationQueue;
     std::shared_ptr<ZKFileOperation> m_currentOperation;
@@ -197,6 +202,14 @@ private:
     // destination then is all the task did not write itself.
     std::optional<QSet<QUrl>> m_preExistingUrls;
     QStringList m_notes;
+    // Of the running step only (main thread), made on its first report.
+    std::unique_ptr<ZKDataRateCalculator> m_ownRate;
+    // Guarded by m_lock: the files of the tree, those the analysis found
+    // done, and what the running step reported.
+    quint64 m_filesTotal = 0;
+    quint64 m_filesAlreadyDone = 0;
+    quint64 m_filesDoneThisRun = 0;
+    QString m_currentFile;
     std::shared_ptr<ZKTransferThrottle> m_throttle;
     ZKFileHandler m_unreadableFileHandler;
     ZKFileHandler m_unwritableFileHandler;

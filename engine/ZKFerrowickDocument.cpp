@@ -8,9 +8,7 @@
 #include "ZKLogging.h"
 #include "ZKMainQueue.h"
 #include "ZKMimeDataPasteboard.h"
-#include "ZKNotificationCenter.h"
 #include "ZKNotificationManager.h"
-#include "ZKNotificationNames.h"
 #include "ZKPasteboard.h"
 #include "ZKPreferences.h"
 #include "ZKPropertyListParser.h"
@@ -43,7 +41,6 @@ const QString ZKFerrowickDocument::taskOriginType =
     QStringLiteral("application/x-ferrowick-task-origin");
 
 namespace {
-const QString kType = QStringLiteral("Type");
 const QString kDocumentType = QStringLiteral("FerrowickDocument");
 const QString kState = QStringLiteral("State");
 const QString kIsVerifyEnabled = QStringLiteral("IsVerifyEnabled");
@@ -180,19 +177,15 @@ ZKFerrowickDocument::ZKFerrowickDocument(QObject *parent)
     // One connection and one observer serve every task of the queue.
     connect(&m_taskQueue, &ZKTaskQueue::taskStateChanged, this,
             [this](const ZKTaskPtr &task) { onTaskStateChanged(task.get(), task); });
-    ZKNotificationCenter::defaultCenter().addObserver(
-        ZKNotificationNames::taskActivity, nullptr, this,
-        [guard = Guard(this)](const ZKNotification &notification) {
-            ZKMainQueue::async([guard, sender = notification.sender, info = notification.userInfo] {
-                if (!guard) {
-                    return;
-                }
-                // Looked up on the main thread, where tasks leave the queue.
-                if (const auto task = guard->m_taskQueue.taskWithAddress(sender)) {
-                    guard->onTaskActivity(task.get(), info);
-                }
+    connect(&m_taskQueue, &ZKTaskQueue::taskActivity, this,
+            [this](const ZKTaskPtr &, quint64 bytes, double seconds) {
+                m_dataRateCalculator.addSampleOfBytes(bytes, seconds);
+                noteProgress(false);
             });
-        });
+    // Sums change on a worker too (letting go of removed tasks).
+    connect(&m_taskQueue, &ZKTaskQueue::figuresChanged, this,
+            &ZKFerrowickDocument::announceFigures);
+    connect(&m_taskQueue, &ZKTaskQueue::tasksChanged, this, &ZKFerrowickDocument::announceFigures);
     m_progressTimer.setSingleShot(true);
     connect(&m_progressTimer, &QTimer::timeout, this, [this] {
         if (m_progressPending) {
@@ -219,7 +212,6 @@ ZKFerrowickDocument::~ZKFerrowickDocument() {
     // thread, and the state changes among them must not reach a document
     // that is closing.
     disconnect(&m_taskQueue, nullptr, this, nullptr);
-    ZKNotificationCenter::defaultCenter().removeObservers(this);
     m_dispatchQueue.waitUntilAllOperationsAreFinished();
     // No task step may outlive the document whose questions it may ask.
     for (const auto &task : m_taskQueue.tasks()) {
@@ -285,7 +277,7 @@ void ZKFerrowickDocument::updateChangeCount() {
 
 QVariantMap ZKFerrowickDocument::asPropertyList() const {
     QVariantMap plist{
-        {kType, kDocumentType},
+        {ZKPropertyListObject::typeKey, kDocumentType},
         {kState, ZKQueueState::convertToString(state())},
         {kIsVerifyEnabled, m_isVerifyEnabled},
         {kAutoClearItems, m_autoClearItems},
@@ -319,8 +311,8 @@ bool ZKFerrowickDocument::validatePropertyList(const QVariantMap &plist, QString
         }
         return false;
     };
-    if (plist.value(kType).toString() != kDocumentType ||
-        plist.value(kType).typeId() != QMetaType::QString) {
+    if (plist.value(ZKPropertyListObject::typeKey).toString() != kDocumentType ||
+        plist.value(ZKPropertyListObject::typeKey).typeId() != QMetaType::QString) {
         return fail(QStringLiteral("it is not a Ferrowick queue"));
     }
     const auto check = [&](const QString &key, auto isRightType) {
@@ -418,7 +410,7 @@ QString ZKFerrowickDocument::unreadableTaskEntryReason(const QVariant &entry) {
     if (!ZKPropertyListParser::canParseObject(dict, &error)) {
         return error.localizedDescription();
     }
-    const QString type = dict.value(kType).toString();
+    const QString type = dict.value(ZKPropertyListObject::typeKey).toString();
     if (type != kCopyTaskType) {
         return QStringLiteral("'%1' is not a kind of task.").arg(type);
     }
@@ -803,7 +795,7 @@ void ZKFerrowickDocument::setState(qint32 state) {
     } else {
         startNextTask();
     }
-    sendQueueActivityNotification();
+    announceFigures();
     updateChangeCount();
     ZKMainQueue::async([guard = Guard(this)] {
         if (guard) {
@@ -886,8 +878,6 @@ void ZKFerrowickDocument::onTaskStateChanged(ZKTask *task, const std::weak_ptr<Z
     const qint32 from = m_lastStates.value(task, S::PendingPreparation);
     const qint32 to = task->state();
     m_lastStates.insert(task, to);
-    refreshTaskProgress(task);
-    sendQueueActivityNotification();
     noteProgress(to == S::Completed || to == S::Failed || to == S::Cancelled);
     if (shouldStartNextTaskWithStateChange(from, to)) {
         ZKMainQueue::async([guard = Guard(this), weak, to] {
@@ -925,37 +915,23 @@ void ZKFerrowickDocument::followUp(const std::weak_ptr<ZKTask> &weak, qint32 new
     announceTexts();
 }
 
-void ZKFerrowickDocument::onTaskActivity(ZKTask *task, const QVariantMap &userInfo) {
-    m_dataRateCalculator.addSampleOfBytes(
-        userInfo.value(ZKNotificationNames::bytesKey).toULongLong(),
-        userInfo.value(ZKNotificationNames::timePassedKey).toDouble());
-    refreshTaskProgress(task);
-    sendQueueActivityNotification();
-    noteProgress(false);
+ZKQueueFigures ZKFerrowickDocument::figures() const {
+    return m_taskQueue.figures(state());
 }
 
-void ZKFerrowickDocument::refreshTaskProgress(ZKTask *task) {
-    m_progressTracker.setItemForTaskState(task, task->state(),
-                                          {task->progressBytes(), task->totalBytes()});
-}
-
-void ZKFerrowickDocument::sendQueueActivityNotification() {
-    // The notification tells the queue's totals as they are when it goes
-    // out, so one already on its way covers this request too.
-    if (m_queueActivityPending.exchange(true)) {
+void ZKFerrowickDocument::announceFigures() {
+    // The figures are read when the announcement goes out, so one already on
+    // its way covers this change too.
+    if (m_figuresPending.exchange(true)) {
         return;
     }
     ZKMainQueue::async([guard = Guard(this)] {
         if (!guard) {
             return;
         }
-        guard->m_queueActivityPending = false;
-        ZKNotificationCenter::defaultCenter().post(
-            ZKNotificationNames::queueActivity, guard.data(),
-            {{ZKNotificationNames::stateKey, guard->state()},
-             {ZKNotificationNames::bytesKey, guard->m_progressTracker.progressBytes()},
-             {ZKNotificationNames::totalBytesKey, guard->m_progressTracker.totalBytes()}});
-        Q_EMIT guard->dataDescriptionChanged();
+        guard->m_figuresPending = false;
+        Q_EMIT guard->figuresChanged(guard->figures());
+        guard->announceTexts();
     });
 }
 
@@ -1119,7 +1095,6 @@ void ZKFerrowickDocument::connectTask(const ZKTaskPtr &task) {
     task->setThrottle(m_throttle);
     ZKTask *raw = task.get();
     m_lastStates.insert(raw, raw->state());
-    refreshTaskProgress(raw);
 }
 
 QList<ZKTaskPtr> ZKFerrowickDocument::insertTasks(const QList<ZKTaskPtr> &tasks,
@@ -1155,8 +1130,7 @@ QList<ZKTaskPtr> ZKFerrowickDocument::insertTasks(const QList<ZKTaskPtr> &tasks,
     }
     m_taskQueue.insertTasks(taken, takenIndexes);
     Q_EMIT tasksChanged();
-    announceTexts();
-    sendQueueActivityNotification();
+    announceFigures();
     updateChangeCount();
     return taken;
 }
@@ -1165,7 +1139,6 @@ void ZKFerrowickDocument::removeTasksAtIndexes(const ZKIndexList &indexes) {
     const QList<ZKTaskPtr> all = m_taskQueue.tasks();
     for (const auto index : indexes) {
         if (index >= 0 && index < all.size()) {
-            m_progressTracker.clearItem(all[index].get());
             m_lastStates.remove(all[index].get());
         }
     }
@@ -1176,8 +1149,7 @@ void ZKFerrowickDocument::removeTasksAtIndexes(const ZKIndexList &indexes) {
         runInBackground([this] { m_taskQueue.flushRemovedTasks(); });
     }
     Q_EMIT tasksChanged();
-    announceTexts();
-    sendQueueActivityNotification();
+    announceFigures();
     updateChangeCount();
 }
 
@@ -1538,7 +1510,7 @@ void ZKFerrowickDocument::announceTexts() {
 }
 
 QString ZKFerrowickDocument::description() const {
-    QString text = m_taskQueue.description();
+    QString text = ZKTaskQueue::describe(figures());
     const double remaining = m_retryTimer.remainingTime();
     if (remaining > 0) {
         text += QStringLiteral(" - retrying in %1").arg(ZKTimeFormatter::formatTime(remaining));
@@ -1548,11 +1520,12 @@ QString ZKFerrowickDocument::description() const {
 
 QString ZKFerrowickDocument::dataDescription() const {
     QString text;
-    const quint64 remaining = m_taskQueue.remainingBytes();
+    const ZKQueueFigures now = figures();
+    const quint64 remaining = now.remainingBytes;
     if (m_showDataSize && remaining != 0) {
         text = QStringLiteral("%1 remaining").arg(ZKByteCountFormatter::formatFileSize(remaining));
     }
-    const double rate = m_dataRateCalculator.bytesPerSecond();
+    const double rate = now.dataRate;
     if (m_showDataRate && rate > 0) {
         const QString rateText = ZKByteCountFormatter::formatDataRate(quint64(rate));
         text = text.isEmpty() ? rateText : QStringLiteral("%1 - %2").arg(text, rateText);

@@ -7,8 +7,8 @@
 #include "ZKError.h"
 #include "ZKListViewDelegate.h"
 #include "ZKOperationQueue.h"
-#include "ZKProgressTracker.h"
 #include "ZKSleepManager.h"
+#include "ZKTaskListModel.h"
 #include "ZKTaskQuestions.h"
 #include "ZKTaskQueue.h"
 #include "ZKTransferThrottle.h"
@@ -168,7 +168,10 @@ public:
     ZKTaskQueue &taskQueue() { return m_taskQueue; }
     const ZKTaskQueue &taskQueue() const { return m_taskQueue; }
     ZKDataRateCalculator &dataRateCalculator() { return m_dataRateCalculator; }
-    ZKProgressTracker &progressTracker() { return m_progressTracker; }
+    // The queue's progress, as every front end shows it.
+    ZKQueueFigures figures() const;
+    // Its tasks, as every front end lists them.
+    ZKTaskListModel &taskListModel() { return m_taskListModel; }
     ZKCountdownTimer &retryTimer() { return m_retryTimer; }
     ZKSleepManager &sleepManager() { return m_sleepManager; }
     ZKSpeedLimitPanel &speedLimit() { return *m_speedLimit; }
@@ -280,6 +283,9 @@ Q_SIGNALS:
     // Loading made new speed-limit and schedule objects; the old ones are
     // gone, and whatever showed them must take the new ones.
     void speedLimitAndScheduleReplaced();
+    // The queue's progress, a moment after it changed; many changes close
+    // together are told once.
+    void figuresChanged(const ZKQueueFigures &figures);
     // The queue finished (the completion notice has been given).
     void queueCompleted();
     // Tasks that arrived together were turned away, each for the reason
@@ -324,9 +330,8 @@ private:
     void connectTask(const ZKTaskPtr &task);
     void onTaskStateChanged(ZKTask *task, const std::weak_ptr<ZKTask> &weak);
     void followUp(const std::weak_ptr<ZKTask> &task, qint32 newState);
-    void onTaskActivity(ZKTask *task, const QVariantMap &userInfo);
-    void refreshTaskProgress(ZKTask *task);
-    void sendQueueActivityNotification();
+    // Tells of the figures once the changes on their way are in.
+    void announceFigures();
     void refreshRetryTooltip();
     void refreshClearTooltip();
     void announceTexts();
@@ -336,11 +341,10 @@ private:
     // The tasks' conflict questions, shown for this queue.
     ZKTaskQuestions m_questions{this};
     ZKTaskQueue m_taskQueue;
-    // A queue notification is on its way.
-    std::atomic<bool> m_queueActivityPending{false};
+    ZKTaskListModel m_taskListModel{m_taskQueue};
+    std::atomic<bool> m_figuresPending{false};
     ZKOperationQueue m_dispatchQueue;
     ZKDataRateCalculator m_dataRateCalculator;
-    ZKProgressTracker m_progressTracker;
     std::atomic<qint32> m_state{0};
     bool m_isVerifyEnabled = false;
     qint32 m_defaultTransferMode = 0;

@@ -6,7 +6,7 @@
 #include "ZKFileResponse.h"
 #include "ZKPropertyListObject.h"
 #include "ZKReader.h"
-#include "ZKTaskObserver.h"
+#include "ZKTaskProgress.h"
 #include "ZKWriter.h"
 
 #include <QObject>
@@ -137,24 +137,15 @@ public:
     virtual qint32 preExistingFileResponse() const = 0;
     virtual void setPreExistingFileResponse(qint32 response) = 0;
 
-    // The queue the task is in; nullptr when it is in none.
-    void setObserver(ZKTaskObserver *observer) { m_observer = observer; }
-    ZKTaskObserver *observer() const { return m_observer; }
+    // The figures of progressChanged, as they are now.
+    virtual ZKTaskProgress progress() const = 0;
 
-protected:
-    // On the main thread, after a change of the state, the byte counts or
-    // the verify switch and before its signal.
-    void notifyObserver() {
-        if (ZKTaskObserver *observer = m_observer.load()) {
-            observer->taskDidChange(*this);
-        }
-    }
-
-private:
-    std::atomic<ZKTaskObserver *> m_observer{nullptr};
-
-public:
 Q_SIGNALS:
+    // Main thread. Whatever the queue sums (the state, the byte counts, the
+    // verify switch) changed: the queue's figures follow this signal.
+    void progressChanged(const ZKTaskProgress &progress);
+    // Main thread: bytes moved in so many seconds, as the step reported them.
+    void activity(quint64 bytes, double seconds);
     void stateChanged();
     void sourceChanged();
     void destinationChanged();

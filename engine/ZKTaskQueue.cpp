@@ -46,9 +46,7 @@ void ZKTaskQueue::adopt(const ZKTaskPtr &task) {
     Entry &entry = m_entries[task.get()];
     entry.task = task;
     entry.state = task->state();
-    entry.progressBytes = task->progressBytes();
-    entry.totalBytes = task->totalBytes();
-    entry.remainingWorkBytes = task->remainingWorkBytes();
+    entry.progress = task->progress();
     account(entry, +1);
 }
 
@@ -64,17 +62,35 @@ void ZKTaskQueue::forget(ZKTask *task) {
     m_entries.erase(found);
 }
 
-// Adds (+1) or takes away (-1) the entry's bytes from the sums.
-void ZKTaskQueue::account(Entry &entry, int sign) {
-    const quint64 remaining = entry.state == S::Suspended ? 0 : entry.remainingWorkBytes;
+// Adds (+1) or takes away (-1) the entry's figures from the sums.
+void ZKTaskQueue::account(const Entry &entry, int sign) {
+    const ZKTaskProgress &p = entry.progress;
+    const quint64 files = std::max<quint64>(p.filesTotal, 1);
+    Sums counted;
+    switch (entry.state) {
+    case S::PendingPreparation:
+    case S::Preparing:
+    case S::PendingProcessing:
+    case S::Processing:
+    case S::PendingVerification:
+    case S::Verifying:
+        counted = {std::min(p.progressBytes, p.totalBytes), p.totalBytes, p.remainingWorkBytes,
+                   p.filesTotal > 1 ? std::min(p.filesDone, files) : 0, files};
+        break;
+    case S::Completed:
+    case S::Failed:
+        counted = {p.totalBytes, p.totalBytes, 0, files, files};
+        break;
+    case S::PendingRemoval:
+        counted = {0, 0, p.remainingWorkBytes, 0, 0};
+        break;
+    default:
+        break;
+    }
     if (sign > 0) {
-        m_progressBytes += entry.progressBytes;
-        m_totalBytes += entry.totalBytes;
-        m_remainingWorkBytes += remaining;
+        m_sums += counted;
     } else {
-        m_progressBytes -= entry.progressBytes;
-        m_totalBytes -= entry.totalBytes;
-        m_remainingWorkBytes -= remaining;
+        m_sums -= counted;
     }
 }
 
@@ -127,32 +143,46 @@ qsizetype ZKTaskQueue::countInStates(std::initializer_list<qint32> states) const
 }
 
 void ZKTaskQueue::startFollowing(ZKTask *task) {
-    task->setObserver(this);
+    // The queue hears of a change before anyone else who follows the task:
+    // it connects first, when the task joins.
+    connect(task, &ZKTask::stateChanged, this, [this, task] { taskDidChange(*task); });
+    connect(task, &ZKTask::progressChanged, this, [this, task] { taskDidChange(*task); });
+    connect(task, &ZKTask::activity, this, [this, task](quint64 bytes, double seconds) {
+        if (const ZKTaskPtr held = taskWithAddress(task)) {
+            Q_EMIT taskActivity(held, bytes, seconds);
+        }
+    });
 }
 
 void ZKTaskQueue::stopFollowing(ZKTask *task) {
-    if (task->observer() == this) {
-        task->setObserver(nullptr);
-    }
+    disconnect(task, nullptr, this, nullptr);
 }
 
 void ZKTaskQueue::taskDidChange(ZKTask &task) {
     ZKTaskPtr changed;
-    if (refreshEntry(&task, &changed)) {
+    ZKTaskPtr held;
+    if (refreshEntry(&task, &changed, &held)) {
         prepareToRun(task);
     }
     if (changed) {
         Q_EMIT taskStateChanged(changed);
     }
+    if (held) {
+        Q_EMIT taskChanged(held);
+        Q_EMIT figuresChanged();
+    }
 }
 
-bool ZKTaskQueue::refreshEntry(ZKTask *task, ZKTaskPtr *changed) {
+bool ZKTaskQueue::refreshEntry(ZKTask *task, ZKTaskPtr *changed, ZKTaskPtr *held) {
+    // Read before the lock: the task's getters take locks of their own.
+    const ZKTaskProgress progress = task->progress();
     std::lock_guard locker(m_lock);
     const auto found = m_entries.find(task);
     if (found == m_entries.end()) {
         return false; // taken out while the change was on its way
     }
     Entry &entry = found.value();
+    *held = entry.task;
     // The task is held by the entry, and its getters only read.
     const qint32 state = task->state();
     bool started = false;
@@ -168,9 +198,7 @@ bool ZKTaskQueue::refreshEntry(ZKTask *task, ZKTaskPtr *changed) {
         entry.state = state;
         *changed = entry.task;
     }
-    entry.progressBytes = task->progressBytes();
-    entry.totalBytes = task->totalBytes();
-    entry.remainingWorkBytes = task->remainingWorkBytes();
+    entry.progress = progress;
     account(entry, +1);
     return started;
 }
@@ -437,22 +465,72 @@ qsizetype ZKTaskQueue::failedCount() const {
 
 quint64 ZKTaskQueue::progressBytes() const {
     std::shared_lock locker(m_lock);
-    return m_progressBytes;
+    return m_sums.progressBytes;
 }
 
 quint64 ZKTaskQueue::totalBytes() const {
     std::shared_lock locker(m_lock);
-    return m_totalBytes;
+    return m_sums.totalBytes;
 }
 
 quint64 ZKTaskQueue::remainingBytes() const {
     std::shared_lock locker(m_lock);
-    return m_progressBytes > m_totalBytes ? 0 : m_totalBytes - m_progressBytes;
+    return m_sums.remainingBytes;
+}
+
+ZKQueueFigures ZKTaskQueue::figures(qint32 queueState) const {
+    ZKQueueFigures f;
+    ZKTaskPtr running;
+    {
+        std::shared_lock locker(m_lock);
+        f.progressBytes = m_sums.progressBytes;
+        f.totalBytes = m_sums.totalBytes;
+        f.remainingBytes = m_sums.remainingBytes;
+        f.filesDone = m_sums.filesDone;
+        f.filesTotal = m_sums.filesTotal;
+        f.taskCount = m_tasks.size() + m_removedCompleted;
+        f.completedCount = qsizetype(m_byState[S::Completed].size()) + m_removedCompleted;
+        f.failedCount = qsizetype(m_byState[S::Failed].size());
+        const auto first = [this](qint32 state) {
+            return m_byState[state].empty() ? nullptr : m_byState[state].begin()->second;
+        };
+        ZKTask *processing = first(S::Processing);
+        ZKTask *verifying = first(S::Verifying);
+        ZKTask *moving = !verifying    ? processing
+                         : !processing ? verifying
+                         : m_entries.value(processing).key < m_entries.value(verifying).key
+                             ? processing
+                             : verifying;
+        if (moving) {
+            running = m_entries.value(moving).task;
+            f.dataRate = m_dataRate.value_or(0);
+        }
+        f.isFinished = !m_tasks.isEmpty() && countUnfinished() == 0;
+    }
+    f.state = queueState;
+    if (running) {
+        f.currentFile = running->progress().currentFile;
+    }
+    // Time left is of a queue that moves bytes now.
+    if (queueState == 0 && f.dataRate >= 0.1) {
+        f.timeRemaining = double(f.remainingBytes) / f.dataRate;
+    }
+    return f;
 }
 
 bool ZKTaskQueue::allTasksCompleted() const {
-    return countInStates({S::PendingPreparation, S::Preparing, S::PendingProcessing, S::Processing,
-                          S::PendingVerification, S::Verifying, S::Cancelling}) == 0;
+    std::shared_lock locker(m_lock);
+    return countUnfinished() == 0;
+}
+
+qsizetype ZKTaskQueue::countUnfinished() const {
+    qsizetype count = 0;
+    for (const qint32 state :
+         {S::PendingPreparation, S::Preparing, S::PendingProcessing, S::Processing,
+          S::PendingVerification, S::Verifying, S::Cancelling}) {
+        count += qsizetype(m_byState[state].size());
+    }
+    return count;
 }
 
 ZKTaskPtr ZKTaskQueue::currentTask() const {
@@ -504,6 +582,7 @@ void ZKTaskQueue::flushRemovedTasks() {
         removed.swap(m_removedTasks);
         m_removedCompleted = 0;
     }
+    Q_EMIT figuresChanged(); // the completed ones let go stop counting
     // The tasks are let go here, outside the lock: a task pauses itself when
     // it is destroyed.
 }
@@ -519,6 +598,7 @@ void ZKTaskQueue::setDataRate(double bytesPerSecond) {
         std::lock_guard locker(m_lock);
         m_dataRate = bytesPerSecond;
     }
+    Q_EMIT figuresChanged();
     for (const auto &task : runningTasks()) {
         task->setDataRate(bytesPerSecond);
     }
@@ -581,29 +661,19 @@ void ZKTaskQueue::copyTasks(const ZKIndexList &indexes, ZKPasteboard &pasteboard
     pasteboard.addItems(items);
 }
 
-QString ZKTaskQueue::description() const {
-    qint64 total = 0;
-    qint64 completed = 0;
-    qint64 failed = 0;
-    double time = 0;
-    {
-        std::shared_lock locker(m_lock);
-        total = m_tasks.size() + m_removedCompleted;
-        completed = qint64(m_byState[S::Completed].size()) + m_removedCompleted;
-        failed = qint64(m_byState[S::Failed].size());
-        // Every task goes at the queue's rate, so the time left is the work
-        // left at that rate.
-        const double rate = m_dataRate.value_or(0);
-        if (rate >= 0.1) {
-            time = double(m_remainingWorkBytes) / rate;
-        }
+QString ZKTaskQueue::description(qint32 queueState) const {
+    return describe(figures(queueState));
+}
+
+QString ZKTaskQueue::describe(const ZKQueueFigures &figures) {
+    QString text =
+        QStringLiteral("%1 of %2 complete").arg(figures.completedCount).arg(figures.taskCount);
+    if (figures.failedCount != 0) {
+        text = QStringLiteral("%1, %2 failed").arg(text).arg(figures.failedCount);
     }
-    QString text = QStringLiteral("%1 of %2 complete").arg(completed).arg(total);
-    if (failed != 0) {
-        text = QStringLiteral("%1, %2 failed").arg(text).arg(failed);
-    }
-    if (time > 0) {
-        text = QStringLiteral("%1 - %2").arg(text, ZKTimeFormatter::formatTime(time));
+    if (figures.timeRemaining > 0) {
+        text =
+            QStringLiteral("%1 - %2").arg(text, ZKTimeFormatter::formatTime(figures.timeRemaining));
     }
     return text;
 }

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "ZKQueueFigures.h"
 #include "ZKTask.h"
 
 #include <QList>
@@ -29,7 +30,7 @@ using ZKIndexList = QList<qsizetype>; // ascending, without repeats
 // one of them changes state: it follows its tasks' states and byte counts as
 // they change (on the main thread, where tasks change), so the questions of
 // the running queue and its sums take no walk over the tasks.
-class ZKTaskQueue : public QObject, private ZKTaskObserver {
+class ZKTaskQueue : public QObject {
     Q_OBJECT
 
 public:
@@ -92,8 +93,12 @@ public:
     void copyUrlsToPasteboard(ZKPasteboard &pasteboard) const;
     void copyTasks(const ZKIndexList &indexes, ZKPasteboard &pasteboard) const;
 
+    // The queue's progress, as every front end shows it, for a queue in
+    // the given state (a paused one has no time left).
+    ZKQueueFigures figures(qint32 queueState) const;
     // "n of m complete", the failures and the time left.
-    QString description() const;
+    QString description(qint32 queueState = 0) const;
+    static QString describe(const ZKQueueFigures &figures);
     void waitForOperationsToComplete();
 
 Q_SIGNALS:
@@ -111,6 +116,12 @@ Q_SIGNALS:
     // A task of this queue changed its state (on the main thread); one
     // connection here serves every task.
     void taskStateChanged(const ZKTaskPtr &task);
+    // Anything a row shows of the task may have changed (main thread).
+    void taskChanged(const ZKTaskPtr &task);
+    // A task's step moved bytes in so many seconds (main thread).
+    void taskActivity(const ZKTaskPtr &task, quint64 bytes, double seconds);
+    // The figures may have changed; ask figures().
+    void figuresChanged();
 
 private:
     static constexpr int stateCount = 13;
@@ -121,9 +132,31 @@ private:
         ZKTaskPtr task;
         qint64 key = 0;
         qint32 state = -1;
+        ZKTaskProgress progress;
+    };
+    // What the tasks add to the queue's figures, by their states.
+    struct Sums {
         quint64 progressBytes = 0;
         quint64 totalBytes = 0;
-        quint64 remainingWorkBytes = 0;
+        quint64 remainingBytes = 0;
+        quint64 filesDone = 0;
+        quint64 filesTotal = 0;
+        Sums &operator+=(const Sums &o) {
+            progressBytes += o.progressBytes;
+            totalBytes += o.totalBytes;
+            remainingBytes += o.remainingBytes;
+            filesDone += o.filesDone;
+            filesTotal += o.filesTotal;
+            return *this;
+        }
+        Sums &operator-=(const Sums &o) {
+            progressBytes -= o.progressBytes;
+            totalBytes -= o.totalBytes;
+            remainingBytes -= o.remainingBytes;
+            filesDone -= o.filesDone;
+            filesTotal -= o.filesTotal;
+            return *this;
+        }
     };
     using StateSet = std::set<std::pair<qint64, ZKTask *>>;
 
@@ -131,16 +164,17 @@ private:
     void adopt(const ZKTaskPtr &task);
     void forget(ZKTask *task);
     void renumber();
-    void account(Entry &entry, int sign);
+    void account(const Entry &entry, int sign);
+    qsizetype countUnfinished() const;
     ZKTaskPtr firstInStates(std::initializer_list<qint32> states) const;
     QList<ZKTaskPtr> tasksInStates(std::initializer_list<qint32> states) const;
     qsizetype countInStates(std::initializer_list<qint32> states) const;
     // The tasks with a step running, which the rate and the limit reach.
     QList<ZKTaskPtr> runningTasks() const;
     // On the main thread, when a task says it changed.
-    void taskDidChange(ZKTask &task) override;
+    void taskDidChange(ZKTask &task);
     // Answers the task when its state changed and it starts to run.
-    bool refreshEntry(ZKTask *task, ZKTaskPtr *changed);
+    bool refreshEntry(ZKTask *task, ZKTaskPtr *changed, ZKTaskPtr *held);
     void startFollowing(ZKTask *task);
     void stopFollowing(ZKTask *task);
 
@@ -154,10 +188,7 @@ private:
     QHash<const ZKTask *, Entry> m_entries;
     std::array<StateSet, stateCount> m_byState;
     qint64 m_lastKey = 0;
-    quint64 m_progressBytes = 0;
-    quint64 m_totalBytes = 0;
-    // Of the tasks that are not suspended: the time left follows from it.
-    quint64 m_remainingWorkBytes = 0;
+    Sums m_sums;
     // Absent until told: tasks keep what they were made or loaded with.
     std::optional<double> m_dataRate;
     std::optional<quint64> m_maximumTransferRate;

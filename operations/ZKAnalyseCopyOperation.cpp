@@ -316,6 +316,7 @@ bool ZKAnalyseCopyOperation::isDelivered() {
     if (size) {
         m_totalBytes = *size;
         m_bytesAlreadyCopied = *size;
+        m_fileCount = m_filesAlreadyCopied = 1;
         m_isPartialCopy = *size != 0;
     }
     return size.has_value();
@@ -352,6 +353,7 @@ void ZKAnalyseCopyOperation::analyseCopyFrom(ZKReader &source, ZKReader &copy) {
 
 void ZKAnalyseCopyOperation::analyseFileCopyFrom(ZKReader &source, ZKReader &copy) {
     m_totalBytes = source.size();
+    m_fileCount = 1;
     if (copy.exists() && !analyseExistingFile(source, copy)) {
         return;
     }
@@ -397,6 +399,7 @@ bool ZKAnalyseCopyOperation::analyseExistingFile(ZKReader &source, ZKReader &cop
         if (isOwnWork(copy.url()) || holdsSource(source, copy)) {
             if (copy.size() == source.size()) {
                 m_bytesAlreadyCopied = copy.size();
+                m_filesAlreadyCopied = 1;
                 adopt(copy.url());
                 return false;
             }
@@ -532,6 +535,7 @@ ZKEnumerationResult ZKAnalyseCopyOperation::analyseItem(const ZKFileInfo &item,
     }
 
     m_totalBytes += item.size;
+    m_fileCount += item.directory ? 0 : 1;
     const auto existing = destinationIndex.constFind(name);
     if (existing != destinationIndex.cend()) {
         if (existing->symbolicLink) {
@@ -567,7 +571,7 @@ ZKEnumerationResult ZKAnalyseCopyOperation::analyseLinkInTheWay(const ZKFileInfo
         m_mutableReplacedUrls.insert(existingUrl);
         return ZKEnumerationResultContinue;
     case ZKFileResponseSkip:
-        takeOffTotal(item.size);
+        takeOffTotal(item.size, !item.directory);
         skip(item.url);
         return ZKEnumerationResultSkip;
     default:
@@ -584,6 +588,7 @@ ZKEnumerationResult ZKAnalyseCopyOperation::analyseExistingItem(const ZKFileInfo
     const QUrl existingUrl = standardizedUrl(existing.url);
     if (!item.directory) {
         if (existing.size == 0 && item.size == 0) {
+            m_filesAlreadyCopied += item.directory ? 0 : 1;
             adopt(existingUrl);
             return ZKEnumerationResultSkip; // the same nothing
         }
@@ -596,6 +601,7 @@ ZKEnumerationResult ZKAnalyseCopyOperation::analyseExistingItem(const ZKFileInfo
             (existing.size == item.size && holdsSource(item, existing))) {
             if (existing.size == item.size) {
                 m_bytesAlreadyCopied += existing.size;
+                ++m_filesAlreadyCopied;
                 adopt(existingUrl);
                 return ZKEnumerationResultSkip;
             }
@@ -621,7 +627,7 @@ ZKEnumerationResult ZKAnalyseCopyOperation::analyseExistingItem(const ZKFileInfo
         default:
             // Skip, or an answer nobody knows: what is there is left as it
             // is, and so is the source.
-            takeOffTotal(item.size);
+            takeOffTotal(item.size, !item.directory);
             skip(item.url);
             return ZKEnumerationResultSkip;
         }
@@ -629,7 +635,7 @@ ZKEnumerationResult ZKAnalyseCopyOperation::analyseExistingItem(const ZKFileInfo
 
     if (!existing.writable) {
         if (m_unwritableFileHandler && m_unwritableFileHandler(item) == ZKFileResponseSkip) {
-            takeOffTotal(item.size);
+            takeOffTotal(item.size, !item.directory);
             skip(item.url);
             return ZKEnumerationResultSkip;
         }

@@ -60,6 +60,10 @@ public:
     quint64 totalBytes() const { return m_totalBytes; }
     // Bytes already at the destination and counted as done.
     quint64 bytesAlreadyCopied() const { return m_bytesAlreadyCopied; }
+    // The files of the tree to be there when the task is done, and those of
+    // them that already are.
+    quint64 fileCount() const { return m_fileCount; }
+    quint64 filesAlreadyCopied() const { return m_filesAlreadyCopied; }
     bool isPartialCopy() const { return m_isPartialCopy; }
     const QSet<QUrl> &mutableSkippedUrls() const { return m_mutableSkippedUrls; }
     const QSet<QUrl> &mutableReplacedUrls() const { return m_mutableReplacedUrls; }
@@ -133,7 +137,10 @@ private:
     bool holdsSource(const ZKFileInfo &item, const ZKFileInfo &existing);
     bool linkIsLeftAlone(bool isLink) const;
     void skip(const QUrl &url) { m_mutableSkippedUrls.insert(standardizedUrl(url)); }
-    void takeOffTotal(quint64 size) { m_totalBytes -= std::min(m_totalBytes, size); }
+    void takeOffTotal(quint64 size, bool file = true) {
+        m_totalBytes -= std::min(m_totalBytes, size);
+        m_fileCount -= file && m_fileCount != 0 ? 1 : 0;
+    }
 
     ZKReaderPtr m_destinationFolderReader;
     ZKReaderPtr m_destinationReader;
@@ -146,6 +153,8 @@ private:
     bool m_isDirectory = false;
     quint64 m_totalBytes = 0;
     quint64 m_bytesAlreadyCopied = 0;
+    quint64 m_fileCount = 0;
+    quint64 m_filesAlreadyCopied = 0;
     bool m_isPartialCopy = false;
     bool m_hasUnfinishedFiles = false;
     QSet<QUrl> m_mutableSkippedUrls;

@@ -233,6 +233,7 @@ void ZKCopyOperation::copyFileFrom(ZKReader &reader, ZKWriter &folder) {
     m_topLevel = false;
     clearError();
     const QString name = reader.filename();
+    beginFile(name);
     if (single && holdsWholeCopy(reader, folder, name)) {
         // Named by an earlier run after its queue last noted where it was.
         m_bytesCopied = std::max(m_bytesCopied.load(), reader.size());
@@ -305,6 +306,9 @@ void ZKCopyOperation::copyFileFrom(ZKReader &reader, ZKWriter &folder) {
     }
     if (!isCancelled() && !hasError() && m_givesRealNames && partName != name) {
         giveRealName(folder, partName, name);
+    }
+    if (!isCancelled() && !hasError()) {
+        endFile();
     }
 }
 

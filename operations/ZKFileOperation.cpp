@@ -3,8 +3,6 @@
 #include "ZKFileOperation.h"
 
 #include "ZKLogging.h"
-#include "ZKNotificationCenter.h"
-#include "ZKNotificationNames.h"
 #include "ZKPartialFile.h"
 
 #include <QFileInfo>
@@ -203,14 +201,10 @@ void ZKFileOperation::takeError(const ZKOptionalError &error, const ZKError &fal
 
 void ZKFileOperation::postActivity(quint64 bytes, quint64 totalBytes, double timePassed,
                                    double totalTimePassed) {
-    const QVariantMap userInfo{
-        {ZKNotificationNames::bytesKey, QVariant::fromValue(bytes)},
-        {ZKNotificationNames::totalBytesKey, QVariant::fromValue(totalBytes)},
-        {ZKNotificationNames::timePassedKey, timePassed},
-        {ZKNotificationNames::totalTimePassedKey, totalTimePassed},
-    };
-    ZKNotificationCenter::defaultCenter().post(ZKNotificationNames::operationActivity,
-                                               static_cast<const ZKOperation *>(this), userInfo);
+    if (m_activityHandler) {
+        m_activityHandler(
+            {bytes, totalBytes, timePassed, totalTimePassed, m_currentFile, m_filesDone});
+    }
 }
 
 bool ZKFileOperation::isChildOf(const QUrl &child, const QUrl &folder) {

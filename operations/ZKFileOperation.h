@@ -4,6 +4,7 @@
 
 #include "ZKError.h"
 #include "ZKOperation.h"
+#include "ZKOperationActivity.h"
 #include "ZKReader.h"
 #include "ZKTransferThrottle.h"
 #include "ZKWriter.h"
@@ -38,6 +39,8 @@ public:
 
     double minimumTimeBetweenNotifications() const { return m_minimumTimeBetweenNotifications; }
     void setMinimumTimeBetweenNotifications(double seconds);
+    // Set before the operation is queued.
+    void setActivityHandler(ZKActivityHandler handler) { m_activityHandler = std::move(handler); }
 
     // Bytes per second; 0 means unlimited. Safe to call from any thread.
     quint64 maximumTransferRate() const { return m_maximumTransferRate.load(); }
@@ -139,8 +142,11 @@ protected:
     };
     bool matchesSkipPattern(const QUrl &url) const;
 
-    // Posts the operation's activity notification with its four entries.
+    // Tells the task what moved, with the file on its way and the files done.
     void postActivity(quint64 bytes, quint64 totalBytes, double timePassed, double totalTimePassed);
+    // The file whose bytes the next reports count; a finished one is counted.
+    void beginFile(const QString &name) { m_currentFile = name; }
+    void endFile() { ++m_filesDone; }
 
     // Paces a block of length bytes just moved at rate (0: unlimited)
     // through the shared throttle.
@@ -154,6 +160,9 @@ protected:
 
 private:
     double m_minimumTimeBetweenNotifications = 0;
+    ZKActivityHandler m_activityHandler;
+    QString m_currentFile;
+    quint64 m_filesDone = 0;
     std::atomic<quint64> m_maximumTransferRate{0};
     std::shared_ptr<ZKTransferThrottle> m_throttle = std::make_shared<ZKTransferThrottle>();
     ZKOptionalError m_error;

@@ -187,10 +187,12 @@ void ZKVerifyFileOperation::report() {
 
 void ZKVerifyFileOperation::verifyFile(ZKReader &source, ZKReader &copy) {
     clearError();
+    beginFile(source.filename());
     const quint64 size = source.size();
     const quint64 skipped = std::min(m_offsetLeft, size);
     m_offsetLeft -= skipped;
     if (size != 0 && skipped == size) {
+        endFile();
         return; // compared in full by an earlier run
     }
     // A source of zero bytes is not size-checked.
@@ -238,5 +240,8 @@ void ZKVerifyFileOperation::verifyFile(ZKReader &source, ZKReader &copy) {
             report();
         }
         since = Clock::now();
+    }
+    if (!isCancelled() && !hasError()) {
+        endFile();
     }
 }

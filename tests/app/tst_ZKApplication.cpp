@@ -6,9 +6,7 @@
 #include "ZKFerrowickDocument.h"
 #include "ZKFileSystemWriter.h"
 #include "ZKMessageBoxPresenter.h"
-#include "ZKNotificationCenter.h"
 #include "ZKNotificationManager.h"
-#include "ZKNotificationNames.h"
 #include "ZKPreferences.h"
 #include "ZKProgressDockTile.h"
 #include "ZKPropertyListSerialization.h"
@@ -253,10 +251,11 @@ void TestZKApplication::dockFollowsRunningQueues() {
     ZKProgressTracker &tracker = m_delegate->progressTracker();
     ZKProgressDockTile &tile = m_delegate->dockTile();
     auto report = [](ZKFerrowickDocument *document, qint32 state, quint64 bytes, quint64 total) {
-        ZKNotificationCenter::defaultCenter().post(ZKNotificationNames::queueActivity, document,
-                                                   {{ZKNotificationNames::stateKey, state},
-                                                    {ZKNotificationNames::bytesKey, bytes},
-                                                    {ZKNotificationNames::totalBytesKey, total}});
+        ZKQueueFigures figures;
+        figures.state = state;
+        figures.progressBytes = bytes;
+        figures.totalBytes = total;
+        Q_EMIT document->figuresChanged(figures);
     };
 
     report(a, ZKQueueState::Running, 100, 400);
@@ -399,6 +398,23 @@ void TestZKApplication::scriptsDriveAQueue() {
                  &output, &error),
         qUtf8Printable(error));
     QCOMPARE(output, QStringLiteral("(uint64 200000, uint64 200000, 'Running', true)"));
+    // The figures and the row the window shows, as a script reads them.
+    QVERIFY2(
+        runGdbus({QStringLiteral("com.velmarind.Ferrowick.Queue.GetStatus"), QString::number(id)},
+                 &output, &error),
+        qUtf8Printable(error));
+    for (const char *entry : {"'files-done': <uint64 1>", "'tasks-completed': <int64 1>",
+                              "'rate': <0.0>", "'summary': <'1 of 1 complete'>"}) {
+        QVERIFY2(output.contains(QLatin1String(entry)), qUtf8Printable(output));
+    }
+    QVERIFY2(
+        runGdbus({QStringLiteral("com.velmarind.Ferrowick.Queue.GetTasks"), QString::number(id)},
+                 &output, &error),
+        qUtf8Printable(error));
+    for (const char *entry : {"'title': <'Copied \"folder\" to \"out\"'>", "'state': <'Completed'>",
+                              "'detail': <'195.3 KB of 195.3 KB - done'>"}) {
+        QVERIFY2(output.contains(QLatin1String(entry)), qUtf8Printable(output));
+    }
     monitor.kill();
     monitor.waitForFinished(3000);
 }

@@ -60,6 +60,7 @@ private Q_SLOTS:
     void savedRemovingTaskStaysRemoving();
     void texts_data();
     void texts();
+    void runningFolderTellsItsFilesAndRate();
 
 private:
     QString path(const QString &name) const { return QDir(m_dir->path()).filePath(name); }
@@ -350,10 +351,11 @@ void TestZKCopyTask::moveLeavesWhatCannotBeCopiedInItsFolder() {
 }
 
 void TestZKCopyTask::cancelAsksAboutPartialFile_data() {
-    QTest::addColumn<int>("button");
+    QTest::addColumn<int>("button"); // none: the task goes while it asks
     QTest::addColumn<bool>("partialKept");
     QTest::newRow("Delete") << 0 << false;
     QTest::newRow("Keep") << 1 << true;
+    QTest::newRow("let go unanswered") << -1 << true;
 }
 
 void TestZKCopyTask::cancelAsksAboutPartialFile() {
@@ -368,8 +370,15 @@ void TestZKCopyTask::cancelAsksAboutPartialFile() {
     task->start();
     QTRY_VERIFY_WITH_TIMEOUT(task->bytesCopied() > 0, 10000);
     m_presenter.setAnswer({button, false});
+    m_presenter.setHolding(button < 0);
     task->cancel();
-    QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Cancelled, 10000);
+    if (button < 0) {
+        QTRY_COMPARE_WITH_TIMEOUT(m_presenter.heldCount(), 1, 10000);
+        task.reset(); // on the main thread, while its worker waits
+        QTRY_COMPARE(m_presenter.cancelledCount(), 1);
+    } else {
+        QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Cancelled, 10000);
+    }
     QCOMPARE(m_presenter.questions().size(), 1);
     const QString partial = ZKTestSupport::partialPath(path("out"), "src");
     QVERIFY(m_presenter.messages()[0].endsWith(partial + "'?"));
@@ -422,7 +431,10 @@ void TestZKCopyTask::texts_data() {
     row("waiting", S::PendingPreparation, copy, "Copy \"src\" to \"out\"", "Waiting");
     row("moving", S::Processing, move, "Moving \"src\" to \"out\"", "512 bytes of 2.0 KB");
     row("verify", S::PendingVerification, move, "Verify \"src\"", "512 bytes of 2.0 KB");
-    row("done", S::Completed, copy, "Copied \"src\" to \"out\"", "512 bytes of 2.0 KB - done");
+    // After a resume the last run counted only its own part: done is whole.
+    row("done", S::Completed, copy, "Copied \"src\" to \"out\"", "2.0 KB of 2.0 KB - done");
+    // The queue's rate would give it a time; a row that rests has none.
+    row("paused", S::PendingProcessing, copy, "Copy \"src\" to \"out\"", "512 bytes of 2.0 KB");
     row("removing", S::Removing, move, "Move \"src\" to \"out\"", "Removing...");
     row("cancelled", S::Cancelled, copy, "Copy \"src\" to \"out\"", "Cancelled");
 }
@@ -439,9 +451,45 @@ void TestZKCopyTask::texts() {
     task->setTotalBytes(2048);
     task->setProgressBytes(512);
     task->setState(state);
+    if (state == S::PendingProcessing) {
+        task->setDataRate(100);
+    }
     task->refresh();
     QTRY_COMPARE(task->description(), description);
     QTRY_COMPARE(task->detail(), detail);
+}
+
+void TestZKCopyTask::runningFolderTellsItsFilesAndRate() {
+    QVERIFY(QDir().mkpath(path("d")));
+    for (const char *name : {"a", "b", "c", "e"}) {
+        QVERIFY(writeFile(path("d/") + QLatin1String(name), randomBytes(100000, 7)));
+    }
+    auto task = makeTask("d");
+    task->setMinimumTimeBetweenNotifications(0.05);
+    step(*task); // analyse
+    QCOMPARE(task->progress().filesTotal, quint64(4));
+    task->setMaximumTransferRate(200000);
+    task->start();
+    QVERIFY2(QTest::qWaitFor(
+                 [&] {
+                     const ZKTaskProgress p = task->progress();
+                     return p.filesDone >= 1 && !p.currentFile.isEmpty() && p.dataRate > 0 &&
+                            task->detail().contains(QStringLiteral("of 4 files)"));
+                 },
+                 10000),
+             qUtf8Printable(task->detail()));
+    QVERIFY2(task->detail().contains(QStringLiteral("/s")), qUtf8Printable(task->detail()));
+    task->pause();
+    QTRY_COMPARE(task->state(), S::PendingProcessing);
+    task->refresh();
+    // A resting row says how far it got, not how fast or how long.
+    QTRY_VERIFY2(!task->detail().contains(QStringLiteral(" - ")), qUtf8Printable(task->detail()));
+    QCOMPARE(task->progress().dataRate, 0.0);
+    task->setMaximumTransferRate(0);
+    runToEnd(*task);
+    QCOMPARE(task->state(), S::Completed);
+    QCOMPARE(task->progress().filesTotal, quint64(4));
+    QCOMPARE(task->detail(), QStringLiteral("390.6 KB of 390.6 KB - done"));
 }
 
 void TestZKCopyTask::moveFinishedAfterItsLastSave_data() {

@@ -45,7 +45,8 @@ private Q_SLOTS:
     void selection_data();
     void selection();
     void summaryCountsRemovedCompletedTasks();
-    void remainingBytesNeverNegative();
+    void figures_data();
+    void figures();
     void sortsByProperty();
     void copiesTasksToPasteboard();
     void indexedSignalsTellWhatChanged_data();
@@ -283,6 +284,7 @@ struct Answers {
         answers.next = first({S::PendingProcessing, S::PendingVerification, S::PendingRemoval});
         qsizetype completed = removedCompleted;
         quint64 work = 0;
+        bool moving = false;
         for (const auto &task : tasks) {
             answers.allCompleted =
                 answers.allCompleted &&
@@ -290,20 +292,29 @@ struct Answers {
                              S::Processing, S::PendingVerification, S::Verifying, S::Cancelling});
             answers.failed += task->state() == S::Failed;
             completed += task->state() == S::Completed;
-            answers.progress += task->progressBytes();
-            answers.total += task->totalBytes();
-            work += task->state() == S::Suspended ? 0 : task->remainingWorkBytes();
+            // Waiting and running tasks with their bytes, ended ones whole.
+            if (task->state() <= S::Verifying) {
+                answers.progress += std::min(task->progressBytes(), task->totalBytes());
+                answers.total += task->totalBytes();
+            } else if (isIn(task, {S::Completed, S::Failed})) {
+                answers.progress += task->totalBytes();
+                answers.total += task->totalBytes();
+            }
+            if (task->state() <= S::PendingRemoval) {
+                work += task->remainingWorkBytes();
+            }
+            moving = moving || isIn(task, {S::Processing, S::Verifying});
             answers.runningResumable =
                 answers.runningResumable ||
                 (isIn(task, {S::Processing, S::Verifying, S::Removing}) && task->isResumable());
         }
-        answers.remaining = answers.progress > answers.total ? 0 : answers.total - answers.progress;
+        answers.remaining = work;
         answers.description =
             QStringLiteral("%1 of %2 complete").arg(completed).arg(tasks.size() + removedCompleted);
         if (answers.failed != 0) {
             answers.description += QStringLiteral(", %1 failed").arg(answers.failed);
         }
-        if (rate >= 0.1 && work != 0) {
+        if (moving && rate >= 0.1 && work != 0) {
             answers.description +=
                 QStringLiteral(" - ") + ZKTimeFormatter::formatTime(double(work) / rate);
         }
@@ -467,14 +478,59 @@ void TestZKTaskQueue::summaryCountsRemovedCompletedTasks() {
     QCOMPARE(queue.description(), QStringLiteral("0 of 1 complete, 1 failed"));
 }
 
-void TestZKTaskQueue::remainingBytesNeverNegative() {
+void TestZKTaskQueue::figures_data() {
+    // Each task: "state progress total".
+    QTest::addColumn<QStringList>("tasks");
+    QTest::addColumn<qint32>("queueState");
+    QTest::addColumn<double>("rate");
+    QTest::addColumn<QString>("expected"); // done/total remaining rate time finished
+
+    QTest::newRow("a file that changed while copied counts its total")
+        << QStringList{"Completed 25 10"} << 0 << 0.0 << "10/10 0 0 0 finished";
+    QTest::newRow("a paused task counts with its bytes")
+        << QStringList{"PendingProcessing 3000000 10000000", "Completed 3000000 3000000"} << 1
+        << 500.0 << "6000000/13000000 7000000 0 0 running";
+    QTest::newRow("failed tasks count as done and leave nothing to move")
+        << QStringList{"Failed 1 2", "Failed 0 100", "Completed 5 5"} << 0 << 300.0
+        << "107/107 0 0 0 finished";
+    QTest::newRow("a running queue tells rate and time")
+        << QStringList{"Processing 100 1100", "PendingPreparation 0 0"} << 0 << 100.0
+        << "100/1100 1000 100 10 running";
+    QTest::newRow("a paused queue has no time left")
+        << QStringList{"Processing 100 1100"} << 1 << 100.0 << "100/1100 1000 100 0 running";
+    QTest::newRow("an ended queue has no rate")
+        << QStringList{"Completed 128 128", "Cancelled 0 300"} << 0 << 300.0
+        << "128/128 0 0 0 finished";
+    QTest::newRow("a verifying task moves bytes")
+        << QStringList{"Verifying 40 100"} << 0 << 10.0 << "40/100 60 10 6 running";
+    QTest::newRow("suspended and removing tasks do not count")
+        << QStringList{"Suspended 5 50", "Removing 50 50"} << 0 << 10.0 << "0/0 0 0 0 finished";
+}
+
+void TestZKTaskQueue::figures() {
+    QFETCH(QStringList, tasks);
+    QFETCH(qint32, queueState);
+    QFETCH(double, rate);
+    QFETCH(QString, expected);
     ZKTaskQueue queue;
-    auto task = makeTask("a", ZKTaskState::Completed);
-    task->setTotalBytes(10);
-    task->setProgressBytes(25);
-    queue.insertTask(task, 0);
-    QCOMPARE(queue.remainingBytes(), quint64(0));
-    QCOMPARE(queue.progressBytes(), quint64(25));
+    for (const QString &spec : tasks) {
+        const QStringList parts = spec.split(QLatin1Char(' '));
+        auto task =
+            makeTask(QStringLiteral("t%1").arg(queue.count()), ZKTaskState::parse(parts.at(0)));
+        task->setTotalBytes(parts.at(2).toULongLong());
+        task->setProgressBytes(parts.at(1).toULongLong());
+        queue.insertTask(task, queue.count());
+    }
+    queue.setDataRate(rate);
+    const ZKQueueFigures f = queue.figures(queueState);
+    const QString found = QStringLiteral("%1/%2 %3 %4 %5 %6")
+                              .arg(f.progressBytes)
+                              .arg(f.totalBytes)
+                              .arg(f.remainingBytes)
+                              .arg(f.dataRate)
+                              .arg(f.timeRemaining)
+                              .arg(f.isFinished ? "finished" : "running");
+    QVERIFY2(found == expected, qUtf8Printable(found));
 }
 
 void TestZKTaskQueue::sortsByProperty() {

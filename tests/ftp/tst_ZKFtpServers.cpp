@@ -9,8 +9,6 @@
 #include "ZKFtpReader.h"
 #include "ZKFtpServers.h"
 #include "ZKFtpWriter.h"
-#include "ZKNotificationCenter.h"
-#include "ZKNotificationNames.h"
 #include "ZKPartialFile.h"
 #include "ZKPreferences.h"
 #include "ZKPropertyListParser.h"
@@ -387,13 +385,9 @@ private Q_SLOTS:
             QVERIFY2(kept > 0 && kept < content.size(), qPrintable(QString::number(kept)));
 
             ZKCopyOperation resume(reader, destination(), quint64(kept));
-            QObject context;
             std::atomic<quint64> written{0};
-            ZKNotificationCenter::defaultCenter().addObserver(
-                ZKNotificationNames::operationActivity, nullptr, &context,
-                [&written](const ZKNotification &note) {
-                    written = note.userInfo.value(ZKNotificationNames::totalBytesKey).toULongLong();
-                });
+            resume.setActivityHandler(
+                [&written](const ZKOperationActivity &report) { written = report.totalBytes; });
             resume.start();
             QVERIFY2(!resume.error(), qPrintable(describe(resume.error())));
             QCOMPARE(written.load(), quint64(content.size() - kept));

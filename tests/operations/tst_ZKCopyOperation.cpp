@@ -4,8 +4,6 @@
 #include "ZKCopyOperation.h"
 #include "ZKFileSystemReader.h"
 #include "ZKFileSystemWriter.h"
-#include "ZKNotificationCenter.h"
-#include "ZKNotificationNames.h"
 #include "ZKRemoveSourceOperation.h"
 #include "ZKTestSupport.h"
 
@@ -49,18 +47,15 @@ quint64 bytesReadSoFar() {
     return io.mid(at, io.indexOf('\n', at) - at).toULongLong();
 }
 
-// The "bytes" entries of every activity notification of one operation.
+// The "bytes" of every activity report of one operation.
 struct Activity {
-    QObject context;
     QList<quint64> bytes;
     quint64 lastTotal = 0;
-    explicit Activity(const ZKOperation *operation) {
-        ZKNotificationCenter::defaultCenter().addObserver(
-            ZKNotificationNames::operationActivity, operation, &context,
-            [this](const ZKNotification &n) {
-                bytes.append(n.userInfo.value("bytes").toULongLong());
-                lastTotal = n.userInfo.value("totalBytes").toULongLong();
-            });
+    explicit Activity(ZKFileOperation *operation) {
+        operation->setActivityHandler([this](const ZKOperationActivity &report) {
+            bytes.append(report.bytes);
+            lastTotal = report.totalBytes;
+        });
     }
 };
 

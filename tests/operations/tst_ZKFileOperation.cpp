@@ -1,8 +1,6 @@
 // SPDX-FileCopyrightText: 2026 Ferrowick developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKFileOperation.h"
-#include "ZKNotificationCenter.h"
-#include "ZKNotificationNames.h"
 #include "ZKTestSupport.h"
 
 #include <QTest>
@@ -32,7 +30,6 @@ private Q_SLOTS:
     void pacing_data();
     void pacing();
     void cancelEndsLongWaitWithinASecond();
-    void activityCarriesFourEntries();
 };
 
 void TestZKFileOperation::skipRules_data() {
@@ -130,21 +127,6 @@ void TestZKFileOperation::cancelEndsLongWaitWithinASecond() {
     const double elapsed = ZKFileOperation::secondsSince(before);
     canceller.join();
     QVERIFY2(elapsed < 2.0, qPrintable(QString::number(elapsed)));
-}
-
-void TestZKFileOperation::activityCarriesFourEntries() {
-    ProbeOperation operation;
-    QObject context;
-    QVariantMap info;
-    ZKNotificationCenter::defaultCenter().addObserver(
-        ZKNotificationNames::operationActivity, &operation, &context,
-        [&info](const ZKNotification &notification) { info = notification.userInfo; });
-    // Counts above 2^32 must arrive whole.
-    operation.postActivity(Q_UINT64_C(5000000000), Q_UINT64_C(6000000000), 1.5, 2.5);
-    QCOMPARE(info, (QVariantMap{{"bytes", Q_UINT64_C(5000000000)},
-                                {"totalBytes", Q_UINT64_C(6000000000)},
-                                {"timePassed", 1.5},
-                                {"totalTimePassed", 2.5}}));
 }
 
 int main(int argc, char **argv) {

@@ -4,8 +4,6 @@
 #include "ZKCopyOperation.h"
 #include "ZKFileSystemReader.h"
 #include "ZKFileSystemWriter.h"
-#include "ZKNotificationCenter.h"
-#include "ZKNotificationNames.h"
 #include "ZKRemoveSourceOperation.h"
 #include "ZKTestSupport.h"
 #include "ZKVerifyFileOperation.h"
@@ -235,16 +233,13 @@ void TestZKMoveProperty::moveNeverLosesData() {
         ZKCopyOperation copy(readerAt(scenario.src()), folderAt(scenario.dst()));
         configure(copy, analyse.skippedUrls(), analyse.replacedUrls());
         copy.setSymbolicLinkHandling(handling);
-        QObject observer;
         int posts = 0;
         if (run == 0 && cancelAfter != 0) {
-            ZKNotificationCenter::defaultCenter().addObserver(
-                ZKNotificationNames::operationActivity, &copy, &observer,
-                [&](const ZKNotification &) {
-                    if (++posts == cancelAfter) {
-                        copy.cancel();
-                    }
-                });
+            copy.setActivityHandler([&](const ZKOperationActivity &) {
+                if (++posts == cancelAfter) {
+                    copy.cancel();
+                }
+            });
         }
         copy.start();
         ok = !copy.error();

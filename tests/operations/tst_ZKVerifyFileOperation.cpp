@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKFileSystemReader.h"
 #include "ZKFileSystemWriter.h"
-#include "ZKNotificationCenter.h"
-#include "ZKNotificationNames.h"
 #include "ZKTestSupport.h"
 #include "ZKVerifyFileOperation.h"
 
@@ -148,11 +146,8 @@ void TestZKVerifyFileOperation::resumesAfterTheOffset() {
 
     // At the end, nothing is left to compare or to announce.
     auto atEnd = verifier(path("src/f"), path("dst"), 300000);
-    QObject context;
     int posts = 0;
-    ZKNotificationCenter::defaultCenter().addObserver(
-        ZKNotificationNames::operationActivity, atEnd.get(), &context,
-        [&posts](const ZKNotification &) { ++posts; });
+    atEnd->setActivityHandler([&posts](const ZKOperationActivity &) { ++posts; });
     atEnd->start();
     QVERIFY2(!atEnd->error(), qPrintable(errorText(*atEnd)));
     QCOMPARE(atEnd->bytesVerified(), quint64(300000));

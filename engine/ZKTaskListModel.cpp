@@ -1,0 +1,201 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKTaskListModel.h"
+
+#include "ZKTaskState.h"
+
+#include <QList>
+#include <QUrl>
+
+ZKTaskListModel::ZKTaskListModel(ZKTaskQueue &queue, QObject *parent)
+    : QAbstractListModel(parent)
+    , m_queue(queue)
+    , m_rows(queue.tasks()) {
+    connect(&queue, &ZKTaskQueue::tasksInserted, this, &ZKTaskListModel::insertRows);
+    connect(&queue, &ZKTaskQueue::tasksRemoved, this, &ZKTaskListModel::removeRows);
+    connect(&queue, &ZKTaskQueue::taskMoved, this, &ZKTaskListModel::moveRow);
+    connect(&queue, &ZKTaskQueue::tasksReordered, this, &ZKTaskListModel::reload);
+    connect(&queue, &ZKTaskQueue::taskChanged, this, [this](const ZKTaskPtr &task) {
+        const int row = rowOfTask(task.get());
+        if (row >= 0) {
+            const QModelIndex at = index(row);
+            Q_EMIT dataChanged(at, at);
+        }
+    });
+}
+
+int ZKTaskListModel::rowCount(const QModelIndex &parent) const {
+    return parent.isValid() ? 0 : int(m_rows.size());
+}
+
+ZKTaskPtr ZKTaskListModel::taskAt(int row) const {
+    return row >= 0 && row < m_rows.size() ? m_rows.at(row) : nullptr;
+}
+
+int ZKTaskListModel::rowOfTask(const ZKTask *task) const {
+    if (m_rowOf.isEmpty() && !m_rows.isEmpty()) {
+        m_rowOf.reserve(m_rows.size());
+        for (int i = 0; i < m_rows.size(); ++i) {
+            m_rowOf.insert(m_rows.at(i).get(), i);
+        }
+    }
+    return m_rowOf.value(task, -1);
+}
+
+QVariant ZKTaskListModel::data(const QModelIndex &index, int role) const {
+    const ZKTaskPtr task = index.isValid() ? taskAt(index.row()) : nullptr;
+    if (!task) {
+        return {};
+    }
+    const auto urls = [](const QSet<QUrl> &set) {
+        return QVariant::fromValue(QList<QUrl>(set.cbegin(), set.cend()));
+    };
+    switch (role) {
+    case TitleRole:
+        return task->description();
+    case TaskRole:
+        return QVariant::fromValue(task);
+    case DetailRole:
+        return task->detail();
+    case StateRole:
+        return task->state();
+    case StateNameRole:
+        return ZKTaskState::convertToString(task->state());
+    case FilenameRole:
+        return task->filename();
+    case DestinationDirectoryRole:
+        return task->destinationDirectory();
+    case TransferModeRole:
+        return task->transferMode();
+    case IsResumableRole:
+        return task->isResumable();
+    case IsVerifiedOkRole:
+        return task->isVerifiedOk();
+    case SkippedUrlsRole:
+        return urls(task->skippedUrls());
+    case ReplacedUrlsRole:
+        return urls(task->replacedUrls());
+    default:
+        break;
+    }
+    const ZKTaskProgress p = task->progress();
+    switch (role) {
+    case FractionRole:
+        return p.fraction;
+    case IndeterminateRole:
+        return p.isIndeterminate;
+    case ProgressBytesRole:
+        return QVariant::fromValue(p.progressBytes);
+    case TotalBytesRole:
+        return QVariant::fromValue(p.totalBytes);
+    case DataRateRole:
+        return p.dataRate;
+    case TimeRemainingRole:
+        return p.timeRemaining;
+    case CurrentFileRole:
+        return p.currentFile;
+    case FilesDoneRole:
+        return QVariant::fromValue(p.filesDone);
+    case FilesTotalRole:
+        return QVariant::fromValue(p.filesTotal);
+    default:
+        return {};
+    }
+}
+
+QHash<int, QByteArray> ZKTaskListModel::roleNames() const {
+    return {
+        {TitleRole, "title"},
+        {TaskRole, "task"},
+        {DetailRole, "detail"},
+        {StateRole, "state"},
+        {StateNameRole, "stateName"},
+        {FractionRole, "fraction"},
+        {IndeterminateRole, "indeterminate"},
+        {ProgressBytesRole, "progressBytes"},
+        {TotalBytesRole, "totalBytes"},
+        {DataRateRole, "dataRate"},
+        {TimeRemainingRole, "timeRemaining"},
+        {CurrentFileRole, "currentFile"},
+        {FilesDoneRole, "filesDone"},
+        {FilesTotalRole, "filesTotal"},
+        {FilenameRole, "filename"},
+        {DestinationDirectoryRole, "destinationDirectory"},
+        {TransferModeRole, "transferMode"},
+        {IsResumableRole, "isResumable"},
+        {IsVerifiedOkRole, "isVerifiedOk"},
+        {SkippedUrlsRole, "skippedUrls"},
+        {ReplacedUrlsRole, "replacedUrls"},
+    };
+}
+
+// The queue tells of a change once it is made: each is mirrored here in
+// the steps the views expect, reading the new tasks from the queue.
+
+void ZKTaskListModel::insertRows(const ZKIndexList &indexes) {
+    const QList<ZKTaskPtr> now = m_queue.tasks();
+    m_rowOf.clear();
+    // Ascending, so each index is where its task stands once the ones before
+    // it are in; runs of neighbours go in together.
+    for (qsizetype i = 0; i < indexes.size();) {
+        qsizetype j = i + 1;
+        while (j < indexes.size() && indexes[j] == indexes[j - 1] + 1) {
+            ++j;
+        }
+        const qsizetype first = indexes[i];
+        const qsizetype last = indexes[j - 1];
+        if (first > m_rows.size() || last >= now.size()) {
+            reload(); // out of step: start from what the queue holds
+            return;
+        }
+        beginInsertRows({}, int(first), int(last));
+        for (qsizetype k = first; k <= last; ++k) {
+            m_rows.insert(k, now.at(k));
+        }
+        endInsertRows();
+        i = j;
+    }
+}
+
+void ZKTaskListModel::removeRows(const ZKIndexList &indexes) {
+    m_rowOf.clear();
+    // From the end, so the earlier indexes still hold.
+    for (qsizetype j = indexes.size(); j > 0;) {
+        qsizetype i = j - 1;
+        while (i > 0 && indexes[i - 1] == indexes[i] - 1) {
+            --i;
+        }
+        const qsizetype first = indexes[i];
+        const qsizetype last = indexes[j - 1];
+        if (last >= m_rows.size()) {
+            reload();
+            return;
+        }
+        beginRemoveRows({}, int(first), int(last));
+        m_rows.remove(first, last - first + 1);
+        endRemoveRows();
+        j = i;
+    }
+}
+
+void ZKTaskListModel::moveRow(qsizetype from, qsizetype to) {
+    if (from == to) {
+        return;
+    }
+    if (from < 0 || from >= m_rows.size() || to < 0 || to >= m_rows.size()) {
+        reload();
+        return;
+    }
+    m_rowOf.clear();
+    // Qt counts the target before the row is taken out.
+    beginMoveRows({}, int(from), int(from), {}, int(to > from ? to + 1 : to));
+    m_rows.move(from, to);
+    endMoveRows();
+}
+
+void ZKTaskListModel::reload() {
+    beginResetModel();
+    m_rows = m_queue.tasks();
+    m_rowOf.clear();
+    endResetModel();
+}
