@@ -29,7 +29,6 @@
 
 namespace {
 
-const QString typeKey = QStringLiteral("Type");
 const QString pathKey = QStringLiteral("Path");
 const QString bookmarkKey = QStringLiteral("Bookmark");
 

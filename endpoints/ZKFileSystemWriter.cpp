@@ -29,7 +29,6 @@ const QString ZKFileSystemWriter::posixErrorDomain = QStringLiteral("POSIX");
 
 namespace {
 
-const QString typeKey = QStringLiteral("Type");
 const QString pathKey = QStringLiteral("Path");
 const QString isDirectoryKey = QStringLiteral("IsDirectory");
 const QString bookmarkKey = QStringLiteral("Bookmark");

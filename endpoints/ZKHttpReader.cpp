@@ -36,7 +36,6 @@
 
 namespace {
 
-const QString typeKey = QStringLiteral("Type");
 const QString urlKey = QStringLiteral("Url");
 const QString canSeekKey = QStringLiteral("CanSeek");
 const QString entityTagKey = QStringLiteral("ETag");

@@ -16,7 +16,6 @@
 
 namespace {
 
-const QString typeKey = QStringLiteral("Type");
 const QString sizeKey = QStringLiteral("Size");
 const QString modificationDateKey = QStringLiteral("ModificationDate");
 const QString hasChangedKey = QStringLiteral("HasChanged");

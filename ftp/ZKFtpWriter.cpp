@@ -13,7 +13,6 @@
 
 namespace {
 
-const QString typeKey = QStringLiteral("Type");
 const QString isDirectoryKey = QStringLiteral("IsDirectory");
 
 // Removal descends by recursion; a server that claims folders without end

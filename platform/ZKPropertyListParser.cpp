@@ -34,7 +34,7 @@ void fail(ZKError *error, qint64 code, const QString &message) {
 // The factory of the dictionary's class; empty, with the reason, when there
 // is none that can re-create it.
 ZKPropertyListParser::Factory factoryFor(const QVariantMap &dict, ZKError *error) {
-    const auto type = dict.constFind(QStringLiteral("Type"));
+    const auto type = dict.constFind(ZKPropertyListObject::typeKey);
     if (type == dict.constEnd()) {
         fail(error, ZKErrorCode::unknownClass,
              QStringLiteral("The property 'Type' was not found in the property list."));

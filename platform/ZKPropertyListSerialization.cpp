@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKPropertyListSerialization.h"
 
+#include "ZKPropertyListObject.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
@@ -27,8 +29,6 @@ using PlistPointer = std::unique_ptr<void, PlistDeleter>;
 
 // Property-list dates count seconds from 2001-01-01 00:00:00 UTC.
 constexpr qint64 referenceDateOffset = 978307200;
-
-const QString typeKey = QStringLiteral("Type");
 
 // Why a conversion failed, and where in the tree: each container on the way
 // back up prepends its key or index.
@@ -127,6 +127,7 @@ bool appendToDictionary(plist_t dictionary, const QString &key, const QVariant &
 plist_t dictionaryFromMap(const QVariantMap &map, int depth, Problem *problem) {
     PlistPointer dictionary(plist_new_dict());
     // The class name first, so that a saved file reads from the top down.
+    const QString &typeKey = ZKPropertyListObject::typeKey;
     const auto type = map.constFind(typeKey);
     if (type != map.constEnd() &&
         !appendToDictionary(dictionary.get(), typeKey, type.value(), depth, problem)) {
