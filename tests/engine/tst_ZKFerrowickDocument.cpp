@@ -48,6 +48,8 @@ private Q_SLOTS:
     void autoRetryResetsFailedTasks();
     void pausingCancelsRetryCountdown();
     void replaceAppliedToAllIsAskedOnce();
+    void askingWorkerIsLetGo_data();
+    void askingWorkerIsLetGo();
     void savedQueueReopensAndResumes();
     void queueKilledWhileSavedStaysWhole();
     void editedMarkFollowsSavesLoadsAndReverts();
@@ -185,6 +187,50 @@ void TestZKFerrowickDocument::replaceAppliedToAllIsAskedOnce() {
         m_presenter.questions()[0].buttons,
         (QStringList{QStringLiteral("Skip"), QStringLiteral("Replace"), QStringLiteral("Cancel")}));
     QCOMPARE(readFile(path("out/tree/y")), QByteArray("new y"));
+}
+
+void TestZKFerrowickDocument::askingWorkerIsLetGo_data() {
+    QTest::addColumn<QString>("action");
+    QTest::addColumn<qint32>("state");
+
+    QTest::newRow("answered") << "answer" << qint32(S::Completed);
+    QTest::newRow("task suspended") << "suspend" << qint32(S::Suspended);
+    QTest::newRow("task cancelled") << "cancel" << qint32(S::Cancelled);
+    QTest::newRow("queue closed") << "close" << qint32(S::PendingPreparation);
+}
+
+// The worker waits for its answer while the main thread goes on. Whatever
+// stops its task meanwhile takes the question back as cancelled, or the
+// main thread, which waits for the worker's step to end, would wait for ever.
+void TestZKFerrowickDocument::askingWorkerIsLetGo() {
+    QFETCH(QString, action);
+    QFETCH(qint32, state);
+
+    for (const char *folder : {"tree", "out/tree"}) {
+        QVERIFY(QDir(m_dir->path()).mkpath(QLatin1String(folder)));
+    }
+    QVERIFY(writeFile(path("tree/x"), "new"));
+    QVERIFY(writeFile(path("out/tree/x"), "old, and longer"));
+    m_presenter.setHolding(true);
+    m_presenter.setAnswer({1, false}); // Replace
+    auto document = std::make_unique<ZKFerrowickDocument>();
+    const auto task = document->addTasks({reader("tree")}, outFolder(), 0).first();
+    QTRY_COMPARE_WITH_TIMEOUT(m_presenter.heldCount(), 1, 10000);
+    QCOMPARE(task->state(), S::Preparing);
+    if (action == QLatin1String("answer")) {
+        m_presenter.answerHeld();
+    } else if (action == QLatin1String("suspend")) {
+        task->suspend();
+    } else if (action == QLatin1String("cancel")) {
+        document->cancelTask(task);
+    } else {
+        document.reset();
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(task->state(), state, 10000);
+    const bool answered = state == S::Completed;
+    QTRY_COMPARE(m_presenter.cancelledCount(), answered ? 0 : 1);
+    QCOMPARE(m_presenter.heldCount(), 0);
+    QCOMPARE(readFile(path("out/tree/x")), QByteArray(answered ? "new" : "old, and longer"));
 }
 
 void TestZKFerrowickDocument::savedQueueReopensAndResumes() {

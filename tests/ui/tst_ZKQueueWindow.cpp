@@ -24,6 +24,7 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
 #include <QDirIterator>
@@ -36,6 +37,7 @@
 #include <QStatusBar>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
 #include <QTimer>
 
 using S = ZKTaskState;
@@ -76,9 +78,8 @@ private:
     ZKQueueWindow *openWindow(bool paused = false);
     static void drop(ZKQueueWindow *window, const QList<QUrl> &urls, const QPoint &at);
     template <typename T> static T *waitForChild(QWidget *window);
-    // A question is asked in a loop of its own: whoever answers it must
-    // already be waiting in that loop. Calls act with the box when one shows
-    // whose text begins with the given words.
+    // Calls act with the box when one shows whose text begins with the
+    // given words, for questions that come up in the middle of a step.
     static void whenAsked(QWidget *window, std::function<void(QMessageBox *)> act,
                           const QString &beginning = {});
 
@@ -220,51 +221,67 @@ void TestZKQueueWindow::droppedFolderRunsToCompletion() {
 }
 
 void TestZKQueueWindow::conflictIsAskedOverItsWindow_data() {
-    QTest::addColumn<QString>("button");
+    QTest::addColumn<QString>("button"); // none: Escape
+    QTest::addColumn<bool>("applyToAll");
     QTest::addColumn<bool>("replaced");
 
-    QTest::newRow("replace") << "Replace" << true;
-    QTest::newRow("skip") << "Skip" << false;
+    QTest::newRow("replace") << "Replace" << false << true;
+    QTest::newRow("skip") << "Skip" << false << false;
+    QTest::newRow("replace, apply to all") << "Replace" << true << true;
+    QTest::newRow("escape") << QString() << false << false;
 }
 
+// The box is opened over its window and answered through its signal: the
+// test gets on while it is up, and answers it with the keys and the mouse.
 void TestZKQueueWindow::conflictIsAskedOverItsWindow() {
     QFETCH(QString, button);
+    QFETCH(bool, applyToAll);
     QFETCH(bool, replaced);
 
     QVERIFY(QDir(m_dir->path()).mkpath(QStringLiteral("folder")));
     QVERIFY(QDir(m_dir->path()).mkpath(QStringLiteral("out/folder")));
     const QByteArray fresh = randomBytes(4000, 3);
     const QByteArray old = randomBytes(3000, 4);
-    QVERIFY(writeFile(path("folder/a"), fresh));
-    QVERIFY(writeFile(path("out/folder/a"), old));
+    for (const char *name : {"a", "b"}) {
+        QVERIFY(writeFile(path("folder/") + QLatin1String(name), fresh));
+        QVERIFY(writeFile(path("out/folder/") + QLatin1String(name), old));
+    }
     ZKQueueWindow *window = openWindow();
     ZKQueueWindow *other = new ZKQueueWindow(std::make_unique<ZKFerrowickDocument>());
     other->show();
-
-    bool asked = false;
-    Qt::WindowModality modality = Qt::NonModal;
-    bool otherAsked = true;
-    QString clicked;
-    whenAsked(window, [&](QMessageBox *box) {
-        asked = true;
-        modality = box->windowModality();
-        otherAsked = !other->findChildren<QMessageBox *>().isEmpty();
-        for (QAbstractButton *b : box->buttons()) {
-            if (b->text() == button) {
-                clicked = b->text();
-                b->click();
-            }
-        }
-    });
     drop(window, {QUrl::fromLocalFile(path("folder"))}, QPoint(20, 20));
-    QTRY_VERIFY2_WITH_TIMEOUT(asked, "no question was shown over the queue's window", 10000);
-    QCOMPARE(modality, Qt::WindowModal);
-    QVERIFY2(!otherAsked, "the question showed over another queue's window");
-    QCOMPARE(clicked, button);
-
     const ZKTaskPtr task = window->document()->objectInTasksAtIndex(0);
-    QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Completed, 20000);
-    QCOMPARE(readFile(path("out/folder/a")), replaced ? fresh : old);
+
+    const int expected = button.isEmpty() || applyToAll ? 1 : 2;
+    for (int asked = 0; asked < expected; ++asked) {
+        QMessageBox *box = waitForChild<QMessageBox>(window);
+        QVERIFY2(box, "no question was shown over the queue's window");
+        QCOMPARE(box->windowModality(), Qt::WindowModal);
+        QCOMPARE(QThread::currentThread()->loopLevel(), 0); // no loop of its own
+        QVERIFY2(other->findChildren<QMessageBox *>().isEmpty(),
+                 "the question showed over another queue's window");
+        QCOMPARE(box->escapeButton()->accessibleName(), QStringLiteral("Cancel"));
+        QVERIFY(box->checkBox());
+        if (button.isEmpty()) {
+            QTest::keyClick(box, Qt::Key_Escape);
+        } else {
+            if (applyToAll) {
+                QTest::keyClick(box->checkBox(), Qt::Key_Space);
+            }
+            QAbstractButton *chosen = nullptr;
+            for (QAbstractButton *b : box->buttons()) {
+                chosen = b->accessibleName() == button ? b : chosen;
+            }
+            QVERIFY(chosen);
+            QTest::mouseClick(chosen, Qt::LeftButton);
+        }
+        QTRY_VERIFY(!box->isVisible());
+    }
+    // A question more would hold the task where it is.
+    QTRY_COMPARE_WITH_TIMEOUT(task->state(), button.isEmpty() ? S::Failed : S::Completed, 20000);
+    for (const char *name : {"a", "b"}) {
+        QCOMPARE(readFile(path("out/folder/") + QLatin1String(name)), replaced ? fresh : old);
+    }
     other->setDiscardChanges(true);
     other->close();
 }
@@ -431,13 +448,16 @@ void TestZKQueueWindow::closingAnEditedQueueAsks() {
 
 void TestZKQueueWindow::closingNeitherHangsNorCrashes_data() {
     QTest::addColumn<bool>("withQuestion");
+    QTest::addColumn<bool>("deleted"); // the window goes without closing
 
-    QTest::newRow("mid copy") << false;
-    QTest::newRow("a question open") << true;
+    QTest::newRow("mid copy") << false << false;
+    QTest::newRow("a question open") << true << false;
+    QTest::newRow("a question open, window deleted") << true << true;
 }
 
 void TestZKQueueWindow::closingNeitherHangsNorCrashes() {
     QFETCH(bool, withQuestion);
+    QFETCH(bool, deleted);
 
     QVERIFY(QDir(m_dir->path()).mkpath(QStringLiteral("folder")));
     QVERIFY(writeFile(path("folder/big"), randomBytes(4000000, 6)));
@@ -453,34 +473,46 @@ void TestZKQueueWindow::closingNeitherHangsNorCrashes() {
     whenAsked(
         window, [](QMessageBox *box) { box->button(QMessageBox::Save)->click(); },
         QStringLiteral("Save the changes"));
-    bool asked = false;
-    if (withQuestion) {
-        // Closed while the question waits for its answer.
-        whenAsked(window, [&](QMessageBox *) {
-            asked = true;
-            window->close();
-        });
-    }
     drop(window, {QUrl::fromLocalFile(path("folder"))}, QPoint(20, 20));
     const ZKTaskPtr task = window->document()->objectInTasksAtIndex(0);
     if (withQuestion) {
-        QTRY_VERIFY2_WITH_TIMEOUT(asked, "no question was shown", 10000);
+        // Gone while the question waits for its answer: the question goes
+        // with it, answered as cancelled.
+        const QPointer<QMessageBox> box = waitForChild<QMessageBox>(window);
+        QVERIFY2(box, "no question was shown");
+        if (deleted) {
+            delete window;
+        } else {
+            window->close();
+        }
+        QTRY_VERIFY(!box || !box->isVisible());
     } else {
         QTRY_VERIFY_WITH_TIMEOUT(task->progressBytes() > 0, 10000);
         window->close();
     }
     QTRY_VERIFY_WITH_TIMEOUT(!m_window, 10000);
-    QVERIFY2(QFile::exists(path("closed.queue")), "the queue was not saved on closing");
-    // Read, not loaded: loading would resume the copy.
-    QVariantMap saved;
-    ZKError error;
-    QVERIFY2(ZKFerrowickDocument::readPropertyListFromFile(path("closed.queue"), &saved, &error),
-             qUtf8Printable(error.localizedDescription()));
-    QCOMPARE(saved.value(QStringLiteral("Tasks")).toList().size(), 1);
+    const auto running = [&task] {
+        const qint32 s = task->state();
+        return s == S::Preparing || s == S::Processing || s == S::Verifying || s == S::Removing;
+    };
+    QTRY_VERIFY2(!running(), "the task's step went on after its window went");
+    if (withQuestion) {
+        QCOMPARE(readFile(path("out/folder/big")), QByteArray("older"));
+    }
+    if (!deleted) {
+        QVERIFY2(QFile::exists(path("closed.queue")), "the queue was not saved on closing");
+        // Read, not loaded: loading would resume the copy.
+        QVariantMap saved;
+        ZKError error;
+        QVERIFY2(
+            ZKFerrowickDocument::readPropertyListFromFile(path("closed.queue"), &saved, &error),
+            qUtf8Printable(error.localizedDescription()));
+        QCOMPARE(saved.value(QStringLiteral("Tasks")).toList().size(), 1);
+    }
     // Its step has ended: nothing writes any more.
-    const QByteArray written = readFile(path("out/folder/big"));
+    const qint64 written = bytesWritten();
     QTest::qWait(300);
-    QCOMPARE(readFile(path("out/folder/big")), written);
+    QCOMPARE(bytesWritten(), written);
 }
 
 void TestZKQueueWindow::closingARunningQueueAsks_data() {
