@@ -42,8 +42,6 @@ const QString entityTagKey = QStringLiteral("ETag");
 const QString lastModifiedKey = QStringLiteral("LastModified");
 const QString hasChangedKey = QStringLiteral("HasChanged");
 
-// Used when the user's store holds no usable "downloadTimeout".
-constexpr qint64 defaultTimeoutSeconds = 5;
 // How much the network thread may read ahead of the reader: enough to keep
 // the connection busy while a block is written, small enough that memory
 // stays flat however large the download.
@@ -615,7 +613,7 @@ ZKHttpReader::Clock::duration ZKHttpReader::timeLimit() const {
     if (seconds <= 0) {
         const qint64 preference =
             ZKUserDefaults::standard().integerForKey(ZKPreferenceKeys::downloadTimeout);
-        seconds = double(preference > 0 ? preference : defaultTimeoutSeconds);
+        seconds = double(preference > 0 ? preference : ZKPreferenceKeys::defaultDownloadTimeout);
     }
     return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
 }

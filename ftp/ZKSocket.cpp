@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKSocket.h"
 
+#include "ZKPreferenceKeys.h"
 #include "ZKTrustedCertificates.h"
 #include "ZKUserDefaults.h"
 
@@ -29,9 +30,6 @@
 #include <QStringDecoder>
 
 namespace {
-
-const QString downloadTimeoutKey = QStringLiteral("downloadTimeout");
-constexpr qint32 registeredDownloadTimeout = 5;
 
 constexpr quint64 standardReceiveLength = 4096;
 constexpr size_t peekLength = 100;
@@ -84,9 +82,10 @@ ZKSocket::~ZKSocket() {
 }
 
 qint32 ZKSocket::downloadTimeoutSeconds() {
-    const qint64 seconds = ZKUserDefaults::standard().integerForKey(downloadTimeoutKey);
+    const qint64 seconds =
+        ZKUserDefaults::standard().integerForKey(ZKPreferenceKeys::downloadTimeout);
     if (seconds <= 0) {
-        return registeredDownloadTimeout;
+        return ZKPreferenceKeys::defaultDownloadTimeout;
     }
     return qint32(std::min<qint64>(seconds, std::numeric_limits<qint32>::max()));
 }

@@ -71,7 +71,7 @@ void ZKPreferences::initialiseUserDefaults(ZKUserDefaults &defaults) {
     defaults.initialiseBool(false, automaticClearEnabled);
     defaults.initialiseBool(false, automaticRetryEnabled);
     defaults.initialiseInt(30, automaticRetryDelaySeconds);
-    defaults.initialiseInt(5, downloadTimeout);
+    defaults.initialiseInt(defaultDownloadTimeout, downloadTimeout);
 
     // Guarded by the marker, not by the sounds themselves: a user who clears
     // a sound must not get it back at the next start.

@@ -5,7 +5,8 @@
 #include <QLatin1StringView>
 
 // The keys of the user's preferences. Every floor reads some of them (the
-// endpoints their time-out, the queue its state), so they live at the bottom.
+// endpoints their time-out, the queue its state), so they live at the bottom,
+// with the first-run value that the network code also falls back on.
 struct ZKPreferenceKeys {
     static constexpr QLatin1StringView copyCreationTime{"copyCreationTime"};
     static constexpr QLatin1StringView copyModificationTime{"copyModificationTime"};
@@ -41,5 +42,7 @@ struct ZKPreferenceKeys {
     static constexpr QLatin1StringView automaticRetryDelaySeconds{"automaticRetryDelaySeconds"};
     static constexpr QLatin1StringView defaultDestination{"defaultDestination"};
     static constexpr QLatin1StringView downloadTimeout{"downloadTimeout"};
+    // Seconds; also used while the store holds no positive value.
+    static constexpr qint32 defaultDownloadTimeout = 5;
     static constexpr QLatin1StringView preferencesInitialised{"preferencesInitialised"};
 };
