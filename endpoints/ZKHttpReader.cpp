@@ -4,23 +4,15 @@
 #include "ZKPropertyListParser.h"
 #include "ZKReaderFactory.h"
 
+#include "ZKIcuDate.h"
 #include "ZKLogging.h"
 #include "ZKPartialFile.h"
 #include "ZKPreferenceKeys.h"
 #include "ZKTrustedCertificates.h"
 #include "ZKUserDefaults.h"
 
-#include <unicode/gregocal.h>
-#include <unicode/locid.h>
-#include <unicode/parsepos.h>
-#include <unicode/smpdtfmt.h>
-#include <unicode/timezone.h>
-#include <unicode/unistr.h>
-
 #include <algorithm>
-#include <cmath>
 #include <limits>
-#include <string>
 
 #include <QCryptographicHash>
 #include <QEventLoop>
@@ -890,32 +882,8 @@ QString ZKHttpReader::safeFilename(const QString &name) {
 }
 
 QDateTime ZKHttpReader::dateFromHttpDate(const QByteArray &value) {
-    if (value.isEmpty()) {
-        return {};
-    }
-    UErrorCode status = U_ZERO_ERROR;
-    icu::SimpleDateFormat format(
-        icu::UnicodeString("EEE',' dd MMM yyyy HH':'mm':'ss z", -1, icu::UnicodeString::kInvariant),
-        icu::Locale("en_US"), status);
-    // HTTP counts its days in the Gregorian calendar however far back they
-    // go; ICU's calendar turns Julian before October 1582.
-    auto calendar = std::make_unique<icu::GregorianCalendar>(status);
-    calendar->setGregorianChange(U_DATE_MIN, status);
-    if (U_FAILURE(status)) {
-        return {};
-    }
-    format.adoptCalendar(calendar.release());
-    format.adoptTimeZone(icu::TimeZone::createTimeZone(
-        icu::UnicodeString("GMT", -1, icu::UnicodeString::kInvariant)));
-    format.setLenient(false);
-    const std::string bytes = value.trimmed().toStdString();
-    const icu::UnicodeString text = icu::UnicodeString::fromUTF8(bytes);
-    icu::ParsePosition position(0);
-    const UDate date = format.parse(text, position);
-    if (position.getErrorIndex() >= 0 || position.getIndex() != text.length()) {
-        return {};
-    }
-    return QDateTime::fromMSecsSinceEpoch(qint64(std::llround(date)), Qt::UTC);
+    return ZKIcuDate::parse(QString::fromUtf8(value.trimmed()), "EEE',' dd MMM yyyy HH':'mm':'ss z",
+                            "en_US", "GMT", ZKIcuDate::Strict);
 }
 
 ZKHttpReader::ContentRange ZKHttpReader::rangeFromContentRange(const QByteArray &value) {

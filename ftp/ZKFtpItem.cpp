@@ -2,16 +2,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKFtpItem.h"
 
+#include "ZKIcuDate.h"
+
 #include <QDate>
 #include <QRegularExpression>
-
-#include <memory>
-
-#include <unicode/calendar.h>
-#include <unicode/locid.h>
-#include <unicode/parsepos.h>
-#include <unicode/smpdtfmt.h>
-#include <unicode/timezone.h>
 
 namespace {
 
@@ -97,41 +91,6 @@ std::optional<qint16> leadingOctal(QStringView text) {
         any = true;
     }
     return any ? std::optional<qint16>(qint16(value)) : std::nullopt;
-}
-
-// Digits are read leniently (a one-digit day passes "dd"), but the fields
-// must be in range and the whole text must be used: "20240101000000.5" or
-// a month 13 give no date.
-QDateTime parseDate(const QString &text, const char *pattern, const icu::Locale &locale,
-                    icu::TimeZone *zone) {
-    std::unique_ptr<icu::TimeZone> ownedZone(zone);
-    if (text.isEmpty()) {
-        return {};
-    }
-    UErrorCode status = U_ZERO_ERROR;
-    icu::SimpleDateFormat format(icu::UnicodeString::fromUTF8(pattern), locale, status);
-    if (U_FAILURE(status)) {
-        return {};
-    }
-    std::unique_ptr<icu::Calendar> calendar(
-        icu::Calendar::createInstance(*ownedZone, locale, status));
-    if (U_FAILURE(status) || !calendar) {
-        return {};
-    }
-    calendar->setLenient(false);
-    calendar->clear();
-    const icu::UnicodeString input(reinterpret_cast<const UChar *>(text.utf16()),
-                                   int32_t(text.size()));
-    icu::ParsePosition position(0);
-    format.parse(input, *calendar, position);
-    if (position.getErrorIndex() != -1 || position.getIndex() != input.length()) {
-        return {};
-    }
-    const UDate date = calendar->getTime(status);
-    if (U_FAILURE(status)) {
-        return {};
-    }
-    return QDateTime::fromMSecsSinceEpoch(qint64(date), Qt::UTC);
 }
 
 const QString nameSeparators = QStringLiteral(" \r\n");
@@ -245,21 +204,20 @@ void ZKFtpItem::parseWindowsStyleListing(const QString &line) {
 }
 
 QDateTime ZKFtpItem::parseMachineReadableDate(const QString &text) {
-    return parseDate(text, machineReadableDatePattern, icu::Locale("en_US_POSIX"),
-                     icu::TimeZone::createTimeZone("UTC"));
+    return ZKIcuDate::parse(text, machineReadableDatePattern, "en_US_POSIX", "UTC",
+                            ZKIcuDate::Lenient);
 }
 
 QDateTime ZKFtpItem::parseUnixStyleDate(const QString &text) {
     // Listings show no year for recent files; the current one is assumed,
     // also for a date later in the year than today.
     const QString dated = QStringLiteral("%1 %2").arg(QDate::currentDate().year()).arg(text);
-    return parseDate(dated, unixStyleDatePattern, icu::Locale::getDefault(),
-                     icu::TimeZone::createDefault());
+    return ZKIcuDate::parse(dated, unixStyleDatePattern, nullptr, nullptr, ZKIcuDate::Lenient);
 }
 
 QDateTime ZKFtpItem::parseWindowsStyleDate(const QString &text) {
-    return parseDate(text, windowsStyleDatePattern, icu::Locale("en_US_POSIX"),
-                     icu::TimeZone::createTimeZone("UTC"));
+    return ZKIcuDate::parse(text, windowsStyleDatePattern, "en_US_POSIX", "UTC",
+                            ZKIcuDate::Lenient);
 }
 
 qint32 ZKFtpItem::parseTypeCharacter(QChar character) {
