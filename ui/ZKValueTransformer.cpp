@@ -2,16 +2,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKValueTransformer.h"
 
-#include "ZKContainsValuesTransformer.h"
 #include "ZKDisabledTextColorTransformer.h"
-#include "ZKIsFtpPathTransformer.h"
-#include "ZKIsInProgressTransformer.h"
-#include "ZKIsValidPathTransformer.h"
-#include "ZKIsValidUrlTransformer.h"
 #include "ZKProgressBarHueTransformer.h"
 #include "ZKSpeedLimitSliderTransformer.h"
 #include "ZKTaskActionIconTransformer.h"
-#include "ZKUrlTransformer.h"
 
 #include <QHash>
 
@@ -28,16 +22,10 @@ const Registry &registry() {
         const auto add = [&made](const char *name, std::shared_ptr<const ZKValueTransformer> t) {
             made.insert(QString::fromLatin1(name), std::move(t));
         };
-        add("ZKContainsValuesTransformer", std::make_shared<ZKContainsValuesTransformer>());
         add("ZKDisabledTextColorTransformer", std::make_shared<ZKDisabledTextColorTransformer>());
-        add("ZKIsFtpPathTransformer", std::make_shared<ZKIsFtpPathTransformer>());
-        add("ZKIsInProgressTransformer", std::make_shared<ZKIsInProgressTransformer>());
-        add("ZKIsValidPathTransformer", std::make_shared<ZKIsValidPathTransformer>());
-        add("ZKIsValidUrlTransformer", std::make_shared<ZKIsValidUrlTransformer>());
         add("ZKProgressBarHueTransformer", std::make_shared<ZKProgressBarHueTransformer>());
         add("ZKSpeedLimitSliderTransformer", std::make_shared<ZKSpeedLimitSliderTransformer>());
         add("ZKTaskActionIconTransformer", std::make_shared<ZKTaskActionIconTransformer>());
-        add("ZKUrlTransformer", std::make_shared<ZKUrlTransformer>());
         return made;
     }();
     return transformers;

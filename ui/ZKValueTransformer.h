@@ -22,7 +22,7 @@ public:
     // An invalid QVariant where the transformer cannot be reversed.
     virtual QVariant reverseTransformedValue(const QVariant &value) const;
 
-    // The shared transformer of that class name ("ZKUrlTransformer"); nullptr
+    // The shared transformer of that class name ("ZKTaskActionIconTransformer"); nullptr
     // for a name none has.
     static const ZKValueTransformer *valueTransformerForName(const QString &name);
     static QStringList valueTransformerNames();

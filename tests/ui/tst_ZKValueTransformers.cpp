@@ -11,7 +11,6 @@
 #include <QIcon>
 #include <QPalette>
 #include <QTest>
-#include <QUrl>
 
 #include <cmath>
 #include <numbers>
@@ -24,8 +23,6 @@ class TestZKValueTransformers : public QObject {
 private Q_SLOTS:
     void foundByNameWithTheirKinds_data();
     void foundByNameWithTheirKinds();
-    void transformsValues_data();
-    void transformsValues();
     void sliderPositions_data();
     void sliderPositions();
     void barTintsByState_data();
@@ -52,12 +49,6 @@ void TestZKValueTransformers::foundByNameWithTheirKinds_data() {
     QTest::newRow("bar hue") << "ZKProgressBarHueTransformer"
                              << QMetaType::fromType<ZKBarTint>().id() << false;
     QTest::newRow("slider") << "ZKSpeedLimitSliderTransformer" << int(QMetaType::Double) << true;
-    QTest::newRow("in progress") << "ZKIsInProgressTransformer" << int(QMetaType::Bool) << false;
-    QTest::newRow("ftp path") << "ZKIsFtpPathTransformer" << int(QMetaType::Bool) << false;
-    QTest::newRow("valid path") << "ZKIsValidPathTransformer" << int(QMetaType::Bool) << false;
-    QTest::newRow("valid url") << "ZKIsValidUrlTransformer" << int(QMetaType::Bool) << false;
-    QTest::newRow("url") << "ZKUrlTransformer" << int(QMetaType::QString) << true;
-    QTest::newRow("contains") << "ZKContainsValuesTransformer" << int(QMetaType::Bool) << false;
     QTest::newRow("label colour") << "ZKDisabledTextColorTransformer" << int(QMetaType::QColor)
                                   << false;
     QTest::newRow("action image") << "ZKTaskActionIconTransformer" << int(QMetaType::QIcon)
@@ -77,54 +68,6 @@ void TestZKValueTransformers::foundByNameWithTheirKinds() {
         QVERIFY(!transformer->reverseTransformedValue(QVariant(1)).isValid());
     }
     QVERIFY(!ZKValueTransformer::valueTransformerForName(QStringLiteral("ZKNoSuchTransformer")));
-}
-
-void TestZKValueTransformers::transformsValues_data() {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QVariant>("input");
-    QTest::addColumn<QVariant>("output");
-
-    // Removing and the pending states show no busy bar; cancelling does.
-    const QList<qint32> busy{S::Preparing, S::Processing, S::Verifying, S::Cancelling};
-    for (qint32 state = S::PendingPreparation; state <= S::Suspended; ++state) {
-        QTest::addRow("in progress: %s", qPrintable(S::convertToString(state)))
-            << "ZKIsInProgressTransformer" << QVariant(state) << QVariant(busy.contains(state));
-    }
-    QTest::newRow("ftp path") << "ZKIsFtpPathTransformer" << QVariant("ftp://host/dir/")
-                              << QVariant(true);
-    QTest::newRow("web path is no ftp path")
-        << "ZKIsFtpPathTransformer" << QVariant("http://host/file") << QVariant(false);
-    QTest::newRow("valid local path")
-        << "ZKIsValidPathTransformer" << QVariant("/tmp") << QVariant(true);
-    QTest::newRow("words are no path")
-        << "ZKIsValidPathTransformer" << QVariant("just words") << QVariant(false);
-    QTest::newRow("valid url") << "ZKIsValidUrlTransformer"
-                               << QVariant(QUrl("https://example.org/a")) << QVariant(true);
-    QTest::newRow("unknown scheme")
-        << "ZKIsValidUrlTransformer" << QVariant(QUrl("gopher://example.org/")) << QVariant(false);
-    QTest::newRow("url to text") << "ZKUrlTransformer" << QVariant(QUrl("ftp://h/a b"))
-                                 << QVariant("ftp://h/a%20b");
-    QTest::newRow("contains: list")
-        << "ZKContainsValuesTransformer" << QVariant(QVariantList{1}) << QVariant(true);
-    QTest::newRow("contains: empty list")
-        << "ZKContainsValuesTransformer" << QVariant(QVariantList{}) << QVariant(false);
-    QTest::newRow("contains: set of urls")
-        << "ZKContainsValuesTransformer" << QVariant(QStringList{"a"}) << QVariant(true);
-    QTest::newRow("contains: map")
-        << "ZKContainsValuesTransformer" << QVariant(QVariantMap{{"k", 1}}) << QVariant(true);
-    QTest::newRow("contains: nothing")
-        << "ZKContainsValuesTransformer" << QVariant() << QVariant(false);
-    QTest::newRow("contains: text is no collection")
-        << "ZKContainsValuesTransformer" << QVariant("abc") << QVariant(false);
-}
-
-void TestZKValueTransformers::transformsValues() {
-    QFETCH(QString, name);
-    QFETCH(QVariant, input);
-    QFETCH(QVariant, output);
-    const auto *transformer = ZKValueTransformer::valueTransformerForName(name);
-    QVERIFY(transformer);
-    QCOMPARE(transformer->transformedValue(input), output);
 }
 
 void TestZKValueTransformers::sliderPositions_data() {
