@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKFtpItem.h"
 
+#include "ZKFtpReply.h"
 #include "ZKIcuDate.h"
 
 #include <QDate>
@@ -39,19 +40,6 @@ bool matchesExactlyOnce(const QString &pattern, const QString &line) {
         ++count;
     }
     return count == 1;
-}
-
-QStringList splitAtAny(const QString &text, QStringView separators) {
-    QStringList pieces;
-    qsizetype start = 0;
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        if (separators.contains(text.at(i))) {
-            pieces.append(text.mid(start, i - start));
-            start = i + 1;
-        }
-    }
-    pieces.append(text.mid(start));
-    return pieces;
 }
 
 // Reads the decimal number at the front, as sizes in listings are read:
@@ -132,7 +120,7 @@ bool ZKFtpItem::isWindowsStyleListing(const QString &line) {
 }
 
 void ZKFtpItem::parseMachineReadableListing(const QString &line) {
-    const QStringList pieces = splitAtAny(line.trimmed(), u";\r\n");
+    const QStringList pieces = ZKFtpReply::splitAtAny(line.trimmed(), u";\r\n");
     qsizetype nameStart = 0;
     for (qsizetype i = 0; i < pieces.size(); ++i) {
         const QString &piece = pieces.at(i);
@@ -169,7 +157,8 @@ void ZKFtpItem::parseMachineReadableListing(const QString &line) {
 
 void ZKFtpItem::parseUnixStyleListing(const QString &line) {
     const QString trimmed = line.trimmed();
-    const QStringList pieces = filterEmptyStringsFromArray(splitAtAny(trimmed, nameSeparators));
+    const QStringList pieces =
+        filterEmptyStringsFromArray(ZKFtpReply::splitAtAny(trimmed, nameSeparators));
     if (pieces.size() < 9) {
         return;
     }
@@ -188,7 +177,7 @@ void ZKFtpItem::parseUnixStyleListing(const QString &line) {
 
 void ZKFtpItem::parseWindowsStyleListing(const QString &line) {
     const QStringList pieces =
-        filterEmptyStringsFromArray(splitAtAny(line.trimmed(), nameSeparators));
+        filterEmptyStringsFromArray(ZKFtpReply::splitAtAny(line.trimmed(), nameSeparators));
     if (pieces.size() < 4) {
         return;
     }

@@ -14,7 +14,9 @@ bool isAsciiDigit(QChar c) {
     return c >= QLatin1Char('0') && c <= QLatin1Char('9');
 }
 
-QStringList splitAt(const QString &text, QStringView separators) {
+} // namespace
+
+QStringList ZKFtpReply::splitAtAny(const QString &text, QStringView separators) {
     QStringList pieces;
     qsizetype start = 0;
     for (qsizetype i = 0; i < text.size(); ++i) {
@@ -27,11 +29,9 @@ QStringList splitAt(const QString &text, QStringView separators) {
     return pieces;
 }
 
-} // namespace
-
 QStringList ZKFtpReply::finalLines(const QString &text) {
     QStringList lines;
-    for (const QString &line : splitAt(text, u"\r\n")) {
+    for (const QString &line : splitAtAny(text, u"\r\n")) {
         if (line.size() >= 4 && line.at(3) == QLatin1Char(' ') && isAsciiDigit(line.at(0))) {
             lines.append(line);
         }
@@ -156,7 +156,7 @@ bool ZKFtpReply::parseExtendedPassiveReply(const QString &reply, qint32 *port) {
 }
 
 bool ZKFtpReply::announcesMachineListings(const QString &reply) {
-    for (const QString &line : splitAt(reply, u"\r\n")) {
+    for (const QString &line : splitAtAny(reply, u"\r\n")) {
         if (!line.startsWith(QLatin1Char(' '))) {
             continue;
         }

@@ -51,4 +51,9 @@ public:
     // leading blanks, an optional sign, then digits; 0 when there are none,
     // clamped on overflow.
     static qint64 leadingInteger(QStringView text);
+
+    // The pieces between any two of the separator characters, empty ones
+    // included: n separators give n + 1 pieces. Replies and listing lines are
+    // cut at every CR and LF alike.
+    static QStringList splitAtAny(const QString &text, QStringView separators);
 };
