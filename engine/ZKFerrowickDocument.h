@@ -7,15 +7,15 @@
 #include "ZKError.h"
 #include "ZKListViewDelegate.h"
 #include "ZKOperationQueue.h"
+#include "ZKQueueFile.h"
+#include "ZKQueuePasteboard.h"
 #include "ZKSleepManager.h"
 #include "ZKTaskListModel.h"
 #include "ZKTaskQuestions.h"
 #include "ZKTaskQueue.h"
 #include "ZKTransferThrottle.h"
 
-#include <QElapsedTimer>
 #include <QHash>
-#include <QLockFile>
 #include <QObject>
 #include <QPointer>
 #include <QTimer>
@@ -65,30 +65,39 @@ public:
     // Once saved: what is on disk is what the queue holds.
     void clearChangeCount();
 
-    QVariantMap asPropertyList() const;
-    bool readFromPropertyList(const QVariantMap &plist);
+    QVariantMap asPropertyList() const { return m_file->asPropertyList(); }
+    bool readFromPropertyList(const QVariantMap &plist) {
+        return m_file->readFromPropertyList(plist);
+    }
     // A damaged or foreign file is refused with a clear error and changes
     // nothing.
-    bool readFromFile(const QString &path, ZKError *error = nullptr);
+    bool readFromFile(const QString &path, ZKError *error = nullptr) {
+        return m_file->readFromFile(path, error);
+    }
     // Reads and checks a queue file without loading it.
     static bool readPropertyListFromFile(const QString &path, QVariantMap *plist,
-                                         ZKError *error = nullptr);
+                                         ZKError *error = nullptr) {
+        return ZKQueueFile::readPropertyListFromFile(path, plist, error);
+    }
     // Written as a whole to a temporary file and renamed over the old one.
-    bool writeToFile(const QString &path, ZKError *error = nullptr) const;
+    bool writeToFile(const QString &path, ZKError *error = nullptr) const {
+        return m_file->writeToFile(path, error);
+    }
     // Writes the queue and makes the file its own: it is no longer edited.
     // An untitled queue's recovery file goes once the queue has a file.
-    bool saveToFile(const QString &path, ZKError *error = nullptr);
+    bool saveToFile(const QString &path, ZKError *error = nullptr) {
+        return m_file->saveToFile(path, error);
+    }
     // Back to what the queue's file holds. The tasks stop before the saved
     // ones take their place, so no two ever write one file. A file that
     // cannot be read changes nothing.
-    bool revertToSaved(ZKError *error = nullptr);
-    // Checks the types and ranges of a saved queue's entries, the numbers of
-    // its tasks included, before anything of it is loaded. Task entries that
-    // cannot be re-created are left to the loader, which keeps them unread.
-    static bool validatePropertyList(const QVariantMap &plist, QString *reason);
-    // Why a task entry cannot be re-created, found without re-creating it
-    // (which would resume its step); empty when it can be.
-    static QString unreadableTaskEntryReason(const QVariant &entry);
+    bool revertToSaved(ZKError *error = nullptr) { return m_file->revertToSaved(error); }
+    static bool validatePropertyList(const QVariantMap &plist, QString *reason) {
+        return ZKQueueFile::validatePropertyList(plist, reason);
+    }
+    static QString unreadableTaskEntryReason(const QVariant &entry) {
+        return ZKQueueFile::unreadableTaskEntryReason(entry);
+    }
 
     // A saved task entry this version cannot re-create. It is kept as it was
     // and written back in its place, so that opening and saving a queue
@@ -107,18 +116,18 @@ public:
     // false, and no recovery file, when a running process holds it. It is
     // removed when the queue gets a file of its own, has no task left, and
     // when the document closes. An empty path means none.
-    bool setRecoveryFileName(const QString &path);
-    QString recoveryFileName() const { return m_recoveryFileName; }
+    bool setRecoveryFileName(const QString &path) { return m_file->setRecoveryFileName(path); }
+    QString recoveryFileName() const { return m_file->recoveryFileName(); }
     // While on, the queue writes what it did as it runs, at most every few
     // seconds and whenever a task ends, so that finished tasks stay finished
     // whatever happens to the program. A queue with a file writes into it
     // what the file held, with its tasks' progress: edits the user has not
     // saved stay unsaved. An untitled queue writes itself whole into its
     // recovery file, edits and all. None of this counts as an edit.
-    void setSavesProgress(bool on);
-    bool savesProgress() const { return m_savesProgress; }
+    void setSavesProgress(bool on) { m_file->setSavesProgress(on); }
+    bool savesProgress() const { return m_file->savesProgress(); }
     // Writes the progress now; true when there was nothing to write to.
-    bool saveProgress(ZKError *error = nullptr);
+    bool saveProgress(ZKError *error = nullptr) { return m_file->saveProgress(error); }
     // A task is copying, verifying or removing its source.
     bool hasRunningTask() const;
     // Stops every task for good as the queue closes: on return no step runs
@@ -195,35 +204,36 @@ public:
     qsizetype failedTaskCount() const { return m_taskQueue.failedCount(); }
 
     // ---- sources arriving (added, pasted, dropped, handed to the program)
-    // Asks the user for a folder for sources that arrive while the queue has
-    // no default destination, and calls back with it, or with nullptr when
-    // the user declines.
-    using DestinationChooser =
-        std::function<void(const std::function<void(const ZKWriterPtr &)> &answer)>;
+    // See ZKQueuePasteboard.
+    using DestinationChooser = ZKQueuePasteboard::DestinationChooser;
     void setDestinationChooser(DestinationChooser chooser) {
-        m_destinationChooser = std::move(chooser);
+        m_pasteboard.setDestinationChooser(std::move(chooser));
     }
-    // Tasks for the sources, to the default destination, from index on (past
-    // the end means the end). Without a default destination the chooser is
-    // asked first; with none, or when the user declines, no task is made and
-    // the handler gets an empty list.
     void
     createTasksWithReaders(const QList<ZKReaderPtr> &readers, qsizetype index,
-                           std::function<void(const QList<ZKTaskPtr> &)> completionHandler = {});
-    // One task at the end.
+                           std::function<void(const QList<ZKTaskPtr> &)> completionHandler = {}) {
+        m_pasteboard.createTasksWithReaders(readers, index, std::move(completionHandler));
+    }
     void createTaskWithReader(const ZKReaderPtr &reader,
-                              std::function<void(const ZKTaskPtr &)> completionHandler = {});
+                              std::function<void(const ZKTaskPtr &)> completionHandler = {}) {
+        m_pasteboard.createTaskWithReader(reader, std::move(completionHandler));
+    }
 
     // ---- rows dragged and dropped
-    // Says which queue of this process a dragged task comes from, so that a
-    // drop moves that same task instead of making a second one that could
-    // run beside it.
-    static const QString taskOriginType;
-    bool canDragItemFromIndex(qsizetype index) override;
-    void dragItemFromIndex(qsizetype index, ZKPasteboard &pasteboard) override;
-    Qt::DropActions dropOperation() const override;
-    bool dropItemsAtIndex(qsizetype index, const QMimeData &pasteboard) override;
-    void draggedItemWasTaken(qsizetype originalIndex, Qt::DropAction action) override;
+    static inline const QString &taskOriginType = ZKQueuePasteboard::taskOriginType;
+    bool canDragItemFromIndex(qsizetype index) override {
+        return m_pasteboard.canDragItemFromIndex(index);
+    }
+    void dragItemFromIndex(qsizetype index, ZKPasteboard &pasteboard) override {
+        m_pasteboard.dragItemFromIndex(index, pasteboard);
+    }
+    Qt::DropActions dropOperation() const override { return m_pasteboard.dropOperation(); }
+    bool dropItemsAtIndex(qsizetype index, const QMimeData &pasteboard) override {
+        return m_pasteboard.dropItemsAtIndex(index, pasteboard);
+    }
+    void draggedItemWasTaken(qsizetype originalIndex, Qt::DropAction action) override {
+        m_pasteboard.draggedItemWasTaken(originalIndex, action);
+    }
 
     // ---- a row's commands
     // The target is an insertion index counted before the task is taken out
@@ -257,11 +267,13 @@ public:
     void sortByPercentCompleted();
     void sortByPercentRemaining();
     void sortByTimeRemaining();
-    void copyItems(const ZKIndexList &indexes, ZKPasteboard &pasteboard) const;
-    void copySources(ZKPasteboard &pasteboard) const;
-    // Tasks from the pasteboard's task items, then readers for its URLs.
-    // Answers how many of the task items joined the queue.
-    qsizetype paste(const QList<QByteArray> &taskItems, const QList<QUrl> &urls, qsizetype index);
+    void copyItems(const ZKIndexList &indexes, ZKPasteboard &pasteboard) const {
+        m_pasteboard.copyItems(indexes, pasteboard);
+    }
+    void copySources(ZKPasteboard &pasteboard) const { m_pasteboard.copySources(pasteboard); }
+    qsizetype paste(const QList<QByteArray> &taskItems, const QList<QUrl> &urls, qsizetype index) {
+        return m_pasteboard.paste(taskItems, urls, index);
+    }
 
     // ---- texts
     QString description() const;
@@ -293,6 +305,9 @@ Q_SIGNALS:
     void tasksRefused(const QStringList &reasons);
 
 private:
+    // Saving and loading read and set the queue's settings directly.
+    friend class ZKQueueFile;
+
     // How a deferred call reaches back to the document. It goes dead as soon
     // as the document starts closing, not only when its QObject part ends:
     // tearing down the tasks still serves queued calls, and the members those
@@ -309,17 +324,6 @@ private:
         QPointer<ZKFerrowickDocument> m_document;
     };
 
-    QVariantList tasksAsPropertyList() const;
-    static bool writePropertyListToFile(const QVariantMap &plist, const QString &path,
-                                        ZKError *error);
-    // What the queue's file now holds, and which task wrote each entry, so
-    // that progress can be written into it without the unsaved edits.
-    void rememberSavedPropertyList(const QVariantMap &plist, const QList<ZKTaskPtr> &tasks);
-    bool writeProgressIntoFile(ZKError *error);
-    // Something worth keeping happened; a task's end is saved without the
-    // usual wait.
-    void noteProgress(bool taskEnded);
-    void removeRecoveryFile();
     void connectSettings();
     void runInBackground(std::function<void()> work);
     void startNextTaskNow();
@@ -364,17 +368,8 @@ private:
     int m_changeCount = 0;
     bool m_showDataRate = false;
     bool m_showDataSize = false;
-    DestinationChooser m_destinationChooser;
-    std::weak_ptr<ZKTask> m_draggedTask;
+    ZKQueuePasteboard m_pasteboard{*this};
     QHash<ZKTask *, qint32> m_lastStates; // old values for state changes
     QList<UnreadTaskEntry> m_unreadTaskEntries;
-    bool m_savesProgress = false;
-    bool m_progressPending = false;
-    QTimer m_progressTimer;
-    QElapsedTimer m_sinceProgressSave;
-    qint64 m_progressSaveCost = 0; // milliseconds the last save took
-    QVariantMap m_savedPropertyList;
-    QList<std::weak_ptr<ZKTask>> m_savedTasks; // one per saved "Tasks" entry
-    QString m_recoveryFileName;
-    std::unique_ptr<QLockFile> m_recoveryLock;
+    std::unique_ptr<ZKQueueFile> m_file = std::make_unique<ZKQueueFile>(*this);
 };

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKTaskQueue.h"
 
+#include "ZKByteCountFormatter.h"
 #include "ZKLogging.h"
 #include "ZKPasteboard.h"
 #include "ZKPropertyListSerialization.h"
@@ -674,6 +675,19 @@ QString ZKTaskQueue::describe(const ZKQueueFigures &figures) {
     if (figures.timeRemaining > 0) {
         text =
             QStringLiteral("%1 - %2").arg(text, ZKTimeFormatter::formatTime(figures.timeRemaining));
+    }
+    return text;
+}
+
+QString ZKTaskQueue::describeData(const ZKQueueFigures &figures, bool showSize, bool showRate) {
+    QString text;
+    if (showSize && figures.remainingBytes != 0) {
+        text = QStringLiteral("%1 remaining")
+                   .arg(ZKByteCountFormatter::formatFileSize(figures.remainingBytes));
+    }
+    if (showRate && figures.dataRate > 0) {
+        const QString rate = ZKByteCountFormatter::formatDataRate(quint64(figures.dataRate));
+        text = text.isEmpty() ? rate : QStringLiteral("%1 - %2").arg(text, rate);
     }
     return text;
 }

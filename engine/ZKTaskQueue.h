@@ -99,6 +99,8 @@ public:
     // "n of m complete", the failures and the time left.
     QString description(qint32 queueState = 0) const;
     static QString describe(const ZKQueueFigures &figures);
+    // What is left to move and how fast, each when asked for.
+    static QString describeData(const ZKQueueFigures &figures, bool showSize, bool showRate);
     void waitForOperationsToComplete();
 
 Q_SIGNALS:

@@ -1,0 +1,615 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKQueueFile.h"
+
+#include "ZKFerrowickDocument.h"
+#include "ZKLogging.h"
+#include "ZKMainQueue.h"
+#include "ZKPropertyListParser.h"
+#include "ZKPropertyListSerialization.h"
+#include "ZKQueueState.h"
+#include "ZKSchedulePanel.h"
+#include "ZKSpeedLimitPanel.h"
+#include "ZKTaskRegistry.h"
+#include "ZKTransferMode.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QPointer>
+#include <QSaveFile>
+
+#include <cmath>
+#include <limits>
+
+const QString ZKQueueFile::documentType = QStringLiteral("FerrowickDocument");
+const QString ZKQueueFile::stateKey = QStringLiteral("State");
+const QString ZKQueueFile::isVerifyEnabledKey = QStringLiteral("IsVerifyEnabled");
+const QString ZKQueueFile::autoClearItemsKey = QStringLiteral("AutoClearItems");
+const QString ZKQueueFile::autoRetryItemsKey = QStringLiteral("AutoRetryItems");
+const QString ZKQueueFile::dataRateKey = QStringLiteral("DataRate");
+const QString ZKQueueFile::defaultTransferModeKey = QStringLiteral("DefaultTransferMode");
+const QString ZKQueueFile::defaultDestinationKey = QStringLiteral("DefaultDestination");
+const QString ZKQueueFile::speedLimitKey = QStringLiteral("SpeedLimit");
+const QString ZKQueueFile::scheduleKey = QStringLiteral("Schedule");
+const QString ZKQueueFile::tasksKey = QStringLiteral("Tasks");
+
+namespace {
+const QString &kDocumentType = ZKQueueFile::documentType;
+const QString &kState = ZKQueueFile::stateKey;
+const QString &kIsVerifyEnabled = ZKQueueFile::isVerifyEnabledKey;
+const QString &kAutoClearItems = ZKQueueFile::autoClearItemsKey;
+const QString &kAutoRetryItems = ZKQueueFile::autoRetryItemsKey;
+const QString &kDataRate = ZKQueueFile::dataRateKey;
+const QString &kDefaultTransferMode = ZKQueueFile::defaultTransferModeKey;
+const QString &kDefaultDestination = ZKQueueFile::defaultDestinationKey;
+const QString &kSpeedLimit = ZKQueueFile::speedLimitKey;
+const QString &kSchedule = ZKQueueFile::scheduleKey;
+const QString &kTasks = ZKQueueFile::tasksKey;
+
+bool isNumber(const QVariant &value) {
+    switch (value.typeId()) {
+    case QMetaType::Double:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// Why a saved value cannot be a byte count (whole) or a rate; empty when it
+// can. A negative rate would read as "no limit", and a count beyond the
+// largest file offset is no count of bytes at all.
+QString numberProblem(const QVariant &value, bool whole) {
+    if (!isNumber(value)) {
+        return QStringLiteral("has the wrong type");
+    }
+    constexpr qint64 largest = std::numeric_limits<qint64>::max();
+    switch (value.typeId()) {
+    case QMetaType::Double: {
+        const double number = value.toDouble();
+        if (!std::isfinite(number)) {
+            return QStringLiteral("is not a finite number");
+        }
+        if (number < 0) {
+            return QStringLiteral("is negative");
+        }
+        if (whole && number != std::floor(number)) {
+            return QStringLiteral("is not a whole number");
+        }
+        return whole && number >= double(largest) ? QStringLiteral("is out of range") : QString();
+    }
+    case QMetaType::UInt:
+        return {};
+    case QMetaType::ULongLong:
+        return value.toULongLong() > quint64(largest) ? QStringLiteral("is out of range")
+                                                      : QString();
+    default:
+        return value.toLongLong() < 0 ? QStringLiteral("is negative") : QString();
+    }
+}
+
+// States and modes are saved by name; a value outside the known ones is
+// written as "Unknown (n)" and has no meaning to load.
+QString nameProblem(const QVariant &value) {
+    if (value.typeId() != QMetaType::QString) {
+        return QStringLiteral("has the wrong type");
+    }
+    return value.toString().startsWith(QStringLiteral("Unknown ("))
+               ? QStringLiteral("is out of range")
+               : QString();
+}
+
+// The keys of a saved task that the document checks before loading it.
+const QString kTaskProgressBytes = QStringLiteral("ProgressBytes");
+const QString kTaskTotalBytes = QStringLiteral("TotalBytes");
+const QString kTaskMaximumTransferRate = QStringLiteral("MaximumTransferRate");
+const QString kTaskDataRate = QStringLiteral("DataRate");
+const QString kTaskState = QStringLiteral("State");
+const QString kTaskTransferMode = QStringLiteral("TransferMode");
+const QString kTaskSource = QStringLiteral("Source");
+const QString kTaskDestination = QStringLiteral("Destination");
+const QString kCopyTaskType = QStringLiteral("CopyTask");
+const QString kSpeedLimitRate = QStringLiteral("MaximumTransferRate");
+} // namespace
+
+ZKQueueFile::ZKQueueFile(ZKFerrowickDocument &document)
+    : m_document(document) {
+    m_progressTimer.setSingleShot(true);
+    connect(&m_progressTimer, &QTimer::timeout, this, [this] {
+        if (m_progressPending) {
+            saveProgress();
+        }
+    });
+}
+
+ZKQueueFile::~ZKQueueFile() = default;
+
+// ---- checking, reading and writing
+
+bool ZKQueueFile::validatePropertyList(const QVariantMap &plist, QString *reason) {
+    auto fail = [reason](const QString &text) {
+        if (reason) {
+            *reason = text;
+        }
+        return false;
+    };
+    if (plist.value(ZKPropertyListObject::typeKey).toString() != kDocumentType ||
+        plist.value(ZKPropertyListObject::typeKey).typeId() != QMetaType::QString) {
+        return fail(QStringLiteral("it is not a Ferrowick queue"));
+    }
+    const auto check = [&](const QString &key, auto isRightType) {
+        return !plist.contains(key) || isRightType(plist.value(key));
+    };
+    const auto isText = [](const QVariant &v) {
+        return v.typeId() == QMetaType::QString;
+    };
+    const auto isBool = [](const QVariant &v) {
+        return v.typeId() == QMetaType::Bool;
+    };
+    const auto isMap = [](const QVariant &v) {
+        return v.typeId() == QMetaType::QVariantMap;
+    };
+    const auto isList = [](const QVariant &v) {
+        return v.typeId() == QMetaType::QVariantList;
+    };
+    const std::pair<QString, std::function<bool(const QVariant &)>> rules[] = {
+        {kState, isText},
+        {kIsVerifyEnabled, isBool},
+        {kAutoClearItems, isBool},
+        {kAutoRetryItems, isBool},
+        {kDataRate, isNumber},
+        {kDefaultTransferMode, isText},
+        {kDefaultDestination, isMap},
+        {kSpeedLimit, isMap},
+        {kSchedule, isMap},
+        {kTasks, isList},
+    };
+    for (const auto &[key, rule] : rules) {
+        if (!check(key, rule)) {
+            return fail(QStringLiteral("the entry \"%1\" has the wrong type").arg(key));
+        }
+    }
+
+    // Every value is checked before any task is made: a loaded task may at
+    // once resume its step.
+    const auto problem = [&](const QVariantMap &dict, const QString &key, const QString &where,
+                             auto rule) {
+        if (!dict.contains(key)) {
+            return false;
+        }
+        const QVariant value = dict.value(key);
+        const QString text = rule(value);
+        if (text.isEmpty()) {
+            return false;
+        }
+        QString shown = value.toString();
+        if (shown.size() > 40) {
+            shown = shown.left(40) + QStringLiteral("...");
+        }
+        fail(QStringLiteral("the entry \"%1\"%2 %3%4")
+                 .arg(key, where, text,
+                      shown.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(shown)));
+        return true;
+    };
+    const auto count = [](const QVariant &v) {
+        return numberProblem(v, true);
+    };
+    const auto rate = [](const QVariant &v) {
+        return numberProblem(v, false);
+    };
+    if (problem(plist, kState, QString(), nameProblem) ||
+        problem(plist, kDefaultTransferMode, QString(), nameProblem) ||
+        problem(plist, kDataRate, QString(), rate) ||
+        problem(plist.value(kSpeedLimit).toMap(), kSpeedLimitRate,
+                QStringLiteral(" of the speed limit"), count)) {
+        return false;
+    }
+    const QVariantList tasks = plist.value(kTasks).toList();
+    for (qsizetype i = 0; i < tasks.size(); ++i) {
+        if (tasks[i].typeId() != QMetaType::QVariantMap) {
+            continue; // kept unread by the loader
+        }
+        const QVariantMap task = tasks[i].toMap();
+        const QString where = QStringLiteral(" of task %1").arg(i + 1);
+        if (problem(task, kTaskProgressBytes, where, count) ||
+            problem(task, kTaskTotalBytes, where, count) ||
+            problem(task, kTaskMaximumTransferRate, where, count) ||
+            problem(task, kTaskDataRate, where, rate) ||
+            problem(task, kTaskState, where, nameProblem) ||
+            problem(task, kTaskTransferMode, where, nameProblem)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+QString ZKQueueFile::unreadableTaskEntryReason(const QVariant &entry) {
+    if (entry.typeId() != QMetaType::QVariantMap) {
+        return QStringLiteral("It is not a dictionary.");
+    }
+    const QVariantMap dict = entry.toMap();
+    ZKError error;
+    if (!ZKPropertyListParser::canParseObject(dict, &error)) {
+        return error.localizedDescription();
+    }
+    const QString type = dict.value(ZKPropertyListObject::typeKey).toString();
+    if (type != kCopyTaskType) {
+        return QStringLiteral("'%1' is not a kind of task.").arg(type);
+    }
+    // The endpoints are made without touching anything; the task itself is
+    // not, since making it resumes its step.
+    for (const QString &key : {kTaskSource, kTaskDestination}) {
+        const QVariant part = dict.value(key);
+        if (part.typeId() != QMetaType::QVariantMap) {
+            return QStringLiteral("Its \"%1\" is missing or not a dictionary.").arg(key);
+        }
+        ZKError partError;
+        const auto object = ZKPropertyListParser::parseObject(part.toMap(), &partError);
+        const bool fits = key == kTaskSource ? bool(std::dynamic_pointer_cast<ZKReader>(object))
+                                             : bool(std::dynamic_pointer_cast<ZKWriter>(object));
+        if (!fits) {
+            return QStringLiteral("Its \"%1\" cannot be re-created: %2")
+                .arg(key, object || partError.localizedDescription().isEmpty()
+                              ? QStringLiteral("it is of the wrong kind.")
+                              : partError.localizedDescription());
+        }
+    }
+    return {};
+}
+
+bool ZKQueueFile::readPropertyListFromFile(const QString &path, QVariantMap *plist,
+                                           ZKError *error) {
+    auto fail = [&](QString reason) {
+        while (reason.endsWith(QLatin1Char('.'))) {
+            reason.chop(1);
+        }
+        if (error) {
+            *error = ZKError::application(
+                ZKErrorCode::unknownClass,
+                QStringLiteral("The queue \"%1\" cannot be opened: %2.").arg(path, reason));
+        }
+        qCInfo(lcEngine).noquote() << "Unable to load" << path << reason;
+        return false;
+    };
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return fail(file.errorString());
+    }
+    if (file.size() > ZKPropertyListSerialization::maximumDataSize) {
+        return fail(QStringLiteral("the file is too large to be a queue"));
+    }
+    const QByteArray data = file.readAll();
+    ZKError parseError;
+    const QVariant value = ZKPropertyListSerialization::propertyListFromData(data, &parseError);
+    if (!value.isValid()) {
+        return fail(parseError.localizedDescription());
+    }
+    if (value.typeId() != QMetaType::QVariantMap) {
+        return fail(QStringLiteral("it is not a Ferrowick queue"));
+    }
+    QString reason;
+    if (!validatePropertyList(value.toMap(), &reason)) {
+        return fail(reason);
+    }
+    *plist = value.toMap();
+    return true;
+}
+
+bool ZKQueueFile::writePropertyListToFile(const QVariantMap &plist, const QString &path,
+                                          ZKError *error) {
+    ZKError serialisationError;
+    const QByteArray data =
+        ZKPropertyListSerialization::dataFromPropertyList(plist, &serialisationError);
+    if (data.isEmpty()) {
+        if (error) {
+            *error = serialisationError;
+        }
+        return false;
+    }
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(data) != data.size() || !file.commit()) {
+        if (error) {
+            *error = ZKError::application(ZKErrorCode::writeFailed,
+                                          QStringLiteral("Unable to save the queue \"%1\": %2.")
+                                              .arg(path, file.errorString()));
+        }
+        return false;
+    }
+    return true;
+}
+
+// ---- the queue as it is saved
+
+QVariantMap ZKQueueFile::asPropertyList() const {
+    QVariantMap plist{
+        {ZKPropertyListObject::typeKey, kDocumentType},
+        {kState, ZKQueueState::convertToString(m_document.state())},
+        {kIsVerifyEnabled, m_document.m_isVerifyEnabled},
+        {kAutoClearItems, m_document.m_autoClearItems},
+        {kAutoRetryItems, m_document.m_autoRetryItems},
+        {kDataRate, m_document.m_dataRateCalculator.bytesPerSecond()},
+        {kDefaultTransferMode, ZKTransferMode::convertToString(m_document.m_defaultTransferMode)},
+        {kSpeedLimit, m_document.m_speedLimit->asPropertyList()},
+        {kSchedule, m_document.m_schedule->asPropertyList()},
+        {kTasks, tasksAsPropertyList()},
+    };
+    if (m_document.m_defaultDestination) {
+        plist.insert(kDefaultDestination, m_document.m_defaultDestination->asPropertyList());
+    }
+    return plist;
+}
+
+QVariantList ZKQueueFile::tasksAsPropertyList() const {
+    QVariantList tasks = m_document.m_taskQueue.asPropertyList();
+    // In ascending order of their old places, so an unchanged queue is
+    // written back entry for entry.
+    for (const ZKFerrowickDocument::UnreadTaskEntry &kept : m_document.m_unreadTaskEntries) {
+        tasks.insert(std::min(kept.index, tasks.size()), kept.entry);
+    }
+    return tasks;
+}
+
+bool ZKQueueFile::readFromPropertyList(const QVariantMap &plist) {
+    if (!validatePropertyList(plist, nullptr)) {
+        return false;
+    }
+    // Tasks taken out while they work would go on writing beside the ones
+    // read in their place.
+    m_document.m_dispatchQueue.waitUntilAllOperationsAreFinished();
+    for (const auto &task : m_document.m_taskQueue.tasks()) {
+        task->pause();
+    }
+    m_document.m_taskQueue.removeAll();
+    m_document.m_taskQueue.flushRemovedTasks();
+    m_document.m_lastStates.clear();
+
+    // Stored directly: loading a paused queue must not pause anything.
+    m_document.m_state = ZKQueueState::parse(plist.value(kState).toString());
+    m_document.m_isVerifyEnabled = plist.value(kIsVerifyEnabled).toBool();
+    m_document.m_autoClearItems = plist.value(kAutoClearItems).toBool();
+    m_document.m_autoRetryItems = plist.value(kAutoRetryItems).toBool();
+    m_document.refreshRetryTooltip();
+    m_document.refreshClearTooltip();
+    m_document.m_dataRateCalculator.setBytesPerSecond(plist.value(kDataRate).toDouble());
+    m_document.m_defaultTransferMode =
+        ZKTransferMode::parse(plist.value(kDefaultTransferMode).toString());
+    m_document.m_defaultDestination = plist.contains(kDefaultDestination)
+                                          ? ZKPropertyListParser::parseObjectOfType<ZKWriter>(
+                                                plist.value(kDefaultDestination).toMap())
+                                          : nullptr;
+    m_document.m_speedLimit =
+        std::make_unique<ZKSpeedLimitPanel>(plist.value(kSpeedLimit).toMap(), &m_document);
+    m_document.m_schedule =
+        std::make_unique<ZKSchedulePanel>(plist.value(kSchedule).toMap(), &m_document);
+    m_document.connectSettings();
+    Q_EMIT m_document.speedLimitAndScheduleReplaced();
+
+    QList<ZKTaskPtr> tasks;
+    QList<qsizetype> taskEntries; // the saved entry of each task
+    m_document.m_unreadTaskEntries.clear();
+    const QVariantList entries = plist.value(kTasks).toList();
+    for (qsizetype i = 0; i < entries.size(); ++i) {
+        QString reason = unreadableTaskEntryReason(entries[i]);
+        if (reason.isEmpty()) {
+            if (auto task = ZKPropertyListParser::parseObjectOfType<ZKTask>(entries[i].toMap())) {
+                tasks.append(task);
+                taskEntries.append(i);
+                continue;
+            }
+            reason = QStringLiteral("It cannot be re-created.");
+        }
+        qCWarning(lcEngine).noquote()
+            << QStringLiteral("Keeping task entry %1 unread: %2").arg(i + 1).arg(reason);
+        m_document.m_unreadTaskEntries.append({i, entries[i], reason});
+    }
+    // A transfer that another open queue holds already stays in the file as
+    // it was: run beside that one, it would write the same files.
+    const QStringList refused = ZKTaskRegistry::refusalsForTasks(tasks);
+    for (qsizetype t = tasks.size() - 1; t >= 0; --t) {
+        if (!refused[t].isEmpty()) {
+            const qsizetype i = taskEntries[t];
+            qCWarning(lcEngine).noquote()
+                << QStringLiteral("Keeping task entry %1 unread: %2").arg(i + 1).arg(refused[t]);
+            m_document.m_unreadTaskEntries.append({i, entries[i], refused[t]});
+            tasks.removeAt(t);
+        }
+    }
+    std::sort(m_document.m_unreadTaskEntries.begin(), m_document.m_unreadTaskEntries.end(),
+              [](const ZKFerrowickDocument::UnreadTaskEntry &a,
+                 const ZKFerrowickDocument::UnreadTaskEntry &b) { return a.index < b.index; });
+    ZKIndexList indexes;
+    for (qsizetype i = 0; i < tasks.size(); ++i) {
+        indexes.append(i);
+    }
+    m_document.insertTasks(tasks, indexes);
+    rememberSavedPropertyList(plist, tasks);
+
+    Q_EMIT m_document.stateChanged();
+    Q_EMIT m_document.isVerifyEnabledChanged();
+    Q_EMIT m_document.autoClearItemsChanged();
+    Q_EMIT m_document.autoRetryItemsChanged();
+    Q_EMIT m_document.defaultTransferModeChanged();
+    Q_EMIT m_document.defaultDestinationChanged();
+    if (m_document.state() == ZKQueueState::Running &&
+        !m_document.m_taskQueue.allTasksCompleted()) {
+        m_document.m_sleepManager.preventIdleSleep();
+    }
+    m_document.startNextTask();
+    // What was just read is what the file holds: the edits posted while the
+    // tasks went in do not make it an edited queue.
+    m_document.clearChangeCount();
+    return true;
+}
+
+bool ZKQueueFile::readFromFile(const QString &path, ZKError *error) {
+    QVariantMap plist;
+    if (!readPropertyListFromFile(path, &plist, error)) {
+        return false;
+    }
+    m_document.setFileName(path);
+    return readFromPropertyList(plist);
+}
+
+bool ZKQueueFile::saveToFile(const QString &path, ZKError *error) {
+    // The entries and the tasks that wrote them, taken together.
+    const QList<ZKTaskPtr> tasks = m_document.m_taskQueue.tasks();
+    const QVariantMap plist = asPropertyList();
+    if (!writePropertyListToFile(plist, path, error)) {
+        return false;
+    }
+    m_document.setFileName(path);
+    rememberSavedPropertyList(plist, tasks);
+    removeRecoveryFile();
+    m_document.clearChangeCount();
+    return true;
+}
+
+bool ZKQueueFile::revertToSaved(ZKError *error) {
+    if (m_document.m_fileName.isEmpty()) {
+        if (error) {
+            *error = ZKError::application(ZKErrorCode::readFailed,
+                                          QStringLiteral("The queue has never been saved."));
+        }
+        return false;
+    }
+    return readFromFile(m_document.m_fileName, error);
+}
+
+bool ZKQueueFile::writeToFile(const QString &path, ZKError *error) const {
+    return writePropertyListToFile(asPropertyList(), path, error);
+}
+
+// ---- progress kept while the queue runs
+
+void ZKQueueFile::rememberSavedPropertyList(const QVariantMap &plist,
+                                            const QList<ZKTaskPtr> &tasks) {
+    m_savedPropertyList = plist;
+    // The entries kept unread sit among the tasks' entries as they were
+    // written (tasksAsPropertyList); no task writes them.
+    m_savedTasks.clear();
+    for (const ZKTaskPtr &task : tasks) {
+        m_savedTasks.append(task);
+    }
+    for (const ZKFerrowickDocument::UnreadTaskEntry &kept :
+         std::as_const(m_document.unreadTaskEntries())) {
+        m_savedTasks.insert(std::min(kept.index, m_savedTasks.size()), {});
+    }
+}
+
+bool ZKQueueFile::writeProgressIntoFile(ZKError *error) {
+    QVariantList entries = m_savedPropertyList.value(kTasks).toList();
+    for (qsizetype i = 0; i < entries.size() && i < m_savedTasks.size(); ++i) {
+        // A task gone from the queue keeps the entry it wrote last.
+        if (const ZKTaskPtr task = m_savedTasks[i].lock()) {
+            entries[i] = task->asPropertyList();
+        }
+    }
+    QVariantMap plist = m_savedPropertyList;
+    plist.insert(kTasks, entries);
+    if (!writePropertyListToFile(plist, m_document.fileName(), error)) {
+        return false;
+    }
+    m_savedPropertyList = plist;
+    return true;
+}
+
+bool ZKQueueFile::setRecoveryFileName(const QString &path) {
+    if (path == m_recoveryFileName) {
+        return true;
+    }
+    removeRecoveryFile();
+    if (path.isEmpty()) {
+        return true;
+    }
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    auto lock = std::make_unique<QLockFile>(path + QStringLiteral(".lock"));
+    // Held as long as the queue is open, however long that is: only a lock
+    // whose process is gone is taken over.
+    lock->setStaleLockTime(0);
+    if (!lock->tryLock(0)) {
+        qCInfo(lcEngine).noquote() << "Another process keeps" << path;
+        return false;
+    }
+    m_recoveryLock = std::move(lock);
+    m_recoveryFileName = path;
+    noteProgress(false);
+    return true;
+}
+
+void ZKQueueFile::removeRecoveryFile() {
+    if (m_recoveryFileName.isEmpty()) {
+        return;
+    }
+    QFile::remove(m_recoveryFileName);
+    m_recoveryFileName.clear();
+    m_recoveryLock.reset(); // unlocks and removes the lock file
+}
+
+void ZKQueueFile::setSavesProgress(bool on) {
+    m_savesProgress = on;
+    if (!on) {
+        m_progressTimer.stop();
+    }
+}
+
+void ZKQueueFile::noteProgress(bool taskEnded) {
+    if (!m_savesProgress) {
+        return;
+    }
+    if (!ZKMainQueue::isMainThread()) {
+        ZKMainQueue::async([guard = QPointer<ZKQueueFile>(this), taskEnded] {
+            if (guard) {
+                guard->noteProgress(taskEnded);
+            }
+        });
+        return;
+    }
+    m_progressPending = true;
+    // Every few seconds, and at a task's end at once; but saving a long
+    // queue takes a while, and it may take a tenth of the time at most.
+    constexpr qint64 interval = 2000;
+    const qint64 gap = std::max<qint64>(taskEnded ? 0 : interval, 10 * m_progressSaveCost);
+    const qint64 wait = m_sinceProgressSave.isValid()
+                            ? std::max<qint64>(0, gap - m_sinceProgressSave.elapsed())
+                            : 0;
+    if (!m_progressTimer.isActive() || m_progressTimer.remainingTime() > wait) {
+        m_progressTimer.start(int(std::min<qint64>(wait, interval * 30)));
+    }
+}
+
+bool ZKQueueFile::saveProgress(ZKError *error) {
+    m_progressPending = false;
+    m_progressTimer.stop();
+    QElapsedTimer clock;
+    clock.start();
+    ZKError failure;
+    bool saved = true;
+    if (!m_document.fileName().isEmpty()) {
+        // A file this queue never read nor wrote is not its file yet.
+        if (!m_savedPropertyList.isEmpty()) {
+            saved = writeProgressIntoFile(&failure);
+        }
+    } else if (!m_recoveryFileName.isEmpty()) {
+        if (m_document.countOfTasks() == 0 && m_document.unreadTaskEntries().isEmpty()) {
+            QFile::remove(m_recoveryFileName); // nothing to recover
+        } else {
+            saved =
+                writePropertyListToFile(m_document.asPropertyList(), m_recoveryFileName, &failure);
+        }
+    }
+    m_progressSaveCost = clock.elapsed();
+    m_sinceProgressSave.start();
+    if (!saved) {
+        qCWarning(lcEngine).noquote()
+            << "Unable to keep the progress of" << m_document.displayName() << ":"
+            << failure.localizedDescription();
+        if (error) {
+            *error = failure;
+        }
+    }
+    return saved;
+}

@@ -1,0 +1,94 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "ZKError.h"
+#include "ZKTask.h"
+
+#include <QElapsedTimer>
+#include <QLockFile>
+#include <QObject>
+#include <QTimer>
+#include <QVariantMap>
+
+#include <memory>
+
+class ZKFerrowickDocument;
+using ZKTaskPtr = std::shared_ptr<ZKTask>;
+
+// A queue's ".queue" file: the checks a saved queue passes before any of it
+// is loaded, writing it whole, and the progress kept while the queue runs,
+// in its file or, for an untitled queue, in a recovery file. Main thread.
+class ZKQueueFile : public QObject {
+    Q_OBJECT
+
+public:
+    // The entries of a saved queue.
+    static const QString documentType; // under the "Type" key
+    static const QString stateKey;
+    static const QString isVerifyEnabledKey;
+    static const QString autoClearItemsKey;
+    static const QString autoRetryItemsKey;
+    static const QString dataRateKey;
+    static const QString defaultTransferModeKey;
+    static const QString defaultDestinationKey;
+    static const QString speedLimitKey;
+    static const QString scheduleKey;
+    static const QString tasksKey;
+
+    explicit ZKQueueFile(ZKFerrowickDocument &document);
+    ~ZKQueueFile() override;
+
+    // Checks the types and ranges of a saved queue's entries, the numbers of
+    // its tasks included, before anything of it is loaded. Task entries that
+    // cannot be re-created are left to the loader, which keeps them unread.
+    static bool validatePropertyList(const QVariantMap &plist, QString *reason);
+    // Why a task entry cannot be re-created, found without re-creating it
+    // (which would resume its step); empty when it can be.
+    static QString unreadableTaskEntryReason(const QVariant &entry);
+    // Reads and checks a queue file without loading it. A damaged or foreign
+    // file is refused with a clear error.
+    static bool readPropertyListFromFile(const QString &path, QVariantMap *plist,
+                                         ZKError *error = nullptr);
+    // Written as a whole to a temporary file and renamed over the old one.
+    static bool writePropertyListToFile(const QVariantMap &plist, const QString &path,
+                                        ZKError *error);
+
+    // The queue's saved form, and the queue made from one (see
+    // ZKFerrowickDocument).
+    QVariantMap asPropertyList() const;
+    bool readFromPropertyList(const QVariantMap &plist);
+    bool readFromFile(const QString &path, ZKError *error);
+    bool writeToFile(const QString &path, ZKError *error) const;
+    bool saveToFile(const QString &path, ZKError *error);
+    bool revertToSaved(ZKError *error);
+
+    // What the queue's file now holds, and which task wrote each entry, so
+    // that progress can be written into it without the unsaved edits.
+    void rememberSavedPropertyList(const QVariantMap &plist, const QList<ZKTaskPtr> &tasks);
+    // See ZKFerrowickDocument.
+    bool setRecoveryFileName(const QString &path);
+    QString recoveryFileName() const { return m_recoveryFileName; }
+    void removeRecoveryFile();
+    void setSavesProgress(bool on);
+    bool savesProgress() const { return m_savesProgress; }
+    bool saveProgress(ZKError *error = nullptr);
+    // Something worth keeping happened; a task's end is saved without the
+    // usual wait. Any thread.
+    void noteProgress(bool taskEnded);
+
+private:
+    QVariantList tasksAsPropertyList() const;
+    bool writeProgressIntoFile(ZKError *error);
+
+    ZKFerrowickDocument &m_document;
+    bool m_savesProgress = false;
+    bool m_progressPending = false;
+    QTimer m_progressTimer;
+    QElapsedTimer m_sinceProgressSave;
+    qint64 m_progressSaveCost = 0; // milliseconds the last save took
+    QVariantMap m_savedPropertyList;
+    QList<std::weak_ptr<ZKTask>> m_savedTasks; // one per saved "Tasks" entry
+    QString m_recoveryFileName;
+    std::unique_ptr<QLockFile> m_recoveryLock;
+};
