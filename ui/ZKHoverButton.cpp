@@ -4,10 +4,35 @@
 
 #include "ZKHoverDelegate.h"
 
+#include <QKeyEvent>
+
 ZKHoverButton::ZKHoverButton(QWidget *parent)
     : QToolButton(parent) {
     setAutoRaise(true);
     setFocusPolicy(Qt::TabFocus);
+}
+
+bool ZKHoverButton::event(QEvent *event) {
+    if (event->type() == QEvent::ShortcutOverride) {
+        const auto *key = static_cast<QKeyEvent *>(event);
+        if (key->key() == Qt::Key_Space && !(key->modifiers() & ~Qt::KeypadModifier)) {
+            event->accept();
+            return true;
+        }
+    }
+    return QToolButton::event(event);
+}
+
+void ZKHoverButton::keyPressEvent(QKeyEvent *event) {
+    // A plain button would step to its neighbours with the arrows, and off
+    // the end of its row out of the list; in a row they belong to the list,
+    // Tab steps between the buttons.
+    if (event->key() == Qt::Key_Up || event->key() == Qt::Key_Down ||
+        event->key() == Qt::Key_Left || event->key() == Qt::Key_Right) {
+        event->ignore();
+        return;
+    }
+    QToolButton::keyPressEvent(event);
 }
 
 void ZKHoverButton::enterEvent(QEnterEvent *event) {

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKListView.h"
 
+#include "ZKAccessibleListView.h"
 #include "ZKListViewDelegate.h"
 #include "ZKListViewItem.h"
 #include "ZKMimeDataPasteboard.h"
@@ -12,6 +13,7 @@
 #include <QDragLeaveEvent>
 #include <QDragMoveEvent>
 #include <QDropEvent>
+#include <QFocusEvent>
 #include <QHash>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -26,12 +28,30 @@ namespace {
 int milliseconds(double seconds) {
     return qMax(0, qRound(seconds * 1000));
 }
+
+bool isNavigationKey(const QKeyEvent *event) {
+    if (event->modifiers() & ~Qt::KeypadModifier) {
+        return false;
+    }
+    switch (event->key()) {
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_Home:
+    case Qt::Key_End:
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+        return true;
+    default:
+        return false;
+    }
+}
 } // namespace
 
 ZKListView::ZKListView(QWidget *parent)
     : QAbstractScrollArea(parent)
     , m_rowAnimations(new QParallelAnimationGroup(this))
     , m_scrollAnimation(new QPropertyAnimation(verticalScrollBar(), "value", this)) {
+    ZKAccessibleListView::install();
     setAccessibleName(tr("Task list"));
     setFocusPolicy(Qt::StrongFocus);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -147,6 +167,10 @@ void ZKListView::setItemPrototype(ZKListViewItem *prototype) {
     }
     m_rowAnimations->stop();
     m_rowAnimations->clear();
+    if (hasFocusWithin()) {
+        // Hiding the focused row would send the focus out of the list.
+        setFocus(Qt::OtherFocusReason);
+    }
     for (qsizetype i = 0; i < m_reusableItems.size(); ++i) {
         ZKListViewItem *item = m_reusableItems.at(i);
         if (i < m_shownCount) {
@@ -188,6 +212,151 @@ bool ZKListView::isAnimating() const {
 
 QList<ZKListViewItem *> ZKListView::visibleItems() const {
     return m_reusableItems.first(m_shownCount);
+}
+
+ZKListViewItem *ZKListView::itemAtIndex(qsizetype index) const {
+    const qsizetype place = index - m_shownFirst;
+    return index >= 0 && place >= 0 && place < m_shownCount ? m_reusableItems.at(place) : nullptr;
+}
+
+void ZKListView::setCurrentIndex(qsizetype index) {
+    if (m_content.isEmpty()) {
+        m_currentIndex = -1;
+        return;
+    }
+    m_currentIndex = qBound<qsizetype>(0, index, m_content.size() - 1);
+    scrollToIndex(m_currentIndex);
+    if (ZKListViewItem *item = itemAtIndex(m_currentIndex)) {
+        item->setFocus(Qt::OtherFocusReason);
+    }
+}
+
+void ZKListView::scrollToIndex(qsizetype index) {
+    QScrollBar *bar = verticalScrollBar();
+    const int top = qFloor(positionForRow(index));
+    const int bottom = qCeil(positionForRow(index + 1));
+    if (top < bar->value()) {
+        bar->setValue(top);
+    } else if (bottom > bar->value() + viewport()->height()) {
+        bar->setValue(bottom - viewport()->height());
+    }
+}
+
+ZKListViewItem *ZKListView::itemContaining(const QWidget *widget) const {
+    for (const QWidget *w = widget; w && !w->isWindow(); w = w->parentWidget()) {
+        if (w->parentWidget() == viewport()) {
+            auto *item = qobject_cast<ZKListViewItem *>(const_cast<QWidget *>(w));
+            const qsizetype place = m_reusableItems.indexOf(item);
+            return place >= 0 && place < m_shownCount ? item : nullptr;
+        }
+    }
+    return nullptr;
+}
+
+bool ZKListView::hasFocusWithin() const {
+    // The window's focus, so that a window in the background keeps its row.
+    const QWidget *focused = window()->focusWidget();
+    return focused && (focused == this || isAncestorOf(focused));
+}
+
+void ZKListView::followCurrentIndex() {
+    if (!hasFocusWithin()) {
+        return;
+    }
+    if (m_currentIndex >= m_content.size()) {
+        m_currentIndex = m_content.size() - 1;
+    }
+    ZKListViewItem *item = itemAtIndex(m_currentIndex);
+    const QWidget *focused = window()->focusWidget();
+    if (item && focused != item && !item->isAncestorOf(focused)) {
+        item->setFocus(Qt::OtherFocusReason);
+    } else if (!item && focused != this) {
+        setFocus(Qt::OtherFocusReason);
+    }
+}
+
+bool ZKListView::event(QEvent *event) {
+    // The keys the list moves with win over shortcuts of the window.
+    if (event->type() == QEvent::ShortcutOverride &&
+        isNavigationKey(static_cast<QKeyEvent *>(event)) && !m_content.isEmpty()) {
+        event->accept();
+        return true;
+    }
+    return QAbstractScrollArea::event(event);
+}
+
+bool ZKListView::eventFilter(QObject *watched, QEvent *event) {
+    if (event->type() != QEvent::FocusIn || !watched->isWidgetType()) {
+        return QAbstractScrollArea::eventFilter(watched, event);
+    }
+    ZKListViewItem *item = itemContaining(static_cast<QWidget *>(watched));
+    if (!item) {
+        return QAbstractScrollArea::eventFilter(watched, event);
+    }
+    const Qt::FocusReason reason = static_cast<QFocusEvent *>(event)->reason();
+    ZKListViewItem *current = itemAtIndex(m_currentIndex);
+    if ((reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason) && current &&
+        current != item) {
+        // Tab from outside reaches whichever row comes first in the window's
+        // focus chain; the keyboard goes back to the row it was on. The
+        // widget that lost the focus again never hears it had it.
+        current->setFocus(reason);
+        return true;
+    }
+    m_currentIndex = m_shownFirst + m_reusableItems.indexOf(item);
+    return QAbstractScrollArea::eventFilter(watched, event);
+}
+
+void ZKListView::focusInEvent(QFocusEvent *event) {
+    QAbstractScrollArea::focusInEvent(event);
+    if (event->reason() != Qt::TabFocusReason && event->reason() != Qt::BacktabFocusReason) {
+        return;
+    }
+    // Tab comes to the list, the keyboard to its row.
+    if (m_currentIndex >= 0 && m_currentIndex < m_content.size()) {
+        setCurrentIndex(m_currentIndex);
+    } else if (m_shownCount > 0) {
+        setCurrentIndex(m_shownFirst);
+    }
+}
+
+bool ZKListView::focusNextPrevChild(bool next) {
+    QWidget *focused = window()->focusWidget();
+    if (ZKListViewItem *item = itemContaining(focused)) {
+        // The row, then its controls from left to right.
+        QWidgetList controls;
+        for (QWidget *child : item->findChildren<QWidget *>()) {
+            if ((child->focusPolicy() & Qt::TabFocus) && !child->isWindow() &&
+                child->isVisibleTo(item) && child->isEnabled()) {
+                controls << child;
+            }
+        }
+        std::stable_sort(controls.begin(), controls.end(), [item](QWidget *a, QWidget *b) {
+            return a->mapTo(item, QPoint()).x() < b->mapTo(item, QPoint()).x();
+        });
+        controls.prepend(item);
+        const qsizetype to = controls.indexOf(focused) + (next ? 1 : -1);
+        if (controls.contains(focused) && to >= 0 && to < controls.size()) {
+            controls.at(to)->setFocus(next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+            return true;
+        }
+    }
+    return leaveList(next);
+}
+
+bool ZKListView::leaveList(bool next) {
+    for (QWidget *w = next ? nextInFocusChain() : previousInFocusChain(); w && w != this;
+         w = next ? w->nextInFocusChain() : w->previousInFocusChain()) {
+        if (isAncestorOf(w) || w->window() != window() || w->focusProxy()) {
+            continue;
+        }
+        if ((w->focusPolicy() & Qt::TabFocus) && w->isVisible() && w->isEnabled()) {
+            w->setFocus(next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+            return true;
+        }
+    }
+    // Nothing else in the window takes the focus: it stays.
+    return true;
 }
 
 double ZKListView::positionForRow(qsizetype row) const {
@@ -233,13 +402,35 @@ void ZKListView::resizeEvent(QResizeEvent *event) {
 }
 
 void ZKListView::keyPressEvent(QKeyEvent *event) {
-    if (event->key() == Qt::Key_Home) {
-        verticalScrollBar()->triggerAction(QAbstractSlider::SliderToMinimum);
-    } else if (event->key() == Qt::Key_End) {
-        verticalScrollBar()->triggerAction(QAbstractSlider::SliderToMaximum);
-    } else {
+    if (!isNavigationKey(event) || m_content.isEmpty()) {
         QAbstractScrollArea::keyPressEvent(event);
+        return;
     }
+    // Without a current entry the keyboard starts at the top of the view.
+    const qsizetype current = m_currentIndex;
+    const qsizetype page = qMax<qsizetype>(1, rowForPosition(viewport()->height()) - 1);
+    const qsizetype start = calculateVisibleRows().first;
+    switch (event->key()) {
+    case Qt::Key_Up:
+        setCurrentIndex(current >= 0 ? current - 1 : start);
+        break;
+    case Qt::Key_Down:
+        setCurrentIndex(current >= 0 ? current + 1 : start);
+        break;
+    case Qt::Key_PageUp:
+        setCurrentIndex(current >= 0 ? current - page : start);
+        break;
+    case Qt::Key_PageDown:
+        setCurrentIndex(current >= 0 ? current + page : start);
+        break;
+    case Qt::Key_Home:
+        setCurrentIndex(0);
+        break;
+    default:
+        setCurrentIndex(m_content.size() - 1);
+        break;
+    }
+    event->accept();
 }
 
 void ZKListView::mousePressEvent(QMouseEvent *event) {
@@ -440,20 +631,23 @@ void ZKListView::updateViews(const QList<Object> *oldContent, int oldOffset) {
         }
     }
 
+    m_reusableItems = rows;
+    m_shownFirst = range.first;
+    m_shownCount = range.length;
+    // Before the spare rows hide: hiding the focused row would send the
+    // focus out of the list.
+    followCurrentIndex();
     for (qsizetype k = 0; k < freeRows.size(); ++k) {
         ZKListViewItem *item = freeRows.at(k);
         item->hide();
         item->setRepresentedObject({});
         if (k == 0) {
-            rows.append(item);
+            m_reusableItems.append(item);
         } else {
             // The row may be handling the event that led here.
             item->deleteLater();
         }
     }
-    m_reusableItems = rows;
-    m_shownFirst = range.first;
-    m_shownCount = range.length;
     if (m_rowAnimations->animationCount() > 0) {
         m_rowAnimations->start();
     }
@@ -471,6 +665,11 @@ ZKListViewItem *ZKListView::createReusableItem() {
     ZKListViewItem *item = m_itemPrototype->copy();
     item->setOwner(m_owner);
     item->setParent(viewport());
+    // The list learns which row the keyboard went to, whatever in it took it.
+    item->installEventFilter(this);
+    for (QWidget *child : item->findChildren<QWidget *>()) {
+        child->installEventFilter(this);
+    }
     return item;
 }
 

@@ -21,6 +21,11 @@ class ZKListViewItem;
 // scrolls, so a list of many thousand entries costs no more than a screenful.
 // Changes to the content slide the rows into place; rows are dragged after a
 // short press, and drops go to the delegate.
+//
+// The keyboard moves between rows with the arrows, Home, End and the page
+// keys; it stays on an index, so when the rows are handed other entries the
+// focus goes to the row that then shows that index. Tab enters the list at
+// that row, steps through its controls and leaves the list.
 class ZKListView : public QAbstractScrollArea {
     Q_OBJECT
     Q_PROPERTY(double nudgeAmount READ nudgeAmount WRITE setNudgeAmount)
@@ -73,6 +78,13 @@ public:
     double dragPressDuration() const { return m_dragPressDuration; }
     void setDragPressDuration(double seconds) { m_dragPressDuration = seconds; }
 
+    // The entry the keyboard is on, or -1.
+    qsizetype currentIndex() const { return m_currentIndex; }
+    // Scrolls the entry into view and gives its row the focus.
+    void setCurrentIndex(qsizetype index);
+    // The row showing the entry, or nullptr while it is out of view.
+    ZKListViewItem *itemAtIndex(qsizetype index) const;
+
     // The index the last drag from this list started at, or -1.
     qsizetype originalDragIndex() const { return m_originalDragIndex; }
     // Whether rows are sliding or the list is scrolling on its own.
@@ -88,6 +100,10 @@ public:
     qsizetype calculateDropIndex(double y) const;
 
 protected:
+    bool event(QEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
+    void focusInEvent(QFocusEvent *event) override;
+    bool focusNextPrevChild(bool next) override;
     void scrollContentsBy(int dx, int dy) override;
     void resizeEvent(QResizeEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
@@ -106,6 +122,16 @@ private:
     void updateViews(const QList<Object> *oldContent = nullptr, int oldOffset = 0);
     void changeContent(const std::function<void()> &change);
     ZKListViewItem *createReusableItem();
+    // The row in view that holds the widget, or nullptr.
+    ZKListViewItem *itemContaining(const QWidget *widget) const;
+    bool hasFocusWithin() const;
+    void scrollToIndex(qsizetype index);
+    // After the rows were handed their entries: the focus goes to the row
+    // that shows the current index, or to the list while it is out of view.
+    void followCurrentIndex();
+    // Tab from the last control of a row, Backtab from a row: the next
+    // widget of the window outside the list.
+    bool leaveList(bool next);
     int rowTop(qsizetype row) const;
     int scrollOffset() const;
     void startDraggingItem(qsizetype index);
@@ -121,6 +147,7 @@ private:
     QList<ZKListViewItem *> m_reusableItems;
     qsizetype m_shownFirst = 0;
     qsizetype m_shownCount = 0;
+    qsizetype m_currentIndex = -1;
     QPointer<QObject> m_owner;
     ZKListViewDelegate *m_delegate = nullptr;
 

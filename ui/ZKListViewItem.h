@@ -9,7 +9,10 @@
 
 // One row of a ZKListView. The list makes its rows by copying a prototype and
 // hands each the entry it shows as it scrolls; a row holds no state of its
-// own beyond what it shows of that entry.
+// own beyond what it shows of that entry. Rows take the keyboard focus and
+// draw a frame while they have it; screen readers meet them as list items,
+// named by their accessible name and described by their accessible
+// description.
 class ZKListViewItem : public QWidget {
     Q_OBJECT
 
@@ -30,6 +33,9 @@ public:
     // that a row watches its entry only while it is seen.
     virtual void viewWillAppear() {}
     virtual void viewDidDisappear() {}
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
 
 private:
     std::shared_ptr<QObject> m_representedObject;

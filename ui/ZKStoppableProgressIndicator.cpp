@@ -2,6 +2,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKStoppableProgressIndicator.h"
 
+#include "ZKAccessibleProgressIndicator.h"
+
+#include <QAccessible>
 #include <QApplication>
 #include <QEvent>
 #include <QHash>
@@ -25,6 +28,7 @@ size_t qHash(const TintKey &key, size_t seed = 0) {
 
 ZKStoppableProgressIndicator::ZKStoppableProgressIndicator(QWidget *parent)
     : QProgressBar(parent) {
+    ZKAccessibleProgressIndicator::install();
     setRange(0, kSteps);
     setTextVisible(false);
     m_stoppedProgressIndicator = new QProgressBar(this);
@@ -44,15 +48,33 @@ void ZKStoppableProgressIndicator::setDoubleValue(double value) {
     if (m_isActive) {
         setValue(int(std::lround(value * kSteps)));
     } else {
+        const int before = shownValue();
         m_stoppedValue = value;
+        announceValue(before);
     }
     refreshStoppedIndicator();
+}
+
+int ZKStoppableProgressIndicator::shownValue() const {
+    if (m_isActive) {
+        return value();
+    }
+    return minimum() + int(std::lround(m_stoppedValue * (maximum() - minimum())));
+}
+
+void ZKStoppableProgressIndicator::announceValue(int before) {
+    const int now = shownValue();
+    if (now != before) {
+        QAccessibleValueChangeEvent event(this, now);
+        QAccessible::updateAccessibility(&event);
+    }
 }
 
 void ZKStoppableProgressIndicator::setIsActive(bool active) {
     if (active == m_isActive) {
         return;
     }
+    const int before = shownValue();
     m_isActive = active;
     if (active) {
         setValue(int(std::lround(m_stoppedValue * kSteps)));
@@ -60,6 +82,7 @@ void ZKStoppableProgressIndicator::setIsActive(bool active) {
         m_stoppedValue = doubleValue();
         setValue(0);
     }
+    announceValue(before);
     refreshStoppedIndicator();
 }
 

@@ -26,6 +26,8 @@ public:
     // Active exactly when the delay is above 0.
     void setAnimationDelay(double delay) { setIsActive(delay > 0); }
     double stoppedValue() const { return m_stoppedValue; }
+    // What the bar shows, in its own range: the stopped value while stopped.
+    int shownValue() const;
 
     ZKBarTint color() const { return m_color; }
     void setColor(const ZKBarTint &tint);
@@ -39,6 +41,8 @@ protected:
 
 private:
     void refreshStoppedIndicator();
+    // Tells a screen reader of a shown value that setValue() did not set.
+    void announceValue(int before);
     void applyColor();
 
     bool m_isActive = true;

@@ -31,6 +31,8 @@
 #include <QPainter>
 #include <QPropertyAnimation>
 
+#include <utility>
+
 using S = ZKTaskState;
 
 namespace {
@@ -51,11 +53,21 @@ QVariant transformed(const char *transformer, const QVariant &value) {
     return t ? t->transformedValue(value) : QVariant();
 }
 
+bool isMenuKey(const QKeyEvent *event) {
+    return event->key() == Qt::Key_Menu ||
+           (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier);
+}
+
+bool isPlainKey(const QKeyEvent *event, int key) {
+    return event->key() == key && !(event->modifiers() & ~Qt::KeypadModifier);
+}
+
 } // namespace
 
 ZKTaskView::ZKTaskView(QWidget *parent)
-    : ZKListViewItem(parent) {
-    setFocusPolicy(Qt::NoFocus);
+    : ZKListViewItem(parent)
+    , m_actionToolTip(tr("Suspend"))
+    , m_cancelToolTip(tr("Cancel")) {
     setAttribute(Qt::WA_Hover, false);
 
     m_iconLabel = new QLabel(this);
@@ -70,7 +82,7 @@ ZKTaskView::ZKTaskView(QWidget *parent)
     m_progressIndicator->setMinimumHeight(0);
     m_progressIndicator->setMaximumHeight(m_defaultIndicatorHeight);
     m_progressIndicator->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    m_progressIndicator->setAccessibleName(QStringLiteral("Progress"));
+    m_progressIndicator->setAccessibleName(tr("Progress"));
 
     m_actionButton = new ZKHoverButton(this);
     m_cancelButton = new ZKHoverButton(this);
@@ -188,6 +200,7 @@ void ZKTaskView::startObserving() {
         connect(raw, &ZKTask::stateChanged, this, [this] { refreshTask(true); }),
         connect(raw, &ZKTask::detailChanged, this, &ZKTaskView::refreshDetail),
         connect(raw, &ZKTask::descriptionChanged, this, &ZKTaskView::refreshTitle),
+        connect(raw, &ZKTask::filenameChanged, this, &ZKTaskView::refreshButtonNames),
         connect(raw, &ZKTask::iconChanged, this, &ZKTaskView::refreshTitle),
         connect(raw, &ZKTask::percentCompletedChanged, this, &ZKTaskView::refreshProgress),
         connect(raw, &ZKTask::isIndeterminateChanged, this, &ZKTaskView::refreshProgress),
@@ -229,7 +242,8 @@ void ZKTaskView::refreshTitle() {
     const ZKTaskPtr t = task();
     m_taskLabel->setText(t ? t->description() : QString());
     m_taskLabel->setToolTip(m_taskLabel->text());
-    setAccessibleName(m_taskLabel->text());
+    refreshAccessibleTexts();
+    refreshButtonNames();
     const QIcon icon = t ? ZKImages::endpointIcon(t->icon()) : QIcon();
     m_iconLabel->setPixmap(icon.isNull() ? QPixmap()
                                          : icon.pixmap(QSize(32, 32), devicePixelRatioF()));
@@ -254,19 +268,20 @@ void ZKTaskView::refreshTask(bool animated) {
     const qint32 state = t ? t->state() : qint32(S::PendingPreparation);
     switch (state) {
     case S::Suspended:
-        m_actionToolTip = QStringLiteral("Resume");
+        m_actionToolTip = tr("Resume");
         break;
     case S::Failed:
-        m_actionToolTip = QStringLiteral("Retry");
+        m_actionToolTip = tr("Retry");
         break;
     case S::Completed:
-        m_actionToolTip = QStringLiteral("Show in Folder");
-        m_cancelToolTip = QStringLiteral("Close");
+        m_actionToolTip = tr("Show in Folder");
         break;
     default:
-        m_actionToolTip = QStringLiteral("Suspend");
+        m_actionToolTip = tr("Suspend");
         break;
     }
+    // A row shown again for another task must not keep "Close".
+    m_cancelToolTip = state == S::Completed ? tr("Close") : tr("Cancel");
     setLabelsEnabled(state != S::Suspended);
     if (state == S::Completed && m_shownState != S::Completed && m_shownState != -1 && animated) {
         hideProgressBar(true);
@@ -279,11 +294,10 @@ void ZKTaskView::refreshTask(bool animated) {
 
     m_actionButton->setToolTip(m_actionToolTip);
     m_actionButton->setHoverText(m_actionToolTip);
-    m_actionButton->setAccessibleName(m_actionToolTip);
     m_actionButton->setIcon(transformed("ZKTaskActionIconTransformer", state).value<QIcon>());
     m_cancelButton->setToolTip(m_cancelToolTip);
     m_cancelButton->setHoverText(m_cancelToolTip);
-    m_cancelButton->setAccessibleName(m_cancelToolTip);
+    refreshButtonNames();
     m_progressIndicator->setColor(ZKProgressBarHueTransformer::tintForState(state));
     refreshProgress();
     refreshBadges();
@@ -311,6 +325,35 @@ void ZKTaskView::refreshDetail() {
         m_detail = t ? t->detail() : QString();
     }
     m_detailLabel->setText(m_detail);
+    refreshAccessibleTexts();
+}
+
+void ZKTaskView::refreshButtonNames() {
+    // Heard apart from the row, a button says which task it acts on.
+    const ZKTaskPtr t = task();
+    QString file = t ? t->filename() : QString();
+    if (file.isEmpty()) {
+        file = m_taskLabel->text();
+    }
+    for (auto [button, verb] :
+         {std::pair{m_actionButton, m_actionToolTip}, std::pair{m_cancelButton, m_cancelToolTip}}) {
+        const QString name =
+            file.isEmpty()
+                ? verb
+                : tr("%1 “%2”", "a row's button: what it does, to which file").arg(verb, file);
+        if (button->accessibleName() != name) {
+            button->setAccessibleName(name);
+        }
+    }
+}
+
+void ZKTaskView::refreshAccessibleTexts() {
+    if (accessibleName() != m_taskLabel->text()) {
+        setAccessibleName(m_taskLabel->text());
+    }
+    if (accessibleDescription() != m_detailLabel->text()) {
+        setAccessibleDescription(m_detailLabel->text());
+    }
 }
 
 void ZKTaskView::refreshBadges() {
@@ -323,23 +366,22 @@ void ZKTaskView::refreshBadges() {
             tips << tip;
         };
         if (t->state() == S::Failed) {
-            add("ZKFailed", QStringLiteral("The transfer has failed."));
+            add("ZKFailed", tr("The transfer has failed."));
         }
         if (t->transferMode() == ZKTransferMode::Move) {
-            add("ZKRemoveOriginal",
-                QStringLiteral("The original file will be removed after copying."));
+            add("ZKRemoveOriginal", tr("The original file will be removed after copying."));
         }
         if (const ZKReaderPtr source = t->source(); source && !source->canSeek()) {
-            add("ZKNoResume", QStringLiteral("The server does not support resuming."));
+            add("ZKNoResume", tr("The server does not support resuming."));
         }
         if (const QSet<QUrl> replaced = t->replacedUrls(); !replaced.isEmpty()) {
-            add("ZKReplacedFiles", descriptionOfUrls(replaced, QStringLiteral("Replacing")));
+            add("ZKReplacedFiles", descriptionOfUrls(replaced, tr("Replacing")));
         }
         if (const QSet<QUrl> skipped = t->skippedUrls(); !skipped.isEmpty()) {
-            add("ZKSkippedFiles", descriptionOfUrls(skipped, QStringLiteral("Skipping")));
+            add("ZKSkippedFiles", descriptionOfUrls(skipped, tr("Skipping")));
         }
         if (t->isVerifiedOk()) {
-            add("ZKVerified", QStringLiteral("The transfer has been verified succesfully."));
+            add("ZKVerified", tr("The transfer has been verified succesfully."));
         }
     }
     for (int i = 0; i < kBadgeSlots; ++i) {
@@ -413,7 +455,7 @@ QString ZKTaskView::descriptionOfUrls(const QSet<QUrl> &urls, const QString &pre
         ++taken;
     }
     if (urls.size() >= 4) {
-        text += QStringLiteral(" and %1 other files").arg(urls.size() - 3);
+        text += tr(" and %n other files", "", int(urls.size() - 3));
     }
     return text + QLatin1Char('.');
 }
@@ -451,25 +493,24 @@ void ZKTaskView::buildMenu() {
         }
         return action;
     };
-    add(SourceTitle, QStringLiteral("From: "), nullptr);
-    add(RevealSource, QStringLiteral("Show Source in Folder"), &ZKTaskView::revealSource);
-    add(ChangeSource, QStringLiteral("Change Source..."), &ZKTaskView::changeSource);
+    add(SourceTitle, tr("From: "), nullptr);
+    add(RevealSource, tr("Show Source in Folder"), &ZKTaskView::revealSource);
+    add(ChangeSource, tr("Change Source..."), &ZKTaskView::changeSource);
     m_menu->addSeparator();
-    add(DestinationTitle, QStringLiteral("To: "), nullptr);
-    add(RevealDestination, QStringLiteral("Show Destination in Folder"),
-        &ZKTaskView::revealDestination);
-    add(ChangeDestination, QStringLiteral("Change Destination..."), &ZKTaskView::changeDestination);
+    add(DestinationTitle, tr("To: "), nullptr);
+    add(RevealDestination, tr("Show Destination in Folder"), &ZKTaskView::revealDestination);
+    add(ChangeDestination, tr("Change Destination..."), &ZKTaskView::changeDestination);
     m_menu->addSeparator();
-    add(Action, QStringLiteral("Suspend"), &ZKTaskView::performTaskAction);
-    add(Cancel, QStringLiteral("Cancel"), &ZKTaskView::cancelTask);
+    add(Action, tr("Suspend"), &ZKTaskView::performTaskAction);
+    add(Cancel, tr("Cancel"), &ZKTaskView::cancelTask);
     m_menu->addSeparator();
-    add(MoveUp, QStringLiteral("Move Up"), &ZKTaskView::moveTaskUp);
-    add(MoveToTop, QStringLiteral("Move to Top"), &ZKTaskView::moveTaskToTop);
-    add(MoveDown, QStringLiteral("Move Down"), &ZKTaskView::moveTaskDown);
-    add(MoveToBottom, QStringLiteral("Move to Bottom"), &ZKTaskView::moveTaskToBottom);
+    add(MoveUp, tr("Move Up"), &ZKTaskView::moveTaskUp);
+    add(MoveToTop, tr("Move to Top"), &ZKTaskView::moveTaskToTop);
+    add(MoveDown, tr("Move Down"), &ZKTaskView::moveTaskDown);
+    add(MoveToBottom, tr("Move to Bottom"), &ZKTaskView::moveTaskToBottom);
     m_menu->addSeparator();
-    add(CopyMode, QStringLiteral("Copy"), &ZKTaskView::setTransferModeCopy)->setCheckable(true);
-    add(MoveMode, QStringLiteral("Move"), &ZKTaskView::setTransferModeMove)->setCheckable(true);
+    add(CopyMode, tr("Copy"), &ZKTaskView::setTransferModeCopy)->setCheckable(true);
+    add(MoveMode, tr("Move"), &ZKTaskView::setTransferModeMove)->setCheckable(true);
     connect(m_menu, &QMenu::aboutToShow, this, &ZKTaskView::validateMenu);
 }
 
@@ -509,19 +550,19 @@ void ZKTaskView::validateMenu() {
     ZKFerrowickDocument *d = document();
     const qint32 state = t ? t->state() : -1;
     configureLocation(menuItem(SourceTitle), menuItem(RevealSource), menuItem(ChangeSource),
-                      QStringLiteral("From: "), t ? t->source() : nullptr, state);
+                      tr("From: "), t ? t->source() : nullptr, state);
     const ZKWriterPtr destination = t ? t->destination() : nullptr;
     configureLocation(menuItem(DestinationTitle), menuItem(RevealDestination),
-                      menuItem(ChangeDestination), QStringLiteral("To: "),
+                      menuItem(ChangeDestination), tr("To: "),
                       destination ? destination->asReader() : nullptr, state);
 
     QAction *action = menuItem(Action);
-    action->setText(state == S::Suspended ? QStringLiteral("Resume")
-                    : state == S::Failed  ? QStringLiteral("Retry")
-                                          : QStringLiteral("Suspend"));
+    action->setText(state == S::Suspended ? tr("Resume")
+                    : state == S::Failed  ? tr("Retry")
+                                          : tr("Suspend"));
     action->setEnabled(t && state != S::Completed);
     QAction *cancel = menuItem(Cancel);
-    cancel->setText(state == S::Completed ? QStringLiteral("Close") : QStringLiteral("Cancel"));
+    cancel->setText(state == S::Completed ? tr("Close") : tr("Cancel"));
     cancel->setEnabled(bool(t));
 
     const qsizetype index = t && d ? d->indexOfTask(t) : -1;
@@ -562,12 +603,44 @@ void ZKTaskView::contextMenuEvent(QContextMenuEvent *event) {
     event->accept();
 }
 
+bool ZKTaskView::event(QEvent *event) {
+    // The row's keys win over shortcuts of the window (Space starts and
+    // stops the whole queue there).
+    if (event->type() == QEvent::ShortcutOverride) {
+        const auto *key = static_cast<QKeyEvent *>(event);
+        if (isMenuKey(key) || isPlainKey(key, Qt::Key_Space) || isPlainKey(key, Qt::Key_Delete)) {
+            event->accept();
+            return true;
+        }
+    }
+    return ZKListViewItem::event(event);
+}
+
 void ZKTaskView::keyPressEvent(QKeyEvent *event) {
+    const ZKTaskPtr t = task();
+    const qint32 state = t ? t->state() : -1;
+    if (isPlainKey(event, Qt::Key_Space)) {
+        // What the action button does, where it suspends or resumes.
+        const bool pausable = state != S::Completed && state != S::Failed &&
+                              state != S::Cancelling && state != S::Cancelled;
+        if (t && pausable) {
+            performTaskAction();
+        }
+        event->accept();
+        return;
+    }
+    if (isPlainKey(event, Qt::Key_Delete)) {
+        ZKFerrowickDocument *d = document();
+        const bool finished = state == S::Completed || state == S::Failed || state == S::Cancelled;
+        if (t && d && finished && d->indexOfTask(t) >= 0) {
+            d->clearItems({d->indexOfTask(t)});
+        }
+        event->accept();
+        return;
+    }
     // The buttons pass on what they do not use, so the menu opens from the
     // keyboard wherever the focus is within the row.
-    const bool menuKey = event->key() == Qt::Key_Menu ||
-                         (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier);
-    if (!menuKey) {
+    if (!isMenuKey(event)) {
         ZKListViewItem::keyPressEvent(event);
         return;
     }
@@ -581,13 +654,14 @@ void ZKTaskView::keyPressEvent(QKeyEvent *event) {
 }
 
 void ZKTaskView::paintEvent(QPaintEvent *event) {
-    ZKListViewItem::paintEvent(event);
-    // A hairline between rows.
+    // A hairline between rows, under the focus frame.
     QPainter painter(this);
     QColor line = palette().color(QPalette::WindowText);
     line.setAlphaF(0.12);
     painter.setPen(line);
     painter.drawLine(0, height() - 1, width(), height() - 1);
+    painter.end();
+    ZKListViewItem::paintEvent(event);
 }
 
 void ZKTaskView::changeEvent(QEvent *event) {
@@ -748,7 +822,7 @@ void ZKTaskView::changeDownloadSource() {
 }
 
 void ZKTaskView::changeFileDestination() {
-    auto *panel = ZKOpenPanel::folderPanel(window(), QStringLiteral("Choose a folder to copy to."),
+    auto *panel = ZKOpenPanel::folderPanel(window(), tr("Choose a folder to copy to."),
                                            task()->destination()->url());
     const auto apply = forTask([panel](ZKFerrowickDocument &d, const ZKTaskPtr &t) {
         d.changeDestinationForTask(t,

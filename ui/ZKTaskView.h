@@ -25,7 +25,10 @@ class ZKStoppableProgressIndicator;
 // One row of a queue window: the task's name, its progress and what it is
 // doing, the badges of what is special about it, its two buttons and its
 // menu. It watches its task only while it is shown; the queue carries out
-// every command.
+// every command. With the focus, Space suspends or resumes the task, Delete
+// clears a finished one and the menu key opens the menu. A screen reader
+// hears the row as its title, described by its detail line, and each button
+// as what it does to which file.
 class ZKTaskView : public ZKListViewItem, public ZKHoverDelegate {
     Q_OBJECT
 
@@ -102,6 +105,7 @@ public:
     void mouseExited(ZKHoverView *view) override;
 
 protected:
+    bool event(QEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
@@ -117,6 +121,10 @@ private:
     void refreshBadges();
     void refreshProgress();
     void refreshTitle();
+    void refreshButtonNames();
+    // The accessible name and description follow the two labels; only a
+    // change is told to a screen reader.
+    void refreshAccessibleTexts();
     void setLabelsEnabled(bool enabled);
     void showProgressBar();
     void hideProgressBar(bool animated);
@@ -144,8 +152,8 @@ private:
     ZKHoverButton *m_actionButton = nullptr;
     ZKHoverButton *m_cancelButton = nullptr;
     QString m_detail;
-    QString m_actionToolTip = QStringLiteral("Suspend");
-    QString m_cancelToolTip = QStringLiteral("Cancel");
+    QString m_actionToolTip;
+    QString m_cancelToolTip;
     qint32 m_shownState = -1;
     QString m_iconName;
     QMenu *m_menu = nullptr;

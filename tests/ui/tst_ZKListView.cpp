@@ -6,10 +6,13 @@
 #include "ZKMimeDataPasteboard.h"
 #include "ZKTaskQueue.h"
 
+#include <QAccessible>
+#include <QApplication>
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QElapsedTimer>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMimeData>
 #include <QPushButton>
 #include <QScrollBar>
@@ -206,6 +209,12 @@ private Q_SLOTS:
     void refusedDrags();
     void dragNearEdgesScrolls_data();
     void dragNearEdgesScrolls();
+    void keysMoveTheFocus_data();
+    void keysMoveTheFocus();
+    void focusStaysOnItsIndex_data();
+    void focusStaysOnItsIndex();
+    void tabEntersAndLeavesTheList();
+    void rowsAreItemsOfAList();
 };
 
 void TestZKListView::itemHeightFromPrototype_data() {
@@ -564,6 +573,179 @@ void TestZKListView::dragNearEdgesScrolls() {
     QTest::qWait(600); // scrolling that went on would have moved it by now
     QCOMPARE(list->verticalScrollBar()->value(), stoppedAt);
     QVERIFY(delegate.drops.isEmpty());
+}
+
+// Empty when the keyboard is on the row showing the entry, in full view.
+QString focusOnRow(const ZKListView &list, qsizetype index) {
+    if (list.currentIndex() != index) {
+        return QStringLiteral("the keyboard is on %1, wanted %2")
+            .arg(list.currentIndex())
+            .arg(index);
+    }
+    auto *row = static_cast<TestRow *>(list.itemAtIndex(index));
+    const QString name = list.content().at(index)->objectName();
+    if (!row || row->label->text() != name || !row->hasFocus()) {
+        QWidget *focused = QApplication::focusWidget();
+        return QStringLiteral("entry %1 is not shown by the focused row (focus on %2)")
+            .arg(name, focused ? focused->metaObject()->className() : "nothing");
+    }
+    if (row->y() < 0 || row->geometry().bottom() >= list.viewport()->height()) {
+        return QStringLiteral("the focused row lies at %1, out of view").arg(row->y());
+    }
+    return {};
+}
+
+void TestZKListView::keysMoveTheFocus_data() {
+    QTest::addColumn<int>("start"); // -1: on row 1, scrolled out of view
+    QTest::addColumn<int>("key");
+    QTest::addColumn<int>("expected");
+
+    // 100 rows, 20 in view; a page is 19 rows, so that one stays in sight.
+    QTest::newRow("down") << 0 << int(Qt::Key_Down) << 1;
+    QTest::newRow("up at the top stays") << 0 << int(Qt::Key_Up) << 0;
+    QTest::newRow("down at the bottom stays") << 99 << int(Qt::Key_Down) << 99;
+    QTest::newRow("down scrolls the next row in") << 19 << int(Qt::Key_Down) << 20;
+    QTest::newRow("up scrolls the row above in") << 40 << int(Qt::Key_Up) << 39;
+    QTest::newRow("home") << 60 << int(Qt::Key_Home) << 0;
+    QTest::newRow("end") << 3 << int(Qt::Key_End) << 99;
+    QTest::newRow("page down") << 0 << int(Qt::Key_PageDown) << 19;
+    QTest::newRow("page up") << 50 << int(Qt::Key_PageUp) << 31;
+    QTest::newRow("from the list itself") << -1 << int(Qt::Key_Down) << 2;
+}
+
+void TestZKListView::keysMoveTheFocus() {
+    QFETCH(int, start);
+    QFETCH(int, key);
+    QFETCH(int, expected);
+
+    auto list = makeList(100, nullptr);
+    list->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(list.get()));
+    const int first = start >= 0 ? start : 1;
+    list->setCurrentIndex(first);
+    QVERIFY2(focusOnRow(*list, first).isEmpty(), qUtf8Printable(focusOnRow(*list, first)));
+    if (start < 0) {
+        list->verticalScrollBar()->setValue(50 * rowHeight);
+        QVERIFY2(list->hasFocus(), "the list did not take the focus of a row out of view");
+    }
+    // A shortcut of the window on the same key must not take it.
+    QAction shortcut(list.get());
+    shortcut.setShortcut(QKeySequence(key));
+    list->addAction(&shortcut);
+    QSignalSpy stolen(&shortcut, &QAction::triggered);
+
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key(key));
+    const QString error = focusOnRow(*list, expected);
+    QVERIFY2(error.isEmpty(), qUtf8Printable(error));
+    QCOMPARE(stolen.count(), 0);
+}
+
+void TestZKListView::focusStaysOnItsIndex_data() {
+    QTest::addColumn<int>("current");
+    QTest::addColumn<QString>("change");
+    QTest::addColumn<int>("expected"); // -1: the list itself keeps the focus
+
+    QTest::newRow("its entry removed") << 2 << "remove 2" << 2;
+    QTest::newRow("the last entry removed") << 99 << "remove 99" << 98;
+    QTest::newRow("an entry above inserted") << 5 << "insert 0" << 5;
+    QTest::newRow("moved away") << 3 << "move 3 to 50" << 3;
+    QTest::newRow("scrolled out of view") << 1 << "scroll 900" << -1;
+    QTest::newRow("scrolled back") << 1 << "scroll 900, scroll 0" << 1;
+    QTest::newRow("every entry gone") << 4 << "clear" << -1;
+}
+
+void TestZKListView::focusStaysOnItsIndex() {
+    QFETCH(int, current);
+    QFETCH(QString, change);
+    QFETCH(int, expected);
+
+    auto list = makeList(100, nullptr);
+    list->setAnimationDuration(0);
+    list->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(list.get()));
+    list->setCurrentIndex(current);
+    for (const QString &step : change.split(QStringLiteral(", "))) {
+        const QStringList words = step.split(QLatin1Char(' '));
+        if (words[0] == "remove") {
+            list->removeObjectFromContentAtIndex(words[1].toInt());
+        } else if (words[0] == "insert") {
+            list->insertObject(std::make_shared<QObject>(), words[1].toInt());
+        } else if (words[0] == "move") {
+            list->moveItemFromIndex(words[1].toInt(), words[3].toInt());
+        } else if (words[0] == "scroll") {
+            list->verticalScrollBar()->setValue(words[1].toInt());
+        } else {
+            list->setContent({});
+        }
+    }
+    if (expected < 0) {
+        QVERIFY2(list->hasFocus(), "the focus left the list");
+        return;
+    }
+    const QString error = focusOnRow(*list, expected);
+    QVERIFY2(error.isEmpty(), qUtf8Printable(error));
+    QVERIFY(rowsOutOfPlace(*list).isEmpty());
+}
+
+void TestZKListView::tabEntersAndLeavesTheList() {
+    QWidget window;
+    auto *before = new QLineEdit(&window);
+    auto *list = new ZKListView(&window);
+    auto *after = new QLineEdit(&window);
+    list->setItemPrototype(new TestRow);
+    list->setContent(entries(10));
+    auto *column = new QVBoxLayout(&window);
+    for (QWidget *widget : {static_cast<QWidget *>(before), static_cast<QWidget *>(list),
+                            static_cast<QWidget *>(after)}) {
+        column->addWidget(widget);
+    }
+    window.resize(300, 400);
+    window.show();
+    window.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    list->setCurrentIndex(4);
+    before->setFocus();
+
+    // In at the row the keyboard was on, through its button, and out.
+    auto *row = static_cast<TestRow *>(list->itemAtIndex(4));
+    const QList<std::pair<int, QWidget *>> steps{{Qt::Key_Tab, row},
+                                                 {Qt::Key_Tab, row->button},
+                                                 {Qt::Key_Tab, after},
+                                                 {Qt::Key_Backtab, row},
+                                                 {Qt::Key_Backtab, before}};
+    for (const auto &[key, expected] : steps) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key(key));
+        // Back into the list the keyboard may land on the row or its button.
+        QWidget *focused = QApplication::focusWidget();
+        const bool ok = focused == expected || (expected == row && row->isAncestorOf(focused));
+        QVERIFY2(
+            ok, qUtf8Printable(QStringLiteral("%1 went to a %2")
+                                   .arg(key == Qt::Key_Tab ? "Tab" : "Backtab",
+                                        focused ? focused->metaObject()->className() : "nothing")));
+        if (key == Qt::Key_Backtab && expected == row) {
+            row->setFocus(Qt::BacktabFocusReason);
+        }
+    }
+    QCOMPARE(list->currentIndex(), 4);
+}
+
+void TestZKListView::rowsAreItemsOfAList() {
+    auto list = makeList(100, nullptr);
+    QVERIFY(QTest::qWaitForWindowExposed(list.get()));
+    list->verticalScrollBar()->setValue(10 * rowHeight);
+    QAccessibleInterface *iface = QAccessible::queryAccessibleInterface(list.get());
+    QVERIFY(iface);
+    QCOMPARE(iface->role(), QAccessible::List);
+    const QList<ZKListViewItem *> rows = list->visibleItems();
+    QCOMPARE(iface->childCount(), int(rows.size()));
+    for (int i = 0; i < iface->childCount(); ++i) {
+        QAccessibleInterface *child = iface->child(i);
+        QVERIFY2(child && child->object() == rows.at(i), qUtf8Printable(QString::number(i)));
+        QCOMPARE(child->role(), QAccessible::ListItem);
+        QCOMPARE(child->parent(), iface);
+        QCOMPARE(iface->indexOfChild(child), i);
+        QVERIFY(child->state().focusable);
+    }
 }
 
 QTEST_MAIN(TestZKListView)

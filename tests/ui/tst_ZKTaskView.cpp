@@ -20,6 +20,7 @@
 #include "ZKTransferMode.h"
 #include "ZKUserDefaults.h"
 
+#include <QAccessible>
 #include <QAction>
 #include <QApplication>
 #include <QDir>
@@ -28,6 +29,7 @@
 #include <QLayout>
 #include <QMenu>
 #include <QPropertyAnimation>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -49,6 +51,9 @@ private Q_SLOTS:
     void menuFollowsTheTask();
     void menuOpensFromTheKeyboard_data();
     void menuOpensFromTheKeyboard();
+    void keysActOnTheFocusedRow_data();
+    void keysActOnTheFocusedRow();
+    void screenReaderFollowsTheLabels();
     void changesGoThroughTheirPanels_data();
     void changesGoThroughTheirPanels();
     void movesGiveTheExpectedOrder_data();
@@ -144,10 +149,11 @@ void TestZKTaskView::everyStateShowsItself() {
     task->setState(state);
     QCOMPARE(row->actionToolTip(), action);
     QCOMPARE(row->actionButton()->toolTip(), action);
-    QCOMPARE(row->actionButton()->accessibleName(), action);
+    // Heard apart from the row, a button names the file it acts on.
+    QCOMPARE(row->actionButton()->accessibleName(), action + " “a”");
     const QString cancel = state == S::Completed ? "Close" : "Cancel";
     QCOMPARE(row->cancelToolTip(), cancel);
-    QCOMPARE(row->cancelButton()->accessibleName(), cancel);
+    QCOMPARE(row->cancelButton()->accessibleName(), cancel + " “a”");
     if (!barShown) {
         // The bar folds away over a fifth of a second instead of vanishing.
         auto *collapse = row->findChild<QPropertyAnimation *>();
@@ -344,27 +350,123 @@ void TestZKTaskView::menuFollowsTheTask() {
 void TestZKTaskView::menuOpensFromTheKeyboard_data() {
     QTest::addColumn<int>("key");
     QTest::addColumn<int>("modifiers");
+    QTest::addColumn<bool>("onButton");
 
-    QTest::newRow("menu key") << int(Qt::Key_Menu) << int(Qt::NoModifier);
-    QTest::newRow("shift F10") << int(Qt::Key_F10) << int(Qt::ShiftModifier);
+    QTest::newRow("menu key on the row") << int(Qt::Key_Menu) << int(Qt::NoModifier) << false;
+    QTest::newRow("shift F10 on the row") << int(Qt::Key_F10) << int(Qt::ShiftModifier) << false;
+    // A button reached with Tab passes the key on to its row.
+    QTest::newRow("menu key on a button") << int(Qt::Key_Menu) << int(Qt::NoModifier) << true;
+    QTest::newRow("shift F10 on a button") << int(Qt::Key_F10) << int(Qt::ShiftModifier) << true;
 }
 
 void TestZKTaskView::menuOpensFromTheKeyboard() {
     QFETCH(int, key);
     QFETCH(int, modifiers);
+    QFETCH(bool, onButton);
 
     const ZKTaskPtr task = m_document->objectInTasksAtIndex(0);
     ZKTaskView *row = rowFor(task);
     task->setState(S::Suspended);
-    // From a button reached with Tab: it passes the key on to its row.
-    QTest::keyClick(row->cancelButton(), Qt::Key(key), Qt::KeyboardModifiers(modifiers));
+    QWidget *target = onButton ? static_cast<QWidget *>(row->cancelButton()) : row;
+    QTest::keyClick(target, Qt::Key(key), Qt::KeyboardModifiers(modifiers));
     QTRY_VERIFY2(row->contextMenu()->isVisible(), "no menu");
     QCOMPARE(row->menuItem(ZKTaskView::Action)->text(), "Resume");
     row->contextMenu()->close();
 
-    QTest::keyClick(row->cancelButton(), Qt::Key_F10);
+    QTest::keyClick(target, Qt::Key_F10);
     QTest::qWait(50);
     QVERIFY2(!row->contextMenu()->isVisible(), "F10 alone opened the menu");
+}
+
+void TestZKTaskView::keysActOnTheFocusedRow_data() {
+    QTest::addColumn<int>("state");
+    QTest::addColumn<int>("key");
+    QTest::addColumn<QString>("expected"); // the task's state after, or "cleared"
+
+    QTest::newRow("space suspends")
+        << int(S::PendingProcessing) << int(Qt::Key_Space) << "Suspended";
+    QTest::newRow("space resumes") << int(S::Suspended) << int(Qt::Key_Space) << "resumed";
+    QTest::newRow("space does not retry") << int(S::Failed) << int(Qt::Key_Space) << "Failed";
+    QTest::newRow("space leaves a completed task")
+        << int(S::Completed) << int(Qt::Key_Space) << "Completed";
+    QTest::newRow("delete clears a completed task")
+        << int(S::Completed) << int(Qt::Key_Delete) << "cleared";
+    QTest::newRow("delete clears a failed task")
+        << int(S::Failed) << int(Qt::Key_Delete) << "cleared";
+    QTest::newRow("delete clears a cancelled task")
+        << int(S::Cancelled) << int(Qt::Key_Delete) << "cleared";
+    QTest::newRow("delete keeps a waiting task")
+        << int(S::PendingProcessing) << int(Qt::Key_Delete) << "PendingProcessing";
+    QTest::newRow("delete keeps a suspended task")
+        << int(S::Suspended) << int(Qt::Key_Delete) << "Suspended";
+}
+
+void TestZKTaskView::keysActOnTheFocusedRow() {
+    QFETCH(int, state);
+    QFETCH(int, key);
+    QFETCH(QString, expected);
+
+    const ZKTaskPtr task = m_document->objectInTasksAtIndex(1);
+    ZKTaskView *row = rowFor(task);
+    if (task->state() != state) {
+        task->setState(state);
+    }
+    // Space also starts and stops the whole queue, from the window.
+    QAction queueShortcut(m_host.get());
+    queueShortcut.setShortcut(QKeySequence(Qt::Key_Space));
+    m_host->addAction(&queueShortcut);
+    QSignalSpy queueToggled(&queueShortcut, &QAction::triggered);
+    m_host->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(m_host.get()));
+    row->setFocus();
+    QVERIFY(row->hasFocus());
+
+    QTest::keyClick(row, Qt::Key(key));
+    m_document->waitForBackgroundWork();
+    if (expected == "cleared") {
+        QTRY_COMPARE(m_document->indexOfTask(task), -1);
+        QCOMPARE(m_document->countOfTasks(), 3);
+    } else {
+        QCOMPARE(m_document->indexOfTask(task), 1);
+        const QString now = S::convertToString(task->state());
+        QVERIFY2(expected == "resumed" ? task->state() != S::Suspended : now == expected,
+                 qUtf8Printable("the task is " + now + ", wanted " + expected));
+    }
+    QCOMPARE(queueToggled.count(), 0);
+}
+
+void TestZKTaskView::screenReaderFollowsTheLabels() {
+    // What a reader hears of each change is checked over AT-SPI, where a
+    // bridge listens (test_accessibility.py); here, what it reads.
+    const ZKTaskPtr task = m_document->objectInTasksAtIndex(0);
+    ZKTaskView *row = rowFor(task);
+    QAccessibleInterface *iface = QAccessible::queryAccessibleInterface(row);
+    QCOMPARE(iface->role(), QAccessible::ListItem);
+    QCOMPARE(iface->text(QAccessible::Name), row->taskLabel()->text());
+    QCOMPARE(iface->text(QAccessible::Description), row->detailLabel()->text());
+    QEnterEvent enter(QPointF(2, 2), QPointF(2, 2), QPointF(2, 2));
+    QApplication::sendEvent(row->actionButton(), &enter);
+    QCOMPARE(iface->text(QAccessible::Description), "Suspend");
+    const QString title = row->taskLabel()->text();
+    task->setTransferMode(ZKTransferMode::Move);
+    QTRY_VERIFY(row->taskLabel()->text() != title);
+    QCOMPARE(iface->text(QAccessible::Name), row->taskLabel()->text());
+
+    // The bar's value is the one it shows, stopped or running; the plain bar
+    // drawn over a stopped one is no second bar to a reader.
+    ZKStoppableProgressIndicator *bar = row->progressIndicator();
+    QAccessibleInterface *barIface = QAccessible::queryAccessibleInterface(bar);
+    QAccessibleValueInterface *value = barIface->valueInterface();
+    QVERIFY(value);
+    QCOMPARE(barIface->role(), QAccessible::ProgressBar);
+    QCOMPARE(barIface->childCount(), 0);
+    task->setPercentCompleted(0.25);
+    QCOMPARE(value->currentValue().toInt(), bar->maximum() / 4);
+    bar->setIsActive(false);
+    bar->setDoubleValue(0.75);
+    QCOMPARE(value->currentValue().toInt(), bar->maximum() * 3 / 4);
+    value->setCurrentValue(0);
+    QCOMPARE(value->currentValue().toInt(), bar->maximum() * 3 / 4);
 }
 
 void TestZKTaskView::changesGoThroughTheirPanels_data() {
