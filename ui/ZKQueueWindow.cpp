@@ -436,10 +436,12 @@ void ZKQueueWindow::buildToolBar() {
 }
 
 void ZKQueueWindow::buildStatusBar() {
+    // No accessible names: a screen reader then reads what the labels say,
+    // and hears when it changes. The descriptions tell what they sum up.
     m_descriptionLabel = new QLabel(this);
-    m_descriptionLabel->setAccessibleName(QStringLiteral("Queue summary"));
+    m_descriptionLabel->setAccessibleDescription(tr("Queue summary"));
     m_dataDescriptionLabel = new QLabel(this);
-    m_dataDescriptionLabel->setAccessibleName(QStringLiteral("Data summary"));
+    m_dataDescriptionLabel->setAccessibleDescription(tr("Data summary"));
     statusBar()->addWidget(m_descriptionLabel, 1);
     statusBar()->addPermanentWidget(m_dataDescriptionLabel);
     statusBar()->setSizeGripEnabled(false);
