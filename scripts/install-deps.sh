@@ -16,6 +16,8 @@ packages=(
   clang libclang-rt-14-dev
   # the desktop window: its drawings, and real windows for the screenshots
   qt6-svg-dev libqt6svg6 xvfb xauth desktop-file-utils appstream shared-mime-info
+  # the window as a screen reader meets it: the AT-SPI bus and its bindings
+  at-spi2-core python3-pyatspi
   # packaging and its check: the Debian package's dependencies, file types and
   # icons as the desktop reads them, manual pages, shell completion
   dpkg-dev file libglib2.0-bin man-db bash-completion
