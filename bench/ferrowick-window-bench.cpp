@@ -25,6 +25,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QPointer>
 #include <QScrollBar>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -255,7 +256,16 @@ int main(int argc, char **argv) {
 
     window->document()->setFileName({});
     window->document()->clearAllItems();
+    // Nobody is there to answer whether to save it: the window goes without
+    // asking, and its queue with it.
+    QPointer<ZKQueueWindow> closing = window;
+    window->setDiscardChanges(true);
     window->close();
+    QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     drain();
+    if (closing) {
+        std::printf("the window did not close\n");
+        return 1;
+    }
     return 0;
 }

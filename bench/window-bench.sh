@@ -18,11 +18,21 @@ fi
 cmake --build "$BUILD" --target ferrowick-window-bench -j"$(nproc)" >/dev/null
 DRIVER=$BUILD/bench/ferrowick-window-bench
 
+# A run that does not end by itself (a question nobody answers, a wait that
+# never returns) is reported, not waited for.
+limited() {
+    timeout --kill-after=10 "$@"
+}
+
 for tasks in 1000 10000; do
+    status=0
     if command -v xvfb-run >/dev/null; then
-        xvfb-run -a -s "-screen 0 1280x1024x24" "$DRIVER" "$tasks"
+        limited 600 xvfb-run -a -s "-screen 0 1280x1024x24" "$DRIVER" "$tasks" || status=$?
     else
-        QT_QPA_PLATFORM=offscreen "$DRIVER" "$tasks"
+        QT_QPA_PLATFORM=offscreen limited 600 "$DRIVER" "$tasks" || status=$?
+    fi
+    if ((status != 0)); then
+        echo "window benchmark with $tasks tasks: ended with status $status (124: did not end)"
     fi
     echo
 done
@@ -42,7 +52,8 @@ HOME=$WORK XDG_CONFIG_HOME=$WORK/config QT_LOGGING_RULES='ferrowick.*=false' \
     dbus-run-session -- xvfb-run -a -s "-screen 0 1280x1024x24" bash -c '
     for _ in 1 2 3 4 5; do
         before=$(date +%s%3N)
-        after=$(FERROWICK_REPORT_FIRST_PAINT=1 "$1" 2>/dev/null | sed -n "s/^first painted window at //p")
+        after=$(FERROWICK_REPORT_FIRST_PAINT=1 timeout --kill-after=5 60 "$1" 2>/dev/null |
+            sed -n "s/^first painted window at //p")
         [[ -n $after ]] && echo $((after - before))
     done' _ "$BUILD/app/ferrowick" | sort -n | awk '
     { t[NR] = $1 }
