@@ -61,33 +61,33 @@ public:
     QString destinationDirectory() const override;
     QString description() const override;
     QString detail() const override;
-    void setDetail(const QString &detail) override;
+    void setDetail(const QString &detail);
     quint64 totalBytes() const override { return m_totalBytes.load(); }
-    void setTotalBytes(quint64 bytes) override;
+    void setTotalBytes(quint64 bytes);
     quint64 progressBytes() const override { return m_progressBytes.load(); }
-    void setProgressBytes(quint64 bytes) override;
+    void setProgressBytes(quint64 bytes);
     bool isIndeterminate() const override { return m_isIndeterminate.load(); }
-    void setIsIndeterminate(bool indeterminate) override;
+    void setIsIndeterminate(bool indeterminate);
     double percentCompleted() const override { return m_percentCompleted.load(); }
-    void setPercentCompleted(double fraction) override;
+    void setPercentCompleted(double fraction);
     double percentRemaining() const override { return m_percentRemaining.load(); }
-    void setPercentRemaining(double fraction) override;
-    double dataRate() const override { return m_dataRate.load(); }
+    void setPercentRemaining(double fraction);
+    double dataRate() const { return m_dataRate.load(); }
     void setDataRate(double bytesPerSecond) override;
     double timeRemaining() const override { return m_timeRemaining.load(); }
-    void setTimeRemaining(double seconds) override;
+    void setTimeRemaining(double seconds);
     bool isVerifyEnabled() const override { return m_isVerifyEnabled.load(); }
     void setIsVerifyEnabled(bool enabled) override;
     bool isVerifiedOk() const override { return m_isVerifiedOk.load(); }
-    void setIsVerifiedOk(bool ok) override;
+    void setIsVerifiedOk(bool ok);
     quint64 maximumTransferRate() const override { return m_maximumTransferRate.load(); }
     void setMaximumTransferRate(quint64 bytesPerSecond) override;
     bool isResumable() const override;
-    quint64 remainingWorkBytes() const override;
+    quint64 remainingWorkBytes() const;
     QSet<QUrl> skippedUrls() const override;
-    void setSkippedUrls(const QSet<QUrl> &urls) override;
+    void setSkippedUrls(const QSet<QUrl> &urls);
     QSet<QUrl> replacedUrls() const override;
-    void setReplacedUrls(const QSet<QUrl> &urls) override;
+    void setReplacedUrls(const QSet<QUrl> &urls);
     QStringList notes() const override;
     ZKTaskProgress progress() const override;
     void setThrottle(std::shared_ptr<ZKTransferThrottle> throttle) override;
@@ -95,13 +95,13 @@ public:
     // this task writing them; a move compares them in full.
     QSet<QUrl> preExistingUrls() const;
 
-    ZKFileHandler unreadableFileHandler() const override;
+    ZKFileHandler unreadableFileHandler() const;
     void setUnreadableFileHandler(ZKFileHandler handler) override;
-    ZKFileHandler unwritableFileHandler() const override;
+    ZKFileHandler unwritableFileHandler() const;
     void setUnwritableFileHandler(ZKFileHandler handler) override;
-    ZKFileHandler preExistingFileHandler() const override;
+    ZKFileHandler preExistingFileHandler() const;
     void setPreExistingFileHandler(ZKFileHandler handler) override;
-    ZKFileHandler preExistingDestinationHandler() const override;
+    ZKFileHandler preExistingDestinationHandler() const;
     void setPreExistingDestinationHandler(ZKFileHandler handler) override;
 
     qint32 unreadableFileResponse() const override { return m_unreadableFileResponse.load(); }

@@ -27,34 +27,15 @@ class ZKTransferThrottle;
 // thread.
 class ZKTask : public QObject, public ZKPropertyListObject {
     Q_OBJECT
-    Q_PROPERTY(qint32 state READ state WRITE setState NOTIFY stateChanged)
-    Q_PROPERTY(
-        qint32 transferMode READ transferMode WRITE setTransferMode NOTIFY transferModeChanged)
-    Q_PROPERTY(QString icon READ icon NOTIFY iconChanged)
+    // What a queue sorts by reads these.
+    Q_PROPERTY(qint32 state READ state NOTIFY stateChanged)
     Q_PROPERTY(QString filename READ filename NOTIFY filenameChanged)
     Q_PROPERTY(
         QString destinationDirectory READ destinationDirectory NOTIFY destinationDirectoryChanged)
-    Q_PROPERTY(QString description READ description NOTIFY descriptionChanged)
-    Q_PROPERTY(QString detail READ detail WRITE setDetail NOTIFY detailChanged)
-    Q_PROPERTY(quint64 totalBytes READ totalBytes WRITE setTotalBytes NOTIFY totalBytesChanged)
-    Q_PROPERTY(
-        quint64 progressBytes READ progressBytes WRITE setProgressBytes NOTIFY progressBytesChanged)
-    Q_PROPERTY(bool isIndeterminate READ isIndeterminate WRITE setIsIndeterminate NOTIFY
-                   isIndeterminateChanged)
-    Q_PROPERTY(double percentCompleted READ percentCompleted WRITE setPercentCompleted NOTIFY
-                   percentCompletedChanged)
-    Q_PROPERTY(double percentRemaining READ percentRemaining WRITE setPercentRemaining NOTIFY
-                   percentRemainingChanged)
-    Q_PROPERTY(double dataRate READ dataRate WRITE setDataRate NOTIFY dataRateChanged)
-    Q_PROPERTY(
-        double timeRemaining READ timeRemaining WRITE setTimeRemaining NOTIFY timeRemainingChanged)
-    Q_PROPERTY(bool isVerifyEnabled READ isVerifyEnabled WRITE setIsVerifyEnabled NOTIFY
-                   isVerifyEnabledChanged)
-    Q_PROPERTY(bool isVerifiedOk READ isVerifiedOk WRITE setIsVerifiedOk NOTIFY isVerifiedOkChanged)
-    Q_PROPERTY(quint64 maximumTransferRate READ maximumTransferRate WRITE setMaximumTransferRate
-                   NOTIFY maximumTransferRateChanged)
-    Q_PROPERTY(bool isResumable READ isResumable NOTIFY isResumableChanged)
-    Q_PROPERTY(QStringList notes READ notes NOTIFY notesChanged)
+    Q_PROPERTY(quint64 totalBytes READ totalBytes NOTIFY progressChanged)
+    Q_PROPERTY(double percentCompleted READ percentCompleted NOTIFY progressChanged)
+    Q_PROPERTY(double percentRemaining READ percentRemaining NOTIFY progressChanged)
+    Q_PROPERTY(double timeRemaining READ timeRemaining NOTIFY progressChanged)
 
 public:
     using QObject::QObject;
@@ -86,59 +67,43 @@ public:
     virtual QString destinationDirectory() const = 0;
     virtual QString description() const = 0;
     virtual QString detail() const = 0;
-    virtual void setDetail(const QString &detail) = 0;
+    // The figures of progressChanged, as they are now.
+    virtual ZKTaskProgress progress() const = 0;
     virtual quint64 totalBytes() const = 0;
-    virtual void setTotalBytes(quint64 bytes) = 0;
     virtual quint64 progressBytes() const = 0;
-    virtual void setProgressBytes(quint64 bytes) = 0;
-    virtual bool isIndeterminate() const = 0;
-    virtual void setIsIndeterminate(bool indeterminate) = 0;
     virtual double percentCompleted() const = 0;
-    virtual void setPercentCompleted(double fraction) = 0;
     virtual double percentRemaining() const = 0;
-    virtual void setPercentRemaining(double fraction) = 0;
-    virtual double dataRate() const = 0;
-    virtual void setDataRate(double bytesPerSecond) = 0;
     virtual double timeRemaining() const = 0;
-    virtual void setTimeRemaining(double seconds) = 0;
+    virtual bool isIndeterminate() const = 0;
     virtual bool isVerifyEnabled() const = 0;
     virtual void setIsVerifyEnabled(bool enabled) = 0;
     virtual bool isVerifiedOk() const = 0;
-    virtual void setIsVerifiedOk(bool ok) = 0;
+    // The queue's overall rate, which a waiting task's time left is reckoned
+    // at, and its speed limit (0: none).
+    virtual void setDataRate(double bytesPerSecond) = 0;
     virtual quint64 maximumTransferRate() const = 0;
     virtual void setMaximumTransferRate(quint64 bytesPerSecond) = 0;
     virtual bool isResumable() const = 0;
-    // The bytes still to move (and to read again when verifying): the time
-    // remaining is this at the data rate. 0 once nothing is left to transfer.
-    virtual quint64 remainingWorkBytes() const = 0;
     virtual QSet<QUrl> skippedUrls() const = 0;
-    virtual void setSkippedUrls(const QSet<QUrl> &urls) = 0;
     virtual QSet<QUrl> replacedUrls() const = 0;
-    virtual void setReplacedUrls(const QSet<QUrl> &urls) = 0;
     // What the user should know of the last analysis although nothing failed
     // (items left out, and why).
     virtual QStringList notes() const { return {}; }
     // The pacing state of the queue's speed limit, shared by all its tasks.
     virtual void setThrottle(std::shared_ptr<ZKTransferThrottle> throttle) = 0;
 
-    virtual ZKFileHandler unreadableFileHandler() const = 0;
+    // How the queue answers the task's conflicts, and what it remembers of
+    // an answer given for all items.
     virtual void setUnreadableFileHandler(ZKFileHandler handler) = 0;
-    virtual ZKFileHandler unwritableFileHandler() const = 0;
     virtual void setUnwritableFileHandler(ZKFileHandler handler) = 0;
-    virtual ZKFileHandler preExistingFileHandler() const = 0;
     virtual void setPreExistingFileHandler(ZKFileHandler handler) = 0;
-    virtual ZKFileHandler preExistingDestinationHandler() const = 0;
     virtual void setPreExistingDestinationHandler(ZKFileHandler handler) = 0;
-
     virtual qint32 unreadableFileResponse() const = 0;
     virtual void setUnreadableFileResponse(qint32 response) = 0;
     virtual qint32 unwritableFileResponse() const = 0;
     virtual void setUnwritableFileResponse(qint32 response) = 0;
     virtual qint32 preExistingFileResponse() const = 0;
     virtual void setPreExistingFileResponse(qint32 response) = 0;
-
-    // The figures of progressChanged, as they are now.
-    virtual ZKTaskProgress progress() const = 0;
 
 Q_SIGNALS:
     // Main thread. Whatever the queue sums (the state, the byte counts, the

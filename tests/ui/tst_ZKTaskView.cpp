@@ -178,7 +178,7 @@ void TestZKTaskView::everyStateShowsItself() {
     QCOMPARE(row->taskLabel()->palette().color(QPalette::Text), expected);
 
     if (barShown) {
-        task->setPercentCompleted(1.0);
+        static_cast<ZKCopyTask &>(*task).setPercentCompleted(1.0);
         // What the bar really paints, full, in the colour of its state.
         const QImage image = bar->grab().toImage();
         const QColor painted = image.pixelColor(image.width() / 2, image.height() / 2);
@@ -199,9 +199,9 @@ void TestZKTaskView::badgesComeInTheirOrder() {
     const ZKTaskPtr task = m_document->objectInTasksAtIndex(0);
     ZKTaskView *row = rowFor(task);
     task->setTransferMode(ZKTransferMode::Move);
-    task->setReplacedUrls({QUrl::fromLocalFile(path("r"))});
-    task->setSkippedUrls({QUrl::fromLocalFile(path("s"))});
-    task->setIsVerifiedOk(true);
+    static_cast<ZKCopyTask &>(*task).setReplacedUrls({QUrl::fromLocalFile(path("r"))});
+    static_cast<ZKCopyTask &>(*task).setSkippedUrls({QUrl::fromLocalFile(path("s"))});
+    static_cast<ZKCopyTask &>(*task).setIsVerifiedOk(true);
     task->setState(S::Failed);
     // A server that said it cannot resume, as a saved queue remembers it.
     QVariantMap saved =
@@ -460,7 +460,7 @@ void TestZKTaskView::screenReaderFollowsTheLabels() {
     QVERIFY(value);
     QCOMPARE(barIface->role(), QAccessible::ProgressBar);
     QCOMPARE(barIface->childCount(), 0);
-    task->setPercentCompleted(0.25);
+    static_cast<ZKCopyTask &>(*task).setPercentCompleted(0.25);
     QCOMPARE(value->currentValue().toInt(), bar->maximum() / 4);
     bar->setIsActive(false);
     bar->setDoubleValue(0.75);
