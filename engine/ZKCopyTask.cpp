@@ -135,6 +135,13 @@ std::shared_ptr<ZKCopyTask> ZKCopyTask::create(const QVariantMap &plist) {
     case S::Cancelling:
         task->cancel();
         break;
+    case S::Suspended:
+    case S::Failed:
+    case S::Cancelled:
+        // Only for the bar, which would otherwise say nothing was done: the
+        // next run analyses anew.
+        task->m_bytesCopied = std::min(progress, total);
+        break;
     default:
         break;
     }

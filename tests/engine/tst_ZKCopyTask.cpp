@@ -58,6 +58,8 @@ private Q_SLOTS:
     void moveFinishedAfterItsLastSave_data();
     void moveFinishedAfterItsLastSave();
     void savedRemovingTaskStaysRemoving();
+    void savedTaskShowsItsProgress_data();
+    void savedTaskShowsItsProgress();
     void texts_data();
     void texts();
     void runningFolderTellsItsFilesAndRate();
@@ -414,6 +416,25 @@ void TestZKCopyTask::savedRemovingTaskStaysRemoving() {
     QTest::qWait(100);
     QCOMPARE(task->state(), S::Removing);
     QVERIFY(QFile::exists(path("src")));
+}
+
+void TestZKCopyTask::savedTaskShowsItsProgress_data() {
+    QTest::addColumn<QString>("state");
+    for (const char *state : {"PendingProcessing", "Suspended", "Failed", "Cancelled"}) {
+        QTest::newRow(state) << QString::fromLatin1(state);
+    }
+}
+
+void TestZKCopyTask::savedTaskShowsItsProgress() {
+    // The bar says what the detail line says: 1 of 4 bytes.
+    QFETCH(QString, state);
+    QVERIFY(writeFile(path("src"), "data"));
+    auto saved = makeTask("src")->asPropertyList();
+    saved[QStringLiteral("State")] = state;
+    saved[QStringLiteral("ProgressBytes")] = 1;
+    saved[QStringLiteral("TotalBytes")] = 4;
+    auto task = ZKCopyTask::create(saved);
+    QTRY_COMPARE(task->progress().fraction, 0.25);
 }
 
 void TestZKCopyTask::texts_data() {
