@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKProgressTracker.h"
 
-#include "ZKTaskState.h"
 
 ZKProgressTracker::ZKProgressTracker(QObject *parent)
     : QObject(parent) {}
@@ -42,29 +41,6 @@ void ZKProgressTracker::clearItem(const QObject *item) {
 
     recalculateProgress();
     publish(oldProgressBytes, oldTotalBytes, oldProgress);
-}
-
-void ZKProgressTracker::setItemForTaskState(const QObject *item, qint32 taskState,
-                                            const ZKProgressData &data) {
-    switch (taskState) {
-    case ZKTaskState::PendingPreparation:
-    case ZKTaskState::Preparing:
-    case ZKTaskState::PendingProcessing:
-    case ZKTaskState::Processing:
-    case ZKTaskState::PendingVerification:
-    case ZKTaskState::Verifying:
-        setItem(item, data.progressBytes, data.totalBytes);
-        break;
-    case ZKTaskState::Completed:
-    case ZKTaskState::Failed:
-        setItem(item, data.totalBytes, data.totalBytes);
-        break;
-    default:
-        // Removing, cancelling, cancelled, suspended, and any state that a
-        // damaged saved queue may bring: such a task adds nothing to wait for.
-        clearItem(item);
-        break;
-    }
 }
 
 void ZKProgressTracker::recalculateProgress() {

@@ -7,8 +7,8 @@
 #include <QHash>
 #include <QObject>
 
-// Sums the byte counts of many items (a document's tasks, or the open
-// documents) into one pair and a fraction. Items are known by identity only
+// Sums the byte counts of many items (the open queues, for the dock tile)
+// into one pair and a fraction. Items are known by identity only
 // and never dereferenced; whoever enters an item clears it. Used on the main
 // thread.
 class ZKProgressTracker : public QObject {
@@ -25,10 +25,6 @@ public:
     // total is cleared instead.
     void setItem(const QObject *item, quint64 progressBytes, quint64 totalBytes);
     void clearItem(const QObject *item);
-    // How a document counts one of its tasks, by task state: pending and
-    // running steps with their bytes, completed and failed ones as fully
-    // done, and removing, cancelled and suspended ones not at all.
-    void setItemForTaskState(const QObject *item, qint32 taskState, const ZKProgressData &data);
     void recalculateProgress();
 
     bool includeCompletedItems() const { return m_includeCompletedItems; }

@@ -3,7 +3,6 @@
 #include "ZKCountdownTimer.h"
 #include "ZKDataRateCalculator.h"
 #include "ZKProgressTracker.h"
-#include "ZKTaskState.h"
 
 #include <limits>
 
@@ -25,8 +24,6 @@ private Q_SLOTS:
     void sumsFollowItemChanges();
     void excludedCompletedItemsDropOut();
     void signalsSeeConsistentResults();
-    void taskStateTable_data();
-    void taskStateTable();
 
     void ninetySecondPace();
     void countsDownAndCompletes();
@@ -170,34 +167,6 @@ void TestZKRates::signalsSeeConsistentResults() {
     QCOMPARE(seenProgress, 0.25);
     tracker.setItem(&item, 50, 100);
     QCOMPARE(totals.count(), 1); // the total did not change the second time
-}
-
-void TestZKRates::taskStateTable_data() {
-    QTest::addColumn<qint32>("state");
-    QTest::addColumn<bool>("counted");
-    QTest::addColumn<quint64>("progressBytes");
-
-    for (qint32 state = ZKTaskState::PendingPreparation; state <= ZKTaskState::Verifying; ++state)
-        QTest::addRow("state %d", state) << state << true << quint64(30);
-    QTest::newRow("completed") << qint32(ZKTaskState::Completed) << true << quint64(80);
-    QTest::newRow("failed") << qint32(ZKTaskState::Failed) << true << quint64(80);
-    for (const qint32 state : {qint32(ZKTaskState::PendingRemoval), qint32(ZKTaskState::Removing),
-                               qint32(ZKTaskState::Cancelling), qint32(ZKTaskState::Cancelled),
-                               qint32(ZKTaskState::Suspended), qint32(13), qint32(-1)})
-        QTest::addRow("state %d", state) << state << false << quint64(0);
-}
-
-void TestZKRates::taskStateTable() {
-    QFETCH(qint32, state);
-    QFETCH(bool, counted);
-    QFETCH(quint64, progressBytes);
-    ZKProgressTracker tracker;
-    QObject task;
-    tracker.setItem(&task, 1, 2); // an earlier state was counted
-    tracker.setItemForTaskState(&task, state, ZKProgressData{30, 80});
-    QCOMPARE(tracker.items().contains(&task), counted);
-    QCOMPARE(tracker.progressBytes(), progressBytes);
-    QCOMPARE(tracker.totalBytes(), counted ? quint64(80) : quint64(0));
 }
 
 void TestZKRates::ninetySecondPace() {
