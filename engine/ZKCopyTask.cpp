@@ -477,9 +477,10 @@ void ZKCopyTask::endRemove(ZKFileOperation &op) {
 
 void ZKCopyTask::cancelAndWait() {
     // The wait may be the main thread's, which shows the questions: a step
-    // waiting for an answer gets Cancel instead.
-    const ZKTaskQuestions::Refusal refusal(this);
+    // waiting for an answer gets Cancel instead, once it is cancelled, so
+    // that it rests instead of failing on that answer.
     m_operationQueue.cancelAllOperations();
+    const ZKTaskQuestions::Refusal refusal(this);
     waitUntilAllOperationsAreFinished();
 }
 

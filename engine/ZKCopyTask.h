@@ -43,6 +43,7 @@ public:
     void cancel() override;
     void reset() override;
     void forgetAnalysis() override;
+    void stopSteps() override { m_operationQueue.cancelAllOperations(); }
     void suspend() override;
     void resume() override;
     void revealSource() override;

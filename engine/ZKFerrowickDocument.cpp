@@ -101,7 +101,9 @@ ZKFerrowickDocument::~ZKFerrowickDocument() {
     liveDocuments().remove(this);
     m_closing = true;
     // First: the waits below must not wait for a worker that waits for an
-    // answer.
+    // answer. Its step is told to stop before it hears Cancel, so that it
+    // rests where it was instead of failing on that answer.
+    stopSteps();
     m_questions.close();
     m_retryTimer.cancel();
     // Before any wait: waiting serves the workers' calls into the main
@@ -181,10 +183,17 @@ bool ZKFerrowickDocument::hasRunningTask() const {
     });
 }
 
+void ZKFerrowickDocument::stopSteps() {
+    for (const auto &task : m_taskQueue.tasks()) {
+        task->stopSteps();
+    }
+}
+
 void ZKFerrowickDocument::stopAllTasks() {
     // As when the document goes: nothing deferred reaches it any more, and
     // a start already on its way starts nothing.
     m_closing = true;
+    stopSteps();
     m_questions.close();
     m_retryTimer.cancel();
     m_dispatchQueue.waitUntilAllOperationsAreFinished();

@@ -325,6 +325,8 @@ private:
     };
 
     void connectSettings();
+    // Tells every running step to stop, without waiting for it.
+    void stopSteps();
     void runInBackground(std::function<void()> work);
     void startNextTaskNow();
     void startTask(const ZKTaskPtr &task);

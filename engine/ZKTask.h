@@ -53,6 +53,9 @@ public:
     // replaces, the answers given for all its items) is forgotten and it
     // starts over. A suspended task stays suspended.
     virtual void forgetAnalysis() = 0;
+    // Tells the running step to stop and returns at once; the task comes to
+    // rest as after pause() once the step has ended.
+    virtual void stopSteps() = 0;
 
     virtual qint32 state() const = 0;
     virtual void setState(qint32 state) = 0;
