@@ -14,8 +14,14 @@ ZKMessageBoxPresenter::ZKMessageBoxPresenter(WindowFinder finder)
     : m_finder(std::move(finder)) {}
 
 ZKMessageBoxPresenter::~ZKMessageBoxPresenter() {
-    // Whoever still waits is told, and the boxes are left to their windows.
-    cancelWhere([](const Pending &) { return true; });
+    // As the process ends, maybe after the application has gone: whoever
+    // still waits is told, and the boxes are not touched.
+    for (const PendingPtr &pending : std::exchange(m_pending, {})) {
+        pending->done = true;
+        if (const Answered answered = std::exchange(pending->answered, {})) {
+            answered(ZKAnswer::cancelled(pending->question));
+        }
+    }
 }
 
 void ZKMessageBoxPresenter::ask(const ZKQuestion &question, Answered answered) {
@@ -168,12 +174,6 @@ void ZKMessageBoxPresenter::cancelWhere(const std::function<bool(const Pending &
 
 void ZKMessageBoxPresenter::cancelQuestions(const QObject *asker) {
     cancelWhere([asker](const Pending &pending) { return pending.asker == asker; });
-}
-
-int ZKMessageBoxPresenter::openQuestionCount(const QWidget *window) const {
-    return int(
-        std::count_if(m_pending.cbegin(), m_pending.cend(),
-                      [window](const PendingPtr &pending) { return pending->window == window; }));
 }
 
 void ZKMessageBoxPresenter::dismissQuestions(const QWidget *window) {

@@ -30,8 +30,6 @@ public:
     void ask(const ZKQuestion &question, Answered answered) override;
     void cancelQuestions(const QObject *asker) override;
 
-    // The questions shown or waiting their turn over this window.
-    int openQuestionCount(const QWidget *window) const;
     // Answers every question over this window as if cancelled, and takes
     // its box away.
     void dismissQuestions(const QWidget *window);
