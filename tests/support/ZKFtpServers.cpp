@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKFtpServers.h"
 
+#include "ZKTestSupport.h"
+
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QDirIterator>
@@ -33,16 +35,10 @@ quint16 freePort(const QString &host) {
     return probe.serverPort();
 }
 
-bool writeText(const QString &path, const QByteArray &text) {
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(text) == text.size();
-}
-
 // A SHA-512 crypt(3) hash, as the daemons' password files hold them.
 std::optional<QByteArray> cryptHash(const QString &password) {
     QProcess hasher;
-    hasher.start(QStringLiteral("openssl"),
-                 {QStringLiteral("passwd"), QStringLiteral("-6"), QStringLiteral("-stdin")});
+    hasher.start(QStringLiteral("openssl"), {"passwd", "-6", "-stdin"});
     hasher.write(password.toUtf8() + '\n');
     hasher.waitForBytesWritten(5000);
     hasher.closeWriteChannel();
@@ -198,19 +194,15 @@ bool ZKFtpServers::makeCertificate() {
     QProcess openssl;
     openssl.setProcessChannelMode(QProcess::MergedChannels);
     openssl.start(QStringLiteral("openssl"),
-                  {QStringLiteral("req"), QStringLiteral("-x509"), QStringLiteral("-newkey"),
-                   QStringLiteral("rsa:2048"), QStringLiteral("-nodes"), QStringLiteral("-days"),
-                   QStringLiteral("2"), QStringLiteral("-subj"), QStringLiteral("/CN=localhost"),
-                   QStringLiteral("-addext"),
-                   QStringLiteral("subjectAltName=DNS:localhost,IP:127.0.0.1,IP:::1"),
-                   QStringLiteral("-keyout"), m_key, QStringLiteral("-out"), m_certificate});
+                  {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2", "-subj",
+                   "/CN=localhost", "-addext", "subjectAltName=DNS:localhost,IP:127.0.0.1,IP:::1",
+                   "-keyout", m_key, "-out", m_certificate});
     if (!openssl.waitForFinished(20000) || openssl.exitCode() != 0) {
         return fail(QStringLiteral("openssl req failed: %1")
                         .arg(QString::fromLocal8Bit(openssl.readAll())));
     }
     openssl.start(QStringLiteral("openssl"),
-                  {QStringLiteral("x509"), QStringLiteral("-noout"), QStringLiteral("-fingerprint"),
-                   QStringLiteral("-sha256"), QStringLiteral("-in"), m_certificate});
+                  {"x509", "-noout", "-fingerprint", "-sha256", "-in", m_certificate});
     if (!openssl.waitForFinished(20000) || openssl.exitCode() != 0) {
         return fail(QStringLiteral("openssl x509 failed"));
     }
@@ -303,84 +295,77 @@ bool ZKFtpServers::startVsftpd() {
                                                   "rsa_cert_file=%1\nrsa_private_key_file=%2\n")
                                        .arg(m_certificate, m_key)
                                  : QString();
-    if (!writeText(config, (text + tls).toUtf8())) {
+    if (!ZKTestSupport::writeFile(config, (text + tls).toUtf8())) {
         return fail(QStringLiteral("cannot write %1").arg(config));
     }
     return launch(program(Vsftpd), {config});
 }
 
-bool ZKFtpServers::startPureFtpd() {
+// The account "tester" with the given password and the "ftp" account's
+// ids, as a line of a password file up to its home (rest follows).
+std::optional<QByteArray> ZKFtpServers::testerAccount(const QString &password) {
     const passwd *account = ::getpwnam("ftp");
     if (!account) {
-        return fail(QStringLiteral("there is no \"ftp\" account"));
+        fail(QStringLiteral("there is no \"ftp\" account"));
+        return std::nullopt;
     }
     m_uid = int(account->pw_uid);
     m_gid = int(account->pw_gid);
     m_username = QStringLiteral("tester");
-    m_password = QStringLiteral("pure-secret");
+    m_password = password;
+    handOver(m_root);
+    // pure-pw would hash with argon2 at a cost meant to slow down guessing,
+    // which also makes every login slower than the tests' time-out. A
+    // SHA-512 crypt hash is just as valid to both daemons.
+    const std::optional<QByteArray> hash = cryptHash(m_password);
+    if (!hash) {
+        fail(QStringLiteral("openssl passwd failed"));
+        return std::nullopt;
+    }
+    return m_username.toUtf8() + ':' + *hash + ':' + QByteArray::number(m_uid) + ':' +
+           QByteArray::number(m_gid) + "::" + QFile::encodeName(m_root);
+}
+
+bool ZKFtpServers::startPureFtpd() {
+    const std::optional<QByteArray> account = testerAccount(QStringLiteral("pure-secret"));
     const QDir folder(m_folder->path());
     const QString passwdFile = folder.filePath(QStringLiteral("pureftpd.passwd"));
     const QString database = folder.filePath(QStringLiteral("pureftpd.pdb"));
-    handOver(m_root);
-
-    // pure-pw would hash with argon2 at a cost meant to slow down guessing,
-    // which also makes every login slower than the tests' time-out. A
-    // SHA-512 crypt hash is just as valid to pure-ftpd.
-    const std::optional<QByteArray> hash = cryptHash(m_password);
-    if (!hash) {
-        return fail(QStringLiteral("openssl passwd failed"));
+    if (!account) {
+        return false;
     }
-    const QByteArray line = m_username.toUtf8() + ':' + *hash + ':' + QByteArray::number(m_uid) +
-                            ':' + QByteArray::number(m_gid) + "::" + QFile::encodeName(m_root) +
-                            "/./::::::::::::\n";
-    if (!writeText(passwdFile, line)) {
+    if (!ZKTestSupport::writeFile(passwdFile, *account + "/./::::::::::::\n")) {
         return fail(QStringLiteral("cannot write %1").arg(passwdFile));
     }
     QProcess pw;
     pw.start(ftpdFolder() + QStringLiteral("/pure-ftpd/usr/bin/pure-pw"),
-             {QStringLiteral("mkdb"), database, QStringLiteral("-f"), passwdFile});
+             {"mkdb", database, "-f", passwdFile});
     if (!pw.waitForFinished(10000) || pw.exitCode() != 0) {
         return fail(QStringLiteral("pure-pw failed: %1").arg(QString::fromLocal8Bit(pw.readAll())));
     }
     QStringList arguments{
-        QStringLiteral("-S"),
-        QStringLiteral("%1,%2").arg(m_host).arg(m_port),
-        QStringLiteral("-p"),
-        QStringLiteral("%1:%2").arg(m_passivePort).arg(m_passivePort + passivePortCount - 1),
-        QStringLiteral("-l"),
-        QStringLiteral("puredb:%1").arg(database),
-        QStringLiteral("-A"),
-        QStringLiteral("-E"),
-        QStringLiteral("-H")};
+        "-S", QStringLiteral("%1,%2").arg(m_host).arg(m_port),
+        "-p", QStringLiteral("%1:%2").arg(m_passivePort).arg(m_passivePort + passivePortCount - 1),
+        "-l", "puredb:" + database,
+        "-A", "-E",
+        "-H"};
     if (m_secure) {
         // 3: TLS for the login and for every data connection.
-        arguments << QStringLiteral("-Y") << QStringLiteral("3") << QStringLiteral("-2")
-                  << QStringLiteral("%1,%2").arg(m_certificate, m_key);
+        arguments << "-Y"
+                  << "3"
+                  << "-2" << m_certificate + ',' + m_key;
     }
     return launch(program(PureFtpd), arguments);
 }
 
 bool ZKFtpServers::startProftpd() {
-    const passwd *account = ::getpwnam("ftp");
-    if (!account) {
-        return fail(QStringLiteral("there is no \"ftp\" account"));
-    }
-    m_uid = int(account->pw_uid);
-    m_gid = int(account->pw_gid);
-    m_username = QStringLiteral("tester");
-    m_password = QStringLiteral("pro-secret");
+    const std::optional<QByteArray> account = testerAccount(QStringLiteral("pro-secret"));
     const QDir folder(m_folder->path());
-    handOver(m_root);
-
-    const std::optional<QByteArray> hash = cryptHash(m_password);
-    if (!hash) {
-        return fail(QStringLiteral("openssl passwd failed"));
-    }
     const QString passwdFile = folder.filePath(QStringLiteral("proftpd.passwd"));
-    const QByteArray entry = m_username.toUtf8() + ':' + *hash + ':' + QByteArray::number(m_uid) +
-                             ':' + QByteArray::number(m_gid) + "::" + QFile::encodeName(m_root) +
-                             ":/bin/false\n";
-    if (!writeText(passwdFile, entry)) {
+    if (!account) {
+        return false;
+    }
+    if (!ZKTestSupport::writeFile(passwdFile, *account + ":/bin/false\n")) {
         return fail(QStringLiteral("cannot write %1").arg(passwdFile));
     }
     QFile::setPermissions(passwdFile, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
@@ -415,8 +400,8 @@ bool ZKFtpServers::startProftpd() {
                        .arg(ftpdFolder() + QStringLiteral("/proftpd-mod-crypto/usr/lib/proftpd"),
                             m_certificate, m_key)
                  : QString();
-    if (!writeText(config, (text + tls).toUtf8())) {
+    if (!ZKTestSupport::writeFile(config, (text + tls).toUtf8())) {
         return fail(QStringLiteral("cannot write %1").arg(config));
     }
-    return launch(program(Proftpd), {QStringLiteral("-n"), QStringLiteral("-c"), config});
+    return launch(program(Proftpd), {"-n", "-c", config});
 }

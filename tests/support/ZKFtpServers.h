@@ -67,6 +67,7 @@ private:
     bool startVsftpd();
     bool startPureFtpd();
     bool startProftpd();
+    std::optional<QByteArray> testerAccount(const QString &password);
     bool launch(const QString &program, const QStringList &arguments);
     bool makeCertificate();
     QString commandLogPath() const;

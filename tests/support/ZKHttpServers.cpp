@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKHttpServers.h"
 
+#include "ZKTestSupport.h"
+
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
@@ -107,13 +109,9 @@ bool ZKHttpServers::makeCertificate() {
     QProcess openssl;
     openssl.setWorkingDirectory(dir.path());
     openssl.start(QStringLiteral("openssl"),
-                  {QStringLiteral("req"), QStringLiteral("-x509"), QStringLiteral("-newkey"),
-                   QStringLiteral("ec"), QStringLiteral("-pkeyopt"),
-                   QStringLiteral("ec_paramgen_curve:prime256v1"), QStringLiteral("-nodes"),
-                   QStringLiteral("-keyout"), QStringLiteral("key.pem"), QStringLiteral("-out"),
-                   QStringLiteral("cert.pem"), QStringLiteral("-days"), QStringLiteral("2"),
-                   QStringLiteral("-subj"), QStringLiteral("/CN=127.0.0.1"),
-                   QStringLiteral("-addext"), QStringLiteral("subjectAltName=IP:127.0.0.1")});
+                  {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1",
+                   "-nodes", "-keyout", "key.pem", "-out", "cert.pem", "-days", "2", "-subj",
+                   "/CN=127.0.0.1", "-addext", "subjectAltName=IP:127.0.0.1"});
     if (!openssl.waitForFinished(30000) || openssl.exitStatus() != QProcess::NormalExit ||
         openssl.exitCode() != 0) {
         m_errorString =
@@ -134,8 +132,7 @@ bool ZKHttpServers::startNginx(const QString &root) {
     QString nginx = QStandardPaths::findExecutable(QStringLiteral("nginx"));
     if (nginx.isEmpty()) {
         // Not always on the path of a user who is not root.
-        nginx = QStandardPaths::findExecutable(
-            QStringLiteral("nginx"), {QStringLiteral("/usr/sbin"), QStringLiteral("/sbin")});
+        nginx = QStandardPaths::findExecutable(QStringLiteral("nginx"), {"/usr/sbin", "/sbin"});
     }
     if (nginx.isEmpty()) {
         m_errorString = QStringLiteral("nginx is not installed (scripts/install-deps.sh)");
@@ -148,14 +145,12 @@ bool ZKHttpServers::startNginx(const QString &root) {
     for (const char *name : {"body", "proxy", "fastcgi", "uwsgi", "scgi"}) {
         dir.mkpath(QString::fromLatin1(name));
     }
-    QFile users(dir.filePath(QStringLiteral("users")));
-    if (!users.open(QIODevice::WriteOnly) ||
-        users.write(
-            (privateUser() + QStringLiteral(":{PLAIN}") + privatePassword() + '\n').toUtf8()) < 0) {
+    if (!ZKTestSupport::writeFile(
+            dir.filePath(QStringLiteral("users")),
+            (privateUser() + ":{PLAIN}" + privatePassword() + '\n').toUtf8())) {
         m_errorString = QStringLiteral("cannot write the nginx users");
         return false;
     }
-    users.close();
     for (int attempt = 0; attempt < startAttempts; ++attempt) {
         m_nginxPort = freePort();
         m_nginxHttpsPort = freePort();
@@ -198,26 +193,20 @@ bool ZKHttpServers::startNginx(const QString &root) {
                 .arg(m_nginxPort)
                 .arg(m_nginxHttpsPort)
                 .arg(root);
-        QFile file(dir.filePath(QStringLiteral("nginx.conf")));
-        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
-            file.write(config.toUtf8()) < 0) {
+        if (!ZKTestSupport::writeFile(dir.filePath(QStringLiteral("nginx.conf")),
+                                      config.toUtf8())) {
             m_errorString = QStringLiteral("cannot write the nginx configuration");
             return false;
         }
-        file.close();
         m_nginx.setProcessChannelMode(QProcess::SeparateChannels);
-        m_nginx.start(nginx, {QStringLiteral("-p"), d, QStringLiteral("-c"),
-                              dir.filePath(QStringLiteral("nginx.conf")), QStringLiteral("-e"),
+        m_nginx.start(nginx, {"-p", d, "-c", dir.filePath(QStringLiteral("nginx.conf")), "-e",
                               dir.filePath(QStringLiteral("error.log"))});
         if (waitUntilListening(m_nginx, {m_nginxPort, m_nginxHttpsPort})) {
             return true;
         }
         stopProcess(m_nginx);
     }
-    const QByteArray log = [&] {
-        QFile errors(dir.filePath(QStringLiteral("error.log")));
-        return errors.open(QIODevice::ReadOnly) ? errors.readAll() : QByteArray();
-    }();
+    const QByteArray log = ZKTestSupport::readFile(dir.filePath(QStringLiteral("error.log")));
     m_errorString += QStringLiteral("; ") + QString::fromLocal8Bit(log.right(2000));
     return false;
 }
@@ -228,9 +217,8 @@ bool ZKHttpServers::startPythonServer(const QString &root) {
         m_python.setProcessChannelMode(QProcess::SeparateChannels);
         m_python.setStandardOutputFile(QProcess::nullDevice());
         m_python.start(QStringLiteral("python3"),
-                       {QStringLiteral("-m"), QStringLiteral("http.server"),
-                        QString::number(m_pythonPort), QStringLiteral("--bind"), loopback,
-                        QStringLiteral("--directory"), root});
+                       {"-m", "http.server", QString::number(m_pythonPort), "--bind", loopback,
+                        "--directory", root});
         if (!m_python.waitForStarted(10000)) {
             m_errorString = QStringLiteral("python3 did not start: %1").arg(m_python.errorString());
             return false;
@@ -256,6 +244,5 @@ QUrl ZKHttpServers::pythonUrl(const QString &path) const {
 }
 
 QByteArray ZKHttpServers::nginxAccessLog() const {
-    QFile log(QDir(m_dir->path()).filePath(QStringLiteral("access.log")));
-    return log.open(QIODevice::ReadOnly) ? log.readAll() : QByteArray();
+    return ZKTestSupport::readFile(QDir(m_dir->path()).filePath(QStringLiteral("access.log")));
 }

@@ -163,7 +163,7 @@ private:
         m_data = nullptr;
         m_dataClosed = false;
         m_listener = new QTcpServer(this);
-        m_listener->listen(QHostAddress(QString::fromLatin1(m_server.m_passiveHost)), 0);
+        m_listener->listen(QHostAddress(QString::fromLatin1(m_server.m_host)), 0);
         connect(m_listener, &QTcpServer::newConnection, this, &ZKScriptedFtpSession::acceptData);
         const quint16 port = m_listener->serverPort();
         if (extended) {
@@ -172,7 +172,7 @@ private:
         }
         const QByteArray high = QByteArray::number(port / 256);
         const QByteArray low = QByteArray::number(port % 256);
-        QByteArray numbers = m_server.m_passiveHost;
+        QByteArray numbers = m_server.m_host;
         numbers.replace('.', ',');
         numbers += ',' + high + ',' + low;
         QByteArray reply = m_server.m_passiveFormat;
@@ -268,7 +268,6 @@ private:
 
 ZKScriptedFtpServer::ZKScriptedFtpServer(const QByteArray &host)
     : m_greeting("220 Scripted server ready\r\n")
-    , m_passiveHost(host)
     , m_passiveFormat("227 Entering Passive Mode (%1).\r\n")
     , m_host(host) {
     // Started last: its sessions use everything above.
@@ -340,11 +339,6 @@ void ZKScriptedFtpServer::setListing(const QByteArray &listing) {
 void ZKScriptedFtpServer::setListing(const QByteArray &folder, const QByteArray &listing) {
     std::lock_guard locker(m_lock);
     m_listings.insert(folder, listing);
-}
-
-void ZKScriptedFtpServer::setPassiveHost(const QByteArray &host) {
-    std::lock_guard locker(m_lock);
-    m_passiveHost = host;
 }
 
 void ZKScriptedFtpServer::setPassiveFormat(const QByteArray &format) {

@@ -60,9 +60,6 @@ public:
     // What NLST sends in one folder: its path from the top without slashes
     // at either end ("top/sub"; "" is the top).
     void setListing(const QByteArray &folder, const QByteArray &listing);
-    // Where the data listener listens and what the PASV reply tells; by
-    // default 127.0.0.1. Only loopback addresses are ever used.
-    void setPassiveHost(const QByteArray &host);
     // The PASV reply with "%1" for the six numbers, "%2" and "%3" for the
     // two of the port alone (to announce another address than the one
     // listened on); by default "227 Entering Passive Mode (%1).\r\n".
@@ -94,7 +91,6 @@ private:
     QSet<QByteArray> m_directories;
     QByteArray m_listing;
     QHash<QByteArray, QByteArray> m_listings;
-    QByteArray m_passiveHost;
     QByteArray m_passiveFormat;
     bool m_extendedPassive = false;
     QByteArray m_host;

@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKScriptedHttpServer.h"
 
-#include <QEventLoop>
+#include "ZKListenerThread.h"
+
 #include <QHostAddress>
-#include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
 
@@ -81,38 +81,15 @@ void answerAsFile(const QByteArray &request, ZKScriptedHttpServer::Response &res
 ZKScriptedHttpServer::ZKScriptedHttpServer() = default;
 
 ZKScriptedHttpServer::~ZKScriptedHttpServer() {
-    if (m_thread) {
-        m_thread->quit(); // ends the loop in serve(), even one not yet entered
-        m_thread->wait();
-        delete m_thread;
-    }
+    m_listener.reset(); // no connection may outlive the scripts it reads
 }
 
+// The connections and their timers all live and die on the listener's
+// thread; the test thread only meets them under m_lock.
 bool ZKScriptedHttpServer::start() {
-    m_thread = QThread::create([this] { serve(); });
-    m_thread->setObjectName(QStringLiteral("scripted web server"));
-    m_thread->start();
-    std::unique_lock locker(m_lock);
-    m_started.wait(locker, [this] { return m_startDecided; });
-    return m_port != 0;
-}
-
-// The server, its connections and their timers all live and die on the
-// server's thread; the test thread only meets it under m_lock.
-void ZKScriptedHttpServer::serve() {
-    QTcpServer server;
-    const bool listening = server.listen(QHostAddress::LocalHost, 0);
-    QObject::connect(&server, &QTcpServer::newConnection, &server,
-                     [this, &server] { accept(server); });
-    {
-        std::lock_guard locker(m_lock);
-        m_port = listening ? server.serverPort() : 0;
-        m_startDecided = true;
-    }
-    m_started.notify_all();
-    if (listening) {
-        QEventLoop().exec();
-    }
+    m_listener = std::make_unique<ZKListenerThread>(QHostAddress::LocalHost,
+                                                    [this](QTcpSocket *socket) { accept(socket); });
+    return m_listener->port() != 0;
 }
 
 void ZKScriptedHttpServer::setResponse(const QString &path, const Response &response) {
@@ -121,8 +98,7 @@ void ZKScriptedHttpServer::setResponse(const QString &path, const Response &resp
 }
 
 QUrl ZKScriptedHttpServer::url(const QString &path) const {
-    std::lock_guard locker(m_lock);
-    return QUrl(QStringLiteral("http://127.0.0.1:%1%2").arg(m_port).arg(path));
+    return QUrl(QStringLiteral("http://127.0.0.1:%1%2").arg(m_listener->port()).arg(path));
 }
 
 QByteArrayList ZKScriptedHttpServer::requests() const {
@@ -168,87 +144,84 @@ ZKScriptedHttpServer::Response ZKScriptedHttpServer::responseFor(const QByteArra
     return missing;
 }
 
-// Runs on the server's thread.
-void ZKScriptedHttpServer::accept(QTcpServer &server) {
-    while (QTcpSocket *socket = server.nextPendingConnection()) {
-        auto connection = std::make_shared<Connection>();
-        QObject::connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+// Runs on the listener's thread.
+void ZKScriptedHttpServer::accept(QTcpSocket *socket) {
+    auto connection = std::make_shared<Connection>();
+    QObject::connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
 
-        // Answers the requests in the buffer one after the other.
-        auto serve = std::make_shared<std::function<void()>>();
-        *serve = [this, socket, connection, weakServe = std::weak_ptr(serve)] {
-            while (!connection->answering) {
-                const qsizetype end = connection->buffer.indexOf("\r\n\r\n");
-                if (end < 0) {
-                    return;
-                }
-                const QByteArray request = connection->buffer.left(end + 4);
-                connection->buffer.remove(0, end + 4);
-                recordRequest(request);
-                Response response = responseFor(pathOf(request));
-                if (response.servesRanges) {
-                    answerAsFile(request, response);
-                }
-                connection->answering = true;
+    // Answers the requests in the buffer one after the other.
+    auto serve = std::make_shared<std::function<void()>>();
+    *serve = [this, socket, connection, weakServe = std::weak_ptr(serve)] {
+        while (!connection->answering) {
+            const qsizetype end = connection->buffer.indexOf("\r\n\r\n");
+            if (end < 0) {
+                return;
+            }
+            const QByteArray request = connection->buffer.left(end + 4);
+            connection->buffer.remove(0, end + 4);
+            recordRequest(request);
+            Response response = responseFor(pathOf(request));
+            if (response.servesRanges) {
+                answerAsFile(request, response);
+            }
+            connection->answering = true;
 
-                const QByteArray head = response.head + "\r\n\r\n";
-                const qint64 size = response.body.size();
-                auto finish = [socket, connection, response, weakServe] {
-                    if (response.closeAfterBody) {
-                        socket->disconnectFromHost();
-                        return;
-                    }
-                    connection->answering = false;
-                    if (auto next = weakServe.lock()) {
-                        (*next)();
-                    }
-                };
-                if (response.trickleMilliseconds > 0) {
-                    socket->write("HTTP/1.1 200 OK\r\nX-Endless: ");
-                    auto *trickle = new QTimer(socket);
-                    const int limit = 60000 / response.trickleMilliseconds;
-                    QObject::connect(trickle, &QTimer::timeout, socket,
-                                     [socket, trickle, limit, sent = 0]() mutable {
-                                         socket->write("a");
-                                         if (++sent >= limit) {
-                                             trickle->stop();
-                                         }
-                                     });
-                    trickle->start(response.trickleMilliseconds);
-                    return;
-                }
-                if (response.dropAfter >= 0) {
-                    socket->write(head);
-                    socket->write(response.body.left(response.dropAfter));
+            const QByteArray head = response.head + "\r\n\r\n";
+            const qint64 size = response.body.size();
+            auto finish = [socket, connection, response, weakServe] {
+                if (response.closeAfterBody) {
                     socket->disconnectFromHost();
                     return;
                 }
-                if (response.pauseAfter == pauseBeforeHead) {
-                    QTimer::singleShot(response.pauseMilliseconds, socket,
-                                       [socket, head, response, finish] {
-                                           socket->write(head);
-                                           socket->write(response.body);
-                                           finish();
-                                       });
-                    return;
+                connection->answering = false;
+                if (auto next = weakServe.lock()) {
+                    (*next)();
                 }
-                socket->write(head);
-                if (response.pauseAfter >= 0 && response.pauseAfter < size) {
-                    socket->write(response.body.left(response.pauseAfter));
-                    QTimer::singleShot(response.pauseMilliseconds, socket,
-                                       [socket, response, finish] {
-                                           socket->write(response.body.mid(response.pauseAfter));
-                                           finish();
-                                       });
-                    return;
-                }
-                socket->write(response.body);
-                finish();
+            };
+            if (response.trickleMilliseconds > 0) {
+                socket->write("HTTP/1.1 200 OK\r\nX-Endless: ");
+                auto *trickle = new QTimer(socket);
+                const int limit = 60000 / response.trickleMilliseconds;
+                QObject::connect(trickle, &QTimer::timeout, socket,
+                                 [socket, trickle, limit, sent = 0]() mutable {
+                                     socket->write("a");
+                                     if (++sent >= limit) {
+                                         trickle->stop();
+                                     }
+                                 });
+                trickle->start(response.trickleMilliseconds);
+                return;
             }
-        };
-        QObject::connect(socket, &QTcpSocket::readyRead, socket, [socket, connection, serve] {
-            connection->buffer += socket->readAll();
-            (*serve)();
-        });
-    }
+            if (response.dropAfter >= 0) {
+                socket->write(head);
+                socket->write(response.body.left(response.dropAfter));
+                socket->disconnectFromHost();
+                return;
+            }
+            if (response.pauseAfter == pauseBeforeHead) {
+                QTimer::singleShot(response.pauseMilliseconds, socket,
+                                   [socket, head, response, finish] {
+                                       socket->write(head);
+                                       socket->write(response.body);
+                                       finish();
+                                   });
+                return;
+            }
+            socket->write(head);
+            if (response.pauseAfter >= 0 && response.pauseAfter < size) {
+                socket->write(response.body.left(response.pauseAfter));
+                QTimer::singleShot(response.pauseMilliseconds, socket, [socket, response, finish] {
+                    socket->write(response.body.mid(response.pauseAfter));
+                    finish();
+                });
+                return;
+            }
+            socket->write(response.body);
+            finish();
+        }
+    };
+    QObject::connect(socket, &QTcpSocket::readyRead, socket, [socket, connection, serve] {
+        connection->buffer += socket->readAll();
+        (*serve)();
+    });
 }

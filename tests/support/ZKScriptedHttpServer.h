@@ -6,19 +6,19 @@
 #include <QByteArrayList>
 #include <QHash>
 #include <QString>
-#include <QThread>
 #include <QUrl>
 
-#include <condition_variable>
+#include <memory>
 #include <mutex>
 
-class QTcpServer;
+class QTcpSocket;
+class ZKListenerThread;
 
 // A web server on 127.0.0.1 that answers each path exactly as a test
 // scripts it, including the ways real servers misbehave: going silent,
 // dropping the connection in the middle of a body, sending more than they
-// announced. It runs on a thread of its own, so a reader waiting on the
-// test's thread sees it as it would see a remote host.
+// announced. It runs on a listener thread of its own (ZKListenerThread), so
+// a reader waiting on the test's thread sees it as it would see a remote host.
 class ZKScriptedHttpServer {
 public:
     struct Response {
@@ -68,16 +68,12 @@ public:
     void clearRequests();
 
 private:
-    void serve();
-    void accept(QTcpServer &server);
+    void accept(QTcpSocket *socket);
     Response responseFor(const QByteArray &path) const;
     void recordRequest(const QByteArray &head);
 
-    QThread *m_thread = nullptr;
     mutable std::mutex m_lock;
-    std::condition_variable m_started;
-    bool m_startDecided = false;
-    quint16 m_port = 0;
     QHash<QByteArray, Response> m_responses;
     QByteArrayList m_requests;
+    std::unique_ptr<ZKListenerThread> m_listener;
 };

@@ -2,8 +2,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKTestSupport.h"
 
+#include "ZKCopyTask.h"
 #include "ZKFileSystemReader.h"
 #include "ZKPartialFile.h"
+#include "ZKTaskState.h"
 
 #include <sys/xattr.h>
 
@@ -46,6 +48,51 @@ bool writeFile(const QString &path, const QByteArray &content) {
 QByteArray readFile(const QString &path) {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool setModified(const QString &path, const QDateTime &date) {
+    QFile file(path);
+    return file.open(QIODevice::ReadWrite) &&
+           file.setFileTime(date, QFileDevice::FileModificationTime);
+}
+
+QByteArray laterVersion(const QByteArray &content, qint64 cut, qsizetype growth) {
+    QByteArray later = content + randomBytes(growth, 32);
+    for (qsizetype i = 65536; i < content.size(); i += 4096) {
+        if (i < cut - 65536 || i > cut + 65536) {
+            later[i] = char(~later.at(i));
+        }
+    }
+    return later;
+}
+
+QString errorText(const ZKOptionalError &error) {
+    return error ? error->localizedDescription() : QString();
+}
+
+bool isResting(qint32 state) {
+    return state == ZKTaskState::PendingPreparation || state == ZKTaskState::PendingProcessing ||
+           state == ZKTaskState::PendingVerification || state == ZKTaskState::PendingRemoval ||
+           state >= ZKTaskState::Completed;
+}
+
+qint32 stepTask(ZKCopyTask &task, int milliseconds) {
+    bool moved = false;
+    const auto connection =
+        QObject::connect(&task, &ZKTask::stateChanged, &task, [&moved] { moved = true; });
+    task.start();
+    const bool rested =
+        QTest::qWaitFor([&] { return moved && isResting(task.state()); }, milliseconds);
+    QObject::disconnect(connection);
+    return rested ? task.state() : -1;
+}
+
+qint32 runTask(ZKCopyTask &task, int milliseconds, qint32 stopAt) {
+    qint32 state = task.state();
+    for (int i = 0; i < 6 && state != stopAt && state < ZKTaskState::Completed && state >= 0; ++i) {
+        state = stepTask(task, milliseconds);
+    }
+    return state;
 }
 
 void isolateSettings() {

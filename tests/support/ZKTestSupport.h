@@ -2,9 +2,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "ZKError.h"
+
 #include <QByteArray>
+#include <QDateTime>
 #include <QString>
 #include <QTest>
+
+class ZKCopyTask;
 
 // Small helpers shared by the tests.
 namespace ZKTestSupport {
@@ -19,6 +24,27 @@ QString partialPath(const QString &folder, const QString &name);
 // Marks the unfinished file at partial as begun from the local file at
 // source as it is now, as a copy that was cut would have left it.
 bool markBegunFrom(const QString &partial, const QString &source);
+
+// Sets the file's modification date, as an editor saving it would.
+bool setModified(const QString &path, const QDateTime &date);
+// Another version of content: each 4 KiB block flipped except the first
+// and those within 64 KiB of cut, then growth bytes more. Only the date
+// and the bytes where a cut copy would be joined tell the two apart.
+QByteArray laterVersion(const QByteArray &content, qint64 cut, qsizetype growth = 0);
+
+// The error's text for a failure message; empty when there is none.
+QString errorText(const ZKOptionalError &error);
+template <typename Holder> QString errorText(const Holder &holder) {
+    return errorText(holder.error());
+}
+
+// Whether a task in this state waits to be started again, or has ended.
+bool isResting(qint32 state);
+// Starts the task once and waits until it rests again: its state then, or
+// -1 when it did not rest within the time.
+qint32 stepTask(ZKCopyTask &task, int milliseconds = 30000);
+// Starts the task step after step until it ends or reaches stopAt.
+qint32 runTask(ZKCopyTask &task, int milliseconds = 30000, qint32 stopAt = -1);
 
 // Points the settings store and the standard paths at a private folder, so
 // tests never read or write the user's real settings. Call before the
