@@ -17,13 +17,10 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using ZKTestSupport::errorText;
 using ZKTestSupport::writeFile;
 
 namespace {
-
-QString errorText(const ZKReader &reader) {
-    return reader.error() ? reader.error()->localizedDescription() : QStringLiteral("(no error)");
-}
 
 std::shared_ptr<ZKFileSystemReader> openedReader(const QString &path) {
     auto reader = ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(path));

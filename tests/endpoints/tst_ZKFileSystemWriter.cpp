@@ -19,14 +19,11 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using ZKTestSupport::errorText;
 using ZKTestSupport::readFile;
 using ZKTestSupport::writeFile;
 
 namespace {
-
-QString errorText(const ZKWriter &writer) {
-    return writer.error() ? writer.error()->localizedDescription() : QStringLiteral("(no error)");
-}
 
 // Exit code of `flock -n path true`: 0 when nobody holds the lock.
 int tryLockFromAnotherProcess(const QString &path) {

@@ -49,10 +49,6 @@ Response plainResponse(const QByteArray &head, const QByteArray &body) {
     return response;
 }
 
-QString errorText(const ZKOptionalError &error) {
-    return error ? error->localizedDescription() : QStringLiteral("no error");
-}
-
 // Everything the reader hands out until it says there is no more.
 QByteArray readAll(ZKReader &reader) {
     QByteArray all;
@@ -66,12 +62,10 @@ QByteArray readAll(ZKReader &reader) {
     return all;
 }
 
-bool isResting(qint32 state) {
-    return state == S::PendingPreparation || state == S::PendingProcessing ||
-           state == S::PendingVerification || state == S::PendingRemoval || state >= S::Completed;
-}
-
 } // namespace
+
+using ZKTestSupport::errorText;
+using ZKTestSupport::runTask;
 
 class TestZKHttpReader : public QObject {
     Q_OBJECT
@@ -83,21 +77,6 @@ class TestZKHttpReader : public QObject {
         auto made = ZKHttpReader::readerWithUrl(m_server.url(path));
         made->setTimeout(2);
         return made;
-    }
-
-    // Starts the task until it ends, or rests six times.
-    void runToEnd(ZKCopyTask &task) {
-        for (int i = 0; i < 6 && task.state() < S::Completed; ++i) {
-            bool moved = false;
-            auto connection = connect(&task, &ZKTask::stateChanged, this, [&] { moved = true; });
-            task.start();
-            const bool rested =
-                QTest::qWaitFor([&] { return moved && isResting(task.state()); }, 20000);
-            disconnect(connection);
-            if (!rested) {
-                return;
-            }
-        }
     }
 
     std::shared_ptr<ZKCopyTask> downloadTask(const QString &path, const QString &folder) {
@@ -431,38 +410,6 @@ private Q_SLOTS:
         QTEST(ZKHttpReader::lengthFromContentLength(header), "length");
     }
 
-    // The whole file's size an answer tells; -1: it tells none.
-    void sizeFromHead_data() {
-        QTest::addColumn<int>("status");
-        QTest::addColumn<quint64>("position");
-        QTest::addColumn<QByteArray>("range");
-        QTest::addColumn<qint64>("length");
-        QTest::addColumn<qint64>("size");
-        const auto row = [](const char *tag, int status, quint64 position, const QByteArray &range,
-                            qint64 length, qint64 size) {
-            QTest::newRow(tag) << status << position << range << length << size;
-        };
-        row("whole file", 200, 0, {}, 5000, 5000);
-        row("range ignored", 200, 1000, {}, 5000, 5000);
-        row("no length", 200, 0, {}, -1, -1);
-        row("piece with total", 206, 4, "bytes 4-9/10", 6, 10);
-        row("piece, total unknown", 206, 4, "bytes 4-9/*", 6, 10);
-        row("piece, nothing known", 206, 4, "bytes 4-9/*", -1, -1);
-        // Only a piece's range counts.
-        row("range of a whole file", 200, 0, "bytes 0-9/99", 10, 10);
-    }
-
-    void sizeFromHead() {
-        QFETCH(int, status);
-        QFETCH(quint64, position);
-        QFETCH(QByteArray, range);
-        QFETCH(qint64, length);
-        QFETCH(qint64, size);
-        const std::optional<quint64> told = ZKHttpReader::sizeFromHead(
-            status, position, ZKHttpReader::rangeFromContentRange(range), length);
-        QCOMPARE(told ? qint64(*told) : -1, size);
-    }
-
     void reasonPhrase_data() {
         QTest::addColumn<QByteArray>("sent");
         QTest::addColumn<int>("status");
@@ -581,7 +528,7 @@ private Q_SLOTS:
         const auto task = downloadTask("/endless.bin", m_dir->path());
         QElapsedTimer clock;
         clock.start();
-        runToEnd(*task);
+        runTask(*task);
         QVERIFY2(clock.elapsed() < 3500, qPrintable(QString::number(clock.elapsed())));
         QCOMPARE(task->state(), qint32(S::Failed));
         QCOMPARE(task->error()->localizedDescription(),
@@ -776,7 +723,7 @@ private Q_SLOTS:
         QVERIFY(root.mkpath("a/b/out"));
         const QString out = root.filePath("a/b/out");
         auto task = downloadTask("/payload.bin", out);
-        runToEnd(*task);
+        runTask(*task);
         QVERIFY2(task->state() == S::Completed, qUtf8Printable(errorText(task->error())));
         QCOMPARE(QDir(out).entryList(QDir::Files | QDir::Hidden), QStringList{landed});
         QCOMPARE(ZKTestSupport::readFile(QDir(out).filePath(landed)), content);
@@ -801,7 +748,7 @@ private Q_SLOTS:
         m_server.setResponse("/broken.bin", dropping);
         auto task = downloadTask("/broken.bin", m_dir->path());
         const QString target = QDir(m_dir->path()).filePath("broken.bin");
-        runToEnd(*task);
+        runTask(*task);
         QCOMPARE(task->state(), qint32(S::Failed));
         QVERIFY(task->error());
         QCOMPARE(task->error()->domain(), ZKHttpReader::networkErrorDomain);
@@ -814,7 +761,7 @@ private Q_SLOTS:
         m_server.setResponse("/broken.bin", fileResponse(content, tag));
         m_server.clearRequests();
         task->reset();
-        runToEnd(*task);
+        runTask(*task);
         QVERIFY2(task->state() == S::Completed, qUtf8Printable(errorText(task->error())));
         QCOMPARE(ZKTestSupport::readFile(target), content);
         const QByteArrayList ranges = m_server.rangesRequestedFor("/broken.bin");

@@ -19,7 +19,6 @@
 #include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QNetworkReply>
 #include <QSslSocket>
@@ -28,20 +27,11 @@
 
 using S = ZKTaskState;
 
-namespace {
+using ZKTestSupport::errorText;
+using ZKTestSupport::runTask;
+using ZKTestSupport::stepTask;
 
-constexpr qsizetype dataSize = 6 * 1024 * 1024;
-
-bool isResting(qint32 state) {
-    return state == S::PendingPreparation || state == S::PendingProcessing ||
-           state == S::PendingVerification || state == S::PendingRemoval || state >= S::Completed;
-}
-
-QString failureText(const ZKCopyTask &task) {
-    return task.error() ? task.error()->localizedDescription() : QStringLiteral("no error");
-}
-
-} // namespace
+static constexpr qsizetype dataSize = 6 * 1024 * 1024;
 
 class TestZKHttpReaderDownloads : public QObject {
     Q_OBJECT
@@ -63,9 +53,6 @@ private Q_SLOTS:
 
 private:
     std::shared_ptr<ZKCopyTask> makeTask(const QUrl &url);
-    // Starts the task and waits until it rests again.
-    bool step(ZKCopyTask &task);
-    void runToEnd(ZKCopyTask &task);
     // Runs the copy step slowly and pauses it once the file at the
     // destination holds more than half of the data; answers its length.
     qint64 interruptHalfway(ZKCopyTask &task, const QString &copy);
@@ -104,26 +91,8 @@ std::shared_ptr<ZKCopyTask> TestZKHttpReaderDownloads::makeTask(const QUrl &url)
         ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(m_out->path())));
 }
 
-bool TestZKHttpReaderDownloads::step(ZKCopyTask &task) {
-    int changes = 0;
-    auto connection = connect(&task, &ZKTask::stateChanged, this, [&] { ++changes; });
-    task.start();
-    const bool rested =
-        QTest::qWaitFor([&] { return changes > 0 && isResting(task.state()); }, 30000);
-    disconnect(connection);
-    return rested;
-}
-
-void TestZKHttpReaderDownloads::runToEnd(ZKCopyTask &task) {
-    for (int i = 0; i < 6 && task.state() < S::Completed; ++i) {
-        if (!step(task)) {
-            return;
-        }
-    }
-}
-
 qint64 TestZKHttpReaderDownloads::interruptHalfway(ZKCopyTask &task, const QString &copy) {
-    if (!step(task) || task.state() != S::PendingProcessing) {
+    if (stepTask(task) != S::PendingProcessing) {
         return -1;
     }
     task.setMaximumTransferRate(2 * 1024 * 1024);
@@ -152,8 +121,8 @@ void TestZKHttpReaderDownloads::downloadIsByteIdentical() {
     const QUrl url =
         server == QLatin1String("nginx") ? m_servers.nginxUrl(path) : m_servers.pythonUrl(path);
     auto task = makeTask(url);
-    runToEnd(*task);
-    QVERIFY2(task->state() == S::Completed, qUtf8Printable(failureText(*task)));
+    runTask(*task);
+    QVERIFY2(task->state() == S::Completed, qUtf8Printable(errorText(*task)));
     QCOMPARE(ZKTestSupport::readFile(out(QStringLiteral("data.bin"))), m_data);
     QCOMPARE(task->totalBytes(), quint64(dataSize));
     QCOMPARE(task->progressBytes(), quint64(dataSize));
@@ -170,8 +139,8 @@ void TestZKHttpReaderDownloads::interruptedDownloadResumesFromItsLength() {
     QVERIFY2(partial > 0 && partial < dataSize, qPrintable(QString::number(partial)));
     QCOMPARE(ZKTestSupport::readFile(unfinished(QStringLiteral("data.bin"))), m_data.left(partial));
 
-    runToEnd(*task);
-    QVERIFY2(task->state() == S::Completed, qUtf8Printable(failureText(*task)));
+    runTask(*task);
+    QVERIFY2(task->state() == S::Completed, qUtf8Printable(errorText(*task)));
     QCOMPARE(ZKTestSupport::readFile(out(QStringLiteral("data.bin"))), m_data);
     // The rest was asked for from where the file ended, and only the rest
     // was sent.
@@ -196,8 +165,8 @@ void TestZKHttpReaderDownloads::interruptedDownloadFromServerWithoutRangesStarts
         return ZKFileResponseSkip;
     });
     task->reset();
-    runToEnd(*task);
-    QVERIFY2(task->state() == S::Completed, qUtf8Printable(failureText(*task)));
+    runTask(*task);
+    QVERIFY2(task->state() == S::Completed, qUtf8Printable(errorText(*task)));
     QCOMPARE(asked, QStringList());
     QCOMPARE(ZKTestSupport::readFile(out(QStringLiteral("data.bin"))), m_data);
     QVERIFY(!task->isResumable());
@@ -209,7 +178,7 @@ void TestZKHttpReaderDownloads::untrustedCertificateFailsUntilTrusted() {
     }
     const QUrl url = m_servers.nginxHttpsUrl(QStringLiteral("/data.bin"));
     auto refused = makeTask(url);
-    runToEnd(*refused);
+    runTask(*refused);
     QCOMPARE(refused->state(), qint32(S::Failed));
     QVERIFY(refused->error());
     QCOMPARE(refused->error()->domain(), ZKHttpReader::networkErrorDomain);
@@ -232,8 +201,8 @@ void TestZKHttpReaderDownloads::untrustedCertificateFailsUntilTrusted() {
         ZKUserDefaults::standard().setObject(QStringLiteral("trustedCertificates"), QVariant());
     });
     auto trusted = makeTask(url);
-    runToEnd(*trusted);
-    QVERIFY2(trusted->state() == S::Completed, qUtf8Printable(failureText(*trusted)));
+    runTask(*trusted);
+    QVERIFY2(trusted->state() == S::Completed, qUtf8Printable(errorText(*trusted)));
     QCOMPARE(ZKTestSupport::readFile(out(QStringLiteral("data.bin"))), m_data);
 }
 
@@ -267,7 +236,7 @@ void TestZKHttpReaderDownloads::missingFileFailsTheTask() {
     // would have been the same error page twice.
     auto task = makeTask(m_servers.nginxUrl(QStringLiteral("/missing.iso")));
     task->setIsVerifyEnabled(true);
-    runToEnd(*task);
+    runTask(*task);
     QCOMPARE(task->state(), qint32(S::Failed));
     QVERIFY(task->error());
     QCOMPARE(task->error()->domain(), ZKError::applicationDomain);
@@ -292,25 +261,16 @@ void TestZKHttpReaderDownloads::replacedFileIsDownloadedAnew() {
     const QVariantMap saved = task->asPropertyList();
     task.reset();
 
-    QByteArray after = before;
-    for (qsizetype i = 65536; i < dataSize; i += 4096) {
-        if (i < partial - 65536 || i > partial + 65536) {
-            after[i] = char(~after.at(i));
-        }
-    }
+    const QByteArray after = ZKTestSupport::laterVersion(before, partial);
     QVERIFY(ZKTestSupport::writeFile(served, after));
-    QFile file(served);
-    QVERIFY(file.open(QIODevice::ReadWrite));
-    QVERIFY(file.setFileTime(QDateTime::currentDateTimeUtc().addSecs(3600),
-                             QFileDevice::FileModificationTime));
-    file.close();
+    QVERIFY(ZKTestSupport::setModified(served, QDateTime::currentDateTimeUtc().addSecs(3600)));
     const qsizetype logged = m_servers.nginxAccessLog().size();
 
     auto reloaded = ZKCopyTask::create(saved);
     QVERIFY(reloaded);
     QCOMPARE(reloaded->state(), qint32(S::PendingProcessing));
-    runToEnd(*reloaded);
-    QVERIFY2(reloaded->state() == S::Completed, qUtf8Printable(failureText(*reloaded)));
+    runTask(*reloaded);
+    QVERIFY2(reloaded->state() == S::Completed, qUtf8Printable(errorText(*reloaded)));
     const QByteArray copied = ZKTestSupport::readFile(copy);
     QVERIFY2(copied == after, copied == before.left(partial) + after.mid(partial)
                                   ? "the copy joins the old version's start to the new one's end"
