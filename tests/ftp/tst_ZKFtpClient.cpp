@@ -20,11 +20,7 @@
 // Set in the process that runs a row inside a network of its own.
 static const char ownNetworkVariable[] = "FERROWICK_TEST_OWN_NETWORK";
 
-// The reason of a failure for a QVERIFY2 message, which is built even when
-// the check passes.
-static QString describe(const ZKOptionalError &error) {
-    return error ? error->localizedDescription() : QString();
-}
+using ZKTestSupport::errorText;
 
 // The client's wire traffic against a scripted server.
 class TestZKFtpClient : public QObject {
@@ -35,9 +31,9 @@ class TestZKFtpClient : public QObject {
 
     void connectAndLogIn() {
         m_client->connectToHost(QStringLiteral("127.0.0.1"), m_server->port());
-        QVERIFY2(!m_client->error(), qPrintable(describe(m_client->error())));
+        QVERIFY2(!m_client->error(), qPrintable(errorText(m_client->error())));
         m_client->loginWithUsername(QStringLiteral("ann"), QStringLiteral("pw"));
-        QVERIFY2(!m_client->error(), qPrintable(describe(m_client->error())));
+        QVERIFY2(!m_client->error(), qPrintable(errorText(m_client->error())));
     }
     // After USER, PASS, TYPE and FEAT.
     QStringList commandsAfterLogin() const { return m_server->commands().mid(4); }
@@ -108,7 +104,7 @@ private Q_SLOTS:
         m_server->setGreeting("220-Welcome\r\n220-Rules\r\n220 Ready\r\n");
         m_server->setReply("PASS", "530 \r\n");
         m_client->connectToHost(QStringLiteral("127.0.0.1"), m_server->port());
-        QVERIFY2(!m_client->error(), qPrintable(describe(m_client->error())));
+        QVERIFY2(!m_client->error(), qPrintable(errorText(m_client->error())));
         m_client->loginWithUsername(QStringLiteral("ann"), QStringLiteral("pw"));
         QVERIFY(m_client->error());
         QCOMPARE(m_client->error()->code(), qint64(530));
@@ -226,7 +222,7 @@ private Q_SLOTS:
         connectAndLogIn();
         const std::optional<QList<ZKFtpItem>> items = m_client->listItems();
         if (error.isEmpty()) {
-            QVERIFY2(items, qPrintable(describe(m_client->error())));
+            QVERIFY2(items, qPrintable(errorText(m_client->error())));
             QCOMPARE(items->size(), 2);
         } else {
             QVERIFY(!items);
@@ -280,7 +276,7 @@ private Q_SLOTS:
             }
             data += block;
         }
-        QCOMPARE(describe(m_client->error()), error);
+        QCOMPARE(errorText(m_client->error()), error);
         QCOMPARE(data, error.isEmpty() ? QByteArray("over loopback") : QByteArray());
         QVERIFY2(timer.elapsed() < 3000, "the transfer waited for something");
         char query[512];
@@ -358,14 +354,14 @@ private Q_SLOTS:
         m_server->setFile("a", "1");
         m_client->connectToHost(QString::fromLatin1(host), m_server->port());
         m_client->loginWithUsername(QStringLiteral("ann"), QStringLiteral("pw"));
-        QVERIFY2(!m_client->error(), qPrintable(describe(m_client->error())));
+        QVERIFY2(!m_client->error(), qPrintable(errorText(m_client->error())));
         for (int round = 0; round < 2 && error.isEmpty(); ++round) {
             const std::optional<QList<ZKFtpItem>> items = m_client->listItems();
-            QVERIFY2(items && items->size() == 1, qPrintable(describe(m_client->error())));
+            QVERIFY2(items && items->size() == 1, qPrintable(errorText(m_client->error())));
         }
         if (!error.isEmpty()) {
             QVERIFY(!m_client->listItems());
-            QCOMPARE(describe(m_client->error()), error);
+            QCOMPARE(errorText(m_client->error()), error);
         }
         QTEST(commandsAfterLogin(), "sent");
     }
@@ -385,8 +381,8 @@ private Q_SLOTS:
         m_server->setReply("AUTH", authReply);
         m_client->connectToHost(QStringLiteral("127.0.0.1"), m_server->port(), true);
         QVERIFY(m_client->error());
-        QVERIFY2(describe(m_client->error()).startsWith(error),
-                 qPrintable(describe(m_client->error())));
+        QVERIFY2(errorText(m_client->error()).startsWith(error),
+                 qPrintable(errorText(m_client->error())));
         m_client->loginWithUsername(QStringLiteral("ann"), QStringLiteral("secret"));
         QVERIFY(m_client->error());
         QVERIFY(m_server->received().startsWith("AUTH TLS\r\n"));
@@ -445,7 +441,7 @@ private Q_SLOTS:
         m_server->setReply("SIZE", "locked.bin", "550 Permission denied\r\n");
         connectAndLogIn();
         const std::optional<QList<ZKFtpItem>> items = m_client->listItems();
-        QVERIFY2(items, qPrintable(describe(m_client->error())));
+        QVERIFY2(items, qPrintable(errorText(m_client->error())));
         QCOMPARE(items->size(), 3);
         QCOMPARE(items->at(0).name(), QStringLiteral("a.txt"));
         QCOMPARE(items->at(0).type(), qint32(ZKFtpItem::File));
@@ -498,7 +494,7 @@ private Q_SLOTS:
         m_server->setDirectory("sub");
         connectAndLogIn();
         const std::optional<QList<ZKFtpItem>> items = m_client->listItems();
-        QVERIFY2(items, qPrintable(describe(m_client->error())));
+        QVERIFY2(items, qPrintable(errorText(m_client->error())));
         QCOMPARE(commandsAfterLogin(), sent);
         QCOMPARE(items->size(), 3);
         QCOMPARE(items->at(0).name(), QStringLiteral("a.txt"));
@@ -533,7 +529,7 @@ private Q_SLOTS:
         QElapsedTimer timer;
         timer.start();
         m_client->loginWithUsername(QStringLiteral("ann"), QStringLiteral("pw"));
-        QCOMPARE(describe(m_client->error()),
+        QCOMPARE(errorText(m_client->error()),
                  QStringLiteral("The server did not answer within the time limit (1 s)."));
         QVERIFY2(timer.elapsed() < 30000, "a silent server must not hold the client");
         QCOMPARE(m_server->commands(), QStringList({"USER ann"}));
@@ -548,7 +544,7 @@ private Q_SLOTS:
         QElapsedTimer timer;
         timer.start();
         m_client->connectToHost(QStringLiteral("127.0.0.1"), m_server->port());
-        QCOMPARE(describe(m_client->error()),
+        QCOMPARE(errorText(m_client->error()),
                  QStringLiteral("The server did not answer within the time limit (1 s)."));
         QVERIFY2(timer.elapsed() < 1600, qPrintable(QString::number(timer.elapsed())));
     }
@@ -622,7 +618,7 @@ private Q_SLOTS:
         const bool renamed =
             m_client->renameItem(QStringLiteral("a.part"), QStringLiteral("a.bin"));
         QCOMPARE(renamed, error.isEmpty());
-        QCOMPARE(describe(m_client->error()), error);
+        QCOMPARE(errorText(m_client->error()), error);
         QTEST(commandsAfterLogin(), "sent");
     }
 

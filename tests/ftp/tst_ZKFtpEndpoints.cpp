@@ -17,11 +17,7 @@
 #include <QTest>
 #include <QTimeZone>
 
-// The reason of a failure for a QVERIFY2 message, which is built even when
-// the check passes.
-static QString describe(const ZKOptionalError &error) {
-    return error ? error->localizedDescription() : QString();
-}
+using ZKTestSupport::errorText;
 
 // The FTP reader and writer against a scripted server, where the exact
 // commands can be checked; transfers against real daemons are in
@@ -130,7 +126,7 @@ private Q_SLOTS:
             m_server->setReply("REST", restReply);
         }
         const auto reader = ZKFtpReader::readerWithUrl(m_server->url("/a.bin"));
-        QVERIFY2(reader->open(), qPrintable(describe(reader->error())));
+        QVERIFY2(reader->open(), qPrintable(errorText(reader->error())));
         QCOMPARE(reader->size(), quint64(content.size()));
         const qsizetype before = m_server->commands().size();
         QCOMPARE(reader->seekToPosition(1048576), error.isEmpty());
@@ -172,7 +168,7 @@ private Q_SLOTS:
             QVERIFY(copy.error());
             QVERIFY2(copy.error()->localizedDescription().startsWith(
                          QStringLiteral("Unable to read file '127.0.0.1': ")),
-                     qPrintable(describe(copy.error())));
+                     qPrintable(errorText(copy.error())));
         }
         QCOMPARE(ZKTestSupport::readFile(
                      ZKTestSupport::partialPath(m_dir->path(), QStringLiteral("a.bin"))),
@@ -183,7 +179,7 @@ private Q_SLOTS:
         m_server->setDropAfter(-1);
         ZKCopyOperation resume(ZKFtpReader::readerWithUrl(m_server->url("/a.bin")), localFolder());
         resume.start();
-        QVERIFY2(!resume.error(), qPrintable(describe(resume.error())));
+        QVERIFY2(!resume.error(), qPrintable(errorText(resume.error())));
         QCOMPARE(ZKTestSupport::readFile(target), content);
         QVERIFY(m_server->commands().contains(QStringLiteral("REST 300000")));
     }
@@ -213,7 +209,7 @@ private Q_SLOTS:
             m_server->setModificationDate("a.bin", first);
         }
         const auto reader = ZKFtpReader::readerWithUrl(m_server->url("/a.bin"));
-        QVERIFY2(reader->open(), qPrintable(describe(reader->error())));
+        QVERIFY2(reader->open(), qPrintable(errorText(reader->error())));
         QCOMPARE(reader->modificationDate(), date.isValid() ? first : QDateTime());
         reader->close();
         const QVariantMap saved = reader->asPropertyList();
@@ -225,7 +221,7 @@ private Q_SLOTS:
         const auto loaded = ZKPropertyListParser::parseObjectOfType<ZKFtpReader>(saved);
         QVERIFY(loaded);
         QVERIFY(!loaded->hasChanged());
-        QVERIFY2(loaded->open(), qPrintable(describe(loaded->error())));
+        QVERIFY2(loaded->open(), qPrintable(errorText(loaded->error())));
         QCOMPARE(loaded->hasChanged(), changed);
         // Opening again finds the new version known by now, yet what was
         // copied before is still of the old one.
@@ -246,9 +242,9 @@ private Q_SLOTS:
         m_server->setFile("a.bin", "abc");
         m_server->setModificationDate("a.bin", date);
         const auto folder = ZKFtpReader::readerWithUrl(m_server->url("/pub/"));
-        QVERIFY2(folder->open(), qPrintable(describe(folder->error())));
+        QVERIFY2(folder->open(), qPrintable(errorText(folder->error())));
         const std::optional<ZKFileInfo> info = folder->fileInfoForChild(QStringLiteral("a.bin"));
-        QVERIFY2(info, qPrintable(describe(folder->error())));
+        QVERIFY2(info, qPrintable(errorText(folder->error())));
         QCOMPARE(info->size, quint64(3));
         QCOMPARE(info->modificationDate, date);
         folder->close();
@@ -335,7 +331,7 @@ private Q_SLOTS:
         m_server->setDirectory("up");
         m_server->setFile("a.bin", QByteArray(1000, 'a'));
         const auto folder = ZKFtpWriter::writerWithDirectoryUrl(m_server->url("/up"));
-        QVERIFY2(folder->open(), qPrintable(describe(folder->error())));
+        QVERIFY2(folder->open(), qPrintable(errorText(folder->error())));
         const auto file = folder->createFile(QStringLiteral("a.bin"));
         QVERIFY(file->open());
         QCOMPARE(file->size(), quint64(1000));
@@ -367,7 +363,7 @@ private Q_SLOTS:
         ZKCopyOperation copy(ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(source)),
                              ZKFtpWriter::writerWithDirectoryUrl(m_server->url("/")));
         copy.start();
-        QVERIFY2(!copy.error(), qPrintable(describe(copy.error())));
+        QVERIFY2(!copy.error(), qPrintable(errorText(copy.error())));
         const QString unfinished = QStringLiteral("a.bin.ferrowick.part");
         if (rename.isEmpty()) {
             QCOMPARE(m_server->file("a.bin"), content);
@@ -383,7 +379,7 @@ private Q_SLOTS:
     void newFolderIsMadeWhenMissing() {
         m_server->setDirectory("up");
         const auto folder = ZKFtpWriter::writerWithDirectoryUrl(m_server->url("/up/new/"));
-        QVERIFY2(folder->open(), qPrintable(describe(folder->error())));
+        QVERIFY2(folder->open(), qPrintable(errorText(folder->error())));
         QCOMPARE(m_server->commands().mid(4), // after USER, PASS, TYPE, FEAT
                  QStringList({"CWD up", "SIZE new", "CWD new", "MKD new"}));
         QVERIFY(m_server->hasDirectory("new"));
@@ -401,7 +397,7 @@ private Q_SLOTS:
         QVERIFY(!folder->remove([] { return true; }));
         QVERIFY(m_server->hasFile("f"));
         QVERIFY(folder->open());
-        QVERIFY2(folder->remove([] { return false; }), qPrintable(describe(folder->error())));
+        QVERIFY2(folder->remove([] { return false; }), qPrintable(errorText(folder->error())));
         folder->close();
         QStringList removals = m_server->commands();
         removals.removeIf([](const QString &command) {

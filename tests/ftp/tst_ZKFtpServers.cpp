@@ -34,11 +34,7 @@
 
 using S = ZKTaskState;
 
-// The reason of a failure for a QVERIFY2 message, which is built even when
-// the check passes.
-static QString describe(const ZKOptionalError &error) {
-    return error ? error->localizedDescription() : QString();
-}
+using ZKTestSupport::errorText;
 
 // Runs a copy under a limit and cancels it once a megabyte is through, as a
 // cut connection or a quit would. Answers what went wrong, or nothing.
@@ -52,7 +48,7 @@ static QString cutShort(ZKCopyOperation &cut) {
     if (!started) {
         return QStringLiteral("the copy never got going");
     }
-    return describe(cut.error());
+    return errorText(cut.error());
 }
 
 namespace {
@@ -76,11 +72,6 @@ QMap<QString, QByteArray> snapshot(const QString &root) {
         entries.insert(relative, hash.result().toHex());
     }
     return entries;
-}
-
-bool isResting(qint32 state) {
-    return state == S::PendingPreparation || state == S::PendingProcessing ||
-           state == S::PendingVerification || state == S::PendingRemoval || state >= S::Completed;
 }
 
 } // namespace
@@ -124,18 +115,7 @@ class TestZKFtpServers : public QObject {
     QString served(const QString &path) const { return QDir(m_server->root()).filePath(path); }
     // The task's state, and its failure when it is not the one expected.
     QString stateText(qint32 state) const {
-        return QStringLiteral("state %1: %2").arg(state).arg(describe(m_task->error()));
-    }
-
-    // Starts the task once and waits until it rests again.
-    qint32 step(ZKCopyTask &task) {
-        bool moved = false;
-        auto connection = connect(&task, &ZKTask::stateChanged, this, [&] { moved = true; });
-        task.start();
-        const bool rested =
-            QTest::qWaitFor([&] { return moved && isResting(task.state()); }, 120000);
-        disconnect(connection);
-        return rested ? task.state() : -1;
+        return QStringLiteral("state %1: %2").arg(state).arg(errorText(m_task->error()));
     }
 
     qint32 runTask(const ZKReaderPtr &source, const ZKWriterPtr &destination, qint32 mode,
@@ -143,11 +123,7 @@ class TestZKFtpServers : public QObject {
         m_task = ZKCopyTask::create(source, destination);
         m_task->setTransferMode(mode);
         m_task->setIsVerifyEnabled(verify);
-        qint32 state = m_task->state();
-        for (int i = 0; i < 6 && state != stopAt && state < S::Completed && state >= 0; ++i) {
-            state = step(*m_task);
-        }
-        return state;
+        return ZKTestSupport::runTask(*m_task, 120000, stopAt);
     }
 
     static void serverKinds() {
@@ -286,7 +262,7 @@ private Q_SLOTS:
 
         qint32 state = runTask(localReader("tree"), ftpFolder("/"), ZKTransferMode::Copy, true);
         QVERIFY2(state == S::Failed, qPrintable(stateText(state)));
-        const QString refusal = describe(m_task->error());
+        const QString refusal = errorText(m_task->error());
         QVERIFY2(refusal.contains("The certificate of 127.0.0.1 is not trusted") &&
                      refusal.contains(m_server->certificateFingerprint()),
                  qPrintable(refusal));
@@ -319,11 +295,11 @@ private Q_SLOTS:
         client.connectToHost(url.host(), url.port());
         client.loginWithUsername(m_server->username(), m_server->password());
         client.changePath({QStringLiteral("many")});
-        QVERIFY2(!client.error(), qPrintable(describe(client.error())));
+        QVERIFY2(!client.error(), qPrintable(errorText(client.error())));
         QFETCH(int, kind);
         QCOMPARE(client.listsWithMlsd(), kind != ZKFtpServers::Vsftpd);
         const std::optional<QList<ZKFtpItem>> items = client.listItems();
-        QVERIFY2(items, qPrintable(describe(client.error())));
+        QVERIFY2(items, qPrintable(errorText(client.error())));
         QCOMPARE(items->size(), 2001);
         for (const ZKFtpItem &item : *items) {
             if (item.name() == QLatin1String("sub")) {
@@ -389,11 +365,11 @@ private Q_SLOTS:
             resume.setActivityHandler(
                 [&written](const ZKOperationActivity &report) { written = report.totalBytes; });
             resume.start();
-            QVERIFY2(!resume.error(), qPrintable(describe(resume.error())));
+            QVERIFY2(!resume.error(), qPrintable(errorText(resume.error())));
             QCOMPARE(written.load(), quint64(content.size() - kept));
             ZKVerifyFileOperation verify(reader, destination());
             verify.start();
-            QVERIFY2(!verify.error(), qPrintable(describe(verify.error())));
+            QVERIFY2(!verify.error(), qPrintable(errorText(verify.error())));
             QCOMPARE(ZKTestSupport::readFile(copied), content);
             QVERIFY(!QFileInfo::exists(partial));
         };
@@ -439,25 +415,17 @@ private Q_SLOTS:
         QVERIFY2(kept > 0 && kept < size, qPrintable(QString::number(kept)));
         const QVariantMap saved = source->asPropertyList();
 
-        QByteArray after = before + ZKTestSupport::randomBytes(grown, 32);
-        for (qsizetype i = 65536; i < size; i += 4096) {
-            if (i < kept - 65536 || i > kept + 65536) {
-                after[i] = char(~after.at(i));
-            }
-        }
+        const QByteArray after = ZKTestSupport::laterVersion(before, kept, grown);
         QVERIFY(ZKTestSupport::writeFile(served("served.bin"), after));
-        QFile file(served("served.bin"));
-        QVERIFY(file.open(QIODevice::ReadWrite));
-        QVERIFY(file.setFileTime(QDateTime::currentDateTimeUtc().addSecs(3600),
-                                 QFileDevice::FileModificationTime));
-        file.close();
+        QVERIFY(ZKTestSupport::setModified(served("served.bin"),
+                                           QDateTime::currentDateTimeUtc().addSecs(3600)));
         m_server->handOver(served("served.bin"));
 
         const auto loaded = ZKPropertyListParser::parseObjectOfType<ZKFtpReader>(saved);
         QVERIFY(loaded);
         ZKCopyOperation resume(loaded, localFolder("down"));
         resume.start();
-        QVERIFY2(!resume.error(), qPrintable(describe(resume.error())));
+        QVERIFY2(!resume.error(), qPrintable(errorText(resume.error())));
         const QByteArray copied = ZKTestSupport::readFile(local("down/served.bin"));
         QVERIFY2(copied == after,
                  copied == before.left(kept) + after.mid(kept)
@@ -503,8 +471,8 @@ private Q_SLOTS:
         client.connectToHost(QStringLiteral("127.0.0.1"), m_server->port());
         client.loginWithUsername(m_server->username(), m_server->password());
         client.changePath(folder.split('/', Qt::SkipEmptyParts));
-        QVERIFY2(!client.error(), qPrintable(describe(client.error())));
-        QVERIFY2(client.renameItem(from, to), qPrintable(describe(client.error())));
+        QVERIFY2(!client.error(), qPrintable(errorText(client.error())));
+        QVERIFY2(client.renameItem(from, to), qPrintable(errorText(client.error())));
         QVERIFY(!client.error());
         QVERIFY(!QFileInfo::exists(served("in/a.part")));
         QCOMPARE(ZKTestSupport::readFile(served("in/" + QFileInfo(to).fileName())), content);
@@ -531,11 +499,11 @@ private Q_SLOTS:
                          S::PendingRemoval),
                  S::PendingRemoval);
         QVERIFY(QFile::resize(served("moved/moving/a.bin"), 100));
-        qint32 state = step(*m_task);
+        qint32 state = ZKTestSupport::stepTask(*m_task, 120000);
         QVERIFY2(state == S::Failed, qPrintable(stateText(state)));
         QVERIFY2(
-            describe(m_task->error()).startsWith(QStringLiteral("Cannot remove files because")),
-            qPrintable(describe(m_task->error())));
+            errorText(m_task->error()).startsWith(QStringLiteral("Cannot remove files because")),
+            qPrintable(errorText(m_task->error())));
         QCOMPARE(snapshot(local("moving")), before);
 
         // The same move onto a good copy removes the source after checking it.

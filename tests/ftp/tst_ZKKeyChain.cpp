@@ -12,11 +12,7 @@
 #include <QProcess>
 #include <QTest>
 
-// The reason of a failure for a QVERIFY2 message, which is built even when
-// the check passes.
-static QString describe(const ZKOptionalError &error) {
-    return error ? error->localizedDescription() : QString();
-}
+using ZKTestSupport::errorText;
 
 // Items for protocol "ftp", counted by the store's own command-line client
 // (libsecret's search call leaks inside the library).
@@ -91,7 +87,7 @@ private Q_SLOTS:
 
         const auto loaded = ZKPropertyListParser::parseObjectOfType<ZKFtpReader>(saved);
         QVERIFY(loaded && !loaded->password());
-        QVERIFY2(loaded->open(), qPrintable(describe(loaded->error())));
+        QVERIFY2(loaded->open(), qPrintable(errorText(loaded->error())));
         QCOMPARE(loaded->password(), std::optional<QString>("pw-dave"));
         loaded->close();
         QVERIFY(server.received().startsWith("USER dave\r\nPASS pw-dave\r\n"));

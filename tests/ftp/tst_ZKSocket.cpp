@@ -15,11 +15,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-// The reason of a failure for a QVERIFY2 message, which is built even when
-// the check passes.
-static QString describe(const ZKOptionalError &error) {
-    return error ? error->localizedDescription() : QString();
-}
+using ZKTestSupport::errorText;
 
 namespace {
 
@@ -117,7 +113,7 @@ private Q_SLOTS:
         m_listener->send(data);
         m_listener->closePeer();
         QCOMPARE(m_socket->receiveRemainingData(), std::optional<QByteArray>(data));
-        QVERIFY2(!m_socket->error(), qPrintable(describe(m_socket->error())));
+        QVERIFY2(!m_socket->error(), qPrintable(errorText(m_socket->error())));
         QVERIFY(!m_socket->isConnected());
         QVERIFY(!m_socket->receiveData());
         QCOMPARE(m_socket->error()->localizedDescription(),
