@@ -15,6 +15,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+using ZKTestSupport::errorText;
 using ZKTestSupport::randomBytes;
 using ZKTestSupport::writeFile;
 
@@ -29,18 +30,8 @@ ZKAnalyseCopyOperation analyser(const QString &source, const QString &folder) {
         readerAt(source), ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(folder)));
 }
 
-QString errorText(const ZKFileOperation &operation) {
-    return operation.error() ? operation.error()->localizedDescription() : QString();
-}
-
 QUrl url(const QString &path) {
     return QUrl::fromLocalFile(path);
-}
-
-bool setModificationTime(const QString &path, const QDateTime &date) {
-    QFile file(path);
-    return file.open(QIODevice::ReadWrite) &&
-           file.setFileTime(date, QFileDevice::FileModificationTime);
 }
 
 } // namespace
@@ -161,8 +152,8 @@ void TestZKAnalyseCopyOperation::singleFile() {
     } else if (existing.endsWith("twin")) {
         QVERIFY(writeFile(path("dst/f"), randomBytes(50000, 3)));
         const QDateTime date = QFileInfo(path("src/f")).lastModified();
-        QVERIFY(setModificationTime(path("dst/f"),
-                                    existing == "older twin" ? date.addSecs(-60) : date));
+        QVERIFY(ZKTestSupport::setModified(path("dst/f"),
+                                           existing == "older twin" ? date.addSecs(-60) : date));
         if (existing == "marked twin") {
             QVERIFY(ZKTestSupport::markBegunFrom(path("dst/f"), path("src/f")));
         }
@@ -240,10 +231,11 @@ void TestZKAnalyseCopyOperation::folderAgainstEarlierRun() {
     QVERIFY(writeFile(path("src/t/same"), randomBytes(500, 3)));
     QVERIFY(writeFile(path("dst/t/same"), randomBytes(500, 4)));
     const QDateTime date = QFileInfo(path("src/t/same")).lastModified();
-    QVERIFY(setModificationTime(path("dst/t/same"), date.addDays(-1)));
+    QVERIFY(ZKTestSupport::setModified(path("dst/t/same"), date.addDays(-1)));
     QVERIFY(writeFile(path("src/t/twin"), randomBytes(600, 10)));
     QVERIFY(writeFile(path("dst/t/twin"), randomBytes(600, 11)));
-    QVERIFY(setModificationTime(path("dst/t/twin"), QFileInfo(path("src/t/twin")).lastModified()));
+    QVERIFY(ZKTestSupport::setModified(path("dst/t/twin"),
+                                       QFileInfo(path("src/t/twin")).lastModified()));
     QVERIFY(ZKTestSupport::markBegunFrom(path("dst/t/twin"), path("src/t/twin")));
     QVERIFY(writeFile(path("src/t/empty"), randomBytes(300, 5)));
     QVERIFY(writeFile(path("dst/t/empty"), {}));

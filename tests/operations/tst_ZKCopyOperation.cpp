@@ -21,6 +21,7 @@
 #include <thread>
 #include <unistd.h>
 
+using ZKTestSupport::errorText;
 using ZKTestSupport::markBegunFrom;
 using ZKTestSupport::partialPath;
 using ZKTestSupport::randomBytes;
@@ -34,10 +35,6 @@ std::shared_ptr<ZKCopyOperation> copier(const QString &source, const QString &fo
     return std::make_shared<ZKCopyOperation>(
         ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(source)),
         ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(folder)), offset);
-}
-
-QString errorText(const ZKFileOperation &operation) {
-    return operation.error() ? operation.error()->localizedDescription() : QString();
 }
 
 // Bytes this process has read, by read() and by kernel copies alike.
@@ -186,11 +183,8 @@ void TestZKCopyOperation::replacesAFileChosenForReplacement() {
     QFETCH(QByteArray, existing);
     QVERIFY(writeFile(path("a.bin"), randomBytes(200000, 3)));
     QVERIFY(writeFile(path("dest/a.bin"), existing));
-    QFile old(path("dest/a.bin"));
-    QVERIFY(old.open(QIODevice::ReadWrite) &&
-            old.setFileTime(QDateTime::currentDateTime().addDays(-1),
-                            QFileDevice::FileModificationTime));
-    old.close();
+    QVERIFY(
+        ZKTestSupport::setModified(path("dest/a.bin"), QDateTime::currentDateTime().addDays(-1)));
     auto operation = copier(path("a.bin"), path("dest"));
     operation->setReplacedUrls({QUrl::fromLocalFile(path("dest/a.bin"))});
     operation->start();
@@ -451,10 +445,7 @@ void TestZKCopyOperation::diskFullEndsWithWriteErrorAndConsistentFile() {
 void TestZKCopyOperation::metadataFollowsTheContents() {
     QVERIFY(QDir().mkpath(path("tree/d")) && writeFile(path("tree/f"), "data"));
     const QDateTime old = QDateTime::fromSecsSinceEpoch(1000000000);
-    QFile file(path("tree/f"));
-    QVERIFY(file.open(QIODevice::ReadWrite) &&
-            file.setFileTime(old, QFileDevice::FileModificationTime));
-    file.close();
+    QVERIFY(ZKTestSupport::setModified(path("tree/f"), old));
     QVERIFY(QFile::setPermissions(path("tree/f"), QFile::ReadOwner | QFile::ReadGroup));
     QVERIFY(QFile::setPermissions(path("tree/d"), QFile::ReadOwner | QFile::ExeOwner));
     // A change of owner or group clears these bits, so the mode must come after it.

@@ -27,8 +27,6 @@ private Q_SLOTS:
     void skipRules_data();
     void skipRules();
     void invalidPatternMatchesNothing();
-    void pacing_data();
-    void pacing();
     void cancelEndsLongWaitWithinASecond();
 };
 
@@ -71,48 +69,6 @@ void TestZKFileOperation::invalidPatternMatchesNothing() {
     QCOMPARE(operation.skippedFileRegexes().size(), 3);
     QVERIFY(!operation.shouldCopyFile(QUrl::fromLocalFile("/x/b")));
     QVERIFY(operation.shouldCopyFile(QUrl::fromLocalFile("/x/(unclosed")));
-}
-
-// Bounds are generous: only whether a sleep happened, and the sign and size
-// of the carried residual, are certain on a loaded machine.
-void TestZKFileOperation::pacing_data() {
-    QTest::addColumn<quint64>("rate");
-    QTest::addColumn<quint64>("length");
-    QTest::addColumn<int>("msAgo"); // when the block's processing began
-    QTest::addColumn<double>("minSlept");
-    QTest::addColumn<double>("minResidual");
-    QTest::addColumn<double>("maxResidual");
-    QTest::newRow("no limit: nothing slept or owed")
-        << quint64(0) << quint64(1 << 30) << 0 << 0.0 << 0.0 << 0.0;
-    // 0.09 s owed: not worth a sleep, carried to the next block.
-    QTest::newRow("short wait carried") << quint64(1000) << quint64(90) << 0 << 0.0 << 0.05 << 0.09;
-    QTest::newRow("long wait slept") << quint64(10000) << quint64(3000) << 0 << 0.29 << -0.5 << 0.0;
-    // 0.5 s spent where 0.3 s were owed: 0.2 s of credit for a later burst.
-    QTest::newRow("slow stretch credited")
-        << quint64(10000) << quint64(3000) << 500 << 0.0 << -0.5 << -0.15;
-}
-
-void TestZKFileOperation::pacing() {
-    QFETCH(quint64, rate);
-    QFETCH(quint64, length);
-    QFETCH(int, msAgo);
-    QFETCH(double, minSlept);
-    QFETCH(double, minResidual);
-    QFETCH(double, maxResidual);
-    ProbeOperation operation;
-    operation.setMaximumTransferRate(rate);
-    const auto before = ZKFileOperation::Clock::now();
-    const double residual =
-        operation.sleepForTransferOf(length, before - std::chrono::milliseconds(msAgo), 0.0);
-    const double slept = ZKFileOperation::secondsSince(before);
-    QVERIFY2(slept >= minSlept && slept < minSlept + 1.5, qPrintable(QString::number(slept)));
-    QVERIFY2(residual >= minResidual && residual <= maxResidual,
-             qPrintable(QString::number(residual)));
-    if (rate != 0 && residual > 0) {
-        // Together with the next block the carried debt is worth a sleep.
-        operation.sleepForTransferOf(100, ZKFileOperation::Clock::now(), residual);
-        QVERIFY(ZKFileOperation::secondsSince(before) >= 0.15);
-    }
 }
 
 void TestZKFileOperation::cancelEndsLongWaitWithinASecond() {

@@ -11,6 +11,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using ZKTestSupport::errorText;
 using ZKTestSupport::randomBytes;
 using ZKTestSupport::readFile;
 using ZKTestSupport::writeFile;
@@ -21,10 +22,6 @@ ZKRemoveSourceOperation remover(const QString &source, const QString &folder) {
     return ZKRemoveSourceOperation(
         ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(source)),
         ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(folder)));
-}
-
-QString errorText(const ZKFileOperation &operation) {
-    return operation.error() ? operation.error()->localizedDescription() : QString();
 }
 
 } // namespace

@@ -12,6 +12,7 @@
 
 #include <thread>
 
+using ZKTestSupport::errorText;
 using ZKTestSupport::randomBytes;
 using ZKTestSupport::writeFile;
 
@@ -22,10 +23,6 @@ std::shared_ptr<ZKVerifyFileOperation> verifier(const QString &source, const QSt
     return std::make_shared<ZKVerifyFileOperation>(
         ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(source)),
         ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(folder)), offset);
-}
-
-QString errorText(const ZKFileOperation &operation) {
-    return operation.error() ? operation.error()->localizedDescription() : QString();
 }
 
 } // namespace
