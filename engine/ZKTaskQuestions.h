@@ -14,9 +14,9 @@ class ZKTask;
 
 // The questions a task's worker asks the user: about an item it cannot read
 // or write or that already exists, or one of the task's own. The worker hands
-// the question to the main thread and waits for the answer there where it
-// is; the main thread goes on and never waits for the user. One question of
-// a line is up at a time; the next one waits its turn.
+// the question to the main thread and waits for the answer on its own
+// thread; the main thread goes on and never waits for the user. One question
+// of a line is up at a time; the next one waits its turn.
 //
 // The main thread may wait for a task's worker (to pause it, or as its queue
 // closes), so a worker must never wait for the main thread then: a question
