@@ -5,6 +5,7 @@
 #include "ZKFileSystemWriter.h"
 #include "ZKNotificationManager.h"
 #include "ZKPreferences.h"
+#include "ZKSessionBus.h"
 #include "ZKSleepManager.h"
 #include "ZKTaskState.h"
 #include "ZKTestSupport.h"
@@ -19,8 +20,6 @@
 #include <QThread>
 #include <mutex>
 
-#include <csignal>
-#include <cstdio>
 #include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
@@ -28,7 +27,6 @@
 namespace {
 
 QString busAddress;
-pid_t busPid = 0;
 
 // What the stand-in services received; the test thread reads copies.
 struct Received {
@@ -169,12 +167,16 @@ private Q_SLOTS:
     void notifiesCompletion();
 
 private:
+    // Stands in for both the system and the session bus.
+    ZKSessionBus m_bus;
     QThread m_thread;
     Services *m_services = nullptr;
 };
 
 void TestZKSleepManager::initTestCase() {
-    QVERIFY2(!busAddress.isEmpty(), "dbus-daemon did not start");
+    ZK_REQUIRE_STARTED(m_bus.start(), m_bus.errorString());
+    busAddress = m_bus.address();
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", busAddress.toLocal8Bit());
     ZKPreferences::initialiseUserDefaults();
     m_services = new Services;
     m_services->moveToThread(&m_thread);
@@ -267,30 +269,9 @@ void TestZKSleepManager::notifiesCompletion() {
 }
 
 int main(int argc, char **argv) {
-    // A private bus stands in for both the system and the session bus.
-    FILE *daemon = ::popen("dbus-daemon --session --nofork --print-address=1 --print-pid=1", "r");
-    char line[512] = {};
-    if (daemon && std::fgets(line, sizeof line, daemon)) {
-        busAddress = QString::fromLocal8Bit(line).trimmed();
-        if (std::fgets(line, sizeof line, daemon)) {
-            busPid = pid_t(std::atol(line));
-        }
-    }
-    qputenv("DBUS_SESSION_BUS_ADDRESS", busAddress.toLocal8Bit());
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", busAddress.toLocal8Bit());
     ZKTestSupport::isolateSettings();
-    int status = 0;
-    {
-        QCoreApplication app(argc, argv);
-        TestZKSleepManager test;
-        status = QTest::qExec(&test, argc, argv);
-    }
-    if (busPid > 0) {
-        ::kill(busPid, SIGTERM);
-    }
-    if (daemon) {
-        ::pclose(daemon);
-    }
-    return status;
+    QCoreApplication app(argc, argv);
+    TestZKSleepManager test;
+    return QTest::qExec(&test, argc, argv);
 }
 #include "tst_ZKSleepManager.moc"

@@ -21,33 +21,21 @@ void TestZKTimeFormatter::formatTime_data() {
     QTest::addColumn<double>("seconds");
     QTest::addColumn<QString>("expected");
 
+    // One row for each form of phrase, at the edge where it begins; the
+    // values no clock gives must still read as a phrase.
     constexpr double inf = std::numeric_limits<double>::infinity();
     QTest::newRow("nan") << std::numeric_limits<double>::quiet_NaN() << "indeterminate";
     QTest::newRow("+inf") << inf << "indeterminate";
     QTest::newRow("-inf") << -inf << "indeterminate";
     QTest::newRow("negative") << -5.0 << "less than a second";
-    QTest::newRow("0.999") << 0.999 << "less than a second";
     QTest::newRow("1.0") << 1.0 << "a few seconds";
-    QTest::newRow("3.49") << 3.49 << "a few seconds";
     QTest::newRow("3.5") << 3.5 << "about 5 seconds";
-    QTest::newRow("6.99") << 6.99 << "about 5 seconds";
-    QTest::newRow("7") << 7.0 << "about 10 seconds";
-    QTest::newRow("51.99") << 51.99 << "about 50 seconds";
-    QTest::newRow("52") << 52.0 << "about 55 seconds";
-    QTest::newRow("55.0") << 55.0 << "about 55 seconds";
     QTest::newRow("55.001") << 55.001 << "about a minute";
-    QTest::newRow("55.5") << 55.5 << "about a minute";
-    QTest::newRow("89.99") << 89.99 << "about a minute";
     QTest::newRow("90") << 90.0 << "about 2 minutes";
-    QTest::newRow("3600") << 3600.0 << "about 60 minutes";
     QTest::newRow("3600.01") << 3600.01 << "about an hour";
-    QTest::newRow("3959 (under 1.1 h)") << 3959.0 << "about an hour";
     QTest::newRow("3960 (1.1 h)") << 3960.0 << "about 1.1 hours";
-    QTest::newRow("86400") << 86400.0 << "about 24.0 hours";
     QTest::newRow("86400.5") << 86400.5 << "about a day";
-    QTest::newRow("95039 (under 1.1 d)") << 95039.0 << "about a day";
     QTest::newRow("95040 (1.1 d)") << 95040.0 << "about 1.1 days";
-    QTest::newRow("1e9") << 1.0e9 << "about 11574.1 days";
 }
 
 void TestZKTimeFormatter::formatTime() {
