@@ -3,6 +3,7 @@
 #include "ZKAnalyseCopyOperation.h"
 
 #include "ZKLogging.h"
+#include "ZKOperationErrors.h"
 #include "ZKPartialFile.h"
 #include "ZKReaderFactory.h"
 
@@ -17,9 +18,7 @@ namespace {
 constexpr quint64 comparedBlockLength = 4096;
 
 ZKError alreadyExistsError(const QUrl &copy) {
-    return ZKError::application(
-        ZKErrorCode::conflict,
-        QStringLiteral("A file named '%1' already exists.").arg(copy.path()));
+    return ZKOperationErrors::error(ZKOperationErrors::AlreadyExists, {copy.path()});
 }
 
 // What the handlers are shown of an existing item that no walk reported.
@@ -71,10 +70,7 @@ ZKOptionalError ZKAnalyseCopyOperation::refuseCopyIntoItself(const ZKReader &sou
     if (!inside) {
         return std::nullopt;
     }
-    return ZKError::application(
-        ZKErrorCode::analysisRefused,
-        QStringLiteral("Cannot copy the folder '%1' into '%2', which is inside it.")
-            .arg(from.path(), to.path()));
+    return ZKOperationErrors::error(ZKOperationErrors::CopyIntoItself, {from.path(), to.path()});
 }
 
 bool ZKAnalyseCopyOperation::isPartialCopyFrom(ZKReader &source, ZKReader &copy,
@@ -249,16 +245,12 @@ void ZKAnalyseCopyOperation::main() {
 
     if (!m_source->open()) {
         if (!isDelivered()) {
-            takeError(m_source->error(),
-                      ZKError::application(
-                          ZKErrorCode::readFailed,
-                          QStringLiteral("Unable to open '%1'.").arg(m_source->filename())));
+            takeError(m_source->error(), ZKOperationErrors::error(ZKOperationErrors::UnableToOpen,
+                                                                  {m_source->filename()}));
         }
     } else if (!m_destination->open()) {
-        takeError(m_destination->error(),
-                  ZKError::application(
-                      ZKErrorCode::createFailed,
-                      QStringLiteral("Invalid path: '%1'").arg(m_destination->url().path())));
+        takeError(m_destination->error(), ZKOperationErrors::error(ZKOperationErrors::InvalidPath,
+                                                                   {m_destination->url().path()}));
     } else if (const ZKOptionalError refusal = refuseCopyIntoItself(*m_source, *m_destination)) {
         setError(*refusal);
     } else {
@@ -380,9 +372,8 @@ bool ZKAnalyseCopyOperation::analyseExistingFile(ZKReader &source, ZKReader &cop
             skipExisting(source.url(), copy.url());
             return false;
         }
-        setError(ZKError::application(
-            ZKErrorCode::conflict,
-            QStringLiteral("A folder already exists with the name '%1'.").arg(copy.filename())));
+        setError(
+            ZKOperationErrors::error(ZKOperationErrors::FolderAlreadyExists, {copy.filename()}));
         return false;
     }
     if (!copy.isLink()) {
@@ -483,10 +474,8 @@ void ZKAnalyseCopyOperation::analyseDirectoryCopyFrom(ZKReader &source, ZKReader
             const QString name = item.url.fileName();
             const ZKReaderPtr child = source.childWithName(name);
             if (!child->open()) {
-                takeError(child->error(),
-                          ZKError::application(
-                              ZKErrorCode::analysisRefused,
-                              QStringLiteral("Unable to read '%1'.").arg(item.url.path())));
+                takeError(child->error(), ZKOperationErrors::error(ZKOperationErrors::UnableToRead,
+                                                                   {item.url.path()}));
                 return ZKEnumerationResultStop;
             }
             const ZKReaderPtr childCopy = copy.childWithName(name);
@@ -526,8 +515,7 @@ ZKEnumerationResult ZKAnalyseCopyOperation::analyseItem(const ZKFileInfo &item,
             skip(item.url);
             return ZKEnumerationResultSkip;
         }
-        setError(ZKError::application(ZKErrorCode::analysisRefused,
-                                      QStringLiteral("Unable to read '%1'.").arg(item.url.path())));
+        setError(ZKOperationErrors::error(ZKOperationErrors::UnableToRead, {item.url.path()}));
         return ZKEnumerationResultStop;
     }
     if (linkIsLeftAlone(item.symbolicLink)) {
@@ -639,9 +627,7 @@ ZKEnumerationResult ZKAnalyseCopyOperation::analyseExistingItem(const ZKFileInfo
             skip(item.url);
             return ZKEnumerationResultSkip;
         }
-        setError(
-            ZKError::application(ZKErrorCode::analysisRefused,
-                                 QStringLiteral("Unable to write '%1'.").arg(existing.url.path())));
+        setError(ZKOperationErrors::error(ZKOperationErrors::UnableToWrite, {existing.url.path()}));
         return ZKEnumerationResultStop;
     }
     return ZKEnumerationResultContinue;

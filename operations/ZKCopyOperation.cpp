@@ -5,6 +5,7 @@
 #include "ZKAnalyseCopyOperation.h"
 #include "ZKFileSystemReader.h"
 #include "ZKLogging.h"
+#include "ZKOperationErrors.h"
 #include "ZKPartialFile.h"
 
 #include <QFile>
@@ -19,8 +20,7 @@
 namespace {
 
 ZKError openError(const QString &filename) {
-    return ZKError::application(ZKErrorCode::readFailed,
-                                QStringLiteral("Unable to open '%1'.").arg(filename));
+    return ZKOperationErrors::error(ZKOperationErrors::UnableToOpen, {filename});
 }
 
 } // namespace
@@ -51,10 +51,8 @@ void ZKCopyOperation::main() {
     }
     if (!m_destination->open()) {
         m_source->close();
-        takeError(m_destination->error(),
-                  ZKError::application(
-                      ZKErrorCode::createFailed,
-                      QStringLiteral("Invalid path: '%1'").arg(m_destination->url().path())));
+        takeError(m_destination->error(), ZKOperationErrors::error(ZKOperationErrors::InvalidPath,
+                                                                   {m_destination->url().path()}));
         m_destination->close();
         return;
     }
@@ -117,29 +115,21 @@ void ZKCopyOperation::copyFrom(ZKReader &reader, ZKWriter &folder) {
 void ZKCopyOperation::copyLinkFrom(ZKReader &reader, ZKWriter &folder) {
     m_topLevel = false;
     if (!folder.createLink(reader.filename(), reader.linkTarget())) {
-        takeError(
-            folder.error(),
-            ZKError::application(
-                ZKErrorCode::createFailed,
-                QStringLiteral("Cannot create a symbolic link in '%1'.").arg(folder.url().path())));
+        takeError(folder.error(), ZKOperationErrors::error(ZKOperationErrors::CannotCreateLink,
+                                                           {folder.url().path()}));
     }
 }
 
 void ZKCopyOperation::copyDirectoryFrom(ZKReader &reader, ZKWriter &folder) {
     const ZKWriterPtr newFolder = folder.createDirectory(reader.filename());
     if (!newFolder) {
-        takeError(
-            folder.error(),
-            ZKError::application(
-                ZKErrorCode::createFailed,
-                QStringLiteral("Cannot create a directory in '%1'.").arg(folder.url().path())));
+        takeError(folder.error(), ZKOperationErrors::error(ZKOperationErrors::CannotCreateDirectory,
+                                                           {folder.url().path()}));
         return;
     }
     if (!newFolder->open()) {
-        takeError(newFolder->error(),
-                  ZKError::application(
-                      ZKErrorCode::createFailed,
-                      QStringLiteral("Invalid path: '%1'").arg(newFolder->url().path())));
+        takeError(newFolder->error(), ZKOperationErrors::error(ZKOperationErrors::InvalidPath,
+                                                               {newFolder->url().path()}));
         newFolder->close();
         return;
     }
@@ -244,10 +234,8 @@ void ZKCopyOperation::copyFileFrom(ZKReader &reader, ZKWriter &folder) {
     const QString partName = folder.canRenameItems() ? ZKPartialFile::nameFor(name) : name;
     ZKWriterPtr file = folder.createFile(partName);
     if (!file) {
-        takeError(folder.error(),
-                  ZKError::application(
-                      ZKErrorCode::createFailed,
-                      QStringLiteral("Cannot create a file in '%1'.").arg(folder.url().path())));
+        takeError(folder.error(), ZKOperationErrors::error(ZKOperationErrors::CannotCreateFile,
+                                                           {folder.url().path()}));
         return;
     }
     if (!file->open()) {
@@ -275,11 +263,8 @@ void ZKCopyOperation::copyFileFrom(ZKReader &reader, ZKWriter &folder) {
     // join two versions, which no resume could tell apart from a good start.
     if (!isCancelled() && reader.isLocal() && reader.hasChanged()) {
         file->close();
-        setError(ZKError::application(
-            ZKErrorCode::readFailed,
-            QStringLiteral("Unable to copy '%1': it changed while it was copied. The copy was "
-                           "removed, to be made anew.")
-                .arg(reader.url().toLocalFile())));
+        setError(ZKOperationErrors::error(ZKOperationErrors::ChangedWhileCopied,
+                                          {reader.url().toLocalFile()}));
         if (!file->remove([] { return false; })) {
             qCWarning(lcOperations)
                 << "Cannot remove the copy of a changed file" << file->url().path();
@@ -334,9 +319,7 @@ void ZKCopyOperation::giveRealName(ZKWriter &folder, const QString &partName, co
                     (realUrl.path().endsWith(u'/') ? QString() : QStringLiteral("/")) + name);
     if (!folder.renameItem(partName, name, isReplacedUrl(realUrl))) {
         takeError(folder.error(),
-                  ZKError::application(
-                      ZKErrorCode::createFailed,
-                      QStringLiteral("Unable to rename '%1' to '%2'.").arg(partName, name)));
+                  ZKOperationErrors::error(ZKOperationErrors::UnableToRename, {partName, name}));
     }
 }
 
@@ -422,10 +405,8 @@ ZKWriterPtr ZKCopyOperation::reopenForAppend(ZKWriterPtr file, quint64 existingS
         // Someone wrote to it between the test and now: what was tested is
         // no longer what would be continued.
         file->close();
-        setError(ZKError::application(
-            ZKErrorCode::createFailed,
-            QStringLiteral("Unable to access '%1': another process is writing to the file.")
-                .arg(file->url().path())));
+        setError(ZKOperationErrors::error(ZKOperationErrors::AnotherProcessWriting,
+                                          {file->url().path()}));
         return nullptr;
     }
     // A task that made this operation with an offset counted them.
@@ -490,10 +471,8 @@ void ZKCopyOperation::copyContents(ZKReader &reader, ZKWriter &file, quint64 pos
             }
             if (!file.appendBlock(block)) {
                 takeError(file.error(),
-                          ZKError::application(
-                              ZKErrorCode::writeFailed,
-                              QStringLiteral("Unable to write data to '%1': %2.")
-                                  .arg(file.url().path(), QStringLiteral("unknown error"))));
+                          ZKOperationErrors::error(ZKOperationErrors::UnableToWriteData,
+                                                   {file.url().path()}));
                 break;
             }
             length = quint64(block.size());
@@ -602,10 +581,8 @@ bool ZKCopyOperation::copyLocally(ZKReader &reader, ZKWriter &file, quint64 posi
     }
     // The block loop takes over: the writer must stand at the new end.
     file.close();
-    const ZKError moved = ZKError::application(
-        ZKErrorCode::createFailed,
-        QStringLiteral("Unable to access '%1': another process is writing to the file.")
-            .arg(file.url().path()));
+    const ZKError moved =
+        ZKOperationErrors::error(ZKOperationErrors::AnotherProcessWriting, {file.url().path()});
     if (!file.open()) {
         takeError(file.error(), moved);
         return false;

@@ -3,6 +3,7 @@
 #include "ZKFileOperation.h"
 
 #include "ZKLogging.h"
+#include "ZKOperationErrors.h"
 #include "ZKPartialFile.h"
 
 #include <QFileInfo>
@@ -139,9 +140,7 @@ bool ZKFileOperation::isReplacedUrl(const QUrl &url) const {
 
 void ZKFileOperation::failOnEmptyRead(const ZKReader &reader) {
     takeError(reader.error(),
-              ZKError::application(ZKErrorCode::readFailed,
-                                   QStringLiteral("Unable to read from '%1': %2.")
-                                       .arg(reader.url().path(), QStringLiteral("no data"))));
+              ZKOperationErrors::error(ZKOperationErrors::UnableToReadData, {reader.url().path()}));
 }
 
 bool ZKFileOperation::shouldCopyFile(const QUrl &url) const {

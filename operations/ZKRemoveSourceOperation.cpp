@@ -55,9 +55,9 @@ QString pathOf(const QUrl &url) {
 
 } // namespace
 
-void ZKRemoveSourceOperation::refuse(const QString &message) {
-    setError(ZKError::application(ZKErrorCode::verificationFailed,
-                                  QStringLiteral("Cannot remove files because %1").arg(message)));
+void ZKRemoveSourceOperation::refuse(ZKOperationErrors::Message message,
+                                     const QStringList &arguments) {
+    setError(ZKOperationErrors::error(message, arguments));
 }
 
 void ZKRemoveSourceOperation::main() {
@@ -76,12 +76,10 @@ void ZKRemoveSourceOperation::main() {
         qCInfo(lcOperations) << "Source" << m_source->url().path() << "is already removed";
     } else if (!sourceOpened) {
         // What cannot be looked at cannot be shown to have been copied.
-        takeError(
-            m_source->error(),
-            ZKError::application(ZKErrorCode::readFailed,
-                                 QStringLiteral("Unable to open '%1'.").arg(m_source->filename())));
+        takeError(m_source->error(), ZKOperationErrors::error(ZKOperationErrors::UnableToOpen,
+                                                              {m_source->filename()}));
     } else if (!m_destinationReader) {
-        refuse(QStringLiteral("%1 was not copied.").arg(m_source->url().path()));
+        refuse(ZKOperationErrors::RemovalNotCopied, {m_source->url().path()});
     } else {
         compareSource(*m_source, *m_destinationReader);
     }
@@ -99,24 +97,22 @@ void ZKRemoveSourceOperation::main() {
             removeAllBut(*m_source);
             m_source->close();
         } else {
-            takeError(m_source->error(),
-                      ZKError::application(
-                          ZKErrorCode::readFailed,
-                          QStringLiteral("Unable to open '%1'.").arg(m_source->filename())));
+            takeError(m_source->error(), ZKOperationErrors::error(ZKOperationErrors::UnableToOpen,
+                                                                  {m_source->filename()}));
         }
     }
 }
 
 void ZKRemoveSourceOperation::compareSource(ZKReader &source, ZKReader &copy) {
     if (isSameItem(source, copy)) {
-        refuse(QStringLiteral("%1 is both the source and destination.").arg(source.url().path()));
+        refuse(ZKOperationErrors::RemovalSameItem, {source.url().path()});
         return;
     }
     // Whatever stands at the destination under its name, an item the user
     // chose to leave out was not copied: it may be another file of the same
     // size.
     if (isSkippedUrl(source.url())) {
-        refuse(QStringLiteral("%1 was not copied.").arg(source.url().path()));
+        refuse(ZKOperationErrors::RemovalNotCopied, {source.url().path()});
         return;
     }
     // A link is compared as an item, never entered: removing it removes the
@@ -140,22 +136,20 @@ void ZKRemoveSourceOperation::compareSource(ZKReader &source, ZKReader &copy) {
         return;
     }
     if (!copy.exists()) {
-        refuse(QStringLiteral("%1 was not copied.").arg(source.url().path()));
+        refuse(ZKOperationErrors::RemovalNotCopied, {source.url().path()});
         return;
     }
     if (isCancelled()) {
         return;
     }
     if (source.size() != copy.size()) {
-        refuse(QStringLiteral("%1 is not the same size as %2.")
-                   .arg(copy.url().path(), source.url().path()));
+        refuse(ZKOperationErrors::RemovalSizeDiffers, {copy.url().path(), source.url().path()});
         return;
     }
     if (!m_comparedInFull && !source.isLink() &&
         m_preExistingUrls.contains(standardizedUrl(copy.url())) && !sameContents(source, copy) &&
         !hasError() && !isCancelled()) {
-        refuse(QStringLiteral("%1 is not the same as %2.")
-                   .arg(copy.url().path(), source.url().path()));
+        refuse(ZKOperationErrors::RemovalContentsDiffer, {copy.url().path(), source.url().path()});
     }
 }
 
@@ -199,10 +193,8 @@ void ZKRemoveSourceOperation::removeAllBut(ZKReader &folder) {
         } else if (const ZKWriterPtr writer = child->asWriter()) {
             removeItem(*writer);
         } else {
-            takeError(child->error(),
-                      ZKError::application(
-                          ZKErrorCode::writeFailed,
-                          QStringLiteral("Unable to remove '%1'.").arg(child->url().path())));
+            takeError(child->error(), ZKOperationErrors::error(ZKOperationErrors::UnableToRemove,
+                                                               {child->url().path()}));
         }
         return inProgress() ? ZKEnumerationResultContinue : ZKEnumerationResultStop;
     });

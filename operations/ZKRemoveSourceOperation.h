@@ -3,6 +3,7 @@
 #pragma once
 
 #include "ZKFileOperation.h"
+#include "ZKOperationErrors.h"
 #include "ZKReader.h"
 #include "ZKWriter.h"
 
@@ -47,7 +48,7 @@ private:
     // on the way to them.
     void removeAllBut(ZKReader &folder);
     bool leadsToKeptFolder(const QUrl &url) const;
-    void refuse(const QString &message);
+    void refuse(ZKOperationErrors::Message message, const QStringList &arguments);
     bool sameContents(ZKReader &source, ZKReader &copy);
 
     ZKReaderPtr m_destinationReader;

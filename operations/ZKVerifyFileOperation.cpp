@@ -7,23 +7,17 @@
 #include <algorithm>
 #include <cstring>
 
-namespace {
-
-QString describe(const ZKOptionalError &error, const QString &fallback) {
-    return error ? error->localizedDescription() : fallback;
-}
-
-} // namespace
-
 ZKVerifyFileOperation::ZKVerifyFileOperation(ZKReaderPtr source, ZKWriterPtr destination,
                                              quint64 offset)
     : ZKFileOperation(std::move(source), std::move(destination))
     , m_offset(offset)
     , m_bytesVerified(offset) {}
 
-void ZKVerifyFileOperation::fail(const QString &reason) {
-    setError(ZKError::application(ZKErrorCode::verificationFailed,
-                                  QStringLiteral("Verification failed: %1").arg(reason)));
+void ZKVerifyFileOperation::fail(ZKOperationErrors::Message message, const QStringList &arguments,
+                                 const ZKOptionalError &cause) {
+    setError(cause ? ZKOperationErrors::error(ZKOperationErrors::VerificationFailed,
+                                              {cause->localizedDescription()})
+                   : ZKOperationErrors::error(message, arguments));
 }
 
 void ZKVerifyFileOperation::main() {
@@ -37,7 +31,7 @@ void ZKVerifyFileOperation::main() {
     m_destination->open();
     const ZKReaderPtr folder = m_destination->asReader();
     if (!folder) {
-        fail(QStringLiteral("'%1' could not be found.").arg(m_destination->url().path()));
+        fail(ZKOperationErrors::VerifiedCopyMissing, {m_destination->url().path()});
     } else {
         verifyItem(*m_source, sourceOpened, *folder, *m_destination);
     }
@@ -61,17 +55,15 @@ void ZKVerifyFileOperation::verify(ZKReader &source, bool sourceOpened, ZKReader
         }
     }
     if (!sourceOpened) {
-        fail(describe(source.error(),
-                      QStringLiteral("Unable to open '%1'.").arg(source.filename())));
+        fail(ZKOperationErrors::VerifiedSourceUnopened, {source.filename()}, source.error());
         return;
     }
     if (!copyOpened) {
-        fail(describe(copy.error(),
-                      QStringLiteral("'%1' could not be found.").arg(copy.url().path())));
+        fail(ZKOperationErrors::VerifiedCopyMissing, {copy.url().path()}, copy.error());
         return;
     }
     if (source.isDirectory() != copy.isDirectory()) {
-        fail(QStringLiteral("cannot compare a file to a directory."));
+        fail(ZKOperationErrors::VerifiedFileAndDirectory);
         return;
     }
     if (source.isDirectory()) {
@@ -83,12 +75,12 @@ void ZKVerifyFileOperation::verify(ZKReader &source, bool sourceOpened, ZKReader
 
 void ZKVerifyFileOperation::verifyLink(ZKReader &source, ZKReader &copy) {
     if (!copy.exists()) {
-        fail(QStringLiteral("'%1' could not be found.").arg(copy.url().path()));
+        fail(ZKOperationErrors::VerifiedCopyMissing, {copy.url().path()});
     } else if (source.isLink() != copy.isLink()) {
-        fail(QStringLiteral("cannot compare a link with a file."));
+        fail(ZKOperationErrors::VerifiedLinkAndFile);
     } else if (source.linkTarget() != copy.linkTarget()) {
-        fail(QStringLiteral("Symbolic link '%1' is expected to point to '%2' but points to '%3'.")
-                 .arg(copy.url().path(), source.linkTarget(), copy.linkTarget()));
+        fail(ZKOperationErrors::VerifiedLinkTarget,
+             {copy.url().path(), source.linkTarget(), copy.linkTarget()});
     }
 }
 
@@ -112,7 +104,7 @@ void ZKVerifyFileOperation::verifyDirectory(ZKReader &source, ZKReader &copy) {
             if (folder) {
                 verifyItem(*child, childOpened, copy, *folder);
             } else {
-                fail(QStringLiteral("'%1' could not be found.").arg(copy.url().path()));
+                fail(ZKOperationErrors::VerifiedCopyMissing, {copy.url().path()});
             }
             child->close();
         }
@@ -149,10 +141,8 @@ void ZKVerifyFileOperation::verifyItem(ZKReader &source, bool sourceOpened, ZKRe
         QUrl realUrl = copy->url().adjusted(QUrl::RemoveFilename);
         realUrl.setPath(realUrl.path() + name);
         if (!folder.renameItem(partName, name, isReplacedUrl(realUrl))) {
-            takeError(folder.error(),
-                      ZKError::application(
-                          ZKErrorCode::createFailed,
-                          QStringLiteral("Unable to rename '%1' to '%2'.").arg(partName, name)));
+            takeError(folder.error(), ZKOperationErrors::error(ZKOperationErrors::UnableToRename,
+                                                               {partName, name}));
         }
     }
 }
@@ -197,12 +187,12 @@ void ZKVerifyFileOperation::verifyFile(ZKReader &source, ZKReader &copy) {
     }
     // A source of zero bytes is not size-checked.
     if (size != 0 && size != copy.size()) {
-        fail(QStringLiteral("files are different sizes."));
+        fail(ZKOperationErrors::VerifiedSizesDiffer);
         return;
     }
     if (skipped != 0 && (!source.seekToPosition(skipped) || !copy.seekToPosition(skipped))) {
-        fail(describe(source.error() ? source.error() : copy.error(),
-                      QStringLiteral("Unable to resume at byte %1.").arg(skipped)));
+        fail(ZKOperationErrors::VerifiedResumeFailed, {QString::number(skipped)},
+             source.error() ? source.error() : copy.error());
         return;
     }
 
@@ -212,22 +202,18 @@ void ZKVerifyFileOperation::verifyFile(ZKReader &source, ZKReader &copy) {
         {
             const QByteArray block = readNextBlockFromSource(source);
             if (block.isEmpty()) {
-                fail(describe(source.error(),
-                              QStringLiteral("'%1' ended early.").arg(source.url().path())));
+                fail(ZKOperationErrors::VerifiedSourceEndedEarly, {source.url().path()},
+                     source.error());
                 break;
             }
             length = quint64(block.size());
             const QByteArray copied = copy.readBlockOfLength(length);
             if (copied.size() != block.size()) {
-                if (copy.error()) {
-                    fail(copy.error()->localizedDescription());
-                } else {
-                    fail(QStringLiteral("file contents differ."));
-                }
+                fail(ZKOperationErrors::VerifiedContentsDiffer, {}, copy.error());
                 break;
             }
             if (std::memcmp(block.constData(), copied.constData(), size_t(length)) != 0) {
-                fail(QStringLiteral("file contents differ."));
+                fail(ZKOperationErrors::VerifiedContentsDiffer);
                 break;
             }
         }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "ZKFileOperation.h"
+#include "ZKOperationErrors.h"
 #include "ZKReader.h"
 #include "ZKSymbolicLinkHandling.h"
 #include "ZKWriter.h"
@@ -44,7 +45,10 @@ private:
     void verifyItem(ZKReader &source, bool sourceOpened, ZKReader &copyFolder, ZKWriter &folder);
     void verifyLink(ZKReader &source, ZKReader &copy);
     QByteArray readNextBlockFromSource(ZKReader &reader);
-    void fail(const QString &reason);
+    // The error that ended the comparison, when one did, is told instead of
+    // the message.
+    void fail(ZKOperationErrors::Message message, const QStringList &arguments = {},
+              const ZKOptionalError &cause = std::nullopt);
     void report();
 
     quint64 m_offset = 0;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 #include <optional>
 
 // An error is a value: what failed is told by the result of a call, and the
@@ -16,6 +17,13 @@ public:
     static const QString applicationDomain;
 
     static ZKError application(qint64 code, const QString &message);
+
+    // An error text in the user's language, from a template of one of the
+    // domains' tables: translated when the error is made, so that a language
+    // chosen at run time applies. The arguments fill %1, %2 ... in one pass:
+    // a path that holds "%2" stays as it is.
+    static QString translatedText(const char *context, const char *sourceText,
+                                  const QStringList &arguments);
 
     const QString &domain() const { return m_domain; }
     qint64 code() const { return m_code; }
