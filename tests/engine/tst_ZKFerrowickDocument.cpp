@@ -277,12 +277,7 @@ void TestZKFerrowickDocument::queueKilledWhileSavedStaysWhole() {
     QVERIFY(writeFile(queueFile, ZKPropertyListSerialization::dataFromPropertyList(plist)));
     ZKFerrowickDocument document;
     QVERIFY(document.readFromFile(queueFile));
-    {
-        QElapsedTimer t;
-        t.start();
-        document.writeToFile(queueFile);
-        qWarning() << "save ms" << t.elapsed();
-    }
+    QVERIFY(document.writeToFile(queueFile));
     QCOMPARE(document.countOfTasks(), count);
 
     // While it saves, the process holds a file of the queue's folder open.
@@ -468,12 +463,11 @@ void TestZKFerrowickDocument::malformedFilesAreRefused_data() {
     QTest::addColumn<QString>("reason");
 
     const QByteArray header = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">";
+    // Damaged bytes of every kind are the property-list reader's own test;
+    // two stand for them here.
     QTest::newRow("empty") << QByteArray() << "";
     QTest::newRow("truncated xml") << header + "<dict><key>Type</key><string>FerrowickDocu"
                                    << "";
-    QTest::newRow("binary garbage") << randomBytes(4096, 99) << "";
-    QTest::newRow("binary plist header, garbage body")
-        << QByteArray("bplist00") + randomBytes(200, 5) << "";
     QTest::newRow("not a dictionary") << header + "<array/></plist>"
                                       << "not a Ferrowick queue";
     QTest::newRow("wrong Type")
@@ -487,9 +481,6 @@ void TestZKFerrowickDocument::malformedFilesAreRefused_data() {
         << header + "<dict><key>Type</key><string>FerrowickDocument</string>"
                     "<key>State</key><integer>1</integer></dict></plist>"
         << "\"State\" has the wrong type";
-    QTest::newRow("deep nesting") << header + QByteArray(100000, 'x').replace("x", "<array>") +
-                                         "</plist>"
-                                  << "";
 
     // Numbers out of range: each would load as something the user never set.
     const QByteArray document = header + "<dict><key>Type</key><string>FerrowickDocument</string>";
@@ -670,11 +661,8 @@ void TestZKFerrowickDocument::newSourceIsCopiedWhole() {
     QVERIFY(writeFile(path("b/name"), b));
     // Another file: same size, but not the same age (a copy whose size and
     // date match its source is taken as finished).
-    QFile older(path("b/name"));
-    QVERIFY(older.open(QIODevice::ReadWrite));
-    QVERIFY(older.setFileTime(QDateTime::currentDateTime().addSecs(-3600),
-                              QFileDevice::FileModificationTime));
-    older.close();
+    QVERIFY(
+        ZKTestSupport::setModified(path("b/name"), QDateTime::currentDateTime().addSecs(-3600)));
     ZKFerrowickDocument document;
     document.setIsVerifyEnabled(true);
     document.speedLimit().setMaximumTransferRate(600000);
