@@ -5,7 +5,6 @@
 #include "ZKHttpServers.h"
 #include "ZKTestSupport.h"
 
-#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
@@ -35,13 +34,18 @@ class TestZKFaultScenarios : public QObject {
 
     QString path(const QString &name) const { return QDir(m_dir.path()).filePath(name); }
 
+    // Starts ferrowick-cli with the test's settings, its output merged.
+    void startCli(QProcess &process, const QStringList &arguments) {
+        process.setProcessEnvironment(m_environment);
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start(QStringLiteral(FERROWICK_CLI), arguments);
+    }
+
     // Runs ferrowick-cli; answers its exit code (-1 when it hung) and what it
     // printed.
     int runCli(const QStringList &arguments, QByteArray *output) {
         QProcess process;
-        process.setProcessEnvironment(m_environment);
-        process.setProcessChannelMode(QProcess::MergedChannels);
-        process.start(QStringLiteral(FERROWICK_CLI), arguments);
+        startCli(process, arguments);
         const bool ended = process.waitForFinished(180000);
         if (!ended) {
             process.kill();
@@ -189,8 +193,8 @@ private Q_SLOTS:
         QVERIFY(ZKTestSupport::writeFile(path("config/velmarind/Ferrowick.conf"),
                                          "[General]\ndownloadTimeout=2\n"));
         m_environment = QProcessEnvironment::systemEnvironment();
-        m_environment.insert(QStringLiteral("XDG_CONFIG_HOME"), path(QStringLiteral("config")));
-        m_environment.insert(QStringLiteral("XDG_DATA_HOME"), path(QStringLiteral("data")));
+        m_environment.insert(QStringLiteral("XDG_CONFIG_HOME"), path("config"));
+        m_environment.insert(QStringLiteral("XDG_DATA_HOME"), path("data"));
         m_environment.insert(QStringLiteral("QT_LOGGING_RULES"),
                              QStringLiteral("ferrowick.*=false"));
         m_environment.remove(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"));
@@ -254,77 +258,6 @@ private Q_SLOTS:
 
     void httpDownloadWithoutRanges() { downloadOverHttp(false); }
 
-    void replacedBetweenAttempts_data() {
-        QTest::addColumn<bool>("ftp");
-        QTest::addColumn<qsizetype>("growth");
-        QTest::newRow("FTP, same length") << true << qsizetype(0);
-        QTest::newRow("FTP, longer") << true << qsizetype(1000);
-        QTest::newRow("HTTP, same length") << false << qsizetype(0);
-        QTest::newRow("HTTP, longer") << false << qsizetype(1000);
-    }
-
-    // A download cut, its queue saved; the file on the server replaced
-    // before the queue runs again. The run must start over and bring the new
-    // file whole, never join the old beginning to the new end.
-    void replacedBetweenAttempts() {
-        QFETCH(bool, ftp);
-        QFETCH(qsizetype, growth);
-        ZKFtpServers ftpServer(ZKFtpServers::Vsftpd);
-        ZKHttpServers webServers;
-        QString served;
-        QUrl url;
-        if (ftp) {
-            ZK_REQUIRE_STARTED(ftpServer.start(), ftpServer.errorString());
-            served = QDir(ftpServer.root()).filePath("served.bin");
-            url = ftpServer.url("/served.bin");
-        } else {
-            QDir().mkpath(path("replaced-www"));
-            served = path("replaced-www/served.bin");
-            ZK_REQUIRE_STARTED(webServers.startNginx(path("replaced-www")),
-                               webServers.errorString());
-            url = webServers.nginxUrl("/served.bin");
-        }
-        QFile::remove(served);
-        QVERIFY(QFile::copy(path("source.bin"), served));
-        ZKFaultRelay relay(QStringLiteral("127.0.0.1"), quint16(url.port()),
-                           ftp ? ZKFaultRelay::Protocol::Ftp : ZKFaultRelay::Protocol::Plain);
-        const QString folder = path(QStringLiteral("replaced-%1").arg(QTest::currentDataTag()));
-        QDir().mkpath(folder);
-        const QString queue = QDir(folder).filePath("q.queue");
-        relay.setFault(Fault::Cut, cutPoint(), 1, Target::Data, ftp ? 0 : 1);
-        QByteArray output;
-        const int cut =
-            runCli({"copy", relay.relayed(url).toString(), folder, "--save", queue}, &output);
-        if (!ftp && cut == 0) {
-            // On a busy machine the spared look at the head can bring the
-            // whole file, its connection serving the download too.
-            QSKIP("the fault met no transfer: the first connection brought the whole file");
-        }
-        QCOMPARE(cut, 1);
-        const QString copied = QDir(folder).filePath("served.bin");
-        QVERIFY(!QFileInfo::exists(copied));
-        const QByteArray partial = ZKTestSupport::readFile(unfinished(copied));
-        QVERIFY2(!partial.isEmpty() && ZKTestSupport::readFile(served).startsWith(partial),
-                 output.constData());
-
-        // Another version, written later, as a replaced file is.
-        const QByteArray replacement = ZKTestSupport::randomBytes(m_size + growth, 99);
-        QVERIFY(ZKTestSupport::writeFile(served, replacement));
-        QFile file(served);
-        QVERIFY(file.open(QIODevice::ReadWrite));
-        QVERIFY(file.setFileTime(QDateTime::currentDateTimeUtc().addSecs(3600),
-                                 QFileDevice::FileModificationTime));
-        file.close();
-        if (ftp) {
-            ftpServer.handOver(served);
-        }
-        relay.passEverything();
-        const int status = runCli({"run", queue}, &output);
-        QVERIFY2(status == 0, output.constData());
-        QVERIFY2(ZKTestSupport::readFile(copied) == replacement,
-                 "the copy is not the new version whole");
-    }
-
     void serverRestarted_data() {
         QTest::addColumn<QString>("kind");
         QTest::newRow("FTP download") << QStringLiteral("ftp-down");
@@ -379,10 +312,7 @@ private Q_SLOTS:
                                      : QStringList{"copy", relay.relayed(url).toString(), folder};
 
         QProcess cli;
-        cli.setProcessEnvironment(m_environment);
-        cli.setProcessChannelMode(QProcess::MergedChannels);
-        cli.start(QStringLiteral(FERROWICK_CLI),
-                  copy + QStringList{"--retry", "5", "--retry-delay", "1"});
+        startCli(cli, copy + QStringList{"--retry", "5", "--retry-delay", "1"});
         QVERIFY(cli.waitForStarted());
         const bool underway =
             QTest::qWaitFor([&] { return QFileInfo(unfinished(copied)).size() > size / 4; }, 60000);
