@@ -248,13 +248,7 @@ bool ZKFtpServers::restart() {
 }
 
 void ZKFtpServers::stop() {
-    if (m_process.state() != QProcess::NotRunning) {
-        m_process.terminate();
-        if (!m_process.waitForFinished(3000)) {
-            m_process.kill();
-            m_process.waitForFinished(3000);
-        }
-    }
+    ZKTestSupport::stopProcess(m_process);
 }
 
 bool ZKFtpServers::startVsftpd() {

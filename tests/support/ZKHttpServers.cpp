@@ -12,6 +12,8 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 
+using ZKTestSupport::stopProcess;
+
 namespace {
 
 const QString loopback = QStringLiteral("127.0.0.1");
@@ -32,17 +34,6 @@ bool accepts(quint16 port) {
     const bool connected = socket.waitForConnected(200);
     socket.abort();
     return connected;
-}
-
-void stopProcess(QProcess &process) {
-    if (process.state() == QProcess::NotRunning) {
-        return;
-    }
-    process.terminate();
-    if (!process.waitForFinished(5000)) {
-        process.kill();
-        process.waitForFinished(5000);
-    }
 }
 
 QUrl urlFor(const QString &scheme, quint16 port, const QString &path) {

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKSecretService.h"
 
+#include "ZKTestSupport.h"
+
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusError>
@@ -18,16 +20,6 @@ namespace {
 
 const QString probeName = QStringLiteral("ferrowick-secret-probe");
 
-void finish(QProcess &process) {
-    if (process.state() != QProcess::NotRunning) {
-        process.terminate();
-        if (!process.waitForFinished(3000)) {
-            process.kill();
-            process.waitForFinished(3000);
-        }
-    }
-}
-
 } // namespace
 
 ZKSecretService::~ZKSecretService() {
@@ -42,7 +34,7 @@ bool ZKSecretService::fail(const QString &reason) {
 
 void ZKSecretService::stop() {
     QDBusConnection::disconnectFromBus(probeName);
-    finish(m_keyring);
+    ZKTestSupport::stopProcess(m_keyring);
     m_bus.reset();
 }
 
@@ -79,9 +71,7 @@ bool ZKSecretService::start() {
     environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
     environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QString::fromUtf8(address));
     m_keyring.setProcessEnvironment(environment);
-    m_keyring.start(keyringProgram,
-                    {QStringLiteral("--unlock"), QStringLiteral("--components=secrets"),
-                     QStringLiteral("--foreground")});
+    m_keyring.start(keyringProgram, {"--unlock", "--components=secrets", "--foreground"});
     if (!m_keyring.waitForStarted(5000)) {
         return fail(QStringLiteral("gnome-keyring-daemon did not start"));
     }

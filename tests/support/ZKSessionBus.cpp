@@ -2,19 +2,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKSessionBus.h"
 
+#include "ZKTestSupport.h"
+
 #include <QStandardPaths>
 
 #include <csignal>
 #include <sys/prctl.h>
 
 ZKSessionBus::~ZKSessionBus() {
-    if (m_daemon.state() != QProcess::NotRunning) {
-        m_daemon.terminate();
-        if (!m_daemon.waitForFinished(3000)) {
-            m_daemon.kill();
-            m_daemon.waitForFinished(3000);
-        }
-    }
+    ZKTestSupport::stopProcess(m_daemon);
 }
 
 bool ZKSessionBus::start() {

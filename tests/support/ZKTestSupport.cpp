@@ -95,6 +95,16 @@ qint32 runTask(ZKCopyTask &task, int milliseconds, qint32 stopAt) {
     return state;
 }
 
+void stopProcess(QProcess &process) {
+    if (process.state() != QProcess::NotRunning) {
+        process.terminate();
+        if (!process.waitForFinished(3000)) {
+            process.kill();
+            process.waitForFinished(3000);
+        }
+    }
+}
+
 void isolateSettings() {
     static QTemporaryDir home;
     // Test mode keeps settings below the home folder, shared by every test

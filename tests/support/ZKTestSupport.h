@@ -6,6 +6,7 @@
 
 #include <QByteArray>
 #include <QDateTime>
+#include <QProcess>
 #include <QString>
 #include <QTest>
 
@@ -45,6 +46,9 @@ bool isResting(qint32 state);
 qint32 stepTask(ZKCopyTask &task, int milliseconds = 30000);
 // Starts the task step after step until it ends or reaches stopAt.
 qint32 runTask(ZKCopyTask &task, int milliseconds = 30000, qint32 stopAt = -1);
+
+// Ends a test's daemon: asked first, then killed.
+void stopProcess(QProcess &process);
 
 // Points the settings store and the standard paths at a private folder, so
 // tests never read or write the user's real settings. Call before the
