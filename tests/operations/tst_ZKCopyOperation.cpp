@@ -77,7 +77,6 @@ private Q_SLOTS:
     void links_data();
     void links();
     void linksBackIntoTheTreeEnd();
-    void blocksFollowTheSpeedLimit();
     void limitHoldsAcrossFiles_data();
     void limitHoldsAcrossFiles();
     void diskFullEndsWithWriteErrorAndConsistentFile();
@@ -370,19 +369,6 @@ void TestZKCopyOperation::linksBackIntoTheTreeEnd() {
     QVERIFY2(!intoItself->error(), qPrintable(errorText(*intoItself)));
     QVERIFY(readFile(path("tree/a/tree/a/f")) == "f");
     QVERIFY(!QFileInfo::exists(path("tree/a/tree/a/tree/a")));
-}
-
-void TestZKCopyOperation::blocksFollowTheSpeedLimit() {
-    QVERIFY(writeFile(path("limited"), randomBytes(100000, 9)));
-    auto operation = copier(path("limited"), path("dest"));
-    operation->setMaximumTransferRate(40000);
-    Activity activity(operation.get());
-    const auto started = ZKFileOperation::Clock::now();
-    operation->start();
-    QVERIFY2(!operation->error(), qPrintable(errorText(*operation)));
-    QCOMPARE(activity.bytes, (QList<quint64>{40000, 40000, 20000}));
-    // 100,000 bytes at 40,000 B/s cannot take much less than 2 s.
-    QVERIFY(ZKFileOperation::secondsSince(started) > 1.5);
 }
 
 void TestZKCopyOperation::limitHoldsAcrossFiles_data() {

@@ -28,11 +28,9 @@ private Q_SLOTS:
     void patternsMatchNames_data();
     void patternsMatchNames();
     void existingValuesAreKept();
-    void soundsAreGuardedByTheMarker();
     void typesSurviveReload();
     void initialiseIsAtomic();
     void initialiseDefaultsFamily();
-    void standardStoreLivesInTestHome();
 
 private:
     std::unique_ptr<ZKUserDefaults> freshStore();
@@ -71,22 +69,13 @@ std::unique_ptr<ZKUserDefaults> tst_ZKPreferences::reloaded(const ZKUserDefaults
 }
 
 void tst_ZKPreferences::firstRunValues() {
-    // As the next start reads them back: typed, and the times in local time.
+    // As the next start reads them back: hidden files are copied, and nothing
+    // chooses a destination or a way with links for the user.
     const auto store = reloaded(*m_defaults);
     QVERIFY(store);
     QVERIFY(store->boolForKey(P::copyHiddenFiles) && store->boolForKey(P::preferencesInitialised));
-    QVERIFY(store->hasObject(P::verifyEnabled) && !store->boolForKey(P::verifyEnabled));
-    QVERIFY(store->hasObject(P::queueState));
-    QCOMPARE(store->integerForKey(P::speedLimit), 1024);
-    QCOMPARE(store->integerForKey(P::automaticRetryDelaySeconds), 30);
-    QCOMPARE(store->stringForKey(P::completionSound), QStringLiteral("Glass"));
-    QCOMPARE(store->stringForKey(P::failureSound), QStringLiteral("Basso"));
     for (auto key : {P::symbolicLinkAction, P::defaultDestination})
         QVERIFY2(!store->hasObject(key), key.data());
-    const QDate today = QDate::currentDate();
-    QCOMPARE(store->dateForKey(P::startCopyTime).toLocalTime(), QDateTime(today, QTime(10, 0)));
-    QCOMPARE(store->dateForKey(P::stopSpeedLimitTime).toLocalTime(),
-             QDateTime(today, QTime(18, 0)));
 }
 
 void tst_ZKPreferences::patternLists() {
@@ -167,21 +156,6 @@ void tst_ZKPreferences::existingValuesAreKept() {
     QCOMPARE(file.readAll(), before);
 }
 
-void tst_ZKPreferences::soundsAreGuardedByTheMarker() {
-    const auto store = freshStore();
-    store->setString(P::completionSound, QStringLiteral("Ping"));
-    P::initialiseUserDefaults(*store);
-    // Before the marker the sounds are written whatever the store holds.
-    QCOMPARE(store->stringForKey(P::completionSound), QStringLiteral("Glass"));
-
-    // A sound the user removed stays removed.
-    store->removeObject(P::completionSound);
-    store->setString(P::failureSound, QString());
-    P::initialiseUserDefaults(*store);
-    QVERIFY(!store->hasObject(P::completionSound));
-    QCOMPARE(store->stringForKey(P::failureSound), QString());
-}
-
 void tst_ZKPreferences::typesSurviveReload() {
     const auto written = freshStore();
     const QDateTime date(QDate(2031, 1, 2), QTime(3, 4, 5));
@@ -239,15 +213,6 @@ void tst_ZKPreferences::initialiseDefaultsFamily() {
     P::initialiseDefaults(*store, "limit", 13);
     QCOMPARE(store->objectForKey("sound"), QVariant(QStringLiteral("Glass")));
     QCOMPARE(store->integerForKey("limit"), 12);
-}
-
-void tst_ZKPreferences::standardStoreLivesInTestHome() {
-    ZKUserDefaults &standard = ZKUserDefaults::standard();
-    QVERIFY2(standard.fileName().startsWith(m_home.path()), qPrintable(standard.fileName()));
-    QVERIFY(standard.fileName().endsWith("velmarind/Ferrowick.conf"));
-    P::initialiseUserDefaults();
-    QVERIFY(standard.boolForKey(P::preferencesInitialised));
-    QCOMPARE(P::skippedFilePatterns(), P::skippedFilePatterns(*m_defaults));
 }
 
 QTEST_GUILESS_MAIN(tst_ZKPreferences)
