@@ -22,7 +22,6 @@ private Q_SLOTS:
     void resetAndBadSavedRate();
 
     void sumsFollowItemChanges();
-    void excludedCompletedItemsDropOut();
     void signalsSeeConsistentResults();
 
     void countsDownAndCompletes();
@@ -118,19 +117,6 @@ void TestZKRates::sumsFollowItemChanges() {
     tracker.setItem(&a, 0, 0);
     QCOMPARE(tracker.progress(), 0.0);     // no division by zero
     QVERIFY(tracker.items().contains(&a)); // completed items count by default
-}
-
-void TestZKRates::excludedCompletedItemsDropOut() {
-    ZKProgressTracker tracker;
-    tracker.setIncludeCompletedItems(false);
-    QObject done;
-    QObject busy;
-    tracker.setItem(&done, 30, 100);
-    tracker.setItem(&busy, 10, 50);
-    tracker.setItem(&done, 100, 100);
-    QVERIFY(!tracker.items().contains(&done));
-    QCOMPARE(tracker.progressBytes(), quint64(10));
-    QCOMPARE(tracker.totalBytes(), quint64(50));
 }
 
 void TestZKRates::signalsSeeConsistentResults() {
