@@ -845,9 +845,8 @@ void ZKQueueWindow::closeEvent(QCloseEvent *event) {
         event->ignore(); // the question already asked answers this too
         return;
     }
-    // A question of this queue is answered as cancelled before the window
-    // asks one of its own over it, as the user turned away from it.
-    presenter().dismissQuestions(this);
+    // A question of the queue stays up meanwhile: a window that is kept
+    // after all has it still to answer.
     if (!m_closeAgreed && !m_discardChanges &&
         (m_document->isEdited() || m_document->hasRunningTask())) {
         event->ignore();
@@ -857,8 +856,11 @@ void ZKQueueWindow::closeEvent(QCloseEvent *event) {
     // No question is shown here any more: one that a task asks while its
     // step winds down is answered as cancelled.
     m_closing = true;
-    // Not a byte is written once the window has gone.
+    // Not a byte is written once the window has gone. The steps stop before
+    // their questions are taken back, so that their tasks rest where they
+    // were instead of failing on a Cancel nobody gave.
     m_document->stopAllTasks();
+    presenter().dismissQuestions(this);
     event->accept();
     answerCloseRequests(true);
 }
