@@ -3,6 +3,7 @@
 #include "ZKPropertyListParser.h"
 
 #include "ZKLogging.h"
+#include "ZKPropertyListErrors.h"
 
 #include <QHash>
 
@@ -25,9 +26,10 @@ Registry &registry() {
     return *instance;
 }
 
-void fail(ZKError *error, qint64 code, const QString &message) {
+void fail(ZKError *error, ZKPropertyListErrors::Message message,
+          const QStringList &arguments = {}) {
     if (error) {
-        *error = ZKError::application(code, message);
+        *error = ZKPropertyListErrors::error(message, arguments);
     }
 }
 
@@ -36,8 +38,7 @@ void fail(ZKError *error, qint64 code, const QString &message) {
 ZKPropertyListParser::Factory factoryFor(const QVariantMap &dict, ZKError *error) {
     const auto type = dict.constFind(ZKPropertyListObject::typeKey);
     if (type == dict.constEnd()) {
-        fail(error, ZKErrorCode::unknownClass,
-             QStringLiteral("The property 'Type' was not found in the property list."));
+        fail(error, ZKPropertyListErrors::TypeNotFound);
         return {};
     }
     const QString typeName = type.value().toString();
@@ -53,14 +54,11 @@ ZKPropertyListParser::Factory factoryFor(const QVariantMap &dict, ZKError *error
         }
     }
     if (!isKnown) {
-        fail(error, ZKErrorCode::unknownClass,
-             QStringLiteral("'%1' is not recognised as a valid class name.").arg(typeName));
+        fail(error, ZKPropertyListErrors::UnknownClass, {typeName});
         return {};
     }
     if (!factory) {
-        fail(error, ZKErrorCode::noPropertyListSupport,
-             QStringLiteral("The '%1' class does not support initialisation from a property list.")
-                 .arg(typeName));
+        fail(error, ZKPropertyListErrors::NoPropertyListSupport, {typeName});
     }
     return factory;
 }

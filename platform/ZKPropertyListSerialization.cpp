@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKPropertyListSerialization.h"
 
+#include "ZKPropertyListErrors.h"
 #include "ZKPropertyListObject.h"
 
 #include <algorithm>
@@ -33,26 +34,32 @@ constexpr qint64 referenceDateOffset = 978307200;
 // Why a conversion failed, and where in the tree: each container on the way
 // back up prepends its key or index.
 struct Problem {
-    QString message;
+    ZKPropertyListErrors::Message message = ZKPropertyListErrors::MessageCount;
+    QStringList arguments;
     QStringList path;
 };
 
-QString describe(const Problem &problem) {
-    if (problem.path.isEmpty()) {
-        return problem.message;
-    }
-    return QStringLiteral("%1 (at '%2')").arg(problem.message, problem.path.join(QLatin1Char('/')));
+void note(Problem *problem, ZKPropertyListErrors::Message message,
+          const QStringList &arguments = {}) {
+    problem->message = message;
+    problem->arguments = arguments;
 }
 
-void setError(ZKError *error, qint64 code, const QString &message) {
+void noteTooDeep(Problem *problem, ZKPropertyListErrors::Message message) {
+    note(problem, message, {QString::number(ZKPropertyListSerialization::maximumNestingDepth)});
+}
+
+void setError(ZKError *error, const Problem &problem) {
     if (error) {
-        *error = ZKError::application(code, message);
+        *error = ZKPropertyListErrors::error(problem.message, problem.arguments, problem.path);
     }
 }
 
-QString tooDeepMessage() {
-    return QStringLiteral("The property list nests containers more than %1 levels deep.")
-        .arg(ZKPropertyListSerialization::maximumNestingDepth);
+void setError(ZKError *error, ZKPropertyListErrors::Message message,
+              const QStringList &arguments = {}) {
+    if (error) {
+        *error = ZKPropertyListErrors::error(message, arguments);
+    }
 }
 
 // ---------------------------------------------------------------------------
@@ -74,8 +81,7 @@ plist_t newUnsignedNode(quint64 value) {
 plist_t newStringNode(const QString &text, Problem *problem) {
     // libplist takes C strings: a NUL would silently cut the text short.
     if (text.contains(QChar(0))) {
-        problem->message = QStringLiteral("A text contains a null character, which a property list "
-                                          "cannot hold.");
+        note(problem, ZKPropertyListErrors::NullInText);
         return nullptr;
     }
     return plist_new_string(text.toUtf8().constData());
@@ -83,7 +89,7 @@ plist_t newStringNode(const QString &text, Problem *problem) {
 
 plist_t newDateNode(const QDateTime &date, Problem *problem) {
     if (!date.isValid()) {
-        problem->message = QStringLiteral("The property list contains an invalid date.");
+        note(problem, ZKPropertyListErrors::InvalidDate);
         return nullptr;
     }
     const qint64 msecs = date.toMSecsSinceEpoch();
@@ -98,9 +104,7 @@ plist_t newDateNode(const QDateTime &date, Problem *problem) {
     // it is kept out of files.
     if (relative <= std::numeric_limits<int32_t>::min() ||
         relative > std::numeric_limits<int32_t>::max()) {
-        problem->message =
-            QStringLiteral("The date %1 lies outside the range a property list can hold.")
-                .arg(date.toUTC().toString(Qt::ISODate));
+        note(problem, ZKPropertyListErrors::DateOutOfRange, {date.toUTC().toString(Qt::ISODate)});
         return nullptr;
     }
     return plist_new_date(int32_t(relative), int32_t(remainder * 1000));
@@ -111,8 +115,7 @@ plist_t nodeFromVariant(const QVariant &value, int depth, Problem *problem);
 bool appendToDictionary(plist_t dictionary, const QString &key, const QVariant &value, int depth,
                         Problem *problem) {
     if (key.contains(QChar(0))) {
-        problem->message = QStringLiteral("A dictionary key contains a null character, which a "
-                                          "property list cannot hold.");
+        note(problem, ZKPropertyListErrors::NullInKey);
         return false;
     }
     plist_t child = nodeFromVariant(value, depth, problem);
@@ -160,7 +163,7 @@ plist_t nodeFromVariant(const QVariant &value, int depth, Problem *problem) {
     const bool isContainer = type == QMetaType::QVariantMap || type == QMetaType::QVariantList ||
                              type == QMetaType::QStringList;
     if (isContainer && depth >= ZKPropertyListSerialization::maximumNestingDepth) {
-        problem->message = tooDeepMessage();
+        noteTooDeep(problem, ZKPropertyListErrors::TooDeepToWrite);
         return nullptr;
     }
     switch (type) {
@@ -197,9 +200,11 @@ plist_t nodeFromVariant(const QVariant &value, int depth, Problem *problem) {
         break;
     }
     const char *name = value.typeName();
-    problem->message =
-        QStringLiteral("The property list contains a value of type '%1', which cannot be saved.")
-            .arg(name ? QString::fromLatin1(name) : QStringLiteral("none"));
+    if (name) {
+        note(problem, ZKPropertyListErrors::UnsavableType, {QString::fromLatin1(name)});
+    } else {
+        note(problem, ZKPropertyListErrors::UnsavableUnnamedType);
+    }
     return nullptr;
 }
 
@@ -207,7 +212,7 @@ PlistPointer rootFromVariant(const QVariant &plist, ZKError *error) {
     Problem problem;
     PlistPointer root(nodeFromVariant(plist, 0, &problem));
     if (!root) {
-        setError(error, ZKPropertyListSerialization::unsupportedValueCode, describe(problem));
+        setError(error, problem);
     }
     return root;
 }
@@ -238,7 +243,7 @@ bool isContainerElement(QStringView name) {
 // Walks the elements of an XML property list: nesting depth, balance and
 // truncation. Values are left to libplist. The data goes to the reader a
 // piece at a time, so that a large file is not held twice more as text.
-bool checkXml(const QByteArray &data, QString *message) {
+bool checkXml(const QByteArray &data, Problem *problem) {
     constexpr qsizetype pieceSize = 64 * 1024;
     QXmlStreamReader reader;
     QStringDecoder decoder(QStringDecoder::Utf8);
@@ -255,7 +260,7 @@ bool checkXml(const QByteArray &data, QString *message) {
             // The plist element and a value element around the containers.
             if (containers > ZKPropertyListSerialization::maximumNestingDepth ||
                 open > ZKPropertyListSerialization::maximumNestingDepth + 2) {
-                *message = tooDeepMessage();
+                noteTooDeep(problem, ZKPropertyListErrors::TooDeepToRead);
                 return false;
             }
             continue;
@@ -273,14 +278,12 @@ bool checkXml(const QByteArray &data, QString *message) {
         if (reader.error() != QXmlStreamReader::PrematureEndOfDocumentError) {
             // Without a single element the data is no XML property list at
             // all, which libplist would have said.
-            *message = hasElements
-                           ? QStringLiteral("The property list data is not well-formed XML.")
-                           : QStringLiteral("The data is not a readable property list.");
+            note(problem, hasElements ? ZKPropertyListErrors::NotWellFormedXml
+                                      : ZKPropertyListErrors::NotPropertyList);
             return false;
         }
         if (given == data.size()) {
-            *message = QStringLiteral("The property list data ends before its elements are "
-                                      "closed; it may be truncated.");
+            note(problem, ZKPropertyListErrors::Truncated);
             return false;
         }
         const qsizetype length = std::min(pieceSize, data.size() - given);
@@ -322,12 +325,12 @@ public:
         , m_size(quint64(data.size()))
         , m_expansionLimit(qMax<quint64>(quint64(1) << 20, m_size * 16)) {}
 
-    bool check(QString *message) {
+    bool check(Problem *problem) {
         if (!readTrailer()) {
-            *message = damaged();
+            note(problem, ZKPropertyListErrors::BinaryDamaged);
             return false;
         }
-        return walk(message);
+        return walk(problem);
     }
 
 private:
@@ -345,8 +348,6 @@ private:
         bool finished;
         quint64 expanded;
     };
-
-    static QString damaged() { return QStringLiteral("The binary property list is damaged."); }
 
     bool readTrailer() {
         constexpr quint64 headerSize = 8;
@@ -415,11 +416,11 @@ private:
         return true;
     }
 
-    bool walk(QString *message) {
+    bool walk(Problem *problem) {
         bool isContainer = false;
         Container top;
         if (!readObject(m_topObject, &isContainer, &top)) {
-            *message = damaged();
+            note(problem, ZKPropertyListErrors::BinaryDamaged);
             return false;
         }
         if (!isContainer) {
@@ -438,7 +439,7 @@ private:
                 if (!stack.empty()) {
                     stack.back().expanded += done.expanded;
                     if (stack.back().expanded > m_expansionLimit) {
-                        *message = tooLarge();
+                        note(problem, ZKPropertyListErrors::TooManyReferences);
                         return false;
                     }
                 }
@@ -449,26 +450,25 @@ private:
                                                 m_referenceSize);
             ++frame.next;
             if (child >= m_objectCount) {
-                *message = damaged();
+                note(problem, ZKPropertyListErrors::BinaryDamaged);
                 return false;
             }
             Container container;
             if (!readObject(child, &isContainer, &container)) {
-                *message = damaged();
+                note(problem, ZKPropertyListErrors::BinaryDamaged);
                 return false;
             }
             if (!isContainer) {
                 frame.expanded += 1;
             } else if (const auto visit = visits.find(child); visit != visits.end()) {
                 if (!visit->second.finished) {
-                    *message = QStringLiteral("The binary property list contains a container "
-                                              "that includes itself.");
+                    note(problem, ZKPropertyListErrors::ContainerIncludesItself);
                     return false;
                 }
                 frame.expanded += visit->second.expanded;
             } else {
                 if (stack.size() >= size_t(ZKPropertyListSerialization::maximumNestingDepth)) {
-                    *message = tooDeepMessage();
+                    noteTooDeep(problem, ZKPropertyListErrors::TooDeepToRead);
                     return false;
                 }
                 visits[child] = {false, 0};
@@ -476,16 +476,11 @@ private:
                 continue;
             }
             if (frame.expanded > m_expansionLimit) {
-                *message = tooLarge();
+                note(problem, ZKPropertyListErrors::TooManyReferences);
                 return false;
             }
         }
         return true;
-    }
-
-    static QString tooLarge() {
-        return QStringLiteral("The binary property list refers to the same containers too often "
-                              "to be read safely.");
     }
 
     const uchar *m_data;
@@ -526,8 +521,7 @@ QVariant dateFromNode(plist_t node, Problem *problem) {
     plist_get_date_val(node, &seconds, &microseconds);
     // libplist answers the smallest value for dates it could not represent.
     if (seconds == std::numeric_limits<int32_t>::min()) {
-        problem->message =
-            QStringLiteral("The property list contains a date outside the readable range.");
+        note(problem, ZKPropertyListErrors::DateUnreadable);
         return {};
     }
     const qint64 msecs =
@@ -540,7 +534,7 @@ QVariant mapFromDictionary(plist_t node, int depth, Problem *problem) {
     plist_dict_iter iterator = nullptr;
     plist_dict_new_iter(node, &iterator);
     if (!iterator) {
-        problem->message = QStringLiteral("The property list could not be read.");
+        note(problem, ZKPropertyListErrors::NotRead);
         return {};
     }
     QVariant result;
@@ -584,7 +578,7 @@ QVariant variantFromNode(plist_t node, int depth, Problem *problem) {
     const plist_type type = node ? plist_get_node_type(node) : PLIST_NONE;
     if ((type == PLIST_DICT || type == PLIST_ARRAY) &&
         depth >= ZKPropertyListSerialization::maximumNestingDepth) {
-        problem->message = tooDeepMessage();
+        noteTooDeep(problem, ZKPropertyListErrors::TooDeepToRead);
         return {};
     }
     switch (type) {
@@ -621,8 +615,7 @@ QVariant variantFromNode(plist_t node, int depth, Problem *problem) {
     case PLIST_NONE:
         break;
     }
-    problem->message =
-        QStringLiteral("The property list contains a value of a kind that cannot be read.");
+    note(problem, ZKPropertyListErrors::UnreadableKind);
     return {};
 }
 
@@ -634,7 +627,7 @@ namespace {
 // buffer of their own that must be freed by the matching function.
 QByteArray writePropertyList(const QVariant &plist, ZKError *error,
                              void (*write)(plist_t, char **, uint32_t *), void (*release)(char *),
-                             const QString &failure) {
+                             ZKPropertyListErrors::Message failure) {
     PlistPointer root = rootFromVariant(plist, error);
     if (!root) {
         return {};
@@ -645,7 +638,7 @@ QByteArray writePropertyList(const QVariant &plist, ZKError *error,
     // A long queue's tree is as large as its text: let it go before the copy.
     root.reset();
     if (!bytes) {
-        setError(error, ZKPropertyListSerialization::unsupportedValueCode, failure);
+        setError(error, failure);
         return {};
     }
     QByteArray data(bytes, qsizetype(length));
@@ -658,35 +651,31 @@ QByteArray writePropertyList(const QVariant &plist, ZKError *error,
 QByteArray ZKPropertyListSerialization::dataFromPropertyList(const QVariant &plist,
                                                              ZKError *error) {
     return writePropertyList(plist, error, plist_to_xml, plist_to_xml_free,
-                             QStringLiteral("The property list could not be written as XML."));
+                             ZKPropertyListErrors::NotWrittenAsXml);
 }
 
 QByteArray ZKPropertyListSerialization::binaryDataFromPropertyList(const QVariant &plist,
                                                                    ZKError *error) {
-    return writePropertyList(
-        plist, error, plist_to_bin, plist_to_bin_free,
-        QStringLiteral("The property list could not be written in binary form."));
+    return writePropertyList(plist, error, plist_to_bin, plist_to_bin_free,
+                             ZKPropertyListErrors::NotWrittenAsBinary);
 }
 
 QVariant ZKPropertyListSerialization::propertyListFromData(const QByteArray &data, ZKError *error) {
     if (data.isEmpty()) {
-        setError(error, unreadableDataCode, QStringLiteral("The property list data is empty."));
+        setError(error, ZKPropertyListErrors::DataEmpty);
         return {};
     }
     if (data.size() > maximumDataSize) {
-        setError(error, unreadableDataCode,
-                 QStringLiteral("The property list data is %1 bytes long, more than the %2 bytes "
-                                "that can be read.")
-                     .arg(data.size())
-                     .arg(maximumDataSize));
+        setError(error, ZKPropertyListErrors::DataTooLarge,
+                 {QString::number(data.size()), QString::number(maximumDataSize)});
         return {};
     }
     const auto length = uint32_t(data.size());
     const bool isBinary = plist_is_binary(data.constData(), length) != 0;
-    QString message;
-    const bool isSafe = isBinary ? BinaryChecker(data).check(&message) : checkXml(data, &message);
+    Problem problem;
+    const bool isSafe = isBinary ? BinaryChecker(data).check(&problem) : checkXml(data, &problem);
     if (!isSafe) {
-        setError(error, unreadableDataCode, message);
+        setError(error, problem);
         return {};
     }
     plist_t parsed = nullptr;
@@ -697,15 +686,13 @@ QVariant ZKPropertyListSerialization::propertyListFromData(const QByteArray &dat
     }
     const PlistPointer root(parsed);
     if (!root) {
-        setError(error, unreadableDataCode,
-                 isBinary ? QStringLiteral("The binary property list is damaged.")
-                          : QStringLiteral("The data is not a readable property list."));
+        setError(error, isBinary ? ZKPropertyListErrors::BinaryDamaged
+                                 : ZKPropertyListErrors::NotPropertyList);
         return {};
     }
-    Problem problem;
     QVariant result = variantFromNode(parsed, 0, &problem);
     if (!result.isValid()) {
-        setError(error, unreadableDataCode, describe(problem));
+        setError(error, problem);
     }
     return result;
 }
