@@ -5,6 +5,7 @@
 #include "ZKReaderFactory.h"
 
 #include "ZKBookmark.h"
+#include "ZKEndpointErrors.h"
 #include "ZKFileSystemWriter.h"
 #include "ZKLogging.h"
 #include "ZKPartialFile.h"
@@ -34,10 +35,6 @@ const QString bookmarkKey = QStringLiteral("Bookmark");
 
 QString errnoText(int number) {
     return qt_error_string(number);
-}
-
-ZKError readError(const QString &message) {
-    return ZKError::application(ZKErrorCode::readFailed, message);
 }
 
 QByteArray joinPath(const QByteArray &parent, const QByteArray &name) {
@@ -113,18 +110,16 @@ QUrl standInUrl(int folderFd, const QByteArray &parent, const QByteArray &raw) {
 }
 
 QString invalidNameReason(const QByteArray &parent, const QByteArray &raw) {
-    return QStringLiteral("The name of '%1' is not valid UTF-8.")
-        .arg(joinText(parent, escapedName(raw)));
+    return ZKEndpointErrors::text(ZKEndpointErrors::InvalidName,
+                                  {joinText(parent, escapedName(raw))});
 }
 
 QString notCopyableReason(const QByteArray &path) {
-    return QStringLiteral("'%1' is not a regular file, folder or link.")
-        .arg(QFile::decodeName(path));
+    return ZKEndpointErrors::text(ZKEndpointErrors::NotCopyable, {QFile::decodeName(path)});
 }
 
 QString invalidTargetReason(const QByteArray &path) {
-    return QStringLiteral("The target of the link '%1' is not valid UTF-8.")
-        .arg(QFile::decodeName(path));
+    return ZKEndpointErrors::text(ZKEndpointErrors::InvalidLinkTarget, {QFile::decodeName(path)});
 }
 
 // FIFOs, sockets and devices: reading one would block or give no data.
@@ -464,7 +459,7 @@ bool ZKFileSystemReader::open() {
     if (!m_skipReason.isEmpty()) {
         closeHandle();
         markUncopyable();
-        setError(readError(m_skipReason));
+        setError(ZKError::application(ZKErrorCode::readFailed, m_skipReason));
         return false;
     }
     acquireBookmark();
@@ -473,7 +468,7 @@ bool ZKFileSystemReader::open() {
 
     if (m_url.isEmpty() || !m_url.isLocalFile() || m_url.toLocalFile().isEmpty() ||
         m_filename.isEmpty()) {
-        setError(readError(QStringLiteral("Invalid file path: '%1'").arg(m_url.toString())));
+        setError(ZKEndpointErrors::error(ZKEndpointErrors::InvalidFilePath, {m_url.toString()}));
         return false;
     }
     const QString path = m_url.toLocalFile();
@@ -485,8 +480,8 @@ bool ZKFileSystemReader::open() {
 
     struct statx attributes {};
     if (::statx(AT_FDCWD, encoded.constData(), AT_SYMLINK_NOFOLLOW, wanted, &attributes) != 0) {
-        setError(readError(QStringLiteral("Unable to determine the size of '%1': %2")
-                               .arg(path, errnoText(errno))));
+        setError(ZKEndpointErrors::error(ZKEndpointErrors::UnableToDetermineSize,
+                                         {path, errnoText(errno)}));
         return false;
     }
     m_exists = true;
@@ -496,8 +491,8 @@ bool ZKFileSystemReader::open() {
         QByteArray target(PATH_MAX, Qt::Uninitialized);
         const ssize_t length = ::readlink(encoded.constData(), target.data(), target.size());
         if (length < 0) {
-            setError(readError(QStringLiteral("Unable to resolve symbolic link '%1': %2")
-                                   .arg(path, errnoText(errno))));
+            setError(ZKEndpointErrors::error(ZKEndpointErrors::UnableToResolveLink,
+                                             {path, errnoText(errno)}));
             return false;
         }
         target.truncate(length);
@@ -519,7 +514,7 @@ bool ZKFileSystemReader::open() {
     // O_NONBLOCK: a FIFO put here meanwhile must not hang the open.
     const int fd = ::open(encoded.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0) {
-        setError(readError(QStringLiteral("Unable to open '%1': %2.").arg(path, errnoText(errno))));
+        setError(ZKEndpointErrors::error(ZKEndpointErrors::UnableToOpen, {path, errnoText(errno)}));
         return false;
     }
     struct stat opened {};
@@ -527,15 +522,14 @@ bool ZKFileSystemReader::open() {
         const int number = errno;
         ::close(fd);
         setError(
-            readError(QStringLiteral("Unable to open '%1': %2.").arg(path, errnoText(number))));
+            ZKEndpointErrors::error(ZKEndpointErrors::UnableToOpen, {path, errnoText(number)}));
         return false;
     }
     if (!S_ISREG(opened.st_mode)) {
         // A FIFO, socket or device has no size to copy; reading it would
         // either block or produce an empty copy without saying so.
         ::close(fd);
-        setError(readError(QStringLiteral("Unable to open '%1': %2.")
-                               .arg(path, QStringLiteral("it is not a regular file"))));
+        setError(ZKEndpointErrors::error(ZKEndpointErrors::NotRegularFile, {path}));
         return false;
     }
     // O_NONBLOCK stays: it changes nothing for a regular file.
@@ -672,8 +666,7 @@ QByteArray ZKFileSystemReader::readBlockOfLength(quint64 length) {
     }
     const QString path = m_url.toLocalFile();
     if (wanted > quint64(std::numeric_limits<qsizetype>::max())) {
-        setError(readError(QStringLiteral("Unable to read from '%1': %2.")
-                               .arg(path, QStringLiteral("the block is too large"))));
+        setError(ZKEndpointErrors::error(ZKEndpointErrors::BlockTooLarge, {path}));
         return {};
     }
     QByteArray data(qsizetype(wanted), Qt::Uninitialized);
@@ -684,17 +677,14 @@ QByteArray ZKFileSystemReader::readBlockOfLength(quint64 length) {
             if (errno == EINTR) {
                 continue;
             }
-            setError(readError(
-                QStringLiteral("Unable to read from '%1': %2.").arg(path, errnoText(errno))));
+            setError(ZKEndpointErrors::error(ZKEndpointErrors::UnableToReadFrom,
+                                             {path, errnoText(errno)}));
             return {};
         }
         if (count == 0) {
-            setError(readError(QStringLiteral("Unable to read from '%1': %2.")
-                                   .arg(path, QStringLiteral("the file became shorter while it "
-                                                             "was read (%1 bytes expected, it "
-                                                             "ends at %2)")
-                                                  .arg(m_size)
-                                                  .arg(m_offset + done))));
+            setError(ZKEndpointErrors::error(
+                ZKEndpointErrors::FileBecameShorter,
+                {path, QString::number(m_size), QString::number(m_offset + done)}));
             return {};
         }
         done += quint64(count);
@@ -709,8 +699,8 @@ bool ZKFileSystemReader::seekToPosition(quint64 position) {
     }
     if (::lseek(m_fd, off_t(position), SEEK_SET) < 0) {
         const int number = errno;
-        setError(readError(QStringLiteral("Unable to read from '%1': %2.")
-                               .arg(m_url.toLocalFile(), errnoText(number))));
+        setError(ZKEndpointErrors::error(ZKEndpointErrors::UnableToReadFrom,
+                                         {m_url.toLocalFile(), errnoText(number)}));
         return false;
     }
     m_offset = position;
@@ -778,8 +768,8 @@ ZKEnumerationResult ZKFileSystemReader::walkFileInfo(const QByteArray &root, QBy
                                                      const FileInfoBlock &block) {
     ZKEnumerationResult last = ZKEnumerationResultContinue;
     auto attributesError = [this](const QByteArray &path, const QString &reason) {
-        setError(readError(QStringLiteral("Unable to determine the size of '%1': %2")
-                               .arg(QFile::decodeName(path), reason)));
+        setError(ZKEndpointErrors::error(ZKEndpointErrors::UnableToDetermineSize,
+                                         {QFile::decodeName(path), reason}));
         return WalkStep::Fail;
     };
     auto visit = [&](const WalkEntry &entry) -> WalkStep {
@@ -993,7 +983,7 @@ std::shared_ptr<ZKWriter> ZKFileSystemReader::asWriter() {
     if (!m_skipReason.isEmpty()) {
         // Its url need not be its path: removing through it could remove
         // another item.
-        setError(readError(m_skipReason));
+        setError(ZKError::application(ZKErrorCode::readFailed, m_skipReason));
         return nullptr;
     }
     auto writer = m_isDirectory ? ZKFileSystemWriter::writerWithDirectory(m_url)

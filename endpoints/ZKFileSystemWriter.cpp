@@ -4,6 +4,7 @@
 #include "ZKPropertyListParser.h"
 
 #include "ZKBookmark.h"
+#include "ZKEndpointErrors.h"
 #include "ZKFileSystemReader.h"
 #include "ZKLogging.h"
 #include "ZKPartialFile.h"
@@ -37,31 +38,11 @@ QString errnoText(int number) {
     return qt_error_string(number);
 }
 
-ZKError createError(const QString &message) {
-    return ZKError::application(ZKErrorCode::createFailed, message);
-}
-
-ZKError writeError(const QString &message) {
-    return ZKError::application(ZKErrorCode::writeFailed, message);
-}
-
-ZKError systemError(int number, const QString &message) {
-    return ZKError(ZKFileSystemWriter::posixErrorDomain, number, message);
-}
-
 void logSetFailure(const char *attribute, const QString &value, int number) {
     qCWarning(lcEndpoints).noquote()
         << QStringLiteral("Unable to set %1 = '%2': %3")
                .arg(QLatin1String(attribute), value, errnoText(number));
 }
-
-ZKError linkInTheWay(const char *message, const QString &path) {
-    return createError(QString::fromLatin1(message).arg(path));
-}
-
-const char *const linkInPlaceOfFolder =
-    "Unable to create the folder '%1': a symbolic link stands in its place.";
-const char *const linkInPlaceOfFile = "Unable to create '%1': a symbolic link stands in its place.";
 
 bool isLinkAt(const QByteArray &path) {
     struct stat status {};
@@ -287,7 +268,7 @@ bool ZKFileSystemWriter::open() {
 
     if (m_url.isEmpty() || !m_url.isLocalFile() || path().isEmpty() || m_filename.isEmpty()) {
         const QString shown = m_url.isLocalFile() ? path() : m_url.toString();
-        setError(createError(QStringLiteral("Invalid path: '%1'").arg(shown)));
+        setError(ZKEndpointErrors::error(ZKEndpointErrors::InvalidPath, {shown}));
         return false;
     }
     const QString shownPath = path();
@@ -314,7 +295,9 @@ bool ZKFileSystemWriter::open() {
                                         : ::stat(encoded.constData(), &status)) == 0;
     const bool isFolder = exists && S_ISDIR(status.st_mode);
     if (exists && S_ISLNK(status.st_mode)) {
-        setError(linkInTheWay(m_isDirectory ? linkInPlaceOfFolder : linkInPlaceOfFile, shownPath));
+        setError(ZKEndpointErrors::error(m_isDirectory ? ZKEndpointErrors::LinkInPlaceOfFolder
+                                                       : ZKEndpointErrors::LinkInPlaceOfFile,
+                                         {shownPath}));
         return false;
     }
 
@@ -325,20 +308,20 @@ bool ZKFileSystemWriter::open() {
         QByteArray failedPath;
         const int number = makePath(encoded, &failedPath);
         if (number == EEXIST && failedPath == encoded && m_refusesLinks && isLinkAt(encoded)) {
-            setError(linkInTheWay(linkInPlaceOfFolder, shownPath));
+            setError(ZKEndpointErrors::error(ZKEndpointErrors::LinkInPlaceOfFolder, {shownPath}));
             return false;
         }
         if (number != 0) {
             setError(
-                systemError(number, QStringLiteral("Unable to create the folder '%1': %2.")
-                                        .arg(QFile::decodeName(failedPath), errnoText(number))));
+                ZKEndpointErrors::systemError(ZKEndpointErrors::UnableToCreateFolder, number,
+                                              {QFile::decodeName(failedPath), errnoText(number)}));
             return false;
         }
         return true;
     }
 
     if (isFolder) {
-        setError(createError(QStringLiteral("Unable to open '%1' as a file.").arg(shownPath)));
+        setError(ZKEndpointErrors::error(ZKEndpointErrors::FolderInPlaceOfFile, {shownPath}));
         return false;
     }
     m_size = exists ? quint64(status.st_size) : 0;
@@ -351,11 +334,11 @@ bool ZKFileSystemWriter::open() {
         if (fd < 0) {
             const int number = errno;
             if (number == EEXIST && m_refusesLinks && isLinkAt(encoded)) {
-                setError(linkInTheWay(linkInPlaceOfFile, shownPath));
+                setError(ZKEndpointErrors::error(ZKEndpointErrors::LinkInPlaceOfFile, {shownPath}));
                 return false;
             }
-            setError(createError(
-                QStringLiteral("Unable to create '%1': %2.").arg(shownPath, errnoText(number))));
+            setError(ZKEndpointErrors::error(ZKEndpointErrors::UnableToCreate,
+                                             {shownPath, errnoText(number)}));
             return false;
         }
     } else {
@@ -366,11 +349,11 @@ bool ZKFileSystemWriter::open() {
         if (fd < 0) {
             const int number = errno;
             if (number == ELOOP && m_refusesLinks && isLinkAt(encoded)) {
-                setError(linkInTheWay(linkInPlaceOfFile, shownPath));
+                setError(ZKEndpointErrors::error(ZKEndpointErrors::LinkInPlaceOfFile, {shownPath}));
                 return false;
             }
-            setError(createError(
-                QStringLiteral("Unable to open '%1': %2.").arg(shownPath, errnoText(number))));
+            setError(ZKEndpointErrors::error(ZKEndpointErrors::UnableToOpenForWriting,
+                                             {shownPath, errnoText(number)}));
             return false;
         }
     }
@@ -378,10 +361,13 @@ bool ZKFileSystemWriter::open() {
     const bool statted = ::fstat(fd, &opened) == 0;
     if (!statted || !S_ISREG(opened.st_mode)) {
         // A FIFO or device would swallow the data without keeping it.
-        const QString reason =
-            !statted ? errnoText(errno) : QStringLiteral("it is not a regular file");
+        const ZKError refusal =
+            !statted
+                ? ZKEndpointErrors::error(ZKEndpointErrors::UnableToOpenForWriting,
+                                          {shownPath, errnoText(errno)})
+                : ZKEndpointErrors::error(ZKEndpointErrors::NotRegularFileForWriting, {shownPath});
         ::close(fd);
-        setError(createError(QStringLiteral("Unable to open '%1': %2.").arg(shownPath, reason)));
+        setError(refusal);
         return false;
     }
     // O_NONBLOCK stays: it changes nothing for a regular file, and clearing
@@ -396,8 +382,8 @@ bool ZKFileSystemWriter::open() {
     if (end < 0) {
         const int number = errno;
         closeHandle();
-        setError(createError(QStringLiteral("Unable to seek to end of file '%1': %2")
-                                 .arg(shownPath, errnoText(number))));
+        setError(ZKEndpointErrors::error(ZKEndpointErrors::UnableToSeekToEnd,
+                                         {shownPath, errnoText(number)}));
         return false;
     }
     // Measured under the lock: the bytes a resumed copy continues from.
@@ -413,9 +399,7 @@ bool ZKFileSystemWriter::lockHandle(const QString &shownPath) {
     }
     const int number = errno;
     if (number == EWOULDBLOCK) {
-        setError(createError(
-            QStringLiteral("Unable to access '%1': another process is writing to the file.")
-                .arg(shownPath)));
+        setError(ZKEndpointErrors::error(ZKEndpointErrors::AnotherProcessWriting, {shownPath}));
         return false;
     }
     qCWarning(lcEndpoints).noquote() << QStringLiteral("Unable to lock '%1': %2 (%3).")
@@ -431,8 +415,7 @@ void ZKFileSystemWriter::close() {
 
 bool ZKFileSystemWriter::appendBlock(const QByteArray &data) {
     if (m_fd < 0) {
-        setError(
-            writeError(QStringLiteral("Unable to write data to unopened file '%1'.").arg(path())));
+        setError(ZKEndpointErrors::error(ZKEndpointErrors::WriteToUnopenedFile, {path()}));
         return false;
     }
     const char *bytes = data.constData();
@@ -444,8 +427,8 @@ bool ZKFileSystemWriter::appendBlock(const QByteArray &data) {
             if (number == EINTR) {
                 continue;
             }
-            setError(writeError(QStringLiteral("Unable to write data to '%1': %2.")
-                                    .arg(path(), errnoText(number))));
+            setError(ZKEndpointErrors::error(ZKEndpointErrors::UnableToWriteData,
+                                             {path(), errnoText(number)}));
             return false;
         }
         bytes += written;
@@ -456,7 +439,7 @@ bool ZKFileSystemWriter::appendBlock(const QByteArray &data) {
 
 std::shared_ptr<ZKWriter> ZKFileSystemWriter::createDirectory(const QString &name) {
     if (!m_isDirectory) {
-        setError(createError(QStringLiteral("Cannot create a directory in '%1'.").arg(path())));
+        setError(ZKEndpointErrors::error(ZKEndpointErrors::CannotCreateDirectoryIn, {path()}));
         return nullptr;
     }
     return childWriter(childPath(name), true);
@@ -464,7 +447,7 @@ std::shared_ptr<ZKWriter> ZKFileSystemWriter::createDirectory(const QString &nam
 
 std::shared_ptr<ZKWriter> ZKFileSystemWriter::createFile(const QString &name) {
     if (!m_isDirectory) {
-        setError(createError(QStringLiteral("Cannot create a file in '%1'.").arg(path())));
+        setError(ZKEndpointErrors::error(ZKEndpointErrors::CannotCreateFileIn, {path()}));
         return nullptr;
     }
     return childWriter(childPath(name), false);
@@ -473,7 +456,7 @@ std::shared_ptr<ZKWriter> ZKFileSystemWriter::createFile(const QString &name) {
 std::shared_ptr<ZKWriter> ZKFileSystemWriter::createLink(const QString &name,
                                                          const QString &target) {
     if (!m_isDirectory) {
-        setError(createError(QStringLiteral("Cannot create a symbolic link in '%1'.").arg(path())));
+        setError(ZKEndpointErrors::error(ZKEndpointErrors::CannotCreateLinkIn, {path()}));
         return nullptr;
     }
     const QByteArray child = childPath(name);
@@ -491,8 +474,8 @@ std::shared_ptr<ZKWriter> ZKFileSystemWriter::createLink(const QString &name,
     // is not removed first: whether to replace it was settled before copying.
     if (::symlink(wanted.constData(), child.constData()) != 0) {
         const int number = errno;
-        setError(systemError(number, QStringLiteral("Unable to create the symbolic link '%1': %2.")
-                                         .arg(QFile::decodeName(child), errnoText(number))));
+        setError(ZKEndpointErrors::systemError(ZKEndpointErrors::UnableToCreateLink, number,
+                                               {QFile::decodeName(child), errnoText(number)}));
         return nullptr;
     }
     return childWriter(child, false);
@@ -503,11 +486,13 @@ bool ZKFileSystemWriter::removeFile(const QString &name) {
     QByteArray failedPath;
     const int number = removeItem(AT_FDCWD, child, child, &failedPath);
     if (number != 0) {
-        const QString description = QStringLiteral("Unable to remove '%1': %2.")
-                                        .arg(QFile::decodeName(failedPath), errnoText(number));
-        qCWarning(lcEndpoints).noquote() << QStringLiteral("Unable to remove file \"%1\": %2")
-                                                .arg(QFile::decodeName(child), description);
-        setError(systemError(number, description));
+        const ZKError failure =
+            ZKEndpointErrors::systemError(ZKEndpointErrors::UnableToRemove, number,
+                                          {QFile::decodeName(failedPath), errnoText(number)});
+        qCWarning(lcEndpoints).noquote()
+            << QStringLiteral("Unable to remove file \"%1\": %2")
+                   .arg(QFile::decodeName(child), failure.localizedDescription());
+        setError(failure);
         return false;
     }
     return true;
@@ -530,12 +515,12 @@ bool ZKFileSystemWriter::renameItem(const QString &from, const QString &to, bool
     }
     if (result != 0) {
         const int number = errno;
-        setError(systemError(
-            number,
+        setError(
             number == EEXIST
-                ? QStringLiteral("A file named '%1' already exists.").arg(QFile::decodeName(toPath))
-                : QStringLiteral("Unable to rename '%1': %2.")
-                      .arg(QFile::decodeName(fromPath), errnoText(number))));
+                ? ZKEndpointErrors::systemError(ZKEndpointErrors::NameTaken, number,
+                                                {QFile::decodeName(toPath)})
+                : ZKEndpointErrors::systemError(ZKEndpointErrors::UnableToRename, number,
+                                                {QFile::decodeName(fromPath), errnoText(number)}));
         return false;
     }
     return true;
@@ -564,8 +549,8 @@ bool ZKFileSystemWriter::remove(const std::function<bool()> &isCancelled) {
     const int number =
         encoded.isEmpty() ? ENOENT : removeItem(AT_FDCWD, encoded, encoded, &failedPath);
     if (number != 0) {
-        setError(systemError(number, QStringLiteral("Unable to remove '%1': %2.")
-                                         .arg(QFile::decodeName(failedPath), errnoText(number))));
+        setError(ZKEndpointErrors::systemError(ZKEndpointErrors::UnableToRemove, number,
+                                               {QFile::decodeName(failedPath), errnoText(number)}));
     }
     releaseBookmark();
     return number == 0;

@@ -4,6 +4,7 @@
 #include "ZKPropertyListParser.h"
 #include "ZKReaderFactory.h"
 
+#include "ZKEndpointErrors.h"
 #include "ZKIcuDate.h"
 #include "ZKLogging.h"
 #include "ZKPartialFile.h"
@@ -270,8 +271,7 @@ QVariantMap ZKHttpReader::asPropertyList() const {
 bool ZKHttpReader::open() {
     if (m_url.isEmpty() || !m_url.isValid() || m_url.path().isEmpty() ||
         m_url.fileName().isEmpty() || safeFilename(m_url.fileName()).isEmpty()) {
-        setError(ZKError::application(ZKErrorCode::readFailed,
-                                      QStringLiteral("Invalid url: '%1'").arg(m_url.toString())));
+        setError(ZKEndpointErrors::error(ZKEndpointErrors::InvalidUrl, {m_url.toString()}));
         return false;
     }
     return seekToPosition(0);
@@ -415,18 +415,12 @@ void ZKHttpReader::responseHeadArrived(bool isFinal) {
     if (!rangeText.isEmpty() && !range.first) {
         // A piece that says nothing readable of its place, or a place
         // outside its own file: where its bytes belong is anyone's guess.
-        m_failure = ZKError::application(
-            ZKErrorCode::readFailed,
-            QStringLiteral("The server at %1 sent bytes of an invalid range.").arg(host()));
+        m_failure = ZKEndpointErrors::error(ZKEndpointErrors::InvalidRange, {host()});
         m_canSeek = false;
     } else if (range.first && *range.first != m_position) {
-        m_failure = ZKError::application(
-            ZKErrorCode::readFailed,
-            QStringLiteral("The server at %1 sent bytes from %2 on when asked for bytes "
-                           "from %3 on.")
-                .arg(host())
-                .arg(*range.first)
-                .arg(m_position));
+        m_failure = ZKEndpointErrors::error(
+            ZKEndpointErrors::WrongRange,
+            {host(), QString::number(*range.first), QString::number(m_position)});
         m_canSeek = false;
     }
     if (const std::optional<quint64> size =
@@ -459,9 +453,8 @@ void ZKHttpReader::errorStatusArrived(QNetworkReply &reply, int status) {
             reply.attribute(QNetworkRequest::HttpReasonPhraseAttribute).toByteArray(), status);
         const QString answer = phrase.isEmpty() ? QString::number(status)
                                                 : QStringLiteral("%1 %2").arg(status).arg(phrase);
-        m_failure = ZKError::application(
-            ZKErrorCode::readFailed,
-            QStringLiteral("The server answered %1 for '%2'.").arg(answer, m_url.fileName()));
+        m_failure =
+            ZKEndpointErrors::error(ZKEndpointErrors::ErrorStatus, {answer, m_url.fileName()});
         qCWarning(lcEndpoints) << "Download from" << m_url.toString()
                                << "failed:" << m_failure->localizedDescription();
     }
@@ -584,11 +577,9 @@ void ZKHttpReader::requestFinished() {
     } else if (m_announcedLength >= 0 && received < m_announcedLength && !m_failure) {
         // The client library takes a connection that closes early for the
         // end of the body; the file would then silently end short.
-        m_failure = ZKError(networkErrorDomain, qint64(QNetworkReply::RemoteHostClosedError),
-                            QStringLiteral("The connection to %1 closed after %2 of %3 bytes.")
-                                .arg(host())
-                                .arg(received)
-                                .arg(m_announcedLength));
+        m_failure = ZKEndpointErrors::error(
+            ZKEndpointErrors::ConnectionClosedEarly,
+            {host(), QString::number(received), QString::number(m_announcedLength)});
     }
     if (m_failure) {
         qCWarning(lcEndpoints) << "Download from" << m_url.toString()
@@ -665,9 +656,7 @@ bool ZKHttpReader::waitForResponse() {
             if (m_responseReceived) {
                 break;
             }
-            setError(ZKError::application(
-                ZKErrorCode::httpTimeout,
-                QStringLiteral("Timed out waiting for response from %1.").arg(host())));
+            setError(ZKEndpointErrors::error(ZKEndpointErrors::ResponseTimedOut, {host()}));
             return false;
         }
     }
@@ -691,9 +680,7 @@ bool ZKHttpReader::waitForData() {
             return false;
         }
         if (!runEventLoopOnce(until) && nothingQueued() && !m_requestCompleted) {
-            setError(ZKError::application(
-                ZKErrorCode::httpTimeout,
-                QStringLiteral("Timed out waiting for data from %1.").arg(host())));
+            setError(ZKEndpointErrors::error(ZKEndpointErrors::DataTimedOut, {host()}));
             return false;
         }
     }
