@@ -6,7 +6,6 @@
 #include "ZKLogging.h"
 #include "ZKReader.h"
 
-#include <QCoreApplication>
 #include <QRegularExpression>
 
 #include <cerrno>
@@ -55,8 +54,8 @@ void ZKFtpClient::setError(const ZKOptionalError &error) {
     m_error = error;
 }
 
-void ZKFtpClient::setClientError(qint64 code, const QString &description) {
-    setError(ZKError(errorDomain, code, description));
+void ZKFtpClient::setClientError(ZKFtpErrors::Message message, const QStringList &arguments) {
+    setError(ZKFtpErrors::error(message, arguments));
 }
 
 void ZKFtpClient::copySocketError(const ZKSocket &socket) {
@@ -78,7 +77,7 @@ void ZKFtpClient::connectToHost(const QString &host, qint32 port, bool secure) {
     m_secure = secure;
     m_host = host;
     if (host.isEmpty()) {
-        setClientError(2, QStringLiteral("No host specified."));
+        setClientError(ZKFtpErrors::NoHost);
         return;
     }
     disconnect();
@@ -123,7 +122,7 @@ void ZKFtpClient::retainConnection() {
 
 void ZKFtpClient::releaseConnection() {
     if (m_referenceCount == 0) {
-        setClientError(3, QStringLiteral("Released connection too many times."));
+        setClientError(ZKFtpErrors::ReleasedTooOften);
         return;
     }
     qCInfo(lcFtp) << "Released connection";
@@ -140,13 +139,11 @@ bool ZKFtpClient::isConnected() const {
 
 void ZKFtpClient::sendControlRequest(const QString &command, const QString &parameter) {
     if (!m_controlSocket) {
-        setClientError(1, QStringLiteral("Cannot send request: client is not connected."));
+        setClientError(ZKFtpErrors::SendWithoutConnection);
         return;
     }
     if (!isSafeParameter(parameter)) {
-        setClientError(1, QStringLiteral("Cannot send request: the parameter of %1 holds a line "
-                                         "break or a NUL character.")
-                              .arg(command));
+        setClientError(ZKFtpErrors::UnsafeParameter, {command});
         return;
     }
     const QString line = parameter.isEmpty() ? QStringLiteral("%1\r\n").arg(command)
@@ -182,16 +179,15 @@ bool ZKFtpClient::waitForControlData(Clock::time_point start, const QString &tas
 void ZKFtpClient::setTimedOut(const QString &task) {
     qCInfo(lcFtp) << "Timed out while" << task;
     // A server that sends only what is no reply has not answered either.
-    setClientError(3, QCoreApplication::translate(
-                          "ZKFtpClient", "The server did not answer within the time limit (%1 s).")
-                          .arg(ZKSocket::downloadTimeoutSeconds()));
+    setClientError(ZKFtpErrors::NoAnswerFromServer,
+                   {QString::number(ZKSocket::downloadTimeoutSeconds())});
 }
 
 std::optional<QString> ZKFtpClient::readControlResponse() {
     const Clock::time_point start = Clock::now();
     while (m_controlResponses.isEmpty()) {
         if (!m_controlSocket) {
-            setClientError(1, QStringLiteral("Cannot read response: client is not connected."));
+            setClientError(ZKFtpErrors::ReadWithoutConnection);
             break;
         }
         if (!waitForControlData(start, QStringLiteral("reading control response"))) {
@@ -265,7 +261,7 @@ void ZKFtpClient::askFeatures() {
             return;
         }
         if (data->isEmpty()) {
-            setClientError(1, QStringLiteral("The server closed the connection."));
+            setClientError(ZKFtpErrors::ServerClosedConnection);
             return;
         }
         text += QString::fromUtf8(*data);
@@ -296,17 +292,13 @@ void ZKFtpClient::beginPassiveConnection() {
     // A refusal is reported as a reply that cannot be used, with the server's
     // own text inside.
     if (!reply || error()) {
-        setClientError(
-            2, QStringLiteral("Unable to parse response '%1'").arg(reply.value_or(absentText)));
+        setClientError(ZKFtpErrors::UnparsableResponse, {reply.value_or(absentText)});
         return;
     }
     QString announced;
     qint32 port = 0;
     if (!ZKFtpReply::parsePassiveReply(*reply, &announced, &port) || port == 0) {
-        setClientError(2, QCoreApplication::translate(
-                              "ZKFtpClient", "Unable to parse response '%1': a passive address "
-                                             "is six numbers from 0 to 255 naming a port")
-                              .arg(*reply));
+        setClientError(ZKFtpErrors::UnparsablePassiveAddress, {*reply});
         return;
     }
     // The data goes where the control connection went, whatever address the
@@ -337,8 +329,7 @@ bool ZKFtpClient::beginExtendedPassiveConnection() {
     }
     qint32 port = 0;
     if (!reply || refusal || !ZKFtpReply::parseExtendedPassiveReply(*reply, &port)) {
-        setClientError(
-            2, QStringLiteral("Unable to parse response '%1'").arg(reply.value_or(absentText)));
+        setClientError(ZKFtpErrors::UnparsableResponse, {reply.value_or(absentText)});
         return true;
     }
     connectDataSocket(m_controlSocket->peerAddress(), port);
@@ -405,8 +396,7 @@ QByteArray ZKFtpClient::retrieveBlock() {
 QByteArray ZKFtpClient::retrieveBlockOfMaximumLength(quint64 length) {
     clearError();
     if (!m_dataSocket) {
-        setError(
-            ZKError(ZKSocket::errorDomain, ENOTCONN, QStringLiteral("socket is not connected")));
+        setError(ZKFtpErrors::error(ZKFtpErrors::SocketNotConnected));
         return {};
     }
     const std::optional<QByteArray> data = m_dataSocket->receiveDataOfMaximumLength(length);
@@ -462,8 +452,7 @@ void ZKFtpClient::beginStore(const QString &name) {
 void ZKFtpClient::storeBlock(const QByteArray &data) {
     clearError();
     if (!m_dataSocket) {
-        setError(
-            ZKError(ZKSocket::errorDomain, ENOTCONN, QStringLiteral("socket is not connected")));
+        setError(ZKFtpErrors::error(ZKFtpErrors::SocketNotConnected));
         return;
     }
     m_dataSocket->sendData(data);
@@ -589,9 +578,7 @@ bool ZKFtpClient::renameItem(const QString &fromPath, const QString &toPath) {
     // Only 350 lets RNTO follow: any other answer, even a success, means the
     // server is not waiting for a target, and RNTO would be taken on its own.
     if (!pending || !pending->startsWith(QLatin1String("350"))) {
-        setClientError(2, QCoreApplication::translate("ZKFtpClient",
-                                                      "The server did not accept renaming '%1': %2")
-                              .arg(fromPath, pending.value_or(absentText)));
+        setClientError(ZKFtpErrors::RenameNotAccepted, {fromPath, pending.value_or(absentText)});
         return false;
     }
     sendControlRequest(QStringLiteral("RNTO"), toPath);
@@ -600,9 +587,8 @@ bool ZKFtpClient::renameItem(const QString &fromPath, const QString &toPath) {
         return false;
     }
     if (!done || !done->startsWith(QLatin1Char('2'))) {
-        setClientError(2, QCoreApplication::translate(
-                              "ZKFtpClient", "The server did not finish renaming '%1' to '%2': %3")
-                              .arg(fromPath, toPath, done.value_or(absentText)));
+        setClientError(ZKFtpErrors::RenameNotFinished,
+                       {fromPath, toPath, done.value_or(absentText)});
         return false;
     }
     return true;
@@ -666,7 +652,7 @@ std::optional<QString> ZKFtpClient::receiveListing(const QString &command) {
     }
     std::optional<QString> text = ZKSocket::decodeUtf8(*listing);
     if (!text) {
-        setClientError(2, QStringLiteral("The server sent a listing that is not valid UTF-8."));
+        setClientError(ZKFtpErrors::ListingNotUtf8);
     }
     return text;
 }

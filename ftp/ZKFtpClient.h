@@ -3,6 +3,7 @@
 #pragma once
 
 #include "ZKError.h"
+#include "ZKFtpErrors.h"
 #include "ZKFtpItem.h"
 #include "ZKSocket.h"
 
@@ -151,7 +152,7 @@ private:
     ZKFtpItem itemFromSizeReply(const QString &name, const QString &reply) const;
 
     void setError(const ZKOptionalError &error);
-    void setClientError(qint64 code, const QString &description);
+    void setClientError(ZKFtpErrors::Message message, const QStringList &arguments = {});
     void copySocketError(const ZKSocket &socket);
     void clearError();
 

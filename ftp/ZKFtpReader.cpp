@@ -9,7 +9,6 @@
 #include "ZKLogging.h"
 #include "ZKPartialFile.h"
 
-#include <QCoreApplication>
 #include <QMimeDatabase>
 
 #include <algorithm>
@@ -26,15 +25,12 @@ constexpr int maximumDepth = 256;
 
 // Why a folder of host could not be listed: the folder is named by its path,
 // the top one by its server.
-QString listingFailure(const QStringList &folder, const QString &host, const QString &reason) {
+ZKError listingFailure(const QStringList &folder, const QString &host, const QString &reason) {
     if (folder.isEmpty()) {
-        return QCoreApplication::translate("ZKFtpReader",
-                                           "Unable to list files in the top folder of %1: %2")
-            .arg(host, reason);
+        return ZKFtpErrors::error(ZKFtpErrors::TopFolderNotListed, {host, reason});
     }
-    return QCoreApplication::translate("ZKFtpReader",
-                                       "Unable to list files in directory '/%1' on %2: %3")
-        .arg(folder.join(QLatin1Char('/')), host, reason);
+    return ZKFtpErrors::error(ZKFtpErrors::FolderNotListed,
+                              {folder.join(QLatin1Char('/')), host, reason});
 }
 
 } // namespace
@@ -144,20 +140,20 @@ QString ZKFtpReader::icon() const {
     return QMimeDatabase().mimeTypeForFile(m_filename, QMimeDatabase::MatchExtension).iconName();
 }
 
-void ZKFtpReader::fail(const QString &message) {
-    setError(ZKError::application(ZKErrorCode::readFailed, message));
+void ZKFtpReader::fail(ZKFtpErrors::Message message, const QStringList &arguments) {
+    setError(ZKFtpErrors::error(message, arguments));
 }
 
 bool ZKFtpReader::open() {
     close();
     clearError();
     if (!m_url.isValid() || m_url.isEmpty()) {
-        fail(QStringLiteral("Invalid url: '%1'").arg(m_url.toString()));
+        fail(ZKFtpErrors::ReaderInvalidUrl, {m_url.toString()});
         return false;
     }
     // The root's name is its server's.
     if (m_filename.isEmpty()) {
-        fail(QStringLiteral("No file or folder specified: '%1'").arg(m_url.toString()));
+        fail(ZKFtpErrors::NoItemSpecified, {m_url.toString()});
         return false;
     }
     m_hasMoreData = true;
@@ -166,15 +162,15 @@ bool ZKFtpReader::open() {
 
     // A child on its parent's connection: the listing told us what it is.
     const bool onSharedConnection = ftp()->isConnected();
-    if (const std::optional<QString> failure = logIn(m_url, QStringLiteral("'%1'").arg(host()))) {
-        fail(*failure);
+    if (const ZKOptionalError failure =
+            logIn(m_url, QStringLiteral("'%1'").arg(host()), ZKErrorCode::readFailed)) {
+        setError(*failure);
         return false;
     }
     if (ZKFtpUrl::isRoot(m_url)) {
         ftp()->changePath({});
         if (ftp()->error()) {
-            fail(QStringLiteral("Unable to find path '%1': %2")
-                     .arg(m_url.path(), clientDescription()));
+            fail(ZKFtpErrors::ReaderPathNotFound, {m_url.path(), clientDescription()});
             return false;
         }
         m_exists = true;
@@ -194,8 +190,7 @@ bool ZKFtpReader::open() {
         if (!m_modificationDate.isValid() && supportsRfc3659()) {
             const std::optional<QDateTime> date = remoteModificationDate(m_filename);
             if (!date) {
-                fail(QStringLiteral("Unable to open file '%1': %2")
-                         .arg(m_url.path(), clientDescription()));
+                fail(ZKFtpErrors::ReaderUnableToOpenFile, {m_url.path(), clientDescription()});
                 return false;
             }
             m_modificationDate = *date;
@@ -284,13 +279,13 @@ bool ZKFtpReader::seekToPosition(quint64 position) {
     }
     ftp()->changePath(parentPathComponents());
     if (ftp()->error()) {
-        fail(QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
+        fail(ZKFtpErrors::ReaderPathNotFound, {m_url.path(), clientDescription()});
         m_hasMoreData = false;
         return false;
     }
     ftp()->beginRetrieve(m_filename, position);
     if (ftp()->error()) {
-        fail(QStringLiteral("Unable to open file '%1': %2").arg(host(), clientDescription()));
+        fail(ZKFtpErrors::ReaderUnableToOpenFile, {host(), clientDescription()});
         m_hasMoreData = false;
         return false;
     }
@@ -321,17 +316,15 @@ QByteArray ZKFtpReader::readBlockOfMaximumLength(quint64 length) {
     }
     const QByteArray data = ftp()->retrieveBlockOfMaximumLength(wanted);
     if (ftp()->error()) {
-        fail(QStringLiteral("Unable to read file '%1': %2").arg(host(), clientDescription()));
+        fail(ZKFtpErrors::UnableToReadFile, {host(), clientDescription()});
     }
     if (data.isEmpty()) {
         m_hasMoreData = false;
         if (!ftp()->error() && sizeIsKnown() && m_position < m_size) {
             // Never end a file short without saying so: the data connection
             // closed before the size the server gave.
-            fail(QStringLiteral("Unable to read file '%1': %2")
-                     .arg(host(), QStringLiteral("the data connection closed after %1 of %2 bytes")
-                                      .arg(m_position)
-                                      .arg(m_size)));
+            fail(ZKFtpErrors::DataConnectionClosedEarly,
+                 {host(), QString::number(m_position), QString::number(m_size)});
         }
         return data;
     }
@@ -354,7 +347,7 @@ QByteArray ZKFtpReader::readBlockOfLength(quint64 length) {
 std::optional<QList<ZKFtpItem>> ZKFtpReader::listWorkingDirectory() {
     std::optional<QList<ZKFtpItem>> items = ftp()->listItems();
     if (!items) {
-        fail(listingFailure(ftp()->currentPath(), host(), clientDescription()));
+        setError(listingFailure(ftp()->currentPath(), host(), clientDescription()));
         return std::nullopt;
     }
     // A name that is not one plain entry ("../x", "a/b", "/etc/x") would put
@@ -364,10 +357,9 @@ std::optional<QList<ZKFtpItem>> ZKFtpReader::listWorkingDirectory() {
         if (!ZKFtpItem::isPlainName(item.name())) {
             qCWarning(lcFtp) << "Refusing the listing of" << ftp()->currentPath() << "on" << host()
                              << "for the entry" << item.name();
-            fail(listingFailure(ftp()->currentPath(), host(),
-                                QStringLiteral("the server listed the entry '%1', which is not "
-                                               "a plain file name")
-                                    .arg(item.name())));
+            setError(
+                listingFailure(ftp()->currentPath(), host(),
+                               ZKFtpErrors::text(ZKFtpErrors::EntryNotPlainName, {item.name()})));
             return std::nullopt;
         }
     }
@@ -381,7 +373,7 @@ ZKEnumerationResult ZKFtpReader::enumerateFileInfoWithBlock(const FileInfoBlock 
     clearError();
     ftp()->changePath(ZKFtpUrl::pathComponents(m_url));
     if (ftp()->error()) {
-        fail(QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
+        fail(ZKFtpErrors::ReaderPathNotFound, {m_url.path(), clientDescription()});
         return ZKEnumerationResultStop;
     }
     return walkFileInfo(block, 0);
@@ -389,9 +381,9 @@ ZKEnumerationResult ZKFtpReader::enumerateFileInfoWithBlock(const FileInfoBlock 
 
 ZKEnumerationResult ZKFtpReader::walkFileInfo(const FileInfoBlock &block, int depth) {
     if (depth >= maximumDepth) {
-        fail(listingFailure(
+        setError(listingFailure(
             ftp()->currentPath(), host(),
-            QStringLiteral("the folders nest more than %1 levels deep").arg(maximumDepth)));
+            ZKFtpErrors::text(ZKFtpErrors::FoldersNestTooDeep, {QString::number(maximumDepth)})));
         return ZKEnumerationResultStop;
     }
     const std::optional<QList<ZKFtpItem>> items = listWorkingDirectory();
@@ -423,8 +415,7 @@ ZKEnumerationResult ZKFtpReader::walkFileInfo(const FileInfoBlock &block, int de
         }
         ftp()->changePath(here + QStringList{item.name()});
         if (ftp()->error()) {
-            fail(QStringLiteral("Unable to find path '%1': %2")
-                     .arg(info.url.path(), clientDescription()));
+            fail(ZKFtpErrors::ReaderPathNotFound, {info.url.path(), clientDescription()});
             return ZKEnumerationResultStop;
         }
         // A stop inside a subfolder ends only that subfolder; an error
@@ -445,7 +436,7 @@ quint64 ZKFtpReader::calculateDirectorySizeFollowingLinks(bool followLinks,
     }
     ftp()->changePath(ZKFtpUrl::pathComponents(m_url));
     if (ftp()->error()) {
-        fail(QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
+        fail(ZKFtpErrors::ReaderPathNotFound, {m_url.path(), clientDescription()});
         return 0;
     }
     bool stopped = false;
@@ -503,7 +494,7 @@ ZKEnumerationResult ZKFtpReader::enumerateContentsOfDirectoryWithBlock(const Rea
     }
     ftp()->changePath(ZKFtpUrl::pathComponents(m_url));
     if (ftp()->error()) {
-        fail(QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
+        fail(ZKFtpErrors::ReaderPathNotFound, {m_url.path(), clientDescription()});
         return ZKEnumerationResultStop;
     }
     const std::optional<QList<ZKFtpItem>> items = listWorkingDirectory();
@@ -524,18 +515,16 @@ ZKEnumerationResult ZKFtpReader::enumerateContentsOfDirectoryWithBlock(const Rea
 std::optional<ZKFtpItem> ZKFtpReader::findItem(const QStringList &folder, const QString &name) {
     ftp()->changePath(folder);
     if (ftp()->error()) {
-        fail(QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
+        fail(ZKFtpErrors::ReaderPathNotFound, {m_url.path(), clientDescription()});
         return std::nullopt;
     }
     std::optional<ZKFtpItem> item = ftp()->itemWithName(name);
     if (!item) {
         const ZKOptionalError clientError = ftp()->error();
         if (clientError && clientError->code() == 550) {
-            fail(QStringLiteral("Unable to open file '%1': No such file or directory")
-                     .arg(m_url.path()));
+            fail(ZKFtpErrors::NoSuchFile, {m_url.path()});
         } else {
-            fail(QStringLiteral("Unable to open file '%1': %2")
-                     .arg(m_url.path(), clientDescription()));
+            fail(ZKFtpErrors::ReaderUnableToOpenFile, {m_url.path(), clientDescription()});
         }
     }
     return item;
@@ -562,8 +551,7 @@ std::optional<ZKFileInfo> ZKFtpReader::fileInfoForChild(const QString &name) {
     if (!info.modificationDate.isValid() && item->type() == ZKFtpItem::File && supportsRfc3659()) {
         const std::optional<QDateTime> date = remoteModificationDate(last);
         if (!date) {
-            fail(QStringLiteral("Unable to open file '%1': %2")
-                     .arg(m_url.path(), clientDescription()));
+            fail(ZKFtpErrors::ReaderUnableToOpenFile, {m_url.path(), clientDescription()});
             return std::nullopt;
         }
         info.modificationDate = *date;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "ZKFtpClient.h"
+#include "ZKFtpErrors.h"
 #include "ZKFtpItem.h"
 #include "ZKFtpSession.h"
 #include "ZKReader.h"
@@ -124,7 +125,7 @@ private:
     std::optional<QDateTime> remoteModificationDate(const QString &name);
     // Compares what open() found with the version seen first.
     void noteVersion();
-    void fail(const QString &message);
+    void fail(ZKFtpErrors::Message message, const QStringList &arguments = {});
     // The entry called name in folder, after failing with the reason the
     // user sees when the folder or the entry cannot be found.
     std::optional<ZKFtpItem> findItem(const QStringList &folder, const QString &name);

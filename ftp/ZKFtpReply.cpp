@@ -2,13 +2,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKFtpReply.h"
 
+#include "ZKFtpErrors.h"
+
 #include <algorithm>
 #include <limits>
 
 namespace {
-
-// The client's domain (ZKFtpClient::errorDomain holds the same text).
-const QString ftpErrorDomain = QStringLiteral("com.velmarind.ftp.ErrorDomain");
 
 bool isAsciiDigit(QChar c) {
     return c >= QLatin1Char('0') && c <= QLatin1Char('9');
@@ -41,8 +40,7 @@ QStringList ZKFtpReply::finalLines(const QString &text) {
 
 ZKOptionalError ZKFtpReply::errorOf(const QString &line) {
     if (line.size() < 4) {
-        return ZKError(ftpErrorDomain, 1,
-                       QStringLiteral("Invalid response from ftp server: '%1'").arg(line));
+        return ZKFtpErrors::error(ZKFtpErrors::InvalidResponse, {line});
     }
     const QChar first = line.at(0);
     if (first != QLatin1Char('4') && first != QLatin1Char('5')) {
@@ -59,9 +57,10 @@ ZKOptionalError ZKFtpReply::errorOf(const QString &line) {
         }
         code = code * 10 + (c.unicode() - '0');
     }
-    const QString description =
-        line.size() == 4 ? QStringLiteral("Error code %1").arg(digits) : line.mid(4);
-    return ZKError(ftpErrorDomain, code, description);
+    if (line.size() == 4) {
+        return ZKFtpErrors::error(ZKFtpErrors::RefusalWithoutText, code, {digits});
+    }
+    return ZKFtpErrors::serverRefusal(code, line.mid(4));
 }
 
 qint64 ZKFtpReply::leadingInteger(QStringView text) {

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKFtpSession.h"
 
+#include "ZKFtpErrors.h"
 #include "ZKFtpUrl.h"
 #include "ZKKeyChain.h"
 
@@ -77,7 +78,7 @@ void ZKFtpSession::writeAccount(QVariantMap &propertyList, const QUrl &url) cons
     propertyList.insert(supportsRfc3659Key, m_supportsRfc3659);
 }
 
-std::optional<QString> ZKFtpSession::logIn(const QUrl &url, const QString &shownHost) {
+ZKOptionalError ZKFtpSession::logIn(const QUrl &url, const QString &shownHost, qint64 code) {
     m_connected = true;
     if (m_ftp->isConnected()) {
         m_ftp->retainConnection();
@@ -89,11 +90,13 @@ std::optional<QString> ZKFtpSession::logIn(const QUrl &url, const QString &shown
     }
     m_ftp->connectToHost(url.host(), ZKFtpUrl::controlPort(url), ZKFtpUrl::isSecure(url));
     if (m_ftp->error()) {
-        return QStringLiteral("Unable to connect to %1: %2").arg(shownHost, clientDescription());
+        return ZKFtpErrors::error(ZKFtpErrors::UnableToConnect, code,
+                                  {shownHost, clientDescription()});
     }
     m_ftp->loginWithUsername(m_username, m_password.value_or(QString()));
     if (m_ftp->error()) {
-        return QStringLiteral("Unable to log in to %1: %2").arg(shownHost, clientDescription());
+        return ZKFtpErrors::error(ZKFtpErrors::UnableToLogIn, code,
+                                  {shownHost, clientDescription()});
     }
     return std::nullopt;
 }
@@ -107,5 +110,6 @@ void ZKFtpSession::releaseConnection() {
 
 QString ZKFtpSession::clientDescription() const {
     const ZKOptionalError clientError = m_ftp->error();
-    return clientError ? clientError->localizedDescription() : QStringLiteral("unknown error");
+    return clientError ? clientError->localizedDescription()
+                       : ZKFtpErrors::text(ZKFtpErrors::UnknownError);
 }

@@ -66,8 +66,8 @@ protected:
     // connects to the host of url and logs in, with the stored password when
     // none is given. Either way the endpoint holds a use of the connection
     // until releaseConnection(). Answers what failed, with the host written
-    // as shownHost, or nothing.
-    std::optional<QString> logIn(const QUrl &url, const QString &shownHost);
+    // as shownHost and with code, or nothing.
+    ZKOptionalError logIn(const QUrl &url, const QString &shownHost, qint64 code);
     bool holdsConnection() const { return m_connected; }
     void releaseConnection();
     // The client's last error, for a message.

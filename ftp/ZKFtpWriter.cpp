@@ -121,14 +121,14 @@ QVariantMap ZKFtpWriter::asPropertyList() const {
     return propertyList;
 }
 
-void ZKFtpWriter::fail(qint64 code, const QString &message) {
-    setError(ZKError::application(code, message));
+void ZKFtpWriter::fail(ZKFtpErrors::Message message, const QStringList &arguments) {
+    setError(ZKFtpErrors::error(message, arguments));
 }
 
 bool ZKFtpWriter::connect() {
     // The host without quotes, unlike the reader's message.
-    if (const std::optional<QString> failure = logIn(m_url, host())) {
-        fail(ZKErrorCode::createFailed, *failure);
+    if (const ZKOptionalError failure = logIn(m_url, host(), ZKErrorCode::createFailed)) {
+        setError(*failure);
         return false;
     }
     return true;
@@ -138,7 +138,7 @@ bool ZKFtpWriter::open() {
     close();
     clearError();
     if (!m_url.isValid() || m_url.isEmpty()) {
-        fail(ZKErrorCode::createFailed, QStringLiteral("Invalid url: '%1'").arg(m_url.toString()));
+        fail(ZKFtpErrors::WriterInvalidUrl, {m_url.toString()});
         return false;
     }
     const bool root = ZKFtpUrl::isRoot(m_url);
@@ -149,15 +149,13 @@ bool ZKFtpWriter::open() {
         }
         ftp()->changePath({});
         if (ftp()->error()) {
-            fail(ZKErrorCode::createFailed, QStringLiteral("Unable to find path '%1': %2")
-                                                .arg(m_url.path(), clientDescription()));
+            fail(ZKFtpErrors::WriterPathNotFound, {m_url.path(), clientDescription()});
             return false;
         }
         return true;
     }
     if (m_url.path().isEmpty() || m_filename.isEmpty()) {
-        fail(ZKErrorCode::createFailed,
-             QStringLiteral("No folder specified: '%1'").arg(m_url.toString()));
+        fail(ZKFtpErrors::NoFolderSpecified, {m_url.toString()});
         return false;
     }
     if (!connect()) {
@@ -165,8 +163,7 @@ bool ZKFtpWriter::open() {
     }
     ftp()->changePath(parentPathComponents());
     if (ftp()->error()) {
-        fail(ZKErrorCode::createFailed,
-             QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
+        fail(ZKFtpErrors::WriterPathNotFound, {m_url.path(), clientDescription()});
         return false;
     }
     const std::optional<ZKFtpItem> item = ftp()->itemWithName(m_filename);
@@ -175,9 +172,7 @@ bool ZKFtpWriter::open() {
         if (!item) {
             ftp()->createDirectory(m_filename);
             if (ftp()->error()) {
-                fail(ZKErrorCode::createFailed,
-                     QStringLiteral("Unable to create directory '%1': %2")
-                         .arg(m_url.path(), clientDescription()));
+                fail(ZKFtpErrors::UnableToCreateDirectory, {m_url.path(), clientDescription()});
                 return false;
             }
         }
@@ -186,8 +181,7 @@ bool ZKFtpWriter::open() {
     m_size = item ? item->size() : 0;
     ftp()->beginStore(m_filename);
     if (ftp()->error()) {
-        fail(ZKErrorCode::writeFailed,
-             QStringLiteral("Unable to open file '%1': %2").arg(m_url.path(), clientDescription()));
+        fail(ZKFtpErrors::WriterUnableToOpenFile, {m_url.path(), clientDescription()});
         return false;
     }
     m_uploading = true;
@@ -212,35 +206,28 @@ void ZKFtpWriter::close() {
 // send here succeeded: only the server's own word counts.
 void ZKFtpWriter::checkStoredFile() {
     if (ftp()->error()) {
-        fail(ZKErrorCode::writeFailed, QStringLiteral("Unable to write to file '%1': %2")
-                                           .arg(m_url.path(), clientDescription()));
+        fail(ZKFtpErrors::UnableToWriteFile, {m_url.path(), clientDescription()});
         return;
     }
     const quint64 expected = m_size + m_appended;
     const std::optional<ZKFtpItem> item = ftp()->itemWithName(m_filename);
     // A server without SIZE has said all it will in its reply.
     if (item && item->type() == ZKFtpItem::File && item->size() != expected) {
-        fail(ZKErrorCode::writeFailed,
-             QStringLiteral("Unable to write to file '%1': the server holds %2 bytes of %3")
-                 .arg(m_url.path())
-                 .arg(item->size())
-                 .arg(expected));
+        fail(ZKFtpErrors::StoredSizeDiffers,
+             {m_url.path(), QString::number(item->size()), QString::number(expected)});
     }
 }
 
 bool ZKFtpWriter::appendBlock(const QByteArray &data) {
     if (!m_uploading) {
         // The shared client's data connection may belong to someone else.
-        fail(ZKErrorCode::writeFailed,
-             QStringLiteral("Unable to write to file '%1': %2")
-                 .arg(m_url.path(), QStringLiteral("the file is not open for writing")));
+        fail(ZKFtpErrors::NotOpenForWriting, {m_url.path()});
         return false;
     }
     ftp()->storeBlock(data);
     m_appended += quint64(data.size());
     if (ftp()->error()) {
-        fail(ZKErrorCode::writeFailed, QStringLiteral("Unable to write to file '%1': %2")
-                                           .arg(m_url.path(), clientDescription()));
+        fail(ZKFtpErrors::UnableToWriteFile, {m_url.path(), clientDescription()});
         return false;
     }
     return true;
@@ -263,16 +250,13 @@ std::shared_ptr<ZKWriter> ZKFtpWriter::createFile(const QString &name) {
 
 std::shared_ptr<ZKWriter> ZKFtpWriter::createChild(const QString &name, bool isDirectory) {
     if (!m_isDirectory) {
-        fail(ZKErrorCode::createFailed,
-             QStringLiteral("Cannot create a %1 in '%2'.")
-                 .arg(isDirectory ? QStringLiteral("directory") : QStringLiteral("file"),
-                      m_url.path()));
+        fail(isDirectory ? ZKFtpErrors::CannotCreateDirectoryIn : ZKFtpErrors::CannotCreateFileIn,
+             {m_url.path()});
         return nullptr;
     }
     ftp()->changePath(ZKFtpUrl::pathComponents(m_url));
     if (ftp()->error()) {
-        fail(ZKErrorCode::createFailed,
-             QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
+        fail(ZKFtpErrors::WriterPathNotFound, {m_url.path(), clientDescription()});
         return nullptr;
     }
     return makeChild(name, isDirectory);
@@ -280,35 +264,32 @@ std::shared_ptr<ZKWriter> ZKFtpWriter::createChild(const QString &name, bool isD
 
 std::shared_ptr<ZKWriter> ZKFtpWriter::createLink(const QString &name, const QString &target) {
     Q_UNUSED(target);
-    fail(ZKErrorCode::createFailed, QStringLiteral("Cannot create a symbolic link at '%1'.")
-                                        .arg(ZKFtpUrl::childUrl(m_url, name, false).path()));
+    fail(ZKFtpErrors::CannotCreateLink, {ZKFtpUrl::childUrl(m_url, name, false).path()});
     return nullptr;
 }
 
 // Where the commands about this folder's items are sent from; refusal says
 // what a file writer cannot do.
-bool ZKFtpWriter::enterFolder(const QString &refusal) {
+bool ZKFtpWriter::enterFolder(ZKFtpErrors::Message refusal) {
     if (!m_isDirectory) {
-        fail(ZKErrorCode::createFailed, refusal.arg(m_url.path()));
+        fail(refusal, {m_url.path()});
         return false;
     }
     ftp()->changePath(ZKFtpUrl::pathComponents(m_url));
     if (ftp()->error()) {
-        fail(ZKErrorCode::createFailed,
-             QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
+        fail(ZKFtpErrors::WriterPathNotFound, {m_url.path(), clientDescription()});
         return false;
     }
     return true;
 }
 
 bool ZKFtpWriter::removeFile(const QString &name) {
-    if (!enterFolder(QStringLiteral("Cannot remove a file from '%1'."))) {
+    if (!enterFolder(ZKFtpErrors::CannotRemoveFileFrom)) {
         return false;
     }
     ftp()->removeFile(name);
     if (ftp()->error()) {
-        fail(ZKErrorCode::createFailed,
-             QStringLiteral("Unable to remove file '%1': %2").arg(name, clientDescription()));
+        fail(ZKFtpErrors::UnableToRemoveFile, {name, clientDescription()});
         return false;
     }
     return true;
@@ -319,7 +300,7 @@ bool ZKFtpWriter::canRenameItems() {
 }
 
 bool ZKFtpWriter::renameItem(const QString &from, const QString &to, bool replace) {
-    if (!enterFolder(QStringLiteral("Cannot rename a file in '%1'."))) {
+    if (!enterFolder(ZKFtpErrors::CannotRenameIn)) {
         return false;
     }
     // The servers replace an existing name on RNTO: what the user has there
@@ -330,15 +311,12 @@ bool ZKFtpWriter::renameItem(const QString &from, const QString &to, bool replac
         const bool taken = opened && folder->fileInfoForChild(to).has_value();
         folder->close();
         if (taken) {
-            fail(ZKErrorCode::conflict,
-                 QStringLiteral("A file named '%1' already exists.").arg(m_url.path() + u'/' + to));
+            fail(ZKFtpErrors::NameTaken, {m_url.path() + u'/' + to});
             return false;
         }
     }
     if (!ftp()->renameItem(from, to)) {
-        fail(
-            ZKErrorCode::createFailed,
-            QStringLiteral("Unable to rename '%1' to '%2': %3").arg(from, to, clientDescription()));
+        fail(ZKFtpErrors::UnableToRename, {from, to, clientDescription()});
         return false;
     }
     return true;
@@ -357,8 +335,7 @@ bool ZKFtpWriter::removeContents(const std::function<bool()> &isCancelled) {
         if (!writer->open() || !writer->remove(isCancelled)) {
             childError = writer->error();
             if (!childError) {
-                childError =
-                    ZKError::application(ZKErrorCode::createFailed, QStringLiteral("cancelled"));
+                childError = ZKFtpErrors::error(ZKFtpErrors::Cancelled);
             }
         }
         writer->close();
@@ -368,9 +345,7 @@ bool ZKFtpWriter::removeContents(const std::function<bool()> &isCancelled) {
         childError = reader->error();
     }
     if (childError) {
-        fail(ZKErrorCode::createFailed, QStringLiteral("Unable to remove contents of directory "
-                                                       "'%1': %2")
-                                            .arg(m_filename, childError->localizedDescription()));
+        fail(ZKFtpErrors::UnableToRemoveContents, {m_filename, childError->localizedDescription()});
         return false;
     }
     return true;
@@ -381,9 +356,7 @@ bool ZKFtpWriter::remove(const std::function<bool()> &isCancelled) {
         return false;
     }
     if (removalDepth >= maximumRemovalDepth) {
-        fail(ZKErrorCode::createFailed,
-             QStringLiteral("Unable to remove directory '%1': %2")
-                 .arg(m_filename, QStringLiteral("the folders nest too deeply")));
+        fail(ZKFtpErrors::FoldersNestTooDeeply, {m_filename});
         return false;
     }
     // A writer made from a source reader is asked to remove without having
@@ -396,8 +369,7 @@ bool ZKFtpWriter::remove(const std::function<bool()> &isCancelled) {
 
     ftp()->changePath(parentPathComponents());
     if (ftp()->error()) {
-        fail(ZKErrorCode::createFailed,
-             QStringLiteral("Unable to find path '%1': %2").arg(m_url.path(), clientDescription()));
+        fail(ZKFtpErrors::WriterPathNotFound, {m_url.path(), clientDescription()});
         return false;
     }
     if (m_isDirectory) {
@@ -412,14 +384,12 @@ bool ZKFtpWriter::remove(const std::function<bool()> &isCancelled) {
         }
         ftp()->changePath(parentPathComponents());
         if (ftp()->error()) {
-            fail(ZKErrorCode::createFailed, QStringLiteral("Unable to find path '%1': %2")
-                                                .arg(m_url.path(), clientDescription()));
+            fail(ZKFtpErrors::WriterPathNotFound, {m_url.path(), clientDescription()});
             return false;
         }
         ftp()->removeDirectory(m_filename);
         if (ftp()->error()) {
-            fail(ZKErrorCode::createFailed, QStringLiteral("Unable to remove directory '%1': %2")
-                                                .arg(m_filename, clientDescription()));
+            fail(ZKFtpErrors::UnableToRemoveDirectory, {m_filename, clientDescription()});
             return false;
         }
         return true;
@@ -429,8 +399,7 @@ bool ZKFtpWriter::remove(const std::function<bool()> &isCancelled) {
     m_uploading = false;
     ftp()->removeFile(m_filename);
     if (ftp()->error()) {
-        fail(ZKErrorCode::createFailed,
-             QStringLiteral("Unable to remove file '%1': %2").arg(m_filename, clientDescription()));
+        fail(ZKFtpErrors::UnableToRemoveFile, {m_filename, clientDescription()});
         return false;
     }
     return true;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "ZKFtpClient.h"
+#include "ZKFtpErrors.h"
 #include "ZKFtpSession.h"
 #include "ZKWriter.h"
 
@@ -101,8 +102,8 @@ private:
     // Connects and logs in when the client is not connected yet, else takes
     // one more use of its connection.
     bool connect();
-    void fail(qint64 code, const QString &message);
-    bool enterFolder(const QString &refusal);
+    void fail(ZKFtpErrors::Message message, const QStringList &arguments = {});
+    bool enterFolder(ZKFtpErrors::Message refusal);
     void checkStoredFile();
     QString host() const { return m_url.host(); }
     std::shared_ptr<ZKFtpWriter> makeChild(const QString &name, bool isDirectory);

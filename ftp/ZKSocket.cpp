@@ -25,7 +25,6 @@
 #include <sys/time.h>
 #include <unistd.h>
 
-#include <QCoreApplication>
 #include <QHostAddress>
 #include <QStringDecoder>
 
@@ -120,17 +119,14 @@ void ZKSocket::setSystemError(int number, bool receiving) {
 // The system's words for it ("Resource temporarily unavailable") would not
 // tell the user that the server went silent.
 void ZKSocket::setTimeoutError(bool receiving) {
-    const QString text =
-        receiving
-            ? QCoreApplication::translate("ZKSocket",
-                                          "The server did not answer within the time limit (%1 s).")
-            : QCoreApplication::translate("ZKSocket",
-                                          "The server took no data within the time limit (%1 s).");
-    setError(ZKError(errorDomain, ETIMEDOUT, text.arg(m_limitSeconds)));
+    setError(
+        ZKFtpErrors::error(receiving ? ZKFtpErrors::ReceiveTimedOut : ZKFtpErrors::SendTimedOut,
+                           {QString::number(m_limitSeconds)}));
 }
 
 void ZKSocket::setNotConnectedError() {
-    setError(ZKError(errorDomain, errno, QStringLiteral("socket is not connected")));
+    const int number = errno;
+    setError(ZKFtpErrors::error(ZKFtpErrors::SocketNotConnected, number, {}));
 }
 
 void ZKSocket::clearError() {
@@ -160,12 +156,11 @@ void ZKSocket::connectWithFlags(const QString &host, qint32 port, int flags) {
     if (port < 0 || port > 65535 ||
         ::getaddrinfo(name.constData(), service.constData(), &hints, &addresses) != 0 ||
         !addresses) {
-        const QString text =
-            (flags & AI_NUMERICHOST)
-                ? QCoreApplication::translate("ZKSocket", "'%1' is not a network address")
-                : QCoreApplication::translate("ZKSocket", "Unrecognised host name '%1'");
         // The code is errno as it stands, not the resolver's own result.
-        setError(ZKError(errorDomain, errno, text.arg(host)));
+        const int number = errno;
+        setError(ZKFtpErrors::error((flags & AI_NUMERICHOST) ? ZKFtpErrors::NotNetworkAddress
+                                                             : ZKFtpErrors::UnknownHostName,
+                                    number, {host}));
         if (addresses) {
             ::freeaddrinfo(addresses);
         }
@@ -239,7 +234,7 @@ void ZKSocket::send(const QByteArray &data, int flags) {
     while (left > 0 && m_ssl) {
         const int sent = SSL_write(m_ssl, remaining, int(std::min<size_t>(left, 1 << 30)));
         if (sent <= 0) {
-            setTlsError(QStringLiteral("Sending over TLS"), sent);
+            setTlsError(ZKFtpErrors::SendingOverTlsFailed, {}, sent);
             return;
         }
         remaining += sent;
@@ -427,13 +422,13 @@ ssize_t ZKSocket::receiveInto(char *buffer, size_t length, int flags) {
         if (filled > 0) {
             break; // the failure shows at the next receive
         }
-        setTlsError(QStringLiteral("Receiving over TLS"), received);
+        setTlsError(ZKFtpErrors::ReceivingOverTlsFailed, {}, received);
         return -1;
     }
     return ssize_t(filled);
 }
 
-void ZKSocket::setTlsError(const QString &what, int result) {
+void ZKSocket::setTlsError(ZKFtpErrors::Message message, const QStringList &arguments, int result) {
     const int savedErrno = errno;
     const int kind = SSL_get_error(m_ssl, result);
     const unsigned long queued = ERR_get_error();
@@ -446,10 +441,10 @@ void ZKSocket::setTlsError(const QString &what, int result) {
     } else {
         char reason[256] = {};
         ERR_error_string_n(queued, reason, sizeof reason);
-        setError(ZKError(errorDomain, EPROTO,
-                         QStringLiteral("%1 failed: %2")
-                             .arg(what, queued ? QString::fromLatin1(reason)
-                                               : QStringLiteral("the connection was cut"))));
+        setError(ZKFtpErrors::error(
+            message,
+            arguments + QStringList{queued ? QString::fromLatin1(reason)
+                                           : ZKFtpErrors::text(ZKFtpErrors::ConnectionCut)}));
     }
     errno = savedErrno;
 }
@@ -485,7 +480,7 @@ bool ZKSocket::startTls(const QString &host, const ZKSocket *resumeFrom) {
         result = SSL_connect(m_ssl);
     } while (result != 1 && SSL_get_error(m_ssl, result) == SSL_ERROR_SYSCALL && errno == EINTR);
     if (result != 1) {
-        setTlsError(QStringLiteral("The TLS handshake with %1").arg(host), result);
+        setTlsError(ZKFtpErrors::TlsHandshakeFailed, {host}, result);
         disconnect();
         return false;
     }
@@ -496,7 +491,7 @@ bool ZKSocket::startTls(const QString &host, const ZKSocket *resumeFrom) {
     if (fingerprint.isEmpty() ||
         (verdict != X509_V_OK && !ZKTrustedCertificates::isTrusted(fingerprint))) {
         const QString reason = fingerprint.isEmpty()
-                                   ? QStringLiteral("it sent none")
+                                   ? ZKFtpErrors::text(ZKFtpErrors::NoCertificate)
                                    : QString::fromLatin1(X509_verify_cert_error_string(verdict));
         setError(ZKError(errorDomain, EPROTO,
                          ZKTrustedCertificates::refusal(host, reason, fingerprint)));
@@ -552,9 +547,7 @@ bool ZKSocket::waitUntilSent() {
             previous = pending;
             progressed = now;
         } else if (now - progressed >= limit) {
-            setError(ZKError(
-                errorDomain, ETIMEDOUT,
-                QStringLiteral("Timed out while sending: %1 bytes were never taken").arg(pending)));
+            setError(ZKFtpErrors::error(ZKFtpErrors::DataNeverTaken, {QString::number(pending)}));
             return false;
         }
         std::this_thread::sleep_for(milliseconds(10));

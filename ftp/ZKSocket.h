@@ -3,6 +3,7 @@
 #pragma once
 
 #include "ZKError.h"
+#include "ZKFtpErrors.h"
 
 #include <QByteArray>
 #include <QString>
@@ -123,7 +124,8 @@ private:
     void send(const QByteArray &data, int flags);
     // One receive, through TLS when it is on: like recv, -1 with errno set.
     ssize_t receiveInto(char *buffer, size_t length, int flags);
-    void setTlsError(const QString &what, int result);
+    // The reason the library gives fills the message's last argument.
+    void setTlsError(ZKFtpErrors::Message message, const QStringList &arguments, int result);
     void endTls();
     void setError(ZKError error);
     // EAGAIN after a blocking call is the socket's time limit running out.
