@@ -7,6 +7,7 @@
 #include "ZKMainQueue.h"
 #include "ZKPropertyListParser.h"
 #include "ZKPropertyListSerialization.h"
+#include "ZKQueueFileErrors.h"
 #include "ZKQueueState.h"
 #include "ZKSchedulePanel.h"
 #include "ZKSpeedLimitPanel.h"
@@ -65,30 +66,34 @@ bool isNumber(const QVariant &value) {
 // largest file offset is no count of bytes at all.
 QString numberProblem(const QVariant &value, bool whole) {
     if (!isNumber(value)) {
-        return QStringLiteral("has the wrong type");
+        return ZKQueueFileErrors::text(ZKQueueFileErrors::HasWrongType);
     }
     constexpr qint64 largest = std::numeric_limits<qint64>::max();
     switch (value.typeId()) {
     case QMetaType::Double: {
         const double number = value.toDouble();
         if (!std::isfinite(number)) {
-            return QStringLiteral("is not a finite number");
+            return ZKQueueFileErrors::text(ZKQueueFileErrors::NotFiniteNumber);
         }
         if (number < 0) {
-            return QStringLiteral("is negative");
+            return ZKQueueFileErrors::text(ZKQueueFileErrors::IsNegative);
         }
         if (whole && number != std::floor(number)) {
-            return QStringLiteral("is not a whole number");
+            return ZKQueueFileErrors::text(ZKQueueFileErrors::NotWholeNumber);
         }
-        return whole && number >= double(largest) ? QStringLiteral("is out of range") : QString();
+        return whole && number >= double(largest)
+                   ? ZKQueueFileErrors::text(ZKQueueFileErrors::IsOutOfRange)
+                   : QString();
     }
     case QMetaType::UInt:
         return {};
     case QMetaType::ULongLong:
-        return value.toULongLong() > quint64(largest) ? QStringLiteral("is out of range")
-                                                      : QString();
+        return value.toULongLong() > quint64(largest)
+                   ? ZKQueueFileErrors::text(ZKQueueFileErrors::IsOutOfRange)
+                   : QString();
     default:
-        return value.toLongLong() < 0 ? QStringLiteral("is negative") : QString();
+        return value.toLongLong() < 0 ? ZKQueueFileErrors::text(ZKQueueFileErrors::IsNegative)
+                                      : QString();
     }
 }
 
@@ -96,10 +101,10 @@ QString numberProblem(const QVariant &value, bool whole) {
 // written as "Unknown (n)" and has no meaning to load.
 QString nameProblem(const QVariant &value) {
     if (value.typeId() != QMetaType::QString) {
-        return QStringLiteral("has the wrong type");
+        return ZKQueueFileErrors::text(ZKQueueFileErrors::HasWrongType);
     }
     return value.toString().startsWith(QStringLiteral("Unknown ("))
-               ? QStringLiteral("is out of range")
+               ? ZKQueueFileErrors::text(ZKQueueFileErrors::IsOutOfRange)
                : QString();
 }
 
@@ -139,7 +144,7 @@ bool ZKQueueFile::validatePropertyList(const QVariantMap &plist, QString *reason
     };
     if (plist.value(ZKPropertyListObject::typeKey).toString() != kDocumentType ||
         plist.value(ZKPropertyListObject::typeKey).typeId() != QMetaType::QString) {
-        return fail(QStringLiteral("it is not a Ferrowick queue"));
+        return fail(ZKQueueFileErrors::text(ZKQueueFileErrors::NotAQueue));
     }
     const auto check = [&](const QString &key, auto isRightType) {
         return !plist.contains(key) || isRightType(plist.value(key));
@@ -170,14 +175,16 @@ bool ZKQueueFile::validatePropertyList(const QVariantMap &plist, QString *reason
     };
     for (const auto &[key, rule] : rules) {
         if (!check(key, rule)) {
-            return fail(QStringLiteral("the entry \"%1\" has the wrong type").arg(key));
+            return fail(ZKQueueFileErrors::text(ZKQueueFileErrors::EntryOfWrongType, {key}));
         }
     }
 
     // Every value is checked before any task is made: a loaded task may at
     // once resume its step.
-    const auto problem = [&](const QVariantMap &dict, const QString &key, const QString &where,
-                             auto rule) {
+    // task: the number of the task whose entry it is; place: which of the
+    // entry messages tells it.
+    const auto problem = [&](const QVariantMap &dict, const QString &key,
+                             ZKQueueFileErrors::Message place, const QString &task, auto rule) {
         if (!dict.contains(key)) {
             return false;
         }
@@ -190,9 +197,9 @@ bool ZKQueueFile::validatePropertyList(const QVariantMap &plist, QString *reason
         if (shown.size() > 40) {
             shown = shown.left(40) + QStringLiteral("...");
         }
-        fail(QStringLiteral("the entry \"%1\"%2 %3%4")
-                 .arg(key, where, text,
-                      shown.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(shown)));
+        const QString read = shown.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(shown);
+        fail(ZKQueueFileErrors::text(place, task.isEmpty() ? QStringList{key, text, read}
+                                                           : QStringList{key, task, text, read}));
         return true;
     };
     const auto count = [](const QVariant &v) {
@@ -201,11 +208,12 @@ bool ZKQueueFile::validatePropertyList(const QVariantMap &plist, QString *reason
     const auto rate = [](const QVariant &v) {
         return numberProblem(v, false);
     };
-    if (problem(plist, kState, QString(), nameProblem) ||
-        problem(plist, kDefaultTransferMode, QString(), nameProblem) ||
-        problem(plist, kDataRate, QString(), rate) ||
+    if (problem(plist, kState, ZKQueueFileErrors::EntryProblem, QString(), nameProblem) ||
+        problem(plist, kDefaultTransferMode, ZKQueueFileErrors::EntryProblem, QString(),
+                nameProblem) ||
+        problem(plist, kDataRate, ZKQueueFileErrors::EntryProblem, QString(), rate) ||
         problem(plist.value(kSpeedLimit).toMap(), kSpeedLimitRate,
-                QStringLiteral(" of the speed limit"), count)) {
+                ZKQueueFileErrors::EntryOfSpeedLimitProblem, QString(), count)) {
         return false;
     }
     const QVariantList tasks = plist.value(kTasks).toList();
@@ -214,13 +222,14 @@ bool ZKQueueFile::validatePropertyList(const QVariantMap &plist, QString *reason
             continue; // kept unread by the loader
         }
         const QVariantMap task = tasks[i].toMap();
-        const QString where = QStringLiteral(" of task %1").arg(i + 1);
-        if (problem(task, kTaskProgressBytes, where, count) ||
-            problem(task, kTaskTotalBytes, where, count) ||
-            problem(task, kTaskMaximumTransferRate, where, count) ||
-            problem(task, kTaskDataRate, where, rate) ||
-            problem(task, kTaskState, where, nameProblem) ||
-            problem(task, kTaskTransferMode, where, nameProblem)) {
+        const QString number = QString::number(i + 1);
+        const auto of = ZKQueueFileErrors::EntryOfTaskProblem;
+        if (problem(task, kTaskProgressBytes, of, number, count) ||
+            problem(task, kTaskTotalBytes, of, number, count) ||
+            problem(task, kTaskMaximumTransferRate, of, number, count) ||
+            problem(task, kTaskDataRate, of, number, rate) ||
+            problem(task, kTaskState, of, number, nameProblem) ||
+            problem(task, kTaskTransferMode, of, number, nameProblem)) {
             return false;
         }
     }
@@ -268,9 +277,7 @@ bool ZKQueueFile::readPropertyListFromFile(const QString &path, QVariantMap *pli
             reason.chop(1);
         }
         if (error) {
-            *error = ZKError::application(
-                ZKErrorCode::unknownClass,
-                QStringLiteral("The queue \"%1\" cannot be opened: %2.").arg(path, reason));
+            *error = ZKQueueFileErrors::error(ZKQueueFileErrors::CannotBeOpened, {path, reason});
         }
         qCInfo(lcEngine).noquote() << "Unable to load" << path << reason;
         return false;
@@ -280,7 +287,7 @@ bool ZKQueueFile::readPropertyListFromFile(const QString &path, QVariantMap *pli
         return fail(file.errorString());
     }
     if (file.size() > ZKPropertyListSerialization::maximumDataSize) {
-        return fail(QStringLiteral("the file is too large to be a queue"));
+        return fail(ZKQueueFileErrors::text(ZKQueueFileErrors::TooLargeForQueue));
     }
     const QByteArray data = file.readAll();
     ZKError parseError;
@@ -289,7 +296,7 @@ bool ZKQueueFile::readPropertyListFromFile(const QString &path, QVariantMap *pli
         return fail(parseError.localizedDescription());
     }
     if (value.typeId() != QMetaType::QVariantMap) {
-        return fail(QStringLiteral("it is not a Ferrowick queue"));
+        return fail(ZKQueueFileErrors::text(ZKQueueFileErrors::NotAQueue));
     }
     QString reason;
     if (!validatePropertyList(value.toMap(), &reason)) {
@@ -313,9 +320,8 @@ bool ZKQueueFile::writePropertyListToFile(const QVariantMap &plist, const QStrin
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(data) != data.size() || !file.commit()) {
         if (error) {
-            *error = ZKError::application(ZKErrorCode::writeFailed,
-                                          QStringLiteral("Unable to save the queue \"%1\": %2.")
-                                              .arg(path, file.errorString()));
+            *error = ZKQueueFileErrors::error(ZKQueueFileErrors::CannotBeSaved,
+                                              {path, file.errorString()});
         }
         return false;
     }
@@ -471,8 +477,7 @@ bool ZKQueueFile::saveToFile(const QString &path, ZKError *error) {
 bool ZKQueueFile::revertToSaved(ZKError *error) {
     if (m_document.m_fileName.isEmpty()) {
         if (error) {
-            *error = ZKError::application(ZKErrorCode::readFailed,
-                                          QStringLiteral("The queue has never been saved."));
+            *error = ZKQueueFileErrors::error(ZKQueueFileErrors::NeverSaved);
         }
         return false;
     }
