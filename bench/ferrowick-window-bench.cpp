@@ -16,6 +16,7 @@
 #include "ZKPreferences.h"
 #include "ZKQueueState.h"
 #include "ZKQueueWindow.h"
+#include "ZKTaskListModel.h"
 #include "ZKTaskState.h"
 #include "ZKTaskView.h"
 #include "ZKUserDefaults.h"
@@ -227,7 +228,7 @@ int main(int argc, char **argv) {
         auto *prototype = new ZKTaskView;
         for (int i = 0; i < 200; ++i) {
             auto *row = prototype->copy();
-            row->setRepresentedObject(window->document()->objectInTasksAtIndex(i));
+            row->setRow(&window->document()->taskListModel(), i);
             row->setParent(window);
             row->show();
             copies << row;

@@ -8,13 +8,13 @@
 #include "ZKMimeDataPasteboard.h"
 #include "ZKTaskQueue.h"
 
+#include <QAbstractItemModel>
 #include <QDrag>
 #include <QDragEnterEvent>
 #include <QDragLeaveEvent>
 #include <QDragMoveEvent>
 #include <QDropEvent>
 #include <QFocusEvent>
-#include <QHash>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QParallelAnimationGroup>
@@ -23,6 +23,7 @@
 #include <QtMath>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 int milliseconds(double seconds) {
@@ -80,80 +81,181 @@ ZKListView::~ZKListView() {
     }
 }
 
-void ZKListView::setContent(const QList<Object> &content) {
-    m_content = content;
+void ZKListView::setModel(QAbstractItemModel *model) {
+    // A model going away has already cleared the pointer to it.
+    if (model && model == m_model) {
+        return;
+    }
+    for (const auto &connection : std::as_const(m_modelConnections)) {
+        disconnect(connection);
+    }
+    m_modelConnections.clear();
+    m_entriesBefore.clear();
+    m_model = model;
+    connectModel();
+    // Every row shows its entry anew.
+    m_rowAnimations->stop();
+    for (qsizetype i = 0; i < m_shownCount; ++i) {
+        m_reusableItems.at(i)->viewDidDisappear();
+        m_reusableItems.at(i)->setRow(nullptr, -1);
+    }
+    m_shownCount = 0;
     refresh();
 }
 
-void ZKListView::insertObject(Object object, qsizetype index) {
-    insertContent({std::move(object)}, {index});
+qsizetype ZKListView::count() const {
+    return m_model ? m_model->rowCount() : 0;
 }
 
-void ZKListView::removeObjectFromContentAtIndex(qsizetype index) {
-    removeContentAtIndexes({index});
-}
-
-void ZKListView::insertContent(const QList<Object> &objects, const QList<qsizetype> &indexes) {
-    if (objects.size() != indexes.size()) {
-        qWarning("ZKListView: %lld entries to insert at %lld indexes; nothing inserted",
-                 static_cast<long long>(objects.size()), static_cast<long long>(indexes.size()));
+void ZKListView::connectModel() {
+    QAbstractItemModel *model = m_model;
+    if (!model) {
         return;
     }
-    for (qsizetype i = 0; i < indexes.size(); ++i) {
-        const bool ascending = i == 0 || indexes.at(i) > indexes.at(i - 1);
-        if (!ascending || indexes.at(i) < 0 || indexes.at(i) > m_content.size() + i) {
-            qWarning("ZKListView: insertion index %lld is out of order or range; nothing inserted",
-                     static_cast<long long>(indexes.at(i)));
-            return;
-        }
-    }
-    changeContent([&] {
-        // Each index is final, so inserting in ascending order puts every
-        // entry where it belongs.
-        for (qsizetype i = 0; i < indexes.size(); ++i) {
-            m_content.insert(indexes.at(i), objects.at(i));
-        }
+    // Only the rows of the root are shown.
+    m_modelConnections = {
+        connect(model, &QAbstractItemModel::rowsInserted, this,
+                [this](const QModelIndex &parent, int first, int last) {
+                    if (!parent.isValid()) {
+                        rowsInserted(first, last);
+                    }
+                }),
+        connect(model, &QAbstractItemModel::rowsRemoved, this,
+                [this](const QModelIndex &parent, int first, int last) {
+                    if (!parent.isValid()) {
+                        rowsRemoved(first, last);
+                    }
+                }),
+        connect(model, &QAbstractItemModel::rowsMoved, this,
+                [this](const QModelIndex &parent, int first, int last,
+                       const QModelIndex &destination, int row) {
+                    if (!parent.isValid() && !destination.isValid()) {
+                        rowsMoved(first, last, row);
+                    }
+                }),
+        connect(model, &QAbstractItemModel::modelAboutToBeReset, this,
+                &ZKListView::rememberEntries),
+        connect(model, &QAbstractItemModel::modelReset, this, &ZKListView::entriesReordered),
+        connect(model, &QAbstractItemModel::layoutAboutToBeChanged, this,
+                &ZKListView::rememberEntries),
+        connect(model, &QAbstractItemModel::layoutChanged, this, &ZKListView::entriesReordered),
+        connect(model, &QAbstractItemModel::dataChanged, this,
+                [this](const QModelIndex &topLeft, const QModelIndex &bottomRight,
+                       const QList<int> &roles) {
+                    if (topLeft.isValid() && !topLeft.parent().isValid()) {
+                        rowDataChanged(topLeft.row(), bottomRight.row(), roles);
+                    }
+                }),
+        connect(model, &QObject::destroyed, this, [this] { setModel(nullptr); }),
+    };
+}
+
+void ZKListView::rowsInserted(int first, int last) {
+    const qsizetype added = last - first + 1;
+    followChange({
+        [first, added](qsizetype row) { return row < first ? row : row + added; },
+        [first, last, added](qsizetype row) {
+            return row < first ? row : row <= last ? qsizetype(-1) : row - added;
+        },
     });
 }
 
-void ZKListView::removeContentAtIndexes(const QList<qsizetype> &indexes) {
-    QList<qsizetype> sorted = indexes;
-    std::sort(sorted.begin(), sorted.end());
-    sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
-    if (!sorted.isEmpty() && (sorted.first() < 0 || sorted.last() >= m_content.size())) {
-        qWarning("ZKListView: removal index out of range (%lld entries); nothing removed",
-                 static_cast<long long>(m_content.size()));
-        return;
-    }
-    if (sorted.isEmpty()) {
-        return;
-    }
-    changeContent([&] {
-        for (auto it = sorted.crbegin(); it != sorted.crend(); ++it) {
-            m_content.removeAt(*it);
-        }
+void ZKListView::rowsRemoved(int first, int last) {
+    const qsizetype taken = last - first + 1;
+    followChange({
+        [first, last, taken](qsizetype row) {
+            return row < first ? row : row <= last ? qsizetype(-1) : row - taken;
+        },
+        [first, taken](qsizetype row) { return row < first ? row : row + taken; },
     });
 }
 
-void ZKListView::moveItemFromIndex(qsizetype from, qsizetype to) {
-    if (from < 0 || from >= m_content.size()) {
-        qWarning("ZKListView: no entry %lld to move", static_cast<long long>(from));
+void ZKListView::rowsMoved(int first, int last, int destination) {
+    // Qt counts the destination before the rows are taken out.
+    const qsizetype length = last - first + 1;
+    const qsizetype to = destination > last ? destination - length : destination;
+    if (to == first) {
         return;
     }
-    if (to < 0 || to > m_content.size()) {
-        to = m_content.size();
-    }
-    changeContent([&] {
-        Object object = m_content.takeAt(from);
-        m_content.insert(from < to ? to - 1 : to, std::move(object));
+    // The moved run lands at to; what lay between its old and new places
+    // closes up behind it.
+    followChange({
+        [first, last, to, length](qsizetype row) {
+            if (row >= first && row <= last) {
+                return to + row - first;
+            }
+            const qsizetype after = row > last ? row - length : row;
+            return after >= to ? after + length : after;
+        },
+        [first, to, length](qsizetype row) {
+            if (row >= to && row < to + length) {
+                return first + row - to;
+            }
+            const qsizetype without = row >= to + length ? row - length : row;
+            return without >= first ? without + length : without;
+        },
     });
 }
 
-void ZKListView::sortItemsWithDescriptor(const SortDescriptor &lessThan) {
-    if (!lessThan) {
+void ZKListView::rememberEntries() {
+    m_entriesBefore.clear();
+    if (m_identityRole < 0 || !m_model) {
         return;
     }
-    changeContent([&] { std::stable_sort(m_content.begin(), m_content.end(), lessThan); });
+    const int rows = m_model->rowCount();
+    m_entriesBefore.reserve(rows);
+    for (int row = 0; row < rows; ++row) {
+        m_entriesBefore << m_model->index(row, 0).data(m_identityRole);
+    }
+}
+
+void ZKListView::entriesReordered() {
+    const QList<QVariant> before = std::exchange(m_entriesBefore, {});
+    if (before.isEmpty() || !m_model) {
+        // Nothing tells the entries apart: every row is shown anew.
+        followChange({[](qsizetype) { return qsizetype(-1); },
+                      [](qsizetype) {
+                          return qsizetype(-1);
+                      }});
+        return;
+    }
+    // Only the rows in view are asked where they came from and went to: a
+    // walk over the old entries for each, instead of an index of them all.
+    const int role = m_identityRole;
+    QAbstractItemModel *model = m_model;
+    const auto entryAt = [model, role](qsizetype row) {
+        return model->index(int(row), 0).data(role);
+    };
+    followChange({
+        [this, before, entryAt](qsizetype row) {
+            if (row >= before.size()) {
+                return qsizetype(-1);
+            }
+            const RowRange range = calculateVisibleRows();
+            const QVariant &entry = before.at(row);
+            for (qsizetype i = range.first; i < range.first + range.length; ++i) {
+                if (entryAt(i) == entry) {
+                    return i;
+                }
+            }
+            return qsizetype(-1); // elsewhere, or gone: out of view either way
+        },
+        [before, entryAt](qsizetype row) { return before.indexOf(entryAt(row)); },
+    });
+}
+
+void ZKListView::rowDataChanged(int first, int last, const QList<int> &roles) {
+    const qsizetype from = qMax<qsizetype>(first, m_shownFirst);
+    const qsizetype to = qMin<qsizetype>(last, m_shownFirst + m_shownCount - 1);
+    for (qsizetype row = from; row <= to; ++row) {
+        m_reusableItems.at(row - m_shownFirst)->rowDataChanged(roles);
+    }
+}
+
+void ZKListView::followChange(const RowChange &change) {
+    const int oldOffset = scrollOffset();
+    updateDocument();
+    updateViews(&change, oldOffset);
 }
 
 void ZKListView::refresh() {
@@ -220,11 +322,12 @@ ZKListViewItem *ZKListView::itemAtIndex(qsizetype index) const {
 }
 
 void ZKListView::setCurrentIndex(qsizetype index) {
-    if (m_content.isEmpty()) {
+    const qsizetype rows = count();
+    if (rows == 0) {
         m_currentIndex = -1;
         return;
     }
-    m_currentIndex = qBound<qsizetype>(0, index, m_content.size() - 1);
+    m_currentIndex = qBound<qsizetype>(0, index, rows - 1);
     scrollToIndex(m_currentIndex);
     if (ZKListViewItem *item = itemAtIndex(m_currentIndex)) {
         item->setFocus(Qt::OtherFocusReason);
@@ -263,8 +366,8 @@ void ZKListView::followCurrentIndex() {
     if (!hasFocusWithin()) {
         return;
     }
-    if (m_currentIndex >= m_content.size()) {
-        m_currentIndex = m_content.size() - 1;
+    if (m_currentIndex >= count()) {
+        m_currentIndex = count() - 1;
     }
     ZKListViewItem *item = itemAtIndex(m_currentIndex);
     const QWidget *focused = window()->focusWidget();
@@ -278,7 +381,7 @@ void ZKListView::followCurrentIndex() {
 bool ZKListView::event(QEvent *event) {
     // The keys the list moves with win over shortcuts of the window.
     if (event->type() == QEvent::ShortcutOverride &&
-        isNavigationKey(static_cast<QKeyEvent *>(event)) && !m_content.isEmpty()) {
+        isNavigationKey(static_cast<QKeyEvent *>(event)) && count() > 0) {
         event->accept();
         return true;
     }
@@ -313,7 +416,7 @@ void ZKListView::focusInEvent(QFocusEvent *event) {
         return;
     }
     // Tab comes to the list, the keyboard to its row.
-    if (m_currentIndex >= 0 && m_currentIndex < m_content.size()) {
+    if (m_currentIndex >= 0 && m_currentIndex < count()) {
         setCurrentIndex(m_currentIndex);
     } else if (m_shownCount > 0) {
         setCurrentIndex(m_shownFirst);
@@ -370,8 +473,7 @@ qsizetype ZKListView::rowForPosition(double position) const {
 ZKListView::RowRange ZKListView::calculateVisibleRows() const {
     const double top = scrollOffset();
     const qsizetype first = rowForPosition(top);
-    const qsizetype last =
-        qMin(rowForPosition(top + viewport()->height() - 1) + 1, m_content.size());
+    const qsizetype last = qMin(rowForPosition(top + viewport()->height() - 1) + 1, count());
     return {first, qMax<qsizetype>(0, last - first)};
 }
 
@@ -402,7 +504,7 @@ void ZKListView::resizeEvent(QResizeEvent *event) {
 }
 
 void ZKListView::keyPressEvent(QKeyEvent *event) {
-    if (!isNavigationKey(event) || m_content.isEmpty()) {
+    if (!isNavigationKey(event) || count() == 0) {
         QAbstractScrollArea::keyPressEvent(event);
         return;
     }
@@ -427,7 +529,7 @@ void ZKListView::keyPressEvent(QKeyEvent *event) {
         setCurrentIndex(0);
         break;
     default:
-        setCurrentIndex(m_content.size() - 1);
+        setCurrentIndex(count() - 1);
         break;
     }
     event->accept();
@@ -554,7 +656,7 @@ void ZKListView::dropEvent(QDropEvent *event) {
 
 void ZKListView::updateDocument() {
     m_documentUpdating = true;
-    const int documentHeight = qCeil(positionForRow(m_content.size()));
+    const int documentHeight = qCeil(positionForRow(count()));
     QScrollBar *bar = verticalScrollBar();
     bar->setRange(0, qMax(0, documentHeight - viewport()->height()));
     bar->setPageStep(viewport()->height());
@@ -562,7 +664,7 @@ void ZKListView::updateDocument() {
     m_documentUpdating = false;
 }
 
-void ZKListView::updateViews(const QList<Object> *oldContent, int oldOffset) {
+void ZKListView::updateViews(const RowChange *change, int oldOffset) {
     // Rows start from wherever a running slide left them.
     m_rowAnimations->stop();
     m_rowAnimations->clear();
@@ -571,23 +673,19 @@ void ZKListView::updateViews(const QList<Object> *oldContent, int oldOffset) {
     }
     const RowRange range = calculateVisibleRows();
 
-    // A row already showing an entry that stays in view keeps it, so it
-    // goes on observing it and can slide from where it is.
-    QHash<const QObject *, qsizetype> places;
-    for (qsizetype i = 0; i < range.length; ++i) {
-        const QObject *object = m_content.at(range.first + i).get();
-        if (!places.contains(object)) {
-            places.insert(object, i);
-        }
-    }
+    // A row showing an entry that stays in view keeps it: it need not read
+    // it again, and it can slide from where it is.
     QList<ZKListViewItem *> rows(range.length, nullptr);
     QList<ZKListViewItem *> freeRows;
     for (qsizetype k = 0; k < m_reusableItems.size(); ++k) {
         ZKListViewItem *item = m_reusableItems.at(k);
         if (k < m_shownCount) {
-            const qsizetype place = places.value(item->representedObject().get(), -1);
-            if (place >= 0 && !rows.at(place)) {
+            const qsizetype oldRow = m_shownFirst + k;
+            const qsizetype newRow = change ? change->newRowOf(oldRow) : oldRow;
+            const qsizetype place = newRow - range.first;
+            if (newRow >= 0 && place >= 0 && place < range.length && !rows.at(place)) {
                 rows[place] = item;
+                item->renumber(int(newRow));
                 continue;
             }
             item->viewDidDisappear();
@@ -595,7 +693,7 @@ void ZKListView::updateViews(const QList<Object> *oldContent, int oldOffset) {
         freeRows.append(item);
     }
 
-    const bool animated = oldContent && isVisible() && m_animationDuration > 0;
+    const bool animated = change && isVisible() && m_animationDuration > 0;
     const int width = viewport()->width();
     const int height = qCeil(m_itemHeight);
     for (qsizetype i = 0; i < range.length; ++i) {
@@ -609,12 +707,12 @@ void ZKListView::updateViews(const QList<Object> *oldContent, int oldOffset) {
             }
         } else {
             item = freeRows.isEmpty() ? createReusableItem() : freeRows.takeFirst();
-            item->setRepresentedObject(m_content.at(row));
+            item->setRow(m_model, int(row));
             item->viewWillAppear();
             rows[i] = item;
             // An entry that was out of view slides in from the edge it was
             // beyond; a new entry appears in its place.
-            const qsizetype oldRow = animated ? oldContent->indexOf(m_content.at(row)) : -1;
+            const qsizetype oldRow = animated ? change->oldRowOf(row) : -1;
             if (oldRow >= 0) {
                 const int oldTop = qRound(positionForRow(oldRow)) - oldOffset;
                 start.setY(qBound(-height, oldTop, viewport()->height()));
@@ -640,7 +738,7 @@ void ZKListView::updateViews(const QList<Object> *oldContent, int oldOffset) {
     for (qsizetype k = 0; k < freeRows.size(); ++k) {
         ZKListViewItem *item = freeRows.at(k);
         item->hide();
-        item->setRepresentedObject({});
+        item->setRow(nullptr, -1);
         if (k == 0) {
             m_reusableItems.append(item);
         } else {
@@ -651,14 +749,6 @@ void ZKListView::updateViews(const QList<Object> *oldContent, int oldOffset) {
     if (m_rowAnimations->animationCount() > 0) {
         m_rowAnimations->start();
     }
-}
-
-void ZKListView::changeContent(const std::function<void()> &change) {
-    const QList<Object> oldContent = m_content;
-    const int oldOffset = scrollOffset();
-    change();
-    updateDocument();
-    updateViews(&oldContent, oldOffset);
 }
 
 ZKListViewItem *ZKListView::createReusableItem() {
@@ -683,8 +773,7 @@ int ZKListView::scrollOffset() const {
 }
 
 void ZKListView::startDraggingItem(qsizetype index) {
-    if (!m_delegate || index < 0 || index >= m_content.size() ||
-        !m_delegate->canDragItemFromIndex(index)) {
+    if (!m_delegate || index < 0 || index >= count() || !m_delegate->canDragItemFromIndex(index)) {
         return;
     }
     // Taken before the delegate may move the entry and the row with it.
@@ -731,7 +820,12 @@ void ZKListView::setDropGap(qsizetype index) {
         return;
     }
     m_dropGapIndex = index;
-    updateViews(&m_content, scrollOffset());
+    // The rows keep their entries and slide apart, or together.
+    const auto same = [](qsizetype row) {
+        return row;
+    };
+    const RowChange none{same, same};
+    updateViews(&none, scrollOffset());
 }
 
 void ZKListView::dragScrollBy(double distance) {

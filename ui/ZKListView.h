@@ -2,25 +2,27 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QAbstractItemModel>
 #include <QAbstractScrollArea>
 #include <QList>
 #include <QPointer>
 #include <QTimer>
+#include <QVariant>
 
 #include <functional>
-#include <memory>
 
 class QParallelAnimationGroup;
 class QPropertyAnimation;
 class ZKListViewDelegate;
 class ZKListViewItem;
 
-// The scrolling list of a queue window: one row of fixed height per entry of
-// its content. Only the rows in view exist as widgets (plus one spare); they
-// are copies of a prototype and are handed other entries as the list
-// scrolls, so a list of many thousand entries costs no more than a screenful.
-// Changes to the content slide the rows into place; rows are dragged after a
-// short press, and drops go to the delegate.
+// The scrolling list of a queue window: one row of fixed height per row of
+// its model. Only the rows in view exist as widgets (plus one spare); they
+// are copies of a prototype and are handed other rows as the list scrolls,
+// so a list of many thousand entries costs no more than a screenful. Rows
+// the model inserts, removes or moves slide into place; rows are dragged
+// after a short press, and drops go to the delegate. The list reads nothing
+// of the model but its row count: the rows read their roles.
 //
 // The keyboard moves between rows with the arrows, Home, End and the page
 // keys; it stays on an index, so when the rows are handed other entries the
@@ -33,9 +35,6 @@ class ZKListView : public QAbstractScrollArea {
     Q_PROPERTY(double dragPressDuration READ dragPressDuration WRITE setDragPressDuration)
 
 public:
-    using Object = std::shared_ptr<QObject>;
-    using SortDescriptor = std::function<bool(const Object &, const Object &)>;
-
     // A run of rows: the first and how many.
     struct RowRange {
         qsizetype first = 0;
@@ -45,19 +44,17 @@ public:
     explicit ZKListView(QWidget *parent = nullptr);
     ~ZKListView() override;
 
-    const QList<Object> &content() const { return m_content; }
-    // Replaces the whole content at once, without sliding.
-    void setContent(const QList<Object> &content);
-    void insertObject(Object object, qsizetype index);
-    void removeObjectFromContentAtIndex(qsizetype index);
-    // The indexes ascend and are those the new entries hold afterwards.
-    void insertContent(const QList<Object> &objects, const QList<qsizetype> &indexes);
-    void removeContentAtIndexes(const QList<qsizetype> &indexes);
-    // to is an insertion index counted before the entry is taken out; an
-    // index outside the list means the end.
-    void moveItemFromIndex(qsizetype from, qsizetype to);
-    // Stable: entries the descriptor finds equal keep their order.
-    void sortItemsWithDescriptor(const SortDescriptor &lessThan);
+    QAbstractItemModel *model() const { return m_model; }
+    // A flat list model (the rows of its root); the list does not own it.
+    // Shown at once, without sliding.
+    void setModel(QAbstractItemModel *model);
+    qsizetype count() const;
+    // The role whose values tell the model's entries apart (equal values,
+    // same entry), or -1. With one, the rows slide to their places when the
+    // model is reset or reorders itself; without, they are shown anew there.
+    int identityRole() const { return m_identityRole; }
+    void setIdentityRole(int role) { m_identityRole = role; }
+    // Lays the rows out anew.
     void refresh();
 
     ZKListViewItem *itemPrototype() const { return m_itemPrototype; }
@@ -95,7 +92,7 @@ public:
     double positionForRow(qsizetype row) const;
     qsizetype rowForPosition(double position) const;
     RowRange calculateVisibleRows() const;
-    // The insertion index for a drop at this vertical position, in content
+    // The insertion index for a drop at this vertical position, in document
     // coordinates (the scroll offset included).
     qsizetype calculateDropIndex(double y) const;
 
@@ -115,12 +112,28 @@ protected:
     void dropEvent(QDropEvent *event) override;
 
 private:
+    // How the rows before a change of the model stand to those after it:
+    // where an old row went and where a new one came from (-1: taken out,
+    // or new).
+    struct RowChange {
+        std::function<qsizetype(qsizetype oldRow)> newRowOf;
+        std::function<qsizetype(qsizetype newRow)> oldRowOf;
+    };
+
+    void connectModel();
+    void rowsInserted(int first, int last);
+    void rowsRemoved(int first, int last);
+    void rowsMoved(int first, int last, int destination);
+    void rememberEntries();
+    void entriesReordered();
+    void rowDataChanged(int first, int last, const QList<int> &roles);
+    // A change the model made: the rows slide from where they were shown.
+    void followChange(const RowChange &change);
     void updateDocument();
-    // Gives the rows in view their entries and places them. With the
-    // content and scroll offset from before a change, rows slide from where
-    // they were shown to their new places.
-    void updateViews(const QList<Object> *oldContent = nullptr, int oldOffset = 0);
-    void changeContent(const std::function<void()> &change);
+    // Hands the rows in view their entries and places them. Rows showing an
+    // entry that stays in view keep it; with a change, the rows slide from
+    // where they were shown (at the old scroll offset) to their new places.
+    void updateViews(const RowChange *change = nullptr, int oldOffset = 0);
     ZKListViewItem *createReusableItem();
     // The row in view that holds the widget, or nullptr.
     ZKListViewItem *itemContaining(const QWidget *widget) const;
@@ -141,9 +154,13 @@ private:
     bool nudge();
     void dragScrollBy(double distance);
 
-    QList<Object> m_content;
+    QPointer<QAbstractItemModel> m_model;
+    QList<QMetaObject::Connection> m_modelConnections;
+    int m_identityRole = -1;
+    // The entries of the rows before a reset or reordering, by identity.
+    QList<QVariant> m_entriesBefore;
     ZKListViewItem *m_itemPrototype = nullptr;
-    // Rows showing content entries first, then at most one spare.
+    // Rows showing the model's rows first, in order, then at most one spare.
     QList<ZKListViewItem *> m_reusableItems;
     qsizetype m_shownFirst = 0;
     qsizetype m_shownCount = 0;

@@ -4,6 +4,7 @@
 
 #include "ZKAccessibleListViewItem.h"
 
+#include <QAbstractItemModel>
 #include <QPainter>
 
 ZKListViewItem::ZKListViewItem(QWidget *parent)
@@ -19,8 +20,13 @@ ZKListViewItem *ZKListViewItem::copy() const {
     return item;
 }
 
-void ZKListViewItem::setRepresentedObject(std::shared_ptr<QObject> object) {
-    m_representedObject = std::move(object);
+QVariant ZKListViewItem::data(int role) const {
+    return m_model && m_row >= 0 ? m_model->data(m_model->index(m_row, 0), role) : QVariant();
+}
+
+void ZKListViewItem::setRow(QAbstractItemModel *model, int row) {
+    m_model = model;
+    m_row = model ? row : -1;
 }
 
 void ZKListViewItem::paintEvent(QPaintEvent *event) {

@@ -20,6 +20,7 @@
 #include "ZKRetryMenuDelegate.h"
 #include "ZKScheduleSheet.h"
 #include "ZKSpeedLimitSheet.h"
+#include "ZKTaskListModel.h"
 #include "ZKTaskView.h"
 #include "ZKTransferMode.h"
 
@@ -93,6 +94,9 @@ ZKQueueWindow::ZKQueueWindow(std::unique_ptr<ZKFerrowickDocument> document, QWid
     m_listView->setOwner(m_document.get());
     m_listView->setDelegate(m_document.get());
     m_listView->setItemPrototype(new ZKTaskView);
+    // Sorting resets the list; the rows slide to where their tasks went.
+    m_listView->setIdentityRole(ZKTaskListModel::TaskRole);
+    m_listView->setModel(&m_document->taskListModel());
     auto *central = new QWidget(this);
     auto *column = new QVBoxLayout(central);
     column->setContentsMargins(0, 0, 0, 0);
@@ -119,7 +123,7 @@ ZKQueueWindow::ZKQueueWindow(std::unique_ptr<ZKFerrowickDocument> document, QWid
     buildToolBar();
     buildStatusBar();
     connectDocument();
-    reloadRows();
+    refreshEmptyHint();
 
     m_document->setDestinationChooser(
         [this](const std::function<void(const ZKWriterPtr &)> &answer) {
@@ -134,7 +138,7 @@ ZKQueueWindow::ZKQueueWindow(std::unique_ptr<ZKFerrowickDocument> document, QWid
 
 ZKQueueWindow::~ZKQueueWindow() {
     openWindows().removeAll(this);
-    // The rows go before their queue: each watches a task of it.
+    // The rows go before the task list they read.
     m_listViewport->removeEventFilter(this);
     m_listViewport = nullptr;
     delete m_listView;
@@ -484,27 +488,12 @@ void ZKQueueWindow::connectDocument() {
         m_destinationButton, &ZKDestinationPopUpButton::destinationChanged, this,
         [this](const ZKWriterPtr &destination) { m_document->setDefaultDestination(destination); });
 
-    // The rows follow the queue one change at a time, so that they can
-    // slide; a change the rows cannot follow lays them out anew.
-    ZKTaskQueue &queue = d->taskQueue();
-    connect(&queue, &ZKTaskQueue::tasksInserted, this, [this](const ZKIndexList &indexes) {
-        QList<std::shared_ptr<QObject>> objects;
-        for (const qsizetype index : indexes) {
-            objects << m_document->objectInTasksAtIndex(index);
-        }
-        m_listView->insertContent(objects, indexes);
-        syncRows();
-    });
-    connect(&queue, &ZKTaskQueue::tasksRemoved, this, [this](const ZKIndexList &indexes) {
-        m_listView->removeContentAtIndexes(indexes);
-        syncRows();
-    });
-    connect(&queue, &ZKTaskQueue::taskMoved, this, [this](qsizetype from, qsizetype to) {
-        // The list counts its target before the row leaves its place.
-        m_listView->moveItemFromIndex(from, to > from ? to + 1 : to);
-        syncRows();
-    });
-    connect(&queue, &ZKTaskQueue::tasksReordered, this, &ZKQueueWindow::reloadRows);
+    // The rows show the document's task list, whose changes they follow.
+    QAbstractItemModel *tasks = &d->taskListModel();
+    for (auto signal : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved}) {
+        connect(tasks, signal, this, &ZKQueueWindow::refreshEmptyHint);
+    }
+    connect(tasks, &QAbstractItemModel::modelReset, this, &ZKQueueWindow::refreshEmptyHint);
 
     m_verifyBox->setChecked(d->isVerifyEnabled());
     m_modeBox->setCurrentIndex(m_modeBox->findData(d->defaultTransferMode()));
@@ -518,31 +507,8 @@ void ZKQueueWindow::connectDocument() {
 
 // ---- rows
 
-void ZKQueueWindow::reloadRows() {
-    const QList<ZKTaskPtr> tasks = m_document->taskQueue().tasks();
-    QList<std::shared_ptr<QObject>> objects;
-    objects.reserve(tasks.size());
-    for (const ZKTaskPtr &task : tasks) {
-        objects << task;
-    }
-    m_listView->setContent(objects);
-    refreshEmptyHint();
-}
-
-void ZKQueueWindow::syncRows() {
-    // A change that reached the rows out of turn: show the queue as it is.
-    const auto &content = m_listView->content();
-    const qsizetype count = m_document->countOfTasks();
-    if (content.size() != count ||
-        (count > 0 && (content.first() != m_document->objectInTasksAtIndex(0) ||
-                       content.last() != m_document->objectInTasksAtIndex(count - 1)))) {
-        reloadRows();
-    }
-    refreshEmptyHint();
-}
-
 void ZKQueueWindow::refreshEmptyHint() {
-    const bool empty = m_document->countOfTasks() == 0;
+    const bool empty = m_listView->count() == 0;
     m_emptyHint->setGeometry(m_listView->viewport()->rect().adjusted(24, 24, -24, -24));
     m_emptyHint->setVisible(empty);
 }
@@ -780,9 +746,7 @@ void ZKQueueWindow::revertNow() {
         showError(
             tr("The queue \u201c%1\u201d could not be reverted.").arg(m_document->displayName()),
             error.localizedDescription());
-        return;
     }
-    reloadRows();
 }
 
 // ---- the notice over the rows

@@ -18,6 +18,7 @@
 #include "ZKProgressBarHueTransformer.h"
 #include "ZKReaderFactory.h"
 #include "ZKStoppableProgressIndicator.h"
+#include "ZKTaskListModel.h"
 #include "ZKTaskState.h"
 #include "ZKTransferMode.h"
 #include "ZKValueTransformer.h"
@@ -149,7 +150,7 @@ ZKListViewItem *ZKTaskView::copy() const {
 }
 
 ZKTaskPtr ZKTaskView::task() const {
-    return std::dynamic_pointer_cast<ZKTask>(representedObject());
+    return data(ZKTaskListModel::TaskRole).value<ZKTaskPtr>();
 }
 
 ZKFerrowickDocument *ZKTaskView::document() const {
@@ -166,11 +167,11 @@ QLabel *ZKTaskView::detailLabel() const {
 
 // ---- watching the task
 
-void ZKTaskView::setRepresentedObject(std::shared_ptr<QObject> object) {
+void ZKTaskView::setRow(QAbstractItemModel *model, int row) {
     const bool wasObserving = m_isObserving;
     stopObserving();
     m_hoverView = nullptr;
-    ZKListViewItem::setRepresentedObject(std::move(object));
+    ZKListViewItem::setRow(model, row);
     // A row that is not shown is laid out when it appears: the list rebinds
     // rows on every scroll, and each would otherwise be laid out twice.
     if (wasObserving) {

@@ -55,7 +55,7 @@ public:
     ~ZKTaskView() override;
 
     ZKListViewItem *copy() const override;
-    void setRepresentedObject(std::shared_ptr<QObject> object) override;
+    void setRow(QAbstractItemModel *model, int row) override;
     void viewWillAppear() override;
     void viewDidDisappear() override;
 

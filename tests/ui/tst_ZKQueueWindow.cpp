@@ -60,6 +60,8 @@ private Q_SLOTS:
     void sourcesWithoutDestinationAskForAFolder();
     void droppedFilesLandWhereDropped_data();
     void droppedFilesLandWhereDropped();
+    void rowsFollowTheQueue_data();
+    void rowsFollowTheQueue();
     void spaceStartsAndPauses();
     void taskDraggedToAnotherWindowMovesThere();
     void closingAnEditedQueueAsks_data();
@@ -368,6 +370,74 @@ void TestZKQueueWindow::droppedFilesLandWhereDropped() {
         seen += window->document()->objectInTasksAtIndex(i)->filename();
     }
     QCOMPARE(seen, order);
+}
+
+void TestZKQueueWindow::rowsFollowTheQueue_data() {
+    QTest::addColumn<QString>("change");
+    QTest::addColumn<QString>("order");
+
+    QTest::newRow("as added") << "none"
+                              << "dbac";
+    QTest::newRow("sorted by name") << "sort"
+                                    << "abcd";
+    QTest::newRow("moved to the top") << "move"
+                                      << "cdba";
+    QTest::newRow("one taken out") << "remove"
+                                   << "dac";
+    QTest::newRow("all taken out") << "clear"
+                                   << "";
+}
+
+void TestZKQueueWindow::rowsFollowTheQueue() {
+    QFETCH(QString, change);
+    QFETCH(QString, order);
+
+    QList<ZKReaderPtr> readers;
+    for (const QString name : {"d", "b", "a", "c"}) {
+        QVERIFY(writeFile(path(name), name.toUtf8()));
+        readers << ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(path(name)));
+    }
+    ZKQueueWindow *window = openWindow(true);
+    ZKFerrowickDocument *document = window->document();
+    document->addTasks(readers, outFolder(), 0);
+    ZKListView *list = window->listView();
+    QTRY_COMPARE(list->visibleItems().size(), 4);
+    // Each task's row goes with it, and slides.
+    QHash<ZKTask *, ZKListViewItem *> rowOfTask;
+    for (qsizetype i = 0; i < 4; ++i) {
+        rowOfTask.insert(document->objectInTasksAtIndex(i).get(), list->itemAtIndex(i));
+    }
+    if (change == "sort") {
+        window->action(QStringLiteral("sortByFilename"))->trigger();
+    } else if (change == "move") {
+        document->moveTaskFromIndex(3, 0);
+    } else if (change == "remove") {
+        document->removeTasksAtIndexes({1});
+    } else if (change == "clear") {
+        document->removeTasksAtIndexes({0, 1, 2, 3});
+    }
+    QTRY_VERIFY_WITH_TIMEOUT(!list->isAnimating(), 5000);
+
+    QString queue;
+    QString rows;
+    for (qsizetype i = 0; i < document->countOfTasks(); ++i) {
+        const ZKTaskPtr task = document->objectInTasksAtIndex(i);
+        queue += task->filename();
+        auto *row = static_cast<ZKTaskView *>(list->itemAtIndex(i));
+        QVERIFY2(row, qUtf8Printable(QStringLiteral("no row shows task %1").arg(i)));
+        if (row == rowOfTask.value(task.get()) && row->taskLabel()->text() == task->description() &&
+            row->y() == qRound(list->positionForRow(i))) {
+            rows += task->filename();
+        }
+    }
+    QCOMPARE(queue, order);
+    QCOMPARE(rows, order);
+    QCOMPARE(list->visibleItems().size(), order.size());
+    bool hinted = false;
+    for (QLabel *label : list->viewport()->findChildren<QLabel *>(Qt::FindDirectChildrenOnly)) {
+        hinted = hinted || (label->isVisible() && label->text().contains("Drop files"));
+    }
+    QCOMPARE(hinted, order.isEmpty());
 }
 
 void TestZKQueueWindow::spaceStartsAndPauses() {

@@ -108,7 +108,7 @@ void TestZKTaskView::makeQueue() {
 ZKTaskView *TestZKTaskView::rowFor(const ZKTaskPtr &task) {
     auto *row = new ZKTaskView(m_host.get());
     row->setOwner(m_document.get());
-    row->setRepresentedObject(task);
+    row->setRow(&m_document->taskListModel(), int(m_document->indexOfTask(task)));
     row->viewWillAppear();
     row->setGeometry(0, 0, 700, row->sizeHint().height());
     m_host->show();
