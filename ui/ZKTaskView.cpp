@@ -139,9 +139,7 @@ ZKTaskView::ZKTaskView(QWidget *parent)
     resize(sizeHint());
 }
 
-ZKTaskView::~ZKTaskView() {
-    stopObserving();
-}
+ZKTaskView::~ZKTaskView() = default;
 
 ZKListViewItem *ZKTaskView::copy() const {
     auto *row = new ZKTaskView;
@@ -165,147 +163,123 @@ QLabel *ZKTaskView::detailLabel() const {
     return m_detailLabel;
 }
 
-// ---- watching the task
+// ---- the row shown
 
 void ZKTaskView::setRow(QAbstractItemModel *model, int row) {
-    const bool wasObserving = m_isObserving;
-    stopObserving();
     m_hoverView = nullptr;
     ZKListViewItem::setRow(model, row);
     // A row that is not shown is laid out when it appears: the list rebinds
     // rows on every scroll, and each would otherwise be laid out twice.
-    if (wasObserving) {
-        startObserving();
+    if (m_isShown) {
         viewWillLayout();
     }
 }
 
+void ZKTaskView::rowDataChanged(const QList<int> &roles) {
+    Q_UNUSED(roles);
+    if (m_isShown) {
+        refreshTask(true);
+    }
+}
+
 void ZKTaskView::viewWillAppear() {
-    startObserving();
+    m_isShown = true;
     viewWillLayout();
 }
 
 void ZKTaskView::viewDidDisappear() {
-    stopObserving();
-}
-
-void ZKTaskView::startObserving() {
-    const ZKTaskPtr t = task();
-    if (m_isObserving || !t) {
-        return;
-    }
-    m_isObserving = true;
-    ZKTask *raw = t.get();
-    // Tasks announce their changes on the main thread, where the row lives.
-    m_connections = {
-        connect(raw, &ZKTask::stateChanged, this, [this] { refreshTask(true); }),
-        connect(raw, &ZKTask::detailChanged, this, &ZKTaskView::refreshDetail),
-        connect(raw, &ZKTask::descriptionChanged, this, &ZKTaskView::refreshTitle),
-        connect(raw, &ZKTask::filenameChanged, this, &ZKTaskView::refreshButtonNames),
-        connect(raw, &ZKTask::iconChanged, this, &ZKTaskView::refreshTitle),
-        connect(raw, &ZKTask::percentCompletedChanged, this, &ZKTaskView::refreshProgress),
-        connect(raw, &ZKTask::isIndeterminateChanged, this, &ZKTaskView::refreshProgress),
-        connect(raw, &ZKTask::sourceChanged, this, &ZKTaskView::refreshBadges),
-        connect(raw, &ZKTask::transferModeChanged, this, &ZKTaskView::refreshBadges),
-        connect(raw, &ZKTask::skippedUrlsChanged, this, &ZKTaskView::refreshBadges),
-        connect(raw, &ZKTask::replacedUrlsChanged, this, &ZKTaskView::refreshBadges),
-        connect(raw, &ZKTask::isVerifiedOkChanged, this, &ZKTaskView::refreshBadges),
-    };
-}
-
-void ZKTaskView::stopObserving() {
-    if (!m_isObserving) {
-        return;
-    }
-    for (const auto &connection : std::as_const(m_connections)) {
-        disconnect(connection);
-    }
-    m_connections.clear();
-    m_isObserving = false;
+    m_isShown = false;
 }
 
 // ---- what the row shows
 
 void ZKTaskView::viewWillLayout() {
-    const ZKTaskPtr t = task();
     m_shownState = -1; // a row shown anew does not animate what it had before
     m_barAnimation->stop();
-    if (t && t->state() == S::Completed) {
-        hideProgressBar(false);
-    } else {
-        showProgressBar();
-    }
-    refreshTitle();
     refreshTask(false);
 }
 
-void ZKTaskView::refreshTitle() {
-    const ZKTaskPtr t = task();
-    m_taskLabel->setText(t ? t->description() : QString());
-    m_taskLabel->setToolTip(m_taskLabel->text());
-    refreshAccessibleTexts();
-    refreshButtonNames();
-    const QIcon icon = t ? ZKImages::endpointIcon(t->icon()) : QIcon();
-    m_iconLabel->setPixmap(icon.isNull() ? QPixmap()
-                                         : icon.pixmap(QSize(32, 32), devicePixelRatioF()));
+qint32 ZKTaskView::shownStateOfRow() const {
+    const QVariant state = data(ZKTaskListModel::StateRole);
+    return state.isValid() ? state.toInt() : qint32(S::PendingPreparation);
 }
 
-void ZKTaskView::refreshProgress() {
+void ZKTaskView::refreshTitle() {
+    const QString title = data(ZKTaskListModel::TitleRole).toString();
+    if (m_taskLabel->text() != title) {
+        m_taskLabel->setText(title);
+        m_taskLabel->setToolTip(title);
+    }
+    refreshAccessibleTexts();
+    refreshButtonNames();
+    // The kind of source shows as its icon; the task looks it up once.
     const ZKTaskPtr t = task();
-    if (!t) {
+    const QString icon = t ? t->icon() : QString();
+    if (m_iconName != icon) {
+        m_iconName = icon;
+        const QIcon image = icon.isEmpty() ? QIcon() : ZKImages::endpointIcon(icon);
+        m_iconLabel->setPixmap(image.isNull() ? QPixmap()
+                                              : image.pixmap(QSize(32, 32), devicePixelRatioF()));
+    }
+}
+
+void ZKTaskView::refreshProgress(qint32 state) {
+    if (row() < 0) {
         m_progressIndicator->setDoubleValue(0);
         return;
     }
-    if (t->isIndeterminate() && t->state() == S::Preparing) {
+    if (data(ZKTaskListModel::IndeterminateRole).toBool() && state == S::Preparing) {
         m_progressIndicator->setRange(0, 0);
     } else {
         m_progressIndicator->setRange(0, 10000);
-        m_progressIndicator->setDoubleValue(t->percentCompleted());
+        m_progressIndicator->setDoubleValue(data(ZKTaskListModel::FractionRole).toDouble());
     }
 }
 
 void ZKTaskView::refreshTask(bool animated) {
-    const ZKTaskPtr t = task();
-    const qint32 state = t ? t->state() : qint32(S::PendingPreparation);
-    switch (state) {
-    case S::Suspended:
-        m_actionToolTip = tr("Resume");
-        break;
-    case S::Failed:
-        m_actionToolTip = tr("Retry");
-        break;
-    case S::Completed:
-        m_actionToolTip = tr("Show in Folder");
-        break;
-    default:
-        m_actionToolTip = tr("Suspend");
-        break;
-    }
-    // A row shown again for another task must not keep "Close".
-    m_cancelToolTip = state == S::Completed ? tr("Close") : tr("Cancel");
-    setLabelsEnabled(state != S::Suspended);
-    if (state == S::Completed && m_shownState != S::Completed && m_shownState != -1 && animated) {
-        hideProgressBar(true);
-    } else if (state == S::Completed) {
-        hideProgressBar(false);
-    } else {
-        showProgressBar();
-    }
-    m_shownState = state;
+    const qint32 state = shownStateOfRow();
+    if (state != m_shownState) {
+        switch (state) {
+        case S::Suspended:
+            m_actionToolTip = tr("Resume");
+            break;
+        case S::Failed:
+            m_actionToolTip = tr("Retry");
+            break;
+        case S::Completed:
+            m_actionToolTip = tr("Show in Folder");
+            break;
+        default:
+            m_actionToolTip = tr("Suspend");
+            break;
+        }
+        // A row shown again for another task must not keep "Close".
+        m_cancelToolTip = state == S::Completed ? tr("Close") : tr("Cancel");
+        setLabelsEnabled(state != S::Suspended);
+        if (state == S::Completed && m_shownState != -1 && animated) {
+            hideProgressBar(true);
+        } else if (state == S::Completed) {
+            hideProgressBar(false);
+        } else {
+            showProgressBar();
+        }
+        m_shownState = state;
 
-    m_actionButton->setToolTip(m_actionToolTip);
-    m_actionButton->setHoverText(m_actionToolTip);
-    m_actionButton->setIcon(transformed("ZKTaskActionIconTransformer", state).value<QIcon>());
-    m_cancelButton->setToolTip(m_cancelToolTip);
-    m_cancelButton->setHoverText(m_cancelToolTip);
-    refreshButtonNames();
-    m_progressIndicator->setColor(ZKProgressBarHueTransformer::tintForState(state));
-    refreshProgress();
-    refreshBadges();
+        m_actionButton->setToolTip(m_actionToolTip);
+        m_actionButton->setHoverText(m_actionToolTip);
+        m_actionButton->setIcon(transformed("ZKTaskActionIconTransformer", state).value<QIcon>());
+        m_cancelButton->setToolTip(m_cancelToolTip);
+        m_cancelButton->setHoverText(m_cancelToolTip);
+        m_progressIndicator->setColor(ZKProgressBarHueTransformer::tintForState(state));
+    }
+    refreshTitle();
+    refreshProgress(state);
+    refreshBadges(state);
     refreshDetail();
 }
 
 void ZKTaskView::setLabelsEnabled(bool enabled) {
+    m_labelsEnabled = enabled;
     const QColor color = transformed("ZKDisabledTextColorTransformer", enabled).value<QColor>();
     for (QLabel *label :
          {static_cast<QLabel *>(m_taskLabel), static_cast<QLabel *>(m_detailLabel)}) {
@@ -319,20 +293,20 @@ void ZKTaskView::setLabelsEnabled(bool enabled) {
 }
 
 void ZKTaskView::refreshDetail() {
-    const ZKTaskPtr t = task();
     if (m_hoverView && !m_hoverView->hoverText().isNull()) {
         m_detail = m_hoverView->hoverText();
     } else {
-        m_detail = t ? t->detail() : QString();
+        m_detail = data(ZKTaskListModel::DetailRole).toString();
     }
-    m_detailLabel->setText(m_detail);
+    if (m_detailLabel->text() != m_detail) {
+        m_detailLabel->setText(m_detail);
+    }
     refreshAccessibleTexts();
 }
 
 void ZKTaskView::refreshButtonNames() {
     // Heard apart from the row, a button says which task it acts on.
-    const ZKTaskPtr t = task();
-    QString file = t ? t->filename() : QString();
+    QString file = data(ZKTaskListModel::FilenameRole).toString();
     if (file.isEmpty()) {
         file = m_taskLabel->text();
     }
@@ -357,38 +331,50 @@ void ZKTaskView::refreshAccessibleTexts() {
     }
 }
 
-void ZKTaskView::refreshBadges() {
-    const ZKTaskPtr t = task();
-    QList<QIcon> images;
+void ZKTaskView::refreshBadges(qint32 state) {
+    QStringList images;
     QStringList tips;
-    if (t) {
+    if (row() >= 0) {
         auto add = [&](const char *image, const QString &tip) {
-            images << ZKImages::named(QString::fromLatin1(image));
+            images << QString::fromLatin1(image);
             tips << tip;
         };
-        if (t->state() == S::Failed) {
+        const auto urls = [this](int role) {
+            return data(role).value<QList<QUrl>>();
+        };
+        if (state == S::Failed) {
             add("ZKFailed", tr("The transfer has failed."));
         }
-        if (t->transferMode() == ZKTransferMode::Move) {
+        if (data(ZKTaskListModel::TransferModeRole).toInt() == ZKTransferMode::Move) {
             add("ZKRemoveOriginal", tr("The original file will be removed after copying."));
         }
-        if (const ZKReaderPtr source = t->source(); source && !source->canSeek()) {
+        if (const QVariant resumable = data(ZKTaskListModel::IsResumableRole);
+            resumable.isValid() && !resumable.toBool()) {
             add("ZKNoResume", tr("The server does not support resuming."));
         }
-        if (const QSet<QUrl> replaced = t->replacedUrls(); !replaced.isEmpty()) {
+        if (const QList<QUrl> replaced = urls(ZKTaskListModel::ReplacedUrlsRole);
+            !replaced.isEmpty()) {
             add("ZKReplacedFiles", descriptionOfUrls(replaced, tr("Replacing")));
         }
-        if (const QSet<QUrl> skipped = t->skippedUrls(); !skipped.isEmpty()) {
+        if (const QList<QUrl> skipped = urls(ZKTaskListModel::SkippedUrlsRole);
+            !skipped.isEmpty()) {
             add("ZKSkippedFiles", descriptionOfUrls(skipped, tr("Skipping")));
         }
-        if (t->isVerifiedOk()) {
+        if (data(ZKTaskListModel::IsVerifiedOkRole).toBool()) {
             add("ZKVerified", tr("The transfer has been verified succesfully."));
         }
     }
+    images = images.mid(0, kBadgeSlots);
+    tips = tips.mid(0, kBadgeSlots);
+    if (images == m_badgeImages && tips == m_badgeTips) {
+        return;
+    }
+    m_badgeImages = images;
+    m_badgeTips = tips;
     for (int i = 0; i < kBadgeSlots; ++i) {
         ZKHoverImageView *badge = m_badgeViews[i];
         const bool used = i < images.size();
-        badge->setImage(used ? images[i] : QIcon());
+        badge->setImage(used ? ZKImages::named(images[i]) : QIcon());
         badge->setHoverText(used ? tips[i] : QString());
         badge->setToolTip(used ? tips[i] : QString());
         badge->setAccessibleName(used ? tips[i] : QString());
@@ -441,7 +427,7 @@ void ZKTaskView::hideProgressBar(bool animated) {
     m_barAnimation->start();
 }
 
-QString ZKTaskView::descriptionOfUrls(const QSet<QUrl> &urls, const QString &prefix) {
+QString ZKTaskView::descriptionOfUrls(const QList<QUrl> &urls, const QString &prefix) {
     if (urls.isEmpty()) {
         return {};
     }
@@ -549,7 +535,7 @@ void ZKTaskView::configureLocation(QAction *title, QAction *reveal, QAction *cha
 void ZKTaskView::validateMenu() {
     const ZKTaskPtr t = task();
     ZKFerrowickDocument *d = document();
-    const qint32 state = t ? t->state() : -1;
+    const qint32 state = t ? shownStateOfRow() : -1;
     configureLocation(menuItem(SourceTitle), menuItem(RevealSource), menuItem(ChangeSource),
                       tr("From: "), t ? t->source() : nullptr, state);
     const ZKWriterPtr destination = t ? t->destination() : nullptr;
@@ -619,7 +605,7 @@ bool ZKTaskView::event(QEvent *event) {
 
 void ZKTaskView::keyPressEvent(QKeyEvent *event) {
     const ZKTaskPtr t = task();
-    const qint32 state = t ? t->state() : -1;
+    const qint32 state = t ? shownStateOfRow() : -1;
     if (isPlainKey(event, Qt::Key_Space)) {
         // What the action button does, where it suspends or resumes.
         const bool pausable = state != S::Completed && state != S::Failed &&
@@ -667,9 +653,9 @@ void ZKTaskView::paintEvent(QPaintEvent *event) {
 
 void ZKTaskView::changeEvent(QEvent *event) {
     ZKListViewItem::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange) {
-        const ZKTaskPtr t = task();
-        setLabelsEnabled(!t || t->state() != S::Suspended);
+    if (event->type() == QEvent::PaletteChange && m_labelsEnabled) {
+        // The labels' colours come from the row's palette.
+        setLabelsEnabled(*m_labelsEnabled);
     }
 }
 

@@ -7,10 +7,10 @@
 #include "ZKTaskQueue.h"
 
 #include <QPointer>
-#include <QSet>
 #include <QUrl>
 
 #include <functional>
+#include <optional>
 
 class QLabel;
 class QMenu;
@@ -24,11 +24,12 @@ class ZKStoppableProgressIndicator;
 
 // One row of a queue window: the task's name, its progress and what it is
 // doing, the badges of what is special about it, its two buttons and its
-// menu. It watches its task only while it is shown; the queue carries out
-// every command. With the focus, Space suspends or resumes the task, Delete
-// clears a finished one and the menu key opens the menu. A screen reader
-// hears the row as its title, described by its detail line, and each button
-// as what it does to which file.
+// menu. It shows what the task list model's roles hold for its row, and
+// reads them again when the list passes on that they changed; the queue
+// carries out every command on the task of the row. With the focus, Space
+// suspends or resumes the task, Delete clears a finished one and the menu
+// key opens the menu. A screen reader hears the row as its title, described
+// by its detail line, and each button as what it does to which file.
 class ZKTaskView : public ZKListViewItem, public ZKHoverDelegate {
     Q_OBJECT
 
@@ -56,12 +57,13 @@ public:
 
     ZKListViewItem *copy() const override;
     void setRow(QAbstractItemModel *model, int row) override;
+    void rowDataChanged(const QList<int> &roles) override;
     void viewWillAppear() override;
     void viewDidDisappear() override;
 
+    // The task of the row, for the commands.
     ZKTaskPtr task() const;
     ZKFerrowickDocument *document() const;
-    bool isObserving() const { return m_isObserving; }
 
     // What the row shows.
     QString detail() const { return m_detail; }
@@ -83,7 +85,8 @@ public:
     // Brings the menu's titles, enabling and checks up to date.
     void validateMenu();
 
-    static QString descriptionOfUrls(const QSet<QUrl> &urls, const QString &prefix);
+    // The names of the first three, and how many more there are.
+    static QString descriptionOfUrls(const QList<QUrl> &urls, const QString &prefix);
     static QString truncatePath(const QString &path);
 
     // ---- commands
@@ -113,13 +116,14 @@ protected:
 
 private:
     void buildMenu();
-    void startObserving();
-    void stopObserving();
     void viewWillLayout();
+    // Reads the row's roles; what did not change is left alone, so that a
+    // tick of progress repaints the bar and the detail line only.
     void refreshTask(bool animated);
+    qint32 shownStateOfRow() const;
     void refreshDetail();
-    void refreshBadges();
-    void refreshProgress();
+    void refreshBadges(qint32 state);
+    void refreshProgress(qint32 state);
     void refreshTitle();
     void refreshButtonNames();
     // The accessible name and description follow the two labels; only a
@@ -139,8 +143,7 @@ private:
     void changeFileDestination();
     void changeFtpDestination();
 
-    bool m_isObserving = false;
-    QList<QMetaObject::Connection> m_connections;
+    bool m_isShown = false;
     int m_defaultIndicatorHeight = 6;
     ZKHoverView *m_hoverView = nullptr;
     QLabel *m_iconLabel = nullptr;
@@ -155,6 +158,10 @@ private:
     QString m_actionToolTip;
     QString m_cancelToolTip;
     qint32 m_shownState = -1;
-    QString m_iconName;
+    // What the badges show: an image name and a tooltip each.
+    QStringList m_badgeImages;
+    QStringList m_badgeTips;
+    std::optional<bool> m_labelsEnabled;
+    std::optional<QString> m_iconName;
     QMenu *m_menu = nullptr;
 };
