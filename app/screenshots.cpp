@@ -183,20 +183,20 @@ std::unique_ptr<ZKFerrowickDocument> queueInEveryState(const QString &root) {
         const Item &item = items[i];
         const auto &task = tasks[i];
         const quint64 total = item.size ? quint64(item.size) : 900000;
-        task->setTotalBytes(total);
-        task->setProgressBytes(quint64(double(total) * item.done));
+        static_cast<ZKCopyTask &>(*task).setTotalBytes(total);
+        static_cast<ZKCopyTask &>(*task).setProgressBytes(quint64(double(total) * item.done));
         task->setDataRate(item.state == S::Processing ? 48.0e6 : 0);
-        task->setTimeRemaining(item.state == S::Processing ? 8.0 : 0);
+        static_cast<ZKCopyTask &>(*task).setTimeRemaining(item.state == S::Processing ? 8.0 : 0);
         if (task->state() != S::Failed) {
             task->setState(item.state);
         }
-        task->setPercentCompleted(item.done);
+        static_cast<ZKCopyTask &>(*task).setPercentCompleted(item.done);
     }
     // The tasks work out their own figures once their state changed; these
     // stand in for work that did not really happen.
     settle(300);
     for (qsizetype i = 0; i < tasks.size(); ++i) {
-        tasks[i]->setPercentCompleted(items[i].done);
+        static_cast<ZKCopyTask &>(*tasks[i]).setPercentCompleted(items[i].done);
         tasks[i]->setProperty("shownDone", items[i].done);
     }
     tasks[1]->setIsVerifiedOk(true);
@@ -293,7 +293,8 @@ int main(int argc, char **argv) {
         settle(800);
         for (qsizetype i = 0; i < window->document()->countOfTasks(); ++i) {
             const auto task = window->document()->objectInTasksAtIndex(i);
-            task->setPercentCompleted(task->property("shownDone").toDouble());
+            static_cast<ZKCopyTask &>(*task).setPercentCompleted(
+                task->property("shownDone").toDouble());
         }
         ok &= shoot(window, QStringLiteral("%1/queue-window-%2.png").arg(output, name));
 
