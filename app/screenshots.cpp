@@ -199,11 +199,12 @@ std::unique_ptr<ZKFerrowickDocument> queueInEveryState(const QString &root) {
         static_cast<ZKCopyTask &>(*tasks[i]).setPercentCompleted(items[i].done);
         tasks[i]->setProperty("shownDone", items[i].done);
     }
-    tasks[1]->setIsVerifiedOk(true);
+    static_cast<ZKCopyTask &>(*tasks[1]).setIsVerifiedOk(true);
     tasks[7]->setTransferMode(ZKTransferMode::Move);
-    tasks[5]->setSkippedUrls(
+    static_cast<ZKCopyTask &>(*tasks[5]).setSkippedUrls(
         {QUrl::fromLocalFile(root + "/a.tmp"), QUrl::fromLocalFile(root + "/b.tmp")});
-    tasks[2]->setReplacedUrls({QUrl::fromLocalFile(root + "/netinst.iso")});
+    static_cast<ZKCopyTask &>(*tasks[2]).setReplacedUrls(
+        {QUrl::fromLocalFile(root + "/netinst.iso")});
     document->setDataRate(48.0e6);
     return document;
 }
