@@ -4,8 +4,9 @@
 // How the queue window holds up with a long queue: a paused queue of
 // 10,000 tasks in mixed states is saved, then opened in a window. Prints the
 // time to the first painted window, the frame times of scrolling to the end,
-// an animated insertion of 100 tasks, memory per task and per row, and the
-// main-thread time of one change of the overall rate. Usage:
+// of an animated insertion of 100 tasks and of progress of the rows in view,
+// memory per task and per row, and the main-thread time of one change of the
+// overall rate. Usage:
 //   ferrowick-window-bench [TASKS]   (default 10000)
 #include "ZKCopyTask.h"
 #include "ZKFerrowickDocument.h"
@@ -219,6 +220,28 @@ int main(int argc, char **argv) {
         }
     }
     printFrames("animated insertion of 100 tasks", frames);
+
+    // The rows in view follow their tasks: each tick moves every task in
+    // view on, as running transfers do, and the list is painted.
+    {
+        drain();
+        frames.clear();
+        const ZKListView::RowRange shown = window->listView()->calculateVisibleRows();
+        for (int tick = 1; tick <= 50; ++tick) {
+            QElapsedTimer frame;
+            frame.start();
+            for (qsizetype i = shown.first; i < shown.first + shown.length; ++i) {
+                const auto task = std::static_pointer_cast<ZKCopyTask>(
+                    window->document()->objectInTasksAtIndex(i));
+                task->setProgressBytes(task->totalBytes() * quint64(tick) / 50);
+                task->refresh();
+            }
+            QApplication::processEvents();
+            window->listView()->viewport()->repaint();
+            frames << double(frame.nsecsElapsed()) / 1e6;
+        }
+        printFrames("progress of the rows in view", frames);
+    }
 
     // One row more costs what a row costs.
     {
