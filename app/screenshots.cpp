@@ -296,6 +296,8 @@ int main(int argc, char **argv) {
             const auto task = window->document()->objectInTasksAtIndex(i);
             static_cast<ZKCopyTask &>(*task).setPercentCompleted(
                 task->property("shownDone").toDouble());
+            // Rows draw what the task announces: the staged fraction too.
+            Q_EMIT task->progressChanged(task->progress());
         }
         ok &= shoot(window, QStringLiteral("%1/queue-window-%2.png").arg(output, name));
 

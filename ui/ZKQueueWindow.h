@@ -102,8 +102,6 @@ private:
     void buildToolBar();
     void buildStatusBar();
     void connectDocument();
-    void reloadRows();
-    void syncRows();
     void refreshState();
     void refreshTexts();
     void refreshTitle();
