@@ -7,8 +7,6 @@
 
 #include <QNetworkReply>
 
-#include <iterator>
-
 namespace {
 
 using M = ZKEndpointErrors;
@@ -109,17 +107,9 @@ constexpr Entry entries[] = {
      QT_TRANSLATE_NOOP("ZKEndpointErrors", "Timed out waiting for data from %1.")},
 };
 
-// The table is read by position: a message added out of place would give
-// another message's text.
-constexpr bool isInOrder() {
-    for (std::size_t i = 0; i < std::size(entries); ++i) {
-        if (entries[i].message != ZKEndpointErrors::Message(i)) {
-            return false;
-        }
-    }
-    return std::size(entries) == ZKEndpointErrors::MessageCount;
-}
-static_assert(isInOrder(), "the entries follow the order of ZKEndpointErrors::Message");
+// The table is read by position.
+static_assert(ZKError::followsMessageOrder(entries, ZKEndpointErrors::MessageCount),
+              "the entries follow the order of ZKEndpointErrors::Message");
 
 const Entry &entryOf(ZKEndpointErrors::Message message) {
     Q_ASSERT(message >= 0 && message < ZKEndpointErrors::MessageCount);

@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKQueueFileErrors.h"
 
-#include <iterator>
-
 namespace {
 
 using M = ZKQueueFileErrors;
@@ -43,17 +41,9 @@ constexpr Entry entries[] = {
     {M::IsOutOfRange, 0, QT_TRANSLATE_NOOP("ZKQueueFileErrors", "is out of range")},
 };
 
-// The table is read by position: a message added out of place would give
-// another message's text.
-constexpr bool isInOrder() {
-    for (std::size_t i = 0; i < std::size(entries); ++i) {
-        if (entries[i].message != ZKQueueFileErrors::Message(i)) {
-            return false;
-        }
-    }
-    return std::size(entries) == ZKQueueFileErrors::MessageCount;
-}
-static_assert(isInOrder(), "the entries follow the order of ZKQueueFileErrors::Message");
+// The table is read by position.
+static_assert(ZKError::followsMessageOrder(entries, ZKQueueFileErrors::MessageCount),
+              "the entries follow the order of ZKQueueFileErrors::Message");
 
 const Entry &entryOf(ZKQueueFileErrors::Message message) {
     Q_ASSERT(message >= 0 && message < ZKQueueFileErrors::MessageCount);

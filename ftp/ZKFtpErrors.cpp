@@ -3,7 +3,6 @@
 #include "ZKFtpErrors.h"
 
 #include <cerrno>
-#include <iterator>
 
 namespace {
 
@@ -149,17 +148,9 @@ constexpr Entry entries[] = {
      QT_TRANSLATE_NOOP("ZKFtpErrors", "Unable to remove directory '%1': %2")},
 };
 
-// The table is read by position: a message added out of place would give
-// another message's text.
-constexpr bool isInOrder() {
-    for (std::size_t i = 0; i < std::size(entries); ++i) {
-        if (entries[i].message != ZKFtpErrors::Message(i)) {
-            return false;
-        }
-    }
-    return std::size(entries) == ZKFtpErrors::MessageCount;
-}
-static_assert(isInOrder(), "the entries follow the order of ZKFtpErrors::Message");
+// The table is read by position.
+static_assert(ZKError::followsMessageOrder(entries, ZKFtpErrors::MessageCount),
+              "the entries follow the order of ZKFtpErrors::Message");
 
 const Entry &entryOf(ZKFtpErrors::Message message) {
     Q_ASSERT(message >= 0 && message < ZKFtpErrors::MessageCount);

@@ -4,8 +4,6 @@
 
 #include <QtGlobal>
 
-#include <iterator>
-
 namespace {
 
 using M = ZKOperationErrors;
@@ -93,17 +91,9 @@ constexpr Entry entries[] = {
                        "Cannot remove files because %1 is not the same as %2.")},
 };
 
-// The table is read by position: a message added out of place would give
-// another message's text.
-constexpr bool isInOrder() {
-    for (std::size_t i = 0; i < std::size(entries); ++i) {
-        if (entries[i].message != ZKOperationErrors::Message(i)) {
-            return false;
-        }
-    }
-    return std::size(entries) == ZKOperationErrors::MessageCount;
-}
-static_assert(isInOrder(), "the entries follow the order of ZKOperationErrors::Message");
+// The table is read by position.
+static_assert(ZKError::followsMessageOrder(entries, ZKOperationErrors::MessageCount),
+              "the entries follow the order of ZKOperationErrors::Message");
 
 } // namespace
 

@@ -4,6 +4,8 @@
 
 #include <QString>
 #include <QStringList>
+
+#include <cstddef>
 #include <optional>
 
 // An error is a value: what failed is told by the result of a call, and the
@@ -24,6 +26,18 @@ public:
     // a path that holds "%2" stays as it is.
     static QString translatedText(const char *context, const char *sourceText,
                                   const QStringList &arguments);
+    // Whether a table of error messages lists each message of its enum once,
+    // in the enum's order, so that it can be read by position: a message
+    // added out of place would give another message's text.
+    template <typename Entry, std::size_t N>
+    static constexpr bool followsMessageOrder(const Entry (&entries)[N], std::size_t count) {
+        for (std::size_t i = 0; i < N; ++i) {
+            if (std::size_t(entries[i].message) != i) {
+                return false;
+            }
+        }
+        return N == count;
+    }
 
     const QString &domain() const { return m_domain; }
     qint64 code() const { return m_code; }

@@ -4,8 +4,6 @@
 
 #include "ZKPropertyListSerialization.h"
 
-#include <iterator>
-
 namespace {
 
 using M = ZKPropertyListErrors;
@@ -91,17 +89,9 @@ constexpr Entry entries[] = {
 // %1: the message, %2: the keys and indexes that lead to the value.
 const char *const atPath = QT_TRANSLATE_NOOP("ZKPropertyListErrors", "%1 (at '%2')");
 
-// The table is read by position: a message added out of place would give
-// another message's text.
-constexpr bool isInOrder() {
-    for (std::size_t i = 0; i < std::size(entries); ++i) {
-        if (entries[i].message != ZKPropertyListErrors::Message(i)) {
-            return false;
-        }
-    }
-    return std::size(entries) == ZKPropertyListErrors::MessageCount;
-}
-static_assert(isInOrder(), "the entries follow the order of ZKPropertyListErrors::Message");
+// The table is read by position.
+static_assert(ZKError::followsMessageOrder(entries, ZKPropertyListErrors::MessageCount),
+              "the entries follow the order of ZKPropertyListErrors::Message");
 
 } // namespace
 
