@@ -47,7 +47,7 @@ void ZKTaskQueue::adopt(const ZKTaskPtr &task) {
     Entry &entry = m_entries[task.get()];
     entry.task = task;
     entry.state = task->state();
-    entry.progress = task->progress();
+    entry.take(task->progress());
     account(entry, +1);
 }
 
@@ -65,8 +65,7 @@ void ZKTaskQueue::forget(ZKTask *task) {
 
 // Adds (+1) or takes away (-1) the entry's figures from the sums.
 void ZKTaskQueue::account(const Entry &entry, int sign) {
-    const ZKTaskProgress &p = entry.progress;
-    const quint64 files = std::max<quint64>(p.filesTotal, 1);
+    const quint64 files = std::max<quint64>(entry.filesTotal, 1);
     Sums counted;
     switch (entry.state) {
     case S::PendingPreparation:
@@ -75,15 +74,16 @@ void ZKTaskQueue::account(const Entry &entry, int sign) {
     case S::Processing:
     case S::PendingVerification:
     case S::Verifying:
-        counted = {std::min(p.progressBytes, p.totalBytes), p.totalBytes, p.remainingWorkBytes,
-                   p.filesTotal > 1 ? std::min(p.filesDone, files) : 0, files};
+        counted = {std::min(entry.progressBytes, entry.totalBytes), entry.totalBytes,
+                   entry.remainingWorkBytes,
+                   entry.filesTotal > 1 ? std::min(entry.filesDone, files) : 0, files};
         break;
     case S::Completed:
     case S::Failed:
-        counted = {p.totalBytes, p.totalBytes, 0, files, files};
+        counted = {entry.totalBytes, entry.totalBytes, 0, files, files};
         break;
     case S::PendingRemoval:
-        counted = {0, 0, p.remainingWorkBytes, 0, 0};
+        counted = {0, 0, entry.remainingWorkBytes, 0, 0};
         break;
     default:
         break;
@@ -199,7 +199,7 @@ bool ZKTaskQueue::refreshEntry(ZKTask *task, ZKTaskPtr *changed, ZKTaskPtr *held
         entry.state = state;
         *changed = entry.task;
     }
-    entry.progress = progress;
+    entry.take(progress);
     account(entry, +1);
     return started;
 }

@@ -134,7 +134,21 @@ private:
         ZKTaskPtr task;
         qint64 key = 0;
         qint32 state = -1;
-        ZKTaskProgress progress;
+        // Of the task's progress, only what the sums need: a queue may hold
+        // 100,000 entries.
+        quint64 progressBytes = 0;
+        quint64 totalBytes = 0;
+        quint64 remainingWorkBytes = 0;
+        quint64 filesDone = 0;
+        quint64 filesTotal = 0;
+
+        void take(const ZKTaskProgress &progress) {
+            progressBytes = progress.progressBytes;
+            totalBytes = progress.totalBytes;
+            remainingWorkBytes = progress.remainingWorkBytes;
+            filesDone = progress.filesDone;
+            filesTotal = progress.filesTotal;
+        }
     };
     // What the tasks add to the queue's figures, by their states.
     struct Sums {

@@ -520,8 +520,8 @@ void TestZKTaskQueue::figures() {
     QFETCH(double, rate);
     QFETCH(QString, expected);
     ZKTaskQueue queue;
-    for (const QString &spec : tasks) {
-        const QStringList parts = spec.split(QLatin1Char(' '));
+    for (const QString &row : tasks) {
+        const QStringList parts = row.split(QLatin1Char(' '));
         auto task =
             makeTask(QStringLiteral("t%1").arg(queue.count()), ZKTaskState::parse(parts.at(0)));
         copyTask(task).setTotalBytes(parts.at(2).toULongLong());
