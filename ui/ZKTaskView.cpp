@@ -320,6 +320,12 @@ void ZKTaskView::refreshButtonNames() {
             button->setAccessibleName(name);
         }
     }
+    const QString barName =
+        file.isEmpty() ? tr("Progress")
+                       : tr("Progress of “%1”", "a row's progress bar, of which file").arg(file);
+    if (m_progressIndicator->accessibleName() != barName) {
+        m_progressIndicator->setAccessibleName(barName);
+    }
 }
 
 void ZKTaskView::refreshAccessibleTexts() {
