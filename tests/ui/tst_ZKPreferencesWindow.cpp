@@ -13,13 +13,9 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QDialogButtonBox>
 #include <QDir>
-#include <QPushButton>
-#include <QRegularExpression>
 #include <QSettings>
 #include <QSpinBox>
-#include <QTabBar>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
@@ -102,9 +98,6 @@ class TestZKPreferencesWindow : public QObject {
 private Q_SLOTS:
     void initTestCase();
     void init();
-    void opensOnGeneral();
-    void choiceListsOfferTheirEntries_data();
-    void choiceListsOfferTheirEntries();
     void everyControlReachesTheStore_data();
     void everyControlReachesTheStore();
     void newQueueStartsWithTheChoices();
@@ -131,60 +124,6 @@ void TestZKPreferencesWindow::init() {
         defaults().removeObject(key);
     }
     ZKPreferences::initialiseUserDefaults();
-}
-
-void TestZKPreferencesWindow::opensOnGeneral() {
-    ZKPreferencesWindow window;
-    window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-    QCOMPARE(window.currentPage(), QStringLiteral("General"));
-    QVERIFY(window.findChild<QCheckBox *>(ZKPreferences::verifyEnabled)->isVisible());
-    QCOMPARE(window.windowTitle(), QStringLiteral("Preferences"));
-    QVERIFY(window.showPage(QStringLiteral("Sounds")));
-    QVERIFY(window.findChild<QComboBox *>(ZKPreferences::completionSound)->isVisible());
-    QVERIFY(!window.showPage(QStringLiteral("Elsewhere")));
-    QCOMPARE(window.currentPage(), QStringLiteral("Sounds"));
-}
-
-void TestZKPreferencesWindow::choiceListsOfferTheirEntries_data() {
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<QList<ZKPreferencesWindow::Choice>>("choices");
-    QTest::addColumn<int>("count");
-    QTest::addColumn<QString>("lastName");
-    QTest::addColumn<int>("lastValue");
-    QTest::addColumn<QString>("shown");
-
-    QTest::newRow("retry delay") << QString(ZKPreferences::automaticRetryDelaySeconds)
-                                 << ZKPreferencesWindow::listRetryDelayTimes() << 8
-                                 << QStringLiteral("1 hour") << 3600
-                                 << QStringLiteral("30 seconds");
-    QTest::newRow("time-out") << QString(ZKPreferences::downloadTimeout)
-                              << ZKPreferencesWindow::listTimeoutTimes() << 11
-                              << QStringLiteral("10 minutes") << 600 << QStringLiteral("5 seconds");
-}
-
-void TestZKPreferencesWindow::choiceListsOfferTheirEntries() {
-    QFETCH(QString, key);
-    QFETCH(QList<ZKPreferencesWindow::Choice>, choices);
-    QFETCH(int, count);
-    QFETCH(QString, lastName);
-    QFETCH(int, lastValue);
-    QFETCH(QString, shown);
-
-    QCOMPARE(choices.size(), count);
-    QCOMPARE(choices.last().first, lastName);
-    QCOMPARE(choices.last().second, lastValue);
-
-    ZKPreferencesWindow window;
-    auto *list = window.findChild<QComboBox *>(key);
-    QVERIFY(list);
-    QCOMPARE(list->count(), count);
-    for (int i = 0; i < count; ++i) {
-        QCOMPARE(list->itemText(i), choices[i].first);
-        QCOMPARE(list->itemData(i).toInt(), choices[i].second);
-    }
-    // The first-run value.
-    QCOMPARE(list->currentText(), shown);
 }
 
 void TestZKPreferencesWindow::everyControlReachesTheStore_data() {

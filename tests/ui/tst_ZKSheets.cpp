@@ -373,30 +373,8 @@ void TestZKSheets::savedQueueReopensWithSheetValues() {
     ZKError error;
     QVERIFY2(window->document()->writeToFile(path("saved.queue"), &error),
              qUtf8Printable(error.localizedDescription()));
-    QVariantMap plist;
-    QVERIFY2(ZKFerrowickDocument::readPropertyListFromFile(path("saved.queue"), &plist, &error),
-             qUtf8Printable(error.localizedDescription()));
-    const QVariantMap limit = plist.value(QStringLiteral("SpeedLimit")).toMap();
-    QCOMPARE(limit.value(QStringLiteral("Enabled")).toBool(), true);
-    QCOMPARE(limit.value(QStringLiteral("MaximumTransferRate")).toLongLong(),
-             window->document()->speedLimit().maximumTransferRate());
-    QCOMPARE(limit.value(QStringLiteral("MaximumTransferRate")).toLongLong(),
-             qint64(900) * 1048576);
-    const QVariantMap schedule = plist.value(QStringLiteral("Schedule")).toMap();
-    QCOMPARE(schedule.value(QStringLiteral("ScheduleEnabled")).toBool(), true);
-    const QVariantMap startCopying = schedule.value(QStringLiteral("StartCopying")).toMap();
-    QCOMPARE(startCopying.value(QStringLiteral("Enabled")).toBool(), true);
-    QCOMPARE(startCopying.value(QStringLiteral("Time")).toString(), QStringLiteral("06:15"));
-    const QVariantMap stopLimit = schedule.value(QStringLiteral("StopSpeedLimit")).toMap();
-    QCOMPARE(stopLimit.value(QStringLiteral("Enabled")).toBool(), true);
-    QCOMPARE(stopLimit.value(QStringLiteral("Time")).toString(), QStringLiteral("23:45"));
-    for (const char *off : {"StopCopying", "StartSpeedLimit"}) {
-        const QVariantMap timer = schedule.value(QString::fromLatin1(off)).toMap();
-        QVERIFY2(timer.contains(QStringLiteral("Time")), off);
-        QCOMPARE(timer.value(QStringLiteral("Enabled")).toBool(), false);
-    }
-
-    // Opened again in a window of its own, the sheets show the same.
+    // Opened again in a window of its own, the sheets show the same: what
+    // was set went through the file.
     auto document = std::make_unique<ZKFerrowickDocument>();
     QVERIFY2(document->readFromFile(path("saved.queue"), &error),
              qUtf8Printable(error.localizedDescription()));
