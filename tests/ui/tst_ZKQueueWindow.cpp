@@ -197,29 +197,18 @@ void TestZKQueueWindow::droppedFolderRunsToCompletion() {
     QTRY_VERIFY(task->detail().endsWith(QStringLiteral(" - done")));
     const auto rows = window->listView()->visibleItems();
     QCOMPARE(rows.size(), 1);
-    QTRY_VERIFY2(
-        !rows.first()->findChildren<QLabel *>(QString(), Qt::FindChildrenRecursively).isEmpty(),
-        "the row shows nothing");
-    bool detailShown = false;
+    const auto shows = [](QWidget *widget, const auto &wanted) {
+        const QList<QLabel *> labels = widget->findChildren<QLabel *>();
+        return std::any_of(labels.begin(), labels.end(),
+                           [&](QLabel *label) { return wanted(label->text()); });
+    };
     QTRY_VERIFY_WITH_TIMEOUT(
-        [&] {
-            detailShown = false;
-            for (QLabel *label : rows.first()->findChildren<QLabel *>()) {
-                detailShown = detailShown || label->text() == task->detail();
-            }
-            return detailShown;
-        }(),
-        5000);
-    bool summaryShown = false;
-    QTRY_VERIFY_WITH_TIMEOUT(
-        [&] {
-            summaryShown = false;
-            for (QLabel *label : window->statusBar()->findChildren<QLabel *>()) {
-                summaryShown = summaryShown || label->text().startsWith("1 of 1 complete");
-            }
-            return summaryShown;
-        }(),
-        5000);
+        shows(rows.first(), [&](const QString &text) { return text == task->detail(); }), 5000);
+    QTRY_VERIFY_WITH_TIMEOUT(shows(window->statusBar(),
+                                   [](const QString &text) {
+                                       return text.startsWith(QStringLiteral("1 of 1 complete"));
+                                   }),
+                             5000);
 }
 
 void TestZKQueueWindow::conflictIsAskedOverItsWindow_data() {
