@@ -134,7 +134,7 @@ std::unique_ptr<ZKFerrowickDocument> queueInEveryState(const QString &root) {
     struct Item {
         const char *name;
         qint64 size;
-        qint32 state;
+        ZKTaskState state;
         double done;
     };
     const Item items[] = {

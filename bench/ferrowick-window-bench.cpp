@@ -97,8 +97,8 @@ void printFrames(const char *what, QList<double> frames) {
 QList<ZKTaskPtr> makeTasks(const QString &root, int count, int offset) {
     const auto destination =
         ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(root + "/out"));
-    const qint32 states[] = {S::Completed, S::PendingProcessing, S::Suspended,
-                             S::Failed,    S::Cancelled,         S::PendingProcessing};
+    const ZKTaskState states[] = {S::Completed, S::PendingProcessing, S::Suspended,
+                                  S::Failed,    S::Cancelled,         S::PendingProcessing};
     QList<ZKTaskPtr> tasks;
     tasks.reserve(count);
     for (int i = 0; i < count; ++i) {

@@ -467,8 +467,8 @@ int ZKCommandLine::show(const QStringList &arguments) {
         if (source) {
             source->acquireBookmark();
         }
-        const QString state = ZKTaskState::convertToString(
-            ZKTaskState::parse(task.value(QStringLiteral("State")).toString()));
+        const QString state = ZKTaskStates::convertToString(
+            ZKTaskStates::parse(task.value(QStringLiteral("State")).toString()));
         const quint64 progress = task.value(QStringLiteral("ProgressBytes")).toULongLong();
         const quint64 total = task.value(QStringLiteral("TotalBytes")).toULongLong();
         QString line =

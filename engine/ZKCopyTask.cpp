@@ -95,7 +95,7 @@ std::shared_ptr<ZKCopyTask> ZKCopyTask::create(const QVariantMap &plist) {
             ZKPropertyListParser::parseUrls(plist.value(kPreExistingUrls).toList());
     }
     task->m_notes = plist.value(kNotes).toStringList();
-    const qint32 state = ZKTaskState::parse(plist.value(kState).toString());
+    const ZKTaskState state = ZKTaskStates::parse(plist.value(kState).toString());
     const quint64 progress = plist.value(kProgressBytes).toULongLong();
     const quint64 total = plist.value(kTotalBytes).toULongLong();
     task->m_state = state;
@@ -178,7 +178,7 @@ QVariantMap ZKCopyTask::asPropertyList() const {
         {kTransferMode, ZKTransferMode::convertToString(m_transferMode.load())},
         {kSkippedUrls, ZKPropertyListParser::formatUrls(m_skippedUrls)},
         {kReplacedUrls, ZKPropertyListParser::formatUrls(m_replacedUrls)},
-        {kState, ZKTaskState::convertToString(m_state.load())},
+        {kState, ZKTaskStates::convertToString(m_state.load())},
         {kProgressBytes, m_progressBytes.load()},
         {kTotalBytes, m_totalBytes.load()},
         {kDataRate, m_dataRate.load()},
@@ -296,7 +296,7 @@ void ZKCopyTask::remove() {
 }
 
 void ZKCopyTask::runOperation(const std::shared_ptr<ZKFileOperation> &operation,
-                              qint32 runningState,
+                              ZKTaskState runningState,
                               std::function<void(ZKFileOperation &)> endHandler) {
     ZKFileOperation *raw = operation.get();
     {
@@ -365,7 +365,7 @@ void ZKCopyTask::runOperation(const std::shared_ptr<ZKFileOperation> &operation,
     m_operationQueue.addOperation(operation);
 }
 
-bool ZKCopyTask::endsByCancellation(ZKFileOperation &operation, qint32 restingState) {
+bool ZKCopyTask::endsByCancellation(ZKFileOperation &operation, ZKTaskState restingState) {
     const auto s = state();
     if (s == S::Cancelling || s == S::Cancelled) {
         return true; // cancellation owns the state now
@@ -493,7 +493,7 @@ void ZKCopyTask::pause() {
 }
 
 void ZKCopyTask::cancel() {
-    const qint32 previous = state();
+    const ZKTaskState previous = state();
     setState(S::Cancelling);
     cancelAndWait();
     // The look at the partial file, the question and the removal run on the
@@ -525,7 +525,7 @@ void ZKCopyTask::cancel() {
     refresh();
 }
 
-bool ZKCopyTask::isPartialCopy(qint32 previousState) {
+bool ZKCopyTask::isPartialCopy(ZKTaskState previousState) {
     if (previousState == S::PendingPreparation || previousState == S::Completed ||
         m_bytesCopied.load() == 0) {
         return false;
@@ -590,7 +590,7 @@ void ZKCopyTask::forgetAnalysis() {
     startOver(state() == S::Suspended ? S::Suspended : S::PendingPreparation);
 }
 
-void ZKCopyTask::startOver(qint32 restingState) {
+void ZKCopyTask::startOver(ZKTaskState restingState) {
     cancelAndWait();
     m_bytesCopied = 0;
     m_bytesVerified = 0;
@@ -823,19 +823,19 @@ void ZKCopyTask::onMain(const std::function<void()> &fn) {
     ZKMainQueue::sync(fn);
 }
 
-void ZKCopyTask::setState(qint32 state) {
+void ZKCopyTask::setState(ZKTaskState state) {
     onMain([&] {
         if (store(m_state, state)) {
             if (state != S::Processing && state != S::Verifying) {
                 m_ownRate.reset(); // a rate is of a step that runs
             }
-            Q_EMIT stateChanged();
+            Q_EMIT stateChanged(state);
             refresh();
         }
     });
 }
 
-void ZKCopyTask::takeActivity(qint32 runningState, quint64 bytes,
+void ZKCopyTask::takeActivity(ZKTaskState runningState, quint64 bytes,
                               const ZKOperationActivity &report) {
     (runningState == S::Processing ? m_bytesCopied : m_bytesVerified) = bytes;
     if (!m_ownRate) {

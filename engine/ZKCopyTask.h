@@ -49,8 +49,8 @@ public:
     void revealSource() override;
     void revealDestination() override;
 
-    qint32 state() const override { return m_state.load(); }
-    void setState(qint32 state) override;
+    ZKTaskState state() const override { return m_state.load(); }
+    void setState(ZKTaskState state) override;
     ZKReaderPtr source() const override;
     void setSource(ZKReaderPtr source) override;
     ZKWriterPtr destination() const override;
@@ -132,19 +132,19 @@ private:
     void process();
     void verify();
     void remove();
-    void runOperation(const std::shared_ptr<ZKFileOperation> &operation, qint32 runningState,
+    void runOperation(const std::shared_ptr<ZKFileOperation> &operation, ZKTaskState runningState,
                       std::function<void(ZKFileOperation &)> endHandler);
     void endPrepare(ZKFileOperation &operation);
     void endProcess(ZKFileOperation &operation);
     void endVerify(ZKFileOperation &operation);
     void endRemove(ZKFileOperation &operation);
-    bool endsByCancellation(ZKFileOperation &operation, qint32 restingState);
+    bool endsByCancellation(ZKFileOperation &operation, ZKTaskState restingState);
     void fail(const ZKOptionalError &error);
     void signalOperationFinished();
-    bool isPartialCopy(qint32 previousState);
+    bool isPartialCopy(ZKTaskState previousState);
     void cancelAndWait();
     // Back to the start, with no progress kept, resting in the given state.
-    void startOver(qint32 restingState = ZKTaskState::PendingPreparation);
+    void startOver(ZKTaskState restingState = ZKTaskState::PendingPreparation);
     void configure(ZKFileOperation &operation) const;
 
     // The derived figures at once; main thread.
@@ -160,7 +160,7 @@ private:
     static void onMain(const std::function<void()> &fn);
     void startStep();
     // Main thread: a report of the running step.
-    void takeActivity(qint32 runningState, quint64 bytes, const ZKOperationActivity &report);
+    void takeActivity(ZKTaskState runningState, quint64 bytes, const ZKOperationActivity &report);
 
     ZKOperationQueue m_operationQueue;
     std::shared_ptr<ZKFileOperation> m_currentOperation;
@@ -177,7 +177,7 @@ private:
     std::atomic<bool> m_isVerifyEnabled{false};
     std::atomic<bool> m_isVerifiedOk{false};
     std::atomic<qint32> m_transferMode{0};
-    std::atomic<qint32> m_state{0};
+    std::atomic<ZKTaskState> m_state{ZKTaskState::PendingPreparation};
     std::atomic<qint32> m_unreadableFileResponse{2};
     std::atomic<qint32> m_unwritableFileResponse{2};
     std::atomic<qint32> m_preExistingFileResponse{2};

@@ -178,7 +178,7 @@ void ZKFerrowickDocument::updateChangeCount() {
 bool ZKFerrowickDocument::hasRunningTask() const {
     const QList<ZKTaskPtr> tasks = m_taskQueue.tasks();
     return std::any_of(tasks.cbegin(), tasks.cend(), [](const ZKTaskPtr &task) {
-        const qint32 s = task->state();
+        const ZKTaskState s = task->state();
         return s == S::Processing || s == S::Verifying || s == S::Removing;
     });
 }
@@ -293,7 +293,7 @@ void ZKFerrowickDocument::startTask(const ZKTaskPtr &task) {
     // progress is kept by itself (saveProgress).
 }
 
-bool ZKFerrowickDocument::shouldStartNextTaskWithStateChange(qint32 from, qint32 to) {
+bool ZKFerrowickDocument::shouldStartNextTaskWithStateChange(ZKTaskState from, ZKTaskState to) {
     if (to == S::Completed || to == S::Failed || to == S::Cancelled) {
         return true;
     }
@@ -308,8 +308,8 @@ bool ZKFerrowickDocument::shouldStartNextTaskWithStateChange(qint32 from, qint32
 }
 
 void ZKFerrowickDocument::onTaskStateChanged(ZKTask *task, const std::weak_ptr<ZKTask> &weak) {
-    const qint32 from = m_lastStates.value(task, S::PendingPreparation);
-    const qint32 to = task->state();
+    const ZKTaskState from = m_lastStates.value(task, S::PendingPreparation);
+    const ZKTaskState to = task->state();
     m_lastStates.insert(task, to);
     m_file->noteProgress(to == S::Completed || to == S::Failed || to == S::Cancelled);
     if (shouldStartNextTaskWithStateChange(from, to)) {
@@ -322,7 +322,7 @@ void ZKFerrowickDocument::onTaskStateChanged(ZKTask *task, const std::weak_ptr<Z
     Q_EMIT descriptionChanged();
 }
 
-void ZKFerrowickDocument::followUp(const std::weak_ptr<ZKTask> &weak, qint32 newState) {
+void ZKFerrowickDocument::followUp(const std::weak_ptr<ZKTask> &weak, ZKTaskState newState) {
     if (m_autoClearItems && newState == S::Completed) {
         ZKMainQueue::asyncAfter(1, [guard = Guard(this), weak] {
             const auto task = weak.lock();
@@ -665,7 +665,7 @@ void ZKFerrowickDocument::changeDestinationForTask(const ZKTaskPtr &task,
 
 void ZKFerrowickDocument::changeEndpointOfTask(const ZKTaskPtr &task,
                                                std::function<void()> change) {
-    const qint32 s = task && indexOfTask(task) >= 0 ? task->state() : S::Completed;
+    const ZKTaskState s = task && indexOfTask(task) >= 0 ? task->state() : S::Completed;
     if (s == S::Completed || s == S::Cancelling || s == S::Cancelled) {
         return; // ended, or no task of this queue
     }

@@ -140,7 +140,7 @@ public:
     void setState(qint32 state);
     void toggleStartStop();
     void startNextTask();
-    static bool shouldStartNextTaskWithStateChange(qint32 from, qint32 to);
+    static bool shouldStartNextTaskWithStateChange(ZKTaskState from, ZKTaskState to);
     void startRetryTimer();
     void cancelRetryTimer();
     void retry();
@@ -335,7 +335,7 @@ private:
     void changeEndpointOfTask(const ZKTaskPtr &task, std::function<void()> change);
     void connectTask(const ZKTaskPtr &task);
     void onTaskStateChanged(ZKTask *task, const std::weak_ptr<ZKTask> &weak);
-    void followUp(const std::weak_ptr<ZKTask> &task, qint32 newState);
+    void followUp(const std::weak_ptr<ZKTask> &task, ZKTaskState newState);
     // Tells of the figures once the changes on their way are in.
     void announceFigures();
     void refreshRetryTooltip();
@@ -371,7 +371,7 @@ private:
     bool m_showDataRate = false;
     bool m_showDataSize = false;
     ZKQueuePasteboard m_pasteboard{*this};
-    QHash<ZKTask *, qint32> m_lastStates; // old values for state changes
+    QHash<ZKTask *, ZKTaskState> m_lastStates; // old values for state changes
     QList<UnreadTaskEntry> m_unreadTaskEntries;
     std::unique_ptr<ZKQueueFile> m_file = std::make_unique<ZKQueueFile>(*this);
 };

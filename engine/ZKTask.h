@@ -7,6 +7,7 @@
 #include "ZKPropertyListObject.h"
 #include "ZKReader.h"
 #include "ZKTaskProgress.h"
+#include "ZKTaskState.h"
 #include "ZKWriter.h"
 
 #include <QObject>
@@ -28,7 +29,7 @@ class ZKTransferThrottle;
 class ZKTask : public QObject, public ZKPropertyListObject {
     Q_OBJECT
     // What a queue sorts by reads these.
-    Q_PROPERTY(qint32 state READ state NOTIFY stateChanged)
+    Q_PROPERTY(ZKTaskState state READ state NOTIFY stateChanged)
     Q_PROPERTY(QString filename READ filename NOTIFY filenameChanged)
     Q_PROPERTY(
         QString destinationDirectory READ destinationDirectory NOTIFY destinationDirectoryChanged)
@@ -57,8 +58,8 @@ public:
     // rest as after pause() once the step has ended.
     virtual void stopSteps() = 0;
 
-    virtual qint32 state() const = 0;
-    virtual void setState(qint32 state) = 0;
+    virtual ZKTaskState state() const = 0;
+    virtual void setState(ZKTaskState state) = 0;
     virtual ZKReaderPtr source() const = 0;
     virtual void setSource(ZKReaderPtr source) = 0;
     virtual ZKWriterPtr destination() const = 0;
@@ -114,7 +115,7 @@ Q_SIGNALS:
     void progressChanged(const ZKTaskProgress &progress);
     // Main thread: bytes moved in so many seconds, as the step reported them.
     void activity(quint64 bytes, double seconds);
-    void stateChanged();
+    void stateChanged(ZKTaskState state);
     void sourceChanged();
     void destinationChanged();
     void transferModeChanged();

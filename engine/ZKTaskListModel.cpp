@@ -58,9 +58,9 @@ QVariant ZKTaskListModel::data(const QModelIndex &index, int role) const {
     case DetailRole:
         return task->detail();
     case StateRole:
-        return task->state();
+        return qint32(task->state());
     case StateNameRole:
-        return ZKTaskState::convertToString(task->state());
+        return ZKTaskStates::convertToString(task->state());
     case FilenameRole:
         return task->filename();
     case DestinationDirectoryRole:

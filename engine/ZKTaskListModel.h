@@ -18,7 +18,7 @@ public:
         TitleRole = Qt::DisplayRole, // the task's description
         TaskRole = Qt::UserRole + 1, // QVariant of ZKTaskPtr
         DetailRole,
-        StateRole,     // ZKTaskState value
+        StateRole,     // ZKTaskState, as its saved number
         StateNameRole, // its saved name
         FractionRole,  // 0.0 to 1.0
         IndeterminateRole,

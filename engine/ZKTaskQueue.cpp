@@ -21,12 +21,12 @@ namespace {
 
 using S = ZKTaskState;
 
-bool isIn(qint32 state, std::initializer_list<qint32> states) {
+bool isIn(ZKTaskState state, std::initializer_list<ZKTaskState> states) {
     return std::find(states.begin(), states.end(), state) != states.end();
 }
 
 // A task with a step running: the one that needs the rate and the limit now.
-bool isActive(qint32 state) {
+bool isActive(ZKTaskState state) {
     return isIn(state, {S::Preparing, S::Processing, S::Verifying, S::Removing});
 }
 
@@ -57,9 +57,7 @@ void ZKTaskQueue::forget(ZKTask *task) {
         return;
     }
     account(found.value(), -1);
-    if (found->state >= 0 && found->state < stateCount) {
-        m_byState[found->state].erase({found->key, task});
-    }
+    byState(found->state).erase({found->key, task});
     m_entries.erase(found);
 }
 
@@ -105,17 +103,15 @@ void ZKTaskQueue::renumber() {
         Entry &entry = m_entries[task.get()];
         m_lastKey += keyStep;
         entry.key = m_lastKey;
-        if (entry.state >= 0 && entry.state < stateCount) {
-            m_byState[entry.state].insert({entry.key, task.get()});
-        }
+        byState(entry.state).insert({entry.key, task.get()});
     }
 }
 
-ZKTaskPtr ZKTaskQueue::firstInStates(std::initializer_list<qint32> states) const {
+ZKTaskPtr ZKTaskQueue::firstInStates(std::initializer_list<ZKTaskState> states) const {
     std::shared_lock locker(m_lock);
     const std::pair<qint64, ZKTask *> *first = nullptr;
-    for (const qint32 state : states) {
-        const StateSet &set = m_byState[state];
+    for (const ZKTaskState state : states) {
+        const StateSet &set = byState(state);
         if (!set.empty() && (!first || *set.begin() < *first)) {
             first = &*set.begin();
         }
@@ -123,22 +119,22 @@ ZKTaskPtr ZKTaskQueue::firstInStates(std::initializer_list<qint32> states) const
     return first ? m_entries.value(first->second).task : nullptr;
 }
 
-QList<ZKTaskPtr> ZKTaskQueue::tasksInStates(std::initializer_list<qint32> states) const {
+QList<ZKTaskPtr> ZKTaskQueue::tasksInStates(std::initializer_list<ZKTaskState> states) const {
     std::shared_lock locker(m_lock);
     QList<ZKTaskPtr> found;
-    for (const qint32 state : states) {
-        for (const auto &member : m_byState[state]) {
+    for (const ZKTaskState state : states) {
+        for (const auto &member : byState(state)) {
             found.append(m_entries.value(member.second).task);
         }
     }
     return found;
 }
 
-qsizetype ZKTaskQueue::countInStates(std::initializer_list<qint32> states) const {
+qsizetype ZKTaskQueue::countInStates(std::initializer_list<ZKTaskState> states) const {
     std::shared_lock locker(m_lock);
     qsizetype count = 0;
-    for (const qint32 state : states) {
-        count += qsizetype(m_byState[state].size());
+    for (const ZKTaskState state : states) {
+        count += qsizetype(byState(state).size());
     }
     return count;
 }
@@ -185,16 +181,12 @@ bool ZKTaskQueue::refreshEntry(ZKTask *task, ZKTaskPtr *changed, ZKTaskPtr *held
     Entry &entry = found.value();
     *held = entry.task;
     // The task is held by the entry, and its getters only read.
-    const qint32 state = task->state();
+    const ZKTaskState state = task->state();
     bool started = false;
     account(entry, -1);
     if (state != entry.state) {
-        if (entry.state >= 0 && entry.state < stateCount) {
-            m_byState[entry.state].erase({entry.key, task});
-        }
-        if (state >= 0 && state < stateCount) {
-            m_byState[state].insert({entry.key, task});
-        }
+        byState(entry.state).erase({entry.key, task});
+        byState(state).insert({entry.key, task});
         started = isActive(state) && !isActive(entry.state);
         entry.state = state;
         *changed = entry.task;
@@ -265,9 +257,7 @@ void ZKTaskQueue::insertTasks(const QList<ZKTaskPtr> &tasks, ZKIndexList indexes
                 Entry &entry = m_entries[task];
                 m_lastKey += keyStep;
                 entry.key = m_lastKey;
-                if (entry.state >= 0 && entry.state < stateCount) {
-                    m_byState[entry.state].insert({entry.key, task});
-                }
+                byState(entry.state).insert({entry.key, task});
                 inserted.append(i);
             }
         } else {
@@ -490,10 +480,10 @@ ZKQueueFigures ZKTaskQueue::figures(qint32 queueState) const {
         f.filesDone = m_sums.filesDone;
         f.filesTotal = m_sums.filesTotal;
         f.taskCount = m_tasks.size() + m_removedCompleted;
-        f.completedCount = qsizetype(m_byState[S::Completed].size()) + m_removedCompleted;
-        f.failedCount = qsizetype(m_byState[S::Failed].size());
-        const auto first = [this](qint32 state) {
-            return m_byState[state].empty() ? nullptr : m_byState[state].begin()->second;
+        f.completedCount = qsizetype(byState(S::Completed).size()) + m_removedCompleted;
+        f.failedCount = qsizetype(byState(S::Failed).size());
+        const auto first = [this](ZKTaskState state) {
+            return byState(state).empty() ? nullptr : byState(state).begin()->second;
         };
         ZKTask *processing = first(S::Processing);
         ZKTask *verifying = first(S::Verifying);
@@ -526,10 +516,10 @@ bool ZKTaskQueue::allTasksCompleted() const {
 
 qsizetype ZKTaskQueue::countUnfinished() const {
     qsizetype count = 0;
-    for (const qint32 state :
+    for (const ZKTaskState state :
          {S::PendingPreparation, S::Preparing, S::PendingProcessing, S::Processing,
           S::PendingVerification, S::Verifying, S::Cancelling}) {
-        count += qsizetype(m_byState[state].size());
+        count += qsizetype(byState(state).size());
     }
     return count;
 }

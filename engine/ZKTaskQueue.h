@@ -126,14 +126,14 @@ Q_SIGNALS:
     void figuresChanged();
 
 private:
-    static constexpr int stateCount = 13;
+    static constexpr int stateCount = int(ZKTaskState::Suspended) + 1;
     // What the queue knows of one of its tasks. The key orders the tasks as
     // the list does, so the state sets below answer "the first task in such
     // a state" without a walk.
     struct Entry {
         ZKTaskPtr task;
         qint64 key = 0;
-        qint32 state = -1;
+        ZKTaskState state = ZKTaskState::PendingPreparation;
         // Of the task's progress, only what the sums need: a queue may hold
         // 100,000 entries.
         quint64 progressBytes = 0;
@@ -182,9 +182,9 @@ private:
     void renumber();
     void account(const Entry &entry, int sign);
     qsizetype countUnfinished() const;
-    ZKTaskPtr firstInStates(std::initializer_list<qint32> states) const;
-    QList<ZKTaskPtr> tasksInStates(std::initializer_list<qint32> states) const;
-    qsizetype countInStates(std::initializer_list<qint32> states) const;
+    ZKTaskPtr firstInStates(std::initializer_list<ZKTaskState> states) const;
+    QList<ZKTaskPtr> tasksInStates(std::initializer_list<ZKTaskState> states) const;
+    qsizetype countInStates(std::initializer_list<ZKTaskState> states) const;
     // The tasks with a step running, which the rate and the limit reach.
     QList<ZKTaskPtr> runningTasks() const;
     // On the main thread, when a task says it changed.
@@ -203,6 +203,8 @@ private:
     qsizetype m_removedCompleted = 0;
     QHash<const ZKTask *, Entry> m_entries;
     std::array<StateSet, stateCount> m_byState;
+    StateSet &byState(ZKTaskState state) { return m_byState[size_t(state)]; }
+    const StateSet &byState(ZKTaskState state) const { return m_byState[size_t(state)]; }
     qint64 m_lastKey = 0;
     Sums m_sums;
     // Absent until told: tasks keep what they were made or loaded with.

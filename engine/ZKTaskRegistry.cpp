@@ -84,7 +84,7 @@ QSet<ZKFerrowickDocument *> &ZKTaskRegistry::openQueues() {
     return queues;
 }
 
-bool ZKTaskRegistry::hasEnded(qint32 state) {
+bool ZKTaskRegistry::hasEnded(ZKTaskState state) {
     return state == S::Completed || state == S::Failed || state == S::Cancelled;
 }
 

@@ -42,7 +42,7 @@ public:
 
     // Completed, failed or cancelled: a task that writes nothing any more
     // unless it is started over.
-    static bool hasEnded(qint32 state);
+    static bool hasEnded(ZKTaskState state);
     // One spelling per place: a cleaned local path; an address without its
     // password, fragment, default port, "." and ".." segments or trailing
     // slash.

@@ -4,10 +4,14 @@
 
 #include "ZKEnumNames.h"
 
-QString ZKTaskState::convertToString(qint32 value) {
-    return ZKEnumNames::convertToString<Value>(value);
+namespace ZKTaskStates {
+
+QString convertToString(ZKTaskState state) {
+    return ZKEnumNames::convertToString<ZKTaskState>(qint32(state));
 }
 
-qint32 ZKTaskState::parse(const QString &text) {
-    return ZKEnumNames::parse<Value>(text);
+ZKTaskState parse(const QString &text) {
+    return ZKTaskState(ZKEnumNames::parse<ZKTaskState>(text));
 }
+
+} // namespace ZKTaskStates

@@ -8,7 +8,7 @@
 #include <cmath>
 #include <numbers>
 
-ZKBarTint ZKProgressBarHueTransformer::tintForState(qint32 state) {
+ZKBarTint ZKProgressBarHueTransformer::tintForState(ZKTaskState state) {
     using std::numbers::pi;
     switch (state) {
     case ZKTaskState::Preparing:
@@ -28,7 +28,7 @@ ZKBarTint ZKProgressBarHueTransformer::tintForState(qint32 state) {
 }
 
 QVariant ZKProgressBarHueTransformer::transformedValue(const QVariant &value) const {
-    return QVariant::fromValue(tintForState(value.toInt()));
+    return QVariant::fromValue(tintForState(ZKTaskState(value.toInt())));
 }
 
 QColor ZKBarTint::appliedTo(const QColor &highlight) const {

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "ZKTaskState.h"
 #include "ZKValueTransformer.h"
 
 #include <QColor>
@@ -30,5 +31,5 @@ public:
     QMetaType transformedValueClass() const override { return QMetaType::fromType<ZKBarTint>(); }
     QVariant transformedValue(const QVariant &value) const override;
 
-    static ZKBarTint tintForState(qint32 state);
+    static ZKBarTint tintForState(ZKTaskState state);
 };

@@ -12,7 +12,7 @@ QVariant ZKTaskActionIconTransformer::transformedValue(const QVariant &value) co
         m_completed = ZKImages::named(QStringLiteral("ZKActionCompleted"));
         m_suspend = ZKImages::named(QStringLiteral("ZKActionSuspend"));
     });
-    switch (value.toInt()) {
+    switch (ZKTaskState(value.toInt())) {
     case ZKTaskState::Suspended:
         return m_resume;
     case ZKTaskState::Failed:

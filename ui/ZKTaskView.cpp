@@ -194,14 +194,14 @@ void ZKTaskView::viewDidDisappear() {
 // ---- what the row shows
 
 void ZKTaskView::viewWillLayout() {
-    m_shownState = -1; // a row shown anew does not animate what it had before
+    m_shownState.reset(); // a row shown anew does not animate what it had before
     m_barAnimation->stop();
     refreshTask(false);
 }
 
-qint32 ZKTaskView::shownStateOfRow() const {
+ZKTaskState ZKTaskView::shownStateOfRow() const {
     const QVariant state = data(ZKTaskListModel::StateRole);
-    return state.isValid() ? state.toInt() : qint32(S::PendingPreparation);
+    return state.isValid() ? ZKTaskState(state.toInt()) : S::PendingPreparation;
 }
 
 void ZKTaskView::refreshTitle() {
@@ -223,7 +223,7 @@ void ZKTaskView::refreshTitle() {
     }
 }
 
-void ZKTaskView::refreshProgress(qint32 state) {
+void ZKTaskView::refreshProgress(ZKTaskState state) {
     if (row() < 0) {
         m_progressIndicator->setDoubleValue(0);
         return;
@@ -237,7 +237,7 @@ void ZKTaskView::refreshProgress(qint32 state) {
 }
 
 void ZKTaskView::refreshTask(bool animated) {
-    const qint32 state = shownStateOfRow();
+    const ZKTaskState state = shownStateOfRow();
     if (state != m_shownState) {
         switch (state) {
         case S::Suspended:
@@ -256,7 +256,7 @@ void ZKTaskView::refreshTask(bool animated) {
         // A row shown again for another task must not keep "Close".
         m_cancelToolTip = state == S::Completed ? tr("Close") : tr("Cancel");
         setLabelsEnabled(state != S::Suspended);
-        if (state == S::Completed && m_shownState != -1 && animated) {
+        if (state == S::Completed && m_shownState && animated) {
             hideProgressBar(true);
         } else if (state == S::Completed) {
             hideProgressBar(false);
@@ -267,7 +267,8 @@ void ZKTaskView::refreshTask(bool animated) {
 
         m_actionButton->setToolTip(m_actionToolTip);
         m_actionButton->setHoverText(m_actionToolTip);
-        m_actionButton->setIcon(transformed("ZKTaskActionIconTransformer", state).value<QIcon>());
+        m_actionButton->setIcon(
+            transformed("ZKTaskActionIconTransformer", qint32(state)).value<QIcon>());
         m_cancelButton->setToolTip(m_cancelToolTip);
         m_cancelButton->setHoverText(m_cancelToolTip);
         m_progressIndicator->setColor(ZKProgressBarHueTransformer::tintForState(state));
@@ -337,7 +338,7 @@ void ZKTaskView::refreshAccessibleTexts() {
     }
 }
 
-void ZKTaskView::refreshBadges(qint32 state) {
+void ZKTaskView::refreshBadges(ZKTaskState state) {
     QStringList images;
     QStringList tips;
     if (row() >= 0) {
@@ -518,7 +519,7 @@ QAction *ZKTaskView::menuItem(int tag) const {
 
 void ZKTaskView::configureLocation(QAction *title, QAction *reveal, QAction *change,
                                    const QString &prefix, const ZKReaderPtr &endpoint,
-                                   qint32 state) {
+                                   std::optional<ZKTaskState> state) {
     title->setEnabled(false);
     if (!endpoint) {
         title->setText(prefix);
@@ -541,7 +542,7 @@ void ZKTaskView::configureLocation(QAction *title, QAction *reveal, QAction *cha
 void ZKTaskView::validateMenu() {
     const ZKTaskPtr t = task();
     ZKFerrowickDocument *d = document();
-    const qint32 state = t ? shownStateOfRow() : -1;
+    const std::optional<ZKTaskState> state = t ? std::optional(shownStateOfRow()) : std::nullopt;
     configureLocation(menuItem(SourceTitle), menuItem(RevealSource), menuItem(ChangeSource),
                       tr("From: "), t ? t->source() : nullptr, state);
     const ZKWriterPtr destination = t ? t->destination() : nullptr;
@@ -611,7 +612,8 @@ bool ZKTaskView::event(QEvent *event) {
 
 void ZKTaskView::keyPressEvent(QKeyEvent *event) {
     const ZKTaskPtr t = task();
-    const qint32 state = t ? shownStateOfRow() : -1;
+    // Read only with a task: without one the keys do nothing.
+    const ZKTaskState state = shownStateOfRow();
     if (isPlainKey(event, Qt::Key_Space)) {
         // What the action button does, where it suspends or resumes.
         const bool pausable = state != S::Completed && state != S::Failed &&

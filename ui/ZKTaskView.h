@@ -120,10 +120,10 @@ private:
     // Reads the row's roles; what did not change is left alone, so that a
     // tick of progress repaints the bar and the detail line only.
     void refreshTask(bool animated);
-    qint32 shownStateOfRow() const;
+    ZKTaskState shownStateOfRow() const;
     void refreshDetail();
-    void refreshBadges(qint32 state);
-    void refreshProgress(qint32 state);
+    void refreshBadges(ZKTaskState state);
+    void refreshProgress(ZKTaskState state);
     void refreshTitle();
     void refreshButtonNames();
     // The accessible name and description follow the two labels; only a
@@ -133,7 +133,7 @@ private:
     void showProgressBar();
     void hideProgressBar(bool animated);
     void configureLocation(QAction *title, QAction *reveal, QAction *change, const QString &prefix,
-                           const ZKReaderPtr &endpoint, qint32 state);
+                           const ZKReaderPtr &endpoint, std::optional<ZKTaskState> state);
     // Runs with the row's task and queue of now, if both are still there.
     std::function<void()>
     forTask(std::function<void(ZKFerrowickDocument &, const ZKTaskPtr &)> apply) const;
@@ -157,7 +157,7 @@ private:
     QString m_detail;
     QString m_actionToolTip;
     QString m_cancelToolTip;
-    qint32 m_shownState = -1;
+    std::optional<ZKTaskState> m_shownState; // none: nothing shown yet
     // What the badges show: an image name and a tooltip each.
     QStringList m_badgeImages;
     QStringList m_badgeTips;

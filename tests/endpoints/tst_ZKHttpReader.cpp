@@ -530,7 +530,7 @@ private Q_SLOTS:
         clock.start();
         runTask(*task);
         QVERIFY2(clock.elapsed() < 3500, qPrintable(QString::number(clock.elapsed())));
-        QCOMPARE(task->state(), qint32(S::Failed));
+        QCOMPARE(task->state(), ZKTaskState(S::Failed));
         QCOMPARE(task->error()->localizedDescription(),
                  QStringLiteral("Timed out waiting for response from 127.0.0.1."));
         QCOMPARE(
@@ -749,7 +749,7 @@ private Q_SLOTS:
         auto task = downloadTask("/broken.bin", m_dir->path());
         const QString target = QDir(m_dir->path()).filePath("broken.bin");
         runTask(*task);
-        QCOMPARE(task->state(), qint32(S::Failed));
+        QCOMPARE(task->state(), ZKTaskState(S::Failed));
         QVERIFY(task->error());
         QCOMPARE(task->error()->domain(), ZKHttpReader::networkErrorDomain);
         QCOMPARE(task->error()->code(), qint64(QNetworkReply::RemoteHostClosedError));

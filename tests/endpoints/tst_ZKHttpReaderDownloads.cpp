@@ -179,7 +179,7 @@ void TestZKHttpReaderDownloads::untrustedCertificateFailsUntilTrusted() {
     const QUrl url = m_servers.nginxHttpsUrl(QStringLiteral("/data.bin"));
     auto refused = makeTask(url);
     runTask(*refused);
-    QCOMPARE(refused->state(), qint32(S::Failed));
+    QCOMPARE(refused->state(), ZKTaskState(S::Failed));
     QVERIFY(refused->error());
     QCOMPARE(refused->error()->domain(), ZKHttpReader::networkErrorDomain);
     QCOMPARE(refused->error()->code(), qint64(QNetworkReply::SslHandshakeFailedError));
@@ -237,7 +237,7 @@ void TestZKHttpReaderDownloads::missingFileFailsTheTask() {
     auto task = makeTask(m_servers.nginxUrl(QStringLiteral("/missing.iso")));
     task->setIsVerifyEnabled(true);
     runTask(*task);
-    QCOMPARE(task->state(), qint32(S::Failed));
+    QCOMPARE(task->state(), ZKTaskState(S::Failed));
     QVERIFY(task->error());
     QCOMPARE(task->error()->domain(), ZKError::applicationDomain);
     QCOMPARE(task->error()->code(), ZKErrorCode::readFailed);
@@ -268,7 +268,7 @@ void TestZKHttpReaderDownloads::replacedFileIsDownloadedAnew() {
 
     auto reloaded = ZKCopyTask::create(saved);
     QVERIFY(reloaded);
-    QCOMPARE(reloaded->state(), qint32(S::PendingProcessing));
+    QCOMPARE(reloaded->state(), ZKTaskState(S::PendingProcessing));
     runTask(*reloaded);
     QVERIFY2(reloaded->state() == S::Completed, qUtf8Printable(errorText(*reloaded)));
     const QByteArray copied = ZKTestSupport::readFile(copy);

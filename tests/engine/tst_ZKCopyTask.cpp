@@ -32,7 +32,7 @@ using ZKTestSupport::writeFile;
 
 namespace {
 
-bool isResting(qint32 state) {
+bool isResting(ZKTaskState state) {
     return state == S::PendingPreparation || state == S::PendingProcessing ||
            state == S::PendingVerification || state == S::PendingRemoval || state >= S::Completed;
 }
@@ -69,8 +69,8 @@ private:
     std::shared_ptr<ZKCopyTask> makeTask(const QString &source);
     // Starts the task and waits until it rests again; answers the states it
     // went through.
-    QList<qint32> step(ZKCopyTask &task);
-    QList<qint32> runToEnd(ZKCopyTask &task);
+    QList<ZKTaskState> step(ZKCopyTask &task);
+    QList<ZKTaskState> runToEnd(ZKCopyTask &task);
 
     std::unique_ptr<QTemporaryDir> m_dir;
     ZKScriptedPresenter m_presenter;
@@ -93,21 +93,21 @@ std::shared_ptr<ZKCopyTask> TestZKCopyTask::makeTask(const QString &source) {
         ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(path("out"))));
 }
 
-QList<qint32> TestZKCopyTask::step(ZKCopyTask &task) {
-    QList<qint32> states;
+QList<ZKTaskState> TestZKCopyTask::step(ZKCopyTask &task) {
+    QList<ZKTaskState> states;
     auto connection = connect(&task, &ZKTask::stateChanged, this, [&] { states << task.state(); });
     task.start();
     const bool rested =
         QTest::qWaitFor([&] { return isResting(task.state()) && !states.isEmpty(); }, 20000);
     disconnect(connection);
     if (!rested) {
-        states << -1; // shows up in the comparison of the caller
+        states << ZKTaskState(-1); // shows up in the comparison of the caller
     }
     return states;
 }
 
-QList<qint32> TestZKCopyTask::runToEnd(ZKCopyTask &task) {
-    QList<qint32> states;
+QList<ZKTaskState> TestZKCopyTask::runToEnd(ZKCopyTask &task) {
+    QList<ZKTaskState> states;
     for (int i = 0; i < 6 && task.state() < S::Completed; ++i) {
         states += step(task);
     }
@@ -120,9 +120,10 @@ void TestZKCopyTask::stepsThroughTheStates_data() {
     QTest::addColumn<qsizetype>("size");
     QTest::addColumn<bool>("verify");
     QTest::addColumn<qint32>("mode");
-    QTest::addColumn<QList<qint32>>("expected");
+    QTest::addColumn<QList<ZKTaskState>>("expected");
 
-    const QList<qint32> copied{S::Preparing, S::PendingProcessing, S::Processing, S::Completed};
+    const QList<ZKTaskState> copied{S::Preparing, S::PendingProcessing, S::Processing,
+                                    S::Completed};
     QTest::newRow("copy") << "" << qsizetype(300000) << false << qint32(ZKTransferMode::Copy)
                           << copied;
     // A zero-byte source still passes through a copy step.
@@ -130,12 +131,13 @@ void TestZKCopyTask::stepsThroughTheStates_data() {
                                 << copied;
     QTest::newRow("move with verify")
         << "" << qsizetype(300000) << true << qint32(ZKTransferMode::Move)
-        << QList<qint32>{S::Preparing, S::PendingProcessing, S::Processing, S::PendingVerification,
-                         S::Verifying, S::PendingRemoval,    S::Removing,   S::Completed};
+        << QList<ZKTaskState>{
+               S::Preparing, S::PendingProcessing, S::Processing, S::PendingVerification,
+               S::Verifying, S::PendingRemoval,    S::Removing,   S::Completed};
     // A whole copy that says it came from this source.
     QTest::newRow("already copied")
         << "copy" << qsizetype(100000) << false << qint32(ZKTransferMode::Copy)
-        << QList<qint32>{S::Preparing, S::Completed};
+        << QList<ZKTaskState>{S::Preparing, S::Completed};
     // Stopped after its last byte, before it took its name: the copy step
     // has nothing left to write but still names it.
     QTest::newRow("whole copy under its unfinished name")
@@ -144,11 +146,11 @@ void TestZKCopyTask::stepsThroughTheStates_data() {
     // is the user's, and nobody said to replace it.
     QTest::newRow("move onto another file of the same size and date")
         << "disguised" << qsizetype(100000) << false << qint32(ZKTransferMode::Move)
-        << QList<qint32>{S::Preparing, S::Failed};
+        << QList<ZKTaskState>{S::Preparing, S::Failed};
     // A failed analysis still shows "0 bytes of 1 bytes", never a 0 total.
     QTest::newRow("failed analysis")
         << "missing" << qsizetype(0) << false << qint32(ZKTransferMode::Copy)
-        << QList<qint32>{S::Preparing, S::Failed};
+        << QList<ZKTaskState>{S::Preparing, S::Failed};
 }
 
 void TestZKCopyTask::stepsThroughTheStates() {
@@ -156,7 +158,7 @@ void TestZKCopyTask::stepsThroughTheStates() {
     QFETCH(qsizetype, size);
     QFETCH(bool, verify);
     QFETCH(qint32, mode);
-    QFETCH(QList<qint32>, expected);
+    QFETCH(QList<ZKTaskState>, expected);
 
     const QByteArray content = randomBytes(size, 7);
     const bool failing = before == "missing";
@@ -237,7 +239,7 @@ void TestZKCopyTask::pauseDuringVerifyResumesAtOffset() {
     QTRY_COMPARE(task->percentCompleted(), (double(size) + double(verified)) / (2.0 * size));
 
     task->setMaximumTransferRate(0);
-    QCOMPARE(step(*task), (QList<qint32>{S::Verifying, S::Completed}));
+    QCOMPARE(step(*task), (QList<ZKTaskState>{S::Verifying, S::Completed}));
     QVERIFY(task->isVerifiedOk());
 }
 
@@ -438,14 +440,14 @@ void TestZKCopyTask::savedTaskShowsItsProgress() {
 }
 
 void TestZKCopyTask::texts_data() {
-    QTest::addColumn<qint32>("state");
+    QTest::addColumn<ZKTaskState>("state");
     QTest::addColumn<qint32>("mode");
     QTest::addColumn<QString>("description");
     QTest::addColumn<QString>("detail");
 
     const qint32 copy = ZKTransferMode::Copy;
     const qint32 move = ZKTransferMode::Move;
-    auto row = [](const char *name, qint32 state, qint32 mode, const char *description,
+    auto row = [](const char *name, ZKTaskState state, qint32 mode, const char *description,
                   const char *detail) {
         QTest::newRow(name) << state << mode << QString(description) << QString(detail);
     };
@@ -461,7 +463,7 @@ void TestZKCopyTask::texts_data() {
 }
 
 void TestZKCopyTask::texts() {
-    QFETCH(qint32, state);
+    QFETCH(ZKTaskState, state);
     QFETCH(qint32, mode);
     QFETCH(QString, description);
     QFETCH(QString, detail);
@@ -516,11 +518,12 @@ void TestZKCopyTask::runningFolderTellsItsFilesAndRate() {
 void TestZKCopyTask::moveFinishedAfterItsLastSave_data() {
     QTest::addColumn<QString>("savedState");
     QTest::addColumn<bool>("saysWhence"); // the copy carries its source's identity
-    QTest::addColumn<qint32>("expected");
-    QTest::newRow("saved waiting") << "PendingPreparation" << true << qint32(S::Completed);
-    QTest::newRow("saved copying") << "Processing" << true << qint32(S::Completed);
+    QTest::addColumn<ZKTaskState>("expected");
+    QTest::newRow("saved waiting") << "PendingPreparation" << true << ZKTaskState(S::Completed);
+    QTest::newRow("saved copying") << "Processing" << true << ZKTaskState(S::Completed);
     // Nothing says that file is the source's copy: the task cannot tell.
-    QTest::newRow("saved copying, copy says nothing") << "Processing" << false << qint32(S::Failed);
+    QTest::newRow("saved copying, copy says nothing")
+        << "Processing" << false << ZKTaskState(S::Failed);
 }
 
 // A move whose copy and removal ended after the queue was last saved, as a
@@ -529,7 +532,7 @@ void TestZKCopyTask::moveFinishedAfterItsLastSave_data() {
 void TestZKCopyTask::moveFinishedAfterItsLastSave() {
     QFETCH(QString, savedState);
     QFETCH(bool, saysWhence);
-    QFETCH(qint32, expected);
+    QFETCH(ZKTaskState, expected);
     const QByteArray content = randomBytes(300000, 12);
     QVERIFY(writeFile(path("src"), content) && writeFile(path("out/src"), content));
     QVERIFY(!saysWhence || ZKTestSupport::markBegunFrom(path("out/src"), path("src")));

@@ -129,7 +129,7 @@ void TestZKFerrowickDocument::taskAddedAboveTakesOver() {
     const auto taskA = document.addTasks({reader("a")}, outFolder(), 0).first();
     QTRY_VERIFY_WITH_TIMEOUT(taskA->state() == S::Processing && taskA->progressBytes() > 0, 10000);
 
-    QList<qint32> statesOfA;
+    QList<ZKTaskState> statesOfA;
     connect(taskA.get(), &ZKTask::stateChanged, this, [&] { statesOfA << taskA->state(); });
     const auto taskB = document.addTasks({reader("b")}, outFolder(), 0).first();
     QTRY_COMPARE_WITH_TIMEOUT(taskB->state(), S::Completed, 10000);
@@ -191,12 +191,12 @@ void TestZKFerrowickDocument::replaceAppliedToAllIsAskedOnce() {
 
 void TestZKFerrowickDocument::askingWorkerIsLetGo_data() {
     QTest::addColumn<QString>("action");
-    QTest::addColumn<qint32>("state");
+    QTest::addColumn<ZKTaskState>("state");
 
-    QTest::newRow("answered") << "answer" << qint32(S::Completed);
-    QTest::newRow("task suspended") << "suspend" << qint32(S::Suspended);
-    QTest::newRow("task cancelled") << "cancel" << qint32(S::Cancelled);
-    QTest::newRow("queue closed") << "close" << qint32(S::PendingPreparation);
+    QTest::newRow("answered") << "answer" << ZKTaskState(S::Completed);
+    QTest::newRow("task suspended") << "suspend" << ZKTaskState(S::Suspended);
+    QTest::newRow("task cancelled") << "cancel" << ZKTaskState(S::Cancelled);
+    QTest::newRow("queue closed") << "close" << ZKTaskState(S::PendingPreparation);
 }
 
 // The worker waits for its answer while the main thread goes on. Whatever
@@ -204,7 +204,7 @@ void TestZKFerrowickDocument::askingWorkerIsLetGo_data() {
 // main thread, which waits for the worker's step to end, would wait for ever.
 void TestZKFerrowickDocument::askingWorkerIsLetGo() {
     QFETCH(QString, action);
-    QFETCH(qint32, state);
+    QFETCH(ZKTaskState, state);
 
     for (const char *folder : {"tree", "out/tree"}) {
         QVERIFY(QDir(m_dir->path()).mkpath(QLatin1String(folder)));
@@ -884,11 +884,11 @@ void TestZKFerrowickDocument::sameTransferIsQueuedOnce() {
         queued.cancelTask(task);
     }
     queued.waitForBackgroundWork();
-    const QMap<QString, qint32> expected{{"waiting", S::PendingProcessing},
-                                         {"suspended", S::Suspended},
-                                         {"completed", S::Completed},
-                                         {"failed", S::Failed},
-                                         {"cancelled", S::Cancelled}};
+    const QMap<QString, ZKTaskState> expected{{"waiting", S::PendingProcessing},
+                                              {"suspended", S::Suspended},
+                                              {"completed", S::Completed},
+                                              {"failed", S::Failed},
+                                              {"cancelled", S::Cancelled}};
     QTRY_COMPARE(task->state(), expected.value(first));
     QVERIFY(writeFile(path("a"), randomBytes(3000, 9)));
 

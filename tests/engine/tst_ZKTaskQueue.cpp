@@ -66,7 +66,7 @@ private Q_SLOTS:
     void taskInsertedTwiceIsThereOnce();
 
 private:
-    ZKTaskPtr makeTask(const QString &name, qint32 state = ZKTaskState::PendingPreparation);
+    ZKTaskPtr makeTask(const QString &name, ZKTaskState state = ZKTaskState::PendingPreparation);
     ZKTaskPtr taskNamed(const QString &name);
     QString runSteps(const QString &initial, const QStringList &steps, ZKTaskQueue &queue);
     std::unique_ptr<QTemporaryDir> m_dir;
@@ -78,7 +78,7 @@ void TestZKTaskQueue::init() {
     m_dir = std::make_unique<QTemporaryDir>();
 }
 
-ZKTaskPtr TestZKTaskQueue::makeTask(const QString &name, qint32 state) {
+ZKTaskPtr TestZKTaskQueue::makeTask(const QString &name, ZKTaskState state) {
     const QString path = QDir(m_dir->path()).filePath(name);
     writeFile(path, "x");
     auto task = ZKCopyTask::create(ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(path)),
@@ -116,7 +116,7 @@ QString listed(const ZKIndexList &indexes) {
     return listed(list);
 }
 
-bool isIn(const ZKTaskPtr &task, std::initializer_list<qint32> states) {
+bool isIn(const ZKTaskPtr &task, std::initializer_list<ZKTaskState> states) {
     return std::find(states.begin(), states.end(), task->state()) != states.end();
 }
 
@@ -279,7 +279,7 @@ struct Answers {
     // flush, which the summary still counts.
     static Answers walked(const ZKTaskQueue &queue, qsizetype removedCompleted, double rate) {
         const auto tasks = queue.tasks();
-        const auto first = [&](std::initializer_list<qint32> states) {
+        const auto first = [&](std::initializer_list<ZKTaskState> states) {
             const auto found =
                 std::find_if(tasks.cbegin(), tasks.cend(),
                              [&](const ZKTaskPtr &task) { return isIn(task, states); });
@@ -437,26 +437,26 @@ void TestZKTaskQueue::insertClampsIndexes() {
 }
 
 void TestZKTaskQueue::selection_data() {
-    QTest::addColumn<QList<qint32>>("states");
+    QTest::addColumn<QList<ZKTaskState>>("states");
     QTest::addColumn<int>("current");
     QTest::addColumn<int>("nextPreparation");
     QTest::addColumn<int>("next");
     QTest::addColumn<bool>("allCompleted");
 
     using S = ZKTaskState;
-    QTest::newRow("empty") << QList<qint32>{} << -1 << -1 << -1 << true;
+    QTest::newRow("empty") << QList<ZKTaskState>{} << -1 << -1 << -1 << true;
     QTest::newRow("removing is not current, and counts as done")
-        << QList<qint32>{S::Removing, S::Completed} << -1 << -1 << -1 << true;
-    QTest::newRow("suspended only") << QList<qint32>{S::Suspended} << -1 << -1 << -1 << true;
-    QTest::newRow("mixed") << QList<qint32>{S::Completed, S::PendingVerification, S::Processing,
-                                            S::PendingPreparation}
+        << QList<ZKTaskState>{S::Removing, S::Completed} << -1 << -1 << -1 << true;
+    QTest::newRow("suspended only") << QList<ZKTaskState>{S::Suspended} << -1 << -1 << -1 << true;
+    QTest::newRow("mixed") << QList<ZKTaskState>{S::Completed, S::PendingVerification,
+                                                 S::Processing, S::PendingPreparation}
                            << 2 << 3 << 1 << false;
     QTest::newRow("cancelling is not done")
-        << QList<qint32>{S::Cancelling, S::PendingRemoval} << -1 << -1 << 1 << false;
+        << QList<ZKTaskState>{S::Cancelling, S::PendingRemoval} << -1 << -1 << 1 << false;
 }
 
 void TestZKTaskQueue::selection() {
-    QFETCH(QList<qint32>, states);
+    QFETCH(QList<ZKTaskState>, states);
     QFETCH(int, current);
     QFETCH(int, nextPreparation);
     QFETCH(int, next);
@@ -523,7 +523,7 @@ void TestZKTaskQueue::figures() {
     for (const QString &row : tasks) {
         const QStringList parts = row.split(QLatin1Char(' '));
         auto task =
-            makeTask(QStringLiteral("t%1").arg(queue.count()), ZKTaskState::parse(parts.at(0)));
+            makeTask(QStringLiteral("t%1").arg(queue.count()), ZKTaskStates::parse(parts.at(0)));
         copyTask(task).setTotalBytes(parts.at(2).toULongLong());
         copyTask(task).setProgressBytes(parts.at(1).toULongLong());
         queue.insertTask(task, queue.count());
@@ -658,7 +658,8 @@ void TestZKTaskQueue::followedAnswersMatchAWalk() {
                 if (!made.isEmpty() && below(8) == 0) {
                     tasks << made[below(made.size())];
                 } else {
-                    made << makeTask(QStringLiteral("t%1").arg(made.size()), qint32(below(13)));
+                    made << makeTask(QStringLiteral("t%1").arg(made.size()),
+                                     ZKTaskState(below(13)));
                     copyTask(made.last()).setTotalBytes(below(1 << 20));
                     tasks << made.last();
                 }
@@ -706,7 +707,7 @@ void TestZKTaskQueue::followedAnswersMatchAWalk() {
             changed = made[below(made.size())];
             const qsizetype what = below(10);
             if (what < 5) {
-                changed->setState(qint32(below(13)));
+                changed->setState(ZKTaskState(below(13)));
             } else if (what < 7) {
                 copyTask(changed).setTotalBytes(below(1 << 20));
             } else if (what < 9) {
@@ -716,7 +717,7 @@ void TestZKTaskQueue::followedAnswersMatchAWalk() {
             }
             done = QStringLiteral("change %1 (%2) to state %3, %4 of %5 bytes")
                        .arg(nameOf(changed), queue.indexOfTask(changed) < 0 ? "out" : "in")
-                       .arg(changed->state())
+                       .arg(ZKTaskStates::convertToString(changed->state()))
                        .arg(changed->progressBytes())
                        .arg(changed->totalBytes());
         }
@@ -737,23 +738,23 @@ void TestZKTaskQueue::followedAnswersMatchAWalk() {
 }
 
 void TestZKTaskQueue::removedTaskNoLongerCounts_data() {
-    QTest::addColumn<qint32>("state");
+    QTest::addColumn<ZKTaskState>("state");
     QTest::addColumn<quint64>("total");
     QTest::addColumn<quint64>("progress");
 
-    QTest::newRow("starts") << qint32(S::Processing) << quint64(100) << quint64(40);
+    QTest::newRow("starts") << ZKTaskState(S::Processing) << quint64(100) << quint64(40);
     QTest::newRow("waits for preparation")
-        << qint32(S::PendingPreparation) << quint64(0) << quint64(0);
+        << ZKTaskState(S::PendingPreparation) << quint64(0) << quint64(0);
     QTest::newRow("waits for a step")
-        << qint32(S::PendingVerification) << quint64(100) << quint64(40);
-    QTest::newRow("fails") << qint32(S::Failed) << quint64(100) << quint64(40);
-    QTest::newRow("completes") << qint32(S::Completed) << quint64(100) << quint64(100);
-    QTest::newRow("is suspended") << qint32(S::Suspended) << quint64(100) << quint64(40);
-    QTest::newRow("grows") << qint32(S::PendingProcessing) << quint64(900000) << quint64(7);
+        << ZKTaskState(S::PendingVerification) << quint64(100) << quint64(40);
+    QTest::newRow("fails") << ZKTaskState(S::Failed) << quint64(100) << quint64(40);
+    QTest::newRow("completes") << ZKTaskState(S::Completed) << quint64(100) << quint64(100);
+    QTest::newRow("is suspended") << ZKTaskState(S::Suspended) << quint64(100) << quint64(40);
+    QTest::newRow("grows") << ZKTaskState(S::PendingProcessing) << quint64(900000) << quint64(7);
 }
 
 void TestZKTaskQueue::removedTaskNoLongerCounts() {
-    QFETCH(qint32, state);
+    QFETCH(ZKTaskState, state);
     QFETCH(quint64, total);
     QFETCH(quint64, progress);
 

@@ -21,14 +21,14 @@ enum Holder { Task, Queue, Mode };
 
 static QString convert(int holder, qint32 value) {
     if (holder == Task)
-        return ZKTaskState::convertToString(value);
+        return ZKTaskStates::convertToString(ZKTaskState(value));
     return holder == Queue ? ZKQueueState::convertToString(value)
                            : ZKTransferMode::convertToString(value);
 }
 
 static qint32 parseWith(int holder, const QString &text) {
     if (holder == Task)
-        return ZKTaskState::parse(text);
+        return qint32(ZKTaskStates::parse(text));
     return holder == Queue ? ZKQueueState::parse(text) : ZKTransferMode::parse(text);
 }
 

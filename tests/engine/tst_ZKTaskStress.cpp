@@ -260,7 +260,7 @@ void TestZKTaskStress::closingAtRandomMomentsLosesNothing() {
             for (qsizetype i = 0; i < reopened.countOfTasks(); ++i) {
                 const auto task = reopened.objectInTasksAtIndex(i);
                 states << QStringLiteral("%1 %2: %3")
-                              .arg(task->filename(), ZKTaskState::convertToString(task->state()),
+                              .arg(task->filename(), ZKTaskStates::convertToString(task->state()),
                                    task->detail());
             }
             QVERIFY2(done, qUtf8Printable(QStringLiteral("queue %1 of round %2 (%3) stopped at: %4")

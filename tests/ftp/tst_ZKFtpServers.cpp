@@ -114,12 +114,14 @@ class TestZKFtpServers : public QObject {
     }
     QString served(const QString &path) const { return QDir(m_server->root()).filePath(path); }
     // The task's state, and its failure when it is not the one expected.
-    QString stateText(qint32 state) const {
-        return QStringLiteral("state %1: %2").arg(state).arg(errorText(m_task->error()));
+    QString stateText(ZKTaskState state) const {
+        return QStringLiteral("state %1: %2")
+            .arg(ZKTaskStates::convertToString(state))
+            .arg(errorText(m_task->error()));
     }
 
-    qint32 runTask(const ZKReaderPtr &source, const ZKWriterPtr &destination, qint32 mode,
-                   bool verify, qint32 stopAt = S::Completed) {
+    ZKTaskState runTask(const ZKReaderPtr &source, const ZKWriterPtr &destination, qint32 mode,
+                        bool verify, ZKTaskState stopAt = S::Completed) {
         m_task = ZKCopyTask::create(source, destination);
         m_task->setTransferMode(mode);
         m_task->setIsVerifyEnabled(verify);
@@ -180,7 +182,7 @@ private Q_SLOTS:
         QVERIFY(ZKTestSupport::writeFile(local("solo.bin"), solo));
 
         for (const QString &name : {QStringLiteral("tree"), QStringLiteral("solo.bin")}) {
-            qint32 state =
+            ZKTaskState state =
                 runTask(localReader(name), ftpFolder("/incoming/"), ZKTransferMode::Copy, true);
             QVERIFY2(state == S::Completed, qPrintable(stateText(state)));
             // A folder's URL ends in a slash.
@@ -208,14 +210,14 @@ private Q_SLOTS:
         // Named after its server wherever a task shows it.
         QCOMPARE(ftpFolder("/")->filename(), m_server->url("/").host());
         for (const QString &name : {QStringLiteral("tree"), QStringLiteral("top.txt")}) {
-            const qint32 state =
+            const ZKTaskState state =
                 runTask(localReader(name), ftpFolder("/"), ZKTransferMode::Copy, true);
             QVERIFY2(state == S::Completed, qPrintable(stateText(state)));
         }
         QCOMPARE(snapshot(served("tree")), snapshot(tree.path()));
         QCOMPARE(ZKTestSupport::readFile(served("top.txt")), QByteArray("at the top"));
 
-        const qint32 state =
+        const ZKTaskState state =
             runTask(ftpReader("/"), localFolder("down"), ZKTransferMode::Copy, true);
         QVERIFY2(state == S::Completed, qPrintable(stateText(state)));
         QCOMPARE(snapshot(local("down/" + m_server->url("/").host())), snapshot(m_server->root()));
@@ -238,7 +240,8 @@ private Q_SLOTS:
         QVERIFY(ZKTestSupport::writeFile(tree.filePath("inner/a.bin"),
                                          ZKTestSupport::randomBytes(2 * 1000 * 1000, 31)));
         QVERIFY(ZKTestSupport::writeFile(tree.filePath("b.txt"), "over IPv6"));
-        qint32 state = runTask(localReader("tree"), ftpFolder("/"), ZKTransferMode::Copy, true);
+        ZKTaskState state =
+            runTask(localReader("tree"), ftpFolder("/"), ZKTransferMode::Copy, true);
         QVERIFY2(state == S::Completed, qPrintable(stateText(state)));
         state = runTask(ftpReader("/tree/"), localFolder("down"), ZKTransferMode::Copy, true);
         QVERIFY2(state == S::Completed, qPrintable(stateText(state)));
@@ -260,7 +263,8 @@ private Q_SLOTS:
                                          ZKTestSupport::randomBytes(3 * 1000 * 1000, 41)));
         QVERIFY(ZKTestSupport::writeFile(tree.filePath("b.txt"), "encrypted"));
 
-        qint32 state = runTask(localReader("tree"), ftpFolder("/"), ZKTransferMode::Copy, true);
+        ZKTaskState state =
+            runTask(localReader("tree"), ftpFolder("/"), ZKTransferMode::Copy, true);
         QVERIFY2(state == S::Failed, qPrintable(stateText(state)));
         const QString refusal = errorText(m_task->error());
         QVERIFY2(refusal.contains("The certificate of 127.0.0.1 is not trusted") &&
@@ -499,7 +503,7 @@ private Q_SLOTS:
                          S::PendingRemoval),
                  S::PendingRemoval);
         QVERIFY(QFile::resize(served("moved/moving/a.bin"), 100));
-        qint32 state = ZKTestSupport::stepTask(*m_task, 120000);
+        ZKTaskState state = ZKTestSupport::stepTask(*m_task, 120000);
         QVERIFY2(state == S::Failed, qPrintable(stateText(state)));
         QVERIFY2(
             errorText(m_task->error()).startsWith(QStringLiteral("Cannot remove files because")),

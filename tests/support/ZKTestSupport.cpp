@@ -70,13 +70,13 @@ QString errorText(const ZKOptionalError &error) {
     return error ? error->localizedDescription() : QString();
 }
 
-bool isResting(qint32 state) {
+bool isResting(ZKTaskState state) {
     return state == ZKTaskState::PendingPreparation || state == ZKTaskState::PendingProcessing ||
            state == ZKTaskState::PendingVerification || state == ZKTaskState::PendingRemoval ||
            state >= ZKTaskState::Completed;
 }
 
-qint32 stepTask(ZKCopyTask &task, int milliseconds) {
+ZKTaskState stepTask(ZKCopyTask &task, int milliseconds) {
     bool moved = false;
     const auto connection =
         QObject::connect(&task, &ZKTask::stateChanged, &task, [&moved] { moved = true; });
@@ -84,12 +84,13 @@ qint32 stepTask(ZKCopyTask &task, int milliseconds) {
     const bool rested =
         QTest::qWaitFor([&] { return moved && isResting(task.state()); }, milliseconds);
     QObject::disconnect(connection);
-    return rested ? task.state() : -1;
+    return rested ? task.state() : notAtRest;
 }
 
-qint32 runTask(ZKCopyTask &task, int milliseconds, qint32 stopAt) {
-    qint32 state = task.state();
-    for (int i = 0; i < 6 && state != stopAt && state < ZKTaskState::Completed && state >= 0; ++i) {
+ZKTaskState runTask(ZKCopyTask &task, int milliseconds, ZKTaskState stopAt) {
+    ZKTaskState state = task.state();
+    for (int i = 0;
+         i < 6 && state != stopAt && state < ZKTaskState::Completed && state != notAtRest; ++i) {
         state = stepTask(task, milliseconds);
     }
     return state;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "ZKError.h"
+#include "ZKTaskState.h"
 
 #include <QByteArray>
 #include <QDateTime>
@@ -40,12 +41,14 @@ template <typename Holder> QString errorText(const Holder &holder) {
 }
 
 // Whether a task in this state waits to be started again, or has ended.
-bool isResting(qint32 state);
+bool isResting(ZKTaskState state);
+// What stepTask answers for a task that did not come to rest in time.
+constexpr ZKTaskState notAtRest = ZKTaskState(-1);
 // Starts the task once and waits until it rests again: its state then, or
-// -1 when it did not rest within the time.
-qint32 stepTask(ZKCopyTask &task, int milliseconds = 30000);
+// notAtRest.
+ZKTaskState stepTask(ZKCopyTask &task, int milliseconds = 30000);
 // Starts the task step after step until it ends or reaches stopAt.
-qint32 runTask(ZKCopyTask &task, int milliseconds = 30000, qint32 stopAt = -1);
+ZKTaskState runTask(ZKCopyTask &task, int milliseconds = 30000, ZKTaskState stopAt = notAtRest);
 
 // Ends a test's daemon: asked first, then killed.
 void stopProcess(QProcess &process);

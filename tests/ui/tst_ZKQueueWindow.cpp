@@ -551,7 +551,7 @@ void TestZKQueueWindow::closingNeitherHangsNorCrashes() {
     }
     QTRY_VERIFY_WITH_TIMEOUT(!m_window, 10000);
     const auto running = [&task] {
-        const qint32 s = task->state();
+        const ZKTaskState s = task->state();
         return s == S::Preparing || s == S::Processing || s == S::Verifying || s == S::Removing;
     };
     QTRY_VERIFY2(!running(), "the task's step went on after its window went");

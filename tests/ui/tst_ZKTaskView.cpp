@@ -45,11 +45,11 @@ namespace {
 
 // What a row reads of a task, one role each, as the task list holds it: a
 // waiting copy of "a", a quarter done.
-QMap<int, QVariant> rowData(int state = S::PendingProcessing) {
+QMap<int, QVariant> rowData(ZKTaskState state = S::PendingProcessing) {
     return {
         {R::TitleRole, QStringLiteral("Copy \"a\" to \"out\"")},
         {R::DetailRole, QStringLiteral("1 KB of 4 KB")},
-        {R::StateRole, state},
+        {R::StateRole, qint32(state)},
         {R::FractionRole, 0.25},
         {R::IndeterminateRole, false},
         {R::FilenameRole, QStringLiteral("a")},
@@ -208,22 +208,22 @@ ZKTaskView *TestZKTaskView::shownRow(int index) const {
 }
 
 void TestZKTaskView::everyStateShowsItself_data() {
-    QTest::addColumn<int>("state");
+    QTest::addColumn<ZKTaskState>("state");
     QTest::addColumn<QString>("action");
     QTest::addColumn<bool>("barShown");
 
     // One state of each kind: its own action, bar and look.
-    QTest::newRow("waiting to analyse") << int(S::PendingPreparation) << "Suspend" << true;
-    QTest::newRow("copying") << int(S::Processing) << "Suspend" << true;
-    QTest::newRow("verifying") << int(S::Verifying) << "Suspend" << true;
-    QTest::newRow("completed") << int(S::Completed) << "Show in Folder" << false;
-    QTest::newRow("failed") << int(S::Failed) << "Retry" << true;
-    QTest::newRow("cancelled") << int(S::Cancelled) << "Suspend" << true;
-    QTest::newRow("suspended") << int(S::Suspended) << "Resume" << true;
+    QTest::newRow("waiting to analyse") << S::PendingPreparation << "Suspend" << true;
+    QTest::newRow("copying") << S::Processing << "Suspend" << true;
+    QTest::newRow("verifying") << S::Verifying << "Suspend" << true;
+    QTest::newRow("completed") << S::Completed << "Show in Folder" << false;
+    QTest::newRow("failed") << S::Failed << "Retry" << true;
+    QTest::newRow("cancelled") << S::Cancelled << "Suspend" << true;
+    QTest::newRow("suspended") << S::Suspended << "Resume" << true;
 }
 
 void TestZKTaskView::everyStateShowsItself() {
-    QFETCH(int, state);
+    QFETCH(ZKTaskState, state);
     QFETCH(QString, action);
     QFETCH(bool, barShown);
 
@@ -232,7 +232,7 @@ void TestZKTaskView::everyStateShowsItself() {
     ZKStoppableProgressIndicator *bar = row->progressIndicator();
     const int fullHeight = bar->height();
     QVERIFY2(fullHeight > 0, "no bar before the change");
-    m_rows->setData(m_rows->index(0, 0), state, R::StateRole);
+    m_rows->setData(m_rows->index(0, 0), qint32(state), R::StateRole);
     QCOMPARE(row->actionToolTip(), action);
     QCOMPARE(row->actionButton()->toolTip(), action);
     const QString image = action == "Suspend"  ? "ZKActionSuspend"
@@ -401,7 +401,7 @@ void TestZKTaskView::recycledRowShowsItsIndex() {
     // Every row different: its own texts, and a state of its own that
     // shows as a bar, a look and badges, so that nothing of one row may
     // stay on a row handed another.
-    const qint32 states[] = {S::Completed, S::Processing, S::Suspended, S::Failed};
+    const ZKTaskState states[] = {S::Completed, S::Processing, S::Suspended, S::Failed};
     showRows(12, [&states](int i) {
         QMap<int, QVariant> data = rowData(states[i % 4]);
         data.insert(R::TitleRole, QStringLiteral("title %1").arg(i));
@@ -420,7 +420,7 @@ void TestZKTaskView::recycledRowShowsItsIndex() {
     QCOMPARE(rows.size(), 4);
     for (int i = offset; i < offset + 4; ++i) {
         auto *row = shownRow(i);
-        const qint32 state = states[i % 4];
+        const ZKTaskState state = states[i % 4];
         const bool moving = i % 3 == 0;
         QString seen = QStringLiteral("%1|%2|%3|%4|%5|%6")
                            .arg(row->taskLabel()->text(), row->detailLabel()->text(),
@@ -633,30 +633,28 @@ void TestZKTaskView::menuOpensFromTheKeyboard() {
 }
 
 void TestZKTaskView::keysActOnTheFocusedRow_data() {
-    QTest::addColumn<int>("state");
+    QTest::addColumn<ZKTaskState>("state");
     QTest::addColumn<int>("key");
     QTest::addColumn<QString>("expected"); // the task's state after, or "cleared"
 
-    QTest::newRow("space suspends")
-        << int(S::PendingProcessing) << int(Qt::Key_Space) << "Suspended";
-    QTest::newRow("space resumes") << int(S::Suspended) << int(Qt::Key_Space) << "resumed";
-    QTest::newRow("space does not retry") << int(S::Failed) << int(Qt::Key_Space) << "Failed";
+    QTest::newRow("space suspends") << S::PendingProcessing << int(Qt::Key_Space) << "Suspended";
+    QTest::newRow("space resumes") << S::Suspended << int(Qt::Key_Space) << "resumed";
+    QTest::newRow("space does not retry") << S::Failed << int(Qt::Key_Space) << "Failed";
     QTest::newRow("space leaves a completed task")
-        << int(S::Completed) << int(Qt::Key_Space) << "Completed";
+        << S::Completed << int(Qt::Key_Space) << "Completed";
     QTest::newRow("delete clears a completed task")
-        << int(S::Completed) << int(Qt::Key_Delete) << "cleared";
-    QTest::newRow("delete clears a failed task")
-        << int(S::Failed) << int(Qt::Key_Delete) << "cleared";
+        << S::Completed << int(Qt::Key_Delete) << "cleared";
+    QTest::newRow("delete clears a failed task") << S::Failed << int(Qt::Key_Delete) << "cleared";
     QTest::newRow("delete clears a cancelled task")
-        << int(S::Cancelled) << int(Qt::Key_Delete) << "cleared";
+        << S::Cancelled << int(Qt::Key_Delete) << "cleared";
     QTest::newRow("delete keeps a waiting task")
-        << int(S::PendingProcessing) << int(Qt::Key_Delete) << "PendingProcessing";
+        << S::PendingProcessing << int(Qt::Key_Delete) << "PendingProcessing";
     QTest::newRow("delete keeps a suspended task")
-        << int(S::Suspended) << int(Qt::Key_Delete) << "Suspended";
+        << S::Suspended << int(Qt::Key_Delete) << "Suspended";
 }
 
 void TestZKTaskView::keysActOnTheFocusedRow() {
-    QFETCH(int, state);
+    QFETCH(ZKTaskState, state);
     QFETCH(int, key);
     QFETCH(QString, expected);
 
@@ -682,7 +680,7 @@ void TestZKTaskView::keysActOnTheFocusedRow() {
         QCOMPARE(m_document->countOfTasks(), 3);
     } else {
         QCOMPARE(m_document->indexOfTask(task), 1);
-        const QString now = S::convertToString(task->state());
+        const QString now = ZKTaskStates::convertToString(task->state());
         QVERIFY2(expected == "resumed" ? task->state() != S::Suspended : now == expected,
                  qUtf8Printable("the task is " + now + ", wanted " + expected));
     }

@@ -61,25 +61,25 @@ void TestZKValueTransformers::sliderPositions() {
 }
 
 void TestZKValueTransformers::barTintsByState_data() {
-    QTest::addColumn<qint32>("state");
+    QTest::addColumn<ZKTaskState>("state");
     QTest::addColumn<QString>("look");
 
-    for (const qint32 state : {S::Preparing, S::Processing, S::Removing, S::Completed}) {
-        QTest::addRow("%s", qPrintable(S::convertToString(state))) << state << "own";
+    for (const ZKTaskState state : {S::Preparing, S::Processing, S::Removing, S::Completed}) {
+        QTest::addRow("%s", qPrintable(ZKTaskStates::convertToString(state))) << state << "own";
     }
-    QTest::newRow("Verifying") << qint32(S::Verifying) << "turned green";
-    QTest::newRow("Failed") << qint32(S::Failed) << "turned red";
-    QTest::newRow("Suspended") << qint32(S::Suspended) << "light grey";
-    for (const qint32 state :
+    QTest::newRow("Verifying") << S::Verifying << "turned green";
+    QTest::newRow("Failed") << S::Failed << "turned red";
+    QTest::newRow("Suspended") << S::Suspended << "light grey";
+    for (const ZKTaskState state :
          {S::PendingPreparation, S::PendingProcessing, S::Cancelling, S::Cancelled}) {
-        QTest::addRow("%s", qPrintable(S::convertToString(state))) << state << "grey";
+        QTest::addRow("%s", qPrintable(ZKTaskStates::convertToString(state))) << state << "grey";
     }
 }
 
 void TestZKValueTransformers::barTintsByState() {
-    QFETCH(qint32, state);
+    QFETCH(ZKTaskState, state);
     QFETCH(QString, look);
-    const QVariant value = named("ZKProgressBarHueTransformer").transformedValue(state);
+    const QVariant value = named("ZKProgressBarHueTransformer").transformedValue(qint32(state));
     QVERIFY(value.canConvert<ZKBarTint>());
 
     // On a saturated blue bar: the bar's own colour stays itself, a turned
