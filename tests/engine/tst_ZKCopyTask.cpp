@@ -14,17 +14,11 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <cstring>
-#include <fcntl.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 using S = ZKTaskState;
 using ZKTestSupport::randomBytes;
@@ -55,7 +49,6 @@ private Q_SLOTS:
     void moveLeavesWhatCannotBeCopiedInItsFolder();
     void cancelAsksAboutPartialFile_data();
     void cancelAsksAboutPartialFile();
-    void savedProcessingTaskContinuesCopying();
     void moveFinishedAfterItsLastSave_data();
     void moveFinishedAfterItsLastSave();
     void savedRemovingTaskStaysRemoving();
@@ -248,9 +241,8 @@ void TestZKCopyTask::moveSurvivesChangesBehindItsBack_data() {
     QTest::addColumn<QString>("fault");
     QTest::addColumn<QString>("failure"); // how the detail begins; empty: no failure
     const QString differs = QStringLiteral("Failed: Verification failed");
+    // Each kind of difference is the verification's own test.
     QTest::newRow("copy changed before its verification") << "flip" << differs;
-    QTest::newRow("copy cut short before its verification") << "cut" << differs;
-    QTest::newRow("copy lengthened before its verification") << "grow" << differs;
     QTest::newRow("source item removed before the copy") << "vanish" << QString();
     QTest::newRow("destination folder removed during the copy")
         << "dropOut" << QStringLiteral("Failed: Unable to ");
@@ -286,11 +278,8 @@ void TestZKCopyTask::moveSurvivesChangesBehindItsBack() {
         // Not yet under its name: only a verified copy takes it.
         QVERIFY(!QFile::exists(path("out/d/b")));
         QFile copy(ZKTestSupport::partialPath(path("out/d"), "b"));
-        if (fault == "flip" || fault == "cut" || fault == "grow") {
-            QVERIFY(copy.open(QIODevice::ReadWrite));
-            QVERIFY(fault == "cut"    ? copy.resize(299999)
-                    : fault == "grow" ? copy.seek(300000) && copy.write("+") == 1
-                                      : copy.seek(150000) && copy.write("!") == 1);
+        if (fault == "flip") {
+            QVERIFY(copy.open(QIODevice::ReadWrite) && copy.seek(150000) && copy.write("!") == 1);
         }
     }
     runToEnd(*task);
@@ -309,35 +298,21 @@ void TestZKCopyTask::moveSurvivesChangesBehindItsBack() {
     }
 }
 
-// Pipes, sockets and names that are not UTF-8 cannot be copied: the move
-// takes everything else and keeps the folders that still hold them.
+// What cannot be copied (every kind is the operations' own test) is left
+// where it is by a move, which takes everything else and keeps only the
+// folders that still hold such items.
 void TestZKCopyTask::moveLeavesWhatCannotBeCopiedInItsFolder() {
     QVERIFY(QDir().mkpath(path("t/deep")) && QDir().mkpath(path("t/plain/inner")));
     const QByteArray content = randomBytes(200000, 70);
     for (const QString name : {"t/f", "t/deep/g", "t/plain/inner/h"}) {
         QVERIFY(writeFile(path(name), content));
     }
-    QVERIFY(::mkfifo(QFile::encodeName(path("t/pipe")).constData(), 0600) == 0);
-    QVERIFY(::mkfifo(QFile::encodeName(path("t/deep/pipe")).constData(), 0600) == 0);
-    const QByteArray oddName = QFile::encodeName(path("t/odd-")) + "\xff";
-    const int odd = ::open(oddName.constData(), O_CREAT | O_WRONLY, 0600);
-    QVERIFY(odd >= 0 && ::close(odd) == 0);
-    // The temporary folder's clean-up reads names as text and would leave
-    // this one, and the folder, behind.
-    const auto removeOdd = qScopeGuard([&oddName] { ::unlink(oddName.constData()); });
-    const int listener = ::socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    const QByteArray socketPath = QFile::encodeName(path("t/socket"));
-    QVERIFY(size_t(socketPath.size()) < sizeof(address.sun_path));
-    std::memcpy(address.sun_path, socketPath.constData(), size_t(socketPath.size()));
-    QVERIFY(listener >= 0 &&
-            ::bind(listener, reinterpret_cast<sockaddr *>(&address), sizeof(address)) == 0);
+    const QByteArray pipe = QFile::encodeName(path("t/deep/pipe"));
+    QVERIFY(::mkfifo(pipe.constData(), 0600) == 0);
 
     auto task = makeTask("t");
     task->setTransferMode(ZKTransferMode::Move);
     runToEnd(*task);
-    ::close(listener);
     QVERIFY2(task->state() == S::Completed, qUtf8Printable(task->detail()));
     for (const QString name : {"t/f", "t/deep/g", "t/plain/inner/h"}) {
         QVERIFY2(readFile(path("out/" + name)) == content, qUtf8Printable(name));
@@ -345,17 +320,10 @@ void TestZKCopyTask::moveLeavesWhatCannotBeCopiedInItsFolder() {
     }
     QVERIFY(!QFileInfo::exists(path("t/plain")));
     struct stat status {};
-    QVERIFY(::lstat(QFile::encodeName(path("t/pipe")).constData(), &status) == 0 &&
-            S_ISFIFO(status.st_mode));
-    QVERIFY(::lstat(QFile::encodeName(path("t/deep/pipe")).constData(), &status) == 0 &&
-            S_ISFIFO(status.st_mode));
-    QVERIFY(::lstat(socketPath.constData(), &status) == 0 && S_ISSOCK(status.st_mode));
-    QVERIFY(::lstat(oddName.constData(), &status) == 0 && S_ISREG(status.st_mode));
+    QVERIFY(::lstat(pipe.constData(), &status) == 0 && S_ISFIFO(status.st_mode));
     // The task says what it left behind.
-    const QString notes = task->notes().join(QLatin1Char('\n'));
-    for (const QString name : {"t/pipe", "t/deep/pipe", "t/socket", "t/odd-"}) {
-        QVERIFY2(notes.contains(path(name)), qUtf8Printable(notes));
-    }
+    QVERIFY2(task->notes().join(QLatin1Char('\n')).contains(path("t/deep/pipe")),
+             qUtf8Printable(task->notes().join(QLatin1Char('\n'))));
 }
 
 void TestZKCopyTask::cancelAsksAboutPartialFile_data() {
@@ -393,25 +361,6 @@ void TestZKCopyTask::cancelAsksAboutPartialFile() {
     QCOMPARE(QFile::exists(partial), partialKept);
     QVERIFY(!QFile::exists(path("out/src")));
     QVERIFY(QFile::exists(path("src")));
-}
-
-void TestZKCopyTask::savedProcessingTaskContinuesCopying() {
-    const QByteArray content = randomBytes(3000000, 9);
-    QVERIFY(writeFile(path("src"), content));
-    const QString partial = ZKTestSupport::partialPath(path("out"), "src");
-    QVERIFY(writeFile(partial, content.left(1000000)) &&
-            ZKTestSupport::markBegunFrom(partial, path("src")));
-    auto saved = makeTask("src")->asPropertyList();
-    saved[QStringLiteral("State")] = QStringLiteral("Processing");
-    saved[QStringLiteral("ProgressBytes")] = quint64(1000000);
-    saved[QStringLiteral("TotalBytes")] = quint64(3000000);
-
-    auto task = ZKCopyTask::create(saved);
-    QVERIFY(task);
-    QCOMPARE(task->state(), S::Processing);
-    QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Completed, 20000);
-    QCOMPARE(readFile(path("out/src")), content);
-    QVERIFY(!QFile::exists(partial));
 }
 
 void TestZKCopyTask::savedRemovingTaskStaysRemoving() {
@@ -455,15 +404,11 @@ void TestZKCopyTask::texts_data() {
                   const char *detail) {
         QTest::newRow(name) << state << mode << QString(description) << QString(detail);
     };
-    row("waiting", S::PendingPreparation, copy, "Copy \"src\" to \"out\"", "Waiting");
     row("moving", S::Processing, move, "Moving \"src\" to \"out\"", "512 bytes of 2.0 KB");
-    row("verify", S::PendingVerification, move, "Verify \"src\"", "512 bytes of 2.0 KB");
     // After a resume the last run counted only its own part: done is whole.
     row("done", S::Completed, copy, "Copied \"src\" to \"out\"", "2.0 KB of 2.0 KB - done");
     // The queue's rate would give it a time; a row that rests has none.
     row("paused", S::PendingProcessing, copy, "Copy \"src\" to \"out\"", "512 bytes of 2.0 KB");
-    row("removing", S::Removing, move, "Move \"src\" to \"out\"", "Removing...");
-    row("cancelled", S::Cancelled, copy, "Copy \"src\" to \"out\"", "Cancelled");
 }
 
 void TestZKCopyTask::texts() {
