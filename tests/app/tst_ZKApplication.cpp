@@ -48,9 +48,8 @@ private Q_SLOTS:
     void cleanup();
     void queueFilesOpenOnceEach();
     void untitledQueuesAreNumbered();
-    void mixedFilesBecomeSourcesOfTheMainQueue();
     void dockFollowsRunningQueues();
-    void queuesPassBetweenTerminalAndWindow();
+    void terminalQueueOpensWithItsProgress();
     void finishedQueueAsksForAttentionWithoutNotifications();
     void secondProcessHandsItsItemsOver();
     void scriptsDriveAQueue();
@@ -227,22 +226,6 @@ void TestZKApplication::untitledQueuesAreNumbered() {
     QCOMPARE(second->windowTitle(), QStringLiteral("named[*]"));
 }
 
-void TestZKApplication::mixedFilesBecomeSourcesOfTheMainQueue() {
-    ZKDocumentController &controller = m_delegate->documentController();
-    ZKQueueWindow *main = controller.openDocument(savedQueue(QStringLiteral("main")));
-    QVERIFY(main);
-    QVERIFY(writeFile(path("plain.iso"), randomBytes(1000, 2)));
-    const QString other = savedQueue(QStringLiteral("other"));
-
-    QVERIFY(m_delegate->openFiles({other, path("plain.iso")}));
-    QCOMPARE(controller.windows().size(), 1);
-    QCOMPARE(main->document()->countOfTasks(), 2);
-    QCOMPARE(main->document()->objectInTasksAtIndex(0)->source()->url(),
-             QUrl::fromLocalFile(other));
-    QCOMPARE(main->document()->objectInTasksAtIndex(1)->source()->url(),
-             QUrl::fromLocalFile(path("plain.iso")));
-}
-
 void TestZKApplication::dockFollowsRunningQueues() {
     ZKDocumentController &controller = m_delegate->documentController();
     ZKFerrowickDocument *a = controller.newDocument()->document();
@@ -281,13 +264,11 @@ void TestZKApplication::dockFollowsRunningQueues() {
     QVERIFY(!tile.showProgress());
 }
 
-void TestZKApplication::queuesPassBetweenTerminalAndWindow() {
+// The way back, a window's queue run to its end in the terminal, is
+// killedWindowKeepsItsFinishedMoves.
+void TestZKApplication::terminalQueueOpensWithItsProgress() {
     const QByteArray first = randomBytes(300000, 5);
-    const QByteArray second = randomBytes(200000, 6);
     QVERIFY(writeFile(path("first"), first));
-    QVERIFY(writeFile(path("second"), second));
-
-    // Copied in the terminal, opened in a window with its progress.
     QProcess cli;
     cli.start(QStringLiteral(FERROWICK_CLI), {QStringLiteral("copy"), path("first"), path("out"),
                                               QStringLiteral("--save"), path("terminal.queue")});
@@ -299,19 +280,6 @@ void TestZKApplication::queuesPassBetweenTerminalAndWindow() {
     const ZKTaskPtr copied = window->document()->objectInTasksAtIndex(0);
     QCOMPARE(copied->state(), ZKTaskState::Completed);
     QCOMPARE(copied->progressBytes(), quint64(first.size()));
-
-    // Put together in a window, run to the end in the terminal.
-    window->document()->setState(ZKQueueState::Paused);
-    window->document()->addTasks(
-        {ZKReaderFactory::readerWithPath(path("second"))},
-        ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(path("out"))), 1);
-    const ZKTaskPtr waiting = window->document()->objectInTasksAtIndex(1);
-    QTRY_COMPARE(waiting->state(), ZKTaskState::PendingProcessing);
-    QVERIFY(window->saveToFile(path("terminal.queue")));
-    cli.start(QStringLiteral(FERROWICK_CLI), {QStringLiteral("run"), path("terminal.queue")});
-    QVERIFY(cli.waitForFinished(30000));
-    QVERIFY2(cli.exitCode() == 0, cli.readAllStandardError().constData());
-    QCOMPARE(readFile(path("out/second")), second);
     QCOMPARE(readFile(path("out/first")), first);
 }
 
@@ -331,6 +299,7 @@ void TestZKApplication::secondProcessHandsItsItemsOver() {
     ZKQueueWindow *main = controller.openDocument(savedQueue(QStringLiteral("main")));
     QVERIFY(main);
     QVERIFY(writeFile(path("plain.iso"), randomBytes(1000, 3)));
+    savedQueue(QStringLiteral("other"));
     const QString ftp = QStringLiteral("ftp://user@127.0.0.1:2121/dir/");
 
     QProcess second;
@@ -340,16 +309,20 @@ void TestZKApplication::secondProcessHandsItsItemsOver() {
     environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
     environment.insert(QStringLiteral("XDG_CONFIG_HOME"), path("config"));
     second.setProcessEnvironment(environment);
-    // A path relative to the second process's folder, and an address.
-    second.start(QStringLiteral(FERROWICK_APP), {QStringLiteral("plain.iso"), ftp});
+    // Paths relative to the second process's folder, and an address. Given
+    // among other files, a queue file is a source like them, not opened.
+    second.start(QStringLiteral(FERROWICK_APP),
+                 {QStringLiteral("other.queue"), QStringLiteral("plain.iso"), ftp});
     QTRY_VERIFY_WITH_TIMEOUT(second.state() == QProcess::NotRunning, 10000);
     QVERIFY2(second.exitStatus() == QProcess::NormalExit && second.exitCode() == 0,
              qUtf8Printable(QString::fromLocal8Bit(second.readAllStandardError())));
 
-    QTRY_COMPARE(main->document()->countOfTasks(), 2);
+    QTRY_COMPARE(main->document()->countOfTasks(), 3);
     QCOMPARE(main->document()->objectInTasksAtIndex(0)->source()->url(),
+             QUrl::fromLocalFile(path("other.queue")));
+    QCOMPARE(main->document()->objectInTasksAtIndex(1)->source()->url(),
              QUrl::fromLocalFile(path("plain.iso")));
-    QCOMPARE(main->document()->objectInTasksAtIndex(1)->source()->url().scheme(),
+    QCOMPARE(main->document()->objectInTasksAtIndex(2)->source()->url().scheme(),
              QStringLiteral("ftp"));
     QCOMPARE(controller.windows().size(), 1);
 }
