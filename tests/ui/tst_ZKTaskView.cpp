@@ -79,6 +79,22 @@ protected:
     }
 };
 
+// All a user sees and a reader hears of a row.
+QString shownBy(ZKTaskView *row) {
+    QAccessibleInterface *iface = QAccessible::queryAccessibleInterface(row);
+    return QStringList{row->taskLabel()->text(),
+                       row->detailLabel()->text(),
+                       row->actionButton()->accessibleName(),
+                       row->cancelButton()->accessibleName(),
+                       QString::number(row->isProgressBarShown()),
+                       QString::number(row->progressIndicator()->value()),
+                       row->badgeToolTips().join(QLatin1Char(',')),
+                       row->taskLabel()->palette().color(QPalette::Text).name(),
+                       iface->text(QAccessible::Name),
+                       iface->text(QAccessible::Description)}
+        .join(QLatin1Char('|'));
+}
+
 } // namespace
 
 class TestZKTaskView : public QObject {
@@ -120,11 +136,12 @@ private:
     }
     // A paused queue of four waiting tasks, a to d.
     void makeQueue();
+    // A list four rows high over the model, shown.
+    void showList(QAbstractItemModel *model, QObject *owner = nullptr);
     // The list of the document's tasks, shown, and the row of the task.
     ZKTaskView *rowFor(const ZKTaskPtr &task);
-    // A list so many rows high of count rows, each of rowData() or what
-    // dataOf gives, shown.
-    ZKListView *showRows(int count, const std::function<QMap<int, QVariant>(int)> &dataOf = {});
+    // A list of count rows, each of rowData() or what dataOf gives, shown.
+    void showRows(int count, const std::function<QMap<int, QVariant>(int)> &dataOf = {});
     ZKTaskView *shownRow(int index) const;
 
     std::unique_ptr<QTemporaryDir> m_dir;
@@ -165,16 +182,20 @@ void TestZKTaskView::makeQueue() {
     m_host->resize(700, 80);
 }
 
+void TestZKTaskView::showList(QAbstractItemModel *model, QObject *owner) {
+    m_list = new ZKListView(m_host.get());
+    m_list->setFrameShape(QFrame::NoFrame);
+    m_list->setItemPrototype(new ZKTaskView);
+    m_list->setOwner(owner);
+    m_list->setModel(model);
+    m_list->resize(700, qRound(m_list->itemHeight()) * 4);
+    m_host->resize(m_list->size());
+    m_host->show();
+}
+
 ZKTaskView *TestZKTaskView::rowFor(const ZKTaskPtr &task) {
     if (!m_list) {
-        m_list = new ZKListView(m_host.get());
-        m_list->setFrameShape(QFrame::NoFrame);
-        m_list->setItemPrototype(new ZKTaskView);
-        m_list->setOwner(m_document.get());
-        m_list->setModel(&m_document->taskListModel());
-        m_list->resize(700, qRound(m_list->itemHeight()) * 4);
-        m_host->resize(m_list->size());
-        m_host->show();
+        showList(&m_document->taskListModel(), m_document.get());
     }
     if (!task) {
         // A row showing nothing, as the spare row of a list does.
@@ -186,21 +207,12 @@ ZKTaskView *TestZKTaskView::rowFor(const ZKTaskPtr &task) {
     return static_cast<ZKTaskView *>(m_list->itemAtIndex(m_document->indexOfTask(task)));
 }
 
-ZKListView *TestZKTaskView::showRows(int count,
-                                     const std::function<QMap<int, QVariant>(int)> &dataOf) {
-    constexpr int rowsHigh = 4;
+void TestZKTaskView::showRows(int count, const std::function<QMap<int, QVariant>(int)> &dataOf) {
     m_rows = std::make_unique<QStandardItemModel>(count, 1);
     for (int i = 0; i < count; ++i) {
         setRowData(*m_rows, i, dataOf ? dataOf(i) : rowData());
     }
-    m_list = new ZKListView(m_host.get());
-    m_list->setFrameShape(QFrame::NoFrame);
-    m_list->setItemPrototype(new ZKTaskView);
-    m_list->setModel(m_rows.get());
-    m_list->resize(700, qRound(m_list->itemHeight()) * rowsHigh);
-    m_host->resize(m_list->size());
-    m_host->show();
-    return m_list;
+    showList(m_rows.get());
 }
 
 ZKTaskView *TestZKTaskView::shownRow(int index) const {
@@ -247,13 +259,12 @@ void TestZKTaskView::everyStateShowsItself() {
     QCOMPARE(row->cancelToolTip(), cancel);
     QCOMPARE(row->cancelButton()->accessibleName(), cancel + " “a”");
     if (!barShown) {
-        // The bar folds away over a fifth of a second instead of vanishing.
+        // The bar folds away instead of vanishing.
         auto *collapse = row->findChild<QPropertyAnimation *>();
         QVERIFY2(collapse && collapse->state() == QAbstractAnimation::Running,
                  "the bar did not start folding away");
-        QCOMPARE(collapse->duration(), 200);
         collapse->pause();
-        collapse->setCurrentTime(100);
+        collapse->setCurrentTime(collapse->duration() / 2);
         row->layout()->activate();
         QVERIFY2(bar->isVisible() && bar->height() > 0 && bar->height() < fullHeight,
                  qUtf8Printable(QStringLiteral("halfway the bar is %1 of %2 high")
@@ -321,32 +332,26 @@ void TestZKTaskView::badgesComeInTheirOrder() {
 
 void TestZKTaskView::urlListsAndPaths_data() {
     QTest::addColumn<int>("files");
-    QTest::addColumn<QString>("tail");
+    QTest::addColumn<QString>("text");
 
-    QTest::newRow("none") << 0 << "";
-    QTest::newRow("one") << 1 << ".";
-    QTest::newRow("three") << 3 << ".";
-    QTest::newRow("four") << 4 << " and 1 other files.";
-    QTest::newRow("six") << 6 << " and 3 other files.";
+    QTest::newRow("none") << 0 << QString();
+    QTest::newRow("one") << 1 << "Skipping f0.";
+    QTest::newRow("three") << 3 << "Skipping f0, f1, f2.";
+    QTest::newRow("four") << 4 << "Skipping f0, f1, f2 and 1 other files.";
+    QTest::newRow("six") << 6 << "Skipping f0, f1, f2 and 3 other files.";
 }
 
 void TestZKTaskView::urlListsAndPaths() {
     QFETCH(int, files);
-    QFETCH(QString, tail);
+    QFETCH(QString, text);
 
     QList<QUrl> urls;
     for (int i = 0; i < files; ++i) {
         urls << QUrl::fromLocalFile(QStringLiteral("/data/f%1/").arg(i));
     }
-    const QString text = ZKTaskView::descriptionOfUrls(urls, QStringLiteral("Skipping"));
-    QCOMPARE(text.isNull(), files == 0);
-    if (files > 0) {
-        QVERIFY2(text.startsWith(QStringLiteral("Skipping f")) && text.endsWith(tail),
-                 qUtf8Printable(text));
-        QCOMPARE(text.count(QStringLiteral(", f")), std::min(files, 3) - 1);
-        QVERIFY2(text.startsWith(QStringLiteral("Skipping f0, f1")) || files < 3,
-                 qUtf8Printable(text));
-    }
+    const QString description = ZKTaskView::descriptionOfUrls(urls, QStringLiteral("Skipping"));
+    QCOMPARE(description, text);
+    QCOMPARE(description.isNull(), files == 0);
 
     // Paths: 99 characters stay whole, 100 are cut to 48 + ... + 48.
     const QString path99(99, QLatin1Char('x'));
@@ -416,45 +421,17 @@ void TestZKTaskView::recycledRowShowsItsIndex() {
     for (int step = 1; step <= offset; ++step) {
         m_list->verticalScrollBar()->setValue(qRound(m_list->itemHeight()) * step);
     }
-    const QList<ZKListViewItem *> rows = m_list->visibleItems();
-    QCOMPARE(rows.size(), 4);
+    QCOMPARE(m_list->visibleItems().size(), 4);
     for (int i = offset; i < offset + 4; ++i) {
-        auto *row = shownRow(i);
-        const ZKTaskState state = states[i % 4];
-        const bool moving = i % 3 == 0;
-        QString seen = QStringLiteral("%1|%2|%3|%4|%5|%6")
-                           .arg(row->taskLabel()->text(), row->detailLabel()->text(),
-                                row->actionButton()->accessibleName())
-                           .arg(row->isProgressBarShown())
-                           .arg(row->progressIndicator()->value())
-                           .arg(row->badgeToolTips().join(QLatin1Char(',')));
-        QStringList badges;
-        if (state == S::Failed) {
-            badges << "The transfer has failed.";
-        }
-        if (moving) {
-            badges << "The original file will be removed after copying.";
-        }
-        const QString action = state == S::Completed   ? "Show in Folder"
-                               : state == S::Suspended ? "Resume"
-                               : state == S::Failed    ? "Retry"
-                                                       : "Suspend";
-        const QString wanted = QStringLiteral("title %1|detail %1|%2 “file %1”|%3|%4|%5")
-                                   .arg(i)
-                                   .arg(action)
-                                   .arg(state != S::Completed)
-                                   .arg(qRound(i / 12.0 * 10000))
-                                   .arg(badges.join(QLatin1Char(',')));
+        // What a row that never showed anything shows of the same entry.
+        ZKTaskView fresh(m_host.get());
+        fresh.setRow(m_rows.get(), i);
+        fresh.viewWillAppear();
+        const QString seen = shownBy(shownRow(i));
+        const QString wanted = shownBy(&fresh);
         QVERIFY2(
-            seen == wanted,
+            seen == wanted && seen.startsWith(QStringLiteral("title %1|detail %1|").arg(i)),
             qUtf8Printable(QStringLiteral("row %1 shows %2, wanted %3").arg(i).arg(seen, wanted)));
-        const QColor text = row->taskLabel()->palette().color(QPalette::Text);
-        const QColor look = QApplication::palette().color(
-            state == S::Suspended ? QPalette::Disabled : QPalette::Active, QPalette::WindowText);
-        QVERIFY2(text == look, qUtf8Printable(QStringLiteral("row %1 has the wrong look").arg(i)));
-        QAccessibleInterface *iface = QAccessible::queryAccessibleInterface(row);
-        QCOMPARE(iface->text(QAccessible::Name), QStringLiteral("title %1").arg(i));
-        QCOMPARE(iface->text(QAccessible::Description), QStringLiteral("detail %1").arg(i));
     }
 }
 
@@ -688,15 +665,15 @@ void TestZKTaskView::keysActOnTheFocusedRow() {
 }
 
 void TestZKTaskView::barReadsItsValue() {
-    // The bar's value is the one it shows, stopped or running; the plain bar
-    // drawn over a stopped one is no second bar to a reader.
+    // The bar's value is the one it shows, stopped or running, and a reader
+    // cannot change it. That a stopped bar is one bar to a reader is walked
+    // over AT-SPI.
     showRows(1);
     ZKStoppableProgressIndicator *bar = shownRow(0)->progressIndicator();
     QAccessibleInterface *barIface = QAccessible::queryAccessibleInterface(bar);
     QAccessibleValueInterface *value = barIface->valueInterface();
     QVERIFY(value);
     QCOMPARE(barIface->role(), QAccessible::ProgressBar);
-    QCOMPARE(barIface->childCount(), 0);
     QCOMPARE(value->currentValue().toInt(), bar->maximum() / 4);
     bar->setIsActive(false);
     bar->setDoubleValue(0.75);
