@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKMainQueue.h"
 
-#include "ZKThreadSanitizer.h"
-
 #include <QCoreApplication>
 #include <QThread>
 #include <QTimer>
@@ -12,18 +10,33 @@
 #include <future>
 #include <memory>
 #include <mutex>
+#include <vector>
 
 namespace {
 
-// Marks the hand-over of each call for ThreadSanitizer (see ZKThreadSanitizer.h).
-const char posted = 0;
-
 // A worker may post while the application ends. The lock keeps the
 // application alive for the length of a post, and once it is going no call is
-// posted to it any more; the calls it still holds go with its posted events,
-// unrun, so that nobody waits for them.
+// posted to it any more; the calls still waiting go unrun, so that nobody
+// waits for them.
+//
+// The calls wait in a list of our own rather than in the posted events: Qt is
+// not built with ThreadSanitizer, which would take the hand-over of a call
+// through Qt's event queue for a race, and one posted event serves every call
+// that arrives before it runs, so a burst of calls wakes the main thread once.
 std::mutex applicationLock;
 QCoreApplication *liveApplication = nullptr;
+std::vector<std::function<void()>> waitingCalls; // with applicationLock held
+
+void runWaitingCalls() {
+    std::vector<std::function<void()>> calls;
+    {
+        std::lock_guard locker(applicationLock);
+        calls.swap(waitingCalls);
+    }
+    for (const auto &call : calls) {
+        call();
+    }
+}
 
 // The application to post to, or nullptr; with applicationLock held.
 QCoreApplication *postingTarget() {
@@ -31,8 +44,13 @@ QCoreApplication *postingTarget() {
     if (application && application != liveApplication) {
         liveApplication = application;
         QObject::connect(application, &QObject::destroyed, [] {
-            std::lock_guard locker(applicationLock);
-            liveApplication = nullptr;
+            std::vector<std::function<void()>> unrun;
+            {
+                std::lock_guard locker(applicationLock);
+                liveApplication = nullptr;
+                unrun.swap(waitingCalls);
+            }
+            // Let go outside the lock: a call may hold what posts again.
         });
     }
     return application ? liveApplication : nullptr;
@@ -51,17 +69,13 @@ void ZKMainQueue::async(std::function<void()> fn) {
     if (!app) {
         return;
     }
+    waitingCalls.push_back(std::move(fn));
     // The waits that serve the workers' calls while the main thread is held
-    // up (sendPostedEvents for MetaCall) serve these too: a queued call is a
+    // up (sendPostedEvents for MetaCall) serve these too: the wake-up is a
     // MetaCall event.
-    ZKThreadSanitizer::release(&posted);
-    QMetaObject::invokeMethod(
-        app,
-        [fn = std::move(fn)] {
-            ZKThreadSanitizer::acquire(&posted);
-            fn();
-        },
-        Qt::QueuedConnection);
+    if (waitingCalls.size() == 1) {
+        QMetaObject::invokeMethod(app, &runWaitingCalls, Qt::QueuedConnection);
+    }
 }
 
 void ZKMainQueue::asyncAfter(double seconds, std::function<void()> fn) {
