@@ -841,7 +841,7 @@ void ZKCopyTask::takeActivity(ZKTaskState runningState, quint64 bytes,
     if (!m_ownRate) {
         m_ownRate = std::make_unique<ZKDataRateCalculator>();
     }
-    m_ownRate->addSampleOfBytes(report.bytes, report.timePassed);
+    m_ownRate->addActivity(report.bytes, report.timePassed);
     {
         std::lock_guard locker(m_lock);
         m_currentFile = report.currentFile;

@@ -35,8 +35,23 @@ void ZKDataRateCalculator::addSampleOfBytes(quint64 bytes, double timePassed) {
         setBytesPerSecond(average);
 }
 
+void ZKDataRateCalculator::addActivity(quint64 bytes, double timePassed) {
+    if (!(timePassed >= 0)) {
+        return;
+    }
+    m_gatheredBytes += bytes;
+    m_gatheredTime += timePassed;
+    if (m_gatheredTime >= minimumSampleSpan) {
+        addSampleOfBytes(m_gatheredBytes, m_gatheredTime);
+        m_gatheredBytes = 0;
+        m_gatheredTime = 0;
+    }
+}
+
 void ZKDataRateCalculator::reset() {
     m_samples.clear();
+    m_gatheredBytes = 0;
+    m_gatheredTime = 0;
     setBytesPerSecond(0.0);
 }
 

@@ -19,6 +19,12 @@ public:
     // Samples too small to measure (no bytes, under a millisecond, under one
     // byte per second) are ignored rather than dragging the average to zero.
     void addSampleOfBytes(quint64 bytes, double timePassed);
+    // A step's report of activity. Reports come at uneven intervals (one at
+    // the end of every file), and bytes pass in bursts under a speed limit:
+    // the rate of a short report reads far above the real one. Reports are
+    // gathered into samples of at least minimumSampleSpan seconds.
+    void addActivity(quint64 bytes, double timePassed);
+    static constexpr double minimumSampleSpan = 0.5;
     void reset();
 
     // The length of the averaging span. At least 1: a span of 0 would leave
@@ -39,6 +45,8 @@ Q_SIGNALS:
 
 private:
     QList<double> m_samples;
+    quint64 m_gatheredBytes = 0;
+    double m_gatheredTime = 0;
     quint32 m_numberOfSamples = 10;
     double m_bytesPerSecond = 0.0;
 };

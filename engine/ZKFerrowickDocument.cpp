@@ -81,7 +81,7 @@ ZKFerrowickDocument::ZKFerrowickDocument(QObject *parent)
             [this](const ZKTaskPtr &task) { onTaskStateChanged(task.get(), task); });
     connect(&m_taskQueue, &ZKTaskQueue::taskActivity, this,
             [this](const ZKTaskPtr &, quint64 bytes, double seconds) {
-                m_dataRateCalculator.addSampleOfBytes(bytes, seconds);
+                m_dataRateCalculator.addActivity(bytes, seconds);
                 m_file->noteProgress(false);
             });
     // Sums change on a worker too (letting go of removed tasks).

@@ -445,12 +445,13 @@ void TestZKCopyTask::runningFolderTellsItsFilesAndRate() {
     QVERIFY2(QTest::qWaitFor(
                  [&] {
                      const ZKTaskProgress p = task->progress();
+                     const QString detail = task->detail();
                      return p.filesDone >= 1 && !p.currentFile.isEmpty() && p.dataRate > 0 &&
-                            task->detail().contains(QStringLiteral("of 4 files)"));
+                            detail.contains(QStringLiteral("of 4 files)")) &&
+                            detail.contains(QStringLiteral("/s"));
                  },
                  10000),
              qUtf8Printable(task->detail()));
-    QVERIFY2(task->detail().contains(QStringLiteral("/s")), qUtf8Printable(task->detail()));
     task->pause();
     QTRY_COMPARE(task->state(), S::PendingProcessing);
     task->refresh();

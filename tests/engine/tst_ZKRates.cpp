@@ -4,6 +4,7 @@
 #include "ZKDataRateCalculator.h"
 #include "ZKProgressTracker.h"
 
+#include <cmath>
 #include <limits>
 
 #include <QPointer>
@@ -20,6 +21,8 @@ private Q_SLOTS:
     void smallChangesStaySilent();
     void spanNeverOverflows();
     void resetAndBadSavedRate();
+    void activityReadsAtItsMeanRate_data();
+    void activityReadsAtItsMeanRate();
 
     void sumsFollowItemChanges();
     void signalsSeeConsistentResults();
@@ -53,6 +56,34 @@ void TestZKRates::sampleFilter() {
     QCOMPARE(calculator.bytesPerSecond(), published);
     QCOMPARE(calculator.samples().size(), published == 0.0 ? 0 : 1);
     QCOMPARE(spy.count(), published == 0.0 ? 0 : 1);
+}
+
+using Reports = QList<QPair<quint64, double>>; // bytes, seconds
+
+void TestZKRates::activityReadsAtItsMeanRate_data() {
+    QTest::addColumn<Reports>("reports");
+    QTest::addColumn<int>("repeats");
+    QTest::addColumn<double>("published"); // 0: nothing yet
+
+    // A speed limit of 4 MB/s lets bytes through in bursts.
+    QTest::newRow("bursts") << Reports{{200000, 0.45}, {1800000, 0.05}} << 10 << 4.0e6;
+    // Small files: a report at the end of each.
+    QTest::newRow("small files") << Reports{{40000, 0.01}} << 300 << 4.0e6;
+    QTest::newRow("under half a second") << Reports{{1000, 0.1}} << 4 << 0.0;
+}
+
+void TestZKRates::activityReadsAtItsMeanRate() {
+    QFETCH(Reports, reports);
+    QFETCH(int, repeats);
+    QFETCH(double, published);
+    ZKDataRateCalculator calculator;
+    for (int i = 0; i < repeats; ++i) {
+        for (const auto &[bytes, seconds] : reports) {
+            calculator.addActivity(bytes, seconds);
+        }
+    }
+    QVERIFY2(std::abs(calculator.bytesPerSecond() - published) <= published * 0.01,
+             qPrintable(QString::number(calculator.bytesPerSecond())));
 }
 
 // A steady transfer must not wake every row that shows its rate.
