@@ -230,13 +230,19 @@ def check_window(pyatspi, application, tasks, check):
               f"{where} is a {row.getRoleName()!r}, not a focusable item of the task list")
         check((row.name, row.description) == (title, detail),
               f"{where} reads {row.name!r} / {row.description!r}, it shows {title!r} / {detail!r}")
+        # The suspended task, loaded part way, shows how far it got.
+        suspended = "big.iso" in title
+        check(not suspended or "1.5 MB of 3.8 MB" in detail,
+              f"{where} reads {detail!r}, wanted 1.5 MB of 3.8 MB done")
         inside = list(descendants(row))
         bars = [a for a in inside if a.getRole() == pyatspi.ROLE_PROGRESS_BAR]
         if check(len(bars) == 1, f"{where} holds {len(bars)} progress bars, wanted 1"):
-            check_bar(bars[0], where, check)
+            check_bar(bars[0], where, check, 0.4 if suspended else None)
         file = next(name for name in FILES if name in title)
         buttons = [a for a in inside if a.getRole() == pyatspi.ROLE_PUSH_BUTTON]
         check(len(buttons) == 2, f"{where} holds {len(buttons)} buttons, wanted 2")
+        check(not suspended or any(b.name.startswith("Resume") for b in buttons),
+              f"{where}: no button resumes the suspended task")
         for button in buttons:
             check(button.name.endswith(f"\u201c{file}\u201d") and button.description
                   and button.name.startswith(button.description),
@@ -252,11 +258,13 @@ def check_window(pyatspi, application, tasks, check):
         check(data.endswith(" remaining"), f"the data summary reads {data!r}")
 
 
-def check_bar(bar, where, check):
+def check_bar(bar, where, check, fraction):
     value = bar.queryValue()
     low, high, now = value.minimumValue, value.maximumValue, value.currentValue
     check(low < high and low <= now <= high,
           f"{where}: the bar's value {now} does not lie in its range {low}..{high}")
+    check(fraction is None or abs((now - low) / (high - low) - fraction) < 0.001,
+          f"{where}: the bar stands at {now} of {low}..{high}, wanted {fraction} of the way")
     check(bar.childCount == 0, f"{where}: the bar holds {bar.childCount} more objects")
     try:
         action = bar.queryAction()

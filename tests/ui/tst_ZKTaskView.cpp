@@ -1,6 +1,5 @@
 // SPDX-FileCopyrightText: 2026 Ferrowick developers
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "ZKCopyTask.h"
 #include "ZKFerrowickDocument.h"
 #include "ZKFileSystemReader.h"
 #include "ZKFileSystemWriter.h"
@@ -12,8 +11,6 @@
 #include "ZKOpenPanel.h"
 #include "ZKPreferences.h"
 #include "ZKProgressBarHueTransformer.h"
-#include "ZKPropertyListParser.h"
-#include "ZKPropertyListSerialization.h"
 #include "ZKQueueState.h"
 #include "ZKStoppableProgressIndicator.h"
 #include "ZKTaskListModel.h"
@@ -112,7 +109,6 @@ private Q_SLOTS:
     void recycledRowShowsItsIndex_data();
     void recycledRowShowsItsIndex();
     void anotherRowsChangeLeavesTheTextsAlone();
-    void loadedSuspendedTaskShowsItsProgress();
     void taskChangesReachTheRow();
     void menuFollowsTheTask_data();
     void menuFollowsTheTask();
@@ -460,34 +456,6 @@ void TestZKTaskView::anotherRowsChangeLeavesTheTextsAlone() {
     QVERIFY(changed.paints > 0);
     QCOMPARE(counter.paints, 0);
     QCOMPARE(row->accessibleDescription(), description);
-}
-
-void TestZKTaskView::loadedSuspendedTaskShowsItsProgress() {
-    // Saved part way: 1.5 MB of 3.8 MB copied, then suspended.
-    QVERIFY(ZKTestSupport::writeFile(path("big.iso"), QByteArray(4000000, 'x')));
-    const auto task = ZKCopyTask::create(reader("big.iso"), outFolder());
-    QVariantMap entry = task->asPropertyList();
-    entry.insert(QStringLiteral("State"), QStringLiteral("Suspended"));
-    entry.insert(QStringLiteral("ProgressBytes"), 1600000);
-    entry.insert(QStringLiteral("TotalBytes"), 4000000);
-    const QVariantMap saved{{QStringLiteral("Type"), QStringLiteral("FerrowickDocument")},
-                            {QStringLiteral("State"), QStringLiteral("Paused")},
-                            {QStringLiteral("Tasks"), QVariantList{entry}}};
-    QVERIFY(ZKTestSupport::writeFile(path("saved.queue"),
-                                     ZKPropertyListSerialization::dataFromPropertyList(saved)));
-    m_document = std::make_unique<ZKFerrowickDocument>();
-    ZKError error;
-    QVERIFY2(m_document->readFromFile(path("saved.queue"), &error),
-             qUtf8Printable(error.localizedDescription()));
-    m_document->waitForBackgroundWork();
-
-    ZKTaskView *row = rowFor(m_document->objectInTasksAtIndex(0));
-    QTRY_VERIFY2(row->detail().contains(QStringLiteral("1.5 MB of 3.8 MB")),
-                 qUtf8Printable(row->detail()));
-    QCOMPARE(row->actionToolTip(), "Resume");
-    const double shown = row->progressIndicator()->doubleValue();
-    QVERIFY2(qAbs(shown - 0.4) < 0.001,
-             qUtf8Printable(QStringLiteral("the bar shows %1 of 1").arg(shown)));
 }
 
 void TestZKTaskView::taskChangesReachTheRow() {
