@@ -196,10 +196,9 @@ void TestZKControls::spaceRunsTheMenuCommand() {
     }
     QSignalSpy buttonClicks(button, &QAbstractButton::clicked);
 
-    QWidget *receiver = target == "button"  ? static_cast<QWidget *>(button)
-                        : target == "field" ? static_cast<QWidget *>(field)
-                        : target == "spin"  ? static_cast<QWidget *>(spin)
-                                            : static_cast<QWidget *>(&window);
+    const QHash<QString, QWidget *> widgets{{"button", button}, {"field", field}, {"spin", spin},
+                                            {"list", list},     {"check", check}, {"combo", combo}};
+    QWidget *receiver = widgets.value(target, &window);
     receiver->setFocus();
     QTest::keyClick(receiver, Qt::Key_Space);
     QCOMPARE(triggered.size(), runs);
