@@ -828,6 +828,7 @@ void ZKCopyTask::setState(ZKTaskState state) {
         if (store(m_state, state)) {
             if (state != S::Processing && state != S::Verifying) {
                 m_ownRate.reset(); // a rate is of a step that runs
+                m_ownBytesPerSecond = 0;
             }
             Q_EMIT stateChanged(state);
             refresh();
@@ -842,6 +843,7 @@ void ZKCopyTask::takeActivity(ZKTaskState runningState, quint64 bytes,
         m_ownRate = std::make_unique<ZKDataRateCalculator>();
     }
     m_ownRate->addActivity(report.bytes, report.timePassed);
+    m_ownBytesPerSecond = m_ownRate->bytesPerSecond();
     {
         std::lock_guard locker(m_lock);
         m_currentFile = report.currentFile;
@@ -861,7 +863,7 @@ ZKTaskProgress ZKCopyTask::progress() const {
     p.isIndeterminate = isIndeterminate();
     const auto s = state();
     if (s == S::Processing || s == S::Verifying) {
-        p.dataRate = m_ownRate ? m_ownRate->bytesPerSecond() : 0;
+        p.dataRate = m_ownBytesPerSecond.load();
         const double rate = p.dataRate >= 0.1 ? p.dataRate : dataRate();
         p.timeRemaining = rate >= 0.1 ? double(p.remainingWorkBytes) / rate : 0;
     }

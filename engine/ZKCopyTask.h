@@ -203,8 +203,10 @@ private:
     // destination then is all the task did not write itself.
     std::optional<QSet<QUrl>> m_preExistingUrls;
     QStringList m_notes;
-    // Of the running step only (main thread), made on its first report.
+    // Of the running step only (main thread), made on its first report;
+    // progress() reads its figure from any thread.
     std::unique_ptr<ZKDataRateCalculator> m_ownRate;
+    std::atomic<double> m_ownBytesPerSecond{0};
     // Guarded by m_lock: the files of the tree, those the analysis found
     // done, and what the running step reported.
     quint64 m_filesTotal = 0;

@@ -19,41 +19,54 @@ namespace {
 // posted to it any more; the calls still waiting go unrun, so that nobody
 // waits for them.
 //
-// The calls wait in a list of our own rather than in the posted events: Qt is
+// The calls wait in a list of our own rather than in posted events: Qt is
 // not built with ThreadSanitizer, which would take the hand-over of a call
-// through Qt's event queue for a race, and one posted event serves every call
-// that arrives before it runs, so a burst of calls wakes the main thread once.
+// through Qt's event queue for a race. The wake-up names its slot by name, so
+// that all of the event is Qt's own. One wake-up serves every call that
+// arrives before it runs: a burst of calls wakes the main thread once.
 std::mutex applicationLock;
 QCoreApplication *liveApplication = nullptr;
 std::vector<std::function<void()>> waitingCalls; // with applicationLock held
 
-void runWaitingCalls() {
-    std::vector<std::function<void()>> calls;
-    {
-        std::lock_guard locker(applicationLock);
-        calls.swap(waitingCalls);
-    }
-    for (const auto &call : calls) {
-        call();
-    }
-}
+class ZKMainQueueWaker : public QObject {
+    Q_OBJECT
 
-// The application to post to, or nullptr; with applicationLock held.
-QCoreApplication *postingTarget() {
+public:
+    Q_INVOKABLE void runWaitingCalls() {
+        std::vector<std::function<void()>> calls;
+        {
+            std::lock_guard locker(applicationLock);
+            calls.swap(waitingCalls);
+        }
+        for (const auto &call : calls) {
+            call();
+        }
+    }
+};
+
+ZKMainQueueWaker *waker = nullptr; // lives on the main thread
+
+// The object to wake, or nullptr; with applicationLock held.
+ZKMainQueueWaker *postingTarget() {
     QCoreApplication *application = QCoreApplication::instance();
     if (application && application != liveApplication) {
         liveApplication = application;
+        waker = new ZKMainQueueWaker;
+        waker->moveToThread(application->thread());
         QObject::connect(application, &QObject::destroyed, [] {
             std::vector<std::function<void()>> unrun;
+            ZKMainQueueWaker *going = nullptr;
             {
                 std::lock_guard locker(applicationLock);
                 liveApplication = nullptr;
+                std::swap(going, waker);
                 unrun.swap(waitingCalls);
             }
-            // Let go outside the lock: a call may hold what posts again.
+            // Outside the lock: a call let go may hold what posts again.
+            delete going;
         });
     }
-    return application ? liveApplication : nullptr;
+    return application ? waker : nullptr;
 }
 
 } // namespace
@@ -65,8 +78,8 @@ bool ZKMainQueue::isMainThread() {
 
 void ZKMainQueue::async(std::function<void()> fn) {
     std::lock_guard locker(applicationLock);
-    QCoreApplication *app = postingTarget();
-    if (!app) {
+    ZKMainQueueWaker *target = postingTarget();
+    if (!target) {
         return;
     }
     waitingCalls.push_back(std::move(fn));
@@ -74,7 +87,7 @@ void ZKMainQueue::async(std::function<void()> fn) {
     // up (sendPostedEvents for MetaCall) serve these too: the wake-up is a
     // MetaCall event.
     if (waitingCalls.size() == 1) {
-        QMetaObject::invokeMethod(app, &runWaitingCalls, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(target, "runWaitingCalls", Qt::QueuedConnection);
     }
 }
 
@@ -104,3 +117,5 @@ void ZKMainQueue::sync(const std::function<void()> &fn) {
     });
     finished.wait();
 }
+
+#include "ZKMainQueue.moc"
