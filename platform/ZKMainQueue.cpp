@@ -25,7 +25,6 @@ namespace {
 // that all of the event is Qt's own. One wake-up serves every call that
 // arrives before it runs: a burst of calls wakes the main thread once.
 std::mutex applicationLock;
-QCoreApplication *liveApplication = nullptr;
 std::vector<std::function<void()>> waitingCalls; // with applicationLock held
 
 class ZKMainQueueWaker : public QObject {
@@ -44,32 +43,32 @@ public:
     }
 };
 
-ZKMainQueueWaker *waker = nullptr; // lives on the main thread
+// Made by the main thread with each application and gone with it; with
+// applicationLock held.
+ZKMainQueueWaker *waker = nullptr;
 
-// The object to wake, or nullptr; with applicationLock held.
-ZKMainQueueWaker *postingTarget() {
-    QCoreApplication *application = QCoreApplication::instance();
-    if (application && application != liveApplication) {
-        liveApplication = application;
-        waker = new ZKMainQueueWaker;
-        waker->moveToThread(application->thread());
-        QObject::connect(application, &QObject::destroyed, [] {
-            std::vector<std::function<void()>> unrun;
-            ZKMainQueueWaker *going = nullptr;
-            {
-                std::lock_guard locker(applicationLock);
-                liveApplication = nullptr;
-                std::swap(going, waker);
-                unrun.swap(waitingCalls);
-            }
-            // Outside the lock: a call let go may hold what posts again.
-            delete going;
-        });
+void makeWaker() {
+    auto *made = new ZKMainQueueWaker;
+    {
+        std::lock_guard locker(applicationLock);
+        waker = made;
     }
-    return application ? waker : nullptr;
+    QObject::connect(QCoreApplication::instance(), &QObject::destroyed, [] {
+        std::vector<std::function<void()>> unrun;
+        ZKMainQueueWaker *going = nullptr;
+        {
+            std::lock_guard locker(applicationLock);
+            std::swap(going, waker);
+            unrun.swap(waitingCalls);
+        }
+        // Outside the lock: a call let go may hold what posts again.
+        delete going;
+    });
 }
 
 } // namespace
+
+Q_COREAPP_STARTUP_FUNCTION(makeWaker)
 
 bool ZKMainQueue::isMainThread() {
     const auto *app = QCoreApplication::instance();
@@ -78,8 +77,7 @@ bool ZKMainQueue::isMainThread() {
 
 void ZKMainQueue::async(std::function<void()> fn) {
     std::lock_guard locker(applicationLock);
-    ZKMainQueueWaker *target = postingTarget();
-    if (!target) {
+    if (!waker) {
         return;
     }
     waitingCalls.push_back(std::move(fn));
@@ -87,7 +85,7 @@ void ZKMainQueue::async(std::function<void()> fn) {
     // up (sendPostedEvents for MetaCall) serve these too: the wake-up is a
     // MetaCall event.
     if (waitingCalls.size() == 1) {
-        QMetaObject::invokeMethod(target, "runWaitingCalls", Qt::QueuedConnection);
+        QMetaObject::invokeMethod(waker, "runWaitingCalls", Qt::QueuedConnection);
     }
 }
 
