@@ -51,8 +51,6 @@ private Q_SLOTS:
     void folderAgainstEarlierRun();
     void unwritableItem();
     void unreadableItem();
-    void links_data();
-    void links();
 
 private:
     std::unique_ptr<QTemporaryDir> m_dir;
@@ -348,26 +346,6 @@ void TestZKAnalyseCopyOperation::unreadableItem() {
         QVERIFY2(WIFEXITED(status) && WEXITSTATUS(status) == 0,
                  qPrintable(QStringLiteral("skip=%1 status=%2").arg(skip).arg(status)));
     }
-}
-
-void TestZKAnalyseCopyOperation::links_data() {
-    QTest::addColumn<qint32>("handling");
-    QTest::addColumn<quint64>("total");
-    QTest::newRow("copied as a link: nothing to move") << qint32(0) << quint64(100);
-    QTest::newRow("followed: the target's size") << qint32(1) << quint64(200);
-    QTest::newRow("skipped") << qint32(2) << quint64(100);
-}
-
-void TestZKAnalyseCopyOperation::links() {
-    QFETCH(qint32, handling);
-    QFETCH(quint64, total);
-    QVERIFY(writeFile(path("src/t/f"), randomBytes(100, 12)));
-    QVERIFY(QFile::link("f", path("src/t/l")));
-    auto operation = analyser(path("src/t"), path("dst"));
-    operation.setSymbolicLinkHandling(handling);
-    operation.start();
-    QVERIFY2(!operation.error(), qPrintable(errorText(operation)));
-    QCOMPARE(operation.totalBytes(), total);
 }
 
 int main(int argc, char **argv) {

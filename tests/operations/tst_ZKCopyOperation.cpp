@@ -37,6 +37,12 @@ std::shared_ptr<ZKCopyOperation> copier(const QString &source, const QString &fo
         ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(folder)), offset);
 }
 
+ZKAnalyseCopyOperation analyser(const QString &source, const QString &folder) {
+    return ZKAnalyseCopyOperation(
+        ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(source)),
+        ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(folder)));
+}
+
 // Bytes this process has read, by read() and by kernel copies alike.
 quint64 bytesReadSoFar() {
     const QByteArray io = readFile("/proc/self/io");
@@ -67,8 +73,7 @@ private Q_SLOTS:
     void resumesFromTheLengthOfThePartialFile();
     void neverContinuesAFileThatDiffers_data();
     void neverContinuesAFileThatDiffers();
-    void replacesAFileChosenForReplacement_data();
-    void replacesAFileChosenForReplacement();
+    void replacesAFileThatDiffersInTheMiddle();
     void cancelStopsWithinABlockAndKeepsThePartialFile();
     void sourceChangedDuringTheCopyIsCopiedAnew_data();
     void sourceChangedDuringTheCopyIsCopiedAnew();
@@ -166,20 +171,12 @@ void TestZKCopyOperation::neverContinuesAFileThatDiffers() {
     }
 }
 
-void TestZKCopyOperation::replacesAFileChosenForReplacement_data() {
-    QTest::addColumn<QByteArray>("existing");
-    const QByteArray content = randomBytes(200000, 3);
-    QByteArray middle = content;
-    middle[100000] = char(~middle.at(100000));
-    QTest::newRow("longer") << randomBytes(300000, 4);
-    QTest::newRow("same size") << randomBytes(200000, 4);
-    // Its first and last 4 KiB pass for a partial copy that only needs its
-    // end: nothing would be written.
-    QTest::newRow("same size, differs in the middle") << middle;
-}
-
-void TestZKCopyOperation::replacesAFileChosenForReplacement() {
-    QFETCH(QByteArray, existing);
+// Its first and last 4 KiB pass for a partial copy that only needs its end:
+// nothing would be written. Other files chosen for replacement are the move
+// property's.
+void TestZKCopyOperation::replacesAFileThatDiffersInTheMiddle() {
+    QByteArray existing = randomBytes(200000, 3);
+    existing[100000] = char(~existing.at(100000));
     QVERIFY(writeFile(path("a.bin"), randomBytes(200000, 3)));
     QVERIFY(writeFile(path("dest/a.bin"), existing));
     QVERIFY(
@@ -314,13 +311,15 @@ void TestZKCopyOperation::secondCopyOfAFolderCopiesNothing() {
 
 void TestZKCopyOperation::links_data() {
     QTest::addColumn<qint32>("handling");
-    QTest::newRow("copy the link") << qint32(ZKSymbolicLinkHandlingCopyLink);
-    QTest::newRow("follow it") << qint32(ZKSymbolicLinkHandlingFollow);
-    QTest::newRow("skip it") << qint32(ZKSymbolicLinkHandlingSkip);
+    QTest::addColumn<quint64>("total"); // what the analysis counts to copy
+    QTest::newRow("copy the link") << qint32(ZKSymbolicLinkHandlingCopyLink) << quint64(5);
+    QTest::newRow("follow it") << qint32(ZKSymbolicLinkHandlingFollow) << quint64(16);
+    QTest::newRow("skip it") << qint32(ZKSymbolicLinkHandlingSkip) << quint64(5);
 }
 
 void TestZKCopyOperation::links() {
     QFETCH(qint32, handling);
+    QFETCH(quint64, total);
     QVERIFY(QDir().mkpath(path("tree")) && QDir().mkpath(path("elsewhere/inner")));
     QVERIFY(writeFile(path("elsewhere/inner/x"), "target") &&
             writeFile(path("tree/file"), "plain"));
@@ -329,6 +328,11 @@ void TestZKCopyOperation::links() {
     // Followed, a dangling link is an unreadable item; otherwise it is fine.
     QVERIFY(handling == ZKSymbolicLinkHandlingFollow ||
             QFile::link("nowhere", path("tree/dangling")));
+    auto analyse = analyser(path("tree"), path("dest"));
+    analyse.setSymbolicLinkHandling(handling);
+    analyse.start();
+    QVERIFY2(!analyse.error(), qPrintable(errorText(analyse)));
+    QCOMPARE(analyse.totalBytes(), total);
     auto operation = copier(path("tree"), path("dest"));
     operation->setSymbolicLinkHandling(handling);
     operation->start();
@@ -473,9 +477,7 @@ void TestZKCopyOperation::linkInTheDestinationIsNeverWrittenThrough() {
     const auto answer = [replace](const ZKFileInfo &) {
         return replace ? ZKFileResponseReplace : ZKFileResponseCancel;
     };
-    ZKAnalyseCopyOperation analyse(
-        ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(path("x"))),
-        ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(path("dest"))));
+    auto analyse = analyser(path("x"), path("dest"));
     analyse.setPreExistingFileHandler(answer);
     analyse.setPreExistingDestinationHandler(answer);
     analyse.start();
@@ -518,9 +520,7 @@ void TestZKCopyOperation::uncopyableItemsAreLeftOut() {
     if (name != "pipe") {
         ::close(made);
     }
-    ZKAnalyseCopyOperation analyse(
-        ZKFileSystemReader::readerWithUrl(QUrl::fromLocalFile(path("x"))),
-        ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(path("dest"))));
+    auto analyse = analyser(path("x"), path("dest"));
     analyse.start();
     QVERIFY2(!analyse.error(), qPrintable(errorText(analyse)));
     QCOMPARE(analyse.notes(), QStringList{note.arg(path("x"))});
