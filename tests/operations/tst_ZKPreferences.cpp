@@ -23,7 +23,6 @@ class tst_ZKPreferences : public QObject {
 
 private Q_SLOTS:
     void initTestCase();
-    void firstRunValues();
     void patternLists();
     void patternsMatchNames_data();
     void patternsMatchNames();
@@ -68,23 +67,13 @@ std::unique_ptr<ZKUserDefaults> tst_ZKPreferences::reloaded(const ZKUserDefaults
     return std::make_unique<ZKUserDefaults>(copy);
 }
 
-void tst_ZKPreferences::firstRunValues() {
-    // As the next start reads them back: hidden files are copied, and nothing
-    // chooses a destination or a way with links for the user.
-    const auto store = reloaded(*m_defaults);
-    QVERIFY(store);
-    QVERIFY(store->boolForKey(P::copyHiddenFiles) && store->boolForKey(P::preferencesInitialised));
-    for (auto key : {P::symbolicLinkAction, P::defaultDestination})
-        QVERIFY2(!store->hasObject(key), key.data());
-}
-
 void tst_ZKPreferences::patternLists() {
-    // Hidden files are copied by default; skipping them adds a pattern that
-    // is not a temporary one.
-    const QStringList temporary = P::temporaryFilePatterns(*m_defaults);
-    QCOMPARE(P::skippedFilePatterns(*m_defaults), temporary);
+    // Hidden files are copied by default, as the next start reads it back;
+    // skipping them adds a pattern that is not a temporary one.
     const auto store = reloaded(*m_defaults);
     QVERIFY(store);
+    const QStringList temporary = P::temporaryFilePatterns(*store);
+    QCOMPARE(P::skippedFilePatterns(*store), temporary);
     store->setBool(P::copyHiddenFiles, false);
     QCOMPARE(P::temporaryFilePatterns(*store), temporary);
     QCOMPARE(P::skippedFilePatterns(*store), temporary + QStringList{R"(^\.)"});
