@@ -7,18 +7,7 @@
 #include "ZKUserDefaults.h"
 
 #include <QElapsedTimer>
-#include <QProcess>
-#include <QStandardPaths>
-#include <QTemporaryFile>
 #include <QTest>
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
-// Set in the process that runs a row inside a network of its own.
-static const char ownNetworkVariable[] = "FERROWICK_TEST_OWN_NETWORK";
 
 using ZKTestSupport::errorText;
 
@@ -37,50 +26,6 @@ class TestZKFtpClient : public QObject {
     }
     // After USER, PASS, TYPE and FEAT.
     QStringList commandsAfterLogin() const { return m_server->commands().mid(4); }
-
-    // The current row once more, in a process of its own inside new network
-    // and mount namespaces: only a loopback interface, and a resolver
-    // configuration that names 127.0.0.1 as the only name server.
-    void rerunInOwnNetwork() {
-        const QString ip = QStandardPaths::findExecutable(
-            QStringLiteral("ip"), {QStringLiteral("/usr/sbin"), QStringLiteral("/sbin")});
-        if (ip.isEmpty()) {
-            QSKIP("the ip command (iproute2) is not installed");
-        }
-        QProcess probe;
-        probe.start(QStringLiteral("unshare"), {"-n", "-m", "true"});
-        if (!probe.waitForFinished(30000) || probe.exitStatus() != QProcess::NormalExit ||
-            probe.exitCode() != 0) {
-            QSKIP(qPrintable("no network namespace can be made here: " + probe.errorString() + " " +
-                             QString::fromLocal8Bit(probe.readAllStandardError())));
-        }
-        QTemporaryFile resolverConfiguration;
-        QVERIFY(resolverConfiguration.open());
-        resolverConfiguration.write("nameserver 127.0.0.1\n");
-        resolverConfiguration.flush();
-        const QString row =
-            QStringLiteral("%1:%2").arg(QString::fromLatin1(QTest::currentTestFunction()),
-                                        QString::fromLatin1(QTest::currentDataTag()));
-        QProcess child;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QString::fromLatin1(ownNetworkVariable), QStringLiteral("1"));
-        child.setProcessEnvironment(environment);
-        child.setProcessChannelMode(QProcess::MergedChannels);
-        child.start(QStringLiteral("unshare"),
-                    {"-n", "-m", "--", "sh", "-c",
-                     "\"$1\" link set lo up && mount --bind \"$2\" /etc/resolv.conf && shift 2 && "
-                     "exec \"$@\"",
-                     "sh", ip, resolverConfiguration.fileName(),
-                     QCoreApplication::applicationFilePath(), row});
-        const bool finished = child.waitForFinished(120000);
-        const QString output = QString::fromLocal8Bit(child.readAll());
-        QVERIFY2(finished && child.exitStatus() == QProcess::NormalExit && child.exitCode() == 0,
-                 qPrintable(output));
-        QVERIFY2(
-            output.contains("PASS   : TestZKFtpClient::" + QString(QTest::currentTestFunction()) +
-                            "(" + QTest::currentDataTag() + ")"),
-            qPrintable(output));
-    }
 
 private Q_SLOTS:
     void initTestCase() {
@@ -118,8 +63,6 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("finalLines");
         QTest::addColumn<qint64>("code");
         QTest::addColumn<QString>("description");
-        QTest::newRow("four characters")
-            << "550 " << QStringList{"550 "} << qint64(550) << "Error code 550";
         QTest::newRow("refusal") << "421 Service closing\r\n"
                                  << QStringList{"421 Service closing"} << qint64(421)
                                  << "Service closing";
@@ -163,10 +106,10 @@ private Q_SLOTS:
         // goes to the control connection's address, as it must.
         QTest::newRow("address elsewhere")
             << QByteArray("227 Entering Passive Mode (127,0,0,2,%2,%3)\r\n") << QString();
-        QTest::newRow("without parentheses")
-            << QByteArray("227 Entering Passive Mode 127,0,0,1,4,1\r\n")
-            << "Unable to parse response '227 Entering Passive Mode 127,0,0,1,4,1': a passive "
-               "address is six numbers from 0 to 255 naming a port";
+        QTest::newRow("garbage")
+            << QByteArray("227 (999,-1,abc,0,99999,1)\r\n")
+            << "Unable to parse response '227 (999,-1,abc,0,99999,1)': a passive address is six "
+               "numbers from 0 to 255 naming a port";
         QTest::newRow("refused") << QByteArray("425 Can't open data connection.\r\n")
                                  << "Unable to parse response '425 Can't open data connection.'";
         QTest::newRow("no reply") << QByteArray("") << "Unable to parse response '(null)'";
@@ -229,59 +172,6 @@ private Q_SLOTS:
             QCOMPARE(m_client->error()->code(), qint64(2));
             QCOMPARE(m_client->error()->localizedDescription(), error);
         }
-    }
-
-    void passiveRepliesInOwnNetwork_data() {
-        QTest::addColumn<QByteArray>("pasv");
-        QTest::addColumn<QString>("error");
-        // A documentation address: the data must still come over 127.0.0.1.
-        QTest::newRow("address elsewhere")
-            << QByteArray("227 Entering Passive Mode (192,0,2,77,%2,%3)\r\n") << QString();
-        QTest::newRow("garbage")
-            << QByteArray("227 (999,-1,abc,0,99999,1)\r\n")
-            << "Unable to parse response '227 (999,-1,abc,0,99999,1)': a passive address is six "
-               "numbers from 0 to 255 naming a port";
-    }
-
-    // Run in a network of the test's own with loopback only, so that nothing
-    // could leave the machine even if the client went where the reply says;
-    // its only name server is a listener here that must hear nothing.
-    void passiveRepliesInOwnNetwork() {
-        if (!qEnvironmentVariableIsSet(ownNetworkVariable)) {
-            rerunInOwnNetwork();
-            return;
-        }
-        QFETCH(QByteArray, pasv);
-        QFETCH(QString, error);
-        const int resolver = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(53);
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        QVERIFY(::bind(resolver, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0);
-        // Far above the bound below: a failure within it did not wait for
-        // anything, a name server's answer least of all.
-        ZKUserDefaults::standard().setInteger(QStringLiteral("downloadTimeout"), 20);
-        m_server->setPassiveFormat(pasv);
-        m_server->setFile("a.bin", "over loopback");
-        connectAndLogIn();
-        QElapsedTimer timer;
-        timer.start();
-        m_client->beginRetrieve(QStringLiteral("a.bin"), 0);
-        QByteArray data;
-        while (!m_client->error()) {
-            const QByteArray block = m_client->retrieveBlock();
-            if (block.isEmpty()) {
-                break;
-            }
-            data += block;
-        }
-        QCOMPARE(errorText(m_client->error()), error);
-        QCOMPARE(data, error.isEmpty() ? QByteArray("over loopback") : QByteArray());
-        QVERIFY2(timer.elapsed() < 3000, "the transfer waited for something");
-        char query[512];
-        QCOMPARE(::recv(resolver, query, sizeof query, MSG_DONTWAIT), ssize_t(-1));
-        ::close(resolver);
     }
 
     void extendedPassiveReplies_data() {
@@ -389,7 +279,7 @@ private Q_SLOTS:
         QVERIFY2(!m_server->received().contains("secret"), m_server->received().constData());
     }
 
-    void restOnlyForAnOffsetAndStopsWhenRefused() {
+    void noRestWithoutAnOffset() {
         m_server->setFile("a.bin", QByteArray(10, 'a'));
         connectAndLogIn();
         m_client->beginRetrieve(QStringLiteral("a.bin"), 0);
@@ -397,12 +287,6 @@ private Q_SLOTS:
         QCOMPARE(m_client->retrieveBlock(), QByteArray(10, 'a'));
         m_client->endRetrieve();
         QCOMPARE(commandsAfterLogin(), QStringList({"EPSV", "PASV", "RETR a.bin"}));
-
-        m_server->setReply("REST", "502 REST not implemented\r\n");
-        m_client->beginRetrieve(QStringLiteral("a.bin"), 1000);
-        QVERIFY(m_client->error());
-        QCOMPARE(m_client->error()->code(), qint64(502));
-        QCOMPARE(commandsAfterLogin().mid(3), QStringList({"PASV", "REST 1000"}));
     }
 
     void changePathSendsOnlyTheDifference_data() {
@@ -431,27 +315,6 @@ private Q_SLOTS:
         QTEST(m_server->commands().mid(before), "sent");
         to.removeAll(QStringLiteral("/"));
         QCOMPARE(m_client->currentPath(), to);
-    }
-
-    void listingSizesNamesAndTakesRefusalsForFolders() {
-        m_server->setListing(".\r\n..\r\na.txt\r\nsub\r\nlocked.bin\r\n");
-        m_server->setFile("a.txt", "12345");
-        m_server->setDirectory("sub");
-        m_server->setFile("locked.bin", "x");
-        m_server->setReply("SIZE", "locked.bin", "550 Permission denied\r\n");
-        connectAndLogIn();
-        const std::optional<QList<ZKFtpItem>> items = m_client->listItems();
-        QVERIFY2(items, qPrintable(errorText(m_client->error())));
-        QCOMPARE(items->size(), 3);
-        QCOMPARE(items->at(0).name(), QStringLiteral("a.txt"));
-        QCOMPARE(items->at(0).type(), qint32(ZKFtpItem::File));
-        QCOMPARE(items->at(0).size(), quint64(5));
-        QCOMPARE(items->at(1).type(), qint32(ZKFtpItem::Directory));
-        // A file the server refuses to size is taken for a folder.
-        QCOMPARE(items->at(2).type(), qint32(ZKFtpItem::Directory));
-        QVERIFY(!m_client->error());
-        QCOMPARE(commandsAfterLogin(), QStringList({"EPSV", "PASV", "NLST", "SIZE a.txt",
-                                                    "SIZE sub", "SIZE locked.bin"}));
     }
 
     void machineListings_data() {
@@ -488,7 +351,7 @@ private Q_SLOTS:
                                        "type=file;size=5;modify=20240102030405; a.txt\r\n"
                                        "type=dir;modify=20240101000000; sub\r\n"
                                        "type=OS.unix=slink:/x;modify=20240101000000; link\r\n"
-                                     : "a.txt\r\nsub\r\nlink\r\n");
+                                     : ".\r\n..\r\na.txt\r\nsub\r\nlink\r\n");
         m_server->setFile("a.txt", "12345");
         m_server->setFile("link", "123");
         m_server->setDirectory("sub");
@@ -521,18 +384,6 @@ private Q_SLOTS:
         const std::optional<ZKFtpItem> item = m_client->itemWithName(QStringLiteral("big.bin"));
         QVERIFY(item);
         QCOMPARE(item->size(), quint64(32 * 1024 * 1024));
-    }
-
-    void silentServerTimesOut() {
-        m_server->setReply("USER", "");
-        m_client->connectToHost(QStringLiteral("127.0.0.1"), m_server->port());
-        QElapsedTimer timer;
-        timer.start();
-        m_client->loginWithUsername(QStringLiteral("ann"), QStringLiteral("pw"));
-        QCOMPARE(errorText(m_client->error()),
-                 QStringLiteral("The server did not answer within the time limit (1 s)."));
-        QVERIFY2(timer.elapsed() < 30000, "a silent server must not hold the client");
-        QCOMPARE(m_server->commands(), QStringList({"USER ann"}));
     }
 
     // Never silent for a whole second, never a reply: the limit is on the

@@ -199,13 +199,6 @@ private Q_SLOTS:
         QCOMPARE(ZKTrustedCertificates::trust(given), !normal.isEmpty());
         QCOMPARE(ZKTrustedCertificates::isTrusted(normal.toLower().remove(':')), !normal.isEmpty());
     }
-
-    void invalidUtf8IsNoString() {
-        QVERIFY(connectToPeer() >= 0);
-        m_listener->send("\xff\xfe 220");
-        QVERIFY(!m_socket->receiveString());
-        QVERIFY(!m_socket->error());
-    }
 };
 
 QTEST_GUILESS_MAIN(TestZKSocket)
