@@ -139,7 +139,8 @@ bool ZKAppDelegate::openArguments(const QStringList &arguments) {
         const QUrl url(argument);
         if (url.isLocalFile()) {
             files << url.toLocalFile();
-        } else if (ZKReaderFactory::isFtpPath(argument) || ZKReaderFactory::isHttpPath(argument)) {
+        } else if (ZKReaderFactory::isLoginPath(argument) ||
+                   ZKReaderFactory::isHttpPath(argument)) {
             addresses << argument;
         } else {
             files << argument;

@@ -70,7 +70,7 @@ QStringList ZKApplicationService::urisForArguments(const QStringList &arguments)
     QStringList uris;
     for (const QString &argument : arguments) {
         const QUrl url(argument);
-        if (url.isLocalFile() || ZKReaderFactory::isFtpPath(argument) ||
+        if (url.isLocalFile() || ZKReaderFactory::isLoginPath(argument) ||
             ZKReaderFactory::isHttpPath(argument)) {
             uris << argument;
         } else {

@@ -15,6 +15,7 @@
 #include "ZKTaskRegistry.h"
 #include "ZKTaskState.h"
 #include "ZKTerminalPresenter.h"
+#include "ZKTerminalSshPrompter.h"
 #include "ZKTransferMode.h"
 #include "ZKTrustedCertificates.h"
 
@@ -53,8 +54,8 @@ QString absolute(const QString &path) {
 // without a user logs in anonymously. Without --password-stdin the password
 // store is asked when the connection is made. Empty: no password applies.
 QString userGettingPassword(const QString &path, const std::optional<QString> &password) {
-    return password && ZKReaderFactory::isFtpPath(path) ? QUrl(path).userName(QUrl::FullyDecoded)
-                                                        : QString();
+    return password && ZKReaderFactory::isLoginPath(path) ? QUrl(path).userName(QUrl::FullyDecoded)
+                                                          : QString();
 }
 
 ZKReaderPtr readerFor(const QString &path, const std::optional<QString> &password) {
@@ -160,6 +161,9 @@ void addCommonOptions(QCommandLineParser &parser) {
     parser.addOption({QStringLiteral("retry-delay"),
                       QStringLiteral("Wait this many seconds before each retry."),
                       QStringLiteral("seconds")});
+    parser.addOption({QStringLiteral("accept-new-host-key"),
+                      QStringLiteral("Trust and record the key of an SSH server that no "
+                                     "known_hosts file holds yet.")});
 }
 
 bool applyCommonOptions(const QCommandLineParser &parser, Runtime &runtime) {
@@ -188,6 +192,10 @@ bool applyCommonOptions(const QCommandLineParser &parser, Runtime &runtime) {
         }
         runtime.retryDelay = seconds;
     }
+    // A changed key is refused whatever is given here.
+    ZKSshPrompter::setAcceptsNewHostKeys(parser.isSet(QStringLiteral("accept-new-host-key")));
+    static ZKTerminalSshPrompter sshPrompter;
+    ZKSshPrompter::setShared(&sshPrompter);
     runtime.presenter = std::make_unique<ZKTerminalPresenter>(policy);
     ZKQuestionPresenter::setShared(runtime.presenter.get());
     return true;
@@ -211,18 +219,22 @@ QString ZKCommandLine::usage() {
         "  --limit RATE             at most RATE bytes per second (500K, 10M, 1G)\n"
         "  --on-conflict POLICY     ask, skip, replace or cancel (default: ask)\n"
         "  --save FILE.queue        keep the queue in FILE.queue, to resume it with run\n"
-        "  --password-stdin         read the password of ftp://USER@HOST/... addresses from\n"
-        "                           the first line of stdin (otherwise the password store\n"
-        "                           is asked; saved queues keep it there)\n"
+        "  --password-stdin         read the password of ftp:// and sftp://USER@HOST/...\n"
+        "                           addresses from the first line of stdin (otherwise\n"
+        "                           the password store is asked; saved queues keep it\n"
+        "                           there)\n"
         "  --retry N                try a failed task up to N more times, after the\n"
         "                           queue's automatic retry delay\n"
         "  --retry-delay SECONDS    wait SECONDS before each retry instead\n"
+        "  --accept-new-host-key    trust and record the key of an SSH server met for the\n"
+        "                           first time (a changed key is always refused)\n"
         "  --verbose                show diagnostic log lines\n"
         "\n"
         "Options of run:\n"
         "  --on-conflict POLICY     ask, skip, replace or cancel (default: ask)\n"
         "  --retry N                as for copy and move\n"
         "  --retry-delay SECONDS    as for copy and move\n"
+        "  --accept-new-host-key    as for copy and move\n"
         "  --password-stdin         read the password of the queue's FTP accounts from\n"
         "                           the first line of stdin\n"
         "  --verbose                show diagnostic log lines\n"

@@ -3,9 +3,9 @@
 
 # The engine's floors, each a library that sees only its own headers and those
 # of the floors below it, so an include that climbs a floor does not build:
-# platform <- endpoints <- ftp <- operations <- engine.
+# platform <- endpoints <- ftp <- sftp <- operations <- engine.
 #
-# endpoints and ftp register their classes with the endpoint factory
+# endpoints, ftp and sftp register their classes with the endpoint factory
 # and the saved-object registry from static initialisers. Nothing names those
 # classes from above, so their objects are linked whole; otherwise the linker
 # would drop them with their registrations.
@@ -40,6 +40,9 @@ function(ferrowick_engine_libraries root sound_dir)
     ferrowick_library(ferrowick-ftp ${root}/ftp REGISTERS LINKS ferrowick-endpoints)
     target_link_libraries(ferrowick-ftp PRIVATE PkgConfig::SECRET OpenSSL::SSL)
 
-    ferrowick_library(ferrowick-operations ${root}/operations LINKS ferrowick-ftp)
+    ferrowick_library(ferrowick-sftp ${root}/sftp REGISTERS LINKS ferrowick-ftp)
+    target_link_libraries(ferrowick-sftp PRIVATE PkgConfig::SSH2)
+
+    ferrowick_library(ferrowick-operations ${root}/operations LINKS ferrowick-sftp)
     ferrowick_library(ferrowick-engine ${root}/engine LINKS ferrowick-operations)
 endfunction()

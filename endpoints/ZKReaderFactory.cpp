@@ -17,6 +17,7 @@ namespace {
 const QString fileScheme = QStringLiteral("file://");
 const QString ftpScheme = QStringLiteral("ftp://");
 const QString ftpsScheme = QStringLiteral("ftps://");
+const QString sftpScheme = QStringLiteral("sftp://");
 const QString httpScheme = QStringLiteral("http://");
 const QString httpsScheme = QStringLiteral("https://");
 
@@ -117,16 +118,24 @@ bool ZKReaderFactory::isFtpPath(const QString &path) {
     return path.startsWith(ftpScheme) || path.startsWith(ftpsScheme);
 }
 
+bool ZKReaderFactory::isSftpPath(const QString &path) {
+    return path.startsWith(sftpScheme);
+}
+
+bool ZKReaderFactory::isLoginPath(const QString &path) {
+    return isFtpPath(path) || isSftpPath(path);
+}
+
 bool ZKReaderFactory::isHttpPath(const QString &path) {
     return path.startsWith(httpScheme) || path.startsWith(httpsScheme);
 }
 
 bool ZKReaderFactory::isValidUrl(const QUrl &url) {
-    return isFileUrl(url) || isHttpUrl(url) || isFtpUrl(url);
+    return isFileUrl(url) || isHttpUrl(url) || isLoginPath(url.toString());
 }
 
 bool ZKReaderFactory::isValidPath(const QString &path) {
-    return isFilePath(path) || isHttpPath(path) || isFtpPath(path);
+    return isFilePath(path) || isHttpPath(path) || isLoginPath(path);
 }
 
 QString ZKReaderFactory::standardizedPath(const QString &path) {
@@ -156,7 +165,7 @@ ZKReaderPtr ZKReaderFactory::readerWithPath(const QString &path) {
 
 ZKReaderPtr ZKReaderFactory::readerWithPath(const QString &path, const QString &username,
                                             const QString &password) {
-    if (isFtpPath(path) && !username.isEmpty()) {
+    if (isLoginPath(path) && !username.isEmpty()) {
         const QUrl url(path);
         const auto family = familyOf(url);
         const auto given = password.isNull() ? std::nullopt : std::optional<QString>(password);
@@ -177,7 +186,7 @@ ZKWriterPtr ZKReaderFactory::writerWithPath(const QString &path, const QString &
     if (!family) {
         return nullptr;
     }
-    const QString user = isFtpUrl(url) ? username : QString();
+    const QString user = isLoginPath(url.toString()) ? username : QString();
     if (family->folderWriter) {
         if (ZKWriterPtr writer = family->folderWriter(url, user, password)) {
             return writer;

@@ -43,6 +43,9 @@ public:
     static bool isHttpUrl(const QUrl &url);
     static bool isFilePath(const QString &path);
     static bool isFtpPath(const QString &path);
+    static bool isSftpPath(const QString &path);
+    // A server one logs in to, as a user with a password: FTP, FTPS, SFTP.
+    static bool isLoginPath(const QString &path);
     static bool isHttpPath(const QString &path);
     static bool isValidUrl(const QUrl &url);
     static bool isValidPath(const QString &path);
@@ -52,7 +55,7 @@ public:
     // A local path ("/", "~" or "file://") is standardized first: "~" expanded,
     // doubled separators, "." and ".." removed.
     static ZKReaderPtr readerWithPath(const QString &path);
-    // The credentials are used for an FTP address only. A null password is
+    // The credentials are used for a login address (isLoginPath) only. A null password is
     // none, so that the password store is asked; an empty one is empty.
     static ZKReaderPtr readerWithPath(const QString &path, const QString &username,
                                       const QString &password);

@@ -11,6 +11,7 @@ packages=(
   build-essential cmake pkg-config git
   qt6-base-dev qt6-base-dev-tools libqt6dbus6 libqt6network6
   libplist-dev libicu-dev libsecret-1-dev libcanberra-dev libasound2-dev libssl-dev
+  libssh2-1-dev
   clang-format
   # the fuzz targets, built apart with clang and its libFuzzer runtime
   clang libclang-rt-14-dev
@@ -24,6 +25,7 @@ packages=(
   # servers and peers the tests start on 127.0.0.1 or a private bus
   dbus dbus-daemon util-linux iproute2 vsftpd nginx-light python3 openssl
   gnome-keyring libsecret-tools
+  openssh-server openssh-client python3-paramiko
   # reference tools of the benchmarks, and the memory they measure
   curl wget rsync time lftp
   # shared libraries of the FTP daemons unpacked below

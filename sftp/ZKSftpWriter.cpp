@@ -1,0 +1,371 @@
+// SPDX-FileCopyrightText: 2026 Ferrowick developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKSftpWriter.h"
+
+#include "ZKFtpUrl.h"
+#include "ZKSftpReader.h"
+
+#include <QMimeDatabase>
+
+namespace {
+
+constexpr qsizetype writeAheadSize = 1024 * 1024;
+constexpr int maximumDepth = 256;
+
+QString nameOf(const QUrl &url) {
+    const QStringList components = ZKFtpUrl::pathComponents(url);
+    if (components.isEmpty() || components == QStringList{QStringLiteral("~")}) {
+        return url.host();
+    }
+    return components.last();
+}
+
+QUrl shaped(const QUrl &url, bool isDirectory) {
+    return isDirectory ? ZKFtpUrl::makeDirectoryUrl(url) : url;
+}
+
+} // namespace
+
+ZKSftpWriter::ZKSftpWriter(const QUrl &url, bool isDirectory, const QString &username,
+                           const std::optional<QString> &password)
+    : ZKSftpEndpoint(shaped(url, isDirectory), username, password)
+    , m_filename(nameOf(url))
+    , m_isDirectory(isDirectory) {}
+
+ZKSftpWriter::ZKSftpWriter(const QUrl &url, bool isDirectory, const ZKSftpEndpoint &parent)
+    : ZKSftpEndpoint(shaped(url, isDirectory))
+    , m_filename(nameOf(url))
+    , m_isDirectory(isDirectory) {
+    useAccountOf(parent);
+}
+
+ZKSftpWriter::ZKSftpWriter(const QVariantMap &propertyList)
+    : ZKSftpWriter(savedUrl(propertyList), ZKFtpUrl::isDirectoryUrl(savedUrl(propertyList))) {}
+
+ZKSftpWriter::~ZKSftpWriter() {
+    close();
+}
+
+QVariantMap ZKSftpWriter::asPropertyList() const {
+    QVariantMap propertyList;
+    propertyList.insert(typeKey, QStringLiteral("SftpWriter"));
+    writeAccount(propertyList);
+    return propertyList;
+}
+
+QString ZKSftpWriter::icon() const {
+    if (m_isDirectory) {
+        return QStringLiteral("folder");
+    }
+    return QMimeDatabase().mimeTypeForFile(m_filename, QMimeDatabase::MatchExtension).iconName();
+}
+
+void ZKSftpWriter::setUrl(const QUrl &url) {
+    setEndpointUrl(shaped(url, m_isDirectory));
+    m_filename = nameOf(url);
+}
+
+void ZKSftpWriter::fail(ZKSftpErrors::Message message, const QStringList &arguments) {
+    setError(ZKSftpErrors::error(message, arguments));
+}
+
+bool ZKSftpWriter::connectForWriting() {
+    const QUrl &url = endpointUrl();
+    if (!url.isValid() || url.host().isEmpty() || url.scheme() != QLatin1String(scheme)) {
+        setError(ZKSftpErrors::error(ZKSftpErrors::InvalidAddress, ZKErrorCode::createFailed,
+                                     {url.toString()}));
+        return false;
+    }
+    if (const ZKOptionalError failure = connect(ZKErrorCode::createFailed)) {
+        setError(*failure);
+        return false;
+    }
+    return true;
+}
+
+// The folder and any missing above it, from the top down, as a local
+// destination folder is made.
+bool ZKSftpWriter::makeFolders() {
+    ZKSftpFailure failure;
+    const std::optional<ZKSftpAttributes> found = connection()->attributes(path(), true, &failure);
+    if (found && found->exists) {
+        if (!found->directory) {
+            fail(ZKSftpErrors::NotAFolder, {endpointUrl().path(), shownHost()});
+            return false;
+        }
+        return true;
+    }
+    const QByteArray full = path();
+    const bool absolute = full.startsWith('/');
+    const QList<QByteArray> parts = full.split('/');
+    QByteArray current = absolute ? QByteArrayLiteral("/") : QByteArray();
+    for (const QByteArray &part : parts) {
+        if (part.isEmpty() || part == ".") {
+            continue;
+        }
+        if (!current.isEmpty() && !current.endsWith('/')) {
+            current += '/';
+        }
+        current += part;
+        ZKSftpFailure step;
+        const std::optional<ZKSftpAttributes> there =
+            connection()->attributes(current, true, &step);
+        if (there && there->exists && there->directory) {
+            continue;
+        }
+        if (!connection()->makeDirectory(current, &step)) {
+            fail(ZKSftpErrors::UnableToCreateDirectory,
+                 {QString::fromUtf8(current), shownHost(), step.text});
+            return false;
+        }
+    }
+    return true;
+}
+
+bool ZKSftpWriter::open() {
+    close();
+    clearError();
+    if (!connectForWriting()) {
+        return false;
+    }
+    if (m_isDirectory) {
+        return makeFolders();
+    }
+    ZKSftpFailure failure;
+    const std::optional<ZKSftpAttributes> found = connection()->attributes(path(), true, &failure);
+    if (!found) {
+        fail(ZKSftpErrors::UnableToOpenForWriting,
+             {endpointUrl().path(), shownHost(), failure.text});
+        return false;
+    }
+    m_size = found->exists ? found->size : 0;
+    m_file = connection()->openFile(path(), true, &failure);
+    if (!m_file) {
+        fail(ZKSftpErrors::UnableToOpenForWriting,
+             {endpointUrl().path(), shownHost(), failure.text});
+        return false;
+    }
+    m_file->seek(m_size);
+    return true;
+}
+
+bool ZKSftpWriter::flush() {
+    if (m_pending.isEmpty() || !m_file) {
+        return true;
+    }
+    ZKSftpFailure failure;
+    const bool written = m_file->write(m_pending.constData(), quint64(m_pending.size()), &failure);
+    m_pending.clear();
+    if (!written) {
+        fail(ZKSftpErrors::UnableToWrite, {endpointUrl().path(), shownHost(), failure.text});
+    }
+    return written;
+}
+
+bool ZKSftpWriter::appendBlock(const QByteArray &data) {
+    if (!m_file) {
+        fail(ZKSftpErrors::UnableToWrite,
+             {endpointUrl().path(), shownHost(), ZKSftpErrors::text(ZKSftpErrors::ServerFailure)});
+        return false;
+    }
+    m_pending.append(data);
+    return m_pending.size() < writeAheadSize || flush();
+}
+
+void ZKSftpWriter::close() {
+    if (!m_file) {
+        return;
+    }
+    const bool flushed = flush();
+    ZKSftpFailure failure;
+    if (!m_file->close(&failure) && flushed) {
+        fail(ZKSftpErrors::UnableToWrite, {endpointUrl().path(), shownHost(), failure.text});
+    }
+    m_file.reset();
+}
+
+std::shared_ptr<ZKSftpWriter> ZKSftpWriter::makeChild(const QString &name, bool isDirectory) {
+    return std::make_shared<ZKSftpWriter>(ZKFtpUrl::childUrl(endpointUrl(), name, isDirectory),
+                                          isDirectory, *this);
+}
+
+std::shared_ptr<ZKWriter> ZKSftpWriter::createDirectory(const QString &name) {
+    if (!m_isDirectory || !connectForWriting()) {
+        if (!error()) {
+            fail(ZKSftpErrors::NotAFolder, {endpointUrl().path(), shownHost()});
+        }
+        return nullptr;
+    }
+    ZKSftpFailure failure;
+    const QByteArray child = childPath(name);
+    if (!connection()->makeDirectory(child, &failure)) {
+        // One that is there already is taken as it is.
+        ZKSftpFailure ignored;
+        const std::optional<ZKSftpAttributes> there =
+            connection()->attributes(child, true, &ignored);
+        if (!there || !there->exists || !there->directory) {
+            fail(ZKSftpErrors::UnableToCreateDirectory,
+                 {QString::fromUtf8(child), shownHost(), failure.text});
+            return nullptr;
+        }
+    }
+    return makeChild(name, true);
+}
+
+std::shared_ptr<ZKWriter> ZKSftpWriter::createFile(const QString &name) {
+    if (!m_isDirectory) {
+        fail(ZKSftpErrors::NotAFolder, {endpointUrl().path(), shownHost()});
+        return nullptr;
+    }
+    return makeChild(name, false);
+}
+
+std::shared_ptr<ZKWriter> ZKSftpWriter::createLink(const QString &name, const QString &target) {
+    if (!m_isDirectory || !connectForWriting()) {
+        return nullptr;
+    }
+    ZKSftpFailure failure;
+    if (!connection()->makeLink(childPath(name), target.toUtf8(), &failure)) {
+        fail(ZKSftpErrors::UnableToCreateLink,
+             {QString::fromUtf8(childPath(name)), shownHost(), failure.text});
+        return nullptr;
+    }
+    return makeChild(name, false);
+}
+
+bool ZKSftpWriter::removeFile(const QString &name) {
+    if (!connectForWriting()) {
+        return false;
+    }
+    ZKSftpFailure failure;
+    if (!connection()->removeFile(childPath(name), &failure) && !failure.missing) {
+        fail(ZKSftpErrors::UnableToRemove,
+             {QString::fromUtf8(childPath(name)), shownHost(), failure.text});
+        return false;
+    }
+    return true;
+}
+
+bool ZKSftpWriter::renameItem(const QString &from, const QString &to, bool replace) {
+    if (!connectForWriting()) {
+        return false;
+    }
+    const QByteArray source = childPath(from);
+    const QByteArray target = childPath(to);
+    ZKSftpFailure failure;
+    const std::optional<ZKSftpAttributes> there = connection()->attributes(target, false, &failure);
+    if (!there) {
+        fail(ZKSftpErrors::UnableToRename, {from, to, shownHost(), failure.text});
+        return false;
+    }
+    if (there->exists) {
+        if (!replace) {
+            fail(ZKSftpErrors::NameTaken, {to});
+            return false;
+        }
+        const bool removed = there->directory && !there->link
+                                 ? removeTree(
+                                       target, [] { return false; }, 0)
+                                 : connection()->removeFile(target, &failure);
+        if (!removed) {
+            if (!error()) {
+                fail(ZKSftpErrors::UnableToRemove,
+                     {QString::fromUtf8(target), shownHost(), failure.text});
+            }
+            return false;
+        }
+    }
+    if (!connection()->rename(source, target, &failure)) {
+        fail(ZKSftpErrors::UnableToRename, {from, to, shownHost(), failure.text});
+        return false;
+    }
+    return true;
+}
+
+bool ZKSftpWriter::removeTree(const QByteArray &folder, const std::function<bool()> &isCancelled,
+                              int depth) {
+    if (depth >= maximumDepth) {
+        fail(ZKSftpErrors::UnableToRemove, {QString::fromUtf8(folder), shownHost(),
+                                            ZKSftpErrors::text(ZKSftpErrors::FoldersNestTooDeep,
+                                                               {QString::number(maximumDepth)})});
+        return false;
+    }
+    ZKSftpFailure failure;
+    const std::optional<QList<ZKSftpEntry>> entries = connection()->list(folder, &failure);
+    if (!entries) {
+        fail(ZKSftpErrors::UnableToRemove, {QString::fromUtf8(folder), shownHost(), failure.text});
+        return false;
+    }
+    for (const ZKSftpEntry &entry : *entries) {
+        if (isCancelled()) {
+            fail(ZKSftpErrors::Cancelled, {});
+            return false;
+        }
+        if (entry.name.contains('/') || entry.name == "." || entry.name == "..") {
+            continue; // never leave the folder being removed
+        }
+        const QByteArray child = folder + '/' + entry.name;
+        if (entry.attributes.directory && !entry.attributes.link) {
+            if (!removeTree(child, isCancelled, depth + 1)) {
+                return false;
+            }
+        } else if (!connection()->removeFile(child, &failure)) {
+            fail(ZKSftpErrors::UnableToRemove,
+                 {QString::fromUtf8(child), shownHost(), failure.text});
+            return false;
+        }
+    }
+    if (!connection()->removeDirectory(folder, &failure)) {
+        fail(ZKSftpErrors::UnableToRemove, {QString::fromUtf8(folder), shownHost(), failure.text});
+        return false;
+    }
+    return true;
+}
+
+bool ZKSftpWriter::remove(const std::function<bool()> &isCancelled) {
+    close();
+    if (isCancelled()) {
+        fail(ZKSftpErrors::Cancelled, {});
+        return false;
+    }
+    if (!connectForWriting()) {
+        return false;
+    }
+    ZKSftpFailure failure;
+    const std::optional<ZKSftpAttributes> found = connection()->attributes(path(), false, &failure);
+    if (!found) {
+        fail(ZKSftpErrors::UnableToRemove, {endpointUrl().path(), shownHost(), failure.text});
+        return false;
+    }
+    if (!found->exists) {
+        return true;
+    }
+    if (found->directory) {
+        return removeTree(path(), isCancelled, 0);
+    }
+    if (!connection()->removeFile(path(), &failure)) {
+        fail(ZKSftpErrors::UnableToRemove, {endpointUrl().path(), shownHost(), failure.text});
+        return false;
+    }
+    return true;
+}
+
+std::shared_ptr<ZKReader> ZKSftpWriter::asReader() {
+    return std::make_shared<ZKSftpReader>(endpointUrl(), *this, std::nullopt);
+}
+
+void ZKSftpWriter::setModificationDate(const QDateTime &date) {
+    if (!date.isValid() || !connectForWriting()) {
+        return;
+    }
+    ZKSftpFailure ignored;
+    connection()->setAttributes(path(), date, std::nullopt, &ignored);
+}
+
+void ZKSftpWriter::setPermissions(quint16 permissions) {
+    if (!connectForWriting()) {
+        return;
+    }
+    ZKSftpFailure ignored;
+    connection()->setAttributes(path(), std::nullopt, permissions, &ignored);
+}
