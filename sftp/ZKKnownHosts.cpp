@@ -191,7 +191,8 @@ ZKKnownHosts::Check ZKKnownHosts::check(const QString &host, quint16 port, const
     Check revoked;
     for (const QString &path : QStringList{m_userFile} + m_systemFiles) {
         QFile file(path);
-        if (path.isEmpty() || QFileInfo(path).isDir() || !file.open(QIODevice::ReadOnly))
+        // Only regular files: "/dev/null" knows nothing, and a pipe would block.
+        if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
             continue;
         int number = 0;
         while (!file.atEnd()) {

@@ -236,7 +236,8 @@ void ZKSshConfig::warn(const QString &path, int number, const QString &reason) {
 
 QString ZKSshConfig::readFile(const QString &path, int depth) {
     QFile file(path);
-    if (QFileInfo(path).isDir() || !file.open(QIODevice::ReadOnly))
+    // Only regular files: opening a pipe a glob happened to match would wait forever.
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
         return tr("\"%1\" cannot be read").arg(path);
     const QByteArray content = file.read(maximumFileSize + 1);
     if (content.size() > maximumFileSize)
