@@ -11,6 +11,9 @@
 #include <QTcpSocket>
 #include <QTimer>
 
+#include <chrono>
+#include <deque>
+#include <optional>
 #include <utility>
 
 #include <sys/socket.h>
@@ -21,6 +24,12 @@ namespace {
 // through the kernel instead of filling the relay's memory.
 constexpr qint64 bufferSize = 64 * 1024;
 constexpr int tickMilliseconds = 20;
+// What a delayed side may have in flight: enough for a fast link with a long
+// delay (32 MiB over 10 ms is 3 GiB/s), and a bound on memory when the
+// receiving side stops reading.
+constexpr qint64 delayedLimit = 32 * 1024 * 1024;
+
+using Clock = std::chrono::steady_clock;
 
 } // namespace
 
@@ -45,9 +54,16 @@ public:
         {
             std::lock_guard locker(relay.m_lock);
             m_rate = relay.m_rate;
+            m_delay = std::chrono::milliseconds(relay.m_delay);
         }
         client->setReadBufferSize(bufferSize);
         m_server->setReadBufferSize(bufferSize);
+        if (delayed()) {
+            m_wake = new QTimer(this);
+            m_wake->setSingleShot(true);
+            m_wake->setTimerType(Qt::PreciseTimer);
+            connect(m_wake, &QTimer::timeout, this, &ZKFaultRelaySession::pump);
+        }
         for (QTcpSocket *socket : {m_client, m_server}) {
             connect(socket, &QTcpSocket::readyRead, this, &ZKFaultRelaySession::pump);
             // Room again on a side that was full.
@@ -56,15 +72,10 @@ public:
             connect(socket, &QTcpSocket::errorOccurred, this, &ZKFaultRelaySession::pump);
         }
         connect(m_server, &QTcpSocket::connected, this, [this] {
-            // Little room in the kernel too, so that a slow relay is slow
-            // for the sender as a slow link would be, not a big buffer.
-            m_server->setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption,
-                                      int(bufferSize));
-            m_server->setSocketOption(QAbstractSocket::SendBufferSizeSocketOption, int(bufferSize));
+            limitKernelBuffers(m_server);
             pump();
         });
-        client->setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, int(bufferSize));
-        client->setSocketOption(QAbstractSocket::SendBufferSizeSocketOption, int(bufferSize));
+        limitKernelBuffers(client);
         if (m_fault == ZKFaultRelay::Fault::Trickle) {
             auto *timer = new QTimer(this);
             connect(timer, &QTimer::timeout, this, [this] {
@@ -78,6 +89,21 @@ public:
     }
 
 private:
+    bool delayed() const { return m_delay.count() > 0; }
+
+    void limitKernelBuffers(QTcpSocket *socket) const {
+        if (delayed()) {
+            // The delay queue stands for the link; the relay's own writes go
+            // out at once, as a router's would, not gathered into fewer.
+            socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+            return;
+        }
+        // Little room in the kernel too, so that a slow relay is slow for
+        // the sender as a slow link would be, not a big buffer.
+        socket->setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, int(bufferSize));
+        socket->setSocketOption(QAbstractSocket::SendBufferSizeSocketOption, int(bufferSize));
+    }
+
     bool isFtpControl() const {
         return m_relay.m_protocol == ZKFaultRelay::Protocol::Ftp &&
                m_target == ZKFaultRelay::Target::Control;
@@ -120,8 +146,13 @@ private:
             return;
         }
         // Also after a side has gone: what it sent before is still passed on.
+        admit(m_client);
+        admit(m_server);
         move(m_client, m_server, false);
         move(m_server, m_client, isFtpControl());
+        // Room again in a queue that was full.
+        admit(m_client);
+        admit(m_server);
         const bool limited = !countsDataBytes() && (m_fault == ZKFaultRelay::Fault::Cut ||
                                                     m_fault == ZKFaultRelay::Fault::Stall ||
                                                     m_fault == ZKFaultRelay::Fault::Reset);
@@ -134,7 +165,7 @@ private:
         for (auto [from, to] : {std::pair{m_client, m_server}, std::pair{m_server, m_client}}) {
             const bool gone = from->state() == QAbstractSocket::UnconnectedState &&
                               (from != m_server || m_serverWasConnected);
-            if (gone && from->bytesAvailable() == 0) {
+            if (gone && drained(from)) {
                 m_finished = true;
                 if (from == m_server) {
                     to->write(std::exchange(m_pendingLine, {})); // a last line without its end
@@ -150,17 +181,122 @@ private:
                    m_server->error() != QAbstractSocket::UnknownSocketError) {
             m_finished = true;
             m_client->abort(); // the server is not there: neither is the relay
+            return;
+        }
+        scheduleWake();
+    }
+
+    struct Delayed {
+        std::deque<std::pair<Clock::time_point, QByteArray>> chunks; // with the time each is due
+        qsizetype head = 0; // bytes of the first chunk already passed on
+        qint64 size = 0;
+        std::optional<Clock::time_point> closedAt;
+    };
+
+    Delayed &delayedFrom(const QTcpSocket *from) { return m_delayed[from == m_client ? 0 : 1]; }
+
+    // With a delay, what a side sent waits in its queue until it is due.
+    void admit(QTcpSocket *from) {
+        if (!delayed()) {
+            return;
+        }
+        Delayed &queue = delayedFrom(from);
+        while (from->bytesAvailable() > 0 && queue.size < delayedLimit) {
+            QByteArray chunk = from->read(bufferSize);
+            if (chunk.isEmpty()) {
+                return;
+            }
+            queue.size += chunk.size();
+            queue.chunks.emplace_back(Clock::now() + m_delay, std::move(chunk));
+        }
+    }
+
+    bool hasData(QTcpSocket *from) {
+        if (!delayed()) {
+            return from->bytesAvailable() > 0;
+        }
+        const Delayed &queue = delayedFrom(from);
+        return !queue.chunks.empty() && queue.chunks.front().first <= Clock::now();
+    }
+
+    QByteArray take(QTcpSocket *from, qint64 most) {
+        if (!delayed()) {
+            return from->read(most);
+        }
+        Delayed &queue = delayedFrom(from);
+        const Clock::time_point now = Clock::now();
+        QByteArray out;
+        while (out.size() < most && !queue.chunks.empty() && queue.chunks.front().first <= now) {
+            QByteArray &bytes = queue.chunks.front().second;
+            const qsizetype count =
+                std::min<qsizetype>(most - out.size(), bytes.size() - queue.head);
+            if (out.isEmpty() && queue.head == 0 && count == bytes.size()) {
+                out = std::move(bytes); // the common case, without a copy
+                queue.chunks.pop_front();
+                continue;
+            }
+            out.append(bytes.constData() + queue.head, count);
+            queue.head += count;
+            if (queue.head == bytes.size()) {
+                queue.chunks.pop_front();
+                queue.head = 0;
+            }
+        }
+        queue.size -= out.size();
+        return out;
+    }
+
+    // Whether a side that has gone has nothing more to pass on; with a delay
+    // its going arrives as late as its bytes do.
+    bool drained(QTcpSocket *from) {
+        if (from->bytesAvailable() > 0) {
+            return false;
+        }
+        if (!delayed()) {
+            return true;
+        }
+        Delayed &queue = delayedFrom(from);
+        const Clock::time_point now = Clock::now();
+        if (!queue.closedAt) {
+            queue.closedAt = now;
+        }
+        return queue.chunks.empty() && now >= *queue.closedAt + m_delay;
+    }
+
+    // Wakes the session when the next delayed chunk or close is due; what is
+    // due already but waits for room goes on at bytesWritten.
+    void scheduleWake() {
+        if (!m_wake) {
+            return;
+        }
+        const Clock::time_point now = Clock::now();
+        std::optional<Clock::time_point> next;
+        const auto consider = [&](Clock::time_point due) {
+            if (due > now && (!next || due < *next)) {
+                next = due;
+            }
+        };
+        for (const Delayed &queue : m_delayed) {
+            if (!queue.chunks.empty()) {
+                consider(queue.chunks.front().first);
+            }
+            if (queue.closedAt) {
+                consider(*queue.closedAt + m_delay);
+            }
+        }
+        if (next) {
+            m_wake->start(std::chrono::ceil<std::chrono::milliseconds>(*next - now));
         }
     }
 
     void move(QTcpSocket *from, QTcpSocket *to, bool rewrite) {
-        while (to->state() == QAbstractSocket::ConnectedState && from->bytesAvailable() > 0 &&
+        while (to->state() == QAbstractSocket::ConnectedState && hasData(from) &&
                to->bytesToWrite() < bufferSize) {
             const qint64 room = allowance();
             if (room <= 0) {
                 return;
             }
-            const QByteArray chunk = from->read(std::min(room, bufferSize));
+            const QByteArray chunk = take(from, std::min(room, bufferSize));
             if (chunk.isEmpty()) {
                 return;
             }
@@ -278,6 +414,9 @@ private:
     qint64 m_relayed = 0;
     qint64 m_rate = 0;
     qint64 m_allowance = 0;
+    std::chrono::milliseconds m_delay{0};
+    Delayed m_delayed[2]; // from the program, from the server
+    QTimer *m_wake = nullptr;
     QByteArray m_pendingLine;
     bool m_serverWasConnected = false;
     bool m_faultDecided = false;
@@ -322,6 +461,11 @@ void ZKFaultRelay::setFault(Fault fault, qint64 bytes, int times, Target target,
 void ZKFaultRelay::setTrickleRate(qint64 bytesPerSecond) {
     std::lock_guard locker(m_lock);
     m_rate = bytesPerSecond;
+}
+
+void ZKFaultRelay::setDelay(int milliseconds) {
+    std::lock_guard locker(m_lock);
+    m_delay = std::max(milliseconds, 0);
 }
 
 int ZKFaultRelay::connections(Target target) const {

@@ -23,6 +23,11 @@ class ZKListenerThread;
 // For any other protocol every connection counts as a data connection. A fault hits the next
 // `times` connections of its kind, then the relay passes everything again.
 //
+// A delay holds every byte back for a while each way, as a long link does,
+// without narrowing it: what the relay reads waits in a queue of its own
+// until its time comes, so that many bytes are in flight at once. Faults
+// act on the bytes as they come out of that queue.
+//
 // It runs on a listener thread of its own (ZKListenerThread).
 class ZKFaultRelay {
 public:
@@ -51,6 +56,9 @@ public:
     void setFault(Fault fault, qint64 bytes = 0, int times = 1, Target target = Target::Data,
                   int spared = 0);
     void setTrickleRate(qint64 bytesPerSecond);
+    // One-way delay for the connections that open from now on (10 ms each
+    // way is a 20 ms round trip); 0 passes bytes on at once.
+    void setDelay(int milliseconds);
     void passEverything() { setFault(Fault::None, 0, 0); }
 
     // Connections of each kind relayed so far, and how many a fault hit.
@@ -74,6 +82,7 @@ private:
     int m_spared = 0;
     Target m_target = Target::Data;
     qint64 m_rate = 16 * 1024;
+    int m_delay = 0;
     int m_connections[2] = {0, 0};
     int m_applied = 0;
 
