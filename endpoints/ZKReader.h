@@ -68,6 +68,10 @@ public:
     virtual bool isLink() const = 0;
     virtual QString linkTarget() const = 0;
     virtual bool isLocal() const = 0;
+    // Whether a move may take the item away once its copy checked out: a
+    // local item, or one on a server that lets its user remove it. A web
+    // address is only ever copied.
+    virtual bool canBeMoved() const { return isLocal(); }
     virtual bool canSeek() const = 0;
     virtual bool hasMoreData() const = 0;
     // True once the reader knows that the item is no longer the version an

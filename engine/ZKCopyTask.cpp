@@ -712,9 +712,9 @@ void ZKCopyTask::refreshPercentCompleted() {
 
 void ZKCopyTask::refreshDescription() {
     enum Table { Copy, Move, Download };
-    const Table table = !m_sourceIsLocal                         ? Download
-                        : transferMode() == ZKTransferMode::Move ? Move
-                                                                 : Copy;
+    const Table table = transferMode() == ZKTransferMode::Move ? Move
+                        : !m_sourceIsLocal                     ? Download
+                                                               : Copy;
     static const char *const texts[3][4] = {
         {"Copy \"%1\" to \"%2\"", "Copying \"%1\" to \"%2\"", "Copied \"%1\" to \"%2\""},
         {"Move \"%1\" to \"%2\"", "Moving \"%1\" to \"%2\"", "Moved \"%1\" to \"%2\""},

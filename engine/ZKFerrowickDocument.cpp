@@ -510,8 +510,9 @@ QList<ZKTaskPtr> ZKFerrowickDocument::addTasks(const QList<ZKReaderPtr> &sources
         task->setIsVerifyEnabled(m_isVerifyEnabled);
         task->setDataRate(m_dataRateCalculator.bytesPerSecond());
         task->setMaximumTransferRate(m_speedLimit->value());
-        // A download is always a copy, whatever the default.
-        if (source->isLocal()) {
+        // A download is a copy, whatever the default, unless its server
+        // lets the source be removed.
+        if (source->canBeMoved()) {
             task->setTransferMode(m_defaultTransferMode);
         }
         indexes.append(index + tasks.size());
@@ -649,7 +650,7 @@ void ZKFerrowickDocument::changeSourceForTask(const ZKTaskPtr &task, const ZKRea
     if (source) {
         changeEndpointOfTask(task, [task, source] {
             task->setSource(source);
-            if (!source->isLocal()) {
+            if (!source->canBeMoved()) {
                 task->setTransferMode(ZKTransferMode::Copy);
             }
         });
@@ -730,7 +731,7 @@ void ZKFerrowickDocument::setAllTransferModeCopy() {
 void ZKFerrowickDocument::setAllTransferModeMove() {
     for (const auto &task : m_taskQueue.tasks()) {
         const auto source = task->source();
-        if (task->state() != S::Completed && source && source->isLocal()) {
+        if (task->state() != S::Completed && source && source->canBeMoved()) {
             task->setTransferMode(ZKTransferMode::Move);
         }
     }

@@ -31,8 +31,8 @@ constexpr Entry entries[] = {
     {M::HostKeyChanged, 0,
      QT_TRANSLATE_NOOP("ZKSftpErrors",
                        "The host key of '%1' has changed: the %2 key it sent (%3) is not the "
-                       "one on line %5 of %4. Someone may be intercepting the connection, or the "
-                       "server's key was replaced. Nothing was sent. If you know the key changed, "
+                       "one %4:%5 holds. Someone may be intercepting the connection, or the "
+                       "server's key was replaced; nothing was sent. If the change is expected, "
                        "remove line %5 of %4.")},
     {M::HostKeyNotRecorded, 0,
      QT_TRANSLATE_NOOP("ZKSftpErrors", "The key of '%1' was accepted but could not be "

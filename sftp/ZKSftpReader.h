@@ -73,6 +73,7 @@ public:
     bool isLink() const override { return m_isLink; }
     QString linkTarget() const override { return m_linkTarget; }
     bool isLocal() const override { return false; }
+    bool canBeMoved() const override { return true; }
     bool canSeek() const override { return true; }
     // False once the size the file had when opened has been read: a file
     // that grows meanwhile is not followed, one that ends early is an error.

@@ -576,7 +576,7 @@ void ZKTaskView::validateMenu() {
         copyMode->setChecked(false);
         moveMode->setEnabled(false);
         moveMode->setChecked(false);
-    } else if (source && source->isLocal()) {
+    } else if (source && source->canBeMoved()) {
         const bool move = t->transferMode() == ZKTransferMode::Move;
         copyMode->setChecked(!move);
         moveMode->setChecked(move);
