@@ -3,6 +3,7 @@
 #include "ZKFaultRelay.h"
 #include "ZKFtpServers.h"
 #include "ZKHttpServers.h"
+#include "ZKSshServer.h"
 #include "ZKTestSupport.h"
 
 #include <QDir>
@@ -33,6 +34,19 @@ class TestZKFaultScenarios : public QObject {
     qint64 m_cut = 0;
 
     QString path(const QString &name) const { return QDir(m_dir.path()).filePath(name); }
+    QString home() const { return path(QStringLiteral("home")); }
+
+    // A home that holds the user's key and knows the server's key under the
+    // relay's port, the address the program reaches it by.
+    bool prepareHome(const ZKSshServer &server, quint16 relayPort) const {
+        QDir(home() + QStringLiteral("/.ssh")).removeRecursively();
+        // "[HOST]:PORT type key"
+        const QString key = server.knownHostsLine().section(QLatin1Char(' '), 1);
+        return !key.isEmpty() &&
+               ZKSshServer::writeKnownHosts(
+                   home(), QStringLiteral("[127.0.0.1]:%1 %2").arg(relayPort).arg(key)) &&
+               QFile::copy(server.userKeyPath(), home() + QStringLiteral("/.ssh/id_ed25519"));
+    }
 
     // Starts ferrowick-cli with the test's settings, its output merged.
     void startCli(QProcess &process, const QStringList &arguments) {
@@ -200,6 +214,9 @@ private Q_SLOTS:
         m_environment.insert(QStringLiteral("QT_LOGGING_RULES"),
                              QStringLiteral("ferrowick.*=false"));
         m_environment.remove(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"));
+        // The SSH keys and known hosts are the test's, never the user's.
+        m_environment.insert(QStringLiteral("HOME"), home());
+        m_environment.remove(QStringLiteral("SSH_AUTH_SOCK"));
         QVERIFY(
             ZKTestSupport::writeFile(path("source.bin"), ZKTestSupport::randomBytes(m_size, 7)));
     }
@@ -239,6 +256,46 @@ private Q_SLOTS:
             const QString folder = QStringLiteral("up%1").arg(i);
             QDir(server.root()).mkpath(folder);
             const QString url = relay.relayed(server.url("/" + folder + "/")).toString();
+            return trial(relay, scenario, 0, {"copy", path("source.bin"), url}, path("source.bin"),
+                         QDir(server.root()).filePath(folder + "/source.bin"));
+        });
+    }
+
+    void sftpDownload_data() { scenarios(false); }
+
+    // Every connection is one SSH session that carries the transfer; the
+    // fault counts its bytes from the handshake on.
+    void sftpDownload() {
+        const Scenario scenario = fetchScenario();
+        ZKSshServer server;
+        ZK_REQUIRE_STARTED(server.start(), server.errorString());
+        QVERIFY(QFile::copy(path("source.bin"), QDir(server.root()).filePath("served.bin")));
+        ZKFaultRelay relay(QStringLiteral("127.0.0.1"), server.port(),
+                           ZKFaultRelay::Protocol::Plain);
+        QVERIFY(prepareHome(server, relay.port()));
+        const QString url = relay.relayed(server.url("served.bin")).toString();
+        runTrials(QStringLiteral("SFTP download, %1").arg(QTest::currentDataTag()), [&](int i) {
+            const QString folder =
+                path(QStringLiteral("sftp-down-%1-%2").arg(QTest::currentDataTag()).arg(i));
+            QDir().mkpath(folder);
+            return trial(relay, scenario, 0, {"copy", url, folder}, path("source.bin"),
+                         QDir(folder).filePath("served.bin"));
+        });
+    }
+
+    void sftpUpload_data() { scenarios(false); }
+
+    void sftpUpload() {
+        const Scenario scenario = fetchScenario();
+        ZKSshServer server;
+        ZK_REQUIRE_STARTED(server.start(), server.errorString());
+        ZKFaultRelay relay(QStringLiteral("127.0.0.1"), server.port(),
+                           ZKFaultRelay::Protocol::Plain);
+        QVERIFY(prepareHome(server, relay.port()));
+        runTrials(QStringLiteral("SFTP upload, %1").arg(QTest::currentDataTag()), [&](int i) {
+            const QString folder = QStringLiteral("up%1").arg(i);
+            QDir(server.root()).mkpath(folder);
+            const QString url = relay.relayed(server.url(folder + "/")).toString();
             return trial(relay, scenario, 0, {"copy", path("source.bin"), url}, path("source.bin"),
                          QDir(server.root()).filePath(folder + "/source.bin"));
         });
