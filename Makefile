@@ -47,6 +47,7 @@ bench: build
 	bash bench/speed-bench.sh $(BUILD)
 	bash bench/copy-bench.sh $(BUILD)
 	bash bench/ftp-bench.sh $(BUILD)
+	bash bench/sftp-bench.sh $(BUILD)
 	bash bench/queue-bench.sh $(BUILD)
 	bash bench/cli-sources-bench.sh $(BUILD)
 	bash bench/window-bench.sh $(BUILD)
