@@ -316,6 +316,8 @@ private Q_SLOTS:
         QTest::newRow("FTP download") << QStringLiteral("ftp-down");
         QTest::newRow("FTP upload") << QStringLiteral("ftp-up");
         QTest::newRow("HTTP download") << QStringLiteral("http");
+        QTest::newRow("SFTP download") << QStringLiteral("sftp-down");
+        QTest::newRow("SFTP upload") << QStringLiteral("sftp-up");
     }
 
     // The server dies in the middle of a slow transfer and comes back on the
@@ -323,7 +325,8 @@ private Q_SLOTS:
     void serverRestarted() {
         QFETCH(QString, kind);
         const bool ftp = kind.startsWith(QLatin1String("ftp"));
-        const bool upload = kind == QLatin1String("ftp-up");
+        const bool sftp = kind.startsWith(QLatin1String("sftp"));
+        const bool upload = kind.endsWith(QLatin1String("-up"));
         // Larger than what the sockets on the way hold, so that the server
         // still has much to send when it dies.
         const qsizetype size = std::max<qsizetype>(m_size, 16 * 1024 * 1024);
@@ -333,6 +336,7 @@ private Q_SLOTS:
         }
         ZKFtpServers ftpServer(ZKFtpServers::Vsftpd);
         ZKHttpServers webServers;
+        ZKSshServer sshServer;
         QUrl url;
         QString served;
         if (ftp) {
@@ -341,6 +345,12 @@ private Q_SLOTS:
             served =
                 QDir(ftpServer.root()).filePath(upload ? "up/restart-source.bin" : "served.bin");
             url = ftpServer.url(upload ? "/up/" : "/served.bin");
+        } else if (sftp) {
+            ZK_REQUIRE_STARTED(sshServer.start(), sshServer.errorString());
+            QDir(sshServer.root()).mkpath("up");
+            served =
+                QDir(sshServer.root()).filePath(upload ? "up/restart-source.bin" : "served.bin");
+            url = sshServer.url(upload ? "up/" : "served.bin");
         } else {
             QDir().mkpath(path("restart-www"));
             served = path("restart-www/served.bin");
@@ -354,6 +364,9 @@ private Q_SLOTS:
         }
         ZKFaultRelay relay(QStringLiteral("127.0.0.1"), quint16(url.port()),
                            ftp ? ZKFaultRelay::Protocol::Ftp : ZKFaultRelay::Protocol::Plain);
+        if (sftp) {
+            QVERIFY(prepareHome(sshServer, relay.port()));
+        }
         // About four seconds a transfer: time to stop the server in it.
         relay.setTrickleRate(size / 4);
         relay.setFault(Fault::Trickle, 0, 1000);
@@ -370,9 +383,22 @@ private Q_SLOTS:
         const bool underway =
             QTest::qWaitFor([&] { return QFileInfo(unfinished(copied)).size() > size / 4; }, 60000);
         QVERIFY2(underway, cli.readAll().constData());
-        ftp ? ftpServer.stop() : webServers.stop();
-        QTest::qWait(300);
-        QVERIFY(ftp ? ftpServer.restart() : webServers.restartNginx());
+        const auto restarted = [&] {
+            if (ftp) {
+                ftpServer.stop();
+                QTest::qWait(300);
+                return ftpServer.restart();
+            }
+            if (sftp) {
+                sshServer.stop();
+                QTest::qWait(300);
+                return sshServer.restart();
+            }
+            webServers.stop();
+            QTest::qWait(300);
+            return webServers.restartNginx();
+        };
+        QVERIFY(restarted());
         const bool ended = cli.waitForFinished(180000);
         const QByteArray output = cli.readAll();
         QVERIFY2(ended, output.constData());
