@@ -55,18 +55,29 @@ class TestZKFaultScenarios : public QObject {
         process.start(QStringLiteral(FERROWICK_CLI), arguments);
     }
 
-    // Runs ferrowick-cli; answers its exit code (-1 when it hung) and what it
-    // printed.
+    // Runs ferrowick-cli; answers its exit code and what it printed, or -1
+    // when it did not start, crashed or hung, what happened then following
+    // its output.
     int runCli(const QStringList &arguments, QByteArray *output) {
         QProcess process;
         startCli(process, arguments);
         const bool ended = process.waitForFinished(180000);
-        if (!ended) {
+        if (!ended && process.state() != QProcess::NotRunning) {
             process.kill();
             process.waitForFinished(5000);
+            *output = process.readAll() + "\n[hung]";
+            return -1;
         }
         *output = process.readAll();
-        return ended && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+        if (process.error() == QProcess::FailedToStart) {
+            *output += "\n[did not start: " + process.errorString().toUtf8() + "]";
+            return -1;
+        }
+        if (process.exitStatus() != QProcess::NormalExit) {
+            *output += "\n[crashed: " + process.errorString().toUtf8() + "]";
+            return -1;
+        }
+        return process.exitCode();
     }
 
     // Without all: a cut and a reset only.
@@ -133,7 +144,7 @@ class TestZKFaultScenarios : public QObject {
             return what + QStringLiteral(":\n") + QString::fromUtf8(output);
         };
         if (status == -1) {
-            return why(QStringLiteral("ferrowick-cli hung"));
+            return why(QStringLiteral("ferrowick-cli did not run to its end"));
         }
         if (status != 0) {
             // A failure is allowed only with what came kept whole so far.
