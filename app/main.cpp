@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKAppDelegate.h"
 #include "ZKApplicationService.h"
+#include "ZKDesktopSshPrompter.h"
 #include "ZKDocumentController.h"
 #include "ZKMessageBoxPresenter.h"
 #include "ZKProcessArguments.h"
@@ -104,6 +105,8 @@ int main(int argc, char **argv) {
     }
     delegate.applicationWillFinishLaunching();
     ZKQuestionPresenter::setShared(&ZKQueueWindow::presenter());
+    static ZKDesktopSshPrompter sshPrompter;
+    ZKSshPrompter::setShared(&sshPrompter);
     delegate.applicationDidFinishLaunching();
 
     ZKDocumentController &controller = delegate.documentController();

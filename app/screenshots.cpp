@@ -10,7 +10,7 @@
 #include "ZKFerrowickDocument.h"
 #include "ZKFileSystemReader.h"
 #include "ZKFileSystemWriter.h"
-#include "ZKFtpPanel.h"
+#include "ZKRemoteServerPanel.h"
 #include "ZKHttpPanel.h"
 #include "ZKListView.h"
 #include "ZKMessageBoxPresenter.h"
@@ -302,7 +302,7 @@ int main(int argc, char **argv) {
         ok &= shoot(window, QStringLiteral("%1/queue-window-%2.png").arg(output, name));
 
         window->addFtp();
-        auto *ftp = window->findChild<ZKFtpPanel *>();
+        auto *ftp = window->findChild<ZKRemoteServerPanel *>();
         if (ftp) {
             ftp->setUrl(QUrl(QStringLiteral("ftp://files.example.org/pub/releases/")));
             ftp->setUsername(QStringLiteral("anna"));

@@ -4,6 +4,7 @@
 
 #include "ZKLogging.h"
 #include "ZKMainQueue.h"
+#include "ZKSshPrompter.h"
 #include "ZKTask.h"
 
 #include <QCoreApplication>
@@ -86,6 +87,8 @@ void ZKTaskQuestions::close() const {
     std::lock_guard locker(shared.lock);
     m_line->closed = true;
     shared.changed.notify_all();
+    // A worker making a connection may be asking too.
+    ZKSshPrompter::refusePendingPrompts();
 }
 
 ZKTaskQuestions::Refusal::Refusal(const ZKTask *task)
@@ -94,6 +97,7 @@ ZKTaskQuestions::Refusal::Refusal(const ZKTask *task)
     std::lock_guard locker(shared.lock);
     ++shared.refusals[task];
     shared.changed.notify_all();
+    ZKSshPrompter::refusePendingPrompts();
 }
 
 ZKTaskQuestions::Refusal::~Refusal() {

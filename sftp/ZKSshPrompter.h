@@ -3,7 +3,9 @@
 #pragma once
 
 #include <QString>
+#include <QVariant>
 
+#include <functional>
 #include <optional>
 
 // What an SSH connection asks the user while it is made: whether to trust a
@@ -33,4 +35,21 @@ public:
     // changed key is refused whatever this says.
     static bool acceptsNewHostKeys();
     static void setAcceptsNewHostKeys(bool accepts);
+
+    // Ends every wait for an answer from the main thread (askOnMainThread)
+    // unanswered, and takes those questions away: the main thread calls it
+    // before it waits for workers, one of which may be asking. Any thread.
+    static void refusePendingPrompts();
+
+protected:
+    // Hands an answer back to the worker that asked.
+    using Reply = std::function<void(const QVariant &answer)>;
+    // For prompters that ask in the window: runs show on the main thread,
+    // which puts the question up without waiting for it and answers through
+    // the reply, and waits for that answer. show returns what takes the
+    // question away should the wait be refused. nullopt when refused, when
+    // the application ends first, or on the main thread itself, which must
+    // never wait for its own answer.
+    static std::optional<QVariant>
+    askOnMainThread(std::function<std::function<void()>(Reply)> show);
 };

@@ -3,7 +3,7 @@
 #include "ZKDestinationPopUpButton.h"
 
 #include "ZKFileSystemWriter.h"
-#include "ZKFtpPanel.h"
+#include "ZKRemoteServerPanel.h"
 #include "ZKFtpWriter.h"
 #include "ZKImages.h"
 #include "ZKOpenPanel.h"
@@ -179,7 +179,7 @@ void ZKDestinationPopUpButton::chooseFolder() {
 }
 
 void ZKDestinationPopUpButton::chooseFtp() {
-    auto *panel = new ZKFtpPanel(window(), m_defaults);
+    auto *panel = new ZKRemoteServerPanel(window(), m_defaults);
     panel->displaySheetForWindow(window(), [self = QPointer(this), panel](bool chosen) {
         panel->deleteLater();
         if (!self) {

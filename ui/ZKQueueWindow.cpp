@@ -7,7 +7,6 @@
 #include "ZKDestinationPopUpButton.h"
 #include "ZKFerrowickDocument.h"
 #include "ZKFileSystemWriter.h"
-#include "ZKFtpPanel.h"
 #include "ZKHelpLinks.h"
 #include "ZKHttpPanel.h"
 #include "ZKImages.h"
@@ -17,6 +16,7 @@
 #include "ZKOpenPanel.h"
 #include "ZKQueueState.h"
 #include "ZKReaderFactory.h"
+#include "ZKRemoteServerPanel.h"
 #include "ZKRetryMenuDelegate.h"
 #include "ZKScheduleSheet.h"
 #include "ZKSpeedLimitSheet.h"
@@ -110,9 +110,10 @@ ZKQueueWindow::ZKQueueWindow(std::unique_ptr<ZKFerrowickDocument> document, QWid
     m_emptyHint->setAlignment(Qt::AlignCenter);
     m_emptyHint->setWordWrap(true);
     m_emptyHint->setAttribute(Qt::WA_TransparentForMouseEvents);
-    m_emptyHint->setText(QStringLiteral("<p style='font-size:large'>Drop files and folders here"
-                                        "</p><p>or choose Add to copy files, folders, FTP and "
-                                        "web addresses</p>"));
+    m_emptyHint->setText(
+        QStringLiteral("<p style='font-size:large'>Drop files and folders here"
+                       "</p><p>or choose Add to copy files, folders, FTP, SFTP and "
+                       "web addresses</p>"));
     m_emptyHint->setForegroundRole(QPalette::PlaceholderText);
     m_listViewport = m_listView->viewport();
     m_listViewport->installEventFilter(this);
@@ -171,8 +172,8 @@ void ZKQueueWindow::buildActions() {
         [this] { toggleStartStop(); });
     add("addFile", QStringLiteral("Add Files and Folders..."),
         QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_A), [this] { addFile(); });
-    add("addFtp", QStringLiteral("Add FTP Address..."),
-        QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_F), [this] { addFtp(); });
+    add("addFtp", tr("Add Server Address..."), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_F),
+        [this] { addFtp(); });
     add("addDownload", QStringLiteral("Add Web Address..."), QKeySequence(Qt::CTRL | Qt::Key_L),
         [this] { addDownload(); });
     add("paste", QStringLiteral("Paste"), QKeySequence::Paste, [this] { paste(); });
@@ -562,7 +563,7 @@ void ZKQueueWindow::addFile() {
 }
 
 void ZKQueueWindow::addFtp() {
-    auto *panel = new ZKFtpPanel(this);
+    auto *panel = new ZKRemoteServerPanel(this);
     panel->displaySheetForWindow(this, [this, panel](bool chosen) {
         panel->deleteLater();
         if (!chosen) {

@@ -6,7 +6,7 @@
 #include "ZKFerrowickDocument.h"
 #include "ZKFileSystemReader.h"
 #include "ZKFileSystemWriter.h"
-#include "ZKFtpPanel.h"
+#include "ZKRemoteServerPanel.h"
 #include "ZKFtpReader.h"
 #include "ZKFtpWriter.h"
 #include "ZKHoverButton.h"
@@ -783,7 +783,7 @@ void ZKTaskView::changeFileSource() {
 
 void ZKTaskView::changeFtpSource() {
     auto *source = dynamic_cast<ZKFtpReader *>(task()->source().get());
-    auto *panel = new ZKFtpPanel(window());
+    auto *panel = new ZKRemoteServerPanel(window());
     panel->setUrl(source->url());
     panel->setCredentials(source->username(), source->password(), source->passwordStored());
     const auto apply = forTask([panel](ZKFerrowickDocument &d, const ZKTaskPtr &t) {
@@ -833,7 +833,7 @@ void ZKTaskView::changeFileDestination() {
 
 void ZKTaskView::changeFtpDestination() {
     auto *destination = dynamic_cast<ZKFtpWriter *>(task()->destination().get());
-    auto *panel = new ZKFtpPanel(window());
+    auto *panel = new ZKRemoteServerPanel(window());
     panel->setUrl(destination->url());
     panel->setCredentials(destination->username(), destination->password(),
                           destination->passwordStored());

@@ -3,7 +3,7 @@
 #include "ZKFerrowickDocument.h"
 #include "ZKFileSystemReader.h"
 #include "ZKFileSystemWriter.h"
-#include "ZKFtpPanel.h"
+#include "ZKRemoteServerPanel.h"
 #include "ZKFtpServers.h"
 #include "ZKKeyChain.h"
 #include "ZKListView.h"
@@ -631,7 +631,7 @@ void TestZKQueueWindow::storedPasswordServesAnEmptyField() {
 
     const auto addFtp = [&](const QString &name, const QString &password) {
         window->addFtp();
-        auto *panel = waitForChild<ZKFtpPanel>(window);
+        auto *panel = waitForChild<ZKRemoteServerPanel>(window);
         QVERIFY2(panel, "the FTP panel did not open");
         QUrl address = server.url(QLatin1Char('/') + name);
         address.setUserName({});

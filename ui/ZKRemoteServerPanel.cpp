@@ -1,10 +1,12 @@
 // SPDX-FileCopyrightText: 2026 Ferrowick developers
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "ZKFtpPanel.h"
+#include "ZKRemoteServerPanel.h"
 
 #include "ZKFtpReader.h"
 #include "ZKFtpWriter.h"
 #include "ZKReaderFactory.h"
+#include "ZKSftpReader.h"
+#include "ZKSftpWriter.h"
 
 #include <QAbstractButton>
 #include <QComboBox>
@@ -12,12 +14,14 @@
 #include <QFormLayout>
 #include <QLineEdit>
 
-ZKFtpPanel::ZKFtpPanel(QWidget *parent, ZKUserDefaults *defaults)
-    : ZKAddressPanel(QStringLiteral("recentFtp"), QStringLiteral("FTP Address"), defaults, parent) {
-    addressBox()->lineEdit()->setPlaceholderText(QStringLiteral("ftp://server/folder/"));
+ZKRemoteServerPanel::ZKRemoteServerPanel(QWidget *parent, ZKUserDefaults *defaults)
+    // The recent addresses keep the key of the days of FTP alone, so that
+    // they stay the user's.
+    : ZKAddressPanel(QStringLiteral("recentFtp"), tr("Server Address"), defaults, parent) {
+    addressBox()->lineEdit()->setPlaceholderText(tr("ftp:// or sftp://server/folder/"));
     m_username = new QLineEdit(this);
     m_username->setAccessibleName(QStringLiteral("User name"));
-    m_username->setPlaceholderText(QStringLiteral("anonymous"));
+    m_username->setPlaceholderText(tr("anonymous, or from the SSH configuration"));
     form()->addRow(QStringLiteral("&User name:"), m_username);
     m_password = new QLineEdit(this);
     m_password->setEchoMode(QLineEdit::Password);
@@ -25,7 +29,8 @@ ZKFtpPanel::ZKFtpPanel(QWidget *parent, ZKUserDefaults *defaults)
     m_password->setPlaceholderText(QStringLiteral("from the password store"));
     form()->addRow(QStringLiteral("&Password:"), m_password);
     connect(m_password, &QLineEdit::textEdited, this, [this] { m_emptyPassword = false; });
-    connect(this, &ZKAddressPanel::recentUrlsChanged, this, &ZKFtpPanel::recentFtpChanged);
+    connect(this, &ZKAddressPanel::recentUrlsChanged, this,
+            &ZKRemoteServerPanel::recentServersChanged);
 
     // The account fields come after the address, before the buttons.
     setTabOrder(addressBox(), m_username);
@@ -40,23 +45,23 @@ ZKFtpPanel::ZKFtpPanel(QWidget *parent, ZKUserDefaults *defaults)
     }
 }
 
-void ZKFtpPanel::setUrl(const QUrl &url) {
+void ZKRemoteServerPanel::setUrl(const QUrl &url) {
     if (!url.password().isEmpty()) {
         setPassword(url.password());
     }
     ZKAddressPanel::setUrl(url);
 }
 
-QString ZKFtpPanel::username() const {
+QString ZKRemoteServerPanel::username() const {
     const QString typed = m_username->text().trimmed();
     return typed.isEmpty() ? url().userName() : typed;
 }
 
-void ZKFtpPanel::setUsername(const QString &username) {
+void ZKRemoteServerPanel::setUsername(const QString &username) {
     m_username->setText(username);
 }
 
-QString ZKFtpPanel::password() const {
+QString ZKRemoteServerPanel::password() const {
     if (!m_password->text().isEmpty()) {
         return m_password->text();
     }
@@ -68,20 +73,21 @@ QString ZKFtpPanel::password() const {
     return typed.isEmpty() ? QString() : typed;
 }
 
-void ZKFtpPanel::setPassword(const QString &password) {
+void ZKRemoteServerPanel::setPassword(const QString &password) {
     // An account whose password is empty keeps it; a field left empty
     // otherwise means the password store's.
     m_emptyPassword = !password.isNull() && password.isEmpty();
     m_password->setText(password);
 }
 
-void ZKFtpPanel::setCredentials(const QString &username, const std::optional<QString> &password,
-                                bool passwordStored) {
+void ZKRemoteServerPanel::setCredentials(const QString &username,
+                                         const std::optional<QString> &password,
+                                         bool passwordStored) {
     setUsername(username);
     setPassword(passwordStored || !password ? QString() : *password);
 }
 
-std::optional<QString> ZKFtpPanel::optionalPassword() const {
+std::optional<QString> ZKRemoteServerPanel::optionalPassword() const {
     const QString typed = password();
     return typed.isNull() ? std::nullopt : std::optional<QString>(typed);
 }
@@ -101,30 +107,36 @@ std::shared_ptr<Endpoint> withAccount(std::shared_ptr<Endpoint> endpoint,
 
 } // namespace
 
-ZKReaderPtr ZKFtpPanel::reader() const {
+ZKReaderPtr ZKRemoteServerPanel::reader() const {
     const QUrl address = url();
     if (!isAcceptable(address)) {
         return nullptr;
     }
     const QString user = username();
     const std::optional<QString> typed = optionalPassword();
+    if (ZKReaderFactory::isSftpPath(address.toString())) {
+        return std::make_shared<ZKSftpReader>(address, user, typed);
+    }
     return user.isEmpty() ? ZKFtpReader::readerWithUrl(address)
                           : withAccount(ZKFtpReader::readerWithUrl(address, user, typed), typed);
 }
 
-ZKWriterPtr ZKFtpPanel::directoryWriter() const {
+ZKWriterPtr ZKRemoteServerPanel::directoryWriter() const {
     const QUrl address = url();
     if (!isAcceptable(address)) {
         return nullptr;
     }
     const QString user = username();
     const std::optional<QString> typed = optionalPassword();
+    if (ZKReaderFactory::isSftpPath(address.toString())) {
+        return std::make_shared<ZKSftpWriter>(address, true, user, typed);
+    }
     return user.isEmpty()
                ? ZKFtpWriter::writerWithDirectoryUrl(address)
                : withAccount(ZKFtpWriter::writerWithDirectoryUrl(address, user, typed), typed);
 }
 
-QUrl ZKFtpPanel::recordedUrl(const QUrl &chosen) const {
+QUrl ZKRemoteServerPanel::recordedUrl(const QUrl &chosen) const {
     QUrl recorded = chosen;
     const QString user = username();
     if (!user.isEmpty()) {
@@ -134,11 +146,11 @@ QUrl ZKFtpPanel::recordedUrl(const QUrl &chosen) const {
     return recorded;
 }
 
-bool ZKFtpPanel::isAcceptable(const QUrl &url) const {
-    return ZKReaderFactory::isFtpUrl(url) && !url.host().isEmpty();
+bool ZKRemoteServerPanel::isAcceptable(const QUrl &url) const {
+    return ZKReaderFactory::isLoginPath(url.toString()) && !url.host().isEmpty();
 }
 
-QUrl ZKFtpPanel::urlFromText(const QString &text) const {
+QUrl ZKRemoteServerPanel::urlFromText(const QString &text) const {
     if (text.isEmpty()) {
         return {};
     }
@@ -148,7 +160,7 @@ QUrl ZKFtpPanel::urlFromText(const QString &text) const {
     return url;
 }
 
-void ZKFtpPanel::recentAddressChosen(const QUrl &url) {
+void ZKRemoteServerPanel::recentAddressChosen(const QUrl &url) {
     // The account of the address picked, not what was typed for another.
     m_username->setText(url.userName());
     setPassword(url.password().isEmpty() ? QString() : url.password());

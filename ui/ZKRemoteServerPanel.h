@@ -10,14 +10,17 @@
 
 class QLineEdit;
 
-// Asks for an FTP address with its user name and password.
-class ZKFtpPanel : public ZKAddressPanel {
+// Asks for the address of a server one logs in to, FTP, FTPS or SFTP, the
+// protocol read from the address, with the account's user name and password.
+// An SFTP server is usually reached with the user's keys: the user name may
+// come from the SSH configuration and the password is asked only if needed.
+class ZKRemoteServerPanel : public ZKAddressPanel {
     Q_OBJECT
 
 public:
-    explicit ZKFtpPanel(QWidget *parent = nullptr, ZKUserDefaults *defaults = nullptr);
+    explicit ZKRemoteServerPanel(QWidget *parent = nullptr, ZKUserDefaults *defaults = nullptr);
 
-    QStringList recentFtp() const { return recentUrls(); }
+    QStringList recentServers() const { return recentUrls(); }
     // A password in the address moves to the password field, so that it is
     // neither shown nor remembered among the recent addresses.
     void setUrl(const QUrl &url);
@@ -42,7 +45,7 @@ public:
     ZKWriterPtr directoryWriter() const;
 
 Q_SIGNALS:
-    void recentFtpChanged();
+    void recentServersChanged();
 
 protected:
     bool isAcceptable(const QUrl &url) const override;
