@@ -326,6 +326,10 @@ ZKEnumerationResult ZKSftpReader::enumerateContentsOfDirectoryWithBlock(const Re
     if (!entries) {
         return ZKEnumerationResultStop;
     }
+    m_listedChildren.clear();
+    for (const ZKSftpEntry &entry : *entries) {
+        m_listedChildren.insert(QString::fromUtf8(entry.name), entry.attributes);
+    }
     ZKEnumerationResult result = ZKEnumerationResultContinue;
     for (const ZKSftpEntry &entry : *entries) {
         result = block(makeChild(QString::fromUtf8(entry.name), entry.attributes));
@@ -358,6 +362,12 @@ ZKEnumerationResult ZKSftpReader::walk(const QUrl &folder, const QByteArray &fol
         return ZKEnumerationResultStop;
     }
     const QStringList components = ZKFtpUrl::pathComponents(folder);
+    if (depth == 0) {
+        m_listedChildren.clear();
+        for (const ZKSftpEntry &entry : *entries) {
+            m_listedChildren.insert(QString::fromUtf8(entry.name), entry.attributes);
+        }
+    }
     ZKEnumerationResult result = ZKEnumerationResultContinue;
     for (const ZKSftpEntry &entry : *entries) {
         const QString name = QString::fromUtf8(entry.name);
@@ -478,6 +488,10 @@ std::optional<ZKFileInfo> ZKSftpReader::fileInfoForChild(const QString &name) {
 std::shared_ptr<ZKReader> ZKSftpReader::childWithName(const QString &name) {
     if (name.isEmpty()) {
         return shared_from_this();
+    }
+    const auto listed = m_listedChildren.constFind(name);
+    if (listed != m_listedChildren.constEnd()) {
+        return makeChild(name, listed.value());
     }
     return makeChild(name, std::nullopt);
 }

@@ -7,6 +7,7 @@
 #include "ZKSftpErrors.h"
 
 #include <QDateTime>
+#include <QHash>
 #include <QString>
 #include <QUrl>
 #include <QVariantMap>
@@ -104,6 +105,10 @@ private:
     bool m_isLink = false;
     QString m_linkTarget;
     bool m_listed = false;
+    // What the last listing of this folder said of its entries, so that a
+    // child taken right after (as a copy does each) needs no request of its
+    // own to say what it is.
+    QHash<QString, ZKSftpAttributes> m_listedChildren;
 
     std::unique_ptr<ZKSftpFile> m_file;
     quint64 m_position = 0;

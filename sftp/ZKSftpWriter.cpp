@@ -252,28 +252,32 @@ bool ZKSftpWriter::renameItem(const QString &from, const QString &to, bool repla
     }
     const QByteArray source = childPath(from);
     const QByteArray target = childPath(to);
+    // Tried first, as it mostly works: SFTP's rename never replaces, so a
+    // failure is looked at only when it comes.
     ZKSftpFailure failure;
-    const std::optional<ZKSftpAttributes> there = connection()->attributes(target, false, &failure);
-    if (!there) {
+    if (connection()->rename(source, target, &failure)) {
+        return true;
+    }
+    ZKSftpFailure look;
+    const std::optional<ZKSftpAttributes> there = connection()->attributes(target, false, &look);
+    if (!there || !there->exists) {
         fail(ZKSftpErrors::UnableToRename, {from, to, shownHost(), failure.text});
         return false;
     }
-    if (there->exists) {
-        if (!replace) {
-            fail(ZKSftpErrors::NameTaken, {to});
-            return false;
+    if (!replace) {
+        fail(ZKSftpErrors::NameTaken, {to});
+        return false;
+    }
+    const bool removed = there->directory && !there->link
+                             ? removeTree(
+                                   target, [] { return false; }, 0)
+                             : connection()->removeFile(target, &failure);
+    if (!removed) {
+        if (!error()) {
+            fail(ZKSftpErrors::UnableToRemove,
+                 {QString::fromUtf8(target), shownHost(), failure.text});
         }
-        const bool removed = there->directory && !there->link
-                                 ? removeTree(
-                                       target, [] { return false; }, 0)
-                                 : connection()->removeFile(target, &failure);
-        if (!removed) {
-            if (!error()) {
-                fail(ZKSftpErrors::UnableToRemove,
-                     {QString::fromUtf8(target), shownHost(), failure.text});
-            }
-            return false;
-        }
+        return false;
     }
     if (!connection()->rename(source, target, &failure)) {
         fail(ZKSftpErrors::UnableToRename, {from, to, shownHost(), failure.text});
