@@ -5,12 +5,12 @@
 // display (run it under Xvfb through `make screenshots`), one set in a light
 // and one in a dark palette. Usage: ferrowick-screenshots OUTPUT_DIR
 #include "ZKCopyTask.h"
+#include "ZKDesktopSshPrompter.h"
 #include "ZKDestinationPopUpButton.h"
 #include "ZKDocumentController.h"
 #include "ZKFerrowickDocument.h"
 #include "ZKFileSystemReader.h"
 #include "ZKFileSystemWriter.h"
-#include "ZKRemoteServerPanel.h"
 #include "ZKHttpPanel.h"
 #include "ZKListView.h"
 #include "ZKMessageBoxPresenter.h"
@@ -21,6 +21,7 @@
 #include "ZKQueueState.h"
 #include "ZKQueueWindow.h"
 #include "ZKReaderFactory.h"
+#include "ZKRemoteServerPanel.h"
 #include "ZKSchedulePanel.h"
 #include "ZKScheduleSheet.h"
 #include "ZKSpeedLimitPanel.h"
@@ -42,6 +43,8 @@
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QWindow>
+
+#include <thread>
 
 using S = ZKTaskState;
 
@@ -302,12 +305,41 @@ int main(int argc, char **argv) {
         ok &= shoot(window, QStringLiteral("%1/queue-window-%2.png").arg(output, name));
 
         window->addFtp();
-        auto *ftp = window->findChild<ZKRemoteServerPanel *>();
-        if (ftp) {
-            ftp->setUrl(QUrl(QStringLiteral("ftp://files.example.org/pub/releases/")));
-            ftp->setUsername(QStringLiteral("anna"));
-            ok &= shoot(ftp, QStringLiteral("%1/ftp-panel-%2.png").arg(output, name));
-            ftp->cancel();
+        auto *server = window->findChild<ZKRemoteServerPanel *>();
+        if (server) {
+            server->setUrl(QUrl(QStringLiteral("sftp://files.example.org/~/backups/")));
+            server->setUsername(QStringLiteral("anna"));
+            ok &= shoot(server, QStringLiteral("%1/server-panel-%2.png").arg(output, name));
+            server->cancel();
+        }
+        {
+            // Asked by a worker, as a connection asks it.
+            ZKDesktopSshPrompter prompter;
+            std::thread asking([&prompter] {
+                prompter.acceptNewHostKey(QStringLiteral("files.example.org"),
+                                          QStringLiteral("ED25519"),
+                                          QStringLiteral("SHA256:3q2+7wAmVvHxAGYVmkp1dBQ5PqGv8cK"
+                                                         "kLxKJqX0nZbA"));
+            });
+            QMessageBox *box = nullptr;
+            for (int i = 0; i < 200 && !box; ++i) {
+                settle(20);
+                for (QWidget *widget : QApplication::topLevelWidgets()) {
+                    if (auto *shown = qobject_cast<QMessageBox *>(widget);
+                        shown && shown->isVisible()) {
+                        box = shown;
+                    }
+                }
+            }
+            if (box) {
+                ok &=
+                    shoot(window, QStringLiteral("%1/host-key-question-%2.png").arg(output, name));
+            } else {
+                ok = false;
+            }
+            ZKSshPrompter::refusePendingPrompts();
+            asking.join();
+            settle(50);
         }
         window->addDownload();
         auto *http = window->findChild<ZKHttpPanel *>();

@@ -15,9 +15,18 @@
 
 namespace {
 
+// The window the user works in; without one active (a session without a
+// window manager), the first window shown.
 QWidget *parentWindow() {
-    QWidget *window = QApplication::activeWindow();
-    return window ? window->window() : nullptr;
+    if (QWidget *window = QApplication::activeWindow()) {
+        return window->window();
+    }
+    for (QWidget *widget : QApplication::topLevelWidgets()) {
+        if (widget->isVisible() && widget->windowType() == Qt::Window) {
+            return widget;
+        }
+    }
+    return nullptr;
 }
 
 // What takes a question away once its wait was refused.
@@ -40,7 +49,7 @@ bool ZKDesktopSshPrompter::acceptNewHostKey(const QString &host, const QString &
                             tr("The authenticity of host '%1' can't be established.").arg(host),
                             QMessageBox::NoButton, parentWindow());
         box->setInformativeText(
-            tr("%1 key fingerprint is %2.\nConnect only if you know this is the server's key; "
+            tr("%1 key fingerprint is %2.\n\nConnect only if you know this is the server's key; "
                "it is then remembered in ~/.ssh/known_hosts, as ssh does.")
                 .arg(keyType, fingerprint));
         box->setTextInteractionFlags(Qt::TextSelectableByMouse);
