@@ -85,8 +85,8 @@ uint ZKQueueScriptingAdaptor::AddSources(uint queue, const QStringList &sources,
         const ZKReaderPtr reader = ZKReaderFactory::readerWithPath(source);
         if (!reader) {
             sendErrorReply(invalidArgumentError,
-                           QStringLiteral("\u201c%1\u201d is not a file, folder, FTP or web "
-                                          "address.")
+                           QStringLiteral("\u201c%1\u201d is not a file, folder, FTP, SFTP or "
+                                          "web address.")
                                .arg(source));
             return 0;
         }

@@ -134,12 +134,13 @@ set(CPACK_PACKAGE_VENDOR "Ferrowick developers")
 set(CPACK_PACKAGE_CONTACT "Ferrowick developers")
 set(CPACK_PACKAGE_HOMEPAGE_URL ${FERROWICK_HOMEPAGE})
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY
-    "queue of file transfers: files, folders, FTP and web addresses")
+    "queue of file transfers: files, folders, FTP, SFTP and web addresses")
 string(CONCAT CPACK_PACKAGE_DESCRIPTION
     "Ferrowick copies and moves files one after another in a queue that can be\n"
-    "watched, paused, reordered and resumed, from local folders, FTP servers and\n"
-    "web addresses to local folders and FTP servers. Copies can be verified, the\n"
-    "speed limited and the queue scheduled; queues are saved as files.\n"
+    "watched, paused, reordered and resumed, from local folders, FTP and SFTP\n"
+    "servers and web addresses to local folders and FTP and SFTP servers. Copies\n"
+    "can be verified, the speed limited and the queue scheduled; queues are saved\n"
+    "as files.\n"
     "\n"
     "The package holds the desktop application, ferrowick, and ferrowick-cli,\n"
     "which runs the same queues from a terminal.")

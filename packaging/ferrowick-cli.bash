@@ -33,10 +33,10 @@ _ferrowick_cli() {
     local options
     case ${words[1]} in
         copy | move)
-            options="--verify --limit --on-conflict --save --password-stdin --verbose"
+            options="--verify --limit --on-conflict --save --password-stdin --accept-new-host-key --verbose"
             ;;
         run)
-            options="--on-conflict --password-stdin --verbose"
+            options="--on-conflict --password-stdin --accept-new-host-key --verbose"
             ;;
         show)
             [[ $cword -eq 2 ]] && _filedir queue

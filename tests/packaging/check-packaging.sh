@@ -121,7 +121,7 @@ for file in "${content_files[@]}"; do
         fail "$(basename "$file") is '$type', not application/x-ferrowick-queue"
     fi
 done
-for type in application/x-ferrowick-queue x-scheme-handler/ftp; do
+for type in application/x-ferrowick-queue x-scheme-handler/ftp x-scheme-handler/sftp; do
     out=$(gio mime "$type" 2>&1)
     if grep -q "^Default application.*: $id.desktop" <<<"$out"; then
         pass "Ferrowick opens $type"
