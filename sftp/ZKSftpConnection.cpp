@@ -173,16 +173,6 @@ std::shared_ptr<ZKSftpConnection> ZKSftpConnection::forUrl(const QUrl &url) {
     return connection;
 }
 
-void ZKSftpConnection::closeIdleConnections() {
-    Pool &all = pool();
-    std::lock_guard locker(all.lock);
-    for (const std::shared_ptr<ZKSftpConnection> &connection : std::as_const(all.connections)) {
-        std::lock_guard sessionLocker(connection->m_lock);
-        connection->m_session.reset();
-    }
-    all.connections.clear();
-}
-
 ZKSftpConnection::ZKSftpConnection(const QString &host, quint16 port, const QString &user)
     : m_host(host)
     , m_port(port)

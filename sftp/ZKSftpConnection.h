@@ -55,9 +55,6 @@ class ZKSftpConnection : public std::enable_shared_from_this<ZKSftpConnection> {
 public:
     // The shared connection for the server, port and user the URL names.
     static std::shared_ptr<ZKSftpConnection> forUrl(const QUrl &url);
-    // Drops every shared connection that no file holds open; tests start
-    // each case afresh with it.
-    static void closeIdleConnections();
 
     ~ZKSftpConnection();
     ZKSftpConnection(const ZKSftpConnection &) = delete;
