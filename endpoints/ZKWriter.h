@@ -53,6 +53,9 @@ public:
     virtual void setGroup(quint64 group) = 0;
     virtual void setIsExtensionHidden(bool hidden) = 0;
     virtual void setIsImmutable(bool immutable) = 0;
+    // Called after the setters above: a writer that gathers their changes,
+    // to make them in one request, makes them here.
+    virtual void applyAttributes() {}
 
     virtual QString filename() const = 0;
     virtual QString icon() const = 0;

@@ -616,4 +616,5 @@ void ZKCopyOperation::copyAttributesFrom(ZKReader &reader, ZKWriter &writer, boo
     if (complete && (reader.isImmutable() || writer.isDirectory())) {
         writer.setIsImmutable(reader.isImmutable());
     }
+    writer.applyAttributes();
 }

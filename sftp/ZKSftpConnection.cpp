@@ -19,7 +19,10 @@
 #include <libssh2.h>
 #include <libssh2_sftp.h>
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <pwd.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -245,6 +248,11 @@ ZKOptionalError ZKSftpConnection::open(const Target &target, const std::optional
                                 : ZKSftpErrors::text(ZKSftpErrors::ServerFailure);
         return ZKSftpErrors::error(ZKSftpErrors::UnableToConnect, code, {shown, why});
     }
+    // Requests are small and each waits for its answer: none may wait for
+    // more bytes to join it.
+    const int noDelay = 1;
+    ::setsockopt(session->socket.socketDescriptor(), IPPROTO_TCP, TCP_NODELAY, &noDelay,
+                 sizeof noDelay);
     session->session = libssh2_session_init_ex(nullptr, nullptr, nullptr, session.get());
     if (!session->session) {
         return ZKSftpErrors::error(ZKSftpErrors::HandshakeFailed, code,
@@ -714,15 +722,17 @@ bool ZKSftpConnection::setAttributes(const QByteArray &path,
     return true;
 }
 
-std::unique_ptr<ZKSftpFile> ZKSftpConnection::openFile(const QByteArray &path, bool forWriting,
+std::unique_ptr<ZKSftpFile> ZKSftpConnection::openFile(const QByteArray &path, Access access,
                                                        ZKSftpFailure *failure) {
     std::lock_guard locker(m_lock);
     if (!liveSession(failure)) {
         return nullptr;
     }
     const std::shared_ptr<Session> session = m_session;
-    const unsigned long flags =
-        forWriting ? LIBSSH2_FXF_WRITE | LIBSSH2_FXF_CREAT : LIBSSH2_FXF_READ;
+    const unsigned long flags = access == Access::Read ? LIBSSH2_FXF_READ
+                                : access == Access::Write
+                                    ? LIBSSH2_FXF_WRITE | LIBSSH2_FXF_CREAT
+                                    : LIBSSH2_FXF_WRITE | LIBSSH2_FXF_CREAT | LIBSSH2_FXF_EXCL;
     LIBSSH2_SFTP_HANDLE *handle = libssh2_sftp_open_ex(
         session->sftp, path.constData(), unsigned(path.size()), flags, 0666, LIBSSH2_SFTP_OPENFILE);
     if (!handle) {
@@ -762,26 +772,20 @@ qint64 ZKSftpFile::read(char *buffer, quint64 length, ZKSftpFailure *failure) {
     return qint64(count);
 }
 
-bool ZKSftpFile::write(const char *data, quint64 length, ZKSftpFailure *failure) {
+qint64 ZKSftpFile::write(const char *data, quint64 length, ZKSftpFailure *failure) {
     std::lock_guard locker(m_connection->m_lock);
     if (!m_handle || m_session->lost) {
         failure->text = ZKSftpErrors::text(ZKSftpErrors::ConnectionLost,
                                            {m_connection->shownHost(), QString()});
-        return false;
+        return -1;
     }
-    // The library sends the whole buffer ahead and answers what the server
-    // has acknowledged so far; the rest is handed again until all is taken.
-    while (length > 0) {
-        const ssize_t count =
-            libssh2_sftp_write(static_cast<LIBSSH2_SFTP_HANDLE *>(m_handle), data, size_t(length));
-        if (count < 0) {
-            m_connection->fail(m_session, failure);
-            return false;
-        }
-        data += count;
-        length -= quint64(count);
+    const ssize_t count =
+        libssh2_sftp_write(static_cast<LIBSSH2_SFTP_HANDLE *>(m_handle), data, size_t(length));
+    if (count < 0) {
+        m_connection->fail(m_session, failure);
+        return -1;
     }
-    return true;
+    return qint64(count);
 }
 
 void ZKSftpFile::seek(quint64 position) {

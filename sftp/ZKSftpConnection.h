@@ -85,9 +85,10 @@ public:
     bool makeLink(const QByteArray &path, const QByteArray &target, ZKSftpFailure *failure);
     bool setAttributes(const QByteArray &path, const std::optional<QDateTime> &modificationDate,
                        const std::optional<quint32> &permissions, ZKSftpFailure *failure);
-    // A file opened for reading, or for writing from its end without
-    // truncating it (made when missing).
-    std::unique_ptr<ZKSftpFile> openFile(const QByteArray &path, bool forWriting,
+    enum class Access { Read, Write, WriteNew };
+    // A file opened for reading, or for writing without truncating it (made
+    // when missing; with WriteNew only made, failing when it exists).
+    std::unique_ptr<ZKSftpFile> openFile(const QByteArray &path, Access access,
                                          ZKSftpFailure *failure);
 
 private:
@@ -126,8 +127,12 @@ public:
 
     // Up to length bytes; 0 at the end of the file, -1 on failure.
     qint64 read(char *buffer, quint64 length, ZKSftpFailure *failure);
-    // All of it, or false.
-    bool write(const char *data, quint64 length, ZKSftpFailure *failure);
+    // Sends what of data was not sent yet and answers how many bytes from
+    // its start the server has acknowledged, at least one request's worth;
+    // -1 on failure. The bytes sent but not acknowledged stay the caller's to
+    // hand in again at the start of the next call: that is how several
+    // requests stay in flight.
+    qint64 write(const char *data, quint64 length, ZKSftpFailure *failure);
     void seek(quint64 position);
     // Waits for the server to take what was written; false when it did not.
     bool close(ZKSftpFailure *failure);

@@ -160,7 +160,7 @@ bool ZKSftpReader::open() {
         fail(ZKSftpErrors::NotRegularFile, {shown, shownHost()});
         return false;
     }
-    m_file = connection()->openFile(path(), false, &failure);
+    m_file = connection()->openFile(path(), ZKSftpConnection::Access::Read, &failure);
     if (!m_file) {
         fail(ZKSftpErrors::UnableToOpen, {shown, shownHost(), failure.text});
         return false;
@@ -246,7 +246,10 @@ QByteArray ZKSftpReader::readBlockOfMaximumLength(quint64 length) {
         return {};
     }
     if (m_bufferOffset >= m_buffer.size()) {
-        m_buffer.resize(readAheadSize);
+        // Never more than the file holds: each request past its end would
+        // still cost the server a read and the link an answer.
+        m_buffer.resize(
+            qsizetype(std::min<quint64>(readAheadSize, m_attributes.size - m_position)));
         m_bufferOffset = 0;
         ZKSftpFailure failure;
         const qint64 count = m_file->read(m_buffer.data(), quint64(m_buffer.size()), &failure);

@@ -65,6 +65,8 @@ public:
     void setGroup(quint64) override {}
     void setIsExtensionHidden(bool) override {}
     void setIsImmutable(bool) override {}
+    // The date and mode given are set in one request.
+    void applyAttributes() override;
 
     QString filename() const override { return m_filename; }
     QString icon() const override;
@@ -79,7 +81,9 @@ private:
     void fail(ZKSftpErrors::Message message, const QStringList &arguments);
     bool connectForWriting();
     bool makeFolders();
-    bool flush();
+    // Hands the pending bytes to the server: one request's answer's worth
+    // while the window is short of its size, all of them with all.
+    bool send(bool all);
     std::shared_ptr<ZKSftpWriter> makeChild(const QString &name, bool isDirectory);
     bool removeTree(const QByteArray &path, const std::function<bool()> &isCancelled, int depth);
 
@@ -87,6 +91,11 @@ private:
     bool m_isDirectory = false;
     quint64 m_size = 0;
     std::unique_ptr<ZKSftpFile> m_file;
-    // Gathered into large requests: the library keeps them all in flight.
+    // What was given and not yet acknowledged, from m_acknowledged on: the
+    // start of it was sent already, the rest waits to be. Kept to about
+    // writeWindow bytes, which stay in flight over a long round trip.
+    std::optional<QDateTime> m_newModificationDate;
+    std::optional<quint32> m_newPermissions;
     QByteArray m_pending;
+    qsizetype m_acknowledged = 0;
 };
