@@ -15,10 +15,6 @@
 
 namespace {
 
-const QString sizeKey = QStringLiteral("Size");
-const QString modificationDateKey = QStringLiteral("ModificationDate");
-const QString hasChangedKey = QStringLiteral("HasChanged");
-
 // A server that answers every CWD and lists one more folder in each would
 // otherwise lead a walk down for ever.
 constexpr int maximumDepth = 256;
@@ -74,13 +70,7 @@ ZKFtpReader::ZKFtpReader(const QUrl &url, const QString &username,
 ZKFtpReader::ZKFtpReader(const QVariantMap &propertyList)
     : ZKFtpReader(savedUrl(propertyList)) {
     readAccount(propertyList);
-    bool sizeRead = false;
-    const quint64 size = propertyList.value(sizeKey).toULongLong(&sizeRead);
-    if (sizeRead) {
-        m_knownSize = size;
-    }
-    m_knownDate = propertyList.value(modificationDateKey).toDateTime();
-    m_changed = propertyList.value(hasChangedKey, false).toBool();
+    m_version.read(propertyList);
 }
 
 ZKFtpReader::~ZKFtpReader() {
@@ -106,18 +96,7 @@ QVariantMap ZKFtpReader::asPropertyList() const {
     QVariantMap propertyList;
     propertyList.insert(typeKey, QStringLiteral("FtpReader"));
     writeAccount(propertyList, m_url);
-    std::lock_guard locker(m_versionLock);
-    if (m_knownSize) {
-        propertyList.insert(sizeKey, qulonglong(*m_knownSize));
-    }
-    if (m_knownDate.isValid()) {
-        propertyList.insert(modificationDateKey, m_knownDate);
-    }
-    // Saved too: a queue saved after the change was seen and before the
-    // copy started over must not continue the old piece when reopened.
-    if (m_changed) {
-        propertyList.insert(hasChangedKey, true);
-    }
+    m_version.write(propertyList);
     return propertyList;
 }
 
@@ -195,7 +174,7 @@ bool ZKFtpReader::open() {
             }
             m_modificationDate = *date;
         }
-        noteVersion();
+        m_version.note(m_url, m_size, m_modificationDate);
     }
     return true;
 }
@@ -215,13 +194,11 @@ std::optional<QDateTime> ZKFtpReader::remoteModificationDate(const QString &name
 }
 
 bool ZKFtpReader::hasChanged() const {
-    std::lock_guard locker(m_versionLock);
-    return m_changed;
+    return m_version.hasChanged();
 }
 
 void ZKFtpReader::acceptCurrentVersion() {
-    std::lock_guard locker(m_versionLock);
-    m_changed = false;
+    m_version.acceptCurrent();
 }
 
 QByteArray ZKFtpReader::identity() const {
@@ -230,28 +207,6 @@ QByteArray ZKFtpReader::identity() const {
     }
     return ZKPartialFile::identity(
         m_url, m_size, {"modify " + QByteArray::number(m_modificationDate.toSecsSinceEpoch())});
-}
-
-void ZKFtpReader::noteVersion() {
-    std::lock_guard locker(m_versionLock);
-    if (!m_knownSize) {
-        m_knownSize = m_size;
-        m_knownDate = m_modificationDate;
-        return;
-    }
-    // Whole seconds: that is all a listing or MDTM tells.
-    const bool dateDiffers =
-        m_knownDate.isValid() && m_modificationDate.isValid() &&
-        m_knownDate.toSecsSinceEpoch() != m_modificationDate.toSecsSinceEpoch();
-    if ((*m_knownSize != m_size || dateDiffers) && !m_changed) {
-        qCWarning(lcFtp) << "The file at" << m_url.toString()
-                         << "is not the version a copy began with";
-        m_changed = true;
-    }
-    m_knownSize = m_size;
-    if (m_modificationDate.isValid()) {
-        m_knownDate = m_modificationDate;
-    }
 }
 
 void ZKFtpReader::close() {

@@ -7,6 +7,7 @@
 #include "ZKFtpItem.h"
 #include "ZKFtpSession.h"
 #include "ZKReader.h"
+#include "ZKRemoteVersion.h"
 
 #include <QDateTime>
 #include <QString>
@@ -15,7 +16,6 @@
 #include <QVariantMap>
 
 #include <memory>
-#include <mutex>
 #include <optional>
 
 // The reader of a file or folder on an FTP server, named by an "ftp" URL. It
@@ -123,8 +123,6 @@ private:
     // MDTM of a file in the working directory: an invalid date when the
     // server tells none, nullopt when it did not answer at all.
     std::optional<QDateTime> remoteModificationDate(const QString &name);
-    // Compares what open() found with the version seen first.
-    void noteVersion();
     void fail(ZKFtpErrors::Message message, const QStringList &arguments = {});
     // The entry called name in folder, after failing with the reason the
     // user sees when the folder or the entry cannot be found.
@@ -153,12 +151,5 @@ private:
     bool m_isDirectory = false;
     QByteArray m_existingData;
 
-    // The version of the file seen first; its date is invalid where the
-    // server tells none.
-    // The version a copy began with is noted by the worker that reads and
-    // saved by the main thread while it works.
-    mutable std::mutex m_versionLock;
-    std::optional<quint64> m_knownSize;
-    QDateTime m_knownDate;
-    bool m_changed = false;
+    ZKRemoteVersion m_version;
 };

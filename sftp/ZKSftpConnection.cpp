@@ -569,9 +569,8 @@ std::optional<QList<ZKSftpEntry>> ZKSftpConnection::list(const QByteArray &path,
         }
         if (length < 0) {
             fail(session, failure);
-            if (!session->lost) {
-                libssh2_sftp_close_handle(folder);
-            }
+            // Also on a lost connection: only closing frees the handle.
+            libssh2_sftp_close_handle(folder);
             return std::nullopt;
         }
         ZKSftpEntry entry{name.left(length), attributesOf(raw)};
@@ -603,59 +602,45 @@ std::optional<QByteArray> ZKSftpConnection::linkTarget(const QByteArray &path,
     return target;
 }
 
-bool ZKSftpConnection::makeDirectory(const QByteArray &path, ZKSftpFailure *failure) {
+bool ZKSftpConnection::run(ZKSftpFailure *failure,
+                           const std::function<int(Session &session)> &request) {
     std::lock_guard locker(m_lock);
     if (!liveSession(failure)) {
         return false;
     }
     const std::shared_ptr<Session> session = m_session;
-    if (libssh2_sftp_mkdir_ex(session->sftp, path.constData(), unsigned(path.size()), 0777) != 0) {
+    if (request(*session) != 0) {
         fail(session, failure);
         return false;
     }
     return true;
+}
+
+bool ZKSftpConnection::makeDirectory(const QByteArray &path, ZKSftpFailure *failure) {
+    return run(failure, [&](Session &session) {
+        return libssh2_sftp_mkdir_ex(session.sftp, path.constData(), unsigned(path.size()), 0777);
+    });
 }
 
 bool ZKSftpConnection::removeFile(const QByteArray &path, ZKSftpFailure *failure) {
-    std::lock_guard locker(m_lock);
-    if (!liveSession(failure)) {
-        return false;
-    }
-    const std::shared_ptr<Session> session = m_session;
-    if (libssh2_sftp_unlink_ex(session->sftp, path.constData(), unsigned(path.size())) != 0) {
-        fail(session, failure);
-        return false;
-    }
-    return true;
+    return run(failure, [&](Session &session) {
+        return libssh2_sftp_unlink_ex(session.sftp, path.constData(), unsigned(path.size()));
+    });
 }
 
 bool ZKSftpConnection::removeDirectory(const QByteArray &path, ZKSftpFailure *failure) {
-    std::lock_guard locker(m_lock);
-    if (!liveSession(failure)) {
-        return false;
-    }
-    const std::shared_ptr<Session> session = m_session;
-    if (libssh2_sftp_rmdir_ex(session->sftp, path.constData(), unsigned(path.size())) != 0) {
-        fail(session, failure);
-        return false;
-    }
-    return true;
+    return run(failure, [&](Session &session) {
+        return libssh2_sftp_rmdir_ex(session.sftp, path.constData(), unsigned(path.size()));
+    });
 }
 
 bool ZKSftpConnection::rename(const QByteArray &from, const QByteArray &to,
                               ZKSftpFailure *failure) {
-    std::lock_guard locker(m_lock);
-    if (!liveSession(failure)) {
-        return false;
-    }
-    const std::shared_ptr<Session> session = m_session;
-    if (libssh2_sftp_rename_ex(session->sftp, from.constData(), unsigned(from.size()),
-                               to.constData(), unsigned(to.size()),
-                               LIBSSH2_SFTP_RENAME_ATOMIC | LIBSSH2_SFTP_RENAME_NATIVE) != 0) {
-        fail(session, failure);
-        return false;
-    }
-    return true;
+    return run(failure, [&](Session &session) {
+        return libssh2_sftp_rename_ex(session.sftp, from.constData(), unsigned(from.size()),
+                                      to.constData(), unsigned(to.size()),
+                                      LIBSSH2_SFTP_RENAME_ATOMIC | LIBSSH2_SFTP_RENAME_NATIVE);
+    });
 }
 
 bool ZKSftpConnection::makeLink(const QByteArray &path, const QByteArray &target,
@@ -803,7 +788,9 @@ bool ZKSftpFile::close(ZKSftpFailure *failure) {
     auto *handle = static_cast<LIBSSH2_SFTP_HANDLE *>(m_handle);
     m_handle = nullptr;
     if (m_session->lost) {
-        // The session's memory goes with the session; nothing can be sent.
+        // Closed all the same, failing at once on the broken connection:
+        // only closing frees the library's handle.
+        libssh2_sftp_close_handle(handle);
         failure->text = ZKSftpErrors::text(ZKSftpErrors::ConnectionLost,
                                            {m_connection->shownHost(), QString()});
         return false;

@@ -11,6 +11,7 @@
 #include <QUrl>
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -104,6 +105,9 @@ private:
     // Fills failure from the session's last error and drops a session that
     // lost its connection.
     void fail(const std::shared_ptr<Session> &session, ZKSftpFailure *failure);
+    // Runs a request that answers 0 on success on the live session, under
+    // the lock.
+    bool run(ZKSftpFailure *failure, const std::function<int(Session &session)> &request);
     ZKOptionalError open(const Target &target, const std::optional<QString> &password, qint64 code);
     ZKOptionalError checkHostKey(Session &session, const Target &target, qint64 code);
     bool authenticate(Session &session, const Target &target,

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKSftpEndpoint.h"
 
+#include "ZKFtpUrl.h"
 #include "ZKKeyChain.h"
 #include "ZKReaderFactory.h"
 
@@ -93,4 +94,12 @@ void ZKSftpEndpoint::writeAccount(QVariantMap &propertyList) const {
         m_passwordStored = true;
     }
     propertyList.insert(urlKey, m_url.toString());
+}
+
+QString ZKSftpEndpoint::nameOf(const QUrl &url) {
+    const QStringList components = ZKFtpUrl::pathComponents(url);
+    if (components.isEmpty() || components == QStringList{QStringLiteral("~")}) {
+        return url.host();
+    }
+    return components.last();
 }

@@ -35,6 +35,10 @@ public:
     QByteArray childPath(const QString &name) const;
     // The server as messages name it.
     QString shownHost() const;
+    // The item's name: the last part of the path. The login folder and the
+    // root have none of their own: copied, they become a folder named after
+    // the server.
+    static QString nameOf(const QUrl &url);
 
 protected:
     // A password in the URL is taken out of it; username replaces the URL's

@@ -16,10 +16,6 @@
 
 namespace {
 
-const QString sizeKey = QStringLiteral("Size");
-const QString modificationDateKey = QStringLiteral("ModificationDate");
-const QString hasChangedKey = QStringLiteral("HasChanged");
-
 // Large requests keep several of the library's read requests in flight,
 // which is what carries a transfer over a link with a long round trip.
 constexpr qsizetype readAheadSize = 1024 * 1024;
@@ -28,29 +24,19 @@ constexpr qsizetype readAheadSize = 1024 * 1024;
 // down for ever.
 constexpr int maximumDepth = 256;
 
-// The login folder and the root have no name of their own: copied, they
-// become a folder named after the server.
-QString nameOf(const QUrl &url) {
-    const QStringList components = ZKFtpUrl::pathComponents(url);
-    if (components.isEmpty() || components == QStringList{QStringLiteral("~")}) {
-        return url.host();
-    }
-    return components.last();
-}
-
 } // namespace
 
 ZKSftpReader::ZKSftpReader(const QUrl &url, const QString &username,
                            const std::optional<QString> &password)
     : ZKSftpEndpoint(url, username, password)
-    , m_filename(nameOf(url)) {
+    , m_filename(ZKSftpEndpoint::nameOf(url)) {
     m_attributes.directory = ZKFtpUrl::isDirectoryUrl(url);
 }
 
 ZKSftpReader::ZKSftpReader(const QUrl &url, const ZKSftpEndpoint &parent,
                            const std::optional<ZKSftpAttributes> &attributes)
     : ZKSftpEndpoint(url)
-    , m_filename(nameOf(url)) {
+    , m_filename(ZKSftpEndpoint::nameOf(url)) {
     useAccountOf(parent);
     if (attributes) {
         m_attributes = *attributes;
@@ -63,13 +49,7 @@ ZKSftpReader::ZKSftpReader(const QUrl &url, const ZKSftpEndpoint &parent,
 
 ZKSftpReader::ZKSftpReader(const QVariantMap &propertyList)
     : ZKSftpReader(savedUrl(propertyList)) {
-    bool sizeRead = false;
-    const quint64 size = propertyList.value(sizeKey).toULongLong(&sizeRead);
-    if (sizeRead) {
-        m_knownSize = size;
-    }
-    m_knownDate = propertyList.value(modificationDateKey).toDateTime();
-    m_changed = propertyList.value(hasChangedKey, false).toBool();
+    m_version.read(propertyList);
 }
 
 ZKSftpReader::~ZKSftpReader() {
@@ -80,16 +60,7 @@ QVariantMap ZKSftpReader::asPropertyList() const {
     QVariantMap propertyList;
     propertyList.insert(typeKey, QStringLiteral("SftpReader"));
     writeAccount(propertyList);
-    std::lock_guard locker(m_versionLock);
-    if (m_knownSize) {
-        propertyList.insert(sizeKey, qulonglong(*m_knownSize));
-    }
-    if (m_knownDate.isValid()) {
-        propertyList.insert(modificationDateKey, m_knownDate);
-    }
-    if (m_changed) {
-        propertyList.insert(hasChangedKey, true);
-    }
+    m_version.write(propertyList);
     return propertyList;
 }
 
@@ -167,7 +138,7 @@ bool ZKSftpReader::open() {
     }
     m_position = 0;
     m_hasMoreData = true;
-    noteVersion();
+    m_version.note(endpointUrl(), m_attributes.size, m_attributes.modificationDate);
     return true;
 }
 
@@ -178,35 +149,12 @@ void ZKSftpReader::close() {
     m_hasMoreData = false;
 }
 
-void ZKSftpReader::noteVersion() {
-    std::lock_guard locker(m_versionLock);
-    if (!m_knownSize) {
-        m_knownSize = m_attributes.size;
-        m_knownDate = m_attributes.modificationDate;
-        return;
-    }
-    const bool dateDiffers =
-        m_knownDate.isValid() && m_attributes.modificationDate.isValid() &&
-        m_knownDate.toSecsSinceEpoch() != m_attributes.modificationDate.toSecsSinceEpoch();
-    if ((*m_knownSize != m_attributes.size || dateDiffers) && !m_changed) {
-        qCWarning(lcFtp) << "The file at" << endpointUrl().toString()
-                         << "is not the version a copy began with";
-        m_changed = true;
-    }
-    m_knownSize = m_attributes.size;
-    if (m_attributes.modificationDate.isValid()) {
-        m_knownDate = m_attributes.modificationDate;
-    }
-}
-
 bool ZKSftpReader::hasChanged() const {
-    std::lock_guard locker(m_versionLock);
-    return m_changed;
+    return m_version.hasChanged();
 }
 
 void ZKSftpReader::acceptCurrentVersion() {
-    std::lock_guard locker(m_versionLock);
-    m_changed = false;
+    m_version.acceptCurrent();
 }
 
 QByteArray ZKSftpReader::identity() const {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "ZKReader.h"
+#include "ZKRemoteVersion.h"
 #include "ZKSftpEndpoint.h"
 #include "ZKSftpErrors.h"
 
@@ -13,7 +14,6 @@
 #include <QVariantMap>
 
 #include <memory>
-#include <mutex>
 #include <optional>
 
 class ZKSftpFile;
@@ -89,7 +89,6 @@ public:
 
 private:
     void fail(ZKSftpErrors::Message message, const QStringList &arguments);
-    void noteVersion();
     std::shared_ptr<ZKSftpReader> makeChild(const QString &name,
                                             const std::optional<ZKSftpAttributes> &attributes);
     // The listing of path, refusing one with an entry that is not a plain
@@ -117,10 +116,5 @@ private:
     QByteArray m_buffer;
     qsizetype m_bufferOffset = 0;
 
-    // The version a copy began with: noted by the worker that reads, saved
-    // by the main thread meanwhile.
-    mutable std::mutex m_versionLock;
-    std::optional<quint64> m_knownSize;
-    QDateTime m_knownDate;
-    bool m_changed = false;
+    ZKRemoteVersion m_version;
 };

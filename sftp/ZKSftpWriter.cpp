@@ -15,14 +15,6 @@ namespace {
 constexpr qsizetype writeWindow = 1024 * 1024;
 constexpr int maximumDepth = 256;
 
-QString nameOf(const QUrl &url) {
-    const QStringList components = ZKFtpUrl::pathComponents(url);
-    if (components.isEmpty() || components == QStringList{QStringLiteral("~")}) {
-        return url.host();
-    }
-    return components.last();
-}
-
 QUrl shaped(const QUrl &url, bool isDirectory) {
     return isDirectory ? ZKFtpUrl::makeDirectoryUrl(url) : url;
 }
@@ -32,12 +24,12 @@ QUrl shaped(const QUrl &url, bool isDirectory) {
 ZKSftpWriter::ZKSftpWriter(const QUrl &url, bool isDirectory, const QString &username,
                            const std::optional<QString> &password)
     : ZKSftpEndpoint(shaped(url, isDirectory), username, password)
-    , m_filename(nameOf(url))
+    , m_filename(ZKSftpEndpoint::nameOf(url))
     , m_isDirectory(isDirectory) {}
 
 ZKSftpWriter::ZKSftpWriter(const QUrl &url, bool isDirectory, const ZKSftpEndpoint &parent)
     : ZKSftpEndpoint(shaped(url, isDirectory))
-    , m_filename(nameOf(url))
+    , m_filename(ZKSftpEndpoint::nameOf(url))
     , m_isDirectory(isDirectory) {
     useAccountOf(parent);
 }
@@ -65,7 +57,7 @@ QString ZKSftpWriter::icon() const {
 
 void ZKSftpWriter::setUrl(const QUrl &url) {
     setEndpointUrl(shaped(url, m_isDirectory));
-    m_filename = nameOf(url);
+    m_filename = ZKSftpEndpoint::nameOf(url);
 }
 
 void ZKSftpWriter::fail(ZKSftpErrors::Message message, const QStringList &arguments) {

@@ -181,6 +181,44 @@ private Q_SLOTS:
         QCOMPARE(QFileInfo::exists(QDir(sourceFolder).filePath(name)), !move);
     }
 
+    void reopenedQueue_data() {
+        QTest::addColumn<bool>("upload");
+        QTest::newRow("download") << false;
+        QTest::newRow("upload") << true;
+    }
+
+    // A queue killed mid-transfer and run again from its file: the saved
+    // endpoints find their server, and the copy ends whole.
+    void reopenedQueue() {
+        QFETCH(bool, upload);
+        ZKSshServer &ssh = server(QStringLiteral("127.0.0.1"));
+        QVERIFY(prepareHome(ssh));
+        const QString local = fresh(QStringLiteral("reopened"));
+        const QString remote = QDir(ssh.root()).filePath(QFileInfo(local).fileName());
+        QVERIFY(QDir().mkpath(local) && QDir().mkpath(remote));
+        const QByteArray content = ZKTestSupport::randomBytes(3000000, 11);
+        const QString name = QStringLiteral("big.bin");
+        QVERIFY(ZKTestSupport::writeFile(QDir(upload ? local : remote).filePath(name), content));
+        const QString remoteUrl = ssh.url(QFileInfo(local).fileName() + "/").toString();
+        const QStringList copy = upload ? QStringList{QDir(local).filePath(name), remoteUrl}
+                                        : QStringList{remoteUrl + name, local + "/"};
+        const QString queue = local + QStringLiteral(".queue");
+        const QString landed = QDir(upload ? remote : local).filePath(name);
+        QProcess first;
+        first.setProcessEnvironment(m_environment);
+        first.start(QStringLiteral(FERROWICK_CLI),
+                    QStringList{"copy"} + copy + QStringList{"--limit", "400K", "--save", queue});
+        const QString partial = ZKTestSupport::partialPath(QFileInfo(landed).path(), name);
+        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo(partial).size() > 0 && QFileInfo::exists(queue), 20000);
+        first.kill();
+        first.waitForFinished(10000);
+        QVERIFY(!QFileInfo::exists(landed));
+        QByteArray output;
+        QVERIFY2(runCli({"run", queue}, &output) == 0, output.constData());
+        QVERIFY(ZKTestSupport::readFile(landed) == content);
+        QVERIFY(!QFileInfo::exists(partial));
+    }
+
     void conflicts_data() {
         QTest::addColumn<bool>("upload");
         QTest::addColumn<QString>("policy");
