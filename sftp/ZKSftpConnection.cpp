@@ -253,7 +253,8 @@ ZKOptionalError ZKSftpConnection::open(const Target &target, const std::optional
     const int noDelay = 1;
     ::setsockopt(session->socket.socketDescriptor(), IPPROTO_TCP, TCP_NODELAY, &noDelay,
                  sizeof noDelay);
-    session->session = libssh2_session_init_ex(nullptr, nullptr, nullptr, session.get());
+    session->session =
+        libssh2_session_init_ex(nullptr, nullptr, nullptr, &session->interactiveSecret);
     if (!session->session) {
         return ZKSftpErrors::error(ZKSftpErrors::HandshakeFailed, code,
                                    {shown, tr("out of memory")});

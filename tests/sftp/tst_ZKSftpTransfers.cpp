@@ -377,17 +377,24 @@ private Q_SLOTS:
     }
 
     void password_data() {
+        QTest::addColumn<QString>("methods");
         QTest::addColumn<QString>("typed");
         QTest::addColumn<bool>("accepted");
-        QTest::newRow("right password") << ZKSftpPasswordServer::password() << true;
-        QTest::newRow("wrong password") << "not it" << false;
+        const QString both = QStringLiteral("password,keyboard-interactive");
+        QTest::newRow("right password") << both << ZKSftpPasswordServer::password() << true;
+        QTest::newRow("wrong password") << both << "not it" << false;
+        QTest::newRow("keyboard-interactive only")
+            << "keyboard-interactive" << ZKSftpPasswordServer::password() << true;
+        QTest::newRow("password only") << "password" << ZKSftpPasswordServer::password() << true;
     }
 
     // A server that takes passwords only, with the password on stdin.
     void password() {
+        QFETCH(QString, methods);
         QFETCH(QString, typed);
         QFETCH(bool, accepted);
         ZKSftpPasswordServer passwordServer;
+        passwordServer.setAuthMethods(methods);
         ZK_REQUIRE_STARTED(passwordServer.start(), passwordServer.errorString());
         QDir(home() + QStringLiteral("/.ssh")).removeRecursively();
         QVERIFY(ZKSshServer::writeKnownHosts(home(), passwordServer.knownHostsLine()));

@@ -75,6 +75,9 @@ bool ZKSftpPasswordServer::launch(quint16 port) {
     // Into a file: a pipe nobody reads while a test blocks would stall it.
     const QString log = QDir(m_folder->path()).filePath(QStringLiteral("server.log"));
     m_process.setStandardErrorFile(log, QIODevice::Append);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("SFTP_TEST_AUTH_METHODS"), m_methods);
+    m_process.setProcessEnvironment(environment);
     m_process.start(interpreter(), {script(), m_host, QString::number(port), m_root, username(),
                                     password(), hostKeyPath()});
     if (!m_process.waitForStarted(5000)) {

@@ -28,6 +28,10 @@ public:
     static QString interpreter() { return QStringLiteral("/usr/bin/python3"); }
     static QString script();
 
+    // Before start(): the ways of logging in offered, comma-separated
+    // ("password", "keyboard-interactive"); both by default.
+    void setAuthMethods(const QString &methods) { m_methods = methods; }
+
     // False with a reason in errorString() when the server cannot be run.
     bool start();
     // Ends the server and every session it serves.
@@ -60,5 +64,6 @@ private:
     QProcess m_process;
     quint16 m_port = 0;
     QString m_root;
+    QString m_methods = QStringLiteral("password,keyboard-interactive");
     QString m_errorString;
 };

@@ -35,6 +35,10 @@ def errno_status(error):
     return SFTPServer.convert_errno(error.errno)
 
 
+# The ways of logging in offered, as the server's configuration would say.
+METHODS = os.environ.get("SFTP_TEST_AUTH_METHODS", "password,keyboard-interactive")
+
+
 class Login(paramiko.ServerInterface):
     def __init__(self, user, password):
         self.user = user
@@ -42,9 +46,11 @@ class Login(paramiko.ServerInterface):
         self.asked = None
 
     def get_allowed_auths(self, username):
-        return "password,keyboard-interactive"
+        return METHODS
 
     def check_auth_password(self, username, password):
+        if "password" not in METHODS.split(","):
+            return paramiko.AUTH_FAILED
         if username == self.user and password == self.password:
             return paramiko.AUTH_SUCCESSFUL
         return paramiko.AUTH_FAILED
