@@ -6,7 +6,6 @@
 #include "ZKFerrowickDocument.h"
 #include "ZKFileSystemReader.h"
 #include "ZKFileSystemWriter.h"
-#include "ZKRemoteServerPanel.h"
 #include "ZKFtpReader.h"
 #include "ZKFtpWriter.h"
 #include "ZKHoverButton.h"
@@ -17,6 +16,9 @@
 #include "ZKOpenPanel.h"
 #include "ZKProgressBarHueTransformer.h"
 #include "ZKReaderFactory.h"
+#include "ZKRemoteServerPanel.h"
+#include "ZKSftpReader.h"
+#include "ZKSftpWriter.h"
 #include "ZKStoppableProgressIndicator.h"
 #include "ZKTaskListModel.h"
 #include "ZKTaskState.h"
@@ -737,8 +739,11 @@ void ZKTaskView::changeSource() {
     const ZKReaderPtr source = t ? t->source() : nullptr;
     if (dynamic_cast<ZKFileSystemReader *>(source.get())) {
         changeFileSource();
-    } else if (dynamic_cast<ZKFtpReader *>(source.get())) {
-        changeFtpSource();
+    } else if (auto *ftp = dynamic_cast<ZKFtpReader *>(source.get())) {
+        changeServerSource(ftp->url(), ftp->username(), ftp->password(), ftp->passwordStored());
+    } else if (auto *sftp = dynamic_cast<ZKSftpReader *>(source.get())) {
+        changeServerSource(sftp->url(), sftp->url().userName(), sftp->password(),
+                           !sftp->password());
     } else if (dynamic_cast<ZKHttpReader *>(source.get())) {
         changeDownloadSource();
     }
@@ -749,8 +754,12 @@ void ZKTaskView::changeDestination() {
     const ZKWriterPtr destination = t ? t->destination() : nullptr;
     if (dynamic_cast<ZKFileSystemWriter *>(destination.get())) {
         changeFileDestination();
-    } else if (dynamic_cast<ZKFtpWriter *>(destination.get())) {
-        changeFtpDestination();
+    } else if (auto *ftp = dynamic_cast<ZKFtpWriter *>(destination.get())) {
+        changeServerDestination(ftp->url(), ftp->username(), ftp->password(),
+                                ftp->passwordStored());
+    } else if (auto *sftp = dynamic_cast<ZKSftpWriter *>(destination.get())) {
+        changeServerDestination(sftp->url(), sftp->url().userName(), sftp->password(),
+                                !sftp->password());
     }
 }
 
@@ -781,11 +790,11 @@ void ZKTaskView::changeFileSource() {
     });
 }
 
-void ZKTaskView::changeFtpSource() {
-    auto *source = dynamic_cast<ZKFtpReader *>(task()->source().get());
+void ZKTaskView::changeServerSource(const QUrl &url, const QString &username,
+                                    const std::optional<QString> &password, bool passwordStored) {
     auto *panel = new ZKRemoteServerPanel(window());
-    panel->setUrl(source->url());
-    panel->setCredentials(source->username(), source->password(), source->passwordStored());
+    panel->setUrl(url);
+    panel->setCredentials(username, password, passwordStored);
     const auto apply = forTask([panel](ZKFerrowickDocument &d, const ZKTaskPtr &t) {
         // An empty password field means the stored password.
         if (const ZKReaderPtr reader = panel->reader()) {
@@ -831,12 +840,12 @@ void ZKTaskView::changeFileDestination() {
     });
 }
 
-void ZKTaskView::changeFtpDestination() {
-    auto *destination = dynamic_cast<ZKFtpWriter *>(task()->destination().get());
+void ZKTaskView::changeServerDestination(const QUrl &url, const QString &username,
+                                         const std::optional<QString> &password,
+                                         bool passwordStored) {
     auto *panel = new ZKRemoteServerPanel(window());
-    panel->setUrl(destination->url());
-    panel->setCredentials(destination->username(), destination->password(),
-                          destination->passwordStored());
+    panel->setUrl(url);
+    panel->setCredentials(username, password, passwordStored);
     const auto apply = forTask([panel](ZKFerrowickDocument &d, const ZKTaskPtr &t) {
         if (const ZKWriterPtr writer = panel->directoryWriter()) {
             d.changeDestinationForTask(t, writer);

@@ -138,10 +138,13 @@ private:
     std::function<void()>
     forTask(std::function<void(ZKFerrowickDocument &, const ZKTaskPtr &)> apply) const;
     void changeFileSource();
-    void changeFtpSource();
+    // A server's address, with its account as the endpoint holds it.
+    void changeServerSource(const QUrl &url, const QString &username,
+                            const std::optional<QString> &password, bool passwordStored);
     void changeDownloadSource();
     void changeFileDestination();
-    void changeFtpDestination();
+    void changeServerDestination(const QUrl &url, const QString &username,
+                                 const std::optional<QString> &password, bool passwordStored);
 
     bool m_isShown = false;
     int m_defaultIndicatorHeight = 6;
