@@ -265,6 +265,7 @@ ZKOptionalError ZKSftpConnection::open(const Target &target, const std::optional
         char *message = nullptr;
         libssh2_session_last_error(session->session, &message, nullptr, 0);
         session->lost = true;
+        ::shutdown(session->socket.socketDescriptor(), SHUT_RDWR);
         return ZKSftpErrors::error(ZKSftpErrors::HandshakeFailed, code,
                                    {shown, QString::fromUtf8(message)});
     }
@@ -514,8 +515,12 @@ void ZKSftpConnection::fail(const std::shared_ptr<Session> &session, ZKSftpFailu
         return;
     }
     // Anything else leaves the session in a state nobody can tell: it is
-    // given up, and the next connect() makes a new one.
+    // given up, and the next connect() makes a new one. Its socket is shut
+    // at once, so that what is still said on it (closing its files, ending
+    // it) fails at once too, rather than waiting out the time limit on a
+    // stalled link and leaving the library's memory behind.
     session->lost = true;
+    ::shutdown(session->socket.socketDescriptor(), SHUT_RDWR);
     if (m_session == session) {
         m_session.reset();
     }
