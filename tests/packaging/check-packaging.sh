@@ -203,7 +203,7 @@ if [ -f "$helpers" ]; then
     ' bash "$helpers" "$share/bash-completion/completions/ferrowick-cli")
     expected_completions="--help copy demo help move run show
 ask cancel replace skip
---on-conflict --password-stdin --verbose
+--accept-new-host-key --on-conflict --password-stdin --verbose
 a.queue folder"
     if [ "$out" = "$expected_completions" ]; then
         pass "bash completion"
