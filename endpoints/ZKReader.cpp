@@ -22,3 +22,15 @@ ZKEnumerationResult ZKReader::enumerateContentsOfFileWithBlock(const DataBlock &
 bool ZKReader::isEqual(const ZKReader &other) const {
     return typeid(*this) == typeid(other) && url() == other.url();
 }
+
+QByteArray ZKReader::readBlockOfLength(quint64 length) {
+    QByteArray gathered;
+    while (hasMoreData() && quint64(gathered.size()) < length) {
+        const QByteArray block = readBlockOfMaximumLength(length - quint64(gathered.size()));
+        if (block.isEmpty()) {
+            break;
+        }
+        gathered.append(block);
+    }
+    return gathered;
+}

@@ -34,7 +34,9 @@ public:
     virtual void close() = 0;
 
     virtual QByteArray readBlock() = 0;
-    virtual QByteArray readBlockOfLength(quint64 length) = 0;
+    // Gathers blocks until length bytes or the end of the data; by default
+    // through readBlockOfMaximumLength.
+    virtual QByteArray readBlockOfLength(quint64 length);
     virtual QByteArray readBlockOfMaximumLength(quint64 length) = 0;
     virtual bool seekToPosition(quint64 position) = 0;
 

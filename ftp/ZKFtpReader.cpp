@@ -287,18 +287,6 @@ QByteArray ZKFtpReader::readBlockOfMaximumLength(quint64 length) {
     return data;
 }
 
-QByteArray ZKFtpReader::readBlockOfLength(quint64 length) {
-    QByteArray gathered;
-    while (hasMoreData() && quint64(gathered.size()) < length) {
-        const QByteArray block = readBlockOfMaximumLength(length - quint64(gathered.size()));
-        if (block.isEmpty()) {
-            break;
-        }
-        gathered.append(block);
-    }
-    return gathered;
-}
-
 std::optional<QList<ZKFtpItem>> ZKFtpReader::listWorkingDirectory() {
     std::optional<QList<ZKFtpItem>> items = ftp()->listItems();
     if (!items) {

@@ -60,7 +60,6 @@ public:
 
     // 4096 bytes, the block of the data connection.
     QByteArray readBlock() override;
-    QByteArray readBlockOfLength(quint64 length) override;
     // At most one standard block of 65536 bytes.
     QByteArray readBlockOfMaximumLength(quint64 length) override;
     // A new RETR from the position (with REST when it is not 0); an

@@ -225,18 +225,6 @@ QByteArray ZKSftpReader::readBlockOfMaximumLength(quint64 length) {
     return block;
 }
 
-QByteArray ZKSftpReader::readBlockOfLength(quint64 length) {
-    QByteArray gathered;
-    while (hasMoreData() && quint64(gathered.size()) < length) {
-        const QByteArray block = readBlockOfMaximumLength(length - quint64(gathered.size()));
-        if (block.isEmpty()) {
-            break;
-        }
-        gathered.append(block);
-    }
-    return gathered;
-}
-
 std::optional<QList<ZKSftpEntry>> ZKSftpReader::listFolder(const QByteArray &folder,
                                                            const QString &shown) {
     ZKSftpFailure failure;

@@ -46,7 +46,6 @@ public:
     void close() override;
 
     QByteArray readBlock() override;
-    QByteArray readBlockOfLength(quint64 length) override;
     QByteArray readBlockOfMaximumLength(quint64 length) override;
     bool seekToPosition(quint64 position) override;
 
