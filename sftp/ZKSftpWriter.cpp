@@ -9,10 +9,19 @@
 
 namespace {
 
-// Bytes kept in flight: at 20 ms of round trip, 1 MiB carries 50 MB/s,
-// about what one SSH channel window lets through there anyway; more only
-// costs memory.
-constexpr qsizetype writeWindow = 1024 * 1024;
+// Bytes kept in flight. Over a long round trip the rate is what is in
+// flight per round trip, so as much as the server's channel window lets
+// through (OpenSSH's is 2 MiB, and its openings trail what it took). Close
+// by, the server is what limits, and a deeper queue only runs into that
+// window, where the library stops sending until the server opens it again.
+constexpr qsizetype nearWindow = 1024 * 1024;
+constexpr qsizetype farWindow = 1792 * 1024;
+constexpr std::chrono::milliseconds farRoundTrip{2};
+// The library cuts what it is handed into write requests of this size, and
+// a remainder into a short request of its own: handed 64 KiB blocks, it
+// would send three requests where two and a bit carry the bytes, and every
+// request costs the server a wake-up and an answer.
+constexpr qsizetype requestSize = 30000;
 constexpr int maximumDepth = 256;
 
 QUrl shaped(const QUrl &url, bool isDirectory) {
@@ -130,8 +139,10 @@ bool ZKSftpWriter::open() {
     // exists. Only then is it looked at, to continue after its last byte.
     m_size = 0;
     ZKSftpFailure failure;
+    auto asked = std::chrono::steady_clock::now();
     m_file = connection()->openFile(path(), ZKSftpConnection::Access::WriteNew, &failure);
     if (m_file) {
+        measureWindow(asked);
         return true;
     }
     const std::optional<ZKSftpAttributes> found = connection()->attributes(path(), true, &failure);
@@ -141,37 +152,54 @@ bool ZKSftpWriter::open() {
         return false;
     }
     m_size = found->exists ? found->size : 0;
+    asked = std::chrono::steady_clock::now();
     m_file = connection()->openFile(path(), ZKSftpConnection::Access::Write, &failure);
     if (!m_file) {
         fail(ZKSftpErrors::UnableToOpenForWriting,
              {endpointUrl().path(), shownHost(), failure.text});
         return false;
     }
+    measureWindow(asked);
     m_file->seek(m_size);
     return true;
 }
 
+void ZKSftpWriter::measureWindow(std::chrono::steady_clock::time_point asked) {
+    // The open was one request: its answer took about one round trip.
+    m_window = std::chrono::steady_clock::now() - asked >= farRoundTrip ? farWindow : nearWindow;
+}
+
 bool ZKSftpWriter::send(bool all) {
-    while (m_file && m_pending.size() > m_acknowledged &&
-           (all || m_pending.size() - m_acknowledged >= writeWindow)) {
+    while (m_file) {
+        // Whole requests only, as long as the window has room for them; a
+        // write that hands over nothing new waits for the next answer.
+        const qsizetype room = std::max<qsizetype>(0, m_window - (m_handed - m_acknowledged));
+        qsizetype ready = std::min(m_pending.size() - m_handed, room);
+        if (!all) {
+            ready -= ready % requestSize;
+        }
+        m_handed += ready;
+        const qsizetype inFlight = m_handed - m_acknowledged;
+        if (inFlight == 0 || (!all && inFlight + requestSize <= m_window)) {
+            break; // done, or room for more than there is yet
+        }
         ZKSftpFailure failure;
-        const qint64 taken = m_file->write(m_pending.constData() + m_acknowledged,
-                                           quint64(m_pending.size() - m_acknowledged), &failure);
+        const qint64 taken =
+            m_file->write(m_pending.constData() + m_acknowledged, quint64(inFlight), &failure);
         if (taken < 0) {
             m_pending.clear();
             m_acknowledged = 0;
+            m_handed = 0;
             fail(ZKSftpErrors::UnableToWrite, {endpointUrl().path(), shownHost(), failure.text});
             return false;
         }
         m_acknowledged += qsizetype(taken);
         // Moved down now and then, not at each answer, which would move
         // the whole window each time.
-        if (m_acknowledged >= writeWindow) {
+        if (m_acknowledged >= m_window) {
             m_pending.remove(0, m_acknowledged);
+            m_handed -= m_acknowledged;
             m_acknowledged = 0;
-        }
-        if (!all && m_pending.size() - m_acknowledged < 2 * writeWindow) {
-            break;
         }
     }
     return true;
@@ -194,6 +222,7 @@ void ZKSftpWriter::close() {
     const bool sent = send(true);
     m_pending.clear();
     m_acknowledged = 0;
+    m_handed = 0;
     ZKSftpFailure failure;
     if (!m_file->close(&failure) && sent) {
         fail(ZKSftpErrors::UnableToWrite, {endpointUrl().path(), shownHost(), failure.text});

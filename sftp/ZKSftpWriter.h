@@ -11,6 +11,7 @@
 #include <QUrl>
 #include <QVariantMap>
 
+#include <chrono>
 #include <memory>
 #include <optional>
 
@@ -86,16 +87,20 @@ private:
     bool send(bool all);
     std::shared_ptr<ZKSftpWriter> makeChild(const QString &name, bool isDirectory);
     bool removeTree(const QByteArray &path, const std::function<bool()> &isCancelled, int depth);
+    void measureWindow(std::chrono::steady_clock::time_point asked);
 
     QString m_filename;
     bool m_isDirectory = false;
     quint64 m_size = 0;
     std::unique_ptr<ZKSftpFile> m_file;
-    // What was given and not yet acknowledged, from m_acknowledged on: the
-    // start of it was sent already, the rest waits to be. Kept to about
-    // writeWindow bytes, which stay in flight over a long round trip.
     std::optional<QDateTime> m_newModificationDate;
     std::optional<quint32> m_newPermissions;
+    // What was given and not yet acknowledged, from m_acknowledged on; up to
+    // m_handed it is in the library's hands (sent or being sent), the rest
+    // waits for a whole request. m_window bytes are kept in flight, more
+    // where the round trip is long.
     QByteArray m_pending;
     qsizetype m_acknowledged = 0;
+    qsizetype m_handed = 0;
+    qsizetype m_window = 0;
 };
