@@ -56,6 +56,10 @@ public:
     // Called after the setters above: a writer that gathers their changes,
     // to make them in one request, makes them here.
     virtual void applyAttributes() {}
+    // Whether a file takes its attributes before it is closed: a local one
+    // through the descriptor it was written through, a remote one that sends
+    // them along with its close. Others take them once closed.
+    virtual bool takesAttributesWhileOpen() const { return isLocal(); }
 
     virtual QString filename() const = 0;
     virtual QString icon() const = 0;

@@ -272,22 +272,22 @@ void ZKCopyOperation::copyFileFrom(ZKReader &reader, ZKWriter &folder) {
         file->close();
         return;
     }
-    // A local file takes its attributes through the descriptor it was
-    // written through, which spares looking up its path for each; a remote
-    // one only once its transfer has ended.
-    const bool whileOpen = file->isLocal();
-    if (!whileOpen) {
+    const auto close = [&] {
         file->close();
         // Closing is where a remote file learns whether all of it arrived.
-        if (!isCancelled() && !hasError() && file->error()) {
+        if (!file->isLocal() && !isCancelled() && !hasError() && file->error()) {
             takeError(file->error(), openError(file->filename()));
         }
+    };
+    const bool whileOpen = file->takesAttributesWhileOpen();
+    if (!whileOpen) {
+        close();
     }
     if (!isCancelled() && !hasError()) {
         copyAttributesFrom(reader, *file, true);
     }
     if (whileOpen) {
-        file->close();
+        close();
     }
     if (!isCancelled() && !hasError() && m_givesRealNames && partName != name) {
         giveRealName(folder, partName, name);

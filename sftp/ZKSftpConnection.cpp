@@ -53,6 +53,21 @@ QString localUser() {
     return QFile::decodeName(found->pw_name);
 }
 
+LIBSSH2_SFTP_ATTRIBUTES changedAttributes(const std::optional<QDateTime> &modificationDate,
+                                          const std::optional<quint32> &permissions) {
+    LIBSSH2_SFTP_ATTRIBUTES raw{};
+    if (modificationDate && modificationDate->isValid()) {
+        raw.flags |= LIBSSH2_SFTP_ATTR_ACMODTIME;
+        raw.mtime = static_cast<unsigned long>(modificationDate->toSecsSinceEpoch());
+        raw.atime = raw.mtime;
+    }
+    if (permissions) {
+        raw.flags |= LIBSSH2_SFTP_ATTR_PERMISSIONS;
+        raw.permissions = *permissions & 07777;
+    }
+    return raw;
+}
+
 void initialiseLibrary() {
     static std::once_flag once;
     std::call_once(once, [] { libssh2_init(0); });
@@ -692,16 +707,7 @@ bool ZKSftpConnection::setAttributes(const QByteArray &path,
         return false;
     }
     const std::shared_ptr<Session> session = m_session;
-    LIBSSH2_SFTP_ATTRIBUTES raw{};
-    if (modificationDate && modificationDate->isValid()) {
-        raw.flags |= LIBSSH2_SFTP_ATTR_ACMODTIME;
-        raw.mtime = static_cast<unsigned long>(modificationDate->toSecsSinceEpoch());
-        raw.atime = raw.mtime;
-    }
-    if (permissions) {
-        raw.flags |= LIBSSH2_SFTP_ATTR_PERMISSIONS;
-        raw.permissions = *permissions & 07777;
-    }
+    LIBSSH2_SFTP_ATTRIBUTES raw = changedAttributes(modificationDate, permissions);
     if (raw.flags == 0) {
         return true;
     }
@@ -784,6 +790,95 @@ void ZKSftpFile::seek(quint64 position) {
     if (m_handle && !m_session->lost) {
         libssh2_sftp_seek64(static_cast<LIBSSH2_SFTP_HANDLE *>(m_handle), position);
     }
+}
+
+bool ZKSftpFile::finish(const char *data, quint64 length,
+                        const std::optional<QDateTime> &modificationDate,
+                        const std::optional<quint32> &permissions, ZKSftpFailure *failure) {
+    const QString lost =
+        ZKSftpErrors::text(ZKSftpErrors::ConnectionLost, {m_connection->shownHost(), QString()});
+    if (!m_handle) {
+        failure->text = lost;
+        return false;
+    }
+    std::lock_guard locker(m_connection->m_lock);
+    auto *handle = static_cast<LIBSSH2_SFTP_HANDLE *>(m_handle);
+    m_handle = nullptr;
+    if (m_session->lost) {
+        libssh2_sftp_close_handle(handle); // only closing frees the library's handle
+        failure->text = lost;
+        return false;
+    }
+    LIBSSH2_SESSION *session = m_session->session;
+    LIBSSH2_SFTP_ATTRIBUTES raw = changedAttributes(modificationDate, permissions);
+    const bool changing = raw.flags != 0;
+    // The channel is one stream: a request may start only once the one
+    // before it went out whole. It did when the call waits for nothing but
+    // the answer, and the channel's window had room for everything at once
+    // (where it has not, the library would send part of a request).
+    constexpr quint64 requestSize = 30000;
+    constexpr quint64 requestOverhead = 64;
+    const bool ahead = libssh2_channel_window_write(libssh2_sftp_get_channel(m_session->sftp)) >=
+                       length + (length / requestSize + 3) * requestOverhead;
+    const auto sentWhole = [session](long result) {
+        return result >= 0 ||
+               (result == LIBSSH2_ERROR_EAGAIN &&
+                libssh2_session_block_directions(session) == LIBSSH2_SESSION_BLOCK_INBOUND);
+    };
+    bool written = true;
+    quint64 acknowledged = 0;
+    bool statStarted = false;
+    std::optional<int> closed;
+    if (ahead) {
+        libssh2_session_set_blocking(session, 0);
+        bool goOn = true;
+        if (length > 0) {
+            const ssize_t taken = libssh2_sftp_write(handle, data, size_t(length));
+            acknowledged = taken > 0 ? quint64(taken) : 0;
+            goOn = sentWhole(taken);
+            if (taken < 0 && taken != LIBSSH2_ERROR_EAGAIN) {
+                m_connection->fail(m_session, failure);
+                written = false;
+            }
+        }
+        if (goOn && changing) {
+            statStarted = true;
+            goOn = sentWhole(libssh2_sftp_fstat_ex(handle, &raw, 1));
+        }
+        if (goOn) {
+            // Any answer but "wait" means the library let the handle go.
+            const int result = libssh2_sftp_close_handle(handle);
+            if (result != LIBSSH2_ERROR_EAGAIN) {
+                closed = result;
+            }
+        }
+        libssh2_session_set_blocking(session, 1);
+    }
+    // The answers, in order, sending what did not go ahead. Every request
+    // started is carried through, whatever failed before it, so that the
+    // library is ready for the next file.
+    while (written && acknowledged < length) {
+        const ssize_t taken =
+            libssh2_sftp_write(handle, data + acknowledged, size_t(length - acknowledged));
+        if (taken < 0) {
+            m_connection->fail(m_session, failure);
+            written = false;
+            break;
+        }
+        acknowledged += quint64(taken);
+    }
+    if (statStarted || (written && changing)) {
+        // Best effort: a date or mode that cannot be set fails no copy.
+        libssh2_sftp_fstat_ex(handle, &raw, 1);
+    }
+    if (!closed) {
+        closed = libssh2_sftp_close_handle(handle);
+    }
+    if (*closed != 0 && written) {
+        m_connection->fail(m_session, failure);
+        return false;
+    }
+    return written;
 }
 
 bool ZKSftpFile::close(ZKSftpFailure *failure) {

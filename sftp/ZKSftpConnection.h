@@ -138,6 +138,14 @@ public:
     // requests stay in flight.
     qint64 write(const char *data, quint64 length, ZKSftpFailure *failure);
     void seek(quint64 position);
+    // Sends what of data was not acknowledged yet, then the new date and
+    // mode, then closes the file, sending each before waiting for the answer
+    // to the one before where the channel lets it: one round trip where
+    // there would be three. The server takes them in order, so the date is
+    // set after the last byte. A date or mode that cannot be set is passed
+    // over; false when a byte or the close failed.
+    bool finish(const char *data, quint64 length, const std::optional<QDateTime> &modificationDate,
+                const std::optional<quint32> &permissions, ZKSftpFailure *failure);
     // Waits for the server to take what was written; false when it did not.
     bool close(ZKSftpFailure *failure);
 

@@ -219,12 +219,18 @@ void ZKSftpWriter::close() {
     if (!m_file) {
         return;
     }
-    const bool sent = send(true);
+    // The date and mode a copy was given go with the close: the server
+    // sets them after the last byte, and nobody waits for them on their own.
+    const std::optional<QDateTime> date = std::exchange(m_newModificationDate, std::nullopt);
+    const std::optional<quint32> permissions = std::exchange(m_newPermissions, std::nullopt);
+    ZKSftpFailure failure;
+    const bool finished =
+        m_file->finish(m_pending.constData() + m_acknowledged,
+                       quint64(m_pending.size() - m_acknowledged), date, permissions, &failure);
     m_pending.clear();
     m_acknowledged = 0;
     m_handed = 0;
-    ZKSftpFailure failure;
-    if (!m_file->close(&failure) && sent) {
+    if (!finished && !error()) {
         fail(ZKSftpErrors::UnableToWrite, {endpointUrl().path(), shownHost(), failure.text});
     }
     m_file.reset();
@@ -415,8 +421,8 @@ void ZKSftpWriter::setPermissions(quint16 permissions) {
 }
 
 void ZKSftpWriter::applyAttributes() {
-    if (!m_newModificationDate && !m_newPermissions) {
-        return;
+    if (m_file || (!m_newModificationDate && !m_newPermissions)) {
+        return; // an open file takes them with its close
     }
     const std::optional<QDateTime> date = std::exchange(m_newModificationDate, std::nullopt);
     const std::optional<quint32> permissions = std::exchange(m_newPermissions, std::nullopt);

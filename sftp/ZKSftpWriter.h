@@ -68,6 +68,7 @@ public:
     void setIsImmutable(bool) override {}
     // The date and mode given are set in one request.
     void applyAttributes() override;
+    bool takesAttributesWhileOpen() const override { return true; }
 
     QString filename() const override { return m_filename; }
     QString icon() const override;
