@@ -5,6 +5,7 @@
 #include "ZKReaderFactory.h"
 
 #include "ZKEndpointErrors.h"
+#include "ZKHttpResponseKeeper.h"
 #include "ZKIcuDate.h"
 #include "ZKLogging.h"
 #include "ZKPartialFile.h"
@@ -243,7 +244,8 @@ ZKHttpReader::ZKHttpReader(const QVariantMap &propertyList)
 }
 
 ZKHttpReader::~ZKHttpReader() {
-    close();
+    endRequest(false);
+    discardKeptRequest();
 }
 
 QVariantMap ZKHttpReader::asPropertyList() const {
@@ -274,11 +276,82 @@ bool ZKHttpReader::open() {
         setError(ZKEndpointErrors::error(ZKEndpointErrors::InvalidUrl, {m_url.toString()}));
         return false;
     }
-    return seekToPosition(0);
+    if (continuesAt(0)) {
+        m_deferredStart.reset();
+        return true;
+    }
+    endRequest(false);
+    if (!adoptKeptRequest(std::nullopt)) {
+        const quint64 from = m_resumeHint < m_size ? m_resumeHint : 0;
+        startRequest(from);
+        const bool answered = waitForResponse();
+        if (from != 0 && m_responseReceived &&
+            (!answered || (m_statusCode != 200 && m_statusCode != 206))) {
+            // No piece there (the file is shorter now, or the server
+            // refused): the start of the file is what an open asks for.
+            qCInfo(lcEndpoints) << "No piece from" << from << "of" << m_url.toString()
+                                << "to go on with; asking from the start";
+            m_resumeHint = 0;
+            clearError();
+            endRequest(false);
+            startRequest(0);
+            return waitForResponse();
+        }
+        if (!answered) {
+            return false;
+        }
+    }
+    if (bodyStart() != 0) {
+        m_deferredStart = 0;
+    }
+    return true;
 }
 
 void ZKHttpReader::close() {
-    if (QNetworkReply *reply = m_reply.data()) {
+    endRequest(true);
+}
+
+quint64 ZKHttpReader::bodyStart() const {
+    // A server that ignores the range sends the file from its first byte;
+    // a refusal at the end has no body, and ends where it was asked.
+    return m_statusCode == 200 ? 0 : m_position;
+}
+
+qint64 ZKHttpReader::handedOutLength() const {
+    qint64 queued = 0;
+    for (const QByteArray &block : m_dataBlocks) {
+        queued += block.size();
+    }
+    return m_receivedLength - queued;
+}
+
+bool ZKHttpReader::continuesAt(quint64 position) const {
+    return m_reply && m_requestActive && m_responseReceived && !m_failure &&
+           (m_statusCode == 200 || m_statusCode == 206) && bodyStart() == position &&
+           handedOutLength() == 0 && Clock::now() - m_headArrival < answerShelfLife;
+}
+
+bool ZKHttpReader::isKeepable() const {
+    return m_manager && m_manager->thread() == QThread::currentThread() && continuesAt(bodyStart());
+}
+
+void ZKHttpReader::endRequest(bool keep) {
+    // Where a copy cut off in the middle of the body will want to go on.
+    if (m_responseReceived) {
+        const qint64 handedOut = handedOutLength();
+        if (handedOut > 0) {
+            const quint64 end = bodyStart() + quint64(handedOut);
+            m_resumeHint = m_statusCode == 206 && end < m_size ? end : 0;
+        }
+    }
+    m_deferredStart.reset();
+    for (const QMetaObject::Connection &connection : std::as_const(m_connections)) {
+        QObject::disconnect(connection);
+    }
+    m_connections.clear();
+    if (keep && isKeepable()) {
+        keepRequest();
+    } else if (QNetworkReply *reply = m_reply.data()) {
         // Nothing of the old request may reach this reader any more.
         QObject::disconnect(reply, nullptr, nullptr, nullptr);
     }
@@ -308,8 +381,103 @@ void ZKHttpReader::close() {
     m_failureReported = false;
 }
 
+void ZKHttpReader::keepRequest() {
+    discardKeptRequest();
+    KeptRequest kept;
+    kept.position = m_position;
+    kept.status = m_statusCode;
+    kept.askedIfRange = m_askedIfRange;
+    kept.completed = m_requestCompleted;
+    kept.announcedLength = m_announcedLength;
+    kept.receivedLength = m_receivedLength;
+    kept.dataBlocks = std::move(m_dataBlocks);
+    kept.headArrival = m_headArrival;
+    kept.entityTag = m_entityTag;
+    kept.lastModified = m_lastModified;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(answerShelfLife -
+                                                                   (Clock::now() - m_headArrival));
+    kept.ticket = ZKHttpResponseKeeper::shared().keep({m_manager, m_reply}, left);
+    m_kept = std::move(kept);
+    m_manager = nullptr;
+    m_reply.clear();
+}
+
+void ZKHttpReader::discardKeptRequest() {
+    if (m_kept) {
+        ZKHttpResponseKeeper::shared().discard(m_kept->ticket);
+        m_kept.reset();
+    }
+}
+
+bool ZKHttpReader::adoptKeptRequest(std::optional<quint64> position) {
+    if (!m_kept) {
+        return false;
+    }
+    KeptRequest kept = std::move(*m_kept);
+    m_kept.reset();
+    const quint64 start = kept.status == 200 ? 0 : kept.position;
+    // Another request since would have let it go; the version is checked
+    // all the same, as any continued download's is.
+    if ((position && *position != start) || Clock::now() - kept.headArrival >= answerShelfLife ||
+        kept.entityTag != m_entityTag || kept.lastModified != m_lastModified) {
+        ZKHttpResponseKeeper::shared().discard(kept.ticket);
+        return false;
+    }
+    std::optional<ZKHttpResponseKeeper::Response> taken =
+        ZKHttpResponseKeeper::shared().take(kept.ticket);
+    if (!taken) {
+        return false;
+    }
+    QNetworkReply *reply = taken->reply.data();
+    if (!reply || (reply->isFinished() && reply->error() != QNetworkReply::NoError)) {
+        // Cut off while it waited: a fresh request does better.
+        if (reply) {
+            reply->abort();
+        }
+        delete taken->manager;
+        return false;
+    }
+    qCInfo(lcEndpoints) << "Reading on with the answer from" << start << "of" << m_url.toString();
+    m_manager = taken->manager;
+    m_reply = reply;
+    m_position = kept.position;
+    m_statusCode = kept.status;
+    m_askedIfRange = kept.askedIfRange;
+    m_announcedLength = kept.announcedLength;
+    m_receivedLength = kept.receivedLength;
+    m_dataBlocks = std::move(kept.dataBlocks);
+    m_headArrival = kept.headArrival;
+    m_requestActive = true;
+    m_responseReceived = true;
+    m_requestCompleted = kept.completed;
+    m_silenceStart.reset();
+    connectReply(reply);
+    if (!m_requestCompleted && reply->isFinished()) {
+        // Its end came while nobody listened.
+        requestFinished();
+    }
+    return true;
+}
+
+bool ZKHttpReader::startDeferredRequest() {
+    if (!m_deferredStart) {
+        return true;
+    }
+    const quint64 position = *m_deferredStart;
+    endRequest(false);
+    startRequest(position);
+    return waitForResponse();
+}
+
 bool ZKHttpReader::seekToPosition(quint64 position) {
-    close();
+    if (continuesAt(position)) {
+        m_deferredStart.reset();
+        return true;
+    }
+    endRequest(false);
+    if (adoptKeptRequest(position)) {
+        return true;
+    }
     startRequest(position);
     return waitForResponse();
 }
@@ -344,17 +512,24 @@ void ZKHttpReader::startRequest(quint64 position) {
     reply->setReadBufferSize(readAheadBytes);
     m_reply = reply;
     m_requestActive = true;
-    QObject::connect(reply, &QNetworkReply::metaDataChanged, reply,
-                     [this] { responseHeadArrived(false); });
-    QObject::connect(reply, &QNetworkReply::readyRead, reply, [this] { dataArrived(); });
-    QObject::connect(reply, &QNetworkReply::finished, reply, [this] { requestFinished(); });
-    QObject::connect(reply, &QNetworkReply::redirected, reply, [this](const QUrl &target) {
-        qCInfo(lcEndpoints) << "Following a redirect from" << m_url.toString() << "to"
-                            << target.toDisplayString();
-    });
+    connectReply(reply);
+}
+
+void ZKHttpReader::connectReply(QNetworkReply *reply) {
+    m_connections << QObject::connect(reply, &QNetworkReply::metaDataChanged, reply,
+                                      [this] { responseHeadArrived(false); });
+    m_connections << QObject::connect(reply, &QNetworkReply::readyRead, reply,
+                                      [this] { dataArrived(); });
+    m_connections << QObject::connect(reply, &QNetworkReply::finished, reply,
+                                      [this] { requestFinished(); });
+    m_connections << QObject::connect(
+        reply, &QNetworkReply::redirected, reply, [this](const QUrl &target) {
+            qCInfo(lcEndpoints) << "Following a redirect from" << m_url.toString() << "to"
+                                << target.toDisplayString();
+        });
     // A certificate the system does not vouch for passes only when the user
     // trusts it by its fingerprint.
-    QObject::connect(
+    m_connections << QObject::connect(
         reply, &QNetworkReply::sslErrors, reply, [this, reply](const QList<QSslError> &errors) {
             const QString fingerprint = QString::fromLatin1(reply->sslConfiguration()
                                                                 .peerCertificate()
@@ -432,6 +607,7 @@ void ZKHttpReader::responseHeadArrived(bool isFinal) {
     noteVersion(status, reply->rawHeader("ETag").trimmed(), lastModified);
     qCInfo(lcEndpoints, "Header fields: %s", qUtf8Printable(headerText(*reply)));
     m_responseReceived = true;
+    m_headArrival = Clock::now();
     if (m_failure) {
         // Bytes from the wrong place must never reach a file.
         endRequestAtHead(*reply);
@@ -459,6 +635,7 @@ void ZKHttpReader::errorStatusArrived(QNetworkReply &reply, int status) {
                                << "failed:" << m_failure->localizedDescription();
     }
     m_responseReceived = true;
+    m_headArrival = Clock::now();
     // An error page is never part of the file, whatever follows the head.
     endRequestAtHead(reply);
     somethingArrived();
@@ -694,6 +871,11 @@ QString ZKHttpReader::host() const {
 // ---- reading
 
 bool ZKHttpReader::hasMoreData() const {
+    if (m_deferredStart) {
+        // Opened from a piece further on, which a file has only when it
+        // holds bytes before it too; the read asks for them.
+        return true;
+    }
     if (!nothingQueued()) {
         return true;
     }
@@ -715,7 +897,7 @@ bool ZKHttpReader::hasMoreData() const {
 }
 
 QByteArray ZKHttpReader::readBlock() {
-    if (!hasMoreData()) {
+    if (!startDeferredRequest() || !hasMoreData()) {
         return {};
     }
     if (nothingQueued() && !waitForData()) {
@@ -727,7 +909,7 @@ QByteArray ZKHttpReader::readBlock() {
 }
 
 QByteArray ZKHttpReader::readBlockOfMaximumLength(quint64 length) {
-    if (length == 0 || !hasMoreData()) {
+    if (length == 0 || !startDeferredRequest() || !hasMoreData()) {
         return {};
     }
     if (nothingQueued() && !waitForData()) {
@@ -742,6 +924,9 @@ QByteArray ZKHttpReader::readBlockOfMaximumLength(quint64 length) {
 QByteArray ZKHttpReader::readBlockOfLength(quint64 length) {
     const qsizetype wanted = qsizetype(std::min<quint64>(length, quint64(INT32_MAX)));
     QByteArray result;
+    if (!startDeferredRequest()) {
+        return result;
+    }
     while (result.size() < wanted && hasMoreData()) {
         if (nothingQueued() && !waitForData()) {
             if (!m_requestCompleted || m_failure) {

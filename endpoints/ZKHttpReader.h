@@ -51,14 +51,22 @@ public:
 
     QVariantMap asPropertyList() const override;
 
+    // Asks for the file from where an earlier request of this reader was
+    // cut off in its body, if it was: the head tells all that an open must
+    // know, and a copy that continues there reads the body of the same
+    // answer. A read from elsewhere asks again first.
     bool open() override;
+    // An answer whose body nobody has begun is kept a few seconds, so that
+    // the next open or seek of this reader takes it instead of asking again
+    // (ZKHttpResponseKeeper).
     void close() override;
 
     QByteArray readBlock() override;
     QByteArray readBlockOfLength(quint64 length) override;
     QByteArray readBlockOfMaximumLength(quint64 length) override;
     // Starts a fresh request for the bytes from position on and waits for
-    // the head of the answer.
+    // the head of the answer, unless an answer whose body nobody has begun
+    // starts there and its head is only seconds old.
     bool seekToPosition(quint64 position) override;
 
     // A download is a single file: no children, no walk, no writer.
@@ -150,9 +158,49 @@ public:
     // standard one of the status, if any.
     static QString reasonPhraseOf(const QByteArray &sent, int status);
 
+    // How long an answer whose body nobody has begun may serve a later open
+    // or seek, counted from its head. Past it, the server may have given up
+    // on a connection nobody read from.
+    static constexpr std::chrono::seconds answerShelfLife{5};
+
 private:
     using Clock = std::chrono::steady_clock;
 
+    // A request whose head arrived and whose body nobody has begun, waiting
+    // in the keeper: what this reader knew of it.
+    struct KeptRequest {
+        quint64 ticket = 0;
+        quint64 position = 0;
+        int status = 0;
+        bool askedIfRange = false;
+        bool completed = false;
+        qint64 announcedLength = -1;
+        qint64 receivedLength = 0;
+        std::deque<QByteArray> dataBlocks;
+        Clock::time_point headArrival;
+        QByteArray entityTag;
+        QByteArray lastModified;
+    };
+
+    // Lets go of the request in flight: kept when keep allows and nobody has
+    // begun its body, else aborted.
+    void endRequest(bool keep);
+    bool isKeepable() const;
+    void keepRequest();
+    void discardKeptRequest();
+    // Takes the kept request when its body begins at position (anywhere
+    // when none is given) and it is still fresh; the kept request is gone
+    // either way.
+    bool adoptKeptRequest(std::optional<quint64> position);
+    // Whether the request in flight serves the bytes from position on as it
+    // stands.
+    bool continuesAt(quint64 position) const;
+    // Where the body of the answer begins in the file.
+    quint64 bodyStart() const;
+    qint64 handedOutLength() const;
+    // An open answered from elsewhere: a read asks for the right place first.
+    bool startDeferredRequest();
+    void connectReply(QNetworkReply *reply);
     void startRequest(quint64 position);
     void responseHeadArrived(bool isFinal);
     // An answer of 400 or above: nothing of its body is data of the file.
@@ -220,4 +268,14 @@ private:
     // hasMoreData() is a query, yet it lets the loop deliver what arrived.
     mutable QEventLoop *m_waitingLoop = nullptr;
     mutable std::optional<Clock::time_point> m_silenceStart;
+    // This reader's connections to the reply, and only those: the reply's
+    // own to the network thread must stay while it is kept.
+    QList<QMetaObject::Connection> m_connections;
+    Clock::time_point m_headArrival;
+    // Where the data handed out stopped when a request ended in the middle
+    // of its body; 0 when none did.
+    quint64 m_resumeHint = 0;
+    // Set when open() took an answer from elsewhere than the first byte.
+    std::optional<quint64> m_deferredStart;
+    std::optional<KeptRequest> m_kept;
 };

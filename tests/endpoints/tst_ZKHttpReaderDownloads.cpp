@@ -6,6 +6,7 @@
 // which ignores Range and answers 200.
 
 #include "ZKCopyTask.h"
+#include "ZKFaultRelay.h"
 #include "ZKFileSystemWriter.h"
 #include "ZKHttpReader.h"
 #include "ZKHttpServers.h"
@@ -58,6 +59,20 @@ class TestZKHttpReaderDownloads : public QObject {
         return ZKCopyTask::create(
             ZKReaderFactory::readerWithUrl(url),
             ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(m_out->path())));
+    }
+
+    // The requests nginx logged for path since the log had `from` bytes,
+    // leaving out the challenges that ask for a password.
+    QList<QByteArray> requestsFor(const QString &path, qsizetype from) const {
+        QList<QByteArray> found;
+        const QByteArray start = "GET " + path.toUtf8() + ' ';
+        const QList<QByteArray> lines = m_servers.nginxAccessLog().mid(from).split('\n');
+        for (const QByteArray &line : lines) {
+            if (line.startsWith(start) && !line.startsWith(start + "401 ")) {
+                found << line;
+            }
+        }
+        return found;
     }
 
     // Runs the copy step slowly and pauses it once the file at the
@@ -142,6 +157,82 @@ private Q_SLOTS:
                 "-\" sent=" + QByteArray::number(dataSize - partial);
             QVERIFY2(m_servers.nginxAccessLog().contains(resumed),
                      m_servers.nginxAccessLog().constData());
+        }
+    }
+
+    void oneRequestPerDownload_data() {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<qsizetype>("size");
+        QTest::addColumn<bool>("secure");
+        QTest::addColumn<bool>("cut");
+        QTest::newRow("plain") << "/one/plain.bin" << dataSize << false << false;
+        // Whole before anyone reads it: the answer ends while it waits.
+        QTest::newRow("small") << "/one/small.bin" << qsizetype(1000) << false << false;
+        // Far more than what the sockets and the read-ahead hold.
+        QTest::newRow("large") << "/one/large.bin" << qsizetype(48 * 1024 * 1024) << false << false;
+        QTest::newRow("HTTPS") << "/one/secure.bin" << dataSize << true << false;
+        // The first attempt is cut off; the next goes on from where it ended.
+        QTest::newRow("resumed after a cut") << "/one/cut.bin" << dataSize << false << true;
+        QTest::newRow("password") << "/private/one.bin" << dataSize << false << false;
+    }
+
+    // The look at the file's head before the copy and the copy itself are
+    // one request: the answer that told the size and name is the one whose
+    // body is written.
+    void oneRequestPerDownload() {
+        QFETCH(QString, path);
+        QFETCH(qsizetype, size);
+        QFETCH(bool, secure);
+        QFETCH(bool, cut);
+        if (secure && !QSslSocket::supportsSsl()) {
+            QSKIP("Qt has no TLS backend here");
+        }
+        const QString served = m_root.path() + path;
+        QVERIFY(QDir().mkpath(QFileInfo(served).path()));
+        const QByteArray content = ZKTestSupport::randomBytes(size, 31);
+        QVERIFY(ZKTestSupport::writeFile(served, content));
+        QUrl url = secure ? m_servers.nginxHttpsUrl(path) : m_servers.nginxUrl(path);
+        if (path.startsWith(QLatin1String("/private/"))) {
+            url.setUserName(ZKHttpServers::privateUser());
+            url.setPassword(ZKHttpServers::privatePassword());
+        }
+        auto untrust = qScopeGuard([] {
+            ZKUserDefaults::standard().setObject(QStringLiteral("trustedCertificates"), QVariant());
+        });
+        if (secure) {
+            QVERIFY(ZKTrustedCertificates::trust(QString::fromLatin1(
+                m_servers.certificate().digest(QCryptographicHash::Sha256).toHex(':').toUpper())));
+        }
+        ZKFaultRelay relay(QStringLiteral("127.0.0.1"), quint16(url.port()),
+                           ZKFaultRelay::Protocol::Plain);
+        if (cut) {
+            relay.setFault(ZKFaultRelay::Fault::Cut, size / 2);
+            url = relay.relayed(url);
+        }
+        const qsizetype logged = m_servers.nginxAccessLog().size();
+        const QString name = QFileInfo(served).fileName();
+
+        auto task = makeTask(url);
+        runTask(*task);
+        QStringList expected{QStringLiteral("range=\"bytes=0-\"")};
+        if (cut) {
+            QCOMPARE(task->state(), ZKTaskState(S::Failed));
+            const qint64 partial = QFileInfo(unfinished(name)).size();
+            QVERIFY2(partial > 0 && partial < size, qPrintable(QString::number(partial)));
+            expected << QStringLiteral("range=\"bytes=%1-\"").arg(partial);
+            task->reset();
+            runTask(*task);
+        }
+        QVERIFY2(task->state() == S::Completed, qUtf8Printable(errorText(*task)));
+        QVERIFY(ZKTestSupport::readFile(out(name)) == content);
+        // A request given up is logged once nginx notices; the one that
+        // carried the file is logged before its last byte arrived.
+        QTRY_VERIFY(requestsFor(path, logged).size() >= expected.size());
+        const QList<QByteArray> requests = requestsFor(path, logged);
+        const QString log = QString::fromUtf8(requests.join('\n'));
+        QVERIFY2(requests.size() == expected.size(), qUtf8Printable(log));
+        for (qsizetype i = 0; i < requests.size(); ++i) {
+            QVERIFY2(requests.at(i).contains(expected.at(i).toUtf8()), qUtf8Printable(log));
         }
     }
 

@@ -159,7 +159,7 @@ bool ZKHttpServers::startNginx(const QString &root) {
                 "events { worker_connections 128; }\n"
                 "http {\n"
                 "    log_format ranged '$request_method $uri $status range=\"$http_range\" "
-                "sent=$body_bytes_sent if_range=\"$http_if_range\"';\n"
+                "sent=$body_bytes_sent if_range=\"$http_if_range\" total=$bytes_sent';\n"
                 "    access_log %1/access.log ranged;\n"
                 "    client_body_temp_path %1/body;\n"
                 "    proxy_temp_path %1/proxy;\n"

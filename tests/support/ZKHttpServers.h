@@ -39,7 +39,8 @@ public:
     static QString privatePassword() { return QStringLiteral("Pw-private-9173"); }
 
     // One line per request nginx answered: method, path, status, the Range
-    // header asked for, the body bytes sent and the If-Range header.
+    // header asked for, the body bytes sent, the If-Range header and all
+    // bytes sent, head included.
     QByteArray nginxAccessLog() const;
     // The self-signed certificate nginx presents; trusted by nobody until a
     // test says so.
