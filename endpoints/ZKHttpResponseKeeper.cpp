@@ -5,6 +5,7 @@
 #include "ZKLogging.h"
 #include "ZKThreadSanitizer.h"
 
+#include <QCoreApplication>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QThread>
@@ -23,15 +24,48 @@ ZKHttpResponseKeeper::ZKHttpResponseKeeper()
     m_thread->setObjectName(QStringLiteral("ZKHttpResponseKeeper"));
     m_home->moveToThread(m_thread);
     m_thread->start();
+    // Ended with the application, while what its event loop uses is there.
+    qAddPostRoutine([] { shared().stop(); });
+}
+
+void ZKHttpResponseKeeper::stop() {
+    QHash<quint64, Response> left;
+    {
+        std::lock_guard locker(m_lock);
+        if (m_stopped) {
+            return;
+        }
+        m_stopped = true;
+        left.swap(m_responses);
+    }
+    ZKThreadSanitizer::release(this);
+    QMetaObject::invokeMethod(
+        m_home,
+        [this, &left] {
+            ZKThreadSanitizer::acquire(this);
+            for (const Response &response : std::as_const(left)) {
+                close(response);
+            }
+            ZKThreadSanitizer::release(this);
+        },
+        Qt::BlockingQueuedConnection);
+    ZKThreadSanitizer::acquire(this);
+    m_thread->quit();
+    m_thread->wait();
 }
 
 quint64 ZKHttpResponseKeeper::keep(const Response &response, std::chrono::milliseconds lifetime) {
-    if (response.manager) {
-        response.manager->moveToThread(m_thread);
-    }
     quint64 ticket = 0;
     {
         std::lock_guard locker(m_lock);
+        if (m_stopped) {
+            // The application is ending: nothing will take it.
+            close(response);
+            return 0;
+        }
+        if (response.manager) {
+            response.manager->moveToThread(m_thread);
+        }
         ticket = ++m_lastTicket;
         m_responses.insert(ticket, response);
     }

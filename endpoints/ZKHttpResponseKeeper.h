@@ -41,7 +41,8 @@ public:
 
     // Takes the manager, which must belong to the calling thread, with the
     // reply it made, and closes them once lifetime has passed unless they
-    // were taken before. Answers the ticket to take them with.
+    // were taken before. Answers the ticket to take them with; 0 when the
+    // application is ending, and they were closed at once.
     quint64 keep(const Response &response, std::chrono::milliseconds lifetime);
     // Moves the manager to the calling thread and hands it back; nothing
     // when it was closed meanwhile.
@@ -53,6 +54,8 @@ public:
 
 private:
     ZKHttpResponseKeeper();
+    // Closes every kept answer and ends the thread.
+    void stop();
     // Runs on the keeper's thread, where the managers then belong.
     static void close(const Response &response);
     void expire(quint64 ticket);
@@ -60,6 +63,7 @@ private:
     mutable std::mutex m_lock;
     QHash<quint64, Response> m_responses;
     quint64 m_lastTicket = 0;
+    bool m_stopped = false;
     QThread *m_thread = nullptr;
     // Lives on m_thread: what is sent there is run in its event loop.
     QObject *m_home = nullptr;

@@ -25,6 +25,7 @@
 #include <QSslSocket>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
 
 using S = ZKTaskState;
 
@@ -234,6 +235,32 @@ private Q_SLOTS:
         for (qsizetype i = 0; i < requests.size(); ++i) {
             QVERIFY2(requests.at(i).contains(expected.at(i).toUtf8()), qUtf8Printable(log));
         }
+    }
+
+    // The look at the head and the copy may run on different workers: the
+    // answer goes from one thread to the other, and its data with it.
+    void answerMovesToTheReadingThread() {
+        const QString path = QStringLiteral("/data.bin");
+        auto reader = ZKHttpReader::readerWithUrl(m_servers.nginxUrl(path));
+        const qsizetype logged = m_servers.nginxAccessLog().size();
+        bool opened = false;
+        std::unique_ptr<QThread> worker(QThread::create([&] {
+            opened = reader->open();
+            reader->close();
+        }));
+        worker->start();
+        QVERIFY(worker->wait(30000));
+        QVERIFY2(opened, qUtf8Printable(errorText(reader->error())));
+        QVERIFY(reader->open());
+        QByteArray all;
+        while (reader->hasMoreData()) {
+            const QByteArray block = reader->readBlock();
+            QVERIFY2(!block.isEmpty(), qUtf8Printable(errorText(reader->error())));
+            all += block;
+        }
+        reader->close();
+        QVERIFY(all == m_data);
+        QCOMPARE(requestsFor(path, logged).size(), 1);
     }
 
     void untrustedCertificateFailsUntilTrusted() {
