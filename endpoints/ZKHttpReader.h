@@ -29,7 +29,8 @@ class QNetworkReply;
 // that thread waits inside this reader: each request's network manager is
 // made on that thread and delivers its signals through a nested event loop.
 // A reader is therefore used from one thread at a time and takes no locks;
-// close it on the thread that read.
+// close it on the thread that read. An answer kept by close() waits on the
+// keeper's thread, and comes to whichever thread opens the reader next.
 class ZKHttpReader : public ZKReader {
 public:
     // The network failures are kept in this domain, with the number of
