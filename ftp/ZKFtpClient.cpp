@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKFtpClient.h"
 
+#include "ZKFtpConnectionPool.h"
 #include "ZKFtpReply.h"
 #include "ZKLogging.h"
 #include "ZKReader.h"
@@ -49,7 +50,10 @@ ZKOptionalError ZKFtpClient::error() const {
     return m_error;
 }
 
-void ZKFtpClient::setError(const ZKOptionalError &error) {
+void ZKFtpClient::setError(const ZKOptionalError &error, bool refusal) {
+    if (error && !refusal) {
+        m_unreliable = true;
+    }
     std::lock_guard locker(m_errorLock);
     m_error = error;
 }
@@ -74,6 +78,9 @@ void ZKFtpClient::connectToHost(const QString &host, qint32 port, bool secure) {
     m_currentPath.clear();
     m_controlResponses.clear();
     m_triesExtendedPassive = true;
+    m_listsLong = true;
+    m_unreliable = false;
+    m_poolKey.clear();
     m_secure = secure;
     m_host = host;
     if (host.isEmpty()) {
@@ -105,6 +112,7 @@ void ZKFtpClient::connectToHost(const QString &host, qint32 port, bool secure) {
 }
 
 void ZKFtpClient::disconnect() {
+    forgetListings();
     if (m_dataSocket) {
         m_dataSocket->disconnect();
         m_dataSocket.reset();
@@ -127,14 +135,62 @@ void ZKFtpClient::releaseConnection() {
     }
     qCInfo(lcFtp) << "Released connection";
     --m_referenceCount;
-    if (m_referenceCount == 0) {
-        disconnect();
-        qCInfo(lcFtp) << "Disconnected";
+    if (m_referenceCount != 0) {
+        return;
     }
+    if (!m_poolKey.isEmpty() && !m_unreliable && isIdle()) {
+        const QString key = m_poolKey;
+        auto parked = std::make_unique<ZKFtpClient>();
+        parked->moveConnectionFrom(*this);
+        ZKFtpConnectionPool::park(key, std::move(parked));
+        qCInfo(lcFtp) << "Parked connection";
+        return;
+    }
+    disconnect();
+    qCInfo(lcFtp) << "Disconnected";
 }
 
 bool ZKFtpClient::isConnected() const {
     return m_controlSocket != nullptr;
+}
+
+bool ZKFtpClient::isIdle() const {
+    return m_controlSocket && !m_dataSocket && m_controlResponses.isEmpty() &&
+           m_controlSocket->isIdle();
+}
+
+bool ZKFtpClient::adoptPooledConnection(const QString &key) {
+    std::unique_ptr<ZKFtpClient> parked = ZKFtpConnectionPool::take(key);
+    if (!parked) {
+        return false;
+    }
+    disconnect();
+    moveConnectionFrom(*parked);
+    clearError();
+    m_referenceCount = 0;
+    retainConnection();
+    qCInfo(lcFtp) << "Reusing a parked connection";
+    return true;
+}
+
+void ZKFtpClient::moveConnectionFrom(ZKFtpClient &other) {
+    m_controlSocket = std::move(other.m_controlSocket);
+    m_dataSocket.reset();
+    m_controlResponses.clear();
+    m_currentPath = std::exchange(other.m_currentPath, {});
+    m_supportsRfc3659 = other.m_supportsRfc3659;
+    m_listsWithMlsd = other.m_listsWithMlsd;
+    m_listsLong = other.m_listsLong;
+    m_triesExtendedPassive = other.m_triesExtendedPassive;
+    m_canRename = other.m_canRename;
+    m_secure = other.m_secure;
+    m_host = other.m_host;
+    m_poolKey = std::exchange(other.m_poolKey, {});
+    m_unreliable = other.m_unreliable;
+    // Another task may have changed any folder since.
+    forgetListings();
+    other.m_referenceCount = 0;
+    other.disconnect();
 }
 
 void ZKFtpClient::sendControlRequest(const QString &command, const QString &parameter) {
@@ -212,7 +268,7 @@ std::optional<QString> ZKFtpClient::readControlResponse() {
     }
     const QString line = m_controlResponses.takeFirst();
     if (const ZKOptionalError replyError = ZKFtpReply::errorOf(line)) {
-        setError(replyError);
+        setError(replyError, true);
     }
     return line;
 }
@@ -414,6 +470,9 @@ void ZKFtpClient::endRetrieve() {
     // Stopped before the end: urgent ABOR, then the same text once more as
     // an ordinary line, which puts "ABOR" CR LF CR LF on the wire.
     const ZKOptionalError remembered = error();
+    // What the server still says about the abort is guessed at, not known:
+    // the conversation is not lent to another endpoint after it.
+    m_unreliable = true;
     // Urgent data would cut into a TLS record: over TLS the line goes alone.
     if (m_controlSocket && !m_controlSocket->isEncrypted()) {
         m_controlSocket->sendOutOfBandString(abortLine);
@@ -436,7 +495,7 @@ void ZKFtpClient::endRetrieve() {
         qCInfo(lcFtp).noquote() << QString::fromUtf8(*data);
     }
     m_controlResponses.clear();
-    setError(remembered);
+    setError(remembered, true);
 }
 
 void ZKFtpClient::beginStore(const QString &name) {
@@ -445,6 +504,7 @@ void ZKFtpClient::beginStore(const QString &name) {
     if (error()) {
         return;
     }
+    noteChanged(name);
     command(QStringLiteral("APPE"), name);
     secureDataConnection();
 }
@@ -525,16 +585,19 @@ void ZKFtpClient::leaveSubdirectory() {
 
 void ZKFtpClient::createDirectory(const QString &name) {
     clearError();
+    noteChanged(name);
     command(QStringLiteral("MKD"), name);
 }
 
 void ZKFtpClient::removeDirectory(const QString &name) {
     clearError();
+    noteChanged(name);
     command(QStringLiteral("RMD"), name);
 }
 
 void ZKFtpClient::removeFile(const QString &name) {
     clearError();
+    noteChanged(name);
     command(QStringLiteral("DELE"), name);
 }
 
@@ -570,6 +633,8 @@ bool ZKFtpClient::canRenameItems() {
 
 bool ZKFtpClient::renameItem(const QString &fromPath, const QString &toPath) {
     clearError();
+    noteChanged(fromPath);
+    noteChanged(toPath);
     sendControlRequest(QStringLiteral("RNFR"), fromPath);
     const std::optional<QString> pending = error() ? std::nullopt : readControlResponse();
     if (error()) {
@@ -705,11 +770,131 @@ std::optional<QList<ZKFtpItem>> ZKFtpClient::listMachineItems() {
     return items;
 }
 
+std::optional<QList<ZKFtpItem>> ZKFtpClient::listLongItems() {
+    const std::optional<QString> text = receiveListing(QStringLiteral("LIST"));
+    if (!text) {
+        const ZKOptionalError refusal = error();
+        if (refusal && refusal->domain() == errorDomain &&
+            (refusal->code() == 500 || refusal->code() == 502 || refusal->code() == 504)) {
+            qCInfo(lcFtp) << "LIST refused; listing with NLST from now on";
+            m_listsLong = false;
+            clearError();
+        }
+        return std::nullopt;
+    }
+    QList<ZKFtpItem> items;
+    for (const QString &line :
+         text->split(QRegularExpression(QStringLiteral("[\\r\\n]+")), Qt::SkipEmptyParts)) {
+        if (line.startsWith(QLatin1String("total "))) {
+            continue;
+        }
+        const std::optional<ZKFtpItem> item = ZKFtpItem::fileOrFolderOfLongListing(line);
+        if (!item) {
+            // A link, or a form this reader does not know: NLST and SIZE
+            // say what every entry is.
+            qCInfo(lcFtp) << "Listing" << m_currentPath << "with NLST: LIST gave" << line;
+            return std::nullopt;
+        }
+        if (item->name() != QLatin1String(".") && item->name() != QLatin1String("..")) {
+            items.append(*item);
+        }
+    }
+    return items;
+}
+
+namespace {
+
+// Enough for the folders a copy has entered and not yet left, in all but
+// the deepest trees; older ones are asked about again.
+constexpr qsizetype maximumListings = 32;
+
+QString listingKey(const QStringList &path) {
+    return path.join(QLatin1Char('/'));
+}
+
+} // namespace
+
+void ZKFtpClient::noteListing(const QList<ZKFtpItem> &items) {
+    const QString key = listingKey(m_currentPath);
+    Listing &listing = m_listings[key];
+    listing.items.clear();
+    listing.changedNames.clear();
+    for (const ZKFtpItem &item : items) {
+        listing.items.insert(item.name(), item);
+    }
+    m_listingOrder.removeOne(key);
+    m_listingOrder.append(key);
+    while (m_listingOrder.size() > maximumListings) {
+        m_listings.remove(m_listingOrder.takeFirst());
+    }
+}
+
+void ZKFtpClient::forgetListings() {
+    m_listings.clear();
+    m_listingOrder.clear();
+}
+
+void ZKFtpClient::noteChanged(const QString &name) {
+    // A path may lead to any folder, this one included.
+    if (name.contains(QLatin1Char('/'))) {
+        forgetListings();
+        return;
+    }
+    const auto listing = m_listings.find(listingKey(m_currentPath));
+    if (listing != m_listings.end()) {
+        listing->changedNames.insert(name);
+    }
+}
+
+std::optional<ZKFtpItem> ZKFtpClient::listedItem(const QString &name, bool *listed) const {
+    const QString key = listingKey(m_currentPath);
+    const auto listing = m_listings.constFind(key);
+    *listed = listing != m_listings.cend() && !listing->changedNames.contains(name);
+    if (!*listed) {
+        return std::nullopt;
+    }
+    m_listingOrder.removeOne(key);
+    m_listingOrder.append(key);
+    const auto found = listing->items.constFind(name);
+    return found == listing->items.cend() ? std::nullopt : std::optional<ZKFtpItem>(*found);
+}
+
+std::optional<bool> ZKFtpClient::isFile(const QString &name) {
+    clearError();
+    sendControlRequest(QStringLiteral("SIZE"), name);
+    const std::optional<QString> reply = error() ? std::nullopt : readControlResponse();
+    if (!reply) {
+        return std::nullopt;
+    }
+    const bool unknown = reply->startsWith(QLatin1String("500")) ||
+                         reply->startsWith(QLatin1String("502")) ||
+                         reply->startsWith(QLatin1String("504"));
+    const bool sized = !error();
+    clearError();
+    if (unknown) {
+        return std::nullopt;
+    }
+    return sized;
+}
+
 std::optional<QList<ZKFtpItem>> ZKFtpClient::listItems() {
     if (m_listsWithMlsd) {
         std::optional<QList<ZKFtpItem>> items = listMachineItems();
+        if (items) {
+            noteListing(*items);
+        }
         if (items || m_listsWithMlsd) {
             return items;
+        }
+    }
+    if (m_listsLong) {
+        std::optional<QList<ZKFtpItem>> items = listLongItems();
+        if (items) {
+            noteListing(*items);
+            return items;
+        }
+        if (error()) {
+            return std::nullopt;
         }
     }
     const std::optional<QString> listing = receiveListing(QStringLiteral("NLST"));
@@ -738,6 +923,7 @@ std::optional<QList<ZKFtpItem>> ZKFtpClient::listItems() {
         items.append(*item);
     }
     clearError();
+    noteListing(items);
     return items;
 }
 

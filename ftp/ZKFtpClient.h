@@ -8,7 +8,9 @@
 #include "ZKSocket.h"
 
 #include <QByteArray>
+#include <QHash>
 #include <QList>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 
@@ -20,14 +22,16 @@
 // A thin synchronous FTP control client over one ZKSocket, with a passive
 // data connection per transfer or listing. It knows AUTH, USER, PASS, PBSZ,
 // PROT, TYPE, FEAT, EPSV, PASV, REST, RETR, APPE, ABOR, CWD, CDUP, MKD, RMD,
-// DELE, RNFR, RNTO, MLSD, NLST and SIZE, and no other command: uploads always
-// append, and the working directory is tracked here rather than asked of the
-// server.
+// DELE, RNFR, RNTO, MLSD, LIST, NLST and SIZE, and no other command: uploads
+// always append, and the working directory is tracked here rather than asked
+// of the server.
 //
 // Every operation leaves its outcome in error(); the caller inspects it after
 // each call. Endpoints that share one connection count their uses with
-// retainConnection() and releaseConnection(); the last release disconnects.
-// A client is used by one thread at a time.
+// retainConnection() and releaseConnection(); the last release disconnects,
+// or, once a login gave the client a pool key, parks a connection that is
+// still fit for use in ZKFtpConnectionPool for the next endpoint of the
+// same server and account. A client is used by one thread at a time.
 class ZKFtpClient {
 public:
     static const QString errorDomain;
@@ -47,6 +51,14 @@ public:
     void retainConnection();
     void releaseConnection();
     bool isConnected() const;
+    // Connected, without a transfer or a reply outstanding, and nothing
+    // from the server waiting: fit to be lent to another endpoint.
+    bool isIdle() const;
+    // Set after a login: where the last release parks the connection.
+    void setPoolKey(const QString &key) { m_poolKey = key; }
+    // Takes over a connection parked under key, as the first use; false
+    // when none is there.
+    bool adoptPooledConnection(const QString &key);
     bool isSecure() const { return m_secure; }
 
     // USER, PASS, over TLS PBSZ 0 and PROT P, TYPE I, then FEAT to learn
@@ -98,6 +110,16 @@ public:
     // SIZE, or CWD and CDUP when that fails; nullopt (with CWD's error) when
     // neither works.
     std::optional<ZKFtpItem> itemWithName(const QString &name);
+    // What the last listing of the working directory on this connection
+    // told of name, kept up to date with what this client made, renamed and
+    // removed there since. *listed is false when there is no such listing;
+    // else nullopt means that the folder held no such entry.
+    std::optional<ZKFtpItem> listedItem(const QString &name, bool *listed) const;
+    void forgetListings();
+    // SIZE of name: true for a file the server sizes, false when it refuses
+    // (no such file, or a folder); nullopt when no answer came or the server
+    // does not know SIZE.
+    std::optional<bool> isFile(const QString &name);
 
     // "/a/b/c" gives "/a/b"; "/a" gives "/".
     static QString parentPath(const QString &path);
@@ -142,6 +164,15 @@ private:
     std::optional<QString> receiveListing(const QString &command);
     // nullopt with error() clear when the server refused MLSD.
     std::optional<QList<ZKFtpItem>> listMachineItems();
+    // LIST read as "ls -l" lines: nullopt with error() clear when the server
+    // refused LIST or a line is not a plain file or folder, which NLST and
+    // SIZE then tell instead.
+    std::optional<QList<ZKFtpItem>> listLongItems();
+    void noteListing(const QList<ZKFtpItem> &items);
+    // A name this client changed in the working directory (made, written,
+    // renamed, removed): the listing no longer tells what it is.
+    void noteChanged(const QString &name);
+    void moveConnectionFrom(ZKFtpClient &other);
     // SIZE of name: a file of that size, or a directory when refused;
     // nullopt when no answer came.
     std::optional<ZKFtpItem> sizedItem(const QString &name);
@@ -151,7 +182,10 @@ private:
     void command(const QString &name, const QString &parameter = QString());
     ZKFtpItem itemFromSizeReply(const QString &name, const QString &reply) const;
 
-    void setError(const ZKOptionalError &error);
+    // An error that is not a reply's own refusal leaves the conversation in
+    // a state nobody can vouch for (a reply may still come): such a
+    // connection is never lent out.
+    void setError(const ZKOptionalError &error, bool refusal = false);
     void setClientError(ZKFtpErrors::Message message, const QStringList &arguments = {});
     void copySocketError(const ZKSocket &socket);
     void clearError();
@@ -163,6 +197,18 @@ private:
     QStringList m_currentPath;
     bool m_supportsRfc3659 = true;
     bool m_listsWithMlsd = false;
+    bool m_listsLong = true;
+    bool m_unreliable = false;
+    QString m_poolKey;
+    // The latest listings on this connection, by folder (its components
+    // joined by "/"), the most recently used last: a copy goes back to a
+    // folder's listing after each of its subfolders.
+    struct Listing {
+        QHash<QString, ZKFtpItem> items;
+        QSet<QString> changedNames;
+    };
+    QHash<QString, Listing> m_listings;
+    mutable QStringList m_listingOrder;
     bool m_triesExtendedPassive = true;
     std::optional<bool> m_canRename;
     bool m_secure = false;

@@ -107,6 +107,28 @@ std::optional<ZKFtpItem> ZKFtpItem::itemWithString(const QString &line) {
     return std::nullopt;
 }
 
+std::optional<ZKFtpItem> ZKFtpItem::fileOrFolderOfLongListing(const QString &line) {
+    // Mode, links, owner, group, size, month, day, time or year, name.
+    thread_local const QRegularExpression longListing(QStringLiteral(
+        "^([-d])[-rwxsStT]{9}[+.@]? +[0-9]+ +[^ ]+ +[^ ]+ +([0-9]{1,19}) +[A-Za-z]{3} +[0-9]{1,2} "
+        "+(?:[0-9]{1,2}:[0-9]{2}|[0-9]{4}) (.+)$"));
+    const QRegularExpressionMatch match = longListing.match(line);
+    if (!match.hasMatch()) {
+        return std::nullopt;
+    }
+    bool sized = false;
+    const quint64 size = match.captured(2).toULongLong(&sized);
+    if (!sized) {
+        return std::nullopt;
+    }
+    ZKFtpItem item;
+    item.m_type = match.captured(1) == QLatin1String("d") ? Directory : File;
+    item.m_size = item.m_type == Directory ? 0 : size;
+    item.m_permissions = parsePosixPermissions(line.left(10));
+    item.m_name = match.captured(3);
+    return item;
+}
+
 bool ZKFtpItem::isMachineReadableListing(const QString &line) {
     return matchesExactlyOnce(machineReadablePattern, line);
 }

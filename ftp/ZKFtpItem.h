@@ -27,6 +27,13 @@ public:
     // expression matches decides.
     static std::optional<ZKFtpItem> itemWithString(const QString &line);
 
+    // A line of a Unix "ls -l" listing (LIST) naming a plain file or folder,
+    // read strictly: the name is everything after the single space that
+    // follows the time or year, runs of spaces and all; no date is taken,
+    // since such lines give none in a known zone. nullopt for a link, a
+    // device, or a line of any other form.
+    static std::optional<ZKFtpItem> fileOrFolderOfLongListing(const QString &line);
+
     static bool isMachineReadableListing(const QString &line);
     static bool isUnixStyleListing(const QString &line);
     static bool isWindowsStyleListing(const QString &line);

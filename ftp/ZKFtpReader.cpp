@@ -516,7 +516,14 @@ std::shared_ptr<ZKReader> ZKFtpReader::childWithName(const QString &name) {
     ftp()->changePath(ZKFtpUrl::pathComponents(m_url));
     std::optional<ZKFtpItem> item;
     if (!ftp()->error()) {
-        item = ftp()->itemWithName(name);
+        // A walk of this folder has just listed it (copies go through
+        // their folder's entries that way): asking again would cost a round
+        // trip for every file.
+        bool listed = false;
+        item = ftp()->listedItem(name, &listed);
+        if (!item) {
+            item = ftp()->itemWithName(name);
+        }
     }
     const bool isDirectory = item && item->type() == ZKFtpItem::Directory;
     return makeChild(ZKFtpUrl::childUrl(m_url, name, isDirectory), item);

@@ -19,12 +19,14 @@
 #include <optional>
 
 // The reader of a file or folder on an FTP server, named by an "ftp" URL. It
-// connects and logs in when opened, walks folders with CWD and CDUP, lists
-// them with NLST and SIZE, asks the date of a file it opens with MDTM (when
-// the server is taken to speak RFC 3659) and downloads with RETR, resuming
-// with REST. The readers of a folder's children share its client, so a whole
-// tree is read over one control connection. The account and its password
-// are kept as ZKFtpSession keeps them.
+// connects and logs in when opened (or takes a connection an earlier task
+// left logged in), walks folders with CWD and CDUP, lists them with MLSD, or
+// LIST, or NLST and SIZE, asks the date of a file it opens on its own with
+// MDTM (when the server is taken to speak RFC 3659) and downloads with RETR,
+// resuming with REST. The readers of a folder's children share its client
+// and take what they are from the folder's listing, so a whole tree is read
+// over one control connection with no command per file beyond its transfer.
+// The account and its password are kept as ZKFtpSession keeps them.
 //
 // Every error is in the application domain with code -1000.
 class ZKFtpReader : public ZKReader, public ZKFtpSession {

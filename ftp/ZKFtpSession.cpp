@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKFtpSession.h"
 
+#include "ZKFtpConnectionPool.h"
 #include "ZKFtpErrors.h"
 #include "ZKFtpUrl.h"
 #include "ZKKeyChain.h"
@@ -88,7 +89,16 @@ ZKOptionalError ZKFtpSession::logIn(const QUrl &url, const QString &shownHost, q
     if (!m_password && m_passwordStored) {
         m_password = ZKKeyChain::retrieveFtpPassword(url.host(), m_username);
     }
-    m_ftp->connectToHost(url.host(), ZKFtpUrl::controlPort(url), ZKFtpUrl::isSecure(url));
+    const bool secure = ZKFtpUrl::isSecure(url);
+    const qint32 port = ZKFtpUrl::controlPort(url);
+    const QString poolKey = ZKFtpConnectionPool::key(secure, url.host(), port, m_username,
+                                                     m_password.value_or(QString()));
+    // The task before, or another endpoint of this one, logged in already.
+    if (m_ftp->adoptPooledConnection(poolKey)) {
+        m_ftp->setSupportsRfc3659(m_supportsRfc3659);
+        return std::nullopt;
+    }
+    m_ftp->connectToHost(url.host(), port, secure);
     if (m_ftp->error()) {
         return ZKFtpErrors::error(ZKFtpErrors::UnableToConnect, code,
                                   {shownHost, clientDescription()});
@@ -98,6 +108,7 @@ ZKOptionalError ZKFtpSession::logIn(const QUrl &url, const QString &shownHost, q
         return ZKFtpErrors::error(ZKFtpErrors::UnableToLogIn, code,
                                   {shownHost, clientDescription()});
     }
+    m_ftp->setPoolKey(poolKey);
     return std::nullopt;
 }
 

@@ -63,10 +63,11 @@ protected:
     void writeAccount(QVariantMap &propertyList, const QUrl &url) const;
 
     // Takes one more use of the client's connection when it has one, else
-    // connects to the host of url and logs in, with the stored password when
-    // none is given. Either way the endpoint holds a use of the connection
-    // until releaseConnection(). Answers what failed, with the host written
-    // as shownHost and with code, or nothing.
+    // one that an earlier endpoint of the same server and account left
+    // logged in (ZKFtpConnectionPool), else connects to the host of url and
+    // logs in, with the stored password when none is given. Either way the endpoint holds a use of
+    // the connection until releaseConnection(). Answers what failed, with the host written as
+    // shownHost and with code, or nothing.
     ZKOptionalError logIn(const QUrl &url, const QString &shownHost, qint64 code);
     bool holdsConnection() const { return m_connected; }
     void releaseConnection();

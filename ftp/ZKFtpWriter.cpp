@@ -166,7 +166,13 @@ bool ZKFtpWriter::open() {
         fail(ZKFtpErrors::WriterPathNotFound, {m_url.path(), clientDescription()});
         return false;
     }
-    const std::optional<ZKFtpItem> item = ftp()->itemWithName(m_filename);
+    // Absent from the folder's listing moments ago: nothing to ask. Any
+    // entry there is asked about, for the size an upload resumes at.
+    bool listed = false;
+    std::optional<ZKFtpItem> item = ftp()->listedItem(m_filename, &listed);
+    if (!listed || item) {
+        item = ftp()->itemWithName(m_filename);
+    }
     if (m_isDirectory) {
         // An existing entry of that name is taken as it is.
         if (!item) {
@@ -304,13 +310,23 @@ bool ZKFtpWriter::renameItem(const QString &from, const QString &to, bool replac
         return false;
     }
     // The servers replace an existing name on RNTO: what the user has there
-    // is kept unless told otherwise, at the price of a look first.
+    // is kept unless told otherwise, at the price of a look first. A name
+    // the folder's listing did not hold can since have become a file only
+    // by someone else's upload, which SIZE finds; a folder made there
+    // meanwhile the servers refuse to rename onto.
     if (!replace) {
-        const std::shared_ptr<ZKReader> folder = asReader();
-        const bool opened = folder->open();
-        const bool taken = opened && folder->fileInfoForChild(to).has_value();
-        folder->close();
-        if (taken) {
+        bool listed = false;
+        std::optional<bool> taken;
+        if (!ftp()->listedItem(to, &listed) && listed) {
+            taken = ftp()->isFile(to);
+        }
+        if (!taken) {
+            const std::shared_ptr<ZKReader> folder = asReader();
+            const bool opened = folder->open();
+            taken = opened && folder->fileInfoForChild(to).has_value();
+            folder->close();
+        }
+        if (*taken) {
             fail(ZKFtpErrors::NameTaken, {m_url.path() + u'/' + to});
             return false;
         }
@@ -411,7 +427,11 @@ std::shared_ptr<ZKReader> ZKFtpWriter::asReader() {
         ftp()->changePath(parentPathComponents());
         std::optional<ZKFtpItem> item;
         if (!ftp()->error()) {
-            item = ftp()->itemWithName(m_filename);
+            bool listed = false;
+            item = ftp()->listedItem(m_filename, &listed);
+            if (!item) {
+                item = ftp()->itemWithName(m_filename);
+            }
         }
         reader = std::make_shared<ZKFtpReader>(m_url, username(), password(), ftp(), item);
     } else {

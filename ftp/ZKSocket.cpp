@@ -357,6 +357,18 @@ bool ZKSocket::hasMoreData() const {
     return waiting > 0;
 }
 
+bool ZKSocket::isIdle() const {
+    if (m_socketDescriptor == -1 || (m_ssl && SSL_pending(m_ssl) > 0)) {
+        return false;
+    }
+    const int saved = errno;
+    char scratch = 0;
+    const ssize_t waiting = ::recv(m_socketDescriptor, &scratch, 1, MSG_PEEK | MSG_DONTWAIT);
+    const bool idle = waiting == -1 && (errno == EAGAIN || errno == EWOULDBLOCK);
+    errno = saved;
+    return idle;
+}
+
 bool ZKSocket::waitForMoreData() const {
     if (m_socketDescriptor == -1) {
         return false;

@@ -102,6 +102,10 @@ public:
     // the stream, or a failure, also that of a socket not connected): waits
     // for it, never consumes, never touches error().
     bool waitUntilReadable(std::chrono::steady_clock::time_point deadline) const;
+    // Connected, with nothing waiting and the peer's end still open: a
+    // connection left unused that the peer has neither closed nor talked on
+    // (a time-out notice, a TLS alert). Never blocks, never consumes.
+    bool isIdle() const;
 
     bool isConnected() const { return m_socketDescriptor != -1; }
     int socketDescriptor() const { return m_socketDescriptor; }

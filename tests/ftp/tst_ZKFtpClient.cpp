@@ -207,14 +207,16 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("epsv"); // null: the server's own answer
         QTest::addColumn<QStringList>("sent");
         QTest::addColumn<QString>("error");
-        const QStringList extended{"EPSV", "NLST", "SIZE a", "EPSV", "NLST", "SIZE a"};
+        // LIST, refused, is not asked again on that connection.
+        const QStringList extended{"EPSV",   "LIST", "EPSV", "NLST",
+                                   "SIZE a", "EPSV", "NLST", "SIZE a"};
         QTest::newRow("IPv4") << QByteArray("127.0.0.1") << true << QByteArray() << extended
                               << QString();
         QTest::newRow("IPv6") << QByteArray("::1") << true << QByteArray() << extended << QString();
         // Refused once, never asked again on that connection.
         QTest::newRow("refused") << QByteArray("127.0.0.1") << false << QByteArray()
-                                 << QStringList{"EPSV", "PASV", "NLST",  "SIZE a",
-                                                "PASV", "NLST", "SIZE a"}
+                                 << QStringList{"EPSV",   "PASV", "LIST", "PASV",  "NLST",
+                                                "SIZE a", "PASV", "NLST", "SIZE a"}
                                  << QString();
         QTest::newRow("not understood")
             << QByteArray("127.0.0.1") << true
@@ -328,11 +330,12 @@ private Q_SLOTS:
             << announced << QByteArray() << QStringList({"EPSV", "PASV", "MLSD", "SIZE link"});
         QTest::newRow("announced, then refused")
             << announced << QByteArray("500 Unknown command\r\n")
-            << QStringList(
-                   {"EPSV", "PASV", "MLSD", "PASV", "NLST", "SIZE a.txt", "SIZE sub", "SIZE link"});
+            << QStringList({"EPSV", "PASV", "MLSD", "PASV", "LIST", "PASV", "NLST", "SIZE a.txt",
+                            "SIZE sub", "SIZE link"});
         QTest::newRow("not announced")
             << QByteArray("211-Features:\r\n MDTM\r\n211 End\r\n") << QByteArray()
-            << QStringList({"EPSV", "PASV", "NLST", "SIZE a.txt", "SIZE sub", "SIZE link"});
+            << QStringList(
+                   {"EPSV", "PASV", "LIST", "PASV", "NLST", "SIZE a.txt", "SIZE sub", "SIZE link"});
     }
 
     // One MLSD tells names, types, sizes and dates where the server offers it;

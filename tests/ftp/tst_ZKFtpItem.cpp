@@ -83,6 +83,48 @@ private Q_SLOTS:
         }
     }
 
+    // Strict LIST reading: what it takes, it takes exactly; anything that
+    // could be read two ways is refused and asked about by name instead.
+    void readsLongListingLines_data() {
+        QTest::addColumn<QString>("line");
+        QTest::addColumn<QString>("name"); // empty: refused
+        QTest::addColumn<qint32>("type");
+        QTest::addColumn<quint64>("size");
+        QTest::newRow("file") << "-rw-r--r--    1 0        0            4096 Nov 26 17:19 f1"
+                              << "f1" << qint32(ZKFtpItem::File) << quint64(4096);
+        QTest::newRow("folder, year") << "drwxr-xr-x    2 ftp ftp 512 Dec 24  2019 old"
+                                      << "old" << qint32(ZKFtpItem::Directory) << quint64(0);
+        QTest::newRow("spaces kept") << "-rw-r--r-- 1 u g 7 Mar  5 14:07  two  spaces "
+                                     << " two  spaces " << qint32(ZKFtpItem::File) << quint64(7);
+        QTest::newRow("arrow in a file name") << "-rw-r--r-- 1 u g 7 Mar  5 14:07 a -> b"
+                                              << "a -> b" << qint32(ZKFtpItem::File) << quint64(7);
+        QTest::newRow("link") << "lrwxrwxrwx 1 u g 7 Mar  5 14:07 a -> b"
+                              << "" << 0 << quint64(0);
+        QTest::newRow("device") << "crw-rw-rw- 1 u g 1, 3 Mar  5 14:07 null"
+                                << "" << 0 << quint64(0);
+        QTest::newRow("no group") << "-rw-r--r-- 1 u 7 Mar  5 14:07 a"
+                                  << "" << 0 << quint64(0);
+        QTest::newRow("overlong size") << "-rw-r--r-- 1 u g 99999999999999999999 Mar  5 14:07 a"
+                                       << "" << 0 << quint64(0);
+        QTest::newRow("facts") << "type=file;size=5; a"
+                               << "" << 0 << quint64(0);
+        QTest::newRow("total") << "total 48"
+                               << "" << 0 << quint64(0);
+    }
+
+    void readsLongListingLines() {
+        QFETCH(QString, line);
+        QFETCH(QString, name);
+        const std::optional<ZKFtpItem> item = ZKFtpItem::fileOrFolderOfLongListing(line);
+        QCOMPARE(item.has_value(), !name.isEmpty());
+        if (item) {
+            QCOMPARE(item->name(), name);
+            QTEST(item->type(), "type");
+            QTEST(item->size(), "size");
+            QVERIFY(!item->modificationDate().isValid());
+        }
+    }
+
     void permissionBits_data() {
         QTest::addColumn<QString>("text");
         QTest::addColumn<int>("bits");

@@ -263,8 +263,8 @@ private Q_SLOTS:
     void bigFolderIsListedInOneListing_data() { serverKinds(); }
 
     // Where the server offers MLSD (all but vsftpd), one listing tells every
-    // entry's type and size; elsewhere each name is asked about. Either way
-    // all 2,000 entries come back as they are.
+    // entry's type and size; elsewhere LIST does, read as "ls -l" lines.
+    // Either way all 2,000 entries come back as they are.
     void bigFolderIsListedInOneListing() {
         START_SERVER();
         QDir folder(served("many"));
@@ -293,12 +293,12 @@ private Q_SLOTS:
             QCOMPARE(item.size(), quint64(item.name().mid(1).toInt() % 7));
         }
         client.disconnect();
-        // As the server saw it: one MLSD and no SIZE, or NLST and a SIZE
-        // for every entry.
+        // As the server saw it: one listing, and no entry asked about.
         if (const std::optional<QStringList> commands = m_server->loggedCommands()) {
             const bool machine = kind != ZKFtpServers::Vsftpd;
             QCOMPARE(commands->count("MLSD"), machine ? 1 : 0);
-            QCOMPARE(commands->count("SIZE"), machine ? 0 : 2001);
+            QCOMPARE(commands->count("LIST"), machine ? 0 : 1);
+            QCOMPARE(commands->count("SIZE"), 0);
         }
     }
 
@@ -464,6 +464,77 @@ private Q_SLOTS:
                  QSet<QString>({QFileInfo(to).fileName(), QStringLiteral("old.bin")}));
         // The connection goes on: the next command gets its own reply.
         QVERIFY(client.itemWithName(to));
+    }
+
+    void sendsFewCommandsPerFile_data() {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<bool>("upload");
+        QTest::addColumn<int>("perFile");
+        // Down: EPSV and RETR. Up: EPSV and APPE, SIZE of what was stored,
+        // SIZE of the real name (kept unless replaced), RNFR and RNTO.
+        for (const ZKFtpServers::Kind kind : {ZKFtpServers::Vsftpd, ZKFtpServers::Proftpd}) {
+            const QString name = ZKFtpServers::name(kind);
+            QTest::addRow("%s, download", qPrintable(name)) << int(kind) << false << 2;
+            QTest::addRow("%s, upload", qPrintable(name)) << int(kind) << true << 6;
+        }
+    }
+
+    // On a real link every command costs a round trip: a folder's files
+    // take no more than their transfers need, over the one login that the
+    // next task to the same server goes on using.
+    void sendsFewCommandsPerFile() {
+        START_SERVER();
+        QFETCH(bool, upload);
+        QFETCH(int, perFile);
+        constexpr int files = 60;
+        const QDir tree(upload ? local("tree") : served("tree"));
+        QVERIFY(tree.mkpath(QStringLiteral("nested")));
+        for (int i = 0; i < files; ++i) {
+            const QString name = QStringLiteral("%1f%2").arg(i % 2 ? "nested/" : "").arg(i);
+            QVERIFY(ZKTestSupport::writeFile(tree.filePath(name), QByteArray(i * 10, 'x')));
+        }
+        QVERIFY(ZKTestSupport::writeFile(local("single.txt"), "single"));
+        QDir(m_server->root()).mkdir(QStringLiteral("up"));
+        m_server->handOver(m_server->root());
+        const auto run = [&](const ZKReaderPtr &source, const ZKWriterPtr &destination) {
+            const ZKTaskState state = runTask(source, destination, ZKTransferMode::Copy, false);
+            QVERIFY2(state == S::Completed, qPrintable(stateText(state)));
+        };
+        if (upload) {
+            run(localReader("tree"), ftpFolder("/up/"));
+        } else {
+            run(ftpReader("/tree/"), localFolder("down"));
+        }
+        if (QTest::currentTestFailed()) {
+            return;
+        }
+        QCOMPARE(snapshot(upload ? served("up/tree") : local("down/tree")), snapshot(tree.path()));
+        const std::optional<QStringList> commands = m_server->loggedCommands();
+        QVERIFY(commands);
+        // Logging in, finding the top folders and listing the two folders
+        // (either side of the copy) take some commands, however many files.
+        const int allowed = perFile * files + 50;
+        QMap<QString, int> counts;
+        for (const QString &command : *commands) {
+            ++counts[command];
+        }
+        QString summary;
+        for (auto it = counts.cbegin(); it != counts.cend(); ++it) {
+            summary += QStringLiteral("%1 %2, ").arg(it.key()).arg(it.value());
+        }
+        QVERIFY2(commands->size() <= allowed,
+                 qPrintable(QStringLiteral("%1 commands for %2 files, at most %3: %4")
+                                .arg(commands->size())
+                                .arg(files)
+                                .arg(allowed)
+                                .arg(summary)));
+        qInfo().noquote() << commands->size() << "commands for" << files << "files:" << summary;
+
+        // The next task finds the connection logged in already.
+        run(localReader("single.txt"), ftpFolder("/up/"));
+        const std::optional<QStringList> after = m_server->loggedCommands();
+        QVERIFY(after);
+        QCOMPARE(after->count(QStringLiteral("USER")), 1);
     }
 
     void moveRemovesTheSourceOnlyAfterTheCheck_data() { serverKinds(); }
