@@ -194,17 +194,28 @@ void ZKFtpClient::moveConnectionFrom(ZKFtpClient &other) {
 }
 
 void ZKFtpClient::sendControlRequest(const QString &command, const QString &parameter) {
+    sendControlRequests({{command, parameter}});
+}
+
+void ZKFtpClient::sendControlRequests(const QList<std::pair<QString, QString>> &requests) {
+    m_prefetched.reset();
+    m_keepsDuplicateReplies = requests.size() > 1;
     if (!m_controlSocket) {
         setClientError(ZKFtpErrors::SendWithoutConnection);
         return;
     }
-    if (!isSafeParameter(parameter)) {
-        setClientError(ZKFtpErrors::UnsafeParameter, {command});
-        return;
+    QString lines;
+    for (const auto &[command, parameter] : requests) {
+        if (!isSafeParameter(parameter)) {
+            setClientError(ZKFtpErrors::UnsafeParameter, {command});
+            return;
+        }
+        lines += parameter.isEmpty() ? QStringLiteral("%1\r\n").arg(command)
+                                     : QStringLiteral("%1 %2\r\n").arg(command, parameter);
     }
-    const QString line = parameter.isEmpty() ? QStringLiteral("%1\r\n").arg(command)
-                                             : QStringLiteral("%1 %2\r\n").arg(command, parameter);
-    m_controlSocket->sendString(line);
+    // One send: lines sent apart would each wait for the other's
+    // acknowledgement on a link that delays small segments.
+    m_controlSocket->sendString(lines);
     copySocketError(*m_controlSocket);
 }
 
@@ -257,7 +268,9 @@ std::optional<QString> ZKFtpClient::readControlResponse() {
         // Bytes that are not UTF-8 carry no line that could be trusted.
         if (text) {
             for (const QString &line : ZKFtpReply::finalLines(*text)) {
-                if (!m_controlResponses.contains(line)) {
+                // Replies to lines sent together may well be alike
+                // ("213 4096" twice): each is one to read.
+                if (m_keepsDuplicateReplies || !m_controlResponses.contains(line)) {
                     m_controlResponses.append(line);
                 }
             }
@@ -587,6 +600,9 @@ void ZKFtpClient::createDirectory(const QString &name) {
     clearError();
     noteChanged(name);
     command(QStringLiteral("MKD"), name);
+    if (!error()) {
+        noteMadeFolder(name);
+    }
 }
 
 void ZKFtpClient::removeDirectory(const QString &name) {
@@ -635,19 +651,31 @@ bool ZKFtpClient::renameItem(const QString &fromPath, const QString &toPath) {
     clearError();
     noteChanged(fromPath);
     noteChanged(toPath);
-    sendControlRequest(QStringLiteral("RNFR"), fromPath);
+    // RNTO goes along with RNFR, a round trip less for every file. A server
+    // that refused RNFR has no name waiting for a target, so it refuses the
+    // RNTO as well (503); this client never leaves one waiting.
+    sendControlRequests({{QStringLiteral("RNFR"), fromPath}, {QStringLiteral("RNTO"), toPath}});
     const std::optional<QString> pending = error() ? std::nullopt : readControlResponse();
-    if (error()) {
+    if (!pending) {
         return false;
     }
-    // Only 350 lets RNTO follow: any other answer, even a success, means the
-    // server is not waiting for a target, and RNTO would be taken on its own.
-    if (!pending || !pending->startsWith(QLatin1String("350"))) {
-        setClientError(ZKFtpErrors::RenameNotAccepted, {fromPath, pending.value_or(absentText)});
+    const ZKOptionalError refusal = error();
+    clearError();
+    // Read whatever the first reply said: it is due either way.
+    const std::optional<QString> done = readControlResponse();
+    if (!done) {
         return false;
     }
-    sendControlRequest(QStringLiteral("RNTO"), toPath);
-    const std::optional<QString> done = error() ? std::nullopt : readControlResponse();
+    if (refusal) {
+        setError(refusal, true);
+        return false;
+    }
+    // Only 350 made the RNTO count: after any other answer, even a
+    // success, the server took it on its own.
+    if (!pending->startsWith(QLatin1String("350"))) {
+        setClientError(ZKFtpErrors::RenameNotAccepted, {fromPath, *pending});
+        return false;
+    }
     if (error()) {
         return false;
     }
@@ -832,6 +860,23 @@ void ZKFtpClient::noteListing(const QList<ZKFtpItem> &items) {
 void ZKFtpClient::forgetListings() {
     m_listings.clear();
     m_listingOrder.clear();
+    m_madeEmpty.clear();
+}
+
+void ZKFtpClient::noteMadeFolder(const QString &name) {
+    if (name.contains(QLatin1Char('/'))) {
+        return;
+    }
+    const auto listing = m_listings.find(listingKey(m_currentPath));
+    if (listing != m_listings.end()) {
+        ZKFtpItem folder;
+        folder.setName(name);
+        folder.setType(ZKFtpItem::Directory);
+        folder.setSize(0);
+        listing->items.insert(name, folder);
+        listing->changedNames.remove(name);
+    }
+    m_madeEmpty.insert(listingKey(m_currentPath + QStringList{name}));
 }
 
 void ZKFtpClient::noteChanged(const QString &name) {
@@ -840,7 +885,9 @@ void ZKFtpClient::noteChanged(const QString &name) {
         forgetListings();
         return;
     }
-    const auto listing = m_listings.find(listingKey(m_currentPath));
+    const QString key = listingKey(m_currentPath);
+    m_madeEmpty.remove(key);
+    const auto listing = m_listings.find(key);
     if (listing != m_listings.end()) {
         listing->changedNames.insert(name);
     }
@@ -861,6 +908,11 @@ std::optional<ZKFtpItem> ZKFtpClient::listedItem(const QString &name, bool *list
 
 std::optional<bool> ZKFtpClient::isFile(const QString &name) {
     clearError();
+    if (m_prefetched && m_prefetched->path == m_currentPath && m_prefetched->name == name) {
+        const std::optional<bool> answer = m_prefetched->isFile;
+        m_prefetched.reset();
+        return answer;
+    }
     sendControlRequest(QStringLiteral("SIZE"), name);
     const std::optional<QString> reply = error() ? std::nullopt : readControlResponse();
     if (!reply) {
@@ -878,6 +930,13 @@ std::optional<bool> ZKFtpClient::isFile(const QString &name) {
 }
 
 std::optional<QList<ZKFtpItem>> ZKFtpClient::listItems() {
+    // Made by this client moments ago: a copy into a new folder lists it
+    // first, to see what an earlier run left there.
+    if (m_madeEmpty.remove(listingKey(m_currentPath))) {
+        clearError();
+        noteListing({});
+        return QList<ZKFtpItem>();
+    }
     if (m_listsWithMlsd) {
         std::optional<QList<ZKFtpItem>> items = listMachineItems();
         if (items) {
@@ -927,10 +986,28 @@ std::optional<QList<ZKFtpItem>> ZKFtpClient::listItems() {
     return items;
 }
 
-std::optional<ZKFtpItem> ZKFtpClient::itemWithName(const QString &name) {
+std::optional<ZKFtpItem> ZKFtpClient::itemWithName(const QString &name, const QString &thenAsk) {
     clearError();
-    sendControlRequest(QStringLiteral("SIZE"), name);
+    QList<std::pair<QString, QString>> requests{{QStringLiteral("SIZE"), name}};
+    if (!thenAsk.isEmpty()) {
+        requests.append({QStringLiteral("SIZE"), thenAsk});
+    }
+    sendControlRequests(requests);
     std::optional<QString> reply = error() ? std::nullopt : readControlResponse();
+    if (reply && !thenAsk.isEmpty()) {
+        const ZKOptionalError first = error();
+        clearError();
+        const std::optional<QString> second = readControlResponse();
+        if (!second) {
+            return std::nullopt; // the connection broke: nothing more to ask
+        }
+        const bool unknown = second->startsWith(QLatin1String("500")) ||
+                             second->startsWith(QLatin1String("502")) ||
+                             second->startsWith(QLatin1String("504"));
+        m_prefetched = Prefetched{m_currentPath, thenAsk,
+                                  unknown ? std::nullopt : std::optional<bool>(!error())};
+        setError(first, true);
+    }
     if (reply && !error()) {
         return itemFromSizeReply(name, *reply);
     }

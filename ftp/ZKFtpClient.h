@@ -108,8 +108,10 @@ public:
     std::optional<QList<ZKFtpItem>> listItems();
     bool listsWithMlsd() const { return m_listsWithMlsd; }
     // SIZE, or CWD and CDUP when that fails; nullopt (with CWD's error) when
-    // neither works.
-    std::optional<ZKFtpItem> itemWithName(const QString &name);
+    // neither works. With thenAsk, SIZE of thenAsk goes along in the same
+    // round trip, its answer kept for a call of isFile(thenAsk) that comes
+    // before any other command.
+    std::optional<ZKFtpItem> itemWithName(const QString &name, const QString &thenAsk = {});
     // What the last listing of the working directory on this connection
     // told of name, kept up to date with what this client made, renamed and
     // removed there since. *listed is false when there is no such listing;
@@ -128,6 +130,10 @@ public:
     // parameter holding CR, LF or NUL is refused (code 1): it would smuggle
     // a second command onto the control connection.
     void sendControlRequest(const QString &command, const QString &parameter = QString());
+    // Several such lines in one send, their replies read afterwards in
+    // order: one round trip for all of them. Nothing is sent when any
+    // parameter is refused.
+    void sendControlRequests(const QList<std::pair<QString, QString>> &requests);
     // The next final reply line, or nullopt. A 4xx or 5xx line is returned
     // and also sets error().
     std::optional<QString> readControlResponse();
@@ -172,6 +178,7 @@ private:
     // A name this client changed in the working directory (made, written,
     // renamed, removed): the listing no longer tells what it is.
     void noteChanged(const QString &name);
+    void noteMadeFolder(const QString &name);
     void moveConnectionFrom(ZKFtpClient &other);
     // SIZE of name: a file of that size, or a directory when refused;
     // nullopt when no answer came.
@@ -192,7 +199,10 @@ private:
 
     std::unique_ptr<ZKSocket> m_controlSocket;
     std::unique_ptr<ZKSocket> m_dataSocket;
-    QStringList m_controlResponses; // insertion-ordered, no duplicates
+    // Insertion-ordered; without duplicates, but while replies to several
+    // lines sent at once are due.
+    QStringList m_controlResponses;
+    bool m_keepsDuplicateReplies = false;
     quint32 m_referenceCount = 0;
     QStringList m_currentPath;
     bool m_supportsRfc3659 = true;
@@ -209,6 +219,16 @@ private:
     };
     QHash<QString, Listing> m_listings;
     mutable QStringList m_listingOrder;
+    // Folders this client made and has not changed since: their first
+    // listing is known to be empty without asking.
+    QSet<QString> m_madeEmpty;
+    // An answer to SIZE that came along with another, until the next command.
+    struct Prefetched {
+        QStringList path;
+        QString name;
+        std::optional<bool> isFile;
+    };
+    std::optional<Prefetched> m_prefetched;
     bool m_triesExtendedPassive = true;
     std::optional<bool> m_canRename;
     bool m_secure = false;

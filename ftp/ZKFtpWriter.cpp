@@ -5,6 +5,7 @@
 #include "ZKFtpReader.h"
 #include "ZKFtpUrl.h"
 #include "ZKLogging.h"
+#include "ZKPartialFile.h"
 
 #include <QMimeDatabase>
 #include <QScopeGuard>
@@ -216,7 +217,18 @@ void ZKFtpWriter::checkStoredFile() {
         return;
     }
     const quint64 expected = m_size + m_appended;
-    const std::optional<ZKFtpItem> item = ftp()->itemWithName(m_filename);
+    // The look at the real name that giving it to the file takes goes
+    // along, in the same round trip.
+    QString realName;
+    if (ZKPartialFile::isPartialName(m_filename)) {
+        const QString candidate = m_filename.chopped(ZKPartialFile::suffix.size());
+        bool listed = false;
+        if (ZKPartialFile::nameFor(candidate) == m_filename &&
+            !ftp()->listedItem(candidate, &listed) && listed) {
+            realName = candidate;
+        }
+    }
+    const std::optional<ZKFtpItem> item = ftp()->itemWithName(m_filename, realName);
     // A server without SIZE has said all it will in its reply.
     if (item && item->type() == ZKFtpItem::File && item->size() != expected) {
         fail(ZKFtpErrors::StoredSizeDiffers,

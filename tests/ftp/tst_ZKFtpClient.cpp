@@ -447,11 +447,13 @@ private Q_SLOTS:
         const QStringList both{"RNFR a.part", "RNTO a.bin"};
         QTest::newRow("renamed") << QByteArray("350 Ready for RNTO\r\n")
                                  << QByteArray("250 Rename successful\r\n") << both << QString();
-        QTest::newRow("no such file") << QByteArray("550 a.part: No such file\r\n") << QByteArray()
-                                      << QStringList{"RNFR a.part"} << "a.part: No such file";
-        // Anything but 350 means no rename is pending: an RNTO would stand alone.
+        // RNTO goes along with RNFR; after anything but 350 it stood alone
+        // and the rename counts as refused, whatever the RNTO got.
+        QTest::newRow("no such file")
+            << QByteArray("550 a.part: No such file\r\n") << QByteArray("503 RNFR first\r\n")
+            << both << "a.part: No such file";
         QTest::newRow("success without waiting")
-            << QByteArray("250 Whatever\r\n") << QByteArray() << QStringList{"RNFR a.part"}
+            << QByteArray("250 Whatever\r\n") << QByteArray() << both
             << "The server did not accept renaming 'a.part': 250 Whatever";
         QTest::newRow("target refused")
             << QByteArray("350 Ready\r\n") << QByteArray("553 Not allowed\r\n") << both
