@@ -167,6 +167,16 @@ bool ZKFtpClient::adoptPooledConnection(const QString &key) {
     disconnect();
     moveConnectionFrom(*parked);
     clearError();
+    // A server that restarted, or a router that forgot the connection, may
+    // not have said so: one round trip to know, against the several of a
+    // new login.
+    command(QStringLiteral("NOOP"));
+    if (error()) {
+        qCInfo(lcFtp) << "A parked connection no longer answers; connecting anew";
+        disconnect();
+        clearError();
+        return false;
+    }
     m_referenceCount = 0;
     retainConnection();
     qCInfo(lcFtp) << "Reusing a parked connection";

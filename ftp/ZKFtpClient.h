@@ -22,7 +22,7 @@
 // A thin synchronous FTP control client over one ZKSocket, with a passive
 // data connection per transfer or listing. It knows AUTH, USER, PASS, PBSZ,
 // PROT, TYPE, FEAT, EPSV, PASV, REST, RETR, APPE, ABOR, CWD, CDUP, MKD, RMD,
-// DELE, RNFR, RNTO, MLSD, LIST, NLST and SIZE, and no other command: uploads
+// DELE, RNFR, RNTO, MLSD, LIST, NLST, SIZE and NOOP, and no other command: uploads
 // always append, and the working directory is tracked here rather than asked
 // of the server.
 //
@@ -56,8 +56,8 @@ public:
     bool isIdle() const;
     // Set after a login: where the last release parks the connection.
     void setPoolKey(const QString &key) { m_poolKey = key; }
-    // Takes over a connection parked under key, as the first use; false
-    // when none is there.
+    // Takes over a connection parked under key that still answers NOOP, as
+    // the first use; false when none is there.
     bool adoptPooledConnection(const QString &key);
     bool isSecure() const { return m_secure; }
 
