@@ -1007,15 +1007,15 @@ std::optional<ZKFtpItem> ZKFtpClient::itemWithName(const QString &name, const QS
     if (reply && !thenAsk.isEmpty()) {
         const ZKOptionalError first = error();
         clearError();
-        const std::optional<QString> second = readControlResponse();
-        if (!second) {
-            return std::nullopt; // the connection broke: nothing more to ask
+        // Without it (the connection broke) the first answer still counts;
+        // the next command finds out the rest.
+        if (const std::optional<QString> second = readControlResponse()) {
+            const bool unknown = second->startsWith(QLatin1String("500")) ||
+                                 second->startsWith(QLatin1String("502")) ||
+                                 second->startsWith(QLatin1String("504"));
+            m_prefetched = Prefetched{m_currentPath, thenAsk,
+                                      unknown ? std::nullopt : std::optional<bool>(!error())};
         }
-        const bool unknown = second->startsWith(QLatin1String("500")) ||
-                             second->startsWith(QLatin1String("502")) ||
-                             second->startsWith(QLatin1String("504"));
-        m_prefetched = Prefetched{m_currentPath, thenAsk,
-                                  unknown ? std::nullopt : std::optional<bool>(!error())};
         setError(first, true);
     }
     if (reply && !error()) {
