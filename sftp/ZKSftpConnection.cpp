@@ -795,86 +795,66 @@ void ZKSftpFile::seek(quint64 position) {
 bool ZKSftpFile::finish(const char *data, quint64 length,
                         const std::optional<QDateTime> &modificationDate,
                         const std::optional<quint32> &permissions, ZKSftpFailure *failure) {
-    const QString lost =
-        ZKSftpErrors::text(ZKSftpErrors::ConnectionLost, {m_connection->shownHost(), QString()});
-    if (!m_handle) {
-        failure->text = lost;
-        return false;
-    }
     std::lock_guard locker(m_connection->m_lock);
-    auto *handle = static_cast<LIBSSH2_SFTP_HANDLE *>(m_handle);
-    m_handle = nullptr;
-    if (m_session->lost) {
-        libssh2_sftp_close_handle(handle); // only closing frees the library's handle
-        failure->text = lost;
+    auto *handle = static_cast<LIBSSH2_SFTP_HANDLE *>(std::exchange(m_handle, nullptr));
+    if (!handle || m_session->lost) {
+        if (handle) {
+            libssh2_sftp_close_handle(handle); // only closing frees the library's handle
+        }
+        failure->text = ZKSftpErrors::text(ZKSftpErrors::ConnectionLost,
+                                           {m_connection->shownHost(), QString()});
         return false;
     }
     LIBSSH2_SESSION *session = m_session->session;
     LIBSSH2_SFTP_ATTRIBUTES raw = changedAttributes(modificationDate, permissions);
     const bool changing = raw.flags != 0;
-    // The channel is one stream: a request may start only once the one
+    // The channel is one stream: the date may start only once the write
     // before it went out whole. It did when the call waits for nothing but
-    // the answer, and the channel's window had room for everything at once
-    // (where it has not, the library would send part of a request).
-    constexpr quint64 requestSize = 30000;
-    constexpr quint64 requestOverhead = 64;
-    const bool ahead = libssh2_channel_window_write(libssh2_sftp_get_channel(m_session->sftp)) >=
-                       length + (length / requestSize + 3) * requestOverhead;
-    const auto sentWhole = [session](long result) {
-        return result >= 0 ||
-               (result == LIBSSH2_ERROR_EAGAIN &&
-                libssh2_session_block_directions(session) == LIBSSH2_SESSION_BLOCK_INBOUND);
-    };
+    // the answer.
     bool written = true;
     quint64 acknowledged = 0;
     bool statStarted = false;
-    std::optional<int> closed;
-    if (ahead) {
+    bool statDone = !changing;
+    if (changing && length > 0) {
         libssh2_session_set_blocking(session, 0);
-        bool goOn = true;
-        if (length > 0) {
-            const ssize_t taken = libssh2_sftp_write(handle, data, size_t(length));
-            acknowledged = taken > 0 ? quint64(taken) : 0;
-            goOn = sentWhole(taken);
-            if (taken < 0 && taken != LIBSSH2_ERROR_EAGAIN) {
-                m_connection->fail(m_session, failure);
-                written = false;
-            }
+        const ssize_t taken = libssh2_sftp_write(handle, data, size_t(length));
+        if (taken > 0) {
+            acknowledged = quint64(taken);
+        } else if (taken < 0 && taken != LIBSSH2_ERROR_EAGAIN) {
+            m_connection->fail(m_session, failure);
+            written = false;
         }
-        if (goOn && changing) {
+        if (written && (taken >= 0 || libssh2_session_block_directions(session) ==
+                                          LIBSSH2_SESSION_BLOCK_INBOUND)) {
             statStarted = true;
-            goOn = sentWhole(libssh2_sftp_fstat_ex(handle, &raw, 1));
-        }
-        if (goOn) {
-            // Any answer but "wait" means the library let the handle go.
-            const int result = libssh2_sftp_close_handle(handle);
-            if (result != LIBSSH2_ERROR_EAGAIN) {
-                closed = result;
-            }
+            const int result = libssh2_sftp_fstat_ex(handle, &raw, 1);
+            statDone = result != LIBSSH2_ERROR_EAGAIN;
         }
         libssh2_session_set_blocking(session, 1);
     }
-    // The answers, in order, sending what did not go ahead. Every request
-    // started is carried through, whatever failed before it, so that the
-    // library is ready for the next file.
+    // The answers, in order. A request started is carried through whatever
+    // failed before it, so that the library is ready for the next file.
     while (written && acknowledged < length) {
         const ssize_t taken =
             libssh2_sftp_write(handle, data + acknowledged, size_t(length - acknowledged));
-        if (taken < 0) {
-            m_connection->fail(m_session, failure);
+        if (taken <= 0) {
+            // Nothing taken and no failure would be asked again forever.
+            if (taken == 0) {
+                failure->text = ZKSftpErrors::text(ZKSftpErrors::ConnectionLost,
+                                                   {m_connection->shownHost(), QString()});
+            } else {
+                m_connection->fail(m_session, failure);
+            }
             written = false;
             break;
         }
         acknowledged += quint64(taken);
     }
-    if (statStarted || (written && changing)) {
+    if (!statDone && (statStarted || written)) {
         // Best effort: a date or mode that cannot be set fails no copy.
         libssh2_sftp_fstat_ex(handle, &raw, 1);
     }
-    if (!closed) {
-        closed = libssh2_sftp_close_handle(handle);
-    }
-    if (*closed != 0 && written) {
+    if (libssh2_sftp_close_handle(handle) != 0 && written) {
         m_connection->fail(m_session, failure);
         return false;
     }

@@ -138,11 +138,13 @@ public:
     // requests stay in flight.
     qint64 write(const char *data, quint64 length, ZKSftpFailure *failure);
     void seek(quint64 position);
-    // Sends what of data was not acknowledged yet, then the new date and
-    // mode, then closes the file, sending each before waiting for the answer
-    // to the one before where the channel lets it: one round trip where
-    // there would be three. The server takes them in order, so the date is
-    // set after the last byte. A date or mode that cannot be set is passed
+    // Sends a last piece of at most one request (with nothing else in
+    // flight) and the new date and mode together, waits for both answers,
+    // then closes the file: two round trips where there would be three. The
+    // server takes them in order, so the date is set after the last byte.
+    // The close goes alone: the library forgets the answers of requests
+    // still open on a handle it closed, and a write's answer is what says
+    // whether the bytes landed. A date or mode that cannot be set is passed
     // over; false when a byte or the close failed.
     bool finish(const char *data, quint64 length, const std::optional<QDateTime> &modificationDate,
                 const std::optional<quint32> &permissions, ZKSftpFailure *failure);

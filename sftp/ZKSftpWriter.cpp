@@ -223,7 +223,17 @@ void ZKSftpWriter::close() {
     // sets them after the last byte, and nobody waits for them on their own.
     const std::optional<QDateTime> date = std::exchange(m_newModificationDate, std::nullopt);
     const std::optional<quint32> permissions = std::exchange(m_newPermissions, std::nullopt);
+    // Only a last piece that fits one request goes with the date: anything
+    // longer, or already in flight, is seen through first.
+    const bool sent =
+        (m_handed == m_acknowledged && m_pending.size() - m_acknowledged <= requestSize) ||
+        send(true);
     ZKSftpFailure failure;
+    if (!sent) {
+        m_file->close(&failure);
+        m_file.reset();
+        return;
+    }
     const bool finished =
         m_file->finish(m_pending.constData() + m_acknowledged,
                        quint64(m_pending.size() - m_acknowledged), date, permissions, &failure);
