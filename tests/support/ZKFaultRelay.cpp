@@ -449,9 +449,8 @@ QUrl ZKFaultRelay::relayed(const QUrl &url) const {
     return through;
 }
 
-void ZKFaultRelay::setFault(Fault fault, qint64 bytes, int times, Target target, int spared) {
+void ZKFaultRelay::setFault(Fault fault, qint64 bytes, int times, Target target) {
     std::lock_guard locker(m_lock);
-    m_spared = spared;
     m_fault = fault;
     m_bytes = bytes;
     m_times = times;
@@ -486,10 +485,6 @@ void ZKFaultRelay::countConnection(Target target) {
 ZKFaultRelay::Fault ZKFaultRelay::takeFault(Target target, qint64 *bytes) {
     std::lock_guard locker(m_lock);
     if (m_fault == Fault::None || m_times <= 0 || target != m_target) {
-        return Fault::None;
-    }
-    if (m_spared > 0) {
-        --m_spared;
         return Fault::None;
     }
     --m_times;

@@ -51,10 +51,8 @@ public:
     // url with the relay's address and port in place of the server's.
     QUrl relayed(const QUrl &url) const;
 
-    // The fault strikes the `times` connections of its kind that follow the
-    // next `spared` ones.
-    void setFault(Fault fault, qint64 bytes = 0, int times = 1, Target target = Target::Data,
-                  int spared = 0);
+    // The fault strikes the next `times` connections of its kind.
+    void setFault(Fault fault, qint64 bytes = 0, int times = 1, Target target = Target::Data);
     void setTrickleRate(qint64 bytesPerSecond);
     // One-way delay for the connections that open from now on (10 ms each
     // way is a 20 ms round trip); 0 passes bytes on at once.
@@ -79,7 +77,6 @@ private:
     Fault m_fault = Fault::None;
     qint64 m_bytes = 0;
     int m_times = 0;
-    int m_spared = 0;
     Target m_target = Target::Data;
     qint64 m_rate = 16 * 1024;
     int m_delay = 0;
