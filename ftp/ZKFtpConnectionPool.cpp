@@ -4,6 +4,7 @@
 
 #include "ZKFtpClient.h"
 #include "ZKLogging.h"
+#include "ZKSocket.h"
 
 #include <QCryptographicHash>
 
@@ -112,6 +113,7 @@ void ZKFtpConnectionPool::closeIdleConnections() {
             locker.unlock();
             qCInfo(lcFtp) << "Closing" << expired.size() << "idle connections";
             expired.clear();
+            ZKSocket::releaseThreadState();
             locker.lock();
         }
     }

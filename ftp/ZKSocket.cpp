@@ -571,6 +571,10 @@ bool ZKSocket::isSessionReused() const {
     return m_ssl && SSL_session_reused(m_ssl) == 1;
 }
 
+void ZKSocket::releaseThreadState() {
+    OPENSSL_thread_stop();
+}
+
 void ZKSocket::endTls() {
     if (!m_ssl) {
         return;

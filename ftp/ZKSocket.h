@@ -123,6 +123,11 @@ public:
     // Strict decoding: nullopt for bytes that are not valid UTF-8.
     static std::optional<QString> decodeUtf8(const QByteArray &bytes);
 
+    // Frees what TLS keeps for the calling thread. A thread that ends after
+    // the library's own clean-up at exit would leave it behind, so one that
+    // may live that long calls this once it closed its connections.
+    static void releaseThreadState();
+
 private:
     void connectWithFlags(const QString &host, qint32 port, int flags);
     void send(const QByteArray &data, int flags);
