@@ -40,6 +40,7 @@
 #include <string>
 #include <thread>
 
+#include <malloc.h>
 #include <unistd.h>
 
 namespace {
@@ -75,6 +76,10 @@ long statusValue(const std::string &key) {
 
 // ---- the child: one size
 
+// The peak before the last new start, so that the whole run's peak is still
+// told.
+long earlierPeak = 0;
+
 // The most threads seen so far in this process, by the sampler in runOne().
 std::atomic<long> largestThreadCount{0};
 
@@ -83,8 +88,19 @@ std::atomic<long> largestThreadCount{0};
 // how far it got and what it held on the way.
 void report(const QString &pairs) {
     std::printf("%s threads=%ld peak_rss_kib=%ld\n", qPrintable(pairs), largestThreadCount.load(),
-                statusValue("VmHWM"));
+                std::max(earlierPeak, statusValue("VmHWM")));
     std::fflush(stdout);
+}
+
+// Starts a new peak at the present size (Linux 4.0 and later), so that the
+// peak of one phase is not that of an earlier one; answers the present size
+// in KiB. What the allocator kept of freed memory goes back first, or an
+// earlier phase's garbage would hide the next one's peak.
+long startNewPeak() {
+    earlierPeak = std::max(earlierPeak, statusValue("VmHWM"));
+    malloc_trim(0);
+    std::ofstream("/proc/self/clear_refs") << "5";
+    return statusValue("VmRSS");
 }
 
 int fail(const QString &reason) {
@@ -155,14 +171,23 @@ int runOne(int count, const QString &sourceDir, const QString &destDir, const QS
                    .arg(addSeconds, 0, 'f', 3)
                    .arg((rssAfter - rssBefore) * 1024 / count));
 
+        const long rssBeforeSave = startNewPeak();
         const auto saveStart = Clock::now();
         if (!document.writeToFile(queueFile, &error)) {
             return fail(error.localizedDescription());
         }
-        report(QStringLiteral("save=%1").arg(secondsSince(saveStart), 0, 'f', 3));
+        const double saveSeconds = secondsSince(saveStart);
+        const long savePeak = statusValue("VmHWM");
+        report(QStringLiteral("save=%1 save_peak_kib=%2 save_extra_kib=%3")
+                   .arg(saveSeconds, 0, 'f', 3)
+                   .arg(savePeak)
+                   .arg(savePeak - rssBeforeSave));
     } // closed before loading, so that two queues never count in the peak
 
     ZKFerrowickDocument document;
+    // What the closed queue leaves to the allocator is reused, not returned,
+    // so the peak of loading starts from the size after closing.
+    const long rssBeforeLoad = startNewPeak();
     const auto loadStart = Clock::now();
     ZKError error;
     if (!document.readFromFile(queueFile, &error)) {
@@ -175,7 +200,15 @@ int runOne(int count, const QString &sourceDir, const QString &destDir, const QS
         return fail(
             QStringLiteral("%1 tasks were loaded, not %2").arg(document.countOfTasks()).arg(count));
     }
-    report(QStringLiteral("load=%1").arg(loadSeconds, 0, 'f', 3));
+    const long loadPeak = statusValue("VmHWM");
+    // What the loaded queue holds, next to what loading needed on the way.
+    malloc_trim(0);
+    const long heldAfterLoad = statusValue("VmRSS");
+    report(QStringLiteral("load=%1 load_peak_kib=%2 load_extra_kib=%3 load_held_kib=%4")
+               .arg(loadSeconds, 0, 'f', 3)
+               .arg(loadPeak)
+               .arg(loadPeak - rssBeforeLoad)
+               .arg(heldAfterLoad - rssBeforeLoad));
 
     // A change of the overall rate: setDataRate() is what a new rate sample
     // ends in; the document then posts to the main thread the call that
@@ -489,14 +522,22 @@ int runAll(const QStringList &arguments) {
 
     std::printf("queue of one-byte copies in %s (%s), time-out %d s a size\n", qPrintable(workDir),
                 QStorageInfo(workDir).fileSystemType().constData(), timeout);
-    std::printf("%8s %8s %8s %8s %8s %10s %8s %9s %9s\n", "tasks", "add s", "save s", "load s",
-                "run s", "rate ms", "threads", "peak MiB", "B/task");
+    // The peaks of saving and loading are those of the process while it did
+    // that alone; "+" is how far they rose above the size before the step,
+    // "held" what the loaded queue keeps of it.
+    std::printf("%8s %8s %8s %8s %8s %10s %8s %9s %9s %9s %9s %9s %9s %9s\n", "tasks", "add s",
+                "save s", "load s", "run s", "rate ms", "threads", "peak MiB", "B/task", "save MiB",
+                "+save", "load MiB", "+load", "held MiB");
     std::fflush(stdout);
     QList<SizeResult> results;
     for (const int size : sizes) {
         const SizeResult result = measureSize(workDir, size, timeout);
         const auto peak = number(result, QStringLiteral("peak_rss_kib"));
-        std::printf("%8d %8s %8s %8s %8s %10s %8s %9s %9s  %s\n", size,
+        const auto mebibytes = [&](const char *key) {
+            const auto kib = number(result, QString::fromLatin1(key));
+            return kib ? QString::number(*kib / 1024, 'f', 1) : QStringLiteral("-");
+        };
+        std::printf("%8d %8s %8s %8s %8s %10s %8s %9s %9s %9s %9s %9s %9s %9s  %s\n", size,
                     qPrintable(shown(result, QStringLiteral("add"))),
                     qPrintable(shown(result, QStringLiteral("save"))),
                     qPrintable(shown(result, QStringLiteral("load"))),
@@ -505,7 +546,9 @@ int runAll(const QStringList &arguments) {
                     qPrintable(shown(result, QStringLiteral("threads"))),
                     peak ? qPrintable(QString::number(*peak / 1024, 'f', 1)) : "-",
                     qPrintable(shown(result, QStringLiteral("bytes_per_task"))),
-                    qPrintable(result.problem));
+                    qPrintable(mebibytes("save_peak_kib")), qPrintable(mebibytes("save_extra_kib")),
+                    qPrintable(mebibytes("load_peak_kib")), qPrintable(mebibytes("load_extra_kib")),
+                    qPrintable(mebibytes("load_held_kib")), qPrintable(result.problem));
         std::fflush(stdout);
         results.append(result);
     }

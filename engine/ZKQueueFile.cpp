@@ -119,6 +119,61 @@ const QString kTaskSource = QStringLiteral("Source");
 const QString kTaskDestination = QStringLiteral("Destination");
 const QString kCopyTaskType = QStringLiteral("CopyTask");
 const QString kSpeedLimitRate = QStringLiteral("MaximumTransferRate");
+
+// Why a saved value is refused, in the words of the entry message `place`
+// (task: the number of the task whose entry it is); empty when the value is
+// missing or fine.
+template <class Rule>
+QString valueProblem(const QVariantMap &dict, const QString &key, ZKQueueFileErrors::Message place,
+                     const QString &task, Rule rule) {
+    const auto found = dict.constFind(key);
+    if (found == dict.constEnd()) {
+        return {};
+    }
+    const QVariant &value = found.value();
+    const QString text = rule(value);
+    if (text.isEmpty()) {
+        return {};
+    }
+    QString shown = value.toString();
+    if (shown.size() > 40) {
+        shown = shown.left(40) + QStringLiteral("...");
+    }
+    const QString read = shown.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(shown);
+    return ZKQueueFileErrors::text(place, task.isEmpty() ? QStringList{key, text, read}
+                                                         : QStringList{key, task, text, read});
+}
+
+QString countProblem(const QVariant &value) {
+    return numberProblem(value, true);
+}
+
+QString rateProblem(const QVariant &value) {
+    return numberProblem(value, false);
+}
+
+// Why the saved entry of task number index + 1 is refused; empty when it is
+// fine. Entries that are no dictionaries are kept unread by the loader.
+QString taskEntryProblem(qsizetype index, const QVariant &entry) {
+    if (entry.typeId() != QMetaType::QVariantMap) {
+        return {};
+    }
+    const QVariantMap task = entry.toMap();
+    const QString number = QString::number(index + 1);
+    const auto of = ZKQueueFileErrors::EntryOfTaskProblem;
+    for (const QString &text :
+         {valueProblem(task, kTaskProgressBytes, of, number, countProblem),
+          valueProblem(task, kTaskTotalBytes, of, number, countProblem),
+          valueProblem(task, kTaskMaximumTransferRate, of, number, countProblem),
+          valueProblem(task, kTaskDataRate, of, number, rateProblem),
+          valueProblem(task, kTaskState, of, number, nameProblem),
+          valueProblem(task, kTaskTransferMode, of, number, nameProblem)}) {
+        if (!text.isEmpty()) {
+            return text;
+        }
+    }
+    return {};
+}
 } // namespace
 
 ZKQueueFile::ZKQueueFile(ZKFerrowickDocument &document)
@@ -181,56 +236,22 @@ bool ZKQueueFile::validatePropertyList(const QVariantMap &plist, QString *reason
 
     // Every value is checked before any task is made: a loaded task may at
     // once resume its step.
-    // task: the number of the task whose entry it is; place: which of the
-    // entry messages tells it.
-    const auto problem = [&](const QVariantMap &dict, const QString &key,
-                             ZKQueueFileErrors::Message place, const QString &task, auto rule) {
-        if (!dict.contains(key)) {
-            return false;
+    const auto entry = ZKQueueFileErrors::EntryProblem;
+    for (const QString &text :
+         {valueProblem(plist, kState, entry, QString(), nameProblem),
+          valueProblem(plist, kDefaultTransferMode, entry, QString(), nameProblem),
+          valueProblem(plist, kDataRate, entry, QString(), rateProblem),
+          valueProblem(plist.value(kSpeedLimit).toMap(), kSpeedLimitRate,
+                       ZKQueueFileErrors::EntryOfSpeedLimitProblem, QString(), countProblem)}) {
+        if (!text.isEmpty()) {
+            return fail(text);
         }
-        const QVariant value = dict.value(key);
-        const QString text = rule(value);
-        if (text.isEmpty()) {
-            return false;
-        }
-        QString shown = value.toString();
-        if (shown.size() > 40) {
-            shown = shown.left(40) + QStringLiteral("...");
-        }
-        const QString read = shown.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(shown);
-        fail(ZKQueueFileErrors::text(place, task.isEmpty() ? QStringList{key, text, read}
-                                                           : QStringList{key, task, text, read}));
-        return true;
-    };
-    const auto count = [](const QVariant &v) {
-        return numberProblem(v, true);
-    };
-    const auto rate = [](const QVariant &v) {
-        return numberProblem(v, false);
-    };
-    if (problem(plist, kState, ZKQueueFileErrors::EntryProblem, QString(), nameProblem) ||
-        problem(plist, kDefaultTransferMode, ZKQueueFileErrors::EntryProblem, QString(),
-                nameProblem) ||
-        problem(plist, kDataRate, ZKQueueFileErrors::EntryProblem, QString(), rate) ||
-        problem(plist.value(kSpeedLimit).toMap(), kSpeedLimitRate,
-                ZKQueueFileErrors::EntryOfSpeedLimitProblem, QString(), count)) {
-        return false;
     }
     const QVariantList tasks = plist.value(kTasks).toList();
     for (qsizetype i = 0; i < tasks.size(); ++i) {
-        if (tasks[i].typeId() != QMetaType::QVariantMap) {
-            continue; // kept unread by the loader
-        }
-        const QVariantMap task = tasks[i].toMap();
-        const QString number = QString::number(i + 1);
-        const auto of = ZKQueueFileErrors::EntryOfTaskProblem;
-        if (problem(task, kTaskProgressBytes, of, number, count) ||
-            problem(task, kTaskTotalBytes, of, number, count) ||
-            problem(task, kTaskMaximumTransferRate, of, number, count) ||
-            problem(task, kTaskDataRate, of, number, rate) ||
-            problem(task, kTaskState, of, number, nameProblem) ||
-            problem(task, kTaskTransferMode, of, number, nameProblem)) {
-            return false;
+        const QString text = taskEntryProblem(i, tasks[i]);
+        if (!text.isEmpty()) {
+            return fail(text);
         }
     }
     return true;
@@ -308,6 +329,12 @@ bool ZKQueueFile::readPropertyListFromFile(const QString &path, QVariantMap *pli
 
 bool ZKQueueFile::writePropertyListToFile(const QVariantMap &plist, const QString &path,
                                           ZKError *error) {
+    const QVariant tasks = plist.value(kTasks);
+    if (tasks.typeId() == QMetaType::QVariantList) {
+        const QVariantList entries = tasks.toList();
+        return writeEntriesToFile(
+            plist, entries.size(), [&](qsizetype i) { return entries[i]; }, path, error);
+    }
     ZKError serialisationError;
     const QByteArray data =
         ZKPropertyListSerialization::dataFromPropertyList(plist, &serialisationError);
@@ -328,9 +355,38 @@ bool ZKQueueFile::writePropertyListToFile(const QVariantMap &plist, const QStrin
     return true;
 }
 
+bool ZKQueueFile::writeEntriesToFile(const QVariantMap &settings, qsizetype count,
+                                     const std::function<QVariant(qsizetype)> &entryAt,
+                                     const QString &path, ZKError *error) {
+    // Written into a temporary file that replaces the old one only when
+    // whole, and one entry at a time: a long queue's text is never held.
+    QSaveFile file(path);
+    ZKError serialisationError;
+    if (file.open(QIODevice::WriteOnly) &&
+        ZKPropertyListSerialization::writeDictionaryWithArray(&file, settings, kTasks, count,
+                                                              entryAt, &serialisationError) &&
+        file.commit()) {
+        return true;
+    }
+    file.cancelWriting();
+    if (error) {
+        *error = serialisationError != ZKError()
+                     ? serialisationError
+                     : ZKQueueFileErrors::error(ZKQueueFileErrors::CannotBeSaved,
+                                                {path, file.errorString()});
+    }
+    return false;
+}
+
 // ---- the queue as it is saved
 
 QVariantMap ZKQueueFile::asPropertyList() const {
+    QVariantMap plist = settingsAsPropertyList();
+    plist.insert(kTasks, tasksAsPropertyList());
+    return plist;
+}
+
+QVariantMap ZKQueueFile::settingsAsPropertyList() const {
     QVariantMap plist{
         {ZKPropertyListObject::typeKey, kDocumentType},
         {kState, ZKQueueState::convertToString(m_document.state())},
@@ -341,12 +397,43 @@ QVariantMap ZKQueueFile::asPropertyList() const {
         {kDefaultTransferMode, ZKTransferMode::convertToString(m_document.m_defaultTransferMode)},
         {kSpeedLimit, m_document.m_speedLimit->asPropertyList()},
         {kSchedule, m_document.m_schedule->asPropertyList()},
-        {kTasks, tasksAsPropertyList()},
     };
     if (m_document.m_defaultDestination) {
         plist.insert(kDefaultDestination, m_document.m_defaultDestination->asPropertyList());
     }
     return plist;
+}
+
+QList<qsizetype> ZKQueueFile::entrySources(qsizetype taskCount) const {
+    QList<qsizetype> sources;
+    sources.reserve(taskCount + m_document.m_unreadTaskEntries.size());
+    for (qsizetype i = 0; i < taskCount; ++i) {
+        sources.append(i);
+    }
+    // As tasksAsPropertyList() places them.
+    for (qsizetype k = 0; k < m_document.m_unreadTaskEntries.size(); ++k) {
+        const qsizetype index = m_document.m_unreadTaskEntries[k].index;
+        sources.insert(std::min(index, sources.size()), -1 - k);
+    }
+    return sources;
+}
+
+bool ZKQueueFile::writeQueueToFile(const QString &path, ZKError *error,
+                                   QVariantList *written) const {
+    const QList<ZKTaskPtr> tasks = m_document.m_taskQueue.tasks();
+    const QList<qsizetype> sources = entrySources(tasks.size());
+    return writeEntriesToFile(
+        settingsAsPropertyList(), sources.size(),
+        [&](qsizetype i) {
+            const qsizetype source = sources[i];
+            const QVariant entry = source >= 0 ? QVariant(tasks[source]->asPropertyList())
+                                               : m_document.m_unreadTaskEntries[-1 - source].entry;
+            if (written) {
+                written->append(entry);
+            }
+            return entry;
+        },
+        path, error);
 }
 
 QVariantList ZKQueueFile::tasksAsPropertyList() const {
@@ -463,10 +550,12 @@ bool ZKQueueFile::readFromFile(const QString &path, ZKError *error) {
 bool ZKQueueFile::saveToFile(const QString &path, ZKError *error) {
     // The entries and the tasks that wrote them, taken together.
     const QList<ZKTaskPtr> tasks = m_document.m_taskQueue.tasks();
-    const QVariantMap plist = asPropertyList();
-    if (!writePropertyListToFile(plist, path, error)) {
+    QVariantMap plist = settingsAsPropertyList();
+    QVariantList entries;
+    if (!writeQueueToFile(path, error, &entries)) {
         return false;
     }
+    plist.insert(kTasks, entries);
     m_document.setFileName(path);
     rememberSavedPropertyList(plist, tasks);
     removeRecoveryFile();
@@ -485,7 +574,7 @@ bool ZKQueueFile::revertToSaved(ZKError *error) {
 }
 
 bool ZKQueueFile::writeToFile(const QString &path, ZKError *error) const {
-    return writePropertyListToFile(asPropertyList(), path, error);
+    return writeQueueToFile(path, error, nullptr);
 }
 
 // ---- progress kept while the queue runs
@@ -602,8 +691,7 @@ bool ZKQueueFile::saveProgress(ZKError *error) {
         if (m_document.countOfTasks() == 0 && m_document.unreadTaskEntries().isEmpty()) {
             QFile::remove(m_recoveryFileName); // nothing to recover
         } else {
-            saved =
-                writePropertyListToFile(m_document.asPropertyList(), m_recoveryFileName, &failure);
+            saved = writeQueueToFile(m_recoveryFileName, &failure, nullptr);
         }
     }
     m_progressSaveCost = clock.elapsed();

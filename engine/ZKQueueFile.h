@@ -11,6 +11,7 @@
 #include <QTimer>
 #include <QVariantMap>
 
+#include <functional>
 #include <memory>
 
 class ZKFerrowickDocument;
@@ -78,7 +79,17 @@ public:
     void noteProgress(bool taskEnded);
 
 private:
+    QVariantMap settingsAsPropertyList() const; // without the tasks
     QVariantList tasksAsPropertyList() const;
+    // Where each saved "Tasks" entry comes from: the index of its task, or
+    // -1 - k for the k-th entry kept unread.
+    QList<qsizetype> entrySources(qsizetype taskCount) const;
+    // Writes the queue one task at a time; with written, also gives the
+    // entries that went into the file.
+    bool writeQueueToFile(const QString &path, ZKError *error, QVariantList *written) const;
+    static bool writeEntriesToFile(const QVariantMap &settings, qsizetype count,
+                                   const std::function<QVariant(qsizetype)> &entryAt,
+                                   const QString &path, ZKError *error);
     bool writeProgressIntoFile(ZKError *error);
 
     ZKFerrowickDocument &m_document;

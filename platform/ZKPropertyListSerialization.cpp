@@ -15,6 +15,7 @@
 #include <plist/plist.h>
 
 #include <QDateTime>
+#include <QIODevice>
 #include <QStringDecoder>
 #include <QStringList>
 #include <QTimeZone>
@@ -240,54 +241,90 @@ bool isContainerElement(QStringView name) {
     return name == u"array" || name == u"dict";
 }
 
+// The data goes to the XML readers a piece at a time, so that a large file
+// is not held twice more as text.
+constexpr qsizetype pieceSize = 64 * 1024;
+
 // Walks the elements of an XML property list: nesting depth, balance and
-// truncation. Values are left to libplist. The data goes to the reader a
-// piece at a time, so that a large file is not held twice more as text.
-bool checkXml(const QByteArray &data, Problem *problem) {
-    constexpr qsizetype pieceSize = 64 * 1024;
-    QXmlStreamReader reader;
-    QStringDecoder decoder(QStringDecoder::Utf8);
-    qsizetype given = 0;
-    qsizetype open = 0;
-    int containers = 0;
-    bool hasElements = false;
-    while (true) {
-        switch (reader.readNext()) {
-        case QXmlStreamReader::StartElement:
-            hasElements = true;
-            ++open;
-            containers += isContainerElement(reader.name()) ? 1 : 0;
-            // The plist element and a value element around the containers.
-            if (containers > ZKPropertyListSerialization::maximumNestingDepth ||
-                open > ZKPropertyListSerialization::maximumNestingDepth + 2) {
-                noteTooDeep(problem, ZKPropertyListErrors::TooDeepToRead);
-                return false;
+// truncation. Values are left to libplist.
+class XmlChecker {
+public:
+    enum Verdict { NeedsMore, Passed, Failed };
+
+    // The next piece of the data; an empty one when there is no more.
+    Verdict feed(QByteArrayView piece, Problem *problem) {
+        if (m_verdict != NeedsMore) {
+            return m_verdict;
+        }
+        if (!piece.isEmpty()) {
+            m_reader.addData(markupOf(m_decoder(piece)));
+        }
+        m_verdict = walk(piece.isEmpty(), problem);
+        return m_verdict;
+    }
+
+private:
+    Verdict walk(bool isAtEnd, Problem *problem) {
+        while (true) {
+            switch (m_reader.readNext()) {
+            case QXmlStreamReader::StartElement:
+                m_hasElements = true;
+                ++m_open;
+                m_containers += isContainerElement(m_reader.name()) ? 1 : 0;
+                // The plist element and a value element around the containers.
+                if (m_containers > ZKPropertyListSerialization::maximumNestingDepth ||
+                    m_open > ZKPropertyListSerialization::maximumNestingDepth + 2) {
+                    noteTooDeep(problem, ZKPropertyListErrors::TooDeepToRead);
+                    return Failed;
+                }
+                continue;
+            case QXmlStreamReader::EndElement:
+                --m_open;
+                m_containers -= isContainerElement(m_reader.name()) ? 1 : 0;
+                continue;
+            case QXmlStreamReader::EndDocument:
+                return Passed;
+            case QXmlStreamReader::Invalid:
+                break;
+            default:
+                continue;
             }
-            continue;
-        case QXmlStreamReader::EndElement:
-            --open;
-            containers -= isContainerElement(reader.name()) ? 1 : 0;
-            continue;
-        case QXmlStreamReader::EndDocument:
-            return true;
-        case QXmlStreamReader::Invalid:
-            break;
-        default:
-            continue;
+            if (m_reader.error() != QXmlStreamReader::PrematureEndOfDocumentError) {
+                // Without a single element the data is no XML property list
+                // at all, which libplist would have said.
+                note(problem, m_hasElements ? ZKPropertyListErrors::NotWellFormedXml
+                                            : ZKPropertyListErrors::NotPropertyList);
+                return Failed;
+            }
+            if (isAtEnd) {
+                note(problem, ZKPropertyListErrors::Truncated);
+                return Failed;
+            }
+            return NeedsMore;
         }
-        if (reader.error() != QXmlStreamReader::PrematureEndOfDocumentError) {
-            // Without a single element the data is no XML property list at
-            // all, which libplist would have said.
-            note(problem, hasElements ? ZKPropertyListErrors::NotWellFormedXml
-                                      : ZKPropertyListErrors::NotPropertyList);
-            return false;
-        }
-        if (given == data.size()) {
-            note(problem, ZKPropertyListErrors::Truncated);
-            return false;
-        }
+    }
+
+    QXmlStreamReader m_reader;
+    QStringDecoder m_decoder{QStringDecoder::Utf8};
+    Verdict m_verdict = NeedsMore;
+    qsizetype m_open = 0;
+    int m_containers = 0;
+    bool m_hasElements = false;
+};
+
+bool checkXml(const QByteArray &data, Problem *problem) {
+    XmlChecker checker;
+    qsizetype given = 0;
+    while (true) {
         const qsizetype length = std::min(pieceSize, data.size() - given);
-        reader.addData(markupOf(decoder(QByteArrayView(data).sliced(given, length))));
+        switch (checker.feed(QByteArrayView(data).sliced(given, length), problem)) {
+        case XmlChecker::Passed:
+            return true;
+        case XmlChecker::Failed:
+            return false;
+        case XmlChecker::NeedsMore:
+            break;
+        }
         given += length;
     }
 }
@@ -695,4 +732,437 @@ QVariant ZKPropertyListSerialization::propertyListFromData(const QByteArray &dat
         setError(error, problem);
     }
     return result;
+}
+
+// ---------------------------------------------------------------------------
+// One element at a time
+
+namespace {
+
+// libplist's XML text of a tree; empty when it wrote none.
+QByteArray xmlOf(plist_t root) {
+    char *bytes = nullptr;
+    uint32_t length = 0;
+    plist_to_xml(root, &bytes, &length);
+    if (!bytes) {
+        return {};
+    }
+    QByteArray text(bytes, qsizetype(length));
+    plist_to_xml_free(bytes);
+    return text;
+}
+
+// An element of the streamed array lies two containers deep, inside the top
+// dictionary and the array: nested in two arrays, libplist indents it the
+// same, so its text can be cut out of theirs.
+constexpr QByteArrayView elementHead = "<plist version=\"1.0\">\n<array>\n\t<array>\n";
+constexpr QByteArrayView elementTail = "\t</array>\n</array>\n</plist>\n";
+// How the top dictionary ends when the array, its last entry, is empty.
+constexpr QByteArrayView emptyArrayTail = "<array/>\n</dict>\n</plist>\n";
+constexpr QByteArrayView arrayTail = "\t</array>\n</dict>\n</plist>\n";
+
+QByteArray elementXml(const QVariant &value, Problem *problem) {
+    PlistPointer root(nodeFromVariant(QVariantList{QVariantList{value}}, 0, problem));
+    if (!root) {
+        problem->path.remove(0, std::min<qsizetype>(2, problem->path.size())); // the two arrays
+        return {};
+    }
+    const QByteArray text = xmlOf(static_cast<plist_t>(root.get()));
+    const qsizetype start = text.indexOf(elementHead);
+    if (start < 0 || !text.endsWith(elementTail)) {
+        note(problem, ZKPropertyListErrors::NotWrittenAsXml);
+        return {};
+    }
+    const qsizetype from = start + elementHead.size();
+    return text.sliced(from, text.size() - from - elementTail.size());
+}
+
+bool writeAll(QIODevice *device, QByteArrayView bytes) {
+    return device->write(bytes.data(), bytes.size()) == bytes.size();
+}
+
+} // namespace
+
+bool ZKPropertyListSerialization::writeDictionaryWithArray(
+    QIODevice *device, const QVariantMap &dictionary, const QString &arrayKey, qsizetype count,
+    const std::function<QVariant(qsizetype)> &element, ZKError *error) {
+    QVariantMap head = dictionary;
+    head.insert(arrayKey, QVariantList());
+    // The type is written first and the rest in key order: only an array
+    // written last can follow the rest of the text.
+    QString lastKey;
+    for (auto it = head.constBegin(); it != head.constEnd(); ++it) {
+        if (it.key() != ZKPropertyListObject::typeKey) {
+            lastKey = it.key();
+        }
+    }
+    Problem problem;
+    QByteArray text;
+    if (lastKey == arrayKey) {
+        PlistPointer root(nodeFromVariant(head, 0, &problem));
+        if (!root) {
+            setError(error, problem);
+            return false;
+        }
+        text = xmlOf(static_cast<plist_t>(root.get()));
+    }
+    if (!text.endsWith(emptyArrayTail)) {
+        if (text.isEmpty() && lastKey == arrayKey) {
+            setError(error, ZKPropertyListErrors::NotWrittenAsXml);
+            return false;
+        }
+        // Not a shape this writer knows: the whole tree at once.
+        QVariantList list;
+        for (qsizetype index = 0; index < count; ++index) {
+            list.append(element(index));
+        }
+        head.insert(arrayKey, list);
+        const QByteArray data = dataFromPropertyList(head, error);
+        return !data.isEmpty() && writeAll(device, data);
+    }
+    if (count == 0) {
+        return writeAll(device, text);
+    }
+    text.chop(emptyArrayTail.size());
+    if (!writeAll(device, text + "<array>\n")) {
+        return false;
+    }
+    for (qsizetype index = 0; index < count; ++index) {
+        const QByteArray part = elementXml(element(index), &problem);
+        if (part.isEmpty()) {
+            problem.path.prepend(QString::number(index));
+            problem.path.prepend(arrayKey);
+            setError(error, problem);
+            return false;
+        }
+        if (!writeAll(device, part)) {
+            return false;
+        }
+    }
+    return writeAll(device, arrayTail);
+}
+
+namespace {
+
+// libplist's tree of one element of a streamed array, which lies in the file
+// as the text of one element. Null when libplist cannot read it.
+PlistPointer parseElement(QByteArrayView text) {
+    const QByteArray wrapped = "<plist version=\"1.0\">" + text.toByteArray() + "</plist>";
+    plist_t parsed = nullptr;
+    plist_from_xml(wrapped.constData(), uint32_t(wrapped.size()), &parsed);
+    return PlistPointer(parsed);
+}
+
+// An element of the streamed array as the whole tree would have given it:
+// two containers deep, its place in the error path.
+QVariant variantFromElement(QByteArrayView text, const QString &arrayKey, qsizetype index,
+                            Problem *problem, bool *isReadable) {
+    const PlistPointer root = parseElement(text);
+    *isReadable = bool(root);
+    if (!root) {
+        note(problem, ZKPropertyListErrors::NotPropertyList);
+        return {};
+    }
+    QVariant value = variantFromNode(static_cast<plist_t>(root.get()), 2, problem);
+    if (!value.isValid()) {
+        problem->path.prepend(QString::number(index));
+        problem->path.prepend(arrayKey);
+    }
+    return value;
+}
+
+// Finds the elements of the array under arrayKey in the top dictionary of an
+// XML property list, by their places in the data: it reads the bytes as
+// Latin-1, one character for each byte, so that the reader's offsets are
+// offsets in the file. Everything outside the elements is kept as the
+// document's head, which libplist then reads with the array empty.
+// Anything unusual on the way (another top, the key twice or spelt
+// otherwise, markup this reading sees differently) makes it unfit, and the
+// file is read whole instead.
+class ElementLocator {
+public:
+    using Element = std::function<void(qint64 offset, QByteArrayView text)>;
+
+    ElementLocator(const QString &arrayKey, Element element)
+        : m_arrayKey(arrayKey)
+        , m_rawKey(QStringLiteral("<key>%1</key>").arg(arrayKey).toUtf8())
+        , m_element(std::move(element)) {}
+
+    enum Verdict { NeedsMore, Done, Unfit };
+
+    Verdict feed(QByteArrayView piece) {
+        if (m_verdict != NeedsMore) {
+            return m_verdict;
+        }
+        if (!piece.isEmpty()) {
+            m_window.append(piece);
+            m_reader.addData(markupOf(QString::fromLatin1(piece)));
+        }
+        m_verdict = walk(piece.isEmpty());
+        return m_verdict;
+    }
+
+    // What lies outside the elements, once done.
+    QByteArray takeHead() {
+        m_head.append(m_window);
+        m_window.clear();
+        return std::move(m_head);
+    }
+
+private:
+    Verdict walk(bool isAtEnd) {
+        while (true) {
+            const QXmlStreamReader::TokenType token = m_reader.readNext();
+            m_lastEnd = m_reader.characterOffset();
+            switch (token) {
+            case QXmlStreamReader::StartElement:
+                // The reader's offset after text is one character on, past
+                // the "<" of the tag that ends it; a start tag holds no other
+                // "<" than its first.
+                if (!startElement(m_windowStart +
+                                  m_window.lastIndexOf('<', m_lastEnd - m_windowStart - 1))) {
+                    return Unfit;
+                }
+                continue;
+            case QXmlStreamReader::EndElement:
+                if (!endElement()) {
+                    return Unfit;
+                }
+                continue;
+            case QXmlStreamReader::Characters:
+                if (m_isInKey) {
+                    m_keyText += m_reader.text();
+                }
+                continue;
+            case QXmlStreamReader::EndDocument:
+                return m_hasTop ? Done : Unfit;
+            case QXmlStreamReader::Invalid:
+                break;
+            default:
+                continue;
+            }
+            if (m_reader.error() != QXmlStreamReader::PrematureEndOfDocumentError || isAtEnd) {
+                return Unfit;
+            }
+            return NeedsMore;
+        }
+    }
+
+    bool startElement(qint64 tokenStart) {
+        ++m_depth;
+        const QStringView name = m_reader.name();
+        if (m_depth == 1) {
+            return name == u"plist";
+        }
+        if (m_depth == 2) {
+            if (m_hasTop || name != u"dict") {
+                return false;
+            }
+            m_hasTop = true;
+            return true;
+        }
+        if (m_depth == 3) {
+            if (name == u"key") {
+                m_isInKey = true;
+                m_keyStart = tokenStart;
+                m_keyText.clear();
+                return true;
+            }
+            m_isInArray = m_followsArrayKey && name == u"array";
+            m_followsArrayKey = false;
+            return true;
+        }
+        if (m_depth == 4 && m_isInArray) {
+            m_head.append(m_window.first(tokenStart - m_windowStart));
+            drop(tokenStart);
+        }
+        return true;
+    }
+
+    bool endElement() {
+        const int depth = m_depth--;
+        if (depth == 3 && m_isInKey) {
+            m_isInKey = false;
+            m_followsArrayKey = false;
+            if (m_keyText == m_arrayKey) {
+                const QByteArrayView raw = QByteArrayView(m_window).sliced(
+                    m_keyStart - m_windowStart, m_lastEnd - m_keyStart);
+                if (m_hasArrayKey || raw != QByteArrayView(m_rawKey)) {
+                    return false;
+                }
+                m_hasArrayKey = true;
+                m_followsArrayKey = true;
+            }
+        } else if (depth == 3) {
+            m_isInArray = false;
+        } else if (depth == 4 && m_isInArray) {
+            m_element(m_windowStart, QByteArrayView(m_window).first(m_lastEnd - m_windowStart));
+            drop(m_lastEnd);
+        }
+        return true;
+    }
+
+    // Forgets the bytes before the offset.
+    void drop(qint64 offset) {
+        m_window.remove(0, offset - m_windowStart);
+        m_windowStart = offset;
+    }
+
+    const QString m_arrayKey;
+    const QByteArray m_rawKey;
+    const Element m_element;
+    QXmlStreamReader m_reader;
+    Verdict m_verdict = NeedsMore;
+    QByteArray m_window; // the bytes from m_windowStart on
+    qint64 m_windowStart = 0;
+    qint64 m_lastEnd = 0;
+    QByteArray m_head;
+    int m_depth = 0;
+    bool m_hasTop = false;
+    bool m_isInKey = false;
+    qint64 m_keyStart = 0;
+    QString m_keyText;
+    bool m_hasArrayKey = false;
+    bool m_followsArrayKey = false;
+    bool m_isInArray = false;
+};
+
+// The top dictionary read from its head, with the first problem of the
+// streamed elements put where the whole tree would have met it: at the
+// array's key, among the others in the order of the file.
+QVariant variantFromHead(plist_t root, const QString &arrayKey, const Problem &elementProblem,
+                         bool hasElementProblem, Problem *problem) {
+    if (plist_get_node_type(root) != PLIST_DICT) {
+        return variantFromNode(root, 0, problem);
+    }
+    QVariantMap map;
+    plist_dict_iter iterator = nullptr;
+    plist_dict_new_iter(root, &iterator);
+    if (!iterator) {
+        note(problem, ZKPropertyListErrors::NotRead);
+        return {};
+    }
+    QVariant result;
+    while (true) {
+        char *key = nullptr;
+        plist_t child = nullptr;
+        plist_dict_next_item(root, iterator, &key, &child);
+        if (!key) {
+            result = map;
+            break;
+        }
+        const QString keyText = QString::fromUtf8(key);
+        std::free(key);
+        if (keyText == arrayKey && hasElementProblem) {
+            *problem = elementProblem;
+            break;
+        }
+        const QVariant value = variantFromNode(child, 1, problem);
+        if (!value.isValid()) {
+            problem->path.prepend(keyText);
+            break;
+        }
+        map.insert(keyText, value);
+    }
+    std::free(iterator);
+    return result;
+}
+
+} // namespace
+
+QVariant ZKPropertyListSerialization::propertyListFromFile(
+    QIODevice *file, const QString &arrayKey,
+    const std::function<void(qsizetype, const QVariant &)> &element, ElementPlaces *places,
+    ZKError *error) {
+    *places = {};
+    const auto readWhole = [&] {
+        *places = {};
+        if (!file->seek(0)) {
+            setError(error, ZKPropertyListErrors::NotRead);
+            return QVariant();
+        }
+        return propertyListFromData(file->readAll(), error);
+    };
+    const QByteArray start = file->peek(8);
+    if (start.isEmpty() || plist_is_binary(start.constData(), uint32_t(start.size())) ||
+        file->size() > maximumDataSize) {
+        return readWhole();
+    }
+
+    Problem elementProblem;
+    bool hasElementProblem = false;
+    bool isEveryElementReadable = true;
+    ElementLocator locator(arrayKey, [&](qint64 offset, QByteArrayView text) {
+        const qsizetype index = places->offsets.size();
+        places->offsets.append(offset);
+        places->lengths.append(text.size());
+        // After the first problem the answer is known; the rest is only
+        // walked for the checks of the text.
+        if (hasElementProblem || !isEveryElementReadable) {
+            return;
+        }
+        bool isReadable = false;
+        const QVariant value =
+            variantFromElement(text, arrayKey, index, &elementProblem, &isReadable);
+        isEveryElementReadable = isReadable;
+        if (!value.isValid()) {
+            hasElementProblem = isReadable;
+            return;
+        }
+        element(index, value);
+    });
+    XmlChecker checker;
+    Problem problem;
+    XmlChecker::Verdict checked = XmlChecker::NeedsMore;
+    ElementLocator::Verdict located = ElementLocator::NeedsMore;
+    QByteArray piece;
+    while (checked == XmlChecker::NeedsMore || located == ElementLocator::NeedsMore) {
+        piece = file->read(pieceSize);
+        checked = checker.feed(piece, &problem);
+        if (checked == XmlChecker::Failed) {
+            setError(error, problem);
+            return {};
+        }
+        located = locator.feed(piece);
+        if (located == ElementLocator::Unfit) {
+            return readWhole();
+        }
+    }
+
+    const QByteArray head = locator.takeHead();
+    plist_t parsed = nullptr;
+    plist_from_xml(head.constData(), uint32_t(head.size()), &parsed);
+    const PlistPointer root(parsed);
+    if (!root || !isEveryElementReadable) {
+        setError(error, ZKPropertyListErrors::NotPropertyList);
+        return {};
+    }
+    QVariant result =
+        variantFromHead(parsed, arrayKey, elementProblem, hasElementProblem, &problem);
+    if (!result.isValid()) {
+        setError(error, problem);
+        return {};
+    }
+    places->isStreamed = true;
+    return result;
+}
+
+QVariant ZKPropertyListSerialization::elementFromFile(QIODevice *file, qint64 offset, qint64 length,
+                                                      ZKError *error) {
+    if (!file->seek(offset)) {
+        setError(error, ZKPropertyListErrors::NotRead);
+        return {};
+    }
+    const QByteArray text = file->read(length);
+    if (text.size() != length) {
+        setError(error, ZKPropertyListErrors::Truncated);
+        return {};
+    }
+    Problem problem;
+    bool isReadable = false;
+    QVariant value = variantFromElement(text, QString(), 0, &problem, &isReadable);
+    if (!value.isValid()) {
+        setError(error, problem);
+    }
+    return value;
 }

@@ -5,7 +5,12 @@
 #include "ZKError.h"
 
 #include <QByteArray>
+#include <QList>
 #include <QVariant>
+
+#include <functional>
+
+class QIODevice;
 
 // Converts trees of QVariant values to and from property lists. Saved files
 // are XML property lists; reading accepts XML and binary ones.
@@ -40,6 +45,40 @@ public:
 
     // A null QVariant on failure, with the reason in *error when given.
     static QVariant propertyListFromData(const QByteArray &data, ZKError *error = nullptr);
+
+    // A long queue is mostly one array; these write and read it one element
+    // at a time, so that neither its whole tree nor its whole text is held.
+
+    // Writes what dataFromPropertyList() gives for the dictionary with a list
+    // of count elements under arrayKey, byte for byte, asking element() for
+    // each in turn. False when a value cannot be written, with the reason in
+    // *error; false without touching *error when the device fails.
+    static bool writeDictionaryWithArray(QIODevice *device, const QVariantMap &dictionary,
+                                         const QString &arrayKey, qsizetype count,
+                                         const std::function<QVariant(qsizetype)> &element,
+                                         ZKError *error = nullptr);
+
+    // Where the elements of a streamed array lie in their file.
+    struct ElementPlaces {
+        bool isStreamed = false; // else the array came back whole
+        QList<qint64> offsets;
+        QList<qint64> lengths;
+    };
+    // Reads a property list from an open file as propertyListFromData()
+    // reads the file's data, with the same errors. When the file is an XML
+    // dictionary with an array under arrayKey, that array comes back empty
+    // and its elements go to element() one by one instead, with their places
+    // in *places; the answer is decided only at the end, so element() must
+    // not act on what it is given. A file of another shape comes back whole
+    // with places->isStreamed false.
+    static QVariant
+    propertyListFromFile(QIODevice *file, const QString &arrayKey,
+                         const std::function<void(qsizetype, const QVariant &)> &element,
+                         ElementPlaces *places, ZKError *error = nullptr);
+    // One element again from where propertyListFromFile() found it; a null
+    // QVariant when it no longer reads.
+    static QVariant elementFromFile(QIODevice *file, qint64 offset, qint64 length,
+                                    ZKError *error = nullptr);
 
 private:
     ZKPropertyListSerialization() = delete;

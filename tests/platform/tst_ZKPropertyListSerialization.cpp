@@ -4,7 +4,9 @@
 
 #include <plist/plist.h>
 
+#include <QBuffer>
 #include <QDateTime>
+#include <QTemporaryFile>
 #include <QTest>
 #include <QTimeZone>
 
@@ -113,6 +115,10 @@ private Q_SLOTS:
     void refusesHostileData_data();
     void refusesHostileData();
     void truncationIsNeverSilent();
+    void streamedWriteIsByteForByte_data();
+    void streamedWriteIsByteForByte();
+    void streamedReadMatchesWholeRead_data();
+    void streamedReadMatchesWholeRead();
 };
 
 void tst_ZKPropertyListSerialization::roundTrip_data() {
@@ -340,6 +346,181 @@ void tst_ZKPropertyListSerialization::truncationIsNeverSilent() {
             QVERIFY(read.isValid() || !error.localizedDescription().isEmpty());
         }
     }
+}
+
+namespace {
+
+// A saved queue's shape: settings, and tasks with every kind of value.
+QVariantMap queueLike(const QVariantList &tasks) {
+    return {{"Type", "FerrowickDocument"},
+            {"State", "Paused"},
+            {"DataRate", 1234.5},
+            {"SpeedLimit", QVariantMap{{"MaximumTransferRate", 0}}},
+            {"Tasks", tasks}};
+}
+
+QVariantMap taskLike(int i) {
+    return {{"Type", "CopyTask"},
+            {"Source", QVariantMap{{"Type", "FileSystemReader"},
+                                   {"Path", QStringLiteral("/tmp/f%1 <&> \"é\" 日本").arg(i)},
+                                   {"Bookmark", QByteArray(70 + i, char('a' + i % 26))}}},
+            {"SkippedUrls", QVariantList{"file:///a%20b", "ftp://h/x"}},
+            {"ReplacedUrls", QVariantList()},
+            {"ProgressBytes", qint64(i) * 1000003},
+            {"TotalBytes", std::numeric_limits<quint64>::max()},
+            {"Offset", qint64(-5)},
+            {"DataRate", 0.1 * i},
+            {"IsVerifiedOk", i % 2 == 0},
+            {"Saved", utc(2026, 11, 26, 12, 0, i % 60)},
+            {"ErrorMessage", QStringLiteral("line one\n\tline two")},
+            {"Empty", QVariantMap()}};
+}
+
+} // namespace
+
+void tst_ZKPropertyListSerialization::streamedWriteIsByteForByte_data() {
+    QTest::addColumn<QVariantMap>("dictionary");
+    QTest::addColumn<QString>("message"); // of the whole tree's refusal, if any
+
+    QVariantList three{taskLike(0), taskLike(1), taskLike(2)};
+    QTest::newRow("no tasks") << queueLike({}) << QString();
+    QTest::newRow("three tasks") << queueLike(three) << QString();
+    QTest::newRow("other entries")
+        << queueLike({"text", 7, QVariantList{QVariantList{}}, true}) << QString();
+    QVariantMap afterTasks = queueLike(three);
+    afterTasks.insert("Zebra", "written after the array");
+    QTest::newRow("array not last") << afterTasks << QString();
+    QTest::newRow("no type") << QVariantMap{{"Tasks", three}} << QString();
+    QVariantList bad = three;
+    bad[1] = QVariantMap{{"Type", "CopyTask"}, {"Source", QVariantMap{{"Url", QUrl("a:b")}}}};
+    QTest::newRow("unwritable task") << queueLike(bad) << "Tasks/1/Source/Url";
+    QVariantMap badSetting = queueLike(three);
+    badSetting.insert("State", QVariant::fromValue(QUrl("a:b")));
+    QTest::newRow("unwritable setting") << badSetting << "State";
+    QTest::newRow("too deep in a task")
+        << queueLike({taskLike(0), nestedList(S::maximumNestingDepth - 1)}) << "256 levels deep";
+}
+
+void tst_ZKPropertyListSerialization::streamedWriteIsByteForByte() {
+    QFETCH(QVariantMap, dictionary);
+    QFETCH(QString, message);
+
+    ZKError wholeError;
+    const QByteArray whole = S::dataFromPropertyList(dictionary, &wholeError);
+    const QVariantList tasks = dictionary.value("Tasks").toList();
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    ZKError error;
+    const bool ok = S::writeDictionaryWithArray(
+        &buffer, dictionary, "Tasks", tasks.size(), [&](qsizetype i) { return tasks[i]; }, &error);
+    if (message.isEmpty()) {
+        QVERIFY2(ok, qUtf8Printable(error.localizedDescription()));
+        QCOMPARE(buffer.data(), whole);
+        QCOMPARE(S::propertyListFromData(buffer.data()), QVariant(dictionary));
+    } else {
+        QVERIFY(!ok);
+        QCOMPARE(error, wholeError);
+        QVERIFY2(error.localizedDescription().contains(message),
+                 qUtf8Printable(error.localizedDescription()));
+    }
+}
+
+void tst_ZKPropertyListSerialization::streamedReadMatchesWholeRead_data() {
+    QTest::addColumn<QByteArray>("data");
+    QTest::addColumn<bool>("isStreamed");
+
+    const QByteArray saved =
+        S::dataFromPropertyList(queueLike({taskLike(0), taskLike(1), taskLike(2)}));
+    const qsizetype firstTask = saved.indexOf("\t\t<dict>");
+    const auto replaced = [&](const QByteArray &from, const QByteArray &to) {
+        QByteArray data = saved;
+        return data.replace(from, to);
+    };
+    QTest::newRow("saved queue") << saved << true;
+    QTest::newRow("no tasks") << S::dataFromPropertyList(queueLike({})) << true;
+    QTest::newRow("on one line") << replaced("\n", "").replace("\t", "") << true;
+    QTest::newRow("comments between tasks")
+        << replaced("\t\t</dict>\n", "\t\t</dict><!-- é -->\n") << true;
+    QTest::newRow("text between tasks") << replaced("\t\t</dict>\n", "\t\t</dict>x\n") << true;
+    QTest::newRow("tasks key twice")
+        << replaced("<key>DataRate</key>", "<key>Tasks</key><array/><key>DataRate</key>") << false;
+    QTest::newRow("tasks key spelt with a reference")
+        << replaced("<key>Tasks</key>", "<key>T&#97;sks</key>") << false;
+    QTest::newRow("tasks not an array")
+        << S::dataFromPropertyList(queueLike({})).replace("<array/>", "<string>none</string>")
+        << true;
+    QTest::newRow("unreadable integer in a task")
+        << replaced("<integer>1000003</integer>", "<integer>x</integer>") << true;
+    QTest::newRow("unknown element in a task") << replaced("<true/>", "<maybe/>") << true;
+    QTest::newRow("date out of range in a task")
+        << replaced("2026-11-26T12:00:01Z", "2100-01-01T00:00:00Z") << true;
+    QTest::newRow("date out of range before the tasks and in one")
+        << replaced("<key>DataRate</key>", "<key>A</key><date>2100-01-01T00:00:00Z</date>"
+                                           "<key>DataRate</key>")
+               .replace("2026-11-26T12:00:01Z", "2100-01-01T00:00:00Z")
+        << true;
+    QTest::newRow("date out of range after the tasks and in one")
+        << replaced("</array>\n</dict>\n</plist>",
+                    "</array><key>Z</key><date>2100-01-01T00:00:00Z</date></dict></plist>")
+               .replace("2026-11-26T12:00:01Z", "2100-01-01T00:00:00Z")
+        << true;
+    QTest::newRow("truncated in a task") << saved.left(firstTask + 200) << true;
+    QTest::newRow("truncated after the tasks") << saved.chopped(10) << true;
+    QTest::newRow("crossed tags in a task") << replaced("<array/>", "<array></dict>") << true;
+    QTest::newRow("task nested too deep")
+        << replaced("<dict/>",
+                    QByteArray("<array>").repeated(300) + QByteArray("</array>").repeated(300))
+        << true;
+    QTest::newRow("array at the top") << S::dataFromPropertyList(QVariantList{1, 2}) << false;
+    QTest::newRow("binary") << S::binaryDataFromPropertyList(queueLike({taskLike(0)})) << false;
+    QTest::newRow("empty") << QByteArray() << false;
+    QTest::newRow("plain text") << QByteArray("hello") << false;
+    QTest::newRow("byte order mark") << "\xEF\xBB\xBF" + saved << false;
+}
+
+void tst_ZKPropertyListSerialization::streamedReadMatchesWholeRead() {
+    QFETCH(QByteArray, data);
+    QFETCH(bool, isStreamed);
+
+    ZKError wholeError;
+    const QVariant whole = S::propertyListFromData(data, &wholeError);
+    QTemporaryFile file;
+    QVERIFY(file.open());
+    QCOMPARE(file.write(data), data.size());
+    QVERIFY(file.seek(0));
+    QVariantList handed;
+    S::ElementPlaces places;
+    ZKError error;
+    QVariant read = S::propertyListFromFile(
+        &file, "Tasks",
+        [&](qsizetype i, const QVariant &value) {
+            QCOMPARE(i, handed.size());
+            handed.append(value);
+        },
+        &places, &error);
+    QCOMPARE(error, wholeError);
+    if (!whole.isValid()) {
+        QVERIFY(!read.isValid());
+        return;
+    }
+    QVERIFY2(read.isValid(), qUtf8Printable(error.localizedDescription()));
+    QCOMPARE(places.isStreamed, isStreamed);
+    if (places.isStreamed) {
+        QCOMPARE(places.offsets.size(), handed.size());
+        for (qsizetype i = 0; i < handed.size(); ++i) {
+            ZKError again;
+            const QVariant element =
+                S::elementFromFile(&file, places.offsets[i], places.lengths[i], &again);
+            QVERIFY2(sameTyped(element, handed[i]), qUtf8Printable(again.localizedDescription()));
+        }
+        QVariantMap map = read.toMap();
+        if (map.value("Tasks").typeId() == QMetaType::QVariantList) {
+            QCOMPARE(map.value("Tasks"), QVariant(QVariantList()));
+            map.insert("Tasks", handed);
+        }
+        read = map;
+    }
+    QVERIFY(sameTyped(read, whole));
 }
 
 QTEST_GUILESS_MAIN(tst_ZKPropertyListSerialization)
