@@ -291,17 +291,24 @@ QString ZKQueueFile::unreadableTaskEntryReason(const QVariant &entry) {
     return {};
 }
 
+namespace {
+// A queue file that cannot be loaded, and why.
+bool refuseFile(const QString &path, QString reason, ZKError *error) {
+    while (reason.endsWith(QLatin1Char('.'))) {
+        reason.chop(1);
+    }
+    if (error) {
+        *error = ZKQueueFileErrors::error(ZKQueueFileErrors::CannotBeOpened, {path, reason});
+    }
+    qCInfo(lcEngine).noquote() << "Unable to load" << path << reason;
+    return false;
+}
+} // namespace
+
 bool ZKQueueFile::readPropertyListFromFile(const QString &path, QVariantMap *plist,
                                            ZKError *error) {
-    auto fail = [&](QString reason) {
-        while (reason.endsWith(QLatin1Char('.'))) {
-            reason.chop(1);
-        }
-        if (error) {
-            *error = ZKQueueFileErrors::error(ZKQueueFileErrors::CannotBeOpened, {path, reason});
-        }
-        qCInfo(lcEngine).noquote() << "Unable to load" << path << reason;
-        return false;
+    auto fail = [&](const QString &reason) {
+        return refuseFile(path, reason, error);
     };
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
@@ -450,6 +457,12 @@ bool ZKQueueFile::readFromPropertyList(const QVariantMap &plist) {
     if (!validatePropertyList(plist, nullptr)) {
         return false;
     }
+    const QVariantList entries = plist.value(kTasks).toList();
+    return loadPropertyList(plist, entries.size(), [&](qsizetype i) { return entries[i]; });
+}
+
+bool ZKQueueFile::loadPropertyList(const QVariantMap &plist, qsizetype entryCount,
+                                   const std::function<QVariant(qsizetype)> &entryAt) {
     // Tasks taken out while they work would go on writing beside the ones
     // read in their place.
     m_document.m_dispatchQueue.waitUntilAllOperationsAreFinished();
@@ -484,11 +497,14 @@ bool ZKQueueFile::readFromPropertyList(const QVariantMap &plist) {
     QList<ZKTaskPtr> tasks;
     QList<qsizetype> taskEntries; // the saved entry of each task
     m_document.m_unreadTaskEntries.clear();
-    const QVariantList entries = plist.value(kTasks).toList();
-    for (qsizetype i = 0; i < entries.size(); ++i) {
-        QString reason = unreadableTaskEntryReason(entries[i]);
+    QVariantList entries; // as the file holds them, for saving progress into it
+    entries.reserve(entryCount);
+    for (qsizetype i = 0; i < entryCount; ++i) {
+        const QVariant entry = entryAt(i);
+        entries.append(entry);
+        QString reason = unreadableTaskEntryReason(entry);
         if (reason.isEmpty()) {
-            if (auto task = ZKPropertyListParser::parseObjectOfType<ZKTask>(entries[i].toMap())) {
+            if (auto task = ZKPropertyListParser::parseObjectOfType<ZKTask>(entry.toMap())) {
                 tasks.append(task);
                 taskEntries.append(i);
                 continue;
@@ -497,7 +513,7 @@ bool ZKQueueFile::readFromPropertyList(const QVariantMap &plist) {
         }
         qCWarning(lcEngine).noquote()
             << QStringLiteral("Keeping task entry %1 unread: %2").arg(i + 1).arg(reason);
-        m_document.m_unreadTaskEntries.append({i, entries[i], reason});
+        m_document.m_unreadTaskEntries.append({i, entry, reason});
     }
     // A transfer that another open queue holds already stays in the file as
     // it was: run beside that one, it would write the same files.
@@ -519,7 +535,9 @@ bool ZKQueueFile::readFromPropertyList(const QVariantMap &plist) {
         indexes.append(i);
     }
     m_document.insertTasks(tasks, indexes);
-    rememberSavedPropertyList(plist, tasks);
+    QVariantMap saved = plist;
+    saved.insert(kTasks, entries);
+    rememberSavedPropertyList(saved, tasks);
 
     Q_EMIT m_document.stateChanged();
     Q_EMIT m_document.isVerifyEnabledChanged();
@@ -539,12 +557,51 @@ bool ZKQueueFile::readFromPropertyList(const QVariantMap &plist) {
 }
 
 bool ZKQueueFile::readFromFile(const QString &path, ZKError *error) {
-    QVariantMap plist;
-    if (!readPropertyListFromFile(path, &plist, error)) {
-        return false;
+    // As readPropertyListFromFile() and readFromPropertyList(), with the same
+    // checks in the same order, but the task entries are read one at a time:
+    // once to check them all before anything changes, once to load each.
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return refuseFile(path, file.errorString(), error);
+    }
+    if (file.size() > ZKPropertyListSerialization::maximumDataSize) {
+        return refuseFile(path, ZKQueueFileErrors::text(ZKQueueFileErrors::TooLargeForQueue),
+                          error);
+    }
+    QString taskProblem;
+    ZKPropertyListSerialization::ElementPlaces places;
+    ZKError parseError;
+    const QVariant value = ZKPropertyListSerialization::propertyListFromFile(
+        &file, kTasks,
+        [&](qsizetype i, const QVariant &entry) {
+            if (taskProblem.isEmpty()) {
+                taskProblem = taskEntryProblem(i, entry);
+            }
+        },
+        &places, &parseError);
+    if (!value.isValid()) {
+        return refuseFile(path, parseError.localizedDescription(), error);
+    }
+    if (value.typeId() != QMetaType::QVariantMap) {
+        return refuseFile(path, ZKQueueFileErrors::text(ZKQueueFileErrors::NotAQueue), error);
+    }
+    const QVariantMap plist = value.toMap();
+    QString reason;
+    if (!validatePropertyList(plist, &reason)) {
+        return refuseFile(path, reason, error);
+    }
+    if (!taskProblem.isEmpty()) {
+        return refuseFile(path, taskProblem, error);
     }
     m_document.setFileName(path);
-    return readFromPropertyList(plist);
+    if (!places.isStreamed) {
+        return readFromPropertyList(plist);
+    }
+    // The file stays open, so a file put in its place meanwhile is not read.
+    return loadPropertyList(plist, places.offsets.size(), [&](qsizetype i) {
+        return ZKPropertyListSerialization::elementFromFile(&file, places.offsets[i],
+                                                            places.lengths[i]);
+    });
 }
 
 bool ZKQueueFile::saveToFile(const QString &path, ZKError *error) {

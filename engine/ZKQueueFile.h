@@ -84,6 +84,10 @@ private:
     // Where each saved "Tasks" entry comes from: the index of its task, or
     // -1 - k for the k-th entry kept unread.
     QList<qsizetype> entrySources(qsizetype taskCount) const;
+    // readFromPropertyList() once the dictionary passed its checks, with the
+    // task entries asked for one at a time.
+    bool loadPropertyList(const QVariantMap &plist, qsizetype entryCount,
+                          const std::function<QVariant(qsizetype)> &entryAt);
     // Writes the queue one task at a time; with written, also gives the
     // entries that went into the file.
     bool writeQueueToFile(const QString &path, ZKError *error, QVariantList *written) const;

@@ -58,6 +58,7 @@ private Q_SLOTS:
     void malformedFilesAreRefused_data();
     void malformedFilesAreRefused();
     void unreadableTaskEntriesAreKeptInPlace();
+    void reopenedQueueIsWrittenBackAsItWas();
     void onlyRealMovesAreChanges_data();
     void onlyRealMovesAreChanges();
     void rowCommandsFollowTheTaskState();
@@ -494,6 +495,29 @@ void TestZKFerrowickDocument::malformedFilesAreRefused_data() {
         << "\"State\" of task 1 is out of range";
     QTest::newRow("task mode a number") << withTask("<key>TransferMode</key><integer>9</integer>")
                                         << "\"TransferMode\" of task 1 has the wrong type";
+
+    // Task entries are read one at a time; the first problem in the file's
+    // order is still the one told, and the queue's own before any task's.
+    const QByteArray fine = "<dict><key>Type</key><string>CopyTask</string></dict>";
+    const auto withTasks = [&](const QByteArray &third, const QByteArray &after = {}) {
+        return document + "<key>Tasks</key><array>" + fine + "\n" + fine + "<!-- -->" + third +
+               "</array>" + after + "</dict></plist>";
+    };
+    QTest::newRow("third task negative")
+        << withTasks("<dict><key>ProgressBytes</key><integer>-1</integer></dict>")
+        << "\"ProgressBytes\" of task 3 is negative";
+    QTest::newRow("queue state after a bad task")
+        << withTasks("<dict><key>ProgressBytes</key><integer>-1</integer></dict>",
+                     "<key>State</key><string>Unknown (7)</string>")
+        << "\"State\" is out of range";
+    QTest::newRow("unreadable date in a task, bad state after")
+        << withTasks("<dict><key>Saved</key><date>2100-01-01T00:00:00Z</date></dict>",
+                     "<key>State</key><string>Unknown (7)</string>")
+        << "Tasks/2/Saved";
+    QTest::newRow("unreadable date after the tasks")
+        << withTasks(fine, "<key>Saved</key><date>2100-01-01T00:00:00Z</date>") << "Saved";
+    QTest::newRow("task not closed") << withTasks("<dict>") << "well-formed";
+    QTest::newRow("cut in a task") << withTasks("<dict><key>State</key>").chopped(25) << "";
 }
 
 void TestZKFerrowickDocument::malformedFilesAreRefused() {
@@ -511,6 +535,48 @@ void TestZKFerrowickDocument::malformedFilesAreRefused() {
              qPrintable(error.localizedDescription()));
     QCOMPARE(readFile(file), content);
     QCOMPARE(document.countOfTasks(), 0);
+    // The same refusal as when the file is read whole.
+    QVariantMap whole;
+    ZKError wholeError;
+    QVERIFY(!ZKFerrowickDocument::readPropertyListFromFile(file, &whole, &wholeError));
+    QCOMPARE(error, wholeError);
+}
+
+// A long queue is read and written one task at a time: what is loaded and
+// saved again is the file it came from, byte for byte, the entries that
+// cannot be read included.
+void TestZKFerrowickDocument::reopenedQueueIsWrittenBackAsItWas() {
+    QVERIFY(writeFile(path("a"), "a"));
+    QVariantMap task = ZKCopyTask::create(reader("a"), outFolder())->asPropertyList();
+    task[QStringLiteral("State")] = QStringLiteral("Completed"); // nothing runs
+    QVariantMap alien = task;
+    alien[QStringLiteral("Type")] = QStringLiteral("TeleportTask");
+    QVariantList tasks(20, task);
+    tasks[3] = alien;
+    tasks[7] = QStringLiteral("not even a dictionary");
+    QVariantMap plist;
+    {
+        ZKFerrowickDocument empty;
+        empty.setState(ZKQueueState::Paused);
+        plist = empty.asPropertyList();
+    }
+    plist[QStringLiteral("Tasks")] = tasks;
+    const QByteArray written = ZKPropertyListSerialization::dataFromPropertyList(plist);
+    QVERIFY(writeFile(path("q.queue"), written));
+
+    ZKFerrowickDocument document;
+    ZKError error;
+    QVERIFY2(document.readFromFile(path("q.queue"), &error),
+             qUtf8Printable(error.localizedDescription()));
+    QCOMPARE(document.countOfTasks(), 18);
+    QCOMPARE(document.unreadTaskEntries().size(), 2);
+    QCOMPARE(document.unreadTaskEntries().last().entry, tasks[7]);
+    QVERIFY2(document.writeToFile(path("again.queue"), &error),
+             qUtf8Printable(error.localizedDescription()));
+    QCOMPARE(readFile(path("again.queue")), written);
+    QVERIFY2(document.saveToFile(path("q.queue"), &error),
+             qUtf8Printable(error.localizedDescription()));
+    QCOMPARE(readFile(path("q.queue")), written);
 }
 
 // A queue written by another version may hold tasks this one cannot read,
