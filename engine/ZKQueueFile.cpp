@@ -14,6 +14,7 @@
 #include "ZKTaskRegistry.h"
 #include "ZKTransferMode.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -364,15 +365,35 @@ bool ZKQueueFile::writePropertyListToFile(const QVariantMap &plist, const QStrin
 
 bool ZKQueueFile::writeEntriesToFile(const QVariantMap &settings, qsizetype count,
                                      const std::function<QVariant(qsizetype)> &entryAt,
-                                     const QString &path, ZKError *error) {
+                                     const QString &path, ZKError *error,
+                                     QList<SavedEntry> *written) {
     // Written into a temporary file that replaces the old one only when
     // whole, and one entry at a time: a long queue's text is never held.
     QSaveFile file(path);
     ZKError serialisationError;
+    QList<SavedEntry> places;
+    if (written) {
+        places.reserve(count);
+    }
+    const auto placed = [&](qsizetype, qint64 offset, QByteArrayView text) {
+        places.append({{}, {}, offset, text.size(), qHash(text)});
+    };
     if (file.open(QIODevice::WriteOnly) &&
-        ZKPropertyListSerialization::writeDictionaryWithArray(&file, settings, kTasks, count,
-                                                              entryAt, &serialisationError) &&
+        ZKPropertyListSerialization::writeDictionaryWithArray(
+            &file, settings, kTasks, count, entryAt, &serialisationError,
+            written ? ZKPropertyListSerialization::ElementWritten(placed)
+                    : ZKPropertyListSerialization::ElementWritten()) &&
         file.commit()) {
+        if (written) {
+            if (places.size() != count) {
+                // Written as a whole tree: no entry has a place of its own.
+                places.clear();
+                for (qsizetype i = 0; i < count; ++i) {
+                    places.append({{}, entryAt(i)});
+                }
+            }
+            *written = std::move(places);
+        }
         return true;
     }
     file.cancelWriting();
@@ -426,21 +447,17 @@ QList<qsizetype> ZKQueueFile::entrySources(qsizetype taskCount) const {
 }
 
 bool ZKQueueFile::writeQueueToFile(const QString &path, ZKError *error,
-                                   QVariantList *written) const {
+                                   QList<SavedEntry> *written) const {
     const QList<ZKTaskPtr> tasks = m_document.m_taskQueue.tasks();
     const QList<qsizetype> sources = entrySources(tasks.size());
     return writeEntriesToFile(
         settingsAsPropertyList(), sources.size(),
         [&](qsizetype i) {
             const qsizetype source = sources[i];
-            const QVariant entry = source >= 0 ? QVariant(tasks[source]->asPropertyList())
-                                               : m_document.m_unreadTaskEntries[-1 - source].entry;
-            if (written) {
-                written->append(entry);
-            }
-            return entry;
+            return source >= 0 ? QVariant(tasks[source]->asPropertyList())
+                               : m_document.m_unreadTaskEntries[-1 - source].entry;
         },
-        path, error);
+        path, error, written);
 }
 
 QVariantList ZKQueueFile::tasksAsPropertyList() const {
@@ -458,11 +475,17 @@ bool ZKQueueFile::readFromPropertyList(const QVariantMap &plist) {
         return false;
     }
     const QVariantList entries = plist.value(kTasks).toList();
-    return loadPropertyList(plist, entries.size(), [&](qsizetype i) { return entries[i]; });
+    return loadPropertyList(
+        plist, entries.size(), [&](qsizetype i) { return entries[i]; },
+        [](qsizetype, const QVariant &entry) {
+            return SavedEntry{{}, entry};
+        });
 }
 
-bool ZKQueueFile::loadPropertyList(const QVariantMap &plist, qsizetype entryCount,
-                                   const std::function<QVariant(qsizetype)> &entryAt) {
+bool ZKQueueFile::loadPropertyList(
+    const QVariantMap &plist, qsizetype entryCount,
+    const std::function<QVariant(qsizetype)> &entryAt,
+    const std::function<SavedEntry(qsizetype, const QVariant &)> &keep) {
     // Tasks taken out while they work would go on writing beside the ones
     // read in their place.
     m_document.m_dispatchQueue.waitUntilAllOperationsAreFinished();
@@ -497,11 +520,11 @@ bool ZKQueueFile::loadPropertyList(const QVariantMap &plist, qsizetype entryCoun
     QList<ZKTaskPtr> tasks;
     QList<qsizetype> taskEntries; // the saved entry of each task
     m_document.m_unreadTaskEntries.clear();
-    QVariantList entries; // as the file holds them, for saving progress into it
+    QList<SavedEntry> entries; // as the file holds them, for saving progress into it
     entries.reserve(entryCount);
     for (qsizetype i = 0; i < entryCount; ++i) {
         const QVariant entry = entryAt(i);
-        entries.append(entry);
+        entries.append(keep(i, entry));
         QString reason = unreadableTaskEntryReason(entry);
         if (reason.isEmpty()) {
             if (auto task = ZKPropertyListParser::parseObjectOfType<ZKTask>(entry.toMap())) {
@@ -523,7 +546,7 @@ bool ZKQueueFile::loadPropertyList(const QVariantMap &plist, qsizetype entryCoun
             const qsizetype i = taskEntries[t];
             qCWarning(lcEngine).noquote()
                 << QStringLiteral("Keeping task entry %1 unread: %2").arg(i + 1).arg(refused[t]);
-            m_document.m_unreadTaskEntries.append({i, entries[i], refused[t]});
+            m_document.m_unreadTaskEntries.append({i, entryAt(i), refused[t]});
             tasks.removeAt(t);
         }
     }
@@ -535,9 +558,9 @@ bool ZKQueueFile::loadPropertyList(const QVariantMap &plist, qsizetype entryCoun
         indexes.append(i);
     }
     m_document.insertTasks(tasks, indexes);
-    QVariantMap saved = plist;
-    saved.insert(kTasks, entries);
-    rememberSavedPropertyList(saved, tasks);
+    QVariantMap settings = plist;
+    settings.remove(kTasks);
+    rememberSavedEntries(settings, std::move(entries), tasks);
 
     Q_EMIT m_document.stateChanged();
     Q_EMIT m_document.isVerifyEnabledChanged();
@@ -597,24 +620,40 @@ bool ZKQueueFile::readFromFile(const QString &path, ZKError *error) {
     if (!places.isStreamed) {
         return readFromPropertyList(plist);
     }
-    // The file stays open, so a file put in its place meanwhile is not read.
-    return loadPropertyList(plist, places.offsets.size(), [&](qsizetype i) {
-        return ZKPropertyListSerialization::elementFromFile(&file, places.offsets[i],
-                                                            places.lengths[i]);
-    });
+    // The file stays open, so a file put in its place meanwhile is not
+    // read; it is read on in large blocks, not entry by entry.
+    QByteArray block;
+    qint64 blockStart = 0;
+    const auto textAt = [&](qsizetype i) {
+        const qint64 offset = places.offsets[i];
+        const qint64 length = places.lengths[i];
+        if (offset < blockStart || offset + length > blockStart + block.size()) {
+            constexpr qint64 blockSize = 1024 * 1024;
+            block = file.seek(offset) ? file.read(std::max(length, blockSize)) : QByteArray();
+            blockStart = offset;
+        }
+        return offset + length > blockStart + block.size()
+                   ? QByteArrayView()
+                   : QByteArrayView(block).sliced(offset - blockStart, length);
+    };
+    return loadPropertyList(
+        plist, places.offsets.size(),
+        [&](qsizetype i) { return ZKPropertyListSerialization::elementFromText(textAt(i)); },
+        [&](qsizetype i, const QVariant &) {
+            return SavedEntry{{}, {}, places.offsets[i], places.lengths[i], qHash(textAt(i))};
+        });
 }
 
 bool ZKQueueFile::saveToFile(const QString &path, ZKError *error) {
     // The entries and the tasks that wrote them, taken together.
     const QList<ZKTaskPtr> tasks = m_document.m_taskQueue.tasks();
-    QVariantMap plist = settingsAsPropertyList();
-    QVariantList entries;
+    const QVariantMap settings = settingsAsPropertyList();
+    QList<SavedEntry> entries;
     if (!writeQueueToFile(path, error, &entries)) {
         return false;
     }
-    plist.insert(kTasks, entries);
     m_document.setFileName(path);
-    rememberSavedPropertyList(plist, tasks);
+    rememberSavedEntries(settings, std::move(entries), tasks);
     removeRecoveryFile();
     m_document.clearChangeCount();
     return true;
@@ -638,33 +677,86 @@ bool ZKQueueFile::writeToFile(const QString &path, ZKError *error) const {
 
 void ZKQueueFile::rememberSavedPropertyList(const QVariantMap &plist,
                                             const QList<ZKTaskPtr> &tasks) {
-    m_savedPropertyList = plist;
+    QList<SavedEntry> entries;
+    for (const QVariant &entry : plist.value(kTasks).toList()) {
+        entries.append({{}, entry});
+    }
+    QVariantMap settings = plist;
+    settings.remove(kTasks);
+    rememberSavedEntries(settings, std::move(entries), tasks);
+}
+
+void ZKQueueFile::rememberSavedEntries(const QVariantMap &settings, QList<SavedEntry> entries,
+                                       const QList<ZKTaskPtr> &tasks) {
+    m_savedPropertyList = settings;
     // The entries kept unread sit among the tasks' entries as they were
     // written (tasksAsPropertyList); no task writes them.
-    m_savedTasks.clear();
+    QList<std::weak_ptr<ZKTask>> writers;
+    writers.reserve(tasks.size() + m_document.unreadTaskEntries().size());
     for (const ZKTaskPtr &task : tasks) {
-        m_savedTasks.append(task);
+        writers.append(task);
     }
     for (const ZKFerrowickDocument::UnreadTaskEntry &kept :
          std::as_const(m_document.unreadTaskEntries())) {
-        m_savedTasks.insert(std::min(kept.index, m_savedTasks.size()), {});
+        writers.insert(std::min(kept.index, writers.size()), {});
     }
+    for (qsizetype i = 0; i < entries.size() && i < writers.size(); ++i) {
+        entries[i].task = writers[i];
+    }
+    m_savedEntries = std::move(entries);
+}
+
+QVariant ZKQueueFile::savedEntryNow(qsizetype index, QFile *file, QString *failure) const {
+    const SavedEntry &saved = m_savedEntries[index];
+    // A task gone from the queue keeps the entry it wrote last.
+    if (const ZKTaskPtr task = saved.task.lock()) {
+        return task->asPropertyList();
+    }
+    if (saved.offset < 0) {
+        return saved.entry;
+    }
+    if (!file->isOpen() && !file->open(QIODevice::ReadOnly)) {
+        *failure = file->errorString();
+        return {};
+    }
+    QByteArray text;
+    if (file->seek(saved.offset)) {
+        text = file->read(saved.length);
+    }
+    QVariant entry;
+    if (text.size() == saved.length && qHash(text) == saved.checksum) {
+        entry = ZKPropertyListSerialization::elementFromText(text);
+    }
+    if (!entry.isValid()) {
+        // Written over by something else: what the queue saved there is
+        // gone, and a guess would be written as if it were the queue's.
+        *failure = QCoreApplication::translate(
+            "ZKQueueFile", "The file was changed since the queue last saved into it");
+    }
+    return entry;
 }
 
 bool ZKQueueFile::writeProgressIntoFile(ZKError *error) {
-    QVariantList entries = m_savedPropertyList.value(kTasks).toList();
-    for (qsizetype i = 0; i < entries.size() && i < m_savedTasks.size(); ++i) {
-        // A task gone from the queue keeps the entry it wrote last.
-        if (const ZKTaskPtr task = m_savedTasks[i].lock()) {
-            entries[i] = task->asPropertyList();
+    const QString path = m_document.fileName();
+    QFile held(path); // as it was, for the entries of tasks gone since
+    QString failure;
+    QList<SavedEntry> written;
+    const bool saved = writeEntriesToFile(
+        m_savedPropertyList, m_savedEntries.size(),
+        [&](qsizetype i) { return savedEntryNow(i, &held, &failure); }, path, error, &written);
+    if (!failure.isEmpty()) {
+        if (error) {
+            *error = ZKQueueFileErrors::error(ZKQueueFileErrors::CannotBeSaved, {path, failure});
         }
-    }
-    QVariantMap plist = m_savedPropertyList;
-    plist.insert(kTasks, entries);
-    if (!writePropertyListToFile(plist, m_document.fileName(), error)) {
         return false;
     }
-    m_savedPropertyList = plist;
+    if (!saved) {
+        return false;
+    }
+    for (qsizetype i = 0; i < written.size(); ++i) {
+        written[i].task = m_savedEntries[i].task;
+    }
+    m_savedEntries = std::move(written);
     return true;
 }
 

@@ -6,6 +6,7 @@
 #include "ZKTask.h"
 
 #include <QElapsedTimer>
+#include <QFile>
 #include <QLockFile>
 #include <QObject>
 #include <QTimer>
@@ -86,14 +87,18 @@ private:
     QList<qsizetype> entrySources(qsizetype taskCount) const;
     // readFromPropertyList() once the dictionary passed its checks, with the
     // task entries asked for one at a time.
+    struct SavedEntry;
+    // keep: what is remembered of an entry that was read (see SavedEntry).
     bool loadPropertyList(const QVariantMap &plist, qsizetype entryCount,
-                          const std::function<QVariant(qsizetype)> &entryAt);
-    // Writes the queue one task at a time; with written, also gives the
-    // entries that went into the file.
-    bool writeQueueToFile(const QString &path, ZKError *error, QVariantList *written) const;
+                          const std::function<QVariant(qsizetype)> &entryAt,
+                          const std::function<SavedEntry(qsizetype, const QVariant &)> &keep);
+    // Writes the queue one task at a time; with written, also tells where
+    // each entry went.
+    bool writeQueueToFile(const QString &path, ZKError *error, QList<SavedEntry> *written) const;
     static bool writeEntriesToFile(const QVariantMap &settings, qsizetype count,
                                    const std::function<QVariant(qsizetype)> &entryAt,
-                                   const QString &path, ZKError *error);
+                                   const QString &path, ZKError *error,
+                                   QList<SavedEntry> *written = nullptr);
     bool writeProgressIntoFile(ZKError *error);
 
     ZKFerrowickDocument &m_document;
@@ -102,8 +107,23 @@ private:
     QTimer m_progressTimer;
     QElapsedTimer m_sinceProgressSave;
     qint64 m_progressSaveCost = 0; // milliseconds the last save took
-    QVariantMap m_savedPropertyList;
-    QList<std::weak_ptr<ZKTask>> m_savedTasks; // one per saved "Tasks" entry
+    // A "Tasks" entry as the queue's file now holds it. A long queue's
+    // entries are not held: each is where its text lies in the file.
+    struct SavedEntry {
+        std::weak_ptr<ZKTask> task; // that wrote it; none for one kept unread
+        QVariant entry;             // held when it has no place in the file
+        qint64 offset = -1;
+        qint64 length = 0;
+        size_t checksum = 0; // of the text, so that a changed file is not misread
+    };
+    void rememberSavedEntries(const QVariantMap &settings, QList<SavedEntry> entries,
+                              const QList<ZKTaskPtr> &tasks);
+    // Writes the entries of the queue's file with their present values; the
+    // entries of tasks gone since come from the file itself.
+    QVariant savedEntryNow(qsizetype index, QFile *file, QString *failure) const;
+
+    QVariantMap m_savedPropertyList; // the settings, without the tasks
+    QList<SavedEntry> m_savedEntries;
     QString m_recoveryFileName;
     std::unique_ptr<QLockFile> m_recoveryLock;
 };

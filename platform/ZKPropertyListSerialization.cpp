@@ -785,7 +785,8 @@ bool writeAll(QIODevice *device, QByteArrayView bytes) {
 
 bool ZKPropertyListSerialization::writeDictionaryWithArray(
     QIODevice *device, const QVariantMap &dictionary, const QString &arrayKey, qsizetype count,
-    const std::function<QVariant(qsizetype)> &element, ZKError *error) {
+    const std::function<QVariant(qsizetype)> &element, ZKError *error,
+    const ElementWritten &written) {
     QVariantMap head = dictionary;
     head.insert(arrayKey, QVariantList());
     // The type is written first and the rest in key order: only an array
@@ -811,7 +812,8 @@ bool ZKPropertyListSerialization::writeDictionaryWithArray(
             setError(error, ZKPropertyListErrors::NotWrittenAsXml);
             return false;
         }
-        // Not a shape this writer knows: the whole tree at once.
+        // Not a shape this writer knows: the whole tree at once, and no
+        // element has a text of its own.
         QVariantList list;
         for (qsizetype index = 0; index < count; ++index) {
             list.append(element(index));
@@ -835,8 +837,12 @@ bool ZKPropertyListSerialization::writeDictionaryWithArray(
             setError(error, problem);
             return false;
         }
+        const qint64 offset = device->pos();
         if (!writeAll(device, part)) {
             return false;
+        }
+        if (written) {
+            written(index, offset, part);
         }
     }
     return writeAll(device, arrayTail);
@@ -1147,17 +1153,7 @@ QVariant ZKPropertyListSerialization::propertyListFromFile(
     return result;
 }
 
-QVariant ZKPropertyListSerialization::elementFromFile(QIODevice *file, qint64 offset, qint64 length,
-                                                      ZKError *error) {
-    if (!file->seek(offset)) {
-        setError(error, ZKPropertyListErrors::NotRead);
-        return {};
-    }
-    const QByteArray text = file->read(length);
-    if (text.size() != length) {
-        setError(error, ZKPropertyListErrors::Truncated);
-        return {};
-    }
+QVariant ZKPropertyListSerialization::elementFromText(QByteArrayView text, ZKError *error) {
     Problem problem;
     bool isReadable = false;
     QVariant value = variantFromElement(text, QString(), 0, &problem, &isReadable);

@@ -52,11 +52,14 @@ public:
     // Writes what dataFromPropertyList() gives for the dictionary with a list
     // of count elements under arrayKey, byte for byte, asking element() for
     // each in turn. False when a value cannot be written, with the reason in
-    // *error; false without touching *error when the device fails.
+    // *error; false without touching *error when the device fails. written,
+    // when given, learns where each element's text went in the device.
+    using ElementWritten = std::function<void(qsizetype index, qint64 offset, QByteArrayView text)>;
     static bool writeDictionaryWithArray(QIODevice *device, const QVariantMap &dictionary,
                                          const QString &arrayKey, qsizetype count,
                                          const std::function<QVariant(qsizetype)> &element,
-                                         ZKError *error = nullptr);
+                                         ZKError *error = nullptr,
+                                         const ElementWritten &written = {});
 
     // Where the elements of a streamed array lie in their file.
     struct ElementPlaces {
@@ -75,10 +78,10 @@ public:
     propertyListFromFile(QIODevice *file, const QString &arrayKey,
                          const std::function<void(qsizetype, const QVariant &)> &element,
                          ElementPlaces *places, ZKError *error = nullptr);
-    // One element again from where propertyListFromFile() found it; a null
-    // QVariant when it no longer reads.
-    static QVariant elementFromFile(QIODevice *file, qint64 offset, qint64 length,
-                                    ZKError *error = nullptr);
+    // One element again from its text where propertyListFromFile() found it
+    // (or writeDictionaryWithArray() wrote it); a null QVariant when it no
+    // longer reads.
+    static QVariant elementFromText(QByteArrayView text, ZKError *error = nullptr);
 
 private:
     ZKPropertyListSerialization() = delete;

@@ -401,6 +401,20 @@ void TestZKFerrowickDocument::progressIsSavedWithoutTheUnsavedEdits() {
     QCOMPARE(savedStates(), QStringLiteral("Completed Completed"));
     QVERIFY(document.isEdited());
 
+    // A task taken out keeps the entry it wrote last, which is read back
+    // from the file; a file changed behind the queue's back is not written
+    // over with a guess.
+    document.clearItems({0});
+    QVERIFY2(document.saveProgress(&error), qUtf8Printable(error.localizedDescription()));
+    QCOMPARE(savedStates(), QStringLiteral("Completed Completed"));
+    QByteArray changed = readFile(queueFile);
+    changed.replace("<string>Completed</string>", "<string>Paused</string>");
+    QVERIFY(writeFile(queueFile, changed));
+    QVERIFY(!document.saveProgress(&error));
+    QVERIFY2(error.localizedDescription().contains(QStringLiteral("was changed")),
+             qUtf8Printable(error.localizedDescription()));
+    QCOMPARE(readFile(queueFile), changed);
+
     // A file the queue never read nor wrote is not written for it.
     ZKFerrowickDocument named;
     named.setSavesProgress(true);
