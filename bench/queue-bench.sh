@@ -6,6 +6,11 @@
 # saving, loading, running, memory, threads, an overall-rate change) against
 # cp of the same files, once on tmpfs and once on disk.
 #
+# Memory: "peak MiB" is the whole child's peak; "save MiB" and "load MiB" are
+# the peaks while it only saved or loaded (Linux clear_refs), "+save" and
+# "+load" how far each rose above the size before it, and "held MiB" what the
+# loaded queue keeps. Saving and loading should add little beyond the queue.
+#
 #   bench/queue-bench.sh [BUILD_DIR] [--sizes 1000,10000] [--timeout SECONDS]
 #
 # BUILD_DIR defaults to build; the options go to the driver (default: all

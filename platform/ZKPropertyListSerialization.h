@@ -53,7 +53,9 @@ public:
     // of count elements under arrayKey, byte for byte, asking element() for
     // each in turn. False when a value cannot be written, with the reason in
     // *error; false without touching *error when the device fails. written,
-    // when given, learns where each element's text went in the device.
+    // when given, learns where each element's text went in the device; it
+    // is not called when the array is not the dictionary's last entry, which
+    // is then written as one tree.
     using ElementWritten = std::function<void(qsizetype index, qint64 offset, QByteArrayView text)>;
     static bool writeDictionaryWithArray(QIODevice *device, const QVariantMap &dictionary,
                                          const QString &arrayKey, qsizetype count,
