@@ -957,6 +957,12 @@ private:
     bool startElement(qint64 tokenStart) {
         ++m_depth;
         const QStringView name = m_reader.name();
+        // Nested deeper than the checker allows: it would refuse this.
+        m_containers += isContainerElement(name) ? 1 : 0;
+        if (m_containers > ZKPropertyListSerialization::maximumNestingDepth ||
+            m_depth > ZKPropertyListSerialization::maximumNestingDepth + 2) {
+            return false;
+        }
         if (m_depth == 1) {
             return name == u"plist";
         }
@@ -987,6 +993,7 @@ private:
 
     bool endElement() {
         const int depth = m_depth--;
+        m_containers -= isContainerElement(m_reader.name()) ? 1 : 0;
         if (depth == 3 && m_isInKey) {
             m_isInKey = false;
             m_followsArrayKey = false;
@@ -1024,6 +1031,7 @@ private:
     qint64 m_lastEnd = 0;
     QByteArray m_head;
     int m_depth = 0;
+    int m_containers = 0;
     bool m_hasTop = false;
     bool m_isInKey = false;
     qint64 m_keyStart = 0;
@@ -1117,17 +1125,43 @@ QVariant ZKPropertyListSerialization::propertyListFromFile(
         }
         element(index, value);
     });
+    // The checker reads as propertyListFromData() does. While the text is
+    // ASCII alone both readers see the same characters and the locator is
+    // unfit for whatever the checker would refuse, so the checker starts
+    // (from the beginning) only once other bytes turn up.
     XmlChecker checker;
+    bool isChecking = false;
     Problem problem;
     XmlChecker::Verdict checked = XmlChecker::NeedsMore;
     ElementLocator::Verdict located = ElementLocator::NeedsMore;
-    QByteArray piece;
-    while (checked == XmlChecker::NeedsMore || located == ElementLocator::NeedsMore) {
-        piece = file->read(pieceSize);
-        checked = checker.feed(piece, &problem);
-        if (checked == XmlChecker::Failed) {
-            setError(error, problem);
-            return {};
+    qint64 given = 0;
+    while (located != ElementLocator::Done || (isChecking && checked == XmlChecker::NeedsMore)) {
+        const QByteArray piece = file->read(pieceSize);
+        if (!isChecking &&
+            std::any_of(piece.begin(), piece.end(), [](char c) { return uchar(c) >= 0x80; })) {
+            isChecking = true;
+            if (!file->seek(0)) {
+                return readWhole();
+            }
+            for (qint64 caught = 0; caught < given && checked == XmlChecker::NeedsMore;) {
+                const QByteArray earlier = file->read(std::min<qint64>(pieceSize, given - caught));
+                if (earlier.isEmpty()) {
+                    return readWhole();
+                }
+                caught += earlier.size();
+                checked = checker.feed(earlier, &problem);
+            }
+            if (!file->seek(given + piece.size())) {
+                return readWhole();
+            }
+        }
+        given += piece.size();
+        if (isChecking) {
+            checked = checker.feed(piece, &problem);
+            if (checked == XmlChecker::Failed) {
+                setError(error, problem);
+                return {};
+            }
         }
         located = locator.feed(piece);
         if (located == ElementLocator::Unfit) {

@@ -488,6 +488,41 @@ void tst_ZKPropertyListSerialization::streamedReadMatchesWholeRead_data() {
     QTest::newRow("empty") << QByteArray() << false;
     QTest::newRow("plain text") << QByteArray("hello") << false;
     QTest::newRow("byte order mark") << "\xEF\xBB\xBF" + saved << false;
+
+    // Text of ASCII alone, long enough to be read in several pieces, and
+    // other bytes only far into it.
+    QVariantList many;
+    for (int i = 0; i < 200; ++i) {
+        QVariantMap task = taskLike(i);
+        task.insert("Source", QVariantMap{{"Path", QStringLiteral("/tmp/f%1").arg(i)}});
+        many.append(task);
+    }
+    const QByteArray ascii = S::dataFromPropertyList(queueLike(many));
+    const qsizetype late = ascii.indexOf("/tmp/f150");
+    QTest::newRow("ascii") << ascii << true;
+    QTest::newRow("ascii, crossed tags late")
+        << QByteArray(ascii).replace(ascii.size() - 30, 9, "</dict>") << true;
+    QTest::newRow("ascii, truncated") << ascii.chopped(30) << true;
+    QTest::newRow("ascii, nested too deep late")
+        << QByteArray(ascii).replace(
+               late, 9,
+               "/tmp/x</string><key>D</key>" + QByteArray("<array>").repeated(300) +
+                   QByteArray("</array>").repeated(300) + "<key>E</key><string>")
+        << true;
+    QTest::newRow("other bytes late")
+        << QByteArray(ascii).replace(late, 9, "/tmp/\xC3\xA9") << true;
+    QTest::newRow("other bytes late, then crossed tags")
+        << QByteArray(ascii)
+               .replace(late, 9, "/tmp/\xC3\xA9")
+               .replace(ascii.size() - 30, 9, "</dict>")
+        << true;
+    QTest::newRow("other bytes late, nested too deep before")
+        << QByteArray(ascii)
+               .replace(late, 9, "/tmp/\xC3\xA9")
+               .replace(ascii.indexOf("/tmp/f20<"), 8,
+                        "/tmp/x</string><key>D</key>" + QByteArray("<array>").repeated(300) +
+                            QByteArray("</array>").repeated(300) + "<key>E</key><string>")
+        << true;
 }
 
 void tst_ZKPropertyListSerialization::streamedReadMatchesWholeRead() {
