@@ -3,7 +3,6 @@
 #include "ZKHttpResponseKeeper.h"
 
 #include "ZKLogging.h"
-#include "ZKThreadSanitizer.h"
 
 #include <QCoreApplication>
 #include <QNetworkAccessManager>
@@ -20,12 +19,50 @@ ZKHttpResponseKeeper &ZKHttpResponseKeeper::shared() {
 
 ZKHttpResponseKeeper::ZKHttpResponseKeeper()
     : m_thread(new QThread)
-    , m_home(new QObject) {
+    , m_wake(new QTimer) {
     m_thread->setObjectName(QStringLiteral("ZKHttpResponseKeeper"));
-    m_home->moveToThread(m_thread);
+    m_wake->setSingleShot(true);
+    m_wake->setInterval(0);
+    QObject::connect(m_wake, &QTimer::timeout, m_wake, [this] { runWork(); });
+    m_wake->moveToThread(m_thread);
     m_thread->start();
     // Ended with the application, while what its event loop uses is there.
     qAddPostRoutine([] { shared().stop(); });
+}
+
+void ZKHttpResponseKeeper::runThere(std::function<void()> work, bool wait) {
+    quint64 number = 0;
+    {
+        std::lock_guard locker(m_lock);
+        m_work.push_back(std::move(work));
+        number = ++m_workHandedOver;
+    }
+    QMetaObject::invokeMethod(m_wake, "start", Qt::QueuedConnection);
+    if (wait) {
+        std::unique_lock locker(m_lock);
+        m_workRan.wait(locker, [&] { return m_workDone >= number; });
+    }
+}
+
+void ZKHttpResponseKeeper::runWork() {
+    for (;;) {
+        std::vector<std::function<void()>> work;
+        {
+            std::lock_guard locker(m_lock);
+            work.swap(m_work);
+        }
+        if (work.empty()) {
+            return;
+        }
+        for (const std::function<void()> &item : work) {
+            item();
+        }
+        {
+            std::lock_guard locker(m_lock);
+            m_workDone += work.size();
+        }
+        m_workRan.notify_all();
+    }
 }
 
 void ZKHttpResponseKeeper::stop() {
@@ -38,18 +75,13 @@ void ZKHttpResponseKeeper::stop() {
         m_stopped = true;
         left.swap(m_responses);
     }
-    ZKThreadSanitizer::release(this);
-    QMetaObject::invokeMethod(
-        m_home,
-        [this, &left] {
-            ZKThreadSanitizer::acquire(this);
+    runThere(
+        [&left] {
             for (const Response &response : std::as_const(left)) {
                 close(response);
             }
-            ZKThreadSanitizer::release(this);
         },
-        Qt::BlockingQueuedConnection);
-    ZKThreadSanitizer::acquire(this);
+        true);
     m_thread->quit();
     m_thread->wait();
 }
@@ -69,14 +101,11 @@ quint64 ZKHttpResponseKeeper::keep(const Response &response, std::chrono::millis
         ticket = ++m_lastTicket;
         m_responses.insert(ticket, response);
     }
-    ZKThreadSanitizer::release(this);
-    QMetaObject::invokeMethod(
-        m_home,
+    runThere(
         [this, ticket, lifetime] {
-            ZKThreadSanitizer::acquire(this);
-            QTimer::singleShot(lifetime, m_home, [this, ticket] { expire(ticket); });
+            QTimer::singleShot(lifetime, m_wake, [this, ticket] { expire(ticket); });
         },
-        Qt::QueuedConnection);
+        false);
     return ticket;
 }
 
@@ -94,16 +123,8 @@ std::optional<ZKHttpResponseKeeper::Response> ZKHttpResponseKeeper::take(quint64
     QThread *here = QThread::currentThread();
     if (response.manager && here != m_thread) {
         // Only the thread an object belongs to may give it away.
-        ZKThreadSanitizer::release(this);
-        QMetaObject::invokeMethod(
-            m_home,
-            [this, &response, here] {
-                ZKThreadSanitizer::acquire(this);
-                response.manager->moveToThread(here);
-                ZKThreadSanitizer::release(this);
-            },
-            Qt::BlockingQueuedConnection);
-        ZKThreadSanitizer::acquire(this);
+        QNetworkAccessManager *manager = response.manager;
+        runThere([manager, here] { manager->moveToThread(here); }, true);
     }
     return response;
 }
@@ -119,14 +140,7 @@ void ZKHttpResponseKeeper::discard(quint64 ticket) {
         response = found.value();
         m_responses.erase(found);
     }
-    ZKThreadSanitizer::release(this);
-    QMetaObject::invokeMethod(
-        m_home,
-        [this, response] {
-            ZKThreadSanitizer::acquire(this);
-            close(response);
-        },
-        Qt::QueuedConnection);
+    runThere([response] { close(response); }, false);
 }
 
 int ZKHttpResponseKeeper::count() const {

@@ -7,13 +7,17 @@
 #include <QtGlobal>
 
 #include <chrono>
+#include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <optional>
+#include <vector>
 
 class QNetworkAccessManager;
 class QNetworkReply;
 class QObject;
 class QThread;
+class QTimer;
 
 // Answers whose head was read and whose body nobody has begun, kept for a
 // few seconds for the next step of the same download. The copy that follows
@@ -59,12 +63,24 @@ private:
     // Runs on the keeper's thread, where the managers then belong.
     static void close(const Response &response);
     void expire(quint64 ticket);
+    // Runs work on the keeper's thread; with wait, returns once it ran.
+    // The work goes through m_lock and the thread is woken by a slot called
+    // by name: a hand-over through a functor queued in Qt's event loop
+    // would look like a race to ThreadSanitizer, which cannot see Qt's
+    // locks.
+    void runThere(std::function<void()> work, bool wait);
+    // On the keeper's thread: runs what was handed over.
+    void runWork();
 
     mutable std::mutex m_lock;
     QHash<quint64, Response> m_responses;
     quint64 m_lastTicket = 0;
     bool m_stopped = false;
+    std::vector<std::function<void()>> m_work;
+    quint64 m_workHandedOver = 0;
+    quint64 m_workDone = 0;
+    std::condition_variable m_workRan;
     QThread *m_thread = nullptr;
-    // Lives on m_thread: what is sent there is run in its event loop.
-    QObject *m_home = nullptr;
+    // Lives on m_thread, where its time-outs run the work handed over.
+    QTimer *m_wake = nullptr;
 };
