@@ -566,7 +566,10 @@ QVariant dateFromNode(plist_t node, Problem *problem) {
     return QDateTime::fromMSecsSinceEpoch(msecs, QTimeZone::utc());
 }
 
-QVariant mapFromDictionary(plist_t node, int depth, Problem *problem) {
+// With stopKey, the problem stopProblem is met at that key instead of
+// reading its value.
+QVariant mapFromDictionary(plist_t node, int depth, Problem *problem,
+                           const QString *stopKey = nullptr, const Problem *stopProblem = nullptr) {
     QVariantMap map;
     plist_dict_iter iterator = nullptr;
     plist_dict_new_iter(node, &iterator);
@@ -585,6 +588,10 @@ QVariant mapFromDictionary(plist_t node, int depth, Problem *problem) {
         }
         const QString keyText = QString::fromUtf8(key);
         std::free(key);
+        if (stopKey && keyText == *stopKey) {
+            *problem = *stopProblem;
+            break;
+        }
         const QVariant value = variantFromNode(child, depth, problem);
         if (!value.isValid()) {
             problem->path.prepend(keyText);
@@ -1049,37 +1056,8 @@ QVariant variantFromHead(plist_t root, const QString &arrayKey, const Problem &e
     if (plist_get_node_type(root) != PLIST_DICT) {
         return variantFromNode(root, 0, problem);
     }
-    QVariantMap map;
-    plist_dict_iter iterator = nullptr;
-    plist_dict_new_iter(root, &iterator);
-    if (!iterator) {
-        note(problem, ZKPropertyListErrors::NotRead);
-        return {};
-    }
-    QVariant result;
-    while (true) {
-        char *key = nullptr;
-        plist_t child = nullptr;
-        plist_dict_next_item(root, iterator, &key, &child);
-        if (!key) {
-            result = map;
-            break;
-        }
-        const QString keyText = QString::fromUtf8(key);
-        std::free(key);
-        if (keyText == arrayKey && hasElementProblem) {
-            *problem = elementProblem;
-            break;
-        }
-        const QVariant value = variantFromNode(child, 1, problem);
-        if (!value.isValid()) {
-            problem->path.prepend(keyText);
-            break;
-        }
-        map.insert(keyText, value);
-    }
-    std::free(iterator);
-    return result;
+    return mapFromDictionary(root, 1, problem, hasElementProblem ? &arrayKey : nullptr,
+                             &elementProblem);
 }
 
 } // namespace
