@@ -12,12 +12,31 @@
 #include "ZKQueueState.h"
 #include "ZKQueueWindow.h"
 #include "ZKReaderFactory.h"
+#include "ZKTransferMode.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QMenu>
 #include <QMenuBar>
 #include <QUrl>
+
+namespace {
+
+// The tasks join the queue before this runs, but none has copied a byte
+// yet: state changes wait for the main thread, which is here.
+void applyTransferMode(const QList<ZKTaskPtr> &tasks, std::optional<qint32> transferMode) {
+    if (!transferMode) {
+        return;
+    }
+    for (const ZKTaskPtr &task : tasks) {
+        const ZKReaderPtr source = task ? task->source() : nullptr;
+        if (source && (*transferMode == ZKTransferMode::Copy || source->canBeMoved())) {
+            task->setTransferMode(*transferMode);
+        }
+    }
+}
+
+} // namespace
 
 ZKAppDelegate::ZKAppDelegate(QObject *parent)
     : QObject(parent)
@@ -97,7 +116,7 @@ void ZKAppDelegate::showPreferences() {
     window.activateWindow();
 }
 
-bool ZKAppDelegate::openFiles(const QStringList &paths) {
+bool ZKAppDelegate::openFiles(const QStringList &paths, std::optional<qint32> transferMode) {
     if (ZKDocumentController::allFilesAreQueueDocuments(paths)) {
         bool opened = !paths.isEmpty();
         for (const QString &path : paths) {
@@ -114,11 +133,13 @@ bool ZKAppDelegate::openFiles(const QStringList &paths) {
         qCWarning(lcEngine) << "None of these can be copied:" << paths;
         return false;
     }
-    document->createTasksWithReaders(readers, document->countOfTasks());
+    document->createTasksWithReaders(
+        readers, document->countOfTasks(),
+        [transferMode](const QList<ZKTaskPtr> &tasks) { applyTransferMode(tasks, transferMode); });
     return true;
 }
 
-bool ZKAppDelegate::handleGetUrl(const QString &address) {
+bool ZKAppDelegate::handleGetUrl(const QString &address, std::optional<qint32> transferMode) {
     ZKFerrowickDocument *document = mainDocument();
     if (!document) {
         document = m_documentController->newDocument()->document();
@@ -128,11 +149,13 @@ bool ZKAppDelegate::handleGetUrl(const QString &address) {
         qCWarning(lcEngine) << "Cannot copy from" << address;
         return false;
     }
-    document->createTaskWithReader(reader);
+    document->createTaskWithReader(
+        reader, [transferMode](const ZKTaskPtr &task) { applyTransferMode({task}, transferMode); });
     return true;
 }
 
-bool ZKAppDelegate::openArguments(const QStringList &arguments) {
+bool ZKAppDelegate::openArguments(const QStringList &arguments,
+                                  std::optional<qint32> transferMode) {
     QStringList files;
     QStringList addresses;
     for (const QString &argument : arguments) {
@@ -148,10 +171,10 @@ bool ZKAppDelegate::openArguments(const QStringList &arguments) {
     }
     bool handled = true;
     if (!files.isEmpty()) {
-        handled = openFiles(files);
+        handled = openFiles(files, transferMode);
     }
     for (const QString &address : std::as_const(addresses)) {
-        handled = handleGetUrl(address) && handled;
+        handled = handleGetUrl(address, transferMode) && handled;
     }
     return handled;
 }

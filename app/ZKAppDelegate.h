@@ -9,6 +9,7 @@
 #include <QStringList>
 
 #include <memory>
+#include <optional>
 
 class ZKDocumentController;
 class ZKFerrowickDocument;
@@ -38,13 +39,16 @@ public:
     // Queue files open as queues; when anything else is among them, all of
     // them are sources added at the end of the main queue (a new untitled
     // one when none is open). False when nothing could be done with them.
-    bool openFiles(const QStringList &paths);
+    // A transfer mode (ZKTransferMode) given here is the new tasks' own,
+    // whatever the queue's default; a source that cannot be moved is copied.
+    bool openFiles(const QStringList &paths, std::optional<qint32> transferMode = std::nullopt);
     // An ftp, http or https address handed to the program: a task at the
     // end of the main queue.
-    bool handleGetUrl(const QString &address);
+    bool handleGetUrl(const QString &address, std::optional<qint32> transferMode = std::nullopt);
     // Files, folders, file:// URIs and addresses as a desktop hands them
     // over: files go to openFiles, addresses each to handleGetUrl.
-    bool openArguments(const QStringList &arguments);
+    bool openArguments(const QStringList &arguments,
+                       std::optional<qint32> transferMode = std::nullopt);
 
     ZKFerrowickDocument *mainDocument() const;
     void showPreferences();

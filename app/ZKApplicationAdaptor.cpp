@@ -3,6 +3,7 @@
 #include "ZKApplicationAdaptor.h"
 
 #include "ZKAppDelegate.h"
+#include "ZKApplicationService.h"
 #include "ZKDocumentController.h"
 #include "ZKFerrowickDocument.h"
 #include "ZKQueueWindow.h"
@@ -60,9 +61,17 @@ void ZKApplicationAdaptor::Activate(const QVariantMap &platformData) {
 }
 
 void ZKApplicationAdaptor::Open(const QStringList &uris, const QVariantMap &platformData) {
+    std::optional<qint32> transferMode;
+    if (!ZKApplicationService::readTransferMode(platformData, &transferMode)) {
+        sendErrorReply(QDBusError::errorString(QDBusError::InvalidArgs),
+                       QStringLiteral("The \u201c%1\u201d entry must be \u201ccopy\u201d or "
+                                      "\u201cmove\u201d; nothing was added.")
+                           .arg(ZKApplicationService::transferModeKey));
+        return;
+    }
     takeActivationToken(platformData);
-    QTimer::singleShot(0, this, [this, uris] {
-        m_delegate.openArguments(uris);
+    QTimer::singleShot(0, this, [this, uris, transferMode] {
+        m_delegate.openArguments(uris, transferMode);
         ZKDocumentController &controller = m_delegate.documentController();
         if (ZKQueueWindow *window = controller.windowForDocument(controller.mainDocument())) {
             raise(window);

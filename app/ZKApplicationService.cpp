@@ -7,6 +7,7 @@
 #include "ZKLogging.h"
 #include "ZKQueueScriptingAdaptor.h"
 #include "ZKReaderFactory.h"
+#include "ZKTransferMode.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
@@ -16,12 +17,16 @@
 
 const QString ZKApplicationService::serviceName = QStringLiteral("com.velmarind.Ferrowick");
 const QString ZKApplicationService::objectPath = QStringLiteral("/com/velmarind/Ferrowick");
+const QString ZKApplicationService::transferModeKey = QStringLiteral("transfer-mode");
 
 namespace {
 
 const QString kApplicationInterface = QStringLiteral("org.freedesktop.Application");
 // The other instance may be busy starting; a user should not wait longer.
 constexpr int kForwardTimeoutMs = 5000;
+
+const QString kCopy = QStringLiteral("copy");
+const QString kMove = QStringLiteral("move");
 
 } // namespace
 
@@ -119,8 +124,26 @@ bool ZKApplicationService::activateActionOfRunningInstance(const QDBusConnection
     return send(bus, message, error);
 }
 
+bool ZKApplicationService::readTransferMode(const QVariantMap &platformData,
+                                            std::optional<qint32> *transferMode) {
+    transferMode->reset();
+    if (!platformData.contains(transferModeKey)) {
+        return true;
+    }
+    const QString mode = platformData.value(transferModeKey).toString();
+    if (mode == kCopy) {
+        *transferMode = ZKTransferMode::Copy;
+    } else if (mode == kMove) {
+        *transferMode = ZKTransferMode::Move;
+    } else {
+        return false;
+    }
+    return true;
+}
+
 bool ZKApplicationService::forwardToRunningInstance(const QDBusConnection &bus,
-                                                    const QStringList &arguments, QString *error) {
+                                                    const QStringList &arguments, QString *error,
+                                                    std::optional<qint32> transferMode) {
     QDBusMessage message;
     if (arguments.isEmpty()) {
         message = QDBusMessage::createMethodCall(serviceName, objectPath, kApplicationInterface,
@@ -129,7 +152,11 @@ bool ZKApplicationService::forwardToRunningInstance(const QDBusConnection &bus,
     } else {
         message = QDBusMessage::createMethodCall(serviceName, objectPath, kApplicationInterface,
                                                  QStringLiteral("Open"));
-        message << urisForArguments(arguments) << platformData();
+        QVariantMap data = platformData();
+        if (transferMode) {
+            data.insert(transferModeKey, *transferMode == ZKTransferMode::Move ? kMove : kCopy);
+        }
+        message << urisForArguments(arguments) << data;
     }
     return send(bus, message, error);
 }

@@ -6,6 +6,9 @@
 #include <QDBusContext>
 #include <QObject>
 #include <QStringList>
+#include <QVariantMap>
+
+#include <optional>
 
 class ZKAppDelegate;
 
@@ -19,6 +22,9 @@ class ZKApplicationService : public QObject, public QDBusContext {
 public:
     static const QString serviceName; // "com.velmarind.Ferrowick"
     static const QString objectPath;  // "/com/velmarind/Ferrowick"
+    // The entry of Open's platform data that says whether the items are to
+    // be copied or moved ("copy" or "move"); without it the queue decides.
+    static const QString transferModeKey; // "transfer-mode"
 
     ZKApplicationService(ZKAppDelegate &delegate, const QDBusConnection &bus,
                          QObject *parent = nullptr);
@@ -35,8 +41,14 @@ public:
     // Hands files, folders and addresses to the instance that owns the
     // name, or just brings it forward when there are none. The arguments
     // are made absolute first: the other process has another working folder.
+    // A transfer mode (ZKTransferMode) goes with them when one is given.
     static bool forwardToRunningInstance(const QDBusConnection &bus, const QStringList &arguments,
-                                         QString *error);
+                                         QString *error,
+                                         std::optional<qint32> transferMode = std::nullopt);
+    // The transfer mode Open's platform data asks for, if any; false when
+    // it names none that exists.
+    static bool readTransferMode(const QVariantMap &platformData,
+                                 std::optional<qint32> *transferMode);
     // Asks the instance that owns the name for one of its actions
     // ("new-queue", "preferences", ...).
     static bool activateActionOfRunningInstance(const QDBusConnection &bus, const QString &action,

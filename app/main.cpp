@@ -8,6 +8,7 @@
 #include "ZKProcessArguments.h"
 #include "ZKQuestionPresenter.h"
 #include "ZKQueueWindow.h"
+#include "ZKTransferMode.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -19,6 +20,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <optional>
 
 namespace {
 
@@ -74,12 +76,37 @@ int main(int argc, char **argv) {
         QStringLiteral("new-queue"),
         QStringLiteral("Open a new, empty queue, also in the Ferrowick that is running."));
     parser.addOption(newQueueOption);
+    // What the file managers' "Copy with Ferrowick" and "Move with
+    // Ferrowick" ask for, whatever the queue does with new items.
+    const QCommandLineOption copyOption(
+        QStringLiteral("copy"),
+        QStringLiteral("Copy the items given, even into a queue that moves new items."));
+    parser.addOption(copyOption);
+    const QCommandLineOption moveOption(
+        QStringLiteral("move"),
+        QStringLiteral("Move the items given: each source is removed once its copy is whole. "
+                       "Web addresses are copied."));
+    parser.addOption(moveOption);
     parser.addPositionalArgument(QStringLiteral("items"),
                                  QStringLiteral("Queue files to open, or files, folders and "
                                                 "ftp, http or https addresses to copy."),
                                  QStringLiteral("[FILE.queue | ITEM...]"));
     parser.process(app);
     const QStringList items = parser.positionalArguments();
+    std::optional<qint32> transferMode;
+    if (parser.isSet(copyOption) && parser.isSet(moveOption)) {
+        std::fprintf(stderr, "ferrowick: --copy and --move exclude each other.\n");
+        return 1;
+    }
+    if (parser.isSet(copyOption) || parser.isSet(moveOption)) {
+        if (items.isEmpty()) {
+            std::fprintf(stderr, "ferrowick: --%s needs the files or folders to %s.\n",
+                         parser.isSet(moveOption) ? "move" : "copy",
+                         parser.isSet(moveOption) ? "move" : "copy");
+            return 1;
+        }
+        transferMode = parser.isSet(moveOption) ? ZKTransferMode::Move : ZKTransferMode::Copy;
+    }
     ZKProcessArguments::hidePasswords(argc, argv);
     if (qEnvironmentVariableIsSet("FERROWICK_REPORT_FIRST_PAINT")) {
         app.installEventFilter(new FirstPaintReport(&app));
@@ -94,7 +121,7 @@ int main(int argc, char **argv) {
                 ? ZKApplicationService::activateActionOfRunningInstance(
                       QDBusConnection::sessionBus(), QStringLiteral("new-queue"), &error)
                 : ZKApplicationService::forwardToRunningInstance(QDBusConnection::sessionBus(),
-                                                                 items, &error);
+                                                                 items, &error, transferMode);
         if (handedOver) {
             return 0;
         }
@@ -111,7 +138,7 @@ int main(int argc, char **argv) {
 
     ZKDocumentController &controller = delegate.documentController();
     if (!items.isEmpty()) {
-        delegate.openArguments(items);
+        delegate.openArguments(items, transferMode);
     }
     // After the items, which must not go to a queue that merely came back.
     const int recovered = controller.reopenRecoveredDocuments();

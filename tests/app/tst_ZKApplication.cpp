@@ -52,6 +52,8 @@ private Q_SLOTS:
     void terminalQueueOpensWithItsProgress();
     void finishedQueueAsksForAttentionWithoutNotifications();
     void secondProcessHandsItsItemsOver();
+    void handedItemsAreCopiedOrMovedAsAsked_data();
+    void handedItemsAreCopiedOrMovedAsAsked();
     void scriptsDriveAQueue();
     void badScriptCallsGetClearErrors_data();
     void badScriptCallsGetClearErrors();
@@ -327,6 +329,69 @@ void TestZKApplication::secondProcessHandsItsItemsOver() {
     QCOMPARE(controller.windows().size(), 1);
 }
 
+void TestZKApplication::handedItemsAreCopiedOrMovedAsAsked_data() {
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<qint32>("queueMode");
+    QTest::addColumn<qint32>("expectedMode"); // of the local file; -1: refused
+
+    QTest::newRow("as the queue says")
+        << QStringList{} << qint32(ZKTransferMode::Move) << qint32(ZKTransferMode::Move);
+    QTest::newRow("--copy into a moving queue")
+        << QStringList{QStringLiteral("--copy")} << qint32(ZKTransferMode::Move)
+        << qint32(ZKTransferMode::Copy);
+    QTest::newRow("--move into a copying queue")
+        << QStringList{QStringLiteral("--move")} << qint32(ZKTransferMode::Copy)
+        << qint32(ZKTransferMode::Move);
+    QTest::newRow("--copy and --move")
+        << QStringList{QStringLiteral("--copy"), QStringLiteral("--move")}
+        << qint32(ZKTransferMode::Copy) << qint32(-1);
+}
+
+// What a file manager's "Copy with Ferrowick" and "Move with Ferrowick" run:
+// the mode travels with the items to the running Ferrowick, and a download
+// stays a copy.
+void TestZKApplication::handedItemsAreCopiedOrMovedAsAsked() {
+    QFETCH(QStringList, options);
+    QFETCH(qint32, queueMode);
+    QFETCH(qint32, expectedMode);
+
+    ZKQueueWindow *main =
+        m_delegate->documentController().openDocument(savedQueue(QStringLiteral("main")));
+    QVERIFY(main);
+    main->document()->setDefaultTransferMode(queueMode);
+    const QString file = QStringLiteral("\u00e9t\u00e9 photos.iso");
+    QVERIFY(writeFile(path(file), randomBytes(1000, 5)));
+    const QString web = QStringLiteral("http://127.0.0.1:9/image.iso");
+
+    QProcess second;
+    second.setWorkingDirectory(m_dir->path());
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_bus.address());
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), path("config"));
+    second.setProcessEnvironment(environment);
+    second.start(QStringLiteral(FERROWICK_APP), options + QStringList{path(file), web});
+    QTRY_VERIFY_WITH_TIMEOUT(second.state() == QProcess::NotRunning, 10000);
+    const QString errors = QString::fromLocal8Bit(second.readAllStandardError());
+
+    if (expectedMode < 0) {
+        QCOMPARE(second.exitCode(), 1);
+        QVERIFY2(errors.contains(QStringLiteral("exclude each other")), qUtf8Printable(errors));
+        QCOMPARE(main->document()->countOfTasks(), 0);
+        return;
+    }
+    QVERIFY2(second.exitStatus() == QProcess::NormalExit && second.exitCode() == 0,
+             qUtf8Printable(errors));
+    QTRY_COMPARE(main->document()->countOfTasks(), 2);
+    const ZKTaskPtr local = main->document()->objectInTasksAtIndex(0);
+    QCOMPARE(local->source()->url(), QUrl::fromLocalFile(path(file)));
+    QCOMPARE(local->transferMode(), expectedMode);
+    QCOMPARE(main->document()->objectInTasksAtIndex(1)->transferMode(),
+             qint32(ZKTransferMode::Copy));
+    // The queue's own choice for what comes later is left alone.
+    QCOMPARE(main->document()->defaultTransferMode(), queueMode);
+}
+
 void TestZKApplication::scriptsDriveAQueue() {
     QVERIFY(QDir(m_dir->path()).mkpath(QStringLiteral("folder/inner")));
     const QByteArray content = randomBytes(200000, 4);
@@ -408,6 +473,10 @@ void TestZKApplication::badScriptCallsGetClearErrors_data() {
         << QStringList{QStringLiteral("org.freedesktop.Application.ActivateAction"), "'explode'",
                        "[]", "{}"}
         << QStringLiteral("There is no action");
+    QTest::newRow("unknown transfer mode")
+        << QStringList{QStringLiteral("org.freedesktop.Application.Open"), "['@OUT@']",
+                       "{'transfer-mode': <'shred'>}"}
+        << QStringLiteral("must be \u201ccopy\u201d or \u201cmove\u201d");
 }
 
 void TestZKApplication::badScriptCallsGetClearErrors() {
