@@ -123,6 +123,50 @@ class Processes:
             print("--- the last lines the processes wrote:\n" + "\n".join(lines))
 
 
+def display_is_free(number):
+    """Neither a lock file nor a socket of that display, in the file system
+    or among the abstract sockets, which the X library tries first and which
+    a server outside this machine's file system may hold."""
+    if os.path.exists(f"/tmp/.X{number}-lock") or os.path.exists(f"/tmp/.X11-unix/X{number}"):
+        return False
+    with socket.socket(socket.AF_UNIX) as probe:
+        try:
+            probe.bind(f"\0/tmp/.X11-unix/X{number}")
+        except OSError:
+            return False
+    return True
+
+
+def start_display(processes, env):
+    """An Xvfb of the test's own on a display nobody else uses; its number."""
+    for number in range(20 + os.getpid() % 50, 200):
+        if not display_is_free(number):
+            continue
+        read, write = os.pipe()
+        # Without -noreset the server resets whenever its last client leaves
+        # (the probe below, the bus launcher publishing its address on the
+        # root window), and a program connecting just then is turned away.
+        server = processes.start(["Xvfb", f":{number}", "-displayfd", str(write), "-screen", "0",
+                                  "1280x1024x24", "-nolisten", "tcp", "-noreset"], env,
+                                 pass_fds=[write])
+        os.close(write)
+        # The number and its newline come in two writes; Xvfb dies if the
+        # pipe is closed between them. Nothing comes when it could not start.
+        written = b""
+        while not written.endswith(b"\n") and (chunk := os.read(read, 64)):
+            written += chunk
+        os.close(read)
+        if written.strip() != str(number).encode() or server.poll() is not None:
+            continue  # taken meanwhile
+        with socket.socket(socket.AF_UNIX) as x:
+            try:
+                x.connect(f"\0/tmp/.X11-unix/X{number}")
+            except OSError as error:
+                raise Failure(f"Xvfb on display :{number} does not answer: {error}")
+        return number
+    raise Failure("no free X display between :20 and :199")
+
+
 def start_session(processes, folder, env):
     from gi.repository import Gio, GLib
 
@@ -136,23 +180,8 @@ def start_session(processes, folder, env):
         raise Failure("the private session bus did not start within 10 s")
     env["DBUS_SESSION_BUS_ADDRESS"] = address = bus.stdout.readline().strip()
 
-    read, write = os.pipe()
-    processes.start(["Xvfb", "-displayfd", str(write), "-screen", "0", "1280x1024x24",
-                     "-nolisten", "tcp"], env, pass_fds=[write])
-    os.close(write)
-    # The number and its newline come in two writes; Xvfb dies if the pipe
-    # is closed between them.
-    written = b""
-    while not written.endswith(b"\n") and (chunk := os.read(read, 64)):
-        written += chunk
-    os.close(read)
-    display = written.decode().strip()
-    env["DISPLAY"] = ":" + display
-    with socket.socket(socket.AF_UNIX) as x:
-        try:
-            x.connect(f"/tmp/.X11-unix/X{display}")
-        except OSError as error:
-            raise Failure(f"Xvfb on display {display!r} does not answer: {error}")
+    display = start_display(processes, env)
+    env["DISPLAY"] = f":{display}"
 
     processes.start([LAUNCHER, "--launch-immediately"], env, stdout=subprocess.DEVNULL)
     # The program asks the session bus for the accessibility bus as it
