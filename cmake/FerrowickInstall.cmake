@@ -90,9 +90,21 @@ install(CODE "
 install(FILES ${FERROWICK_PACKAGING_BINARY}/${FERROWICK_APP_ID}.service
     DESTINATION ${CMAKE_INSTALL_DATADIR}/dbus-1/services)
 
-# The file manager runs service menus only from executable files.
-install(PROGRAMS ${FERROWICK_PACKAGING_SOURCE}/ferrowick-copy.desktop
+# "Copy with Ferrowick" and "Move with Ferrowick" where each file manager
+# looks for them. Thunar keeps its custom actions per user, so a script adds
+# them there.
+set(FERROWICK_FILE_MANAGERS ${FERROWICK_PACKAGING_SOURCE}/file-managers)
+set(FERROWICK_SERVICE_MENU ${CMAKE_INSTALL_DATADIR}/kio/servicemenus/ferrowick-servicemenu.desktop)
+install(FILES ${FERROWICK_FILE_MANAGERS}/ferrowick-servicemenu.desktop
     DESTINATION ${CMAKE_INSTALL_DATADIR}/kio/servicemenus)
+install(FILES ${FERROWICK_FILE_MANAGERS}/ferrowick-nautilus.py
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/nautilus-python/extensions
+    RENAME ferrowick.py)
+install(FILES ${FERROWICK_FILE_MANAGERS}/ferrowick-copy.nemo_action
+    ${FERROWICK_FILE_MANAGERS}/ferrowick-move.nemo_action
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/nemo/actions)
+install(PROGRAMS ${FERROWICK_FILE_MANAGERS}/add-thunar-actions
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/ferrowick)
 
 install(FILES ${FERROWICK_PACKAGING_SOURCE}/ferrowick.1
     ${FERROWICK_PACKAGING_SOURCE}/ferrowick-cli.1
@@ -106,9 +118,14 @@ install(FILES ${PROJECT_SOURCE_DIR}/LICENSE
 
 # Installed straight onto a system (no DESTDIR, as a package build has), the
 # desktop's caches learn of the new file type and desktop entry at once;
-# packages leave that to the system's own triggers.
+# packages leave that to the system's own triggers. KDE runs a service menu
+# only from a file that belongs to root or is executable: a package's files
+# belong to root, an installation into a user's own folder needs the bit.
 install(CODE "
     if(\"\$ENV{DESTDIR}\" STREQUAL \"\")
+        file(CHMOD \"\${CMAKE_INSTALL_PREFIX}/${FERROWICK_SERVICE_MENU}\"
+            FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
+                WORLD_READ WORLD_EXECUTE)
         find_program(update_mime update-mime-database)
         if(update_mime)
             execute_process(COMMAND \${update_mime} \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATADIR}/mime\")
@@ -125,6 +142,11 @@ add_test(NAME packaging
     COMMAND bash ${PROJECT_SOURCE_DIR}/tests/packaging/check-packaging.sh
         ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR})
 set_tests_properties(packaging PROPERTIES TIMEOUT 60)
+# The file managers' actions, read and expanded as each file manager does.
+add_test(NAME packaging_file_manager_actions
+    COMMAND /usr/bin/python3 ${PROJECT_SOURCE_DIR}/tests/packaging/test_file_manager_actions.py
+        ${FERROWICK_FILE_MANAGERS})
+set_tests_properties(packaging_file_manager_actions PROPERTIES TIMEOUT 60)
 
 # `make package`: a Debian package whose dependencies dpkg-shlibdeps reads
 # from the programs' shared libraries.
@@ -149,9 +171,10 @@ set(CPACK_DEBIAN_PACKAGE_MAINTAINER "Ferrowick developers")
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# What no library link shows: Qt's plugin for Wayland desktops, and a
-# password store that answers for FTP accounts.
+# What no library link shows: Qt's plugin for Wayland desktops, a password
+# store that answers for FTP accounts, and what runs the GNOME file
+# manager's extension.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-wayland")
-set(CPACK_DEBIAN_PACKAGE_SUGGESTS "gnome-keyring")
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "gnome-keyring, python3-nautilus")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 include(CPack)

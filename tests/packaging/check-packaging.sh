@@ -37,17 +37,6 @@ else
     pass "desktop-file-validate $id.desktop"
 fi
 
-# The service menu is a KDE "Service" entry, a type the validator knows but
-# for which it rejects MimeType and Actions, the very keys a service menu
-# consists of; anything else it reports is a fault.
-out=$(desktop-file-validate "$packaging/ferrowick-copy.desktop" 2>&1 |
-    grep -vE 'key "(MimeType|Actions)" is present in group "Desktop Entry", but the type is "Service"')
-if [ -n "$out" ]; then
-    fail "desktop-file-validate ferrowick-copy.desktop: $out"
-else
-    pass "desktop-file-validate ferrowick-copy.desktop"
-fi
-
 if out=$(appstreamcli validate --no-net "$build_dir/packaging/$id.metainfo.xml" 2>&1); then
     pass "appstreamcli validate"
 else
@@ -72,7 +61,10 @@ expected=(
     share/icons/hicolor/scalable/apps/$id.svg
     share/icons/hicolor/scalable/mimetypes/application-x-ferrowick-queue.svg
     share/dbus-1/services/$id.service
-    share/kio/servicemenus/ferrowick-copy.desktop
+    share/kio/servicemenus/ferrowick-servicemenu.desktop
+    share/nautilus-python/extensions/ferrowick.py
+    share/nemo/actions/ferrowick-copy.nemo_action share/nemo/actions/ferrowick-move.nemo_action
+    share/ferrowick/add-thunar-actions
     share/man/man1/ferrowick.1 share/man/man1/ferrowick-cli.1
     share/bash-completion/completions/ferrowick-cli
 )
@@ -88,8 +80,9 @@ for size in 16 22 24 32 48 64 128 256 512; do
         fi
     done
 done
-[ -x "$share/kio/servicemenus/ferrowick-copy.desktop" ] ||
+[ -x "$share/kio/servicemenus/ferrowick-servicemenu.desktop" ] ||
     fail "the service menu is not executable, so the file manager ignores it"
+[ -x "$share/ferrowick/add-thunar-actions" ] || fail "add-thunar-actions is not executable"
 if grep -qx "Exec=$prefix/bin/ferrowick --service" "$share/dbus-1/services/$id.service"; then
     pass "bus activation starts $prefix/bin/ferrowick"
 else
