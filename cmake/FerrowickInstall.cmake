@@ -12,6 +12,10 @@ set(FERROWICK_HOMEPAGE "https://velmarind.example/ferrowick"
     CACHE STRING "Project home page named by the AppStream data and the package")
 set(FERROWICK_PACKAGING_SOURCE ${PROJECT_SOURCE_DIR}/packaging)
 set(FERROWICK_PACKAGING_BINARY ${PROJECT_BINARY_DIR}/packaging)
+set(FERROWICK_MAINTAINER "Ferrowick developers <ferrowick-developers@lists.velmarind.com>")
+# The package's own revision of this version of the program.
+set(FERROWICK_DEBIAN_RELEASE 1)
+set(FERROWICK_DEBIAN_VERSION ${PROJECT_VERSION}-${FERROWICK_DEBIAN_RELEASE})
 
 # The icons: the project's drawings rendered into the hicolor sizes at build
 # time, by a small tool on Qt's own SVG renderer.
@@ -43,10 +47,36 @@ add_custom_command(OUTPUT ${mime_pngs}
     DEPENDS ferrowick-render-icon ${FERROWICK_MIME_ICON})
 add_custom_target(ferrowick-icons ALL DEPENDS ${app_pngs} ${mime_pngs})
 
+# The manual pages and the package's change log compressed as Debian keeps
+# them; -n leaves out the time, so that a build gives the same bytes again.
+set(FERROWICK_DEBIAN_BINARY ${FERROWICK_PACKAGING_BINARY}/debian)
+configure_file(${FERROWICK_PACKAGING_SOURCE}/debian/changelog.in
+    ${FERROWICK_DEBIAN_BINARY}/changelog @ONLY)
+configure_file(${FERROWICK_PACKAGING_SOURCE}/debian/copyright.in
+    ${FERROWICK_DEBIAN_BINARY}/copyright @ONLY)
+set(FERROWICK_COMPRESSED)
+function(ferrowick_compress plain compressed)
+    get_filename_component(folder ${compressed} DIRECTORY)
+    add_custom_command(OUTPUT ${compressed}
+        COMMAND ${CMAKE_COMMAND} -E make_directory ${folder}
+        COMMAND sh -c "gzip -9 -n -c \"$0\" >\"$1\"" ${plain} ${compressed}
+        DEPENDS ${plain}
+        VERBATIM)
+    set(FERROWICK_COMPRESSED ${FERROWICK_COMPRESSED} ${compressed} PARENT_SCOPE)
+endfunction()
+ferrowick_compress(${FERROWICK_PACKAGING_SOURCE}/ferrowick.1
+    ${FERROWICK_PACKAGING_BINARY}/man/ferrowick.1.gz)
+ferrowick_compress(${FERROWICK_PACKAGING_SOURCE}/ferrowick-cli.1
+    ${FERROWICK_PACKAGING_BINARY}/man/ferrowick-cli.1.gz)
+ferrowick_compress(${FERROWICK_DEBIAN_BINARY}/changelog
+    ${FERROWICK_DEBIAN_BINARY}/changelog.Debian.gz)
+add_custom_target(ferrowick-compressed-docs ALL DEPENDS ${FERROWICK_COMPRESSED})
+
 # Everything the install rules take from the build, and nothing else: what
 # `make package` builds, since installing does not build the tests first.
 add_custom_target(ferrowick-installables)
-add_dependencies(ferrowick-installables ferrowick-sounds ferrowick-icons)
+add_dependencies(ferrowick-installables ferrowick-sounds ferrowick-icons
+    ferrowick-compressed-docs)
 foreach(program ferrowick ferrowick-cli)
     if(TARGET ${program})
         add_dependencies(ferrowick-installables ${program})
@@ -106,15 +136,17 @@ install(FILES ${FERROWICK_FILE_MANAGERS}/ferrowick-copy.nemo_action
 install(PROGRAMS ${FERROWICK_FILE_MANAGERS}/add-thunar-actions
     DESTINATION ${CMAKE_INSTALL_DATADIR}/ferrowick)
 
-install(FILES ${FERROWICK_PACKAGING_SOURCE}/ferrowick.1
-    ${FERROWICK_PACKAGING_SOURCE}/ferrowick-cli.1
+install(FILES ${FERROWICK_PACKAGING_BINARY}/man/ferrowick.1.gz
+    ${FERROWICK_PACKAGING_BINARY}/man/ferrowick-cli.1.gz
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES ${FERROWICK_PACKAGING_SOURCE}/ferrowick-cli.bash
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
     RENAME ferrowick-cli)
-install(FILES ${PROJECT_SOURCE_DIR}/LICENSE
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/ferrowick
-    RENAME copyright)
+install(FILES ${FERROWICK_DEBIAN_BINARY}/copyright ${FERROWICK_DEBIAN_BINARY}/changelog.Debian.gz
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/ferrowick)
+install(FILES ${FERROWICK_PACKAGING_SOURCE}/debian/lintian-overrides
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides
+    RENAME ferrowick)
 
 # Installed straight onto a system (no DESTDIR, as a package build has), the
 # desktop's caches learn of the new file type and desktop entry at once;
@@ -141,7 +173,7 @@ install(CODE "
 add_test(NAME packaging
     COMMAND bash ${PROJECT_SOURCE_DIR}/tests/packaging/check-packaging.sh
         ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR})
-set_tests_properties(packaging PROPERTIES TIMEOUT 60)
+set_tests_properties(packaging PROPERTIES TIMEOUT 120)
 # The file managers' actions, read and expanded as each file manager does.
 add_test(NAME packaging_file_manager_actions
     COMMAND /usr/bin/python3 ${PROJECT_SOURCE_DIR}/tests/packaging/test_file_manager_actions.py
@@ -153,7 +185,7 @@ set_tests_properties(packaging_file_manager_actions PROPERTIES TIMEOUT 60)
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME ferrowick)
 set(CPACK_PACKAGE_VENDOR "Ferrowick developers")
-set(CPACK_PACKAGE_CONTACT "Ferrowick developers")
+set(CPACK_PACKAGE_CONTACT ${FERROWICK_MAINTAINER})
 set(CPACK_PACKAGE_HOMEPAGE_URL ${FERROWICK_HOMEPAGE})
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY
     "queue of file transfers: files, folders, FTP, SFTP and web addresses")
@@ -167,7 +199,8 @@ string(CONCAT CPACK_PACKAGE_DESCRIPTION
     "The package holds the desktop application, ferrowick, and ferrowick-cli,\n"
     "which runs the same queues from a terminal.")
 set(CPACK_STRIP_FILES ON)
-set(CPACK_DEBIAN_PACKAGE_MAINTAINER "Ferrowick developers")
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER ${FERROWICK_MAINTAINER})
+set(CPACK_DEBIAN_PACKAGE_RELEASE ${FERROWICK_DEBIAN_RELEASE})
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)

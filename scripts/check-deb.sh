@@ -41,7 +41,9 @@ $sudo apt-get install -y --no-install-recommends "$deb"
 
 # The window program needs a display only once it opens a window.
 version=$(QT_QPA_PLATFORM=offscreen ferrowick --version 2>/dev/null) || fail "ferrowick --version"
-[ "$version" = "Ferrowick $(dpkg-deb --field "$deb" Version)" ] ||
+# The package's version adds its own revision to the program's.
+package_version=$(dpkg-deb --field "$deb" Version)
+[ "$version" = "Ferrowick ${package_version%-*}" ] ||
     fail "ferrowick --version printed '$version'"
 echo "ferrowick --version: $version"
 ferrowick-cli help >/dev/null || fail "ferrowick-cli help"

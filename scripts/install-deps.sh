@@ -20,8 +20,9 @@ packages=(
   # the window as a screen reader meets it: the AT-SPI bus and its bindings
   at-spi2-core python3-pyatspi
   # packaging and its check: the Debian package's dependencies, file types and
-  # icons as the desktop reads them, manual pages, shell completion
-  dpkg-dev file libglib2.0-bin man-db bash-completion
+  # icons as the desktop reads them, manual pages, shell completion, and
+  # Debian's checker of packages
+  dpkg-dev file libglib2.0-bin man-db bash-completion lintian
   # servers and peers the tests start on 127.0.0.1 or a private bus
   dbus dbus-daemon util-linux iproute2 vsftpd nginx-light python3 openssl
   gnome-keyring libsecret-tools

@@ -5,7 +5,8 @@
 # Checks what an installation of Ferrowick gives the desktop: valid desktop
 # entries and AppStream data, an installation into a temporary prefix with
 # every file where the desktop looks for it, queue files recognised by name
-# and by content, manual pages that render cleanly and a working completion.
+# and by content, manual pages that render cleanly, a working completion,
+# and a Debian package that lintian passes.
 #
 # Usage: check-packaging.sh SOURCE-DIR BUILD-DIR
 set -uo pipefail
@@ -65,8 +66,10 @@ expected=(
     share/nautilus-python/extensions/ferrowick.py
     share/nemo/actions/ferrowick-copy.nemo_action share/nemo/actions/ferrowick-move.nemo_action
     share/ferrowick/add-thunar-actions
-    share/man/man1/ferrowick.1 share/man/man1/ferrowick-cli.1
+    share/man/man1/ferrowick.1.gz share/man/man1/ferrowick-cli.1.gz
     share/bash-completion/completions/ferrowick-cli
+    share/doc/ferrowick/copyright share/doc/ferrowick/changelog.Debian.gz
+    share/lintian/overrides/ferrowick
 )
 for file in "${expected[@]}"; do
     [ -f "$prefix/$file" ] || fail "not installed: $file"
@@ -162,7 +165,7 @@ CONF
 fi
 
 for page in ferrowick ferrowick-cli; do
-    if out=$(MANWIDTH=80 man --warnings -l "$share/man/man1/$page.1" 2>&1 >/dev/null) &&
+    if out=$(MANWIDTH=80 man --warnings -l "$share/man/man1/$page.1.gz" 2>&1 >/dev/null) &&
         [ -z "$out" ]; then
         pass "man $page"
     else
@@ -206,6 +209,27 @@ $out"
     fi
 else
     echo "skipped: bash completion ($helpers is not installed)"
+fi
+
+# The Debian package as `make package` builds it, but into this check's
+# folder, as Debian's own checker sees it: no error and no warning.
+if ! command -v lintian >/dev/null; then
+    fail "lintian is not installed (scripts/install-deps.sh installs it)"
+elif ! out=$(cd "$build_dir" && cpack -G DEB -B "$work/deb" 2>&1); then
+    fail "cpack: $out"
+else
+    deb=$(ls "$work"/deb/ferrowick_*.deb)
+    lintian --fail-on error,warning --tag-display-limit 0 "$deb" >"$work/lintian" 2>&1
+    status=$?
+    # Its note that it runs as root is about the machine, not the package.
+    out=$(grep -v '^running with root privileges' "$work/lintian")
+    if [ "$status" -eq 0 ]; then
+        pass "lintian $(basename "$deb")${out:+:
+$out}"
+    else
+        fail "lintian $(basename "$deb"):
+$out"
+    fi
 fi
 
 if [ "$failures" -ne 0 ]; then
