@@ -4,6 +4,7 @@
 
 #include "ZKDocumentController.h"
 #include "ZKFerrowickDocument.h"
+#include "ZKFileBrowser.h"
 #include "ZKLogging.h"
 #include "ZKNotificationManager.h"
 #include "ZKPreferences.h"
@@ -47,6 +48,7 @@ ZKAppDelegate::ZKAppDelegate(QObject *parent)
 
 ZKAppDelegate::~ZKAppDelegate() {
     ZKNotificationManager::setAttentionRequest({});
+    ZKFileBrowser::setFailureReport({});
     delete m_preferencesWindow;
 }
 
@@ -93,6 +95,18 @@ void ZKAppDelegate::applicationDidFinishLaunching() {
         auto *document = qobject_cast<ZKFerrowickDocument *>(origin);
         if (ZKQueueWindow *window = m_documentController->windowForDocument(document)) {
             QApplication::alert(window);
+        }
+    });
+    // An item that cannot be shown is told of where the user asked for it.
+    ZKFileBrowser::setFailureReport([this](const QString &message) {
+        auto *window = qobject_cast<ZKQueueWindow *>(QApplication::activeWindow());
+        if (!window) {
+            window = m_documentController->windowForDocument(mainDocument());
+        }
+        if (window) {
+            window->showNotice(message);
+        } else {
+            qCWarning(lcEngine).noquote() << message;
         }
     });
     // The queue windows carry the tile as their icon, which is what task
