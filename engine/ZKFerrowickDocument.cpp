@@ -4,6 +4,7 @@
 
 #include "ZKBlockOperation.h"
 #include "ZKCopyTask.h"
+#include "ZKFileBrowser.h"
 #include "ZKLogging.h"
 #include "ZKMainQueue.h"
 #include "ZKNotificationManager.h"
@@ -338,8 +339,22 @@ void ZKFerrowickDocument::followUp(const std::weak_ptr<ZKTask> &weak, ZKTaskStat
     startNextTask();
     if (state() == ZKQueueState::Running && m_taskQueue.allTasksCompleted() &&
         (newState == S::Completed || newState == S::Failed)) {
-        ZKNotificationManager::notifyQueueCompleted(displayName(), description(),
-                                                    failedTaskCount() != 0, this);
+        ZKNotificationManager::QueueNotice notice;
+        notice.name = displayName();
+        notice.description = description();
+        notice.failedTasks = failedTaskCount();
+        // The task that ended the queue shows where its work went.
+        if (const auto task = weak.lock(); task && task->destination()) {
+            notice.destination =
+                ZKFileBrowser::itemInFolder(task->destination()->url(), task->filename());
+        }
+        notice.retry = [guard = Guard(this)] {
+            if (guard) {
+                guard->retryFailedTasks();
+            }
+        };
+        notice.origin = this;
+        ZKNotificationManager::notifyQueueCompleted(notice);
         if (m_autoRetryItems && m_taskQueue.failedCount() != 0) {
             startRetryTimer();
         }

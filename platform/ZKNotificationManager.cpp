@@ -2,13 +2,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKNotificationManager.h"
 
+#include "ZKFileBrowser.h"
 #include "ZKLogging.h"
 #include "ZKPreferenceKeys.h"
 #include "ZKUserDefaults.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
 #include <QDir>
 #include <QFileInfo>
 #include <QPointer>
@@ -44,6 +47,15 @@ QStringList soundFileFilters() {
             QStringLiteral("*.flac")};
 }
 
+// The names of the sounds in these folders, each with its file.
+QList<QFileInfo> soundFilesIn(const QStringList &folders) {
+    QList<QFileInfo> files;
+    for (const QString &folder : folders) {
+        files << QDir(folder).entryInfoList(soundFileFilters(), QDir::Files, QDir::Name);
+    }
+    return files;
+}
+
 ZKNotificationManager::AttentionRequest &attentionRequest() {
     static ZKNotificationManager::AttentionRequest request;
     return request;
@@ -56,62 +68,151 @@ void requestAttention(QObject *origin, const QString &name, const QString &label
     }
 }
 
+const QString notificationsService = QStringLiteral("org.freedesktop.Notifications");
+const QString notificationsPath = QStringLiteral("/org/freedesktop/Notifications");
+
+// The number of finished queues' notices kept actionable when the service
+// never says they were closed.
+constexpr qsizetype keptNotices = 32;
+
 } // namespace
+
+const QString ZKNotificationManager::showInFolderAction = QStringLiteral("show-in-folder");
+const QString ZKNotificationManager::retryAction = QStringLiteral("retry");
+
+ZKNotificationManager &ZKNotificationManager::instance() {
+    static auto *manager = new ZKNotificationManager;
+    return *manager;
+}
 
 void ZKNotificationManager::setAttentionRequest(AttentionRequest request) {
     attentionRequest() = std::move(request);
 }
 
-void ZKNotificationManager::notifyQueueCompleted(const QString &name, const QString &description,
-                                                 bool someFailed, QObject *origin) {
+void ZKNotificationManager::notifyQueueCompleted(const QueueNotice &notice) {
     auto &defaults = ZKUserDefaults::standard();
-    QString label = QStringLiteral("Completed");
-    QString sound = defaults.stringForKey(ZKPreferenceKeys::completionSound);
-    if (someFailed) {
-        label = QStringLiteral("Failed");
-        sound = defaults.stringForKey(ZKPreferenceKeys::failureSound);
-    }
+    const bool failed = notice.failedTasks != 0;
+    const QString label = failed
+                              ? QCoreApplication::translate("ZKNotificationManager", "Failed")
+                              : QCoreApplication::translate("ZKNotificationManager", "Completed");
+    const QString sound = defaults.stringForKey(failed ? ZKPreferenceKeys::failureSound
+                                                       : ZKPreferenceKeys::completionSound);
     if (!sound.isEmpty()) {
         playSound(sound);
     }
 
-    auto message = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.Notifications"),
-                                                  QStringLiteral("/org/freedesktop/Notifications"),
-                                                  QStringLiteral("org.freedesktop.Notifications"),
-                                                  QStringLiteral("Notify"));
-    message << QStringLiteral("Ferrowick") << quint32(0) << QStringLiteral("ferrowick")
-            << QStringLiteral("%1 %2").arg(name, label) << description << QStringList()
-            << QVariantMap() << qint32(-1);
+    QString body = notice.description;
+    if (failed) {
+        const QString count =
+            notice.failedTasks == 1
+                ? QCoreApplication::translate("ZKNotificationManager", "1 task failed.")
+                : QCoreApplication::translate("ZKNotificationManager", "%n tasks failed.", nullptr,
+                                              int(notice.failedTasks));
+        body = body.isEmpty() ? count : count + QLatin1Char('\n') + body;
+    }
+    Actions actions{notice.destination, failed ? notice.retry : std::function<void()>()};
+    QStringList keys;
+    if (!actions.destination.isEmpty()) {
+        keys << showInFolderAction
+             << QCoreApplication::translate("ZKNotificationManager", "Show in Folder");
+    }
+    if (actions.retry) {
+        keys << retryAction << QCoreApplication::translate("ZKNotificationManager", "Retry");
+    }
+    const QVariantMap hints{
+        {QStringLiteral("desktop-entry"), QStringLiteral("com.velmarind.Ferrowick")},
+        {QStringLiteral("category"),
+         failed ? QStringLiteral("transfer.error") : QStringLiteral("transfer.complete")},
+    };
+    auto message = QDBusMessage::createMethodCall(notificationsService, notificationsPath,
+                                                  notificationsService, QStringLiteral("Notify"));
+    message << QStringLiteral("Ferrowick") << quint32(0)
+            << QStringLiteral("com.velmarind.Ferrowick")
+            << QStringLiteral("%1 %2").arg(notice.name, label) << body << keys << hints
+            << qint32(-1);
     auto bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
-        requestAttention(origin, name, label);
+        requestAttention(notice.origin, notice.name, label);
         return;
+    }
+    if (!keys.isEmpty()) {
+        instance().listen();
     }
     // Only the answer tells whether a notification service is there: one
     // that is merely activatable is not yet on the bus.
     auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(message));
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
-                     [watcher, origin = QPointer<QObject>(origin), name, label] {
+                     [watcher, origin = QPointer<QObject>(notice.origin), name = notice.name, label,
+                      actions = std::move(actions)]() mutable {
                          watcher->deleteLater();
-                         if (watcher->isError()) {
+                         const QDBusPendingReply<uint> reply = *watcher;
+                         if (reply.isError()) {
                              requestAttention(origin, name, label);
+                         } else if (actions.retry || !actions.destination.isEmpty()) {
+                             instance().keep(reply.value(), std::move(actions));
                          }
                      });
 }
 
-QStringList ZKNotificationManager::soundNames() {
+void ZKNotificationManager::listen() {
+    if (m_listening) {
+        return;
+    }
+    // From the service's well-known name only: no other client of the bus
+    // can act on our notices.
+    auto bus = QDBusConnection::sessionBus();
+    m_listening =
+        bus.connect(notificationsService, notificationsPath, notificationsService,
+                    QStringLiteral("ActionInvoked"), this, SLOT(actionInvoked(uint, QString))) &&
+        bus.connect(notificationsService, notificationsPath, notificationsService,
+                    QStringLiteral("NotificationClosed"), this,
+                    SLOT(notificationClosed(uint, uint)));
+}
+
+void ZKNotificationManager::keep(uint id, Actions actions) {
+    m_actions.insert(id, std::move(actions));
+    m_order.removeAll(id);
+    m_order.append(id);
+    while (m_order.size() > keptNotices) {
+        m_actions.remove(m_order.takeFirst());
+    }
+}
+
+void ZKNotificationManager::actionInvoked(uint id, const QString &action) {
+    const auto found = m_actions.constFind(id);
+    if (found == m_actions.constEnd()) {
+        return;
+    }
+    // Copies: acting may close the notice, which forgets it.
+    const Actions actions = found.value();
+    if (action == showInFolderAction && !actions.destination.isEmpty()) {
+        ZKFileBrowser::reveal(actions.destination);
+    } else if (action == retryAction && actions.retry) {
+        actions.retry();
+    }
+}
+
+void ZKNotificationManager::notificationClosed(uint id, uint) {
+    m_actions.remove(id);
+    m_order.removeAll(id);
+}
+
+QStringList ZKNotificationManager::themeSoundNames() {
     QStringList names;
-    for (const QString &folder : soundFolders()) {
-        QStringList dirs{folder};
-        for (const QString &theme : QDir(folder).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-            dirs << QDir(folder).filePath(theme + QStringLiteral("/stereo"));
-        }
-        for (const QString &dir : dirs) {
-            const QFileInfoList files = QDir(dir).entryInfoList(soundFileFilters(), QDir::Files);
-            for (const QFileInfo &file : files) {
-                names << file.completeBaseName();
-            }
-        }
+    const QStringList folders = QStandardPaths::locateAll(
+        QStandardPaths::GenericDataLocation, QStringLiteral("sounds/freedesktop/stereo"),
+        QStandardPaths::LocateDirectory);
+    for (const QFileInfo &file : soundFilesIn(folders)) {
+        names << file.completeBaseName();
+    }
+    names.removeDuplicates();
+    return names;
+}
+
+QStringList ZKNotificationManager::soundNames() {
+    QStringList names = themeSoundNames();
+    for (const QFileInfo &file : soundFilesIn(soundFolders())) {
+        names << file.completeBaseName();
     }
     names.sort();
     names.removeDuplicates();
@@ -126,8 +227,6 @@ QStringList ZKNotificationManager::soundFolders() {
     }
     folders << QStandardPaths::locateAll(QStandardPaths::AppDataLocation, QStringLiteral("sounds"),
                                          QStandardPaths::LocateDirectory);
-    folders << QStandardPaths::locateAll(QStandardPaths::GenericDataLocation,
-                                         QStringLiteral("sounds"), QStandardPaths::LocateDirectory);
 #ifdef FERROWICK_SOUND_DIR
     folders << QStringLiteral(FERROWICK_SOUND_DIR);
 #endif
@@ -138,36 +237,19 @@ QString ZKNotificationManager::soundPath(const QString &name) {
     if (name.isEmpty() || name.contains(QLatin1Char('/'))) {
         return QString();
     }
-    static const QStringList extensions = [] {
-        QStringList list;
-        for (const QString &filter : soundFileFilters()) {
-            list << filter.mid(2);
-        }
-        return list;
-    }();
-    for (const QString &folder : soundFolders()) {
-        // A folder of its own sounds, or a sound theme's stereo folder.
-        QStringList candidates{folder};
-        for (const QString &theme : QDir(folder).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-            candidates << QDir(folder).filePath(theme + QStringLiteral("/stereo"));
-        }
-        for (const QString &dir : candidates) {
-            for (const QString &extension : extensions) {
-                const QString path = QDir(dir).filePath(name + QLatin1Char('.') + extension);
-                if (QFileInfo(path).isFile()) {
-                    return path;
-                }
-            }
+    for (const QFileInfo &file : soundFilesIn(soundFolders())) {
+        if (file.completeBaseName() == name) {
+            return file.filePath();
         }
     }
     return QString();
 }
 
-void ZKNotificationManager::playSound(const QString &name) {
+bool ZKNotificationManager::playSound(const QString &name) {
     const QString path = soundPath(name);
-    if (path.isEmpty()) {
+    if (path.isEmpty() && !themeSoundNames().contains(name)) {
         qCInfo(lcEngine) << "No sound named" << name;
-        return;
+        return false;
     }
     static std::mutex lock;
     static ca_context *context = nullptr;
@@ -177,13 +259,26 @@ void ZKNotificationManager::playSound(const QString &name) {
         if (ca_context_create(&context) != CA_SUCCESS) {
             context = nullptr;
             qCInfo(lcEngine) << "No sound device: cannot play" << name;
-            return;
+            return false;
         }
-        ca_context_change_props(context, CA_PROP_APPLICATION_NAME, "Ferrowick", nullptr);
+        ca_context_change_props(context, CA_PROP_APPLICATION_NAME, "Ferrowick",
+                                CA_PROP_APPLICATION_ID, "com.velmarind.Ferrowick", nullptr);
     }
-    const int result = ca_context_play(context, 0, CA_PROP_MEDIA_FILENAME,
-                                       QFile::encodeName(path).constData(), nullptr);
+    // The theme's events go by id, so that the library finds the user's
+    // theme's version of the sound and its language.
+    const int result =
+        path.isEmpty()
+            ? ca_context_play(context, 0, CA_PROP_EVENT_ID, name.toUtf8().constData(), nullptr)
+            : ca_context_play(context, 0, CA_PROP_MEDIA_FILENAME,
+                              QFile::encodeName(path).constData(), nullptr);
     if (result != CA_SUCCESS) {
-        qCInfo(lcEngine) << "Unable to play" << path << ca_strerror(result);
+        // The sound is there: "not found" is the library's word for a
+        // machine with no sound device.
+        qCInfo(lcEngine).noquote()
+            << "Cannot play the sound" << name << "on this machine:"
+            << (result == CA_ERROR_NOTFOUND ? QStringLiteral("no sound device takes it")
+                                            : QString::fromUtf8(ca_strerror(result)));
+        return false;
     }
+    return true;
 }

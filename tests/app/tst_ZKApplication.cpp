@@ -290,9 +290,10 @@ void TestZKApplication::finishedQueueAsksForAttentionWithoutNotifications() {
     QObject *alerted = nullptr;
     ZKNotificationManager::setAttentionRequest([&](QObject *origin) { alerted = origin; });
     ZKQueueWindow *window = m_delegate->documentController().newDocument();
-    ZKNotificationManager::notifyQueueCompleted(window->document()->displayName(),
-                                                window->document()->description(), false,
-                                                window->document());
+    ZKNotificationManager::QueueNotice notice;
+    notice.name = window->document()->displayName();
+    notice.origin = window->document();
+    ZKNotificationManager::notifyQueueCompleted(notice);
     QTRY_COMPARE(alerted, window->document());
 }
 
