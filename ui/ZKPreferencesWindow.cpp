@@ -22,6 +22,7 @@
 #include <QPushButton>
 #include <QShortcut>
 #include <QSpinBox>
+#include <QStandardItemModel>
 #include <QTabWidget>
 #include <QTimeEdit>
 #include <QVBoxLayout>
@@ -437,16 +438,20 @@ QComboBox *ZKPreferencesWindow::bindSound(const QString &key, const QString &acc
     list->setAccessibleName(accessibleName);
     addLoader(key, [this, list, key] {
         const QString stored = m_defaults->stringForKey(key);
-        QStringList names = ZKNotificationManager::soundNames();
-        if (!stored.isEmpty() && !names.contains(stored)) {
-            // A sound that has gone stays chosen until the user picks another.
-            names << stored;
-            names.sort();
-        }
+        const QStringList names = ZKNotificationManager::soundNames();
         list->clear();
         list->addItem(kNone, QString());
-        for (const QString &name : std::as_const(names)) {
+        for (const QString &name : names) {
             list->addItem(name, name);
+        }
+        if (!stored.isEmpty() && !names.contains(stored)) {
+            // A sound that has gone stays chosen until the user picks
+            // another, shown for what it is and not offered again.
+            list->addItem(tr("%1 (not found)").arg(stored), stored);
+            auto *model = qobject_cast<QStandardItemModel *>(list->model());
+            if (QStandardItem *item = model ? model->item(list->count() - 1) : nullptr) {
+                item->setEnabled(false);
+            }
         }
         list->setCurrentIndex(qMax(0, list->findData(stored)));
     });

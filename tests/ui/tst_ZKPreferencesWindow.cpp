@@ -227,7 +227,8 @@ void TestZKPreferencesWindow::storedValueOutsideTheListIsShown_data() {
     QTest::newRow("symbolic links")
         << QString(ZKPreferences::symbolicLinkAction) << QVariant(7) << QStringLiteral("Other (7)");
     QTest::newRow("sound") << QString(ZKPreferences::failureSound)
-                           << QVariant(QStringLiteral("Gone")) << QStringLiteral("Gone");
+                           << QVariant(QStringLiteral("Gone"))
+                           << QStringLiteral("Gone (not found)");
 }
 
 void TestZKPreferencesWindow::storedValueOutsideTheListIsShown() {
