@@ -514,7 +514,8 @@ void ZKFerrowickDocument::setAutoRetryItems(bool on) {
 
 QList<ZKTaskPtr> ZKFerrowickDocument::addTasks(const QList<ZKReaderPtr> &sources,
                                                const ZKWriterPtr &destination, qsizetype index,
-                                               QStringList *refusals) {
+                                               QStringList *refusals,
+                                               const std::function<void(ZKTask &)> &prepare) {
     QList<ZKTaskPtr> tasks;
     ZKIndexList indexes;
     for (const auto &source : sources) {
@@ -529,6 +530,9 @@ QList<ZKTaskPtr> ZKFerrowickDocument::addTasks(const QList<ZKReaderPtr> &sources
         // lets the source be removed.
         if (source->canBeMoved()) {
             task->setTransferMode(m_defaultTransferMode);
+        }
+        if (prepare) {
+            prepare(*task);
         }
         indexes.append(index + tasks.size());
         tasks.append(task);

@@ -22,6 +22,7 @@
 #include <QVariantMap>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -188,9 +189,12 @@ public:
 
     // ---- the task list
     // Downloads (sources that are not local) are always created in Copy mode.
-    // Answers the tasks that joined the queue; see insertTasks.
+    // Answers the tasks that joined the queue; see insertTasks. prepare, when
+    // given, settles each new task before it joins (a script's own transfer
+    // mode and verification, say), so that no step runs with the defaults.
     QList<ZKTaskPtr> addTasks(const QList<ZKReaderPtr> &sources, const ZKWriterPtr &destination,
-                              qsizetype index, QStringList *refusals = nullptr);
+                              qsizetype index, QStringList *refusals = nullptr,
+                              const std::function<void(ZKTask &)> &prepare = {});
     // A task whose source and destination equal those of a task that has not
     // ended in any open queue of the process is refused: both would write the
     // same files at once. Answers the tasks that joined; the refused ones are
