@@ -78,7 +78,12 @@ void ZKAppDelegate::applicationDidFinishLaunching() {
                 }
                 auto *preferences = new QAction(QStringLiteral("Preferences..."), window);
                 preferences->setObjectName(QStringLiteral("showPreferences"));
-                preferences->setShortcut(QKeySequence::Preferences);
+                // Ctrl+, everywhere, beside whatever the desktop binds.
+                QList<QKeySequence> keys = QKeySequence::keyBindings(QKeySequence::Preferences);
+                keys.removeAll(QKeySequence(Qt::CTRL | Qt::Key_Comma));
+                keys.prepend(QKeySequence(Qt::CTRL | Qt::Key_Comma));
+                preferences->setShortcuts(keys);
+                preferences->setShortcutVisibleInContextMenu(true);
                 preferences->setMenuRole(QAction::PreferencesRole);
                 connect(preferences, &QAction::triggered, this, &ZKAppDelegate::showPreferences);
                 window->addAction(preferences);

@@ -161,6 +161,9 @@ void ZKQueueWindow::buildActions() {
         if (!shortcut.isEmpty()) {
             action->setShortcut(shortcut);
         }
+        // The buttons' pop-up menus show the keys too, as the menu bar does,
+        // on desktops whose style would leave them out.
+        action->setShortcutVisibleInContextMenu(true);
         connect(action, &QAction::triggered, this, slot);
         m_actions.insert(name, action);
         addAction(action);
@@ -303,6 +306,7 @@ void ZKQueueWindow::buildHelpMenu() {
     QAction *manual =
         help->addAction(QStringLiteral("Ferrowick Help"), this, [] { ZKHelpLinks::showHelp(); });
     manual->setShortcut(QKeySequence::HelpContents);
+    manual->setShortcutVisibleInContextMenu(true);
     manual->setObjectName(QStringLiteral("showHelp"));
     m_actions.insert(manual->objectName(), manual);
     addAction(manual);
