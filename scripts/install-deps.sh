@@ -17,6 +17,8 @@ packages=(
   clang libclang-rt-14-dev
   # the desktop window: its drawings, and real windows for the screenshots
   qt6-svg-dev libqt6svg6 xvfb xauth desktop-file-utils appstream shared-mime-info
+  # the sound theme whose events a finished queue can play
+  sound-theme-freedesktop
   # the window as a screen reader meets it: the AT-SPI bus and its bindings
   at-spi2-core python3-pyatspi
   # packaging and its check: the Debian package's dependencies, file types and
