@@ -9,9 +9,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <mutex>
+
 #include <QDataStream>
 #include <QFile>
 #include <QIODevice>
+#include <QSet>
 
 namespace {
 
@@ -39,9 +43,21 @@ struct BookmarkData {
 
 // Only files and folders are opened to ask: opening a device or a pipe may
 // have effects of its own.
+// File systems that keep no generations (tmpfs among them) say so for every
+// file: once known, their files are not opened to ask again, which would
+// cost a queue of small files three calls to the kernel per file.
+std::mutex generationlessLock;
+QSet<dev_t> generationlessDevices; // with generationlessLock held
+
 std::optional<quint32> generationOf(const QByteArray &path, const struct stat &status) {
     if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
         return std::nullopt;
+    }
+    {
+        std::lock_guard locker(generationlessLock);
+        if (generationlessDevices.contains(status.st_dev)) {
+            return std::nullopt;
+        }
     }
     const int fd =
         ::open(path.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
@@ -54,8 +70,13 @@ std::optional<quint32> generationOf(const QByteArray &path, const struct stat &s
     // long holds either.
     long value = 0;
     if (::fstat(fd, &opened) == 0 && opened.st_dev == status.st_dev &&
-        opened.st_ino == status.st_ino && ::ioctl(fd, FS_IOC_GETVERSION, &value) == 0) {
-        generation = quint32(value);
+        opened.st_ino == status.st_ino) {
+        if (::ioctl(fd, FS_IOC_GETVERSION, &value) == 0) {
+            generation = quint32(value);
+        } else if (errno == ENOTTY || errno == EOPNOTSUPP) {
+            std::lock_guard locker(generationlessLock);
+            generationlessDevices.insert(status.st_dev);
+        }
     }
     ::close(fd);
     return generation;

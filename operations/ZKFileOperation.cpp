@@ -11,6 +11,7 @@
 #include <QVariantMap>
 
 #include <algorithm>
+#include <array>
 #include <mutex>
 #include <thread>
 
@@ -32,12 +33,51 @@ void ZKFileOperation::setTemporaryFileRegexes(const QList<QRegularExpression> &r
     m_temporaryFileMatcher = joined(regexes);
 }
 
+namespace {
+
+// The lists of a preference: each step of each task is given one of the
+// same two, and a queue of small files would otherwise spend a good part of
+// its time turning them into expressions again.
+struct ZKCompiledPatterns {
+    QStringList patterns;
+    QList<QRegularExpression> regexes;
+    QRegularExpression matcher;
+};
+
+ZKCompiledPatterns compiledPatterns(const QStringList &patterns) {
+    static std::mutex lock;
+    static std::array<ZKCompiledPatterns, 2> recent;
+    static std::size_t next = 0;
+    {
+        std::lock_guard locker(lock);
+        for (const ZKCompiledPatterns &entry : recent) {
+            if (entry.patterns == patterns) {
+                return entry;
+            }
+        }
+    }
+    ZKCompiledPatterns made;
+    made.patterns = patterns;
+    made.regexes = ZKFileOperation::convertPatterns(patterns);
+    made.matcher = ZKFileOperation::joined(made.regexes);
+    std::lock_guard locker(lock);
+    recent[next] = made;
+    next = (next + 1) % recent.size();
+    return made;
+}
+
+} // namespace
+
 void ZKFileOperation::setSkippedFilePatterns(const QStringList &patterns) {
-    setSkippedFileRegexes(convertPatterns(patterns));
+    const ZKCompiledPatterns compiled = compiledPatterns(patterns);
+    m_skippedFileRegexes = compiled.regexes;
+    m_skippedFileMatcher = compiled.matcher;
 }
 
 void ZKFileOperation::setTemporaryFilePatterns(const QStringList &patterns) {
-    setTemporaryFileRegexes(convertPatterns(patterns));
+    const ZKCompiledPatterns compiled = compiledPatterns(patterns);
+    m_temporaryFileRegexes = compiled.regexes;
+    m_temporaryFileMatcher = compiled.matcher;
 }
 
 QRegularExpression ZKFileOperation::joined(const QList<QRegularExpression> &regexes) {

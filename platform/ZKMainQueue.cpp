@@ -31,7 +31,7 @@ class ZKMainQueueWaker : public QObject {
     Q_OBJECT
 
 public:
-    Q_INVOKABLE void runWaitingCalls() {
+    void runWaitingCalls() {
         std::vector<std::function<void()>> calls;
         {
             std::lock_guard locker(applicationLock);
@@ -85,7 +85,9 @@ void ZKMainQueue::async(std::function<void()> fn) {
     // up (sendPostedEvents for MetaCall) serve these too: the wake-up is a
     // MetaCall event.
     if (waitingCalls.size() == 1) {
-        QMetaObject::invokeMethod(waker, "runWaitingCalls", Qt::QueuedConnection);
+        // By pointer, not by name: a name is looked up anew at each call,
+        // and a queue of small files makes a few calls per file.
+        QMetaObject::invokeMethod(waker, &ZKMainQueueWaker::runWaitingCalls, Qt::QueuedConnection);
     }
 }
 
