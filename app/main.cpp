@@ -9,6 +9,7 @@
 #include "ZKQuestionPresenter.h"
 #include "ZKQueueWindow.h"
 #include "ZKTransferMode.h"
+#include "ZKTranslations.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -60,6 +61,7 @@ int main(int argc, char **argv) {
     QApplication::setApplicationDisplayName(QStringLiteral("Ferrowick"));
     QApplication::setApplicationVersion(QStringLiteral(FERROWICK_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("com.velmarind.Ferrowick"));
+    ZKTranslations::install();
 
     QCommandLineParser parser;
     parser.setApplicationDescription(

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKCommandLine.h"
 #include "ZKProcessArguments.h"
+#include "ZKTranslations.h"
 
 #include <QCoreApplication>
 #include <QLoggingCategory>
@@ -12,6 +13,7 @@ int main(int argc, char **argv) {
     QLoggingCategory::setFilterRules(QStringLiteral("ferrowick.*=false"));
     QCoreApplication::setOrganizationName(QStringLiteral("velmarind"));
     QCoreApplication::setApplicationName(QStringLiteral("Ferrowick"));
+    ZKTranslations::install();
     const QStringList arguments = QCoreApplication::arguments();
     ZKProcessArguments::hidePasswords(argc, argv);
     return ZKCommandLine::run(arguments);

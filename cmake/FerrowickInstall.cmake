@@ -75,7 +75,7 @@ add_custom_target(ferrowick-compressed-docs ALL DEPENDS ${FERROWICK_COMPRESSED})
 # Everything the install rules take from the build, and nothing else: what
 # `make package` builds, since installing does not build the tests first.
 add_custom_target(ferrowick-installables)
-add_dependencies(ferrowick-installables ferrowick-sounds ferrowick-icons
+add_dependencies(ferrowick-installables ferrowick-sounds ferrowick-translations ferrowick-icons
     ferrowick-compressed-docs)
 foreach(program ferrowick ferrowick-cli)
     if(TARGET ${program})
@@ -93,6 +93,10 @@ configure_file(${FERROWICK_PACKAGING_SOURCE}/${FERROWICK_APP_ID}.metainfo.xml.in
 # manager finds the application's own sounds.
 install(FILES ${FERROWICK_SOUND_DIR}/Glass.wav ${FERROWICK_SOUND_DIR}/Basso.wav
     DESTINATION ${CMAKE_INSTALL_DATADIR}/velmarind/Ferrowick/sounds)
+
+# The programs look for their translations there too.
+install(FILES ${FERROWICK_QM_FILES}
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/velmarind/Ferrowick/translations)
 
 install(FILES ${FERROWICK_PACKAGING_SOURCE}/${FERROWICK_APP_ID}.desktop
     DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)

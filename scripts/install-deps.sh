@@ -13,6 +13,9 @@ packages=(
   libplist-dev libicu-dev libsecret-1-dev libcanberra-dev libasound2-dev libssl-dev
   libssh2-1-dev
   clang-format
+  # the translations: lupdate and lrelease, their CMake functions, and Qt's
+  # own texts in the user's language
+  qt6-l10n-tools qt6-tools-dev qt6-translations-l10n
   # the fuzz targets, built apart with clang and its libFuzzer runtime
   clang libclang-rt-14-dev
   # the desktop window: its drawings, and real windows for the screenshots

@@ -56,6 +56,8 @@ share=$prefix/share
 expected=(
     bin/ferrowick bin/ferrowick-cli
     share/velmarind/Ferrowick/sounds/Glass.wav share/velmarind/Ferrowick/sounds/Basso.wav
+    share/velmarind/Ferrowick/translations/ferrowick_en.qm
+    share/velmarind/Ferrowick/translations/ferrowick_de.qm
     share/applications/$id.desktop
     share/metainfo/$id.metainfo.xml
     share/mime/packages/$id.xml
