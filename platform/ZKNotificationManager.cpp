@@ -101,15 +101,6 @@ void ZKNotificationManager::notifyQueueCompleted(const QueueNotice &notice) {
         playSound(sound);
     }
 
-    QString body = notice.description;
-    if (failed) {
-        const QString count =
-            notice.failedTasks == 1
-                ? QCoreApplication::translate("ZKNotificationManager", "1 task failed.")
-                : QCoreApplication::translate("ZKNotificationManager", "%n tasks failed.", nullptr,
-                                              int(notice.failedTasks));
-        body = body.isEmpty() ? count : count + QLatin1Char('\n') + body;
-    }
     Actions actions{notice.destination, failed ? notice.retry : std::function<void()>()};
     QStringList keys;
     if (!actions.destination.isEmpty()) {
@@ -128,8 +119,8 @@ void ZKNotificationManager::notifyQueueCompleted(const QueueNotice &notice) {
                                                   notificationsService, QStringLiteral("Notify"));
     message << QStringLiteral("Ferrowick") << quint32(0)
             << QStringLiteral("com.velmarind.Ferrowick")
-            << QStringLiteral("%1 %2").arg(notice.name, label) << body << keys << hints
-            << qint32(-1);
+            << QStringLiteral("%1 %2").arg(notice.name, label) << notice.description << keys
+            << hints << qint32(-1);
     auto bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
         requestAttention(notice.origin, notice.name, label);

@@ -21,7 +21,7 @@ public:
     // What the notice of a finished queue says and offers.
     struct QueueNotice {
         QString name;        // the queue's display name
-        QString description; // its summary line
+        QString description; // its summary line, which counts the failures
         qsizetype failedTasks = 0;
         // Shown by the notice's "Show in Folder"; without one there is no
         // such action.
