@@ -235,6 +235,9 @@ void ZKQueueRunner::tellWhatIsLeft(const QList<ZKTask *> &removing) const {
 }
 
 int ZKQueueRunner::exec() {
+    // At once, not at the first tick: a run killed within its first second
+    // would otherwise leave no queue file to resume from.
+    save();
     m_timer.start();
     // The usual end is taken at once, after the document has dealt with it;
     // the tick catches the others (cancelled or suspended tasks).

@@ -41,6 +41,7 @@ private Q_SLOTS:
     void parseRate();
     void copiesAndMoves();
     void survivesRepeatedKills();
+    void killedInItsFirstSecondLeavesItsQueue();
     void transfersOverFtpAndHttp();
     void savedSourceIsFollowedOnlyWhileItIsTheSameFile();
     void unreadableTaskEntryIsKept();
@@ -241,6 +242,32 @@ void TestZKCommandLine::survivesRepeatedKills() {
         QVERIFY2(readFile(path("kill/out/" + names[i])) == contents[i], qPrintable(names[i]));
     }
     QVERIFY(!QFile::exists(path("kill/moved")));
+}
+
+// The queue file is written as the run starts, not only at its first tick:
+// a copy killed at once is resumed like any other.
+void TestZKCommandLine::killedInItsFirstSecondLeavesItsQueue() {
+    QDir(m_dir.path()).mkpath("early/out");
+    const QByteArray content = QByteArray(256 * 1024, 'e');
+    QVERIFY(writeFile(path("early/a.bin"), content));
+    const QString queue = path("early/q.queue");
+    QProcess process;
+    startCli(process,
+             {"copy", path("early/a.bin"), path("early/out"), "--save", queue, "--limit", "64K"});
+    QVERIFY(process.waitForStarted());
+    QDeadlineTimer deadline(10000);
+    while (QFileInfo(path("early/out/a.bin.ferrowick.part")).size() == 0 &&
+           !deadline.hasExpired()) {
+        QTest::qWait(10);
+    }
+    ::kill(pid_t(process.processId()), SIGKILL);
+    QVERIFY(process.waitForFinished(10000));
+    QVERIFY2(QFile::exists(queue), "no queue file after a kill in the first second");
+
+    QByteArray output;
+    const int status = runCli({"run", queue}, &output);
+    QVERIFY2(status == 0, output.constData());
+    QVERIFY(readFile(path("early/out/a.bin")) == content);
 }
 
 // A queue saved with an FTP account keeps no password: without one the login
