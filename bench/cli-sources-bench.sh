@@ -26,8 +26,9 @@ export XDG_CONFIG_HOME=$(mktemp -d)
 measure() {
     local report
     report=$(mktemp)
-    /usr/bin/time -f "%e %M" -o "$report" "$@" >/dev/null 2>&1 </dev/null
-    cat "$report"
+    # A run that fails is timed too; what it left is checked apart.
+    /usr/bin/time -f "%e %M" -o "$report" "$@" >/dev/null 2>&1 </dev/null || true
+    tail -n 1 "$report"
     rm -f "$report"
 }
 
@@ -40,8 +41,10 @@ make_sources() {
 
 check_copies() {
     local dir=$1 out=$2
-    if ! diff -rq "$dir/src" "$out" >/dev/null; then
-        echo "FAILED: $out differs from the sources" >&2
+    local differences
+    if ! differences=$(diff -rq "$dir/src" "$out" 2>&1); then
+        echo "FAILED: $out differs from the sources:" >&2
+        head -n 5 <<<"$differences" >&2
         return 1
     fi
 }
@@ -65,6 +68,20 @@ run_place() {
     awk -v l="$label" -v n="$COUNT" -v cs="$cp_s" -v ck="$cp_kib" -v fs="$fw_s" -v fk="$fw_kib" \
         'BEGIN { printf "%-7s %6d files   cp %7.2f s %7.1f MiB   ferrowick-cli %7.2f s %7.1f MiB   time x%.1f\n",
                  l, n, cs, ck / 1024, fs, fk / 1024, fs / (cs > 0.01 ? cs : 0.01) }'
+
+    # The same tasks failing, on a file system with room for a few inodes:
+    # failing must cost no more than succeeding. Needs root to mount it.
+    local full=$dir/full
+    mkdir "$full"
+    if mount -t tmpfs -o size=1m,nr_inodes=64 ferrowick-bench "$full" 2>/dev/null; then
+        read -r fail_s fail_kib < <(measure "$CLI" copy "${sources[@]}" "$full/" --on-conflict cancel)
+        umount "$full"
+        awk -v l="$label" -v n="$COUNT" -v fs="$fw_s" -v xs="$fail_s" -v xk="$fail_kib" \
+            'BEGIN { printf "%-7s %6d failing tasks (no inodes left)   ferrowick-cli %7.2f s %7.1f MiB   x%.2f of succeeding (aim <= 1)\n",
+                     l, n, xs, xk / 1024, xs / (fs > 0.01 ? fs : 0.01) }'
+    else
+        echo "$label  failing tasks: not measured (mounting a small tmpfs needs root)"
+    fi
 
     # Killed half-way: the saved queue must carry the rest.
     mkdir "$dir/killed"
