@@ -78,6 +78,9 @@ void ZKQueueScriptingAdaptor::announceChangedTasks() {
     const ZKDocumentController &controller = m_delegate.documentController();
     for (auto it = changed.cbegin(); it != changed.cend(); ++it) {
         const uint queue = controller.identifierOfDocument(it.key());
+        if (queue == 0) {
+            continue; // closed since
+        }
         const ZKTaskListModel &model = it.key()->taskListModel();
         for (const ZKTask *task : it.value()) {
             // A task cleared since has nothing more to tell.
