@@ -2,8 +2,10 @@
 # SPDX-FileCopyrightText: 2026 Ferrowick developers
 # SPDX-License-Identifier: GPL-3.0-or-later
 #
-# The queue window with 1,000 and 10,000 tasks: first paint, scroll and
-# slide frame times, memory per task and per row, one overall-rate change.
+# The queue window with 1,000, 10,000 and 100,000 tasks: first paint,
+# frame times of scrolling, of inserting tasks (100 at once and 100 one a
+# frame) and of progress, memory per task and per row, one overall-rate
+# change; each figure beside its aim.
 # Runs on a real X display under Xvfb when xvfb-run is there, offscreen
 # otherwise.
 #
@@ -24,7 +26,7 @@ limited() {
     timeout --kill-after=10 "$@"
 }
 
-for tasks in 1000 10000; do
+for tasks in 1000 10000 100000; do
     status=0
     if command -v xvfb-run >/dev/null; then
         limited 600 xvfb-run -a -s "-screen 0 1280x1024x24" "$DRIVER" "$tasks" || status=$?
