@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include <QCryptographicHash>
 #include <QEventLoop>
@@ -276,13 +277,19 @@ bool ZKHttpReader::open() {
         setError(ZKEndpointErrors::error(ZKEndpointErrors::InvalidUrl, {m_url.toString()}));
         return false;
     }
-    if (continuesAt(0)) {
+    const std::optional<quint64> expected = std::exchange(m_openPosition, std::nullopt);
+    if (continuesAt(expected.value_or(0))) {
         m_deferredStart.reset();
+        if (bodyStart() != 0) {
+            m_deferredStart = 0;
+        }
         return true;
     }
     endRequest(false);
     if (!adoptKeptRequest(std::nullopt)) {
-        const quint64 from = m_resumeHint < m_size ? m_resumeHint : 0;
+        // Before any answer the size is unknown, and a place past the end
+        // is refused by the server, which sends the open back to the start.
+        const quint64 from = expected ? *expected : (m_resumeHint < m_size ? m_resumeHint : 0);
         startRequest(from);
         const bool answered = waitForResponse();
         if (from != 0 && m_responseReceived &&

@@ -69,6 +69,10 @@ public:
     // the head of the answer, unless an answer whose body nobody has begun
     // starts there and its head is only seconds old.
     bool seekToPosition(quint64 position) override;
+    // The next open() asks from position on, once: an unfinished copy is
+    // continued with the answer whose head the open looks at.
+    bool takesOpenPosition() const override { return true; }
+    void setOpenPosition(quint64 position) override { m_openPosition = position; }
 
     // A download is a single file: no children, no walk, no writer.
     ZKEnumerationResult enumerateContentsOfDirectoryWithBlock(const ReaderBlock &block) override;
@@ -276,6 +280,9 @@ private:
     // Where the data handed out stopped when a request ended in the middle
     // of its body; 0 when none did.
     quint64 m_resumeHint = 0;
+    // Where the next open() begins, as the caller expects; wins over the
+    // hint above, which knows only what was handed out, not what was kept.
+    std::optional<quint64> m_openPosition;
     // Set when open() took an answer from elsewhere than the first byte.
     std::optional<quint64> m_deferredStart;
     std::optional<KeptRequest> m_kept;

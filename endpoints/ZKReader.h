@@ -39,6 +39,14 @@ public:
     virtual QByteArray readBlockOfLength(quint64 length);
     virtual QByteArray readBlockOfMaximumLength(quint64 length) = 0;
     virtual bool seekToPosition(quint64 position) = 0;
+    // Where the first read after the next open() will most likely begin:
+    // the end of an unfinished copy that is to be continued. A reader whose
+    // open asks a server for the data itself (takesOpenPosition()) asks for
+    // the bytes from there, so that the one answer that tells the size and
+    // the version also carries the rest. Only a hint: a read from anywhere
+    // else still gets its bytes.
+    virtual bool takesOpenPosition() const { return false; }
+    virtual void setOpenPosition(quint64) {}
 
     virtual ZKEnumerationResult enumerateContentsOfDirectoryWithBlock(const ReaderBlock &block) = 0;
     virtual ZKEnumerationResult enumerateFileInfoWithBlock(const FileInfoBlock &block) = 0;

@@ -243,6 +243,7 @@ void ZKAnalyseCopyOperation::main() {
     m_mutableSkippedUrls = skippedUrls();
     m_mutableReplacedUrls = replacedUrls();
 
+    expectContinuation(*m_source, *m_destination, {});
     if (!m_source->open()) {
         if (!isDelivered()) {
             takeError(m_source->error(), ZKOperationErrors::error(ZKOperationErrors::UnableToOpen,
@@ -301,6 +302,33 @@ std::optional<quint64> ZKAnalyseCopyOperation::deliveredSize(ZKReader &source,
         copy->close();
     }
     return delivered;
+}
+
+void ZKAnalyseCopyOperation::expectContinuation(ZKReader &source, ZKWriter &destination,
+                                                const QSet<QUrl> &writtenAnew) {
+    // Only a destination that keeps where its files came from can say so
+    // without reading the source, which would ask from the start anyway.
+    if (!source.takesOpenPosition() || source.hasChanged() || !destination.url().isLocalFile() ||
+        !destination.open()) {
+        return;
+    }
+    const ZKReaderPtr folder = destination.asReader();
+    const ZKReaderPtr part =
+        folder ? folder->childWithName(ZKPartialFile::nameFor(source.filename())) : nullptr;
+    if (part && part->open() && part->exists() && !part->isDirectory() && !part->isLink() &&
+        part->size() != 0 && !writtenAnew.contains(standardizedUrl(part->url()))) {
+        const std::optional<QByteArray> provenance = part->provenance();
+        if (provenance && !provenance->isEmpty() &&
+            standardizedUrl(ZKPartialFile::sourceOf(*provenance)) ==
+                standardizedUrl(source.url()) &&
+            part->size() < ZKPartialFile::sizeOf(*provenance)) {
+            source.setOpenPosition(part->size());
+        }
+    }
+    if (part) {
+        part->close();
+    }
+    destination.close();
 }
 
 bool ZKAnalyseCopyOperation::isDelivered() {

@@ -101,6 +101,13 @@ public:
     // The size of the whole copy of a local source that is gone, where the
     // copy says it came from it; nothing otherwise.
     static std::optional<quint64> deliveredSize(ZKReader &source, ZKWriter &destination);
+    // Tells a source that takes an open position (ZKReader) where its data
+    // will most likely be wanted from: the end of its unfinished file in the
+    // local destination folder, when that file says it was begun from this
+    // very source and is not whole, and is not among writtenAnew. Asked
+    // before the source opens; the folder writer is opened and closed.
+    static void expectContinuation(ZKReader &source, ZKWriter &destination,
+                                   const QSet<QUrl> &writtenAnew);
 
     static bool isPartialCopyFrom(ZKReader &source, ZKReader &copy, const ZKOperation *operation,
                                   ZKOptionalError *error);

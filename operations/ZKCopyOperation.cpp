@@ -36,6 +36,7 @@ void ZKCopyOperation::main() {
     m_bytesWritten = 0;
     m_topLevel = true;
     throttle().beginTransfer();
+    ZKAnalyseCopyOperation::expectContinuation(*m_source, *m_destination, replacedUrls());
     if (!m_source->open()) {
         // Delivered before the queue could note it: the copy is whole.
         const std::optional<quint64> delivered =

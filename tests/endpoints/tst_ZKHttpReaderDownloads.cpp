@@ -241,6 +241,87 @@ private Q_SLOTS:
         }
     }
 
+    void oneRequestWhenGoingOn_data() {
+        QTest::addColumn<QString>("stop");
+        QTest::addColumn<QString>("then");
+        QTest::newRow("fresh") << ""
+                               << "";
+        // As a queue saved while paused, or killed while copying, or a failed
+        // one retried, is opened again.
+        QTest::newRow("reopened") << "pause"
+                                  << "PendingProcessing";
+        QTest::newRow("reopened while copying") << "pause"
+                                                << "Processing";
+        QTest::newRow("reopened before analysis") << "pause"
+                                                  << "PendingPreparation";
+        // A new task for the same download, as a second command makes.
+        QTest::newRow("resumed") << "pause"
+                                 << "new task";
+        QTest::newRow("retried") << "cut"
+                                 << "same task";
+        QTest::newRow("retried after reopening") << "cut"
+                                                 << "PendingPreparation";
+    }
+
+    // A download that goes on from its unfinished file asks once, for the
+    // rest: that answer tells the analysis the size and version too.
+    void oneRequestWhenGoingOn() {
+        QFETCH(QString, stop);
+        QFETCH(QString, then);
+        const QString path = QStringLiteral("/again/%1.bin").arg(QTest::currentDataTag());
+        const QString served = m_root.path() + path;
+        QVERIFY(QDir().mkpath(QFileInfo(served).path()));
+        // Large enough that a cut strikes while the copy reads.
+        const qsizetype size = stop == QLatin1String("cut") ? 24 * 1024 * 1024 : dataSize;
+        const QByteArray content = ZKTestSupport::randomBytes(size, 41);
+        QVERIFY(ZKTestSupport::writeFile(served, content));
+        const QString name = QFileInfo(served).fileName();
+        ZKFaultRelay relay(QStringLiteral("127.0.0.1"), quint16(m_servers.nginxUrl(path).port()),
+                           ZKFaultRelay::Protocol::Plain);
+        relay.setFault(ZKFaultRelay::Fault::Cut, size - size / 4);
+        const QUrl url = stop == QLatin1String("cut") ? relay.relayed(m_servers.nginxUrl(path))
+                                                      : m_servers.nginxUrl(path);
+        qsizetype logged = m_servers.nginxAccessLog().size();
+
+        auto task = makeTask(url);
+        qint64 partial = 0;
+        if (stop == QLatin1String("pause")) {
+            partial = interruptHalfway(*task, unfinished(name));
+        } else if (stop == QLatin1String("cut")) {
+            QCOMPARE(runTask(*task), ZKTaskState(S::Failed));
+            partial = QFileInfo(unfinished(name)).size();
+        }
+        if (!stop.isEmpty()) {
+            QVERIFY2(partial > 0 && partial < size, qPrintable(QString::number(partial)));
+            // The request given up is logged once nginx notices.
+            QTRY_COMPARE(requestsFor(path, logged).size(), 1);
+            logged = m_servers.nginxAccessLog().size();
+        }
+        if (then == QLatin1String("new task")) {
+            task = makeTask(url);
+        } else if (!then.isEmpty() && then != QLatin1String("same task")) {
+            QVariantMap saved = task->asPropertyList();
+            task.reset();
+            saved.insert(QStringLiteral("State"), then);
+            task = ZKCopyTask::create(saved);
+            QVERIFY(task);
+            QTRY_VERIFY_WITH_TIMEOUT(task->state() != S::Processing, 30000);
+        }
+        if (task->state() == S::Failed) {
+            task->reset();
+        }
+        runTask(*task);
+        QVERIFY2(task->state() == S::Completed, qUtf8Printable(errorText(*task)));
+        QVERIFY(ZKTestSupport::readFile(out(name)) == content);
+
+        QTRY_VERIFY(!requestsFor(path, logged).isEmpty());
+        const QList<QByteArray> requests = requestsFor(path, logged);
+        const QString log = QString::fromUtf8(requests.join('\n'));
+        QVERIFY2(requests.size() == 1, qUtf8Printable(log));
+        const QByteArray range = "range=\"bytes=" + QByteArray::number(partial) + "-\"";
+        QVERIFY2(requests.first().contains(range), qUtf8Printable(log));
+    }
+
     // The look at the head and the copy may run on different workers: the
     // answer goes from one thread to the other, and its data with it.
     void answerMovesToTheReadingThread() {
@@ -338,40 +419,58 @@ private Q_SLOTS:
             QStringList());
     }
 
-    // A queue saved in the middle of a download and reopened after the file was
+    void replacedFileIsDownloadedAnew_data() {
+        QTest::addColumn<bool>("reopened");
+        QTest::newRow("reopened queue") << true;
+        // A new task knows no version: the piece it asks for first is one of
+        // the new file.
+        QTest::newRow("new task") << false;
+    }
+
+    // A download stopped in the middle and taken up again after the file was
     // replaced on the server by another of the same length, whose first bytes
     // and whose bytes just before the cut are those of the old one.
     void replacedFileIsDownloadedAnew() {
-        const QString served = QDir(m_root.path()).filePath(QStringLiteral("replaced.bin"));
+        QFETCH(bool, reopened);
+        const QString path = QStringLiteral("/replaced-%1.bin").arg(reopened);
+        const QString served = m_root.path() + path;
+        const QString name = QFileInfo(served).fileName();
         const QByteArray before = ZKTestSupport::randomBytes(dataSize, 21);
         QVERIFY(ZKTestSupport::writeFile(served, before));
-        auto task = makeTask(m_servers.nginxUrl(QStringLiteral("/replaced.bin")));
-        const QString copy = out(QStringLiteral("replaced.bin"));
-        const qint64 partial = interruptHalfway(*task, unfinished(QStringLiteral("replaced.bin")));
+        const qsizetype start = m_servers.nginxAccessLog().size();
+        auto task = makeTask(m_servers.nginxUrl(path));
+        const qint64 partial = interruptHalfway(*task, unfinished(name));
         QVERIFY2(partial > 0 && partial < dataSize, qPrintable(QString::number(partial)));
         const QVariantMap saved = task->asPropertyList();
         task.reset();
+        QTRY_COMPARE(requestsFor(path, start).size(), 1);
 
         const QByteArray after = ZKTestSupport::laterVersion(before, partial);
         QVERIFY(ZKTestSupport::writeFile(served, after));
         QVERIFY(ZKTestSupport::setModified(served, QDateTime::currentDateTimeUtc().addSecs(3600)));
         const qsizetype logged = m_servers.nginxAccessLog().size();
 
-        auto reloaded = ZKCopyTask::create(saved);
-        QVERIFY(reloaded);
-        QCOMPARE(reloaded->state(), ZKTaskState(S::PendingProcessing));
-        runTask(*reloaded);
-        QVERIFY2(reloaded->state() == S::Completed, qUtf8Printable(errorText(*reloaded)));
-        const QByteArray copied = ZKTestSupport::readFile(copy);
+        auto again = reopened ? ZKCopyTask::create(saved) : makeTask(m_servers.nginxUrl(path));
+        QVERIFY(again);
+        runTask(*again);
+        QVERIFY2(again->state() == S::Completed, qUtf8Printable(errorText(*again)));
+        const QByteArray copied = ZKTestSupport::readFile(out(name));
         QVERIFY2(copied == after,
                  copied == before.left(partial) + after.mid(partial)
                      ? "the copy joins the old version's start to the new one's end"
                      : "the copy is neither version");
-        // The old version was named, and the server answered with the new one.
-        const QByteArray log = m_servers.nginxAccessLog().mid(logged);
-        QVERIFY2(log.startsWith("GET /replaced.bin 200 range=\"bytes=0-\"") &&
-                     !log.contains("if_range=\"-\""),
-                 log.constData());
+        if (reopened) {
+            // The rest was asked for under the old version's name, and the
+            // server answered with the whole new one, which the copy took.
+            QTRY_VERIFY(!requestsFor(path, logged).isEmpty());
+            const QList<QByteArray> requests = requestsFor(path, logged);
+            const QByteArray log = requests.join('\n');
+            QVERIFY2(
+                requests.size() == 1 &&
+                    log.contains(" 200 range=\"bytes=" + QByteArray::number(partial) + "-\"") &&
+                    !log.contains("if_range=\"-\""),
+                log.constData());
+        }
     }
 };
 
