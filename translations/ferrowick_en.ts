@@ -2,12 +2,32 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="en_US">
 <context>
-    <name>ZKNotificationManager</name>
+    <name>ZKByteCountFormatter</name>
     <message numerus="yes">
-        <source>%n tasks failed.</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <source>%n bytes</source>
+        <translation>
+            <numerusform>%n byte</numerusform>
+            <numerusform>%n bytes</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
+    <name>ZKCommandLine</name>
+    <message numerus="yes">
+        <source>%n task entries of &quot;%1&quot; cannot be read and are kept unread; %2</source>
+        <translation>
+            <numerusform>%n task entry of &quot;%1&quot; cannot be read and is kept unread; %2</numerusform>
+            <numerusform>%n task entries of &quot;%1&quot; cannot be read and are kept unread; %2</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
+    <name>ZKCopyTask</name>
+    <message numerus="yes">
+        <source>%1 of %n files</source>
+        <translation>
+            <numerusform>%1 of %n file</numerusform>
+            <numerusform>%1 of %n files</numerusform>
         </translation>
     </message>
 </context>
@@ -15,16 +35,16 @@
     <name>ZKQueueWindow</name>
     <message numerus="yes">
         <source>And %n more.</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>And %n more.</numerusform>
+            <numerusform>And %n more.</numerusform>
         </translation>
     </message>
     <message numerus="yes">
         <source>%n items were not added:</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>%n item was not added:</numerusform>
+            <numerusform>%n items were not added:</numerusform>
         </translation>
     </message>
 </context>
@@ -32,9 +52,9 @@
     <name>ZKTaskView</name>
     <message numerus="yes">
         <source> and %n other files</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <translation>
+            <numerusform> and %n other file</numerusform>
+            <numerusform> and %n other files</numerusform>
         </translation>
     </message>
 </context>
