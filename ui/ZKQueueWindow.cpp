@@ -90,7 +90,7 @@ ZKQueueWindow::ZKQueueWindow(std::unique_ptr<ZKFerrowickDocument> document, QWid
     m_lastDestinationPath = QDir::homePath();
 
     m_listView = new ZKListView(this);
-    m_listView->setAccessibleName(QStringLiteral("Tasks"));
+    m_listView->setAccessibleName(tr("Tasks"));
     m_listView->setOwner(m_document.get());
     m_listView->setDelegate(m_document.get());
     m_listView->setItemPrototype(new ZKTaskView);
@@ -110,10 +110,9 @@ ZKQueueWindow::ZKQueueWindow(std::unique_ptr<ZKFerrowickDocument> document, QWid
     m_emptyHint->setAlignment(Qt::AlignCenter);
     m_emptyHint->setWordWrap(true);
     m_emptyHint->setAttribute(Qt::WA_TransparentForMouseEvents);
-    m_emptyHint->setText(
-        QStringLiteral("<p style='font-size:large'>Drop files and folders here"
-                       "</p><p>or choose Add to copy files, folders, FTP, SFTP and "
-                       "web addresses</p>"));
+    m_emptyHint->setText(tr("<p style='font-size:large'>Drop files and folders here"
+                            "</p><p>or choose Add to copy files, folders, FTP, SFTP and "
+                            "web addresses</p>"));
     m_emptyHint->setForegroundRole(QPalette::PlaceholderText);
     m_listViewport = m_listView->viewport();
     m_listViewport->installEventFilter(this);
@@ -171,24 +170,22 @@ void ZKQueueWindow::buildActions() {
     };
     ZKFerrowickDocument *d = m_document.get();
 
-    add("startStop", QStringLiteral("Start"), QKeySequence(Qt::Key_Space),
-        [this] { toggleStartStop(); });
-    add("addFile", QStringLiteral("Add Files and Folders..."),
-        QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_A), [this] { addFile(); });
+    add("startStop", tr("Start"), QKeySequence(Qt::Key_Space), [this] { toggleStartStop(); });
+    add("addFile", tr("Add Files and Folders..."), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_A),
+        [this] { addFile(); });
     add("addFtp", tr("Add Server Address..."), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_F),
         [this] { addFtp(); });
-    add("addDownload", QStringLiteral("Add Web Address..."), QKeySequence(Qt::CTRL | Qt::Key_L),
+    add("addDownload", tr("Add Web Address..."), QKeySequence(Qt::CTRL | Qt::Key_L),
         [this] { addDownload(); });
-    add("paste", QStringLiteral("Paste"), QKeySequence::Paste, [this] { paste(); });
-    add("copy", QStringLiteral("Copy Tasks"), QKeySequence::Copy, [this] { copyItems(); });
-    add("copySources", QStringLiteral("Copy Source Addresses"),
-        QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_C), [this] { copySources(); });
-    add("save", QStringLiteral("Save"), QKeySequence::Save, [this] { save(); });
-    add("saveAs", QStringLiteral("Save As..."), QKeySequence::SaveAs, [this] { saveAs(); });
-    QAction *closeAction =
-        add("close", QStringLiteral("Close"), QKeySequence::Close, [this] { close(); });
-    QAction *quitAction = add("quit", QStringLiteral("Quit"), QKeySequence::Quit,
-                              [] { QApplication::closeAllWindows(); });
+    add("paste", tr("Paste"), QKeySequence::Paste, [this] { paste(); });
+    add("copy", tr("Copy Tasks"), QKeySequence::Copy, [this] { copyItems(); });
+    add("copySources", tr("Copy Source Addresses"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_C),
+        [this] { copySources(); });
+    add("save", tr("Save"), QKeySequence::Save, [this] { save(); });
+    add("saveAs", tr("Save As..."), QKeySequence::SaveAs, [this] { saveAs(); });
+    QAction *closeAction = add("close", tr("Close"), QKeySequence::Close, [this] { close(); });
+    QAction *quitAction =
+        add("quit", tr("Quit"), QKeySequence::Quit, [] { QApplication::closeAllWindows(); });
     quitAction->setMenuRole(QAction::QuitRole);
     // Ctrl+W and Ctrl+Q on every desktop, beside whatever its theme binds.
     for (const auto &[action, standard, key] :
@@ -201,72 +198,70 @@ void ZKQueueWindow::buildActions() {
         action->setShortcuts(keys);
     }
 
-    add("retry", QStringLiteral("Retry"), QKeySequence(Qt::CTRL | Qt::Key_R),
-        [d] { d->restart(false); });
-    add("retryFailed", QStringLiteral("Retry Failed Tasks"), {}, [d] { d->retryFailedTasks(); });
-    add("autoRetry", QStringLiteral("Retry Automatically"), {}, [d] {
+    add("retry", tr("Retry"), QKeySequence(Qt::CTRL | Qt::Key_R), [d] { d->restart(false); });
+    add("retryFailed", tr("Retry Failed Tasks"), {}, [d] { d->retryFailedTasks(); });
+    add("autoRetry", tr("Retry Automatically"), {}, [d] {
         d->toggleAutoRetryItems();
     })->setCheckable(true);
-    add("clearCompleted", QStringLiteral("Clear Completed"), QKeySequence(Qt::CTRL | Qt::Key_K),
+    add("clearCompleted", tr("Clear Completed"), QKeySequence(Qt::CTRL | Qt::Key_K),
         [d] { d->clearCompletedItems(false); });
-    add("clearFailed", QStringLiteral("Clear Failed"), {}, [d] { d->clearFailedItems(); });
-    add("clearAll", QStringLiteral("Clear All"), {}, [d] { d->clearAllItems(); });
-    add("autoClear", QStringLiteral("Clear Automatically"), {}, [d] {
+    add("clearFailed", tr("Clear Failed"), {}, [d] { d->clearFailedItems(); });
+    add("clearAll", tr("Clear All"), {}, [d] { d->clearAllItems(); });
+    add("autoClear", tr("Clear Automatically"), {}, [d] {
         d->toggleAutoClearItems();
     })->setCheckable(true);
-    add("suspendAll", QStringLiteral("Suspend All"), {}, [d] { d->suspendAll(); });
-    add("resumeAll", QStringLiteral("Resume All"), {}, [d] { d->resumeAll(); });
-    add("allCopy", QStringLiteral("Copy All"), {}, [d] { d->setAllTransferModeCopy(); });
-    add("allMove", QStringLiteral("Move All"), {}, [d] { d->setAllTransferModeMove(); });
-    add("changeAllDestination", QStringLiteral("Change All Destinations..."), {},
+    add("suspendAll", tr("Suspend All"), {}, [d] { d->suspendAll(); });
+    add("resumeAll", tr("Resume All"), {}, [d] { d->resumeAll(); });
+    add("allCopy", tr("Copy All"), {}, [d] { d->setAllTransferModeCopy(); });
+    add("allMove", tr("Move All"), {}, [d] { d->setAllTransferModeMove(); });
+    add("changeAllDestination", tr("Change All Destinations..."), {},
         [this] { changeAllDestination(); });
-    add("verify", QStringLiteral("Verify Copies"), {}, [d](bool on) {
+    add("verify", tr("Verify Copies"), {}, [d](bool on) {
         d->setIsVerifyEnabled(on);
     })->setCheckable(true);
 
     // One of each per queue; they follow the queue's objects across loads.
     m_scheduleSheet = new ZKScheduleSheet(d, this);
     m_speedLimitSheet = new ZKSpeedLimitSheet(d, this);
-    add("schedule", QStringLiteral("Schedule..."), {},
+    add("schedule", tr("Schedule..."), {},
         [this] { m_scheduleSheet->displaySheetForWindow(this); });
-    add("speedLimit", QStringLiteral("Speed Limit..."), {},
+    add("speedLimit", tr("Speed Limit..."), {},
         [this] { m_speedLimitSheet->displaySheetForWindow(this); });
 
     auto *modes = new QActionGroup(this);
     for (const auto &[name, text, mode] :
-         {std::tuple{"defaultCopy", "Copy New Items", ZKTransferMode::Copy},
-          std::tuple{"defaultMove", "Move New Items", ZKTransferMode::Move}}) {
-        QAction *action = add(name, QString::fromLatin1(text), {},
-                              [d, mode] { d->setDefaultTransferMode(mode); });
+         {std::tuple{"defaultCopy", QT_TR_NOOP("Copy New Items"), ZKTransferMode::Copy},
+          std::tuple{"defaultMove", QT_TR_NOOP("Move New Items"), ZKTransferMode::Move}}) {
+        QAction *action = add(name, tr(text), {}, [d, mode] { d->setDefaultTransferMode(mode); });
         action->setCheckable(true);
         modes->addAction(action);
     }
 
     for (const auto &[name, text, sort] :
-         {std::tuple{"sortByFilename", "By Name", &ZKFerrowickDocument::sortByFilename},
-          std::tuple{"sortByDestination", "By Destination",
+         {std::tuple{"sortByFilename", QT_TR_NOOP("By Name"), &ZKFerrowickDocument::sortByFilename},
+          std::tuple{"sortByDestination", QT_TR_NOOP("By Destination"),
                      &ZKFerrowickDocument::sortByDestination},
-          std::tuple{"sortByFileSize", "By Size", &ZKFerrowickDocument::sortByFileSize},
-          std::tuple{"sortByPercentCompleted", "By Progress",
+          std::tuple{"sortByFileSize", QT_TR_NOOP("By Size"), &ZKFerrowickDocument::sortByFileSize},
+          std::tuple{"sortByPercentCompleted", QT_TR_NOOP("By Progress"),
                      &ZKFerrowickDocument::sortByPercentCompleted},
-          std::tuple{"sortByPercentRemaining", "By Work Left",
+          std::tuple{"sortByPercentRemaining", QT_TR_NOOP("By Work Left"),
                      &ZKFerrowickDocument::sortByPercentRemaining},
-          std::tuple{"sortByTimeRemaining", "By Time Left",
+          std::tuple{"sortByTimeRemaining", QT_TR_NOOP("By Time Left"),
                      &ZKFerrowickDocument::sortByTimeRemaining}}) {
-        add(name, QString::fromLatin1(text), {}, [d, sort] { (d->*sort)(); });
+        add(name, tr(text), {}, [d, sort] { (d->*sort)(); });
     }
 }
 
 void ZKQueueWindow::buildMenus() {
-    QMenu *file = menuBar()->addMenu(QStringLiteral("&File"));
+    QMenu *file = menuBar()->addMenu(tr("&File"));
     file->addActions({action("save"), action("saveAs")});
     file->addSeparator();
     file->addActions({action("close"), action("quit")});
 
-    QMenu *edit = menuBar()->addMenu(QStringLiteral("&Edit"));
+    QMenu *edit = menuBar()->addMenu(tr("&Edit"));
     edit->addActions({action("copy"), action("copySources"), action("paste")});
 
-    QMenu *queue = menuBar()->addMenu(QStringLiteral("&Queue"));
+    QMenu *queue = menuBar()->addMenu(tr("&Queue"));
     queue->addAction(action("startStop"));
     queue->addSeparator();
     queue->addActions({action("schedule"), action("speedLimit")});
@@ -283,7 +278,7 @@ void ZKQueueWindow::buildMenus() {
     queue->addActions({action("allCopy"), action("allMove"), action("changeAllDestination")});
     queue->addSeparator();
     queue->addActions({action("defaultCopy"), action("defaultMove"), action("verify")});
-    QMenu *sort = queue->addMenu(QStringLiteral("Sort"));
+    QMenu *sort = queue->addMenu(tr("Sort"));
     sort->addActions({action("sortByFilename"), action("sortByDestination"),
                       action("sortByFileSize"), action("sortByPercentCompleted"),
                       action("sortByPercentRemaining"), action("sortByTimeRemaining")});
@@ -302,26 +297,25 @@ QMenu *ZKQueueWindow::fileMenu() const {
 }
 
 void ZKQueueWindow::buildHelpMenu() {
-    QMenu *help = menuBar()->addMenu(QStringLiteral("&Help"));
-    QAction *manual =
-        help->addAction(QStringLiteral("Ferrowick Help"), this, [] { ZKHelpLinks::showHelp(); });
+    QMenu *help = menuBar()->addMenu(tr("&Help"));
+    QAction *manual = help->addAction(tr("Ferrowick Help"), this, [] { ZKHelpLinks::showHelp(); });
     manual->setShortcut(QKeySequence::HelpContents);
     manual->setShortcutVisibleInContextMenu(true);
     manual->setObjectName(QStringLiteral("showHelp"));
     m_actions.insert(manual->objectName(), manual);
     addAction(manual);
-    QAction *feedback = help->addAction(QStringLiteral("Send Feedback..."), this,
-                                        [] { ZKHelpLinks::sendFeedback(); });
+    QAction *feedback =
+        help->addAction(tr("Send Feedback..."), this, [] { ZKHelpLinks::sendFeedback(); });
     feedback->setObjectName(QStringLiteral("sendFeedback"));
     m_actions.insert(feedback->objectName(), feedback);
-    QAction *website = help->addAction(QStringLiteral("Ferrowick Website"), this,
-                                       [] { ZKHelpLinks::showWebsite(); });
+    QAction *website =
+        help->addAction(tr("Ferrowick Website"), this, [] { ZKHelpLinks::showWebsite(); });
     website->setObjectName(QStringLiteral("showWebsite"));
     m_actions.insert(website->objectName(), website);
 }
 
 void ZKQueueWindow::buildToolBar() {
-    QToolBar *bar = addToolBar(QStringLiteral("Queue"));
+    QToolBar *bar = addToolBar(tr("Queue"));
     bar->setObjectName(QStringLiteral("queueToolBar"));
     bar->setMovable(false);
     bar->setFloatable(false);
@@ -348,12 +342,12 @@ void ZKQueueWindow::buildToolBar() {
     m_addMenu->addActions({action("addFile"), action("addFtp"), action("addDownload")});
     m_addMenu->addSeparator();
     m_addMenu->addAction(action("paste"));
-    m_addButton = popup(QStringLiteral("Add"), QStringLiteral("ZKToolbarAdd"), m_addMenu);
-    m_addButton->setToolTip(QStringLiteral("Add files and folders (hold for more)"));
+    m_addButton = popup(tr("Add"), QStringLiteral("ZKToolbarAdd"), m_addMenu);
+    m_addButton->setToolTip(tr("Add files and folders (hold for more)"));
     connect(m_addButton, &ZKDelayPopupButton::clicked, this, [this] { addFile(); });
 
     m_retryMenu = new QMenu(this);
-    QAction *autoRetry = m_retryMenu->addAction(QStringLiteral("Retry Automatically"));
+    QAction *autoRetry = m_retryMenu->addAction(tr("Retry Automatically"));
     autoRetry->setData(1001);
     autoRetry->setCheckable(true);
     connect(autoRetry, &QAction::triggered, m_document.get(),
@@ -363,12 +357,12 @@ void ZKQueueWindow::buildToolBar() {
     m_retryMenuDelegate = new ZKRetryMenuDelegate(this);
     m_retryMenuDelegate->setDocument(m_document.get());
     m_retryMenuDelegate->attachToMenu(m_retryMenu);
-    m_retryButton = popup(QStringLiteral("Retry"), QStringLiteral("ZKToolbarRetry"), m_retryMenu);
+    m_retryButton = popup(tr("Retry"), QStringLiteral("ZKToolbarRetry"), m_retryMenu);
     connect(m_retryButton, &ZKDelayPopupButton::clicked, this,
             [this] { m_document->restart(true); });
 
     m_clearMenu = new QMenu(this);
-    QAction *autoClear = m_clearMenu->addAction(QStringLiteral("Clear Automatically"));
+    QAction *autoClear = m_clearMenu->addAction(tr("Clear Automatically"));
     autoClear->setData(1001);
     autoClear->setCheckable(true);
     connect(autoClear, &QAction::triggered, m_document.get(),
@@ -378,7 +372,7 @@ void ZKQueueWindow::buildToolBar() {
     m_clearMenuDelegate = new ZKClearMenuDelegate(this);
     m_clearMenuDelegate->setDocument(m_document.get());
     m_clearMenuDelegate->attachToMenu(m_clearMenu);
-    m_clearButton = popup(QStringLiteral("Clear"), QStringLiteral("ZKToolbarClear"), m_clearMenu);
+    m_clearButton = popup(tr("Clear"), QStringLiteral("ZKToolbarClear"), m_clearMenu);
     connect(m_clearButton, &ZKDelayPopupButton::clicked, this,
             [this] { m_document->clearCompletedItems(true); });
 
@@ -406,11 +400,11 @@ void ZKQueueWindow::buildToolBar() {
         connect(sheet, &std::remove_pointer_t<decltype(sheet)>::summaryChanged, button, refresh);
         refresh();
     };
-    m_scheduleButton = indicator(action("schedule"), QStringLiteral("ZKToolbarSchedule"),
-                                 QStringLiteral("Schedule"));
+    m_scheduleButton =
+        indicator(action("schedule"), QStringLiteral("ZKToolbarSchedule"), tr("Schedule"));
     follow(m_scheduleButton, m_scheduleSheet);
-    m_speedLimitButton = indicator(action("speedLimit"), QStringLiteral("ZKToolbarSpeedLimit"),
-                                   QStringLiteral("Speed limit"));
+    m_speedLimitButton =
+        indicator(action("speedLimit"), QStringLiteral("ZKToolbarSpeedLimit"), tr("Speed limit"));
     follow(m_speedLimitButton, m_speedLimitSheet);
 
     auto *spacer = new QWidget(bar);
@@ -418,27 +412,27 @@ void ZKQueueWindow::buildToolBar() {
     bar->addWidget(spacer);
 
     m_modeBox = new QComboBox(bar);
-    m_modeBox->addItem(QStringLiteral("Copy"), ZKTransferMode::Copy);
-    m_modeBox->addItem(QStringLiteral("Move"), ZKTransferMode::Move);
-    m_modeBox->setAccessibleName(QStringLiteral("Transfer mode of new items"));
-    m_modeBox->setToolTip(QStringLiteral("Copy or move the items added from now on"));
+    m_modeBox->addItem(tr("Copy"), ZKTransferMode::Copy);
+    m_modeBox->addItem(tr("Move"), ZKTransferMode::Move);
+    m_modeBox->setAccessibleName(tr("Transfer mode of new items"));
+    m_modeBox->setToolTip(tr("Copy or move the items added from now on"));
     connect(m_modeBox, &QComboBox::activated, this, [this](int index) {
         m_document->setDefaultTransferMode(m_modeBox->itemData(index).toInt());
     });
     bar->addWidget(m_modeBox);
 
-    auto *toLabel = new QLabel(QStringLiteral(" to "), bar);
+    auto *toLabel = new QLabel(tr(" to "), bar);
     bar->addWidget(toLabel);
     m_destinationButton = new ZKDestinationPopUpButton(bar);
-    m_destinationButton->setAccessibleName(QStringLiteral("Default destination"));
+    m_destinationButton->setAccessibleName(tr("Default destination"));
     m_destinationButton->setMinimumContentsLength(14);
     m_destinationButton->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     toLabel->setBuddy(m_destinationButton);
     bar->addWidget(m_destinationButton);
 
-    m_verifyBox = new QCheckBox(QStringLiteral("Verify"), bar);
-    m_verifyBox->setToolTip(QStringLiteral("Compare every copy with its original"));
-    m_verifyBox->setAccessibleName(QStringLiteral("Verify copies"));
+    m_verifyBox = new QCheckBox(tr("Verify"), bar);
+    m_verifyBox->setToolTip(tr("Compare every copy with its original"));
+    m_verifyBox->setAccessibleName(tr("Verify copies"));
     connect(m_verifyBox, &QCheckBox::toggled, this,
             [this](bool on) { m_document->setIsVerifyEnabled(on); });
     bar->addWidget(m_verifyBox);
@@ -523,11 +517,10 @@ void ZKQueueWindow::refreshEmptyHint() {
 void ZKQueueWindow::refreshState() {
     const bool running = m_document->state() == ZKQueueState::Running;
     QAction *startStop = action("startStop");
-    startStop->setText(running ? QStringLiteral("Pause") : QStringLiteral("Start"));
+    startStop->setText(running ? tr("Pause") : tr("Start"));
     startStop->setIcon(ZKImages::named(running ? QStringLiteral("ZKToolbarPause")
                                                : QStringLiteral("ZKToolbarStart")));
-    startStop->setToolTip(running ? QStringLiteral("Pause the queue (Space)")
-                                  : QStringLiteral("Start the queue (Space)"));
+    startStop->setToolTip(running ? tr("Pause the queue (Space)") : tr("Start the queue (Space)"));
 }
 
 void ZKQueueWindow::refreshTexts() {
@@ -621,8 +614,8 @@ bool ZKQueueWindow::addSourcesFromMimeData(const QMimeData &data, qsizetype inde
 void ZKQueueWindow::paste() {
     const QMimeData *data = QApplication::clipboard()->mimeData();
     if (!data || !addSourcesFromMimeData(*data, m_document->countOfTasks())) {
-        statusBar()->showMessage(
-            QStringLiteral("The clipboard holds no files, folders or addresses to copy."), 4000);
+        statusBar()->showMessage(tr("The clipboard holds no files, folders or addresses to copy."),
+                                 4000);
     }
 }
 
@@ -645,7 +638,7 @@ void ZKQueueWindow::copySources() {
 
 void ZKQueueWindow::chooseDestinationFolder(
     const std::function<void(const ZKWriterPtr &)> &answer) {
-    auto *panel = ZKOpenPanel::folderPanel(this, QStringLiteral("Choose a folder to copy to."),
+    auto *panel = ZKOpenPanel::folderPanel(this, tr("Choose a folder to copy to."),
                                            QUrl::fromLocalFile(m_lastDestinationPath));
     panel->beginSheetModalForWindow(this, [this, panel, answer](bool ok) {
         panel->deleteLater();
