@@ -76,7 +76,7 @@ void ZKAppDelegate::applicationDidFinishLaunching() {
                 if (!QApplication::windowIcon().isNull()) {
                     window->setWindowIcon(QApplication::windowIcon());
                 }
-                auto *preferences = new QAction(QStringLiteral("Preferences..."), window);
+                auto *preferences = new QAction(tr("Preferences..."), window);
                 preferences->setObjectName(QStringLiteral("showPreferences"));
                 // Ctrl+, everywhere, beside whatever the desktop binds.
                 QList<QKeySequence> keys = QKeySequence::keyBindings(QKeySequence::Preferences);

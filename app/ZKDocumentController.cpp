@@ -93,8 +93,7 @@ ZKFerrowickDocument *ZKDocumentController::mainDocument() const {
 
 QString ZKDocumentController::nextUntitledName() {
     ++m_untitledCount;
-    return m_untitledCount == 1 ? QStringLiteral("Untitled")
-                                : QStringLiteral("Untitled %1").arg(m_untitledCount);
+    return m_untitledCount == 1 ? tr("Untitled") : tr("Untitled %1").arg(m_untitledCount);
 }
 
 ZKQueueWindow *ZKDocumentController::newDocument() {
@@ -283,15 +282,15 @@ ZKQueueWindow *ZKDocumentController::addWindow(std::unique_ptr<ZKFerrowickDocume
 
 void ZKDocumentController::addFileCommands(ZKQueueWindow *window) {
     QMenu *file = window->fileMenu();
-    auto *newQueue = new QAction(QStringLiteral("New Queue"), window);
+    auto *newQueue = new QAction(tr("New Queue"), window);
     newQueue->setObjectName(QStringLiteral("newDocument"));
     newQueue->setShortcut(QKeySequence::New);
     connect(newQueue, &QAction::triggered, this, [this] { newDocument(); });
-    auto *open = new QAction(QStringLiteral("Open..."), window);
+    auto *open = new QAction(tr("Open..."), window);
     open->setObjectName(QStringLiteral("openDocument"));
     open->setShortcut(QKeySequence::Open);
     connect(open, &QAction::triggered, this, [this] { openDocumentsFromPanel(); });
-    auto *revert = new QAction(QStringLiteral("Revert to Saved"), window);
+    auto *revert = new QAction(tr("Revert to Saved"), window);
     revert->setObjectName(QStringLiteral("revertDocument"));
     connect(revert, &QAction::triggered, window, [window] { window->revertToSaved(); });
     connect(file, &QMenu::aboutToShow, revert,

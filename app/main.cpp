@@ -64,47 +64,59 @@ int main(int argc, char **argv) {
     ZKTranslations::install();
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("Copies and moves files, folders, FTP and web addresses in a queue.\n"
-                       "When Ferrowick is running already, the items go to its queue."));
+    parser.setApplicationDescription(QCoreApplication::translate(
+        "ferrowick", "Copies and moves files, folders, FTP and web addresses in a queue.\n"
+                     "When Ferrowick is running already, the items go to its queue."));
     parser.addHelpOption();
     parser.addVersionOption();
     const QCommandLineOption serviceOption(
         QStringLiteral("service"),
-        QStringLiteral("Start without a window and wait for the desktop to ask for one "
-                       "(used when the session bus starts Ferrowick)."));
+        QCoreApplication::translate(
+            "ferrowick", "Start without a window and wait for the desktop to ask for one "
+                         "(used when the session bus starts Ferrowick)."));
     parser.addOption(serviceOption);
     const QCommandLineOption newQueueOption(
         QStringLiteral("new-queue"),
-        QStringLiteral("Open a new, empty queue, also in the Ferrowick that is running."));
+        QCoreApplication::translate(
+            "ferrowick", "Open a new, empty queue, also in the Ferrowick that is running."));
     parser.addOption(newQueueOption);
     // What the file managers' "Copy with Ferrowick" and "Move with
     // Ferrowick" ask for, whatever the queue does with new items.
     const QCommandLineOption copyOption(
         QStringLiteral("copy"),
-        QStringLiteral("Copy the items given, even into a queue that moves new items."));
+        QCoreApplication::translate(
+            "ferrowick", "Copy the items given, even into a queue that moves new items."));
     parser.addOption(copyOption);
     const QCommandLineOption moveOption(
         QStringLiteral("move"),
-        QStringLiteral("Move the items given: each source is removed once its copy is whole. "
-                       "Web addresses are copied."));
+        QCoreApplication::translate(
+            "ferrowick", "Move the items given: each source is removed once its copy is whole. "
+                         "Web addresses are copied."));
     parser.addOption(moveOption);
-    parser.addPositionalArgument(QStringLiteral("items"),
-                                 QStringLiteral("Queue files to open, or files, folders and "
-                                                "ftp, http or https addresses to copy."),
-                                 QStringLiteral("[FILE.queue | ITEM...]"));
+    parser.addPositionalArgument(
+        QStringLiteral("items"),
+        QCoreApplication::translate("ferrowick", "Queue files to open, or files, folders and "
+                                                 "ftp, http or https addresses to copy."),
+        QCoreApplication::translate("ferrowick", "[FILE.queue | ITEM...]"));
     parser.process(app);
     const QStringList items = parser.positionalArguments();
     std::optional<qint32> transferMode;
     if (parser.isSet(copyOption) && parser.isSet(moveOption)) {
-        std::fprintf(stderr, "ferrowick: --copy and --move exclude each other.\n");
+        std::fprintf(stderr, "ferrowick: %s\n",
+                     qUtf8Printable(QCoreApplication::translate(
+                         "ferrowick", "--copy and --move exclude each other.")));
         return 1;
     }
     if (parser.isSet(copyOption) || parser.isSet(moveOption)) {
         if (items.isEmpty()) {
-            std::fprintf(stderr, "ferrowick: --%s needs the files or folders to %s.\n",
-                         parser.isSet(moveOption) ? "move" : "copy",
-                         parser.isSet(moveOption) ? "move" : "copy");
+            std::fprintf(
+                stderr, "ferrowick: %s\n",
+                qUtf8Printable(
+                    parser.isSet(moveOption)
+                        ? QCoreApplication::translate("ferrowick", "--move needs the files or "
+                                                                   "folders to move.")
+                        : QCoreApplication::translate("ferrowick", "--copy needs the files or "
+                                                                   "folders to copy.")));
             return 1;
         }
         transferMode = parser.isSet(moveOption) ? ZKTransferMode::Move : ZKTransferMode::Copy;
@@ -127,10 +139,11 @@ int main(int argc, char **argv) {
         if (handedOver) {
             return 0;
         }
-        std::fprintf(stderr,
-                     "ferrowick: the running Ferrowick did not answer (%s); "
-                     "starting another one.\n",
-                     qUtf8Printable(error));
+        std::fprintf(stderr, "ferrowick: %s\n",
+                     qUtf8Printable(QCoreApplication::translate(
+                                        "ferrowick", "the running Ferrowick did not answer "
+                                                     "(%1); starting another one.")
+                                        .arg(error)));
     }
     delegate.applicationWillFinishLaunching();
     ZKQuestionPresenter::setShared(&ZKQueueWindow::presenter());
