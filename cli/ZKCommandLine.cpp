@@ -111,13 +111,15 @@ void reportUnreadEntries(const QString &file,
     if (entries.isEmpty()) {
         return;
     }
-    printError(QStringLiteral("%1 task %2 of \"%3\" cannot be read and %4 kept unread; %5")
-                   .arg(entries.size())
-                   .arg(entries.size() == 1 ? QStringLiteral("entry") : QStringLiteral("entries"),
-                        file, entries.size() == 1 ? QStringLiteral("is") : QStringLiteral("are"),
-                        fate));
+    printError(QCoreApplication::translate("ZKCommandLine",
+                                           "%n task entries of \"%1\" cannot be read and are kept "
+                                           "unread; %2",
+                                           nullptr, int(entries.size()))
+                   .arg(file, fate));
     for (const auto &entry : entries) {
-        printError(QStringLiteral("  entry %1: %2").arg(entry.index + 1).arg(entry.reason));
+        printError(QCoreApplication::translate("ZKCommandLine", "  entry %1: %2")
+                       .arg(entry.index + 1)
+                       .arg(entry.reason));
     }
 }
 
@@ -150,20 +152,25 @@ int runDocument(ZKFerrowickDocument &document, const QString &queueFile, const R
 }
 
 void addCommonOptions(QCommandLineParser &parser) {
-    parser.addOption({QStringLiteral("verbose"), QStringLiteral("Show diagnostic log lines.")});
+    parser.addOption({QStringLiteral("verbose"),
+                      QCoreApplication::translate("ZKCommandLine", "Show diagnostic log lines.")});
     parser.addOption({QStringLiteral("on-conflict"),
-                      QStringLiteral("What to do when an item exists, or cannot be read or "
-                                     "written: ask, skip, replace or cancel."),
+                      QCoreApplication::translate(
+                          "ZKCommandLine", "What to do when an item exists, or cannot be read or "
+                                           "written: ask, skip, replace or cancel."),
                       QStringLiteral("policy"), QStringLiteral("ask")});
-    parser.addOption({QStringLiteral("retry"),
-                      QStringLiteral("Try a failed task up to N more times."),
-                      QStringLiteral("n")});
-    parser.addOption({QStringLiteral("retry-delay"),
-                      QStringLiteral("Wait this many seconds before each retry."),
-                      QStringLiteral("seconds")});
+    parser.addOption(
+        {QStringLiteral("retry"),
+         QCoreApplication::translate("ZKCommandLine", "Try a failed task up to N more times."),
+         QStringLiteral("n")});
+    parser.addOption(
+        {QStringLiteral("retry-delay"),
+         QCoreApplication::translate("ZKCommandLine", "Wait this many seconds before each retry."),
+         QStringLiteral("seconds")});
     parser.addOption({QStringLiteral("accept-new-host-key"),
-                      QStringLiteral("Trust and record the key of an SSH server that no "
-                                     "known_hosts file holds yet.")});
+                      QCoreApplication::translate(
+                          "ZKCommandLine", "Trust and record the key of an SSH server that no "
+                                           "known_hosts file holds yet.")});
 }
 
 bool applyCommonOptions(const QCommandLineParser &parser, Runtime &runtime) {
@@ -204,7 +211,8 @@ bool applyCommonOptions(const QCommandLineParser &parser, Runtime &runtime) {
 } // namespace
 
 QString ZKCommandLine::usage() {
-    return QStringLiteral(
+    return QCoreApplication::translate(
+        "ZKCommandLine",
         "Usage:\n"
         "  ferrowick-cli copy SOURCE... DESTINATION [options]\n"
         "  ferrowick-cli move SOURCE... DESTINATION [options]\n"
@@ -310,13 +318,17 @@ int ZKCommandLine::run(const QStringList &arguments) {
 int ZKCommandLine::transfer(const QStringList &arguments, bool move) {
     QCommandLineParser parser;
     addCommonOptions(parser);
-    parser.addOption({QStringLiteral("verify"), QStringLiteral("Verify every copy.")});
+    parser.addOption({QStringLiteral("verify"),
+                      QCoreApplication::translate("ZKCommandLine", "Verify every copy.")});
+    parser.addOption({QStringLiteral("limit"),
+                      QCoreApplication::translate("ZKCommandLine", "Speed limit."),
+                      QStringLiteral("rate")});
+    parser.addOption({QStringLiteral("save"),
+                      QCoreApplication::translate("ZKCommandLine", "Queue file."),
+                      QStringLiteral("file")});
     parser.addOption(
-        {QStringLiteral("limit"), QStringLiteral("Speed limit."), QStringLiteral("rate")});
-    parser.addOption(
-        {QStringLiteral("save"), QStringLiteral("Queue file."), QStringLiteral("file")});
-    parser.addOption(
-        {QStringLiteral("password-stdin"), QStringLiteral("Read the FTP password from stdin.")});
+        {QStringLiteral("password-stdin"),
+         QCoreApplication::translate("ZKCommandLine", "Read the FTP password from stdin.")});
     if (!parser.parse(arguments)) {
         printError(parser.errorText());
         return badUsage;
@@ -347,17 +359,19 @@ int ZKCommandLine::transfer(const QStringList &arguments, bool move) {
     QString reason;
     const auto destination = destinationFor(paths.last(), password, &reason);
     if (!destination) {
-        printError(reason.isEmpty()
-                       ? QStringLiteral("'%1' cannot be a destination.").arg(paths.last())
-                       : reason);
+        printError(reason.isEmpty() ? QCoreApplication::translate("ZKCommandLine",
+                                                                  "'%1' cannot be a destination.")
+                                          .arg(paths.last())
+                                    : reason);
         return badUsage;
     }
     QList<ZKReaderPtr> sources;
     for (const QString &path : paths.first(paths.size() - 1)) {
         auto reader = readerFor(absolute(path), password);
         if (!reader) {
-            printError(
-                QStringLiteral("'%1' is neither a file, nor an FTP or web address.").arg(path));
+            printError(QCoreApplication::translate(
+                           "ZKCommandLine", "'%1' is neither a file, nor an FTP or web address.")
+                           .arg(path));
             return badUsage;
         }
         sources.append(reader);
@@ -386,8 +400,10 @@ int ZKCommandLine::transfer(const QStringList &arguments, bool move) {
 int ZKCommandLine::runQueue(const QStringList &arguments) {
     QCommandLineParser parser;
     addCommonOptions(parser);
-    parser.addOption({QStringLiteral("password-stdin"),
-                      QStringLiteral("Read the password of the queue's FTP accounts from stdin.")});
+    parser.addOption(
+        {QStringLiteral("password-stdin"),
+         QCoreApplication::translate("ZKCommandLine",
+                                     "Read the password of the queue's FTP accounts from stdin.")});
     if (!parser.parse(arguments) || parser.positionalArguments().size() != 1) {
         if (!parser.errorText().isEmpty()) {
             printError(parser.errorText());
@@ -415,7 +431,8 @@ int ZKCommandLine::runQueue(const QStringList &arguments) {
         return badUsage;
     }
     reportUnreadEntries(file, document.unreadTaskEntries(),
-                        QStringLiteral("saving the queue writes them back unchanged."));
+                        QCoreApplication::translate(
+                            "ZKCommandLine", "saving the queue writes them back unchanged."));
     ZKQueueRunner::takeUpSavedWork(document);
     // Running a queue file means running it, whatever state it was saved in.
     document.setState(ZKQueueState::Running);
@@ -432,14 +449,17 @@ int ZKCommandLine::trust(const QStringList &arguments) {
     }
     const QString fingerprint = ZKTrustedCertificates::normalizedFingerprint(arguments.at(1));
     if (fingerprint.isEmpty() || !ZKTrustedCertificates::trust(fingerprint)) {
-        printError(QStringLiteral("'%1' is not a SHA-256 fingerprint (64 hexadecimal digits, "
-                                  "colons allowed).")
+        printError(QCoreApplication::translate(
+                       "ZKCommandLine", "'%1' is not a SHA-256 fingerprint (64 hexadecimal digits, "
+                                        "colons allowed).")
                        .arg(arguments.at(1)));
         return badUsage;
     }
-    std::fputs(
-        QStringLiteral("Trusting the certificate %1.\n").arg(fingerprint).toLocal8Bit().constData(),
-        stdout);
+    std::fputs(QCoreApplication::translate("ZKCommandLine", "Trusting the certificate %1.\n")
+                   .arg(fingerprint)
+                   .toLocal8Bit()
+                   .constData(),
+               stdout);
     return allCompleted;
 }
 
@@ -497,14 +517,16 @@ int ZKCommandLine::show(const QStringList &arguments) {
         std::printf("%s\n", line.toLocal8Bit().constData());
     }
     std::fflush(stdout);
-    reportUnreadEntries(file, unread, QStringLiteral("the file is left as it is."));
+    reportUnreadEntries(file, unread,
+                        QCoreApplication::translate("ZKCommandLine", "the file is left as it is."));
     return allCompleted;
 }
 
 int ZKCommandLine::demo(const QStringList &) {
     QTemporaryDir dir;
     if (!dir.isValid()) {
-        printError(QStringLiteral("No temporary folder for the demonstration."));
+        printError(QCoreApplication::translate("ZKCommandLine",
+                                               "No temporary folder for the demonstration."));
         return someNotCompleted;
     }
     const QString sample = QDir(dir.path()).filePath(QStringLiteral("Sample photos"));
@@ -525,8 +547,10 @@ int ZKCommandLine::demo(const QStringList &) {
             file.write(block);
         }
     }
-    std::printf("Copying a generated sample folder with verification, limited to 8 MB/s so the "
-                "progress can be followed.\n\n");
+    std::printf("%s\n\n", qPrintable(QCoreApplication::translate(
+                              "ZKCommandLine", "Copying a generated sample folder with "
+                                               "verification, limited to 8 MB/s so the "
+                                               "progress can be followed.")));
     QStringList arguments{QStringLiteral("copy"),
                           sample,
                           QDir(dir.path()).filePath(QStringLiteral("Copy")),
@@ -534,7 +558,8 @@ int ZKCommandLine::demo(const QStringList &) {
                           QStringLiteral("--limit"),
                           QStringLiteral("8M")};
     const int status = transfer(arguments, false);
-    std::printf("\nDone. Try it on your own files:\n  ferrowick-cli copy SOURCE... DESTINATION "
-                "--verify\n");
+    std::printf("\n%s\n  ferrowick-cli copy SOURCE... DESTINATION --verify\n",
+                qPrintable(QCoreApplication::translate("ZKCommandLine",
+                                                       "Done. Try it on your own files:")));
     return status;
 }

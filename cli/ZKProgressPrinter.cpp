@@ -22,8 +22,7 @@ void ZKProgressPrinter::setAttempts(std::function<int(const ZKTask &)> attemptOf
 
 QString ZKProgressPrinter::attemptsText(const ZKTask &task) const {
     const int attempt = m_attemptOf ? m_attemptOf(task) : 1;
-    return attempt > 1 ? QStringLiteral("(attempt %1 of %2)").arg(attempt).arg(m_maximumAttempts)
-                       : QString();
+    return attempt > 1 ? tr("(attempt %1 of %2)").arg(attempt).arg(m_maximumAttempts) : QString();
 }
 
 void ZKProgressPrinter::start() {
@@ -114,7 +113,7 @@ void ZKProgressPrinter::finish() {
     // not drawn over.
     for (const auto &task : m_document.taskQueue().tasks()) {
         for (const QString &note : task->notes()) {
-            std::fprintf(stderr, "Skipped: %s\n", note.toLocal8Bit().constData());
+            std::fprintf(stderr, "%s\n", tr("Skipped: %1").arg(note).toLocal8Bit().constData());
         }
     }
 }
