@@ -716,27 +716,29 @@ void ZKCopyTask::refreshDescription() {
                         : !m_sourceIsLocal                     ? Download
                                                                : Copy;
     static const char *const texts[3][4] = {
-        {"Copy \"%1\" to \"%2\"", "Copying \"%1\" to \"%2\"", "Copied \"%1\" to \"%2\""},
-        {"Move \"%1\" to \"%2\"", "Moving \"%1\" to \"%2\"", "Moved \"%1\" to \"%2\""},
-        {"Download \"%1\" to \"%2\"", "Downloading \"%1\" to \"%2\"",
-         "Downloaded \"%1\" to \"%2\""},
+        {QT_TR_NOOP("Copy \"%1\" to \"%2\""), QT_TR_NOOP("Copying \"%1\" to \"%2\""),
+         QT_TR_NOOP("Copied \"%1\" to \"%2\"")},
+        {QT_TR_NOOP("Move \"%1\" to \"%2\""), QT_TR_NOOP("Moving \"%1\" to \"%2\""),
+         QT_TR_NOOP("Moved \"%1\" to \"%2\"")},
+        {QT_TR_NOOP("Download \"%1\" to \"%2\""), QT_TR_NOOP("Downloading \"%1\" to \"%2\""),
+         QT_TR_NOOP("Downloaded \"%1\" to \"%2\"")},
     };
     QString text;
     switch (state()) {
     case S::Processing:
-        text = QString::fromUtf8(texts[table][1]).arg(filename(), destinationDirectory());
+        text = tr(texts[table][1]).arg(filename(), destinationDirectory());
         break;
     case S::PendingVerification:
-        text = QStringLiteral("Verify \"%1\"").arg(filename());
+        text = tr("Verify \"%1\"").arg(filename());
         break;
     case S::Verifying:
-        text = QStringLiteral("Verifying \"%1\"").arg(filename());
+        text = tr("Verifying \"%1\"").arg(filename());
         break;
     case S::Completed:
-        text = QString::fromUtf8(texts[table][2]).arg(filename(), destinationDirectory());
+        text = tr(texts[table][2]).arg(filename(), destinationDirectory());
         break;
     default:
-        text = QString::fromUtf8(texts[table][0]).arg(filename(), destinationDirectory());
+        text = tr(texts[table][0]).arg(filename(), destinationDirectory());
         break;
     }
     {
@@ -760,33 +762,33 @@ void ZKCopyTask::refreshDetail() {
                          : s == S::Completed ? total
                                              : std::min(now.progressBytes, total);
     const QString size = total == 0 ? ZKByteCountFormatter::formatFileSize(done)
-                                    : QStringLiteral("%1 of %2")
+                                    : tr("%1 of %2")
                                           .arg(ZKByteCountFormatter::formatFileSize(done),
                                                ZKByteCountFormatter::formatFileSize(total));
     QString detail;
     switch (s) {
     case S::PendingPreparation:
-        detail = QStringLiteral("Waiting");
+        detail = tr("Waiting");
         break;
     case S::Preparing:
-        detail = QStringLiteral("Analysing...");
+        detail = tr("Analysing...");
         break;
     case S::Removing:
-        detail = QStringLiteral("Removing...");
+        detail = tr("Removing...");
         break;
     case S::Completed:
-        detail = size + QStringLiteral(" - done");
+        detail = tr("%1 - done").arg(size);
         break;
     case S::Failed: {
         const auto e = error();
-        detail = QStringLiteral("Failed: %1").arg(e ? e->localizedDescription() : QString());
+        detail = tr("Failed: %1").arg(e ? e->localizedDescription() : QString());
         break;
     }
     case S::Cancelling:
-        detail = QStringLiteral("Cancelling...");
+        detail = tr("Cancelling...");
         break;
     case S::Cancelled:
-        detail = QStringLiteral("Cancelled");
+        detail = tr("Cancelled");
         break;
     case S::Processing:
     case S::Verifying: {
@@ -795,7 +797,7 @@ void ZKCopyTask::refreshDetail() {
         QStringList parts;
         if (now.filesTotal > 1) {
             const QString files =
-                QStringLiteral("%1 of %2 files").arg(now.filesDone).arg(now.filesTotal);
+                tr("%1 of %n files", nullptr, int(now.filesTotal)).arg(now.filesDone);
             parts << (now.currentFile.isEmpty()
                           ? files
                           : QStringLiteral("%1 (%2)").arg(now.currentFile, files));

@@ -131,7 +131,7 @@ QString ZKFerrowickDocument::displayName() const {
     if (!m_fileName.isEmpty()) {
         return QFileInfo(m_fileName).completeBaseName();
     }
-    return m_untitledName.isEmpty() ? QStringLiteral("Untitled") : m_untitledName;
+    return m_untitledName.isEmpty() ? tr("Untitled") : m_untitledName;
 }
 
 void ZKFerrowickDocument::connectSettings() {
@@ -440,16 +440,16 @@ void ZKFerrowickDocument::retryFailedTasks() {
 }
 
 void ZKFerrowickDocument::refreshRetryTooltip() {
-    m_retryTooltip = m_autoRetryItems ? QStringLiteral("Retry (Auto retry after %1)")
-                                            .arg(ZKTimeFormatter::formatTime(retryDelay()))
-                                      : QStringLiteral("Retry");
+    m_retryTooltip =
+        m_autoRetryItems
+            ? tr("Retry (Auto retry after %1)").arg(ZKTimeFormatter::formatTime(retryDelay()))
+            : tr("Retry");
     Q_EMIT retryTooltipChanged();
 }
 
 void ZKFerrowickDocument::refreshClearTooltip() {
     // The button both clears and switches automatic clearing, like Retry.
-    m_clearTooltip =
-        m_autoClearItems ? QStringLiteral("Clear (Auto clear on)") : QStringLiteral("Clear");
+    m_clearTooltip = m_autoClearItems ? tr("Clear (Auto clear on)") : tr("Clear");
     Q_EMIT clearTooltipChanged();
 }
 
@@ -808,7 +808,7 @@ QString ZKFerrowickDocument::description() const {
     QString text = ZKTaskQueue::describe(figures());
     const double remaining = m_retryTimer.remainingTime();
     if (remaining > 0) {
-        text += QStringLiteral(" - retrying in %1").arg(ZKTimeFormatter::formatTime(remaining));
+        text += tr(" - retrying in %1").arg(ZKTimeFormatter::formatTime(remaining));
     }
     return text;
 }

@@ -657,10 +657,9 @@ QString ZKTaskQueue::description(qint32 queueState) const {
 }
 
 QString ZKTaskQueue::describe(const ZKQueueFigures &figures) {
-    QString text =
-        QStringLiteral("%1 of %2 complete").arg(figures.completedCount).arg(figures.taskCount);
+    QString text = tr("%1 of %2 complete").arg(figures.completedCount).arg(figures.taskCount);
     if (figures.failedCount != 0) {
-        text = QStringLiteral("%1, %2 failed").arg(text).arg(figures.failedCount);
+        text = tr("%1, %2 failed").arg(text).arg(figures.failedCount);
     }
     if (figures.timeRemaining > 0) {
         text =
@@ -672,8 +671,7 @@ QString ZKTaskQueue::describe(const ZKQueueFigures &figures) {
 QString ZKTaskQueue::describeData(const ZKQueueFigures &figures, bool showSize, bool showRate) {
     QString text;
     if (showSize && figures.remainingBytes != 0) {
-        text = QStringLiteral("%1 remaining")
-                   .arg(ZKByteCountFormatter::formatFileSize(figures.remainingBytes));
+        text = tr("%1 remaining").arg(ZKByteCountFormatter::formatFileSize(figures.remainingBytes));
     }
     if (showRate && figures.dataRate > 0) {
         const QString rate = ZKByteCountFormatter::formatDataRate(quint64(figures.dataRate));
