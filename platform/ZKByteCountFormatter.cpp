@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 
+#include <QCoreApplication>
 #include <QMetaType>
 
 namespace {
@@ -44,13 +45,17 @@ QString ZKByteCountFormatter::formatByteCount(quint64 count, quint32 format) {
         value *= 0.0009765625;
         ++units;
     }
+    if (units == 0 && format != ZKByteCountFormatDataRate) {
+        // At most 1024 here.
+        return QCoreApplication::translate("ZKByteCountFormatter", "%n bytes", nullptr, int(count));
+    }
     return QStringLiteral("%1 %2").arg(formatFixed(value, units == 0 ? 0 : 1),
                                        unitNameForFormat(format, units));
 }
 
 QString ZKByteCountFormatter::unitNameForFormat(quint32 format, quint32 units) {
     if (units >= unknownUnits)
-        return QStringLiteral("Unknown");
+        return QCoreApplication::translate("ZKByteCountFormatter", "Unknown");
     const auto &table = format == ZKByteCountFormatDataRate ? dataRateUnits : fileSizeUnits;
     return QString(table[units]);
 }
