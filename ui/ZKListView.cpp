@@ -491,11 +491,16 @@ qsizetype ZKListView::calculateDropIndex(double y) const {
 
 void ZKListView::scrollContentsBy(int dx, int dy) {
     Q_UNUSED(dx);
-    Q_UNUSED(dy);
     // A change of content lays the rows out itself, sliding them.
-    if (!m_documentUpdating) {
-        updateViews();
+    if (m_documentUpdating) {
+        return;
     }
+    // The rows that stay in view move with the pixels already painted, so a
+    // scroll paints only the rows that come into view, not the whole list.
+    if (dy != 0 && m_rowAnimations->state() != QAbstractAnimation::Running) {
+        viewport()->scroll(0, dy);
+    }
+    updateViews();
 }
 
 void ZKListView::resizeEvent(QResizeEvent *event) {
