@@ -180,6 +180,9 @@ private:
     void adopt(const ZKTaskPtr &task);
     void forget(ZKTask *task);
     void renumber();
+    // Keys for tasks just put among others, between their neighbours'
+    // keys; false, with nothing changed, where a place has no room left.
+    bool keyBetweenNeighbours(const QSet<ZKTask *> &fresh);
     void account(const Entry &entry, int sign);
     qsizetype countUnfinished() const;
     ZKTaskPtr firstInStates(std::initializer_list<ZKTaskState> states) const;

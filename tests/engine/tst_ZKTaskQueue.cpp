@@ -463,6 +463,16 @@ void TestZKTaskQueue::indexedSignalsTellWhatChanged_data() {
         << af << QStringList{"move 6 0 | a b c d e f", "move -1 2 | a b c d e f"};
     QTest::newRow("sort") << QStringLiteral("c a d b")
                           << QStringList{"sort asc | a b c d", "sort desc | d c b a"};
+    // A task put between two others takes a key between theirs; once one
+    // place has had its room halved away, the queue is renumbered.
+    QStringList crowded;
+    QStringList between;
+    for (int i = 0; i < 24; ++i) {
+        between.prepend(QStringLiteral("p%1").arg(i));
+        crowded << QStringLiteral("insert p%1@1 | a %2 b").arg(i).arg(between.join(' '));
+    }
+    QTest::newRow("insert into one place until its room runs out")
+        << QStringLiteral("a b") << crowded;
     // The same task given again is there once, where it was first put.
     const QString ab = QStringLiteral("a b");
     QTest::newRow("twice in one call") << ab << QStringList{"insert t@1 t@2 | a t b"};
