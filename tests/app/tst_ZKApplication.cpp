@@ -155,30 +155,14 @@ qint64 TestZKApplication::bytesBelow(const QString &folder) const {
 
 bool TestZKApplication::runGdbus(const QStringList &arguments, QString *output, QString *error,
                                  const QString &bus) {
-    QProcess gdbus;
-    gdbus.start(QStringLiteral("gdbus"),
-                QStringList{QStringLiteral("call"), QStringLiteral("--address"),
-                            bus.isEmpty() ? m_bus.address() : bus, QStringLiteral("--dest"),
-                            ZKApplicationService::serviceName, QStringLiteral("--object-path"),
-                            ZKApplicationService::objectPath, QStringLiteral("--method")} +
-                    arguments);
-    if (!gdbus.waitForStarted(5000)) {
-        *error = QStringLiteral("gdbus did not start");
-        return false;
-    }
-    QDeadlineTimer deadline(10000);
-    while (gdbus.state() != QProcess::NotRunning && !deadline.hasExpired()) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    }
-    if (gdbus.state() != QProcess::NotRunning) {
-        gdbus.kill();
-        gdbus.waitForFinished(3000);
-        *error = QStringLiteral("gdbus got no answer");
-        return false;
-    }
-    *output = QString::fromUtf8(gdbus.readAllStandardOutput()).trimmed();
-    *error = QString::fromUtf8(gdbus.readAllStandardError()).trimmed();
-    return gdbus.exitStatus() == QProcess::NormalExit && gdbus.exitCode() == 0;
+    return ZKTestSupport::runServing(
+        QStringLiteral("gdbus"),
+        QStringList{QStringLiteral("call"), QStringLiteral("--address"),
+                    bus.isEmpty() ? m_bus.address() : bus, QStringLiteral("--dest"),
+                    ZKApplicationService::serviceName, QStringLiteral("--object-path"),
+                    ZKApplicationService::objectPath, QStringLiteral("--method")} +
+            arguments,
+        output, error);
 }
 
 void TestZKApplication::queueFilesOpenOnceEach() {

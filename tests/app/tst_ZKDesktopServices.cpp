@@ -182,25 +182,8 @@ void TestZKDesktopServices::taskChanged(uint, uint, const QVariantMap &propertie
 }
 
 bool TestZKDesktopServices::gdbus(const QStringList &arguments, QString *output, QString *error) {
-    QProcess process;
-    process.start(QStringLiteral("gdbus"), arguments);
-    if (!process.waitForStarted(5000)) {
-        *error = QStringLiteral("gdbus did not start");
-        return false;
-    }
-    // This process answers the call: its event loop must keep turning.
-    QDeadlineTimer deadline(10000);
-    while (process.state() != QProcess::NotRunning && !deadline.hasExpired()) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    }
-    if (process.state() != QProcess::NotRunning) {
-        ZKTestSupport::stopProcess(process);
-        *error = QStringLiteral("gdbus got no answer");
-        return false;
-    }
-    *output = QString::fromUtf8(process.readAllStandardOutput()).trimmed();
-    *error = QString::fromUtf8(process.readAllStandardError()).trimmed();
-    return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    // This process answers the call: its event loop keeps turning.
+    return ZKTestSupport::runServing(QStringLiteral("gdbus"), arguments, output, error);
 }
 
 bool TestZKDesktopServices::call(const QString &method, const QStringList &arguments,

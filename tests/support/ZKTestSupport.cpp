@@ -9,6 +9,8 @@
 
 #include <sys/xattr.h>
 
+#include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QRandomGenerator>
@@ -104,6 +106,28 @@ void stopProcess(QProcess &process) {
             process.waitForFinished(3000);
         }
     }
+}
+
+bool runServing(const QString &program, const QStringList &arguments, QString *output,
+                QString *error) {
+    QProcess process;
+    process.start(program, arguments);
+    if (!process.waitForStarted(5000)) {
+        *error = program + QStringLiteral(" did not start");
+        return false;
+    }
+    QDeadlineTimer deadline(10000);
+    while (process.state() != QProcess::NotRunning && !deadline.hasExpired()) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    }
+    if (process.state() != QProcess::NotRunning) {
+        stopProcess(process);
+        *error = program + QStringLiteral(" got no answer");
+        return false;
+    }
+    *output = QString::fromUtf8(process.readAllStandardOutput()).trimmed();
+    *error = QString::fromUtf8(process.readAllStandardError()).trimmed();
+    return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
 }
 
 void isolateSettings() {

@@ -9,6 +9,7 @@
 #include <QDateTime>
 #include <QProcess>
 #include <QString>
+#include <QStringList>
 #include <QTest>
 
 class ZKCopyTask;
@@ -52,6 +53,13 @@ ZKTaskState runTask(ZKCopyTask &task, int milliseconds = 30000, ZKTaskState stop
 
 // Ends a test's daemon: asked first, then killed.
 void stopProcess(QProcess &process);
+
+// Runs a program to its end while this process's event loop keeps turning,
+// for a program that calls back into this process (gdbus, as a script would
+// run it). True when it ended with status 0; its output and error output,
+// trimmed, or why it did not run, go to output and error.
+bool runServing(const QString &program, const QStringList &arguments, QString *output,
+                QString *error);
 
 // Points the settings store and the standard paths at a private folder, so
 // tests never read or write the user's real settings. Call before the
