@@ -28,6 +28,7 @@
 #include "ZKSpeedLimitSheet.h"
 #include "ZKTaskState.h"
 #include "ZKTransferMode.h"
+#include "ZKTranslations.h"
 #include "ZKUserDefaults.h"
 
 #include <QAbstractItemView>
@@ -222,6 +223,9 @@ int main(int argc, char **argv) {
     QApplication app(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("velmarind"));
     QApplication::setApplicationName(QStringLiteral("Ferrowick"));
+    // In the language of the locale, as users see it (LANGUAGE=de for the
+    // German pictures).
+    ZKTranslations::install();
     if (argc != 2) {
         qCritical("usage: ferrowick-screenshots OUTPUT_DIR");
         return 2;

@@ -42,13 +42,13 @@ QString ZKTimeFormatter::formatTime(double seconds) {
         // Whole seconds to a multiple of five, rounding up from two past one:
         // 7 reads as 10, 51 as 50 and 55 stays 55.
         const qint64 whole = static_cast<qint64>(t);
-        return text(QT_TRANSLATE_NOOP("ZKTimeFormatter", "about %n seconds"),
+        return text(QT_TRANSLATE_N_NOOP("ZKTimeFormatter", "about %n seconds"),
                     int((whole + 3) / 5 * 5));
     }
     const qint64 minutes = static_cast<qint64>((t + 30.0) / 60.0);
     if (minutes == 1)
         return text(QT_TRANSLATE_NOOP("ZKTimeFormatter", "about a minute"));
-    return text(QT_TRANSLATE_NOOP("ZKTimeFormatter", "about %n minutes"), int(minutes));
+    return text(QT_TRANSLATE_N_NOOP("ZKTimeFormatter", "about %n minutes"), int(minutes));
 }
 
 QString ZKTimeFormatter::stringForObjectValue(const QVariant &value) const {

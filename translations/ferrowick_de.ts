@@ -2005,17 +2005,23 @@ Der Fingerabdruck des %2-Schlüssels ist %3.
         <source>about %1 hours</source>
         <translation>etwa %1 Stunden</translation>
     </message>
-    <message>
+    <message numerus="yes">
         <source>about %n seconds</source>
-        <translation>etwa %n Sekunden</translation>
+        <translation>
+            <numerusform>etwa eine Sekunde</numerusform>
+            <numerusform>etwa %n Sekunden</numerusform>
+        </translation>
     </message>
     <message>
         <source>about a minute</source>
         <translation>etwa eine Minute</translation>
     </message>
-    <message>
+    <message numerus="yes">
         <source>about %n minutes</source>
-        <translation>etwa %n Minuten</translation>
+        <translation>
+            <numerusform>etwa eine Minute</numerusform>
+            <numerusform>etwa %n Minuten</numerusform>
+        </translation>
     </message>
 </context>
 <context>

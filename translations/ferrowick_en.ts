@@ -58,4 +58,21 @@
         </translation>
     </message>
 </context>
+<context>
+    <name>ZKTimeFormatter</name>
+    <message numerus="yes">
+        <source>about %n seconds</source>
+        <translation>
+            <numerusform>about a second</numerusform>
+            <numerusform>about %n seconds</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>about %n minutes</source>
+        <translation>
+            <numerusform>about a minute</numerusform>
+            <numerusform>about %n minutes</numerusform>
+        </translation>
+    </message>
+</context>
 </TS>
