@@ -142,9 +142,12 @@ uint ZKQueueScriptingAdaptor::AddSourcesWithOptions(uint queue, const QStringLis
             const QString text =
                 value.typeId() == QMetaType::QString ? value.toString() : QString();
             if (text != QLatin1String("copy") && text != QLatin1String("move")) {
-                sendErrorReply(invalidArgumentError,
-                               tr("The option \u201cmode\u201d must be \u201ccopy\u201d or "
-                                  "\u201cmove\u201d."));
+                // An opening quote mark ends its literal where a letter of
+                // a to f follows: the translation tools would read it on as
+                // one escape, and the text would never be translated.
+                sendErrorReply(invalidArgumentError, tr("The option \u201cmode\u201d must be \u201c"
+                                                        "copy\u201d or "
+                                                        "\u201cmove\u201d."));
                 return 0;
             }
             mode = text == QLatin1String("move") ? ZKTransferMode::Move : ZKTransferMode::Copy;
@@ -160,7 +163,8 @@ uint ZKQueueScriptingAdaptor::AddSourcesWithOptions(uint queue, const QStringLis
             sendErrorReply(invalidArgumentError,
                            tr("There is no option \u201c%1\u201d; the options are "
                               "\u201cmode\u201d, \u201cverify\u201d and "
-                              "\u201ccreate-destination\u201d.")
+                              "\u201c"
+                              "create-destination\u201d.")
                                .arg(option.key()));
             return 0;
         }
@@ -222,7 +226,8 @@ uint ZKQueueScriptingAdaptor::AddSourcesWithOptions(uint queue, const QStringLis
         }
         if (!folder.exists() && !createDestination) {
             sendErrorReply(invalidArgumentError, tr("There is no folder \u201c%1\u201d; the option "
-                                                    "\u201ccreate-destination\u201d makes it.")
+                                                    "\u201c"
+                                                    "create-destination\u201d makes it.")
                                                      .arg(destination));
             return 0;
         }

@@ -1150,16 +1150,8 @@ Verbinden Sie nur, wenn Sie wissen, dass dies der Schlüssel des Servers ist; er
         <translation>Keine Warteschlange mit der Nummer %1 ist geöffnet; ListQueues nennt die Nummern der geöffneten.</translation>
     </message>
     <message>
-        <source>The option “mode” must be ǌopy” or “move”.</source>
-        <translation>Die Option „mode“ muss „copy“ oder „move“ sein.</translation>
-    </message>
-    <message>
         <source>The option “%1” must be true or false.</source>
         <translation>Die Option „%1“ muss true oder false sein.</translation>
-    </message>
-    <message>
-        <source>There is no option “%1”; the options are “mode”, “verify” and ǌreate-destination”.</source>
-        <translation>Es gibt keine Option „%1“; die Optionen sind „mode“, „verify“ und „create-destination“.</translation>
     </message>
     <message>
         <source>No sources were given.</source>
@@ -1186,10 +1178,6 @@ Verbinden Sie nur, wenn Sie wissen, dass dies der Schlüssel des Servers ist; er
         <translation>„%1“ ist eine Datei, kein Ordner.</translation>
     </message>
     <message>
-        <source>There is no folder “%1”; the option ǌreate-destination” makes it.</source>
-        <translation>Es gibt keinen Ordner „%1“; die Option „create-destination“ erstellt ihn.</translation>
-    </message>
-    <message>
         <source>The folder “%1” cannot be made.</source>
         <translation>Der Ordner „%1“ kann nicht erstellt werden.</translation>
     </message>
@@ -1200,6 +1188,18 @@ Verbinden Sie nur, wenn Sie wissen, dass dies der Schlüssel des Servers ist; er
     <message>
         <source>“%1” cannot be a destination folder: %2</source>
         <translation>„%1“ kann kein Zielordner sein: %2</translation>
+    </message>
+    <message>
+        <source>The option “mode” must be “copy” or “move”.</source>
+        <translation>Die Option „mode“ muss „copy“ oder „move“ sein.</translation>
+    </message>
+    <message>
+        <source>There is no option “%1”; the options are “mode”, “verify” and “create-destination”.</source>
+        <translation>Es gibt keine Option „%1“; die Optionen sind „mode“, „verify“ und „create-destination“.</translation>
+    </message>
+    <message>
+        <source>There is no folder “%1”; the option “create-destination” makes it.</source>
+        <translation>Es gibt keinen Ordner „%1“; die Option „create-destination“ erstellt ihn.</translation>
     </message>
 </context>
 <context>
