@@ -65,6 +65,9 @@ private Q_SLOTS:
 
 private:
     QString path(const QString &name) const { return QDir(m_dir->path()).filePath(name); }
+    // A second ferrowick as a user starts it beside the running one: in the
+    // test's folder, on the test's bus, with the test's settings.
+    void prepareSecondProcess(QProcess &second) const;
     QString savedQueue(const QString &name, qint32 state = ZKQueueState::Paused);
     // gdbus, as a script would run it, with the event loop kept turning so
     // that this process can answer.
@@ -151,6 +154,15 @@ qint64 TestZKApplication::bytesBelow(const QString &folder) const {
         total += files.fileInfo().size();
     }
     return total;
+}
+
+void TestZKApplication::prepareSecondProcess(QProcess &second) const {
+    second.setWorkingDirectory(m_dir->path());
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_bus.address());
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), path("config"));
+    second.setProcessEnvironment(environment);
 }
 
 bool TestZKApplication::runGdbus(const QStringList &arguments, QString *output, QString *error,
@@ -290,12 +302,7 @@ void TestZKApplication::secondProcessHandsItsItemsOver() {
     const QString ftp = QStringLiteral("ftp://user@127.0.0.1:2121/dir/");
 
     QProcess second;
-    second.setWorkingDirectory(m_dir->path());
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_bus.address());
-    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), path("config"));
-    second.setProcessEnvironment(environment);
+    prepareSecondProcess(second);
     // Paths relative to the second process's folder, and an address. Given
     // among other files, a queue file is a source like them, not opened.
     second.start(QStringLiteral(FERROWICK_APP),
@@ -349,12 +356,7 @@ void TestZKApplication::handedItemsAreCopiedOrMovedAsAsked() {
     const QString web = QStringLiteral("http://127.0.0.1:9/image.iso");
 
     QProcess second;
-    second.setWorkingDirectory(m_dir->path());
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_bus.address());
-    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), path("config"));
-    second.setProcessEnvironment(environment);
+    prepareSecondProcess(second);
     second.start(QStringLiteral(FERROWICK_APP), options + QStringList{path(file), web});
     QTRY_VERIFY_WITH_TIMEOUT(second.state() == QProcess::NotRunning, 10000);
     const QString errors = QString::fromLocal8Bit(second.readAllStandardError());
