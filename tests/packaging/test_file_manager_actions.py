@@ -12,7 +12,6 @@ Usage: test_file_manager_actions.py FILE-MANAGERS-DIR
 """
 
 import configparser
-import importlib.util
 import json
 import os
 import shlex
@@ -191,11 +190,11 @@ class FileManagerActions(unittest.TestCase):
         saved = {name: sys.modules.get(name) for name in stubs}
         sys.modules.update(stubs)
         try:
-            spec = importlib.util.spec_from_file_location(
-                "ferrowick_nautilus_" + interface.replace(".", "_"),
-                os.path.join(ACTIONS_DIR, "ferrowick-nautilus.py"))
-            module = importlib.util.module_from_spec(spec)
-            spec.loader.exec_module(module)
+            path = os.path.join(ACTIONS_DIR, "ferrowick-nautilus.py")
+            module = types.ModuleType("ferrowick_nautilus_" + interface.replace(".", "_"))
+            module.__file__ = path
+            with open(path, encoding="utf-8") as source:
+                exec(compile(source.read(), path, "exec"), module.__dict__)
         finally:
             for name, old in saved.items():
                 if old is None:
