@@ -7,7 +7,6 @@
 #include "ZKPartialFile.h"
 
 #include <QFileInfo>
-#include <QHash>
 #include <QVariantMap>
 
 #include <algorithm>
@@ -37,7 +36,9 @@ namespace {
 
 // The lists of a preference: each step of each task is given one of the
 // same two, and a queue of small files would otherwise spend a good part of
-// its time turning them into expressions again.
+// its time turning them into expressions again. Kept whole, they are shared
+// compiled (a QRegularExpression copy shares its compiled form, and Qt
+// guards it across threads).
 struct ZKCompiledPatterns {
     QStringList patterns;
     QList<QRegularExpression> regexes;
@@ -99,17 +100,9 @@ QRegularExpression ZKFileOperation::joined(const QList<QRegularExpression> &rege
     if (alternatives.isEmpty()) {
         return {};
     }
-    // Shared like the patterns themselves: every step of every task joins the same list.
-    static std::mutex lock;
-    static QHash<QString, QRegularExpression> compiled;
-    const QString pattern = alternatives.join(QLatin1Char('|'));
-    std::lock_guard locker(lock);
-    auto found = compiled.constFind(pattern);
-    if (found == compiled.constEnd()) {
-        found =
-            compiled.insert(pattern, QRegularExpression(pattern, regexes.front().patternOptions()));
-    }
-    return found->isValid() ? found.value() : QRegularExpression();
+    const QRegularExpression matcher(alternatives.join(QLatin1Char('|')),
+                                     regexes.front().patternOptions());
+    return matcher.isValid() ? matcher : QRegularExpression();
 }
 
 bool ZKFileOperation::matchesAny(const QList<QRegularExpression> &regexes,
@@ -126,26 +119,16 @@ bool ZKFileOperation::matchesAny(const QList<QRegularExpression> &regexes,
 }
 
 QList<QRegularExpression> ZKFileOperation::convertPatterns(const QStringList &patterns) {
-    // Every step of every task sets the same few dozen patterns; compiled
-    // once, they are shared (a QRegularExpression copy shares its compiled
-    // form, and Qt guards it across threads).
-    static std::mutex lock;
-    static QHash<QString, QRegularExpression> compiled;
     QList<QRegularExpression> regexes;
     regexes.reserve(patterns.size());
-    std::lock_guard locker(lock);
     for (const QString &pattern : patterns) {
-        auto found = compiled.constFind(pattern);
-        if (found == compiled.constEnd()) {
-            QRegularExpression regex(pattern);
-            if (!regex.isValid()) {
-                qCWarning(lcOperations).noquote()
-                    << QStringLiteral("Error generating regular expression from pattern '%1': %2")
-                           .arg(pattern, regex.errorString());
-            }
-            found = compiled.insert(pattern, regex);
+        QRegularExpression regex(pattern);
+        if (!regex.isValid()) {
+            qCWarning(lcOperations).noquote()
+                << QStringLiteral("Error generating regular expression from pattern '%1': %2")
+                       .arg(pattern, regex.errorString());
         }
-        regexes.append(found.value());
+        regexes.append(regex);
     }
     return regexes;
 }
