@@ -2,6 +2,29 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de_DE">
 <context>
+    <name>ZKAddressPanel</name>
+    <message>
+        <source>Address</source>
+        <translation>Adresse</translation>
+    </message>
+    <message>
+        <source>&amp;Address:</source>
+        <translation>&amp;Adresse:</translation>
+    </message>
+    <message>
+        <source>Add</source>
+        <translation>Hinzufügen</translation>
+    </message>
+    <message>
+        <source>Clear Recent</source>
+        <translation>Verlauf leeren</translation>
+    </message>
+    <message>
+        <source>Forget the addresses used before</source>
+        <translation>Die zuvor verwendeten Adressen vergessen</translation>
+    </message>
+</context>
+<context>
     <name>ZKAppDelegate</name>
     <message>
         <source>Preferences...</source>
@@ -313,6 +336,37 @@ Verbinden Sie nur, wenn Sie wissen, dass dies der Schlüssel des Servers ist; er
     <message>
         <source>&amp;Remember in the password store</source>
         <translation>In der Passwortverwaltung &amp;merken</translation>
+    </message>
+</context>
+<context>
+    <name>ZKDestinationPopUpButton</name>
+    <message>
+        <source>Destination</source>
+        <translation>Ziel</translation>
+    </message>
+    <message>
+        <source>Default Destination</source>
+        <translation>Standardziel</translation>
+    </message>
+    <message>
+        <source>Any Folder</source>
+        <translation>Beliebiger Ordner</translation>
+    </message>
+    <message>
+        <source>Choose Folder...</source>
+        <translation>Ordner wählen …</translation>
+    </message>
+    <message>
+        <source>Choose FTP...</source>
+        <translation>FTP-Server wählen …</translation>
+    </message>
+    <message>
+        <source>Recent Places</source>
+        <translation>Zuletzt verwendete Orte</translation>
+    </message>
+    <message>
+        <source>Clear Menu</source>
+        <translation>Menü leeren</translation>
     </message>
 </context>
 <context>
@@ -759,6 +813,17 @@ Verbinden Sie nur, wenn Sie wissen, dass dies der Schlüssel des Servers ist; er
     </message>
 </context>
 <context>
+    <name>ZKHttpPanel</name>
+    <message>
+        <source>Web Address</source>
+        <translation>Web-Adresse</translation>
+    </message>
+    <message>
+        <source>https://server/file</source>
+        <translation>https://server/datei</translation>
+    </message>
+</context>
+<context>
     <name>ZKKnownHosts</name>
     <message>
         <source>&quot;%1&quot; cannot be recorded as a host name.</source>
@@ -816,6 +881,21 @@ Verbinden Sie nur, wenn Sie wissen, dass dies der Schlüssel des Servers ist; er
     <message>
         <source>Retry</source>
         <translation>Erneut versuchen</translation>
+    </message>
+</context>
+<context>
+    <name>ZKOpenPanel</name>
+    <message>
+        <source>Choose files and folders to copy.</source>
+        <translation>Dateien und Ordner zum Kopieren wählen.</translation>
+    </message>
+    <message>
+        <source>Add</source>
+        <translation>Hinzufügen</translation>
+    </message>
+    <message>
+        <source>Select</source>
+        <translation>Auswählen</translation>
     </message>
 </context>
 <context>
@@ -946,6 +1026,263 @@ Verbinden Sie nur, wenn Sie wissen, dass dies der Schlüssel des Servers ist; er
     <message>
         <source>%1 (not found)</source>
         <translation>%1 (nicht gefunden)</translation>
+    </message>
+    <message>
+        <source>1 hour</source>
+        <translation>1 Stunde</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n hours</source>
+        <translation>
+            <numerusform>%n Stunde</numerusform>
+            <numerusform>%n Stunden</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>1 minute</source>
+        <translation>1 Minute</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n minutes</source>
+        <translation>
+            <numerusform>%n Minute</numerusform>
+            <numerusform>%n Minuten</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>1 second</source>
+        <translation>1 Sekunde</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n seconds</source>
+        <translation>
+            <numerusform>%n Sekunde</numerusform>
+            <numerusform>%n Sekunden</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Other (%1)</source>
+        <translation>Anderer Wert (%1)</translation>
+    </message>
+    <message>
+        <source>Preferences</source>
+        <translation>Einstellungen</translation>
+    </message>
+    <message>
+        <source>Preferences pages</source>
+        <translation>Seiten der Einstellungen</translation>
+    </message>
+    <message>
+        <source>General</source>
+        <translation>Allgemein</translation>
+    </message>
+    <message>
+        <source>Defaults</source>
+        <translation>Vorgaben</translation>
+    </message>
+    <message>
+        <source>Downloads</source>
+        <translation>Downloads</translation>
+    </message>
+    <message>
+        <source>Sounds</source>
+        <translation>Klänge</translation>
+    </message>
+    <message>
+        <source>New queues &amp;start:</source>
+        <translation>&amp;Zustand neuer Warteschlangen:</translation>
+    </message>
+    <message>
+        <source>New queues start</source>
+        <translation>Zustand neuer Warteschlangen</translation>
+    </message>
+    <message>
+        <source>Running</source>
+        <translation>Laufend</translation>
+    </message>
+    <message>
+        <source>Paused</source>
+        <translation>Angehalten</translation>
+    </message>
+    <message>
+        <source>&amp;Verify files after copying</source>
+        <translation>Dateien nach dem Kopieren &amp;prüfen</translation>
+    </message>
+    <message>
+        <source>&amp;Clear completed tasks</source>
+        <translation>Erledigte Aufgaben &amp;entfernen</translation>
+    </message>
+    <message>
+        <source>&amp;Retry failed tasks after</source>
+        <translation>Fehlgeschlagene Aufgaben &amp;wiederholen nach</translation>
+    </message>
+    <message>
+        <source>Retry failed tasks after</source>
+        <translation>Fehlgeschlagene Aufgaben wiederholen nach</translation>
+    </message>
+    <message>
+        <source>New queues:</source>
+        <translation>Neue Warteschlangen:</translation>
+    </message>
+    <message>
+        <source>Summary shows:</source>
+        <translation>Zusammenfassung zeigt:</translation>
+    </message>
+    <message>
+        <source>Data r&amp;ate</source>
+        <translation>Übertragungs&amp;rate</translation>
+    </message>
+    <message>
+        <source>Data si&amp;ze</source>
+        <translation>Daten&amp;menge</translation>
+    </message>
+    <message>
+        <source>Default destination</source>
+        <translation>Standardziel</translation>
+    </message>
+    <message>
+        <source>Default &amp;destination:</source>
+        <translation>Standard&amp;ziel:</translation>
+    </message>
+    <message>
+        <source>Symbolic &amp;links:</source>
+        <translation>Symbolische &amp;Links:</translation>
+    </message>
+    <message>
+        <source>Symbolic links</source>
+        <translation>Symbolische Links</translation>
+    </message>
+    <message>
+        <source>Copy the link</source>
+        <translation>Den Link kopieren</translation>
+    </message>
+    <message>
+        <source>Copy what it points to</source>
+        <translation>Das Ziel des Links kopieren</translation>
+    </message>
+    <message>
+        <source>Leave it out</source>
+        <translation>Auslassen</translation>
+    </message>
+    <message>
+        <source>Keep:</source>
+        <translation>Beibehalten:</translation>
+    </message>
+    <message>
+        <source>C&amp;reation time</source>
+        <translation>E&amp;rstellungszeit</translation>
+    </message>
+    <message>
+        <source>&amp;Modification time</source>
+        <translation>Ä&amp;nderungszeit</translation>
+    </message>
+    <message>
+        <source>&amp;Permissions</source>
+        <translation>Zugriffsr&amp;echte</translation>
+    </message>
+    <message>
+        <source>&amp;Owner and group</source>
+        <translation>Besitzer und &amp;Gruppe</translation>
+    </message>
+    <message>
+        <source>Also copy:</source>
+        <translation>Auch kopieren:</translation>
+    </message>
+    <message>
+        <source>&amp;Hidden files (names starting with a dot)</source>
+        <translation>&amp;Versteckte Dateien (Name beginnt mit Punkt)</translation>
+    </message>
+    <message>
+        <source>Folder &amp;view settings (.DS_Store)</source>
+        <translation>Ordner&amp;ansichten (.DS_Store)</translation>
+    </message>
+    <message>
+        <source>&amp;Thumbnail caches (.Thumbs.db)</source>
+        <translation>Vorschau&amp;bilder (.Thumbs.db)</translation>
+    </message>
+    <message>
+        <source>Tr&amp;ash folders (.Trash, .Trashes)</source>
+        <translation>Papier&amp;körbe (.Trash, .Trashes)</translation>
+    </message>
+    <message>
+        <source>Search &amp;index folders (.Spotlight-V100)</source>
+        <translation>Such&amp;indizes (.Spotlight-V100)</translation>
+    </message>
+    <message>
+        <source>T&amp;emporary items (.TemporaryItems)</source>
+        <translation>&amp;Temporäre Objekte (.TemporaryItems)</translation>
+    </message>
+    <message>
+        <source>&amp;File system logs (.fseventsd, .metadata)</source>
+        <translation>&amp;Dateisystem-Protokolle (.fseventsd, .metadata)</translation>
+    </message>
+    <message>
+        <source>Network &amp;time-out:</source>
+        <translation>Netzwerk-&amp;Zeitlimit:</translation>
+    </message>
+    <message>
+        <source>Network time-out</source>
+        <translation>Netzwerk-Zeitlimit</translation>
+    </message>
+    <message>
+        <source>&amp;Limit new queues to</source>
+        <translation>Neue Warteschlangen &amp;begrenzen auf</translation>
+    </message>
+    <message>
+        <source>Speed limit in kilobytes per second</source>
+        <translation>Geschwindigkeitsbegrenzung in Kilobyte pro Sekunde</translation>
+    </message>
+    <message>
+        <source> KB/s</source>
+        <translation> KB/s</translation>
+    </message>
+    <message>
+        <source>Speed limit:</source>
+        <translation>Geschwindigkeit:</translation>
+    </message>
+    <message>
+        <source>&amp;Use a schedule in new queues</source>
+        <translation>Zeitplan in neuen Warteschlangen &amp;verwenden</translation>
+    </message>
+    <message>
+        <source>Schedule:</source>
+        <translation>Zeitplan:</translation>
+    </message>
+    <message>
+        <source>&amp;Start copying at</source>
+        <translation>Kopieren &amp;starten um</translation>
+    </message>
+    <message>
+        <source>St&amp;op copying at</source>
+        <translation>Kopieren &amp;anhalten um</translation>
+    </message>
+    <message>
+        <source>Tur&amp;n the speed limit on at</source>
+        <translation>Begrenzung &amp;einschalten um</translation>
+    </message>
+    <message>
+        <source>Turn the speed limit o&amp;ff at</source>
+        <translation>Begrenzung a&amp;usschalten um</translation>
+    </message>
+    <message>
+        <source>When a queue &amp;completes:</source>
+        <translation>Wenn eine Warteschlange &amp;fertig ist:</translation>
+    </message>
+    <message>
+        <source>Completion sound</source>
+        <translation>Klang bei Abschluss</translation>
+    </message>
+    <message>
+        <source>When a queue has &amp;failures:</source>
+        <translation>Wenn es in einer Warteschlange &amp;Fehler gab:</translation>
+    </message>
+    <message>
+        <source>Failure sound</source>
+        <translation>Klang bei Fehlern</translation>
+    </message>
+    <message>
+        <source>None</source>
+        <translation>Keiner</translation>
     </message>
 </context>
 <context>
@@ -1200,6 +1537,13 @@ Verbinden Sie nur, wenn Sie wissen, dass dies der Schlüssel des Servers ist; er
     <message>
         <source>There is no folder “%1”; the option “create-destination” makes it.</source>
         <translation>Es gibt keinen Ordner „%1“; die Option „create-destination“ erstellt ihn.</translation>
+    </message>
+</context>
+<context>
+    <name>ZKQueueSheet</name>
+    <message>
+        <source>Done</source>
+        <translation>Fertig</translation>
     </message>
 </context>
 <context>
@@ -1565,6 +1909,97 @@ Verbinden Sie nur, wenn Sie wissen, dass dies der Schlüssel des Servers ist; er
         <source>anonymous, or from the SSH configuration</source>
         <translation>anonymous oder aus der SSH-Konfiguration</translation>
     </message>
+    <message>
+        <source>User name</source>
+        <translation>Benutzername</translation>
+    </message>
+    <message>
+        <source>&amp;User name:</source>
+        <translation>&amp;Benutzername:</translation>
+    </message>
+    <message>
+        <source>Password</source>
+        <translation>Passwort</translation>
+    </message>
+    <message>
+        <source>from the password store</source>
+        <translation>aus dem Passwortspeicher</translation>
+    </message>
+    <message>
+        <source>&amp;Password:</source>
+        <translation>&amp;Passwort:</translation>
+    </message>
+</context>
+<context>
+    <name>ZKScheduleSheet</name>
+    <message>
+        <source>Start copying</source>
+        <translation>Kopieren starten</translation>
+    </message>
+    <message>
+        <source>start copying at %1</source>
+        <translation>Kopieren starten um %1</translation>
+    </message>
+    <message>
+        <source>Stop copying</source>
+        <translation>Kopieren anhalten</translation>
+    </message>
+    <message>
+        <source>stop copying at %1</source>
+        <translation>Kopieren anhalten um %1</translation>
+    </message>
+    <message>
+        <source>Start speed limit</source>
+        <translation>Begrenzung einschalten</translation>
+    </message>
+    <message>
+        <source>start speed limit at %1</source>
+        <translation>Begrenzung einschalten um %1</translation>
+    </message>
+    <message>
+        <source>Stop speed limit</source>
+        <translation>Begrenzung ausschalten</translation>
+    </message>
+    <message>
+        <source>stop speed limit at %1</source>
+        <translation>Begrenzung ausschalten um %1</translation>
+    </message>
+    <message>
+        <source>Schedule</source>
+        <translation>Zeitplan</translation>
+    </message>
+    <message>
+        <source>&amp;Use schedule</source>
+        <translation>Zeitplan &amp;verwenden</translation>
+    </message>
+    <message>
+        <source>Use schedule</source>
+        <translation>Zeitplan verwenden</translation>
+    </message>
+    <message>
+        <source>Run the times below every day; at least one must be on</source>
+        <translation>Die Zeiten unten gelten jeden Tag; mindestens eine muss eingeschaltet sein</translation>
+    </message>
+    <message>
+        <source>Every day at:</source>
+        <translation>Jeden Tag um:</translation>
+    </message>
+    <message>
+        <source>%1 at</source>
+        <translation>%1 um</translation>
+    </message>
+    <message>
+        <source>Schedule off</source>
+        <translation>Zeitplan aus</translation>
+    </message>
+    <message>
+        <source>Schedule on: %1</source>
+        <translation>Zeitplan an: %1</translation>
+    </message>
+    <message>
+        <source>, </source>
+        <translation>, </translation>
+    </message>
 </context>
 <context>
     <name>ZKSftpConnection</name>
@@ -1728,6 +2163,33 @@ Der Fingerabdruck des %2-Schlüssels ist %3.</translation>
     <message>
         <source>cancelled</source>
         <translation>abgebrochen</translation>
+    </message>
+</context>
+<context>
+    <name>ZKSpeedLimitSheet</name>
+    <message>
+        <source>Speed Limit</source>
+        <translation>Geschwindigkeitsbegrenzung</translation>
+    </message>
+    <message>
+        <source>&amp;Limit the speed of copying</source>
+        <translation>Geschwindigkeit beim Kopieren &amp;begrenzen</translation>
+    </message>
+    <message>
+        <source>Limit speed</source>
+        <translation>Geschwindigkeit begrenzen</translation>
+    </message>
+    <message>
+        <source>Maximum speed</source>
+        <translation>Höchstgeschwindigkeit</translation>
+    </message>
+    <message>
+        <source>Speed limit off</source>
+        <translation>Geschwindigkeitsbegrenzung aus</translation>
+    </message>
+    <message>
+        <source>Speed limit on: %1</source>
+        <translation>Geschwindigkeitsbegrenzung an: %1</translation>
     </message>
 </context>
 <context>

@@ -29,8 +29,8 @@ ZKAddressPanel::ZKAddressPanel(const QString &key, const QString &title, ZKUserD
     m_address->setInsertPolicy(QComboBox::NoInsert);
     m_address->setMinimumContentsLength(40);
     m_address->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
-    m_address->setAccessibleName(QStringLiteral("Address"));
-    m_form->addRow(QStringLiteral("&Address:"), m_address);
+    m_address->setAccessibleName(tr("Address"));
+    m_form->addRow(tr("&Address:"), m_address);
     fillAddressBox();
     connect(m_address, &QComboBox::editTextChanged, this, &ZKAddressPanel::refreshButtons);
     connect(m_address, &QComboBox::activated, this, [this](int index) {
@@ -40,10 +40,9 @@ ZKAddressPanel::ZKAddressPanel(const QString &key, const QString &title, ZKUserD
     });
 
     m_buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
-    m_buttons->button(QDialogButtonBox::Ok)->setText(QStringLiteral("Add"));
-    QPushButton *clear =
-        m_buttons->addButton(QStringLiteral("Clear Recent"), QDialogButtonBox::ResetRole);
-    clear->setToolTip(QStringLiteral("Forget the addresses used before"));
+    m_buttons->button(QDialogButtonBox::Ok)->setText(tr("Add"));
+    QPushButton *clear = m_buttons->addButton(tr("Clear Recent"), QDialogButtonBox::ResetRole);
+    clear->setToolTip(tr("Forget the addresses used before"));
     connect(clear, &QPushButton::clicked, this, &ZKAddressPanel::clearList);
     connect(m_buttons, &QDialogButtonBox::accepted, this, &ZKAddressPanel::choose);
     connect(m_buttons, &QDialogButtonBox::rejected, this, &ZKAddressPanel::cancel);

@@ -3,11 +3,11 @@
 #include "ZKDestinationPopUpButton.h"
 
 #include "ZKFileSystemWriter.h"
-#include "ZKRemoteServerPanel.h"
 #include "ZKFtpWriter.h"
 #include "ZKImages.h"
 #include "ZKOpenPanel.h"
 #include "ZKPropertyListParser.h"
+#include "ZKRemoteServerPanel.h"
 #include "ZKUserDefaults.h"
 
 #include <QKeyEvent>
@@ -33,9 +33,9 @@ QIcon blankIcon() {
 ZKDestinationPopUpButton::ZKDestinationPopUpButton(QWidget *parent, ZKUserDefaults *defaults)
     : QComboBox(parent)
     , m_defaults(defaults ? defaults : &ZKUserDefaults::standard()) {
-    setAccessibleName(QStringLiteral("Destination"));
+    setAccessibleName(tr("Destination"));
     createMenuItems();
-    setToolTip(QStringLiteral("Default Destination"));
+    setToolTip(tr("Default Destination"));
     connect(this, &QComboBox::activated, this, &ZKDestinationPopUpButton::onActivated);
 }
 
@@ -61,13 +61,13 @@ void ZKDestinationPopUpButton::createMenuItems() {
         addEntry(titleOf(m_destination), ZKImages::endpointIcon(m_destination->icon()), Current,
                  destinationTag);
     }
-    addEntry(QStringLiteral("Any Folder"), ZKImages::named(QStringLiteral("ZKAnyFolder")),
-             AnyFolder, anyFolderTag);
+    addEntry(tr("Any Folder"), ZKImages::named(QStringLiteral("ZKAnyFolder")), AnyFolder,
+             anyFolderTag);
     insertSeparator(count());
-    addEntry(QStringLiteral("Choose Folder..."), {}, ChooseFolder);
-    addEntry(QStringLiteral("Choose FTP..."), {}, ChooseFtp);
+    addEntry(tr("Choose Folder..."), {}, ChooseFolder);
+    addEntry(tr("Choose FTP..."), {}, ChooseFtp);
     insertSeparator(count());
-    addEntry(QStringLiteral("Recent Places"), {}, Heading);
+    addEntry(tr("Recent Places"), {}, Heading);
     if (auto *model = qobject_cast<QStandardItemModel *>(this->model())) {
         model->item(count() - 1)->setEnabled(false);
     }
@@ -77,7 +77,7 @@ void ZKDestinationPopUpButton::createMenuItems() {
         setItemData(count() - 1, int(i), kRecentRole);
     }
     insertSeparator(count());
-    addEntry(QStringLiteral("Clear Menu"), {}, ClearMenu);
+    addEntry(tr("Clear Menu"), {}, ClearMenu);
     setCurrentIndex(findData(m_destination ? destinationTag : anyFolderTag));
 }
 
@@ -115,7 +115,7 @@ void ZKDestinationPopUpButton::setDestination(ZKWriterPtr destination) {
         setToolTip(titleOf(m_destination));
         m_previousTag = destinationTag;
     } else {
-        setToolTip(QStringLiteral("Default Destination"));
+        setToolTip(tr("Default Destination"));
         m_previousTag = anyFolderTag;
     }
 }
@@ -164,7 +164,7 @@ void ZKDestinationPopUpButton::takeChosen(const ZKWriterPtr &destination) {
 
 void ZKDestinationPopUpButton::chooseFolder() {
     auto *panel = ZKOpenPanel::folderPanel(
-        window(), QStringLiteral("Destination"),
+        window(), tr("Destination"),
         m_destination && m_destination->isLocal() ? m_destination->url() : QUrl());
     // The sheet belongs to the window, which may outlive the button.
     panel->beginSheetModalForWindow(window(), [self = QPointer(this), panel](bool ok) {

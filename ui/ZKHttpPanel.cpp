@@ -8,9 +8,8 @@
 #include <QLineEdit>
 
 ZKHttpPanel::ZKHttpPanel(QWidget *parent, ZKUserDefaults *defaults)
-    : ZKAddressPanel(QStringLiteral("recentUrls"), QStringLiteral("Web Address"), defaults,
-                     parent) {
-    addressBox()->lineEdit()->setPlaceholderText(QStringLiteral("https://server/file"));
+    : ZKAddressPanel(QStringLiteral("recentUrls"), tr("Web Address"), defaults, parent) {
+    addressBox()->lineEdit()->setPlaceholderText(tr("https://server/file"));
 }
 
 bool ZKHttpPanel::isAcceptable(const QUrl &url) const {

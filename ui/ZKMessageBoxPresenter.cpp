@@ -54,9 +54,11 @@ void ZKMessageBoxPresenter::show(const PendingPtr &pending, QWidget *window) {
     QList<QAbstractButton *> buttons;
     for (qsizetype i = 0; i < question.buttons.size(); ++i) {
         const QString &title = question.buttons[i];
-        const auto role = title == QStringLiteral("Cancel") ? QMessageBox::RejectRole
-                          : i == 0                          ? QMessageBox::AcceptRole
-                                                            : QMessageBox::ActionRole;
+        // The first button is the default and the last one cancels, in any
+        // language the titles read in.
+        const auto role = i == 0                             ? QMessageBox::AcceptRole
+                          : i == question.buttons.size() - 1 ? QMessageBox::RejectRole
+                                                             : QMessageBox::ActionRole;
         QPushButton *button = box->addButton(title, role);
         button->setAccessibleName(title);
         buttons << button;

@@ -47,8 +47,8 @@ ZKOpenPanel *ZKOpenPanel::sourcePanel(QWidget *parent, bool multiple, const QUrl
     panel->setCanChooseDirectories(true);
     panel->setCanCreateDirectories(false);
     panel->setAllowsMultipleSelection(multiple);
-    panel->setMessage(QStringLiteral("Choose files and folders to copy."));
-    panel->setPrompt(QStringLiteral("Add"));
+    panel->setMessage(tr("Choose files and folders to copy."));
+    panel->setPrompt(tr("Add"));
     panel->setDirectoryUrl(startAt);
     return panel;
 }
@@ -61,7 +61,7 @@ ZKOpenPanel *ZKOpenPanel::folderPanel(QWidget *parent, const QString &message,
     panel->setCanCreateDirectories(true);
     panel->setAllowsMultipleSelection(false);
     panel->setMessage(message);
-    panel->setPrompt(QStringLiteral("Select"));
+    panel->setPrompt(tr("Select"));
     if (startAt.isValid()) {
         panel->setDirectoryUrl(startAt);
     }

@@ -31,31 +31,42 @@
 
 namespace {
 
+// The pages' names for showPage(), whatever language their tabs read in.
 const QString kGeneral = QStringLiteral("General");
 const QString kDefaults = QStringLiteral("Defaults");
 const QString kDownloads = QStringLiteral("Downloads");
 const QString kSounds = QStringLiteral("Sounds");
-const QString kNone = QStringLiteral("None");
 
 // The speed limit is stored in bytes per second and shown in kilobytes.
 constexpr int kKilobyte = 1024;
 
-// A stored delay that none of the choices offers, in the choices' own words.
+// A delay in the largest whole unit. One of each unit has a text of its own,
+// so that English reads right without its plural forms loaded.
 QString durationLabel(int seconds) {
     if (seconds != 0 && seconds % 3600 == 0) {
         const int hours = seconds / 3600;
-        return hours == 1 ? QStringLiteral("1 hour") : QStringLiteral("%1 hours").arg(hours);
+        return hours == 1 ? ZKPreferencesWindow::tr("1 hour")
+                          : ZKPreferencesWindow::tr("%n hours", nullptr, hours);
     }
     if (seconds != 0 && seconds % 60 == 0) {
         const int minutes = seconds / 60;
-        return minutes == 1 ? QStringLiteral("1 minute")
-                            : QStringLiteral("%1 minutes").arg(minutes);
+        return minutes == 1 ? ZKPreferencesWindow::tr("1 minute")
+                            : ZKPreferencesWindow::tr("%n minutes", nullptr, minutes);
     }
-    return seconds == 1 ? QStringLiteral("1 second") : QStringLiteral("%1 seconds").arg(seconds);
+    return seconds == 1 ? ZKPreferencesWindow::tr("1 second")
+                        : ZKPreferencesWindow::tr("%n seconds", nullptr, seconds);
+}
+
+QList<ZKPreferencesWindow::Choice> durationChoices(std::initializer_list<int> seconds) {
+    QList<ZKPreferencesWindow::Choice> choices;
+    for (const int each : seconds) {
+        choices.append({durationLabel(each), each});
+    }
+    return choices;
 }
 
 QString otherLabel(int value) {
-    return QStringLiteral("Other (%1)").arg(value);
+    return ZKPreferencesWindow::tr("Other (%1)").arg(value);
 }
 
 // The first-run time of day of a schedule key whose date is missing.
@@ -95,15 +106,22 @@ ZKPreferencesWindow::ZKPreferencesWindow(QWidget *parent, ZKUserDefaults *defaul
     : QDialog(parent)
     , m_defaults(defaults ? defaults : &ZKUserDefaults::standard())
     , m_soundPlayer(&ZKNotificationManager::playSound) {
-    setWindowTitle(QStringLiteral("Preferences"));
+    setWindowTitle(tr("Preferences"));
     setObjectName(QStringLiteral("ZKPreferencesWindow"));
 
     m_tabs = new QTabWidget(this);
-    m_tabs->setAccessibleName(QStringLiteral("Preferences pages"));
-    m_tabs->addTab(createGeneralPage(), kGeneral);
-    m_tabs->addTab(createDefaultsPage(), kDefaults);
-    m_tabs->addTab(createDownloadsPage(), kDownloads);
-    m_tabs->addTab(createSoundsPage(), kSounds);
+    m_tabs->setAccessibleName(tr("Preferences pages"));
+    const std::pair<QWidget *, QString> pages[] = {
+        {createGeneralPage(), tr("General")},
+        {createDefaultsPage(), tr("Defaults")},
+        {createDownloadsPage(), tr("Downloads")},
+        {createSoundsPage(), tr("Sounds")},
+    };
+    const QString names[] = {kGeneral, kDefaults, kDownloads, kSounds};
+    for (int i = 0; i < 4; ++i) {
+        pages[i].first->setObjectName(names[i]);
+        m_tabs->addTab(pages[i].first, pages[i].second);
+    }
 
     auto *buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
     // Return in a list or a field must not close the window.
@@ -129,23 +147,11 @@ ZKPreferencesWindow::ZKPreferencesWindow(QWidget *parent, ZKUserDefaults *defaul
 ZKPreferencesWindow::~ZKPreferencesWindow() = default;
 
 QList<ZKPreferencesWindow::Choice> ZKPreferencesWindow::listRetryDelayTimes() {
-    return {
-        {QStringLiteral("15 seconds"), 15},   {QStringLiteral("30 seconds"), 30},
-        {QStringLiteral("1 minute"), 60},     {QStringLiteral("5 minutes"), 300},
-        {QStringLiteral("10 minutes"), 600},  {QStringLiteral("15 minutes"), 900},
-        {QStringLiteral("30 minutes"), 1800}, {QStringLiteral("1 hour"), 3600},
-    };
+    return durationChoices({15, 30, 60, 300, 600, 900, 1800, 3600});
 }
 
 QList<ZKPreferencesWindow::Choice> ZKPreferencesWindow::listTimeoutTimes() {
-    return {
-        {QStringLiteral("1 second"), 1},     {QStringLiteral("2 seconds"), 2},
-        {QStringLiteral("3 seconds"), 3},    {QStringLiteral("5 seconds"), 5},
-        {QStringLiteral("10 seconds"), 10},  {QStringLiteral("15 seconds"), 15},
-        {QStringLiteral("30 seconds"), 30},  {QStringLiteral("1 minute"), 60},
-        {QStringLiteral("2 minutes"), 120},  {QStringLiteral("5 minutes"), 300},
-        {QStringLiteral("10 minutes"), 600},
-    };
+    return durationChoices({1, 2, 3, 5, 10, 15, 30, 60, 120, 300, 600});
 }
 
 void ZKPreferencesWindow::windowDidLoad() {
@@ -164,25 +170,23 @@ void ZKPreferencesWindow::showEvent(QShowEvent *event) {
 
 QWidget *ZKPreferencesWindow::createGeneralPage() {
     auto *form = formLayout();
-    form->addRow(QStringLiteral("New queues &start:"),
+    form->addRow(tr("New queues &start:"),
                  bindChoices(
-                     ZKPreferences::queueState, QStringLiteral("New queues start"),
+                     ZKPreferences::queueState, tr("New queues start"),
                      [] {
-                         return QList<Choice>{{QStringLiteral("Running"), ZKQueueState::Running},
-                                              {QStringLiteral("Paused"), ZKQueueState::Paused}};
+                         return QList<Choice>{{tr("Running"), ZKQueueState::Running},
+                                              {tr("Paused"), ZKQueueState::Paused}};
                      },
                      otherLabel, ZKQueueState::Running));
 
     // Made in the order they are shown, which is the order Tab follows.
-    auto *verify =
-        bindCheckBox(ZKPreferences::verifyEnabled, QStringLiteral("&Verify files after copying"));
-    auto *clear = bindCheckBox(ZKPreferences::automaticClearEnabled,
-                               QStringLiteral("&Clear completed tasks"));
-    auto *retry = bindCheckBox(ZKPreferences::automaticRetryEnabled,
-                               QStringLiteral("&Retry failed tasks after"));
-    auto *delay = bindChoices(ZKPreferences::automaticRetryDelaySeconds,
-                              QStringLiteral("Retry failed tasks after"), &listRetryDelayTimes,
-                              durationLabel, 30);
+    auto *verify = bindCheckBox(ZKPreferences::verifyEnabled, tr("&Verify files after copying"));
+    auto *clear = bindCheckBox(ZKPreferences::automaticClearEnabled, tr("&Clear completed tasks"));
+    auto *retry =
+        bindCheckBox(ZKPreferences::automaticRetryEnabled, tr("&Retry failed tasks after"));
+    auto *delay =
+        bindChoices(ZKPreferences::automaticRetryDelaySeconds, tr("Retry failed tasks after"),
+                    &listRetryDelayTimes, durationLabel, 30);
     follow(retry, delay);
     auto *retryRow = new QWidget;
     auto *retryLayout = new QHBoxLayout(retryRow);
@@ -190,11 +194,11 @@ QWidget *ZKPreferencesWindow::createGeneralPage() {
     retryLayout->addWidget(retry);
     retryLayout->addWidget(delay);
     retryLayout->addStretch(1);
-    form->addRow(QStringLiteral("New queues:"), column({verify, clear, retryRow}));
+    form->addRow(tr("New queues:"), column({verify, clear, retryRow}));
 
-    form->addRow(QStringLiteral("Summary shows:"),
-                 column({bindCheckBox(ZKPreferences::showDataRate, QStringLiteral("Data r&ate")),
-                         bindCheckBox(ZKPreferences::showDataSize, QStringLiteral("Data si&ze"))}));
+    form->addRow(tr("Summary shows:"),
+                 column({bindCheckBox(ZKPreferences::showDataRate, tr("Data r&ate")),
+                         bindCheckBox(ZKPreferences::showDataSize, tr("Data si&ze"))}));
     return page(form);
 }
 
@@ -202,69 +206,64 @@ QWidget *ZKPreferencesWindow::createDefaultsPage() {
     auto *form = formLayout();
     m_destinationPopup = new ZKDestinationPopUpButton(this, m_defaults);
     m_destinationPopup->setObjectName(ZKPreferences::defaultDestination);
-    m_destinationPopup->setAccessibleName(QStringLiteral("Default destination"));
+    m_destinationPopup->setAccessibleName(tr("Default destination"));
     connect(m_destinationPopup, &ZKDestinationPopUpButton::destinationChanged, this,
             [this](const ZKWriterPtr &destination) { setDefaultDestination(destination); });
     addLoader(ZKPreferences::defaultDestination,
               [this] { m_destinationPopup->setDestination(defaultDestination()); });
-    form->addRow(QStringLiteral("Default &destination:"), m_destinationPopup);
+    form->addRow(tr("Default &destination:"), m_destinationPopup);
+
+    form->addRow(tr("Symbolic &links:"),
+                 bindChoices(
+                     ZKPreferences::symbolicLinkAction, tr("Symbolic links"),
+                     [] {
+                         return QList<Choice>{
+                             {tr("Copy the link"), ZKSymbolicLinkHandlingCopyLink},
+                             {tr("Copy what it points to"), ZKSymbolicLinkHandlingFollow},
+                             {tr("Leave it out"), ZKSymbolicLinkHandlingSkip}};
+                     },
+                     otherLabel, ZKSymbolicLinkHandlingCopyLink));
 
     form->addRow(
-        QStringLiteral("Symbolic &links:"),
-        bindChoices(
-            ZKPreferences::symbolicLinkAction, QStringLiteral("Symbolic links"),
-            [] {
-                return QList<Choice>{
-                    {QStringLiteral("Copy the link"), ZKSymbolicLinkHandlingCopyLink},
-                    {QStringLiteral("Copy what it points to"), ZKSymbolicLinkHandlingFollow},
-                    {QStringLiteral("Leave it out"), ZKSymbolicLinkHandlingSkip}};
-            },
-            otherLabel, ZKSymbolicLinkHandlingCopyLink));
-
-    form->addRow(
-        QStringLiteral("Keep:"),
-        column({bindCheckBox(ZKPreferences::copyCreationTime, QStringLiteral("C&reation time")),
-                bindCheckBox(ZKPreferences::copyModificationTime,
-                             QStringLiteral("&Modification time")),
-                bindCheckBox(ZKPreferences::copyPermissions, QStringLiteral("&Permissions")),
-                bindCheckBox(ZKPreferences::copyOwnership, QStringLiteral("&Owner and group"))}));
+        tr("Keep:"),
+        column({bindCheckBox(ZKPreferences::copyCreationTime, tr("C&reation time")),
+                bindCheckBox(ZKPreferences::copyModificationTime, tr("&Modification time")),
+                bindCheckBox(ZKPreferences::copyPermissions, tr("&Permissions")),
+                bindCheckBox(ZKPreferences::copyOwnership, tr("&Owner and group"))}));
 
     // Service files that other systems leave on shared and removable drives:
     // users rarely want them, and the names say what they are.
     form->addRow(
-        QStringLiteral("Also copy:"),
-        column({bindCheckBox(ZKPreferences::copyHiddenFiles,
-                             QStringLiteral("&Hidden files (names starting with a dot)")),
-                bindCheckBox(ZKPreferences::copyDsStoreFiles,
-                             QStringLiteral("Folder &view settings (.DS_Store)")),
-                bindCheckBox(ZKPreferences::copyThumbsDbFiles,
-                             QStringLiteral("&Thumbnail caches (.Thumbs.db)")),
-                bindCheckBox(ZKPreferences::copyTrashes,
-                             QStringLiteral("Tr&ash folders (.Trash, .Trashes)")),
-                bindCheckBox(ZKPreferences::copySpotlightFolders,
-                             QStringLiteral("Search &index folders (.Spotlight-V100)")),
-                bindCheckBox(ZKPreferences::copyTemporaryFiles,
-                             QStringLiteral("T&emporary items (.TemporaryItems)")),
-                bindCheckBox(ZKPreferences::copyFileSystemInternalFiles,
-                             QStringLiteral("&File system logs (.fseventsd, .metadata)"))}));
+        tr("Also copy:"),
+        column(
+            {bindCheckBox(ZKPreferences::copyHiddenFiles,
+                          tr("&Hidden files (names starting with a dot)")),
+             bindCheckBox(ZKPreferences::copyDsStoreFiles, tr("Folder &view settings (.DS_Store)")),
+             bindCheckBox(ZKPreferences::copyThumbsDbFiles, tr("&Thumbnail caches (.Thumbs.db)")),
+             bindCheckBox(ZKPreferences::copyTrashes, tr("Tr&ash folders (.Trash, .Trashes)")),
+             bindCheckBox(ZKPreferences::copySpotlightFolders,
+                          tr("Search &index folders (.Spotlight-V100)")),
+             bindCheckBox(ZKPreferences::copyTemporaryFiles,
+                          tr("T&emporary items (.TemporaryItems)")),
+             bindCheckBox(ZKPreferences::copyFileSystemInternalFiles,
+                          tr("&File system logs (.fseventsd, .metadata)"))}));
     return page(form);
 }
 
 QWidget *ZKPreferencesWindow::createDownloadsPage() {
     auto *form = formLayout();
-    form->addRow(QStringLiteral("Network &time-out:"),
-                 bindChoices(ZKPreferences::downloadTimeout, QStringLiteral("Network time-out"),
+    form->addRow(tr("Network &time-out:"),
+                 bindChoices(ZKPreferences::downloadTimeout, tr("Network time-out"),
                              &listTimeoutTimes, durationLabel, 5));
 
     // The speed limit and the schedule of a queue are set in its own window;
     // these are what a new queue starts with.
-    auto *limitOn =
-        bindCheckBox(ZKPreferences::speedLimitEnabled, QStringLiteral("&Limit new queues to"));
+    auto *limitOn = bindCheckBox(ZKPreferences::speedLimitEnabled, tr("&Limit new queues to"));
     auto *limit = new QSpinBox;
     limit->setObjectName(ZKPreferences::speedLimit);
-    limit->setAccessibleName(QStringLiteral("Speed limit in kilobytes per second"));
+    limit->setAccessibleName(tr("Speed limit in kilobytes per second"));
     limit->setRange(1, 1024 * 1024);
-    limit->setSuffix(QStringLiteral(" KB/s"));
+    limit->setSuffix(tr(" KB/s"));
     limit->setGroupSeparatorShown(true);
     addLoader(ZKPreferences::speedLimit, [this, limit] {
         const qint64 bytes = m_defaults->hasObject(ZKPreferences::speedLimit)
@@ -285,25 +284,23 @@ QWidget *ZKPreferencesWindow::createDownloadsPage() {
     limitRow->addWidget(limitOn);
     limitRow->addWidget(limit);
     limitRow->addStretch(1);
-    form->addRow(QStringLiteral("Speed limit:"), limitRow);
+    form->addRow(tr("Speed limit:"), limitRow);
 
-    auto *scheduleOn = bindCheckBox(ZKPreferences::scheduleEnabled,
-                                    QStringLiteral("&Use a schedule in new queues"));
-    form->addRow(QStringLiteral("Schedule:"), scheduleOn);
+    auto *scheduleOn =
+        bindCheckBox(ZKPreferences::scheduleEnabled, tr("&Use a schedule in new queues"));
+    form->addRow(tr("Schedule:"), scheduleOn);
     struct Timer {
         QString enabledKey;
         QString timeKey;
         QString text;
     };
     const Timer timers[] = {
-        {ZKPreferences::startCopyEnabled, ZKPreferences::startCopyTime,
-         QStringLiteral("&Start copying at")},
-        {ZKPreferences::stopCopyEnabled, ZKPreferences::stopCopyTime,
-         QStringLiteral("St&op copying at")},
+        {ZKPreferences::startCopyEnabled, ZKPreferences::startCopyTime, tr("&Start copying at")},
+        {ZKPreferences::stopCopyEnabled, ZKPreferences::stopCopyTime, tr("St&op copying at")},
         {ZKPreferences::startSpeedLimitEnabled, ZKPreferences::startSpeedLimitTime,
-         QStringLiteral("Tur&n the speed limit on at")},
+         tr("Tur&n the speed limit on at")},
         {ZKPreferences::stopSpeedLimitEnabled, ZKPreferences::stopSpeedLimitTime,
-         QStringLiteral("Turn the speed limit o&ff at")},
+         tr("Turn the speed limit o&ff at")},
     };
     auto *grid = new QGridLayout;
     grid->setContentsMargins(0, 0, 0, 0);
@@ -340,10 +337,10 @@ QWidget *ZKPreferencesWindow::createDownloadsPage() {
 
 QWidget *ZKPreferencesWindow::createSoundsPage() {
     auto *form = formLayout();
-    form->addRow(QStringLiteral("When a queue &completes:"),
-                 bindSound(ZKPreferences::completionSound, QStringLiteral("Completion sound")));
-    form->addRow(QStringLiteral("When a queue has &failures:"),
-                 bindSound(ZKPreferences::failureSound, QStringLiteral("Failure sound")));
+    form->addRow(tr("When a queue &completes:"),
+                 bindSound(ZKPreferences::completionSound, tr("Completion sound")));
+    form->addRow(tr("When a queue has &failures:"),
+                 bindSound(ZKPreferences::failureSound, tr("Failure sound")));
     return page(form);
 }
 
@@ -440,7 +437,7 @@ QComboBox *ZKPreferencesWindow::bindSound(const QString &key, const QString &acc
         const QString stored = m_defaults->stringForKey(key);
         const QStringList names = ZKNotificationManager::soundNames();
         list->clear();
-        list->addItem(kNone, QString());
+        list->addItem(tr("None"), QString());
         for (const QString &name : names) {
             list->addItem(name, name);
         }
@@ -465,7 +462,7 @@ QComboBox *ZKPreferencesWindow::bindSound(const QString &key, const QString &acc
 }
 
 void ZKPreferencesWindow::soundSelected(QComboBox *list) {
-    if (list->currentText() != kNone && m_soundPlayer) {
+    if (!list->currentData().toString().isEmpty() && m_soundPlayer) {
         m_soundPlayer(list->currentData().toString());
     }
 }
@@ -508,7 +505,7 @@ void ZKPreferencesWindow::setDefaultDestination(const ZKWriterPtr &destination) 
 
 bool ZKPreferencesWindow::showPage(const QString &name) {
     for (int i = 0; i < m_tabs->count(); ++i) {
-        if (m_tabs->tabText(i) == name) {
+        if (m_tabs->widget(i)->objectName() == name) {
             m_tabs->setCurrentIndex(i);
             return true;
         }
@@ -517,7 +514,7 @@ bool ZKPreferencesWindow::showPage(const QString &name) {
 }
 
 QString ZKPreferencesWindow::currentPage() const {
-    return m_tabs->tabText(m_tabs->currentIndex());
+    return m_tabs->currentWidget()->objectName();
 }
 
 void ZKPreferencesWindow::generalSelected() {

@@ -36,7 +36,7 @@ void ZKQueueSheet::displaySheetForWindow(QWidget *window) {
 
 QPushButton *ZKQueueSheet::finishLayout(QVBoxLayout *layout, QWidget *last) {
     auto *buttons = new QDialogButtonBox(this);
-    QPushButton *done = buttons->addButton(QStringLiteral("Done"), QDialogButtonBox::AcceptRole);
+    QPushButton *done = buttons->addButton(tr("Done"), QDialogButtonBox::AcceptRole);
     done->setObjectName(QStringLiteral("doneButton"));
     done->setDefault(true);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);

@@ -20,14 +20,14 @@ ZKRemoteServerPanel::ZKRemoteServerPanel(QWidget *parent, ZKUserDefaults *defaul
     : ZKAddressPanel(QStringLiteral("recentFtp"), tr("Server Address"), defaults, parent) {
     addressBox()->lineEdit()->setPlaceholderText(tr("ftp:// or sftp://server/folder/"));
     m_username = new QLineEdit(this);
-    m_username->setAccessibleName(QStringLiteral("User name"));
+    m_username->setAccessibleName(tr("User name"));
     m_username->setPlaceholderText(tr("anonymous, or from the SSH configuration"));
-    form()->addRow(QStringLiteral("&User name:"), m_username);
+    form()->addRow(tr("&User name:"), m_username);
     m_password = new QLineEdit(this);
     m_password->setEchoMode(QLineEdit::Password);
-    m_password->setAccessibleName(QStringLiteral("Password"));
-    m_password->setPlaceholderText(QStringLiteral("from the password store"));
-    form()->addRow(QStringLiteral("&Password:"), m_password);
+    m_password->setAccessibleName(tr("Password"));
+    m_password->setPlaceholderText(tr("from the password store"));
+    form()->addRow(tr("&Password:"), m_password);
     connect(m_password, &QLineEdit::textEdited, this, [this] { m_emptyPassword = false; });
     connect(this, &ZKAddressPanel::recentUrlsChanged, this,
             &ZKRemoteServerPanel::recentServersChanged);

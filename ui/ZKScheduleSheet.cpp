@@ -20,22 +20,22 @@ const QString kTimeFormat = QStringLiteral("HH:mm");
 ZKScheduleSheet::ZKScheduleSheet(ZKFerrowickDocument *document, QWidget *parent)
     : ZKQueueSheet(document, parent)
     , m_rows{{
-          {&ZKSchedulePanel::startCopyingTimer, QStringLiteral("startCopying"),
-           QStringLiteral("Start copying")},
-          {&ZKSchedulePanel::stopCopyingTimer, QStringLiteral("stopCopying"),
-           QStringLiteral("Stop copying")},
+          {&ZKSchedulePanel::startCopyingTimer, QStringLiteral("startCopying"), tr("Start copying"),
+           tr("start copying at %1")},
+          {&ZKSchedulePanel::stopCopyingTimer, QStringLiteral("stopCopying"), tr("Stop copying"),
+           tr("stop copying at %1")},
           {&ZKSchedulePanel::startSpeedLimitTimer, QStringLiteral("startSpeedLimit"),
-           QStringLiteral("Start speed limit")},
+           tr("Start speed limit"), tr("start speed limit at %1")},
           {&ZKSchedulePanel::stopSpeedLimitTimer, QStringLiteral("stopSpeedLimit"),
-           QStringLiteral("Stop speed limit")},
+           tr("Stop speed limit"), tr("stop speed limit at %1")},
       }} {
-    setWindowTitle(QStringLiteral("Schedule"));
+    setWindowTitle(tr("Schedule"));
 
     auto *layout = new QVBoxLayout(this);
-    m_switch = new QCheckBox(QStringLiteral("&Use schedule"), this);
+    m_switch = new QCheckBox(tr("&Use schedule"), this);
     m_switch->setObjectName(QStringLiteral("scheduleSwitch"));
-    m_switch->setAccessibleName(QStringLiteral("Use schedule"));
-    m_switch->setToolTip(QStringLiteral("Run the times below every day; at least one must be on"));
+    m_switch->setAccessibleName(tr("Use schedule"));
+    m_switch->setToolTip(tr("Run the times below every day; at least one must be on"));
     layout->addWidget(m_switch);
     connect(m_switch, &QCheckBox::clicked, this, [this](bool on) {
         if (ZKSchedulePanel *schedule = panel()) {
@@ -45,7 +45,7 @@ ZKScheduleSheet::ZKScheduleSheet(ZKFerrowickDocument *document, QWidget *parent)
         refreshSwitch();
     });
 
-    auto *heading = new QLabel(QStringLiteral("Every day at:"), this);
+    auto *heading = new QLabel(tr("Every day at:"), this);
     heading->setContentsMargins(0, 6, 0, 0);
     layout->addWidget(heading);
 
@@ -61,7 +61,7 @@ ZKScheduleSheet::ZKScheduleSheet(ZKFerrowickDocument *document, QWidget *parent)
         row.time = new QTimeEdit(this);
         row.time->setObjectName(row.name + QStringLiteral("Time"));
         row.time->setDisplayFormat(kTimeFormat);
-        row.time->setAccessibleName(row.text + QStringLiteral(" at"));
+        row.time->setAccessibleName(tr("%1 at").arg(row.text));
         grid->addWidget(row.box, i, 0);
         grid->addWidget(row.time, i, 1);
         setTabOrder(previous, row.box);
@@ -145,15 +145,14 @@ bool ZKScheduleSheet::isOn() const {
 QString ZKScheduleSheet::summary() const {
     ZKSchedulePanel *schedule = panel();
     if (!schedule || !schedule->scheduleEnabled()) {
-        return QStringLiteral("Schedule off");
+        return tr("Schedule off");
     }
     QStringList parts;
     for (const Row &row : m_rows) {
         const ZKScheduleTimer &timer = (schedule->*row.timer)();
         if (timer.enabled()) {
-            parts << QStringLiteral("%1 at %2")
-                         .arg(row.text.toLower(), timer.time().toLocalTime().toString(kTimeFormat));
+            parts << row.summary.arg(timer.time().toLocalTime().toString(kTimeFormat));
         }
     }
-    return QStringLiteral("Schedule on: ") + parts.join(QStringLiteral(", "));
+    return tr("Schedule on: %1").arg(parts.join(tr(", ")));
 }

@@ -31,6 +31,7 @@ private:
         ZKScheduleTimer &(ZKSchedulePanel::*timer)();
         QString name; // begins the object names of its widgets
         QString text;
+        QString summary; // the row in the summary, "%1" for its time
         QCheckBox *box = nullptr;
         QTimeEdit *time = nullptr;
     };

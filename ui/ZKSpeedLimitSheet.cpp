@@ -18,12 +18,12 @@
 
 ZKSpeedLimitSheet::ZKSpeedLimitSheet(ZKFerrowickDocument *document, QWidget *parent)
     : ZKQueueSheet(document, parent) {
-    setWindowTitle(QStringLiteral("Speed Limit"));
+    setWindowTitle(tr("Speed Limit"));
 
     auto *layout = new QVBoxLayout(this);
-    m_switch = new QCheckBox(QStringLiteral("&Limit the speed of copying"), this);
+    m_switch = new QCheckBox(tr("&Limit the speed of copying"), this);
     m_switch->setObjectName(QStringLiteral("speedLimitSwitch"));
-    m_switch->setAccessibleName(QStringLiteral("Limit speed"));
+    m_switch->setAccessibleName(tr("Limit speed"));
     layout->addWidget(m_switch);
     connect(m_switch, &QCheckBox::toggled, this, [this](bool on) {
         if (ZKSpeedLimitPanel *limit = panel()) {
@@ -35,7 +35,7 @@ ZKSpeedLimitSheet::ZKSpeedLimitSheet(ZKFerrowickDocument *document, QWidget *par
     grid->setContentsMargins(0, 6, 0, 0);
     m_slider = new QSlider(Qt::Horizontal, this);
     m_slider->setObjectName(QStringLiteral("speedLimitSlider"));
-    m_slider->setAccessibleName(QStringLiteral("Maximum speed"));
+    m_slider->setAccessibleName(tr("Maximum speed"));
     m_slider->setRange(0, decades * stepsPerDecade);
     m_slider->setSingleStep(1);
     m_slider->setPageStep(stepsPerDecade);
@@ -159,8 +159,7 @@ bool ZKSpeedLimitSheet::isOn() const {
 QString ZKSpeedLimitSheet::summary() const {
     const ZKSpeedLimitPanel *limit = panel();
     if (!limit || !limit->enabled()) {
-        return QStringLiteral("Speed limit off");
+        return tr("Speed limit off");
     }
-    return QStringLiteral("Speed limit on: ") +
-           ZKByteCountFormatter::formatDataRate(limit->value());
+    return tr("Speed limit on: %1").arg(ZKByteCountFormatter::formatDataRate(limit->value()));
 }

@@ -1,8 +1,10 @@
 // SPDX-FileCopyrightText: 2026 Ferrowick developers
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "ZKAppDelegate.h"
 #include "ZKByteCountFormatter.h"
-#include "ZKFerrowickDocument.h"
+#include "ZKDocumentController.h"
 #include "ZKPreferences.h"
+#include "ZKPreferencesWindow.h"
 #include "ZKQueueWindow.h"
 #include "ZKTranslations.h"
 
@@ -10,6 +12,7 @@
 #include <QMenuBar>
 #include <QProcess>
 #include <QStandardPaths>
+#include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTranslator>
@@ -34,10 +37,44 @@ QStringList menuTexts(QWidget *window) {
     return texts;
 }
 
-QStringList menuTextsOfNewWindow() {
-    ZKQueueWindow window(std::make_unique<ZKFerrowickDocument>());
-    return menuTexts(&window);
+// The window as the application makes it, with the entries the application
+// adds (the preferences among them), and the preferences' page names.
+QStringList textsOfNewWindow() {
+    ZKAppDelegate delegate;
+    delegate.applicationWillFinishLaunching();
+    delegate.applicationDidFinishLaunching();
+    ZKQueueWindow *window = delegate.documentController().newDocument();
+    QStringList texts = menuTexts(window);
+    const auto *tabs = delegate.preferencesWindow().findChild<QTabWidget *>();
+    for (int i = 0; i < tabs->count(); ++i) {
+        texts << tabs->tabText(i);
+    }
+    texts << delegate.preferencesWindow().windowTitle();
+    window->setDiscardChanges(true);
+    window->close();
+    return texts;
 }
+
+// Removes Ferrowick's translators while it lives.
+class EnglishOnly {
+public:
+    EnglishOnly()
+        : m_translators(QCoreApplication::instance()->findChildren<QTranslator *>()) {
+        for (QTranslator *translator : m_translators) {
+            QCoreApplication::removeTranslator(translator);
+        }
+    }
+    ~EnglishOnly() {
+        for (QTranslator *translator : m_translators) {
+            QCoreApplication::installTranslator(translator);
+        }
+    }
+    EnglishOnly(const EnglishOnly &) = delete;
+    EnglishOnly &operator=(const EnglishOnly &) = delete;
+
+private:
+    QList<QTranslator *> m_translators;
+};
 
 void setGermanEnvironment() {
     qputenv("LANG", "de_DE.UTF-8");
@@ -53,6 +90,7 @@ class TestZKTranslations : public QObject {
 
 private Q_SLOTS:
     void menusReadGerman();
+    void preferencesKeepTheirShortcut();
     void pluralsReadCorrectEnglish();
     void cliSpeaksGerman();
 };
@@ -60,19 +98,16 @@ private Q_SLOTS:
 void TestZKTranslations::menusReadGerman() {
     // The same window in English (no translator) and in German: every entry
     // must have changed but the few that read the same in both languages.
-    const auto translators = QCoreApplication::instance()->findChildren<QTranslator *>();
-    for (QTranslator *translator : translators) {
-        QCoreApplication::removeTranslator(translator);
+    QStringList english;
+    {
+        const EnglishOnly englishOnly;
+        english = textsOfNewWindow();
     }
-    const QStringList english = menuTextsOfNewWindow();
-    for (QTranslator *translator : translators) {
-        QCoreApplication::installTranslator(translator);
-    }
-    const QStringList german = menuTextsOfNewWindow();
+    const QStringList german = textsOfNewWindow();
     QCOMPARE(german.size(), english.size());
     QVERIFY2(english.size() > 30, qUtf8Printable(english.join(u", ")));
 
-    const QStringList sameInBoth{QStringLiteral("Ferrowick-Website")};
+    const QStringList sameInBoth{QStringLiteral("Ferrowick-Website"), QStringLiteral("Downloads")};
     QStringList untranslated;
     for (qsizetype i = 0; i < english.size(); ++i) {
         if (german.at(i) == english.at(i) && !sameInBoth.contains(german.at(i))) {
@@ -81,11 +116,26 @@ void TestZKTranslations::menusReadGerman() {
     }
     QVERIFY2(untranslated.isEmpty(), qUtf8Printable(untranslated.join(u", ")));
     for (const char *expected :
-         {"&Datei", "&Bearbeiten", "&Warteschlange", "&Hilfe", "Speichern unter …"}) {
+         {"&Datei", "&Bearbeiten", "&Warteschlange", "&Hilfe", "Speichern unter …",
+          "Einstellungen …", "Einstellungen", "Allgemein"}) {
         QVERIFY2(german.contains(QString::fromUtf8(expected)),
                  qUtf8Printable(QStringLiteral("no \"%1\" in %2")
                                     .arg(QString::fromUtf8(expected), german.join(u", "))));
     }
+}
+
+void TestZKTranslations::preferencesKeepTheirShortcut() {
+    ZKAppDelegate delegate;
+    delegate.applicationWillFinishLaunching();
+    delegate.applicationDidFinishLaunching();
+    ZKQueueWindow *window = delegate.documentController().newDocument();
+    const auto *preferences = window->findChild<QAction *>(QStringLiteral("showPreferences"));
+    QVERIFY(preferences);
+    QCOMPARE(preferences->text(), QStringLiteral("Einstellungen …"));
+    QVERIFY2(preferences->shortcuts().contains(QKeySequence(Qt::CTRL | Qt::Key_Comma)),
+             qUtf8Printable(QKeySequence::listToString(preferences->shortcuts())));
+    window->setDiscardChanges(true);
+    window->close();
 }
 
 void TestZKTranslations::pluralsReadCorrectEnglish() {
