@@ -503,13 +503,16 @@ int ZKCommandLine::show(const QStringList &arguments) {
             ZKTaskStates::parse(task.value(QStringLiteral("State")).toString()));
         const quint64 progress = task.value(QStringLiteral("ProgressBytes")).toULongLong();
         const quint64 total = task.value(QStringLiteral("TotalBytes")).toULongLong();
+        // The state and the mode are shown by their saved names.
         QString line =
-            QStringLiteral("  %1 %2 %3 -> %4  %5 of %6")
+            QStringLiteral("  %1 %2 %3 -> %4  %5")
                 .arg(state.leftJustified(20),
                      task.value(QStringLiteral("TransferMode")).toString().leftJustified(5),
                      shownUrl(source->url()), shownUrl(destination->url()),
-                     ZKByteCountFormatter::formatFileSize(progress),
-                     ZKByteCountFormatter::formatFileSize(total));
+                     QCoreApplication::translate("ZKCommandLine", "%1 of %2",
+                                                 "bytes copied of a task's total")
+                         .arg(ZKByteCountFormatter::formatFileSize(progress),
+                              ZKByteCountFormatter::formatFileSize(total)));
         const QString message = task.value(QStringLiteral("ErrorMessage")).toString();
         if (!message.isEmpty()) {
             line += QStringLiteral("  (%1)").arg(message);

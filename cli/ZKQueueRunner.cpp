@@ -121,10 +121,12 @@ void ZKQueueRunner::queueCompleted() {
     if (!m_announcesRetries) {
         return; // the queue's own line counts down
     }
-    std::printf("Retrying %d failed task%s in %s (attempt %d of %d)\n", failed,
-                failed == 1 ? "" : "s",
-                qPrintable(ZKTimeFormatter::formatTime(m_document.retryDelay())), round + 1,
-                maximumAttempts());
+    const QString line =
+        failed == 1 ? tr("Retrying 1 failed task in %1 (attempt %2 of %3)")
+                    : tr("Retrying %n failed tasks in %1 (attempt %2 of %3)", nullptr, failed);
+    std::printf("%s\n", qPrintable(line.arg(ZKTimeFormatter::formatTime(m_document.retryDelay()))
+                                       .arg(round + 1)
+                                       .arg(maximumAttempts())));
     std::fflush(stdout);
 }
 
@@ -180,7 +182,8 @@ void ZKQueueRunner::interrupt() {
     }
     m_interrupted = true;
     if (!m_queueFile.isEmpty()) {
-        std::fprintf(stderr, "\nferrowick-cli: interrupted; saving the queue.\n");
+        std::fprintf(stderr, "\nferrowick-cli: %s\n",
+                     qPrintable(tr("interrupted; saving the queue.")));
     }
     // Paused tasks rest at a point from which the next run continues.
     QList<ZKTask *> removing;

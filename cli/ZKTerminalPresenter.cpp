@@ -22,9 +22,10 @@ bool ZKTerminalPresenter::parsePolicy(const QString &text, Policy *policy) {
 }
 
 ZKAnswer ZKTerminalPresenter::answerByPolicy(const ZKQuestion &question) const {
-    // A question without the policy's button (the partial-file question, or
+    // Picked by meaning, not by title, so that any language answers alike.
+    // A question without the policy's choice (the partial-file question, or
     // a destination that can only be replaced or cancelled) gets the safe
-    // answer: keep what is there, or stop.
+    // answer, its last button: keep what is there, or stop.
     QString wanted;
     switch (m_policy) {
     case Skip:
@@ -34,16 +35,13 @@ ZKAnswer ZKTerminalPresenter::answerByPolicy(const ZKQuestion &question) const {
         wanted = QStringLiteral("Replace");
         break;
     default:
-        wanted = QStringLiteral("Cancel");
         break;
     }
-    for (const QString &safe : {wanted, QStringLiteral("Keep"), QStringLiteral("Cancel")}) {
-        const auto index = question.buttons.indexOf(safe);
-        if (index >= 0) {
-            return ZKAnswer{int(index), true};
-        }
+    const auto index = wanted.isEmpty() ? -1 : question.choices.indexOf(wanted);
+    if (index >= 0 && index < question.buttons.size()) {
+        return ZKAnswer{int(index), true};
     }
-    return ZKAnswer::cancelled(question);
+    return ZKAnswer{int(question.buttons.size()) - 1, true};
 }
 
 void ZKTerminalPresenter::ask(const ZKQuestion &question, Answered answered) {
@@ -64,8 +62,9 @@ ZKAnswer ZKTerminalPresenter::answerNow(const ZKQuestion &question) const {
         out << "  " << (i + 1) << ") " << question.buttons[i] << '\n';
     }
     for (;;) {
-        out << "Choose 1-" << question.buttons.size()
-            << (question.showsApplyToAll ? " (add 'a' to apply to all): " : ": ");
+        out << (question.showsApplyToAll ? tr("Choose 1-%1 (add 'a' to apply to all): ")
+                                         : tr("Choose 1-%1: "))
+                   .arg(question.buttons.size());
         out.flush();
         QString line = in.readLine();
         if (line.isNull()) {

@@ -4,11 +4,14 @@
 
 #include "ZKQuestionPresenter.h"
 
+#include <QCoreApplication>
 #include <QString>
 
 // Answers the engine's questions on the terminal: by asking on standard input
 // ("ask"), or by the policy chosen with --on-conflict.
 class ZKTerminalPresenter : public ZKQuestionPresenter {
+    Q_DECLARE_TR_FUNCTIONS(ZKTerminalPresenter)
+
 public:
     enum Policy { Ask, Skip, Replace, Cancel };
 

@@ -16,11 +16,21 @@
 
 namespace {
 
-// Buttons double as the presenters' names for the choices (the terminal's
-// --on-conflict picks by them), so they are given as they are.
+// The presenters' names for the choices (the terminal's --on-conflict picks
+// by them); the buttons read them in the user's language.
 const QString kSkip = QStringLiteral("Skip");
 const QString kCancel = QStringLiteral("Cancel");
 const QString kReplace = QStringLiteral("Replace");
+
+QString buttonTitle(const QString &choice) {
+    if (choice == kSkip) {
+        return ZKTaskQuestions::tr("Skip");
+    }
+    if (choice == kReplace) {
+        return ZKTaskQuestions::tr("Replace");
+    }
+    return ZKTaskQuestions::tr("Cancel");
+}
 
 QString itemName(const ZKFileInfo &item) {
     return item.url.fileName();
@@ -166,11 +176,15 @@ ZKAnswer ZKTaskQuestions::ask(ZKQuestion question, const ZKTask &task) const {
 }
 
 ZKFileResponse ZKTaskQuestions::askAbout(const QString &message, const QString &informativeText,
-                                         const QStringList &buttons,
+                                         const QStringList &choices,
                                          const QList<ZKFileResponse> &answers, bool showsApplyToAll,
                                          bool *applyToAll, const ZKTask &task) const {
+    QStringList buttons;
+    for (const QString &choice : choices) {
+        buttons << buttonTitle(choice);
+    }
     const ZKAnswer answer =
-        ask(ZKQuestion{message, informativeText, buttons, showsApplyToAll, {}}, task);
+        ask(ZKQuestion{message, informativeText, buttons, choices, showsApplyToAll, {}}, task);
     if (applyToAll) {
         *applyToAll = answer.applyToAll;
     }

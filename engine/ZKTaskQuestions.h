@@ -69,7 +69,7 @@ private:
     struct Line;
 
     ZKFileResponse askAbout(const QString &message, const QString &informativeText,
-                            const QStringList &buttons, const QList<ZKFileResponse> &answers,
+                            const QStringList &choices, const QList<ZKFileResponse> &answers,
                             bool showsApplyToAll, bool *applyToAll, const ZKTask &task) const;
 
     std::shared_ptr<Line> m_line;

@@ -12,6 +12,10 @@ struct ZKQuestion {
     QString message;
     QString informativeText;
     QStringList buttons; // the first is the default, the last cancels
+    // What the buttons mean, in their order and whatever language their
+    // titles read in ("Skip", "Replace", "Cancel"), for a presenter that
+    // answers on the user's behalf; may be left empty.
+    QStringList choices;
     bool showsApplyToAll = false;
     // Who asks: the queue document, or the task for a question of its own, so
     // that the desktop shows the question over that queue's window only.

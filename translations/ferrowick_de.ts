@@ -220,6 +220,11 @@ signiert hat.
         <source>Done. Try it on your own files:</source>
         <translation>Fertig. Probieren Sie es mit Ihren eigenen Dateien:</translation>
     </message>
+    <message>
+        <source>%1 of %2</source>
+        <comment>bytes copied of a task&apos;s total</comment>
+        <translation>%1 von %2</translation>
+    </message>
 </context>
 <context>
     <name>ZKCopyTask</name>
@@ -1479,6 +1484,21 @@ Verbinden Sie nur, wenn Sie wissen, dass dies der Schlüssel des Servers ist; er
         <source>The source of “%1” was being removed: what is left of it stays, and all of it is in %2.</source>
         <translation>Die Quelle von „%1“ wurde gerade entfernt: Was von ihr übrig ist, bleibt, und sie liegt vollständig in %2.</translation>
     </message>
+    <message>
+        <source>Retrying 1 failed task in %1 (attempt %2 of %3)</source>
+        <translation>1 fehlgeschlagene Aufgabe wird in %1 wiederholt (Versuch %2 von %3)</translation>
+    </message>
+    <message numerus="yes">
+        <source>Retrying %n failed tasks in %1 (attempt %2 of %3)</source>
+        <translation>
+            <numerusform>%n fehlgeschlagene Aufgabe wird in %1 wiederholt (Versuch %2 von %3)</numerusform>
+            <numerusform>%n fehlgeschlagene Aufgaben werden in %1 wiederholt (Versuch %2 von %3)</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>interrupted; saving the queue.</source>
+        <translation>unterbrochen; die Warteschlange wird gesichert.</translation>
+    </message>
 </context>
 <context>
     <name>ZKQueueScriptingAdaptor</name>
@@ -2265,6 +2285,18 @@ Der Fingerabdruck des %2-Schlüssels ist %3.</translation>
         <source>Do you want to replace the existing item?</source>
         <translation>Möchten Sie das vorhandene Objekt ersetzen?</translation>
     </message>
+    <message>
+        <source>Skip</source>
+        <translation>Überspringen</translation>
+    </message>
+    <message>
+        <source>Replace</source>
+        <translation>Ersetzen</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
 </context>
 <context>
     <name>ZKTaskQueue</name>
@@ -2414,6 +2446,17 @@ Der Fingerabdruck des %2-Schlüssels ist %3.</translation>
     <message>
         <source>Choose a folder to copy to.</source>
         <translation>Wählen Sie einen Ordner, in den kopiert werden soll.</translation>
+    </message>
+</context>
+<context>
+    <name>ZKTerminalPresenter</name>
+    <message>
+        <source>Choose 1-%1 (add &apos;a&apos; to apply to all): </source>
+        <translation>Auswahl 1–%1 (mit angehängtem „a“ für alle): </translation>
+    </message>
+    <message>
+        <source>Choose 1-%1: </source>
+        <translation>Auswahl 1–%1: </translation>
     </message>
 </context>
 <context>

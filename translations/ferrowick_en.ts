@@ -56,6 +56,16 @@
     </message>
 </context>
 <context>
+    <name>ZKQueueRunner</name>
+    <message numerus="yes">
+        <source>Retrying %n failed tasks in %1 (attempt %2 of %3)</source>
+        <translation>
+            <numerusform>Retrying %n failed task in %1 (attempt %2 of %3)</numerusform>
+            <numerusform>Retrying %n failed tasks in %1 (attempt %2 of %3)</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>ZKQueueWindow</name>
     <message numerus="yes">
         <source>And %n more.</source>

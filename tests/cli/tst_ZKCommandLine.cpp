@@ -587,9 +587,13 @@ void TestZKCommandLine::conflictAnswersMeanWhatTheySay_data() {
     QTest::addColumn<QString>("answer");
     QTest::addColumn<int>("status");
     QTest::addColumn<bool>("replaced");
-    QTest::newRow("replace") << "replace" << 0 << true;
-    QTest::newRow("skip") << "skip" << 0 << false;
-    QTest::newRow("cancel") << "cancel" << 1 << false;
+    QTest::addColumn<QString>("language");
+    QTest::newRow("replace") << "replace" << 0 << true << "C.UTF-8";
+    QTest::newRow("skip") << "skip" << 0 << false << "C.UTF-8";
+    QTest::newRow("cancel") << "cancel" << 1 << false << "C.UTF-8";
+    // The buttons read German there; the answers must mean the same.
+    QTest::newRow("replace in German") << "replace" << 0 << true << "de_DE.UTF-8";
+    QTest::newRow("skip in German") << "skip" << 0 << false << "de_DE.UTF-8";
 }
 
 // Another file of the same size and date is not a copy of the source.
@@ -597,7 +601,8 @@ void TestZKCommandLine::conflictAnswersMeanWhatTheySay() {
     QFETCH(QString, answer);
     QFETCH(int, status);
     QFETCH(bool, replaced);
-    const QString folder = QStringLiteral("conflict-") + answer;
+    QFETCH(QString, language);
+    const QString folder = QStringLiteral("conflict-%1-%2").arg(answer, language);
     QDir(m_dir.path()).mkpath(folder + "/s");
     QDir(m_dir.path()).mkpath(folder + "/d");
     const QString source = path(folder + "/s/a.bin");
@@ -607,10 +612,17 @@ void TestZKCommandLine::conflictAnswersMeanWhatTheySay() {
     QVERIFY(writeFile(source, content) && writeFile(existing, other));
     QVERIFY(ZKTestSupport::setModified(existing, QFileInfo(source).lastModified()));
     QByteArray output;
-    QCOMPARE(runCli({"copy", source, path(folder + "/d"), "--on-conflict", answer}, &output),
-             status);
+    const QProcessEnvironment environment = m_environment;
+    m_environment.insert("LANG", language);
+    m_environment.remove("LANGUAGE");
+    m_environment.remove("LC_ALL");
+    m_environment.remove("LC_MESSAGES");
+    const int exitCode =
+        runCli({"copy", source, path(folder + "/d"), "--on-conflict", answer}, &output);
+    m_environment = environment;
+    QCOMPARE(exitCode, status);
     QVERIFY2(readFile(existing) == (replaced ? content : other), output.constData());
-    if (answer == QStringLiteral("skip")) {
+    if (answer == QStringLiteral("skip") && language.startsWith(u'C')) {
         QVERIFY2(output.contains("Skipped: '" + existing.toUtf8() + "' already exists."),
                  output.constData());
     }
