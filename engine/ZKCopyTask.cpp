@@ -509,7 +509,7 @@ void ZKCopyTask::cancel() {
         const QString path = QDir(dest->description()).filePath(partName);
         ZKQuestion question;
         question.message = tr("Do you want to delete the partially copied file '%1'?").arg(path);
-        question.buttons = {QStringLiteral("Delete"), QStringLiteral("Keep")};
+        question.buttons = {tr("Delete"), tr("Keep")};
         // Over the task's own window; unanswered, the file is kept.
         const bool deletePartial = ZKTaskQuestions(this).ask(question, *this).button == 0;
         if (deletePartial && dest->open()) {

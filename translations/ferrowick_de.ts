@@ -315,6 +315,14 @@ signiert hat.
             <numerusform>%1 von %n Dateien</numerusform>
         </translation>
     </message>
+    <message>
+        <source>Delete</source>
+        <translation>Löschen</translation>
+    </message>
+    <message>
+        <source>Keep</source>
+        <translation>Behalten</translation>
+    </message>
 </context>
 <context>
     <name>ZKDesktopSshPrompter</name>
