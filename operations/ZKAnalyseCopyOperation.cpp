@@ -7,6 +7,7 @@
 #include "ZKPartialFile.h"
 #include "ZKReaderFactory.h"
 
+#include <QCoreApplication>
 #include <QFileInfo>
 #include <QScopeGuard>
 
@@ -217,7 +218,8 @@ void ZKAnalyseCopyOperation::analysePartialFile(const ZKFileInfo &item,
 
 void ZKAnalyseCopyOperation::skipExisting(const QUrl &source, const QUrl &existing) {
     skip(source);
-    m_notes.append(QStringLiteral("'%1' already exists.").arg(existing.path()));
+    m_notes.append(QCoreApplication::translate("ZKAnalyseCopyOperation", "'%1' already exists.")
+                       .arg(existing.path()));
 }
 
 bool ZKAnalyseCopyOperation::linkIsLeftAlone(bool isLink) const {

@@ -25,6 +25,13 @@
     </message>
 </context>
 <context>
+    <name>ZKAnalyseCopyOperation</name>
+    <message>
+        <source>&apos;%1&apos; already exists.</source>
+        <translation>„%1“ ist bereits vorhanden.</translation>
+    </message>
+</context>
+<context>
     <name>ZKAppDelegate</name>
     <message>
         <source>Preferences...</source>
