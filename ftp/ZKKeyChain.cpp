@@ -4,6 +4,7 @@
 
 #include "ZKLogging.h"
 
+#include <QCoreApplication>
 #include <QHash>
 
 #include <libsecret/secret.h>
@@ -120,7 +121,10 @@ bool ZKKeyChain::storePassword(const QString &host, const QString &username,
         }
     }
 
-    const QByteArray label = QStringLiteral("FTP password for %1@%2").arg(username, host).toUtf8();
+    // The name the desktop's password manager shows the entry by.
+    const QByteArray label = QCoreApplication::translate("ZKKeyChain", "FTP password for %1@%2")
+                                 .arg(username, host)
+                                 .toUtf8();
     const QByteArray secret = password->toUtf8();
     GError *error = nullptr;
     const gboolean stored = secret_password_store_sync(

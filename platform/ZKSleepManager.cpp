@@ -4,6 +4,7 @@
 
 #include "ZKLogging.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusReply>
@@ -14,7 +15,6 @@
 namespace {
 const QString what = QStringLiteral("idle");
 const QString who = QStringLiteral("Ferrowick");
-const QString why = QStringLiteral("Ferrowick copying in progress");
 const QString mode = QStringLiteral("block");
 const QString powerService = QStringLiteral("org.freedesktop.PowerManagement");
 const QString powerPath = QStringLiteral("/org/freedesktop/PowerManagement/Inhibit");
@@ -48,6 +48,9 @@ void ZKSleepManager::preventIdleSleep() {
     if (m_powerManagementId != 0 || refusedRecently()) {
         return;
     }
+    // Shown by the desktop where it lists what holds off sleep.
+    const QString why =
+        QCoreApplication::translate("ZKSleepManager", "Ferrowick copying in progress");
     auto system = QDBusConnection::systemBus();
     if (system.isConnected()) {
         const QDBusReply<QDBusUnixFileDescriptor> reply =

@@ -4,6 +4,7 @@
 
 #include "ZKUserDefaults.h"
 
+#include <QCoreApplication>
 #include <QStringList>
 
 namespace {
@@ -55,7 +56,8 @@ bool ZKTrustedCertificates::isTrusted(const QString &fingerprint) {
 
 QString ZKTrustedCertificates::refusal(const QString &host, const QString &reason,
                                        const QString &fingerprint) {
-    return QStringLiteral("The certificate of %1 is not trusted (%2). Its SHA-256 fingerprint "
-                          "is %3.")
+    return QCoreApplication::translate("ZKTrustedCertificates",
+                                       "The certificate of %1 is not trusted (%2). Its SHA-256 "
+                                       "fingerprint is %3.")
         .arg(host, reason, fingerprint);
 }

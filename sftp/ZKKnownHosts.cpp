@@ -134,7 +134,8 @@ bool makeFolder(const QString &folder, QString *error) {
     if (parent != folder && !makeFolder(parent, error))
         return false;
     if (::mkdir(QFile::encodeName(folder).constData(), 0700) != 0 && errno != EEXIST) {
-        *error = tr("Cannot create the folder %1: %2").arg(folder, systemError(errno));
+        *error = QCoreApplication::translate("ZKKnownHosts", "Cannot create the folder %1: %2")
+                     .arg(folder, systemError(errno));
         return false;
     }
     return true;

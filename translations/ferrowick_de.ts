@@ -844,6 +844,13 @@ Verbinden Sie nur, wenn Sie wissen, dass dies der Schlüssel des Servers ist; er
     </message>
 </context>
 <context>
+    <name>ZKKeyChain</name>
+    <message>
+        <source>FTP password for %1@%2</source>
+        <translation>FTP-Passwort für %1@%2</translation>
+    </message>
+</context>
+<context>
     <name>ZKKnownHosts</name>
     <message>
         <source>&quot;%1&quot; cannot be recorded as a host name.</source>
@@ -864,6 +871,10 @@ Verbinden Sie nur, wenn Sie wissen, dass dies der Schlüssel des Servers ist; er
     <message>
         <source>Cannot write to %1: %2</source>
         <translation>In %1 kann nicht geschrieben werden: %2</translation>
+    </message>
+    <message>
+        <source>Cannot create the folder %1: %2</source>
+        <translation>Der Ordner %1 kann nicht angelegt werden: %2</translation>
     </message>
 </context>
 <context>
@@ -2201,6 +2212,13 @@ Der Fingerabdruck des %2-Schlüssels ist %3.</translation>
     </message>
 </context>
 <context>
+    <name>ZKSleepManager</name>
+    <message>
+        <source>Ferrowick copying in progress</source>
+        <translation>Ferrowick kopiert gerade</translation>
+    </message>
+</context>
+<context>
     <name>ZKSpeedLimitSheet</name>
     <message>
         <source>Speed Limit</source>
@@ -2542,6 +2560,13 @@ Der Fingerabdruck des %2-Schlüssels ist %3.
             <numerusform>etwa eine Minute</numerusform>
             <numerusform>etwa %n Minuten</numerusform>
         </translation>
+    </message>
+</context>
+<context>
+    <name>ZKTrustedCertificates</name>
+    <message>
+        <source>The certificate of %1 is not trusted (%2). Its SHA-256 fingerprint is %3.</source>
+        <translation>Dem Zertifikat von %1 wird nicht vertraut (%2). Sein SHA-256-Fingerabdruck ist %3.</translation>
     </message>
 </context>
 <context>
