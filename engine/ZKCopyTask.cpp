@@ -24,6 +24,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QLocale>
 #include <QPointer>
 
 #include <algorithm>
@@ -796,8 +797,8 @@ void ZKCopyTask::refreshDetail() {
         // resting one only how far it got.
         QStringList parts;
         if (now.filesTotal > 1) {
-            const QString files =
-                tr("%1 of %n files", nullptr, int(now.filesTotal)).arg(now.filesDone);
+            const QString files = tr("%1 of %n files", nullptr, int(now.filesTotal))
+                                      .arg(QLocale().toString(qint64(now.filesDone)));
             parts << (now.currentFile.isEmpty()
                           ? files
                           : QStringLiteral("%1 (%2)").arg(now.currentFile, files));

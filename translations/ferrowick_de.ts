@@ -318,8 +318,8 @@ signiert hat.
     <message numerus="yes">
         <source>%1 of %n files</source>
         <translation>
-            <numerusform>%1 von %n Datei</numerusform>
-            <numerusform>%1 von %n Dateien</numerusform>
+            <numerusform>%1 von %Ln Datei</numerusform>
+            <numerusform>%1 von %Ln Dateien</numerusform>
         </translation>
     </message>
     <message>

@@ -26,8 +26,8 @@
     <message numerus="yes">
         <source>%1 of %n files</source>
         <translation>
-            <numerusform>%1 of %n file</numerusform>
-            <numerusform>%1 of %n files</numerusform>
+            <numerusform>%1 of %Ln file</numerusform>
+            <numerusform>%1 of %Ln files</numerusform>
         </translation>
     </message>
 </context>
