@@ -9,11 +9,11 @@
 #include "ZKTaskState.h"
 #include "ZKTimeFormatter.h"
 
+#include <QLocale>
 #include <QSet>
 
 #include <algorithm>
 #include <numeric>
-#include <vector>
 #include <vector>
 
 const QString ZKTaskQueue::pasteboardType = QStringLiteral("com.velmarind.ferrowick.task");
@@ -698,9 +698,12 @@ QString ZKTaskQueue::description(qint32 queueState) const {
 }
 
 QString ZKTaskQueue::describe(const ZKQueueFigures &figures) {
-    QString text = tr("%1 of %2 complete").arg(figures.completedCount).arg(figures.taskCount);
+    const QLocale locale;
+    QString text = tr("%1 of %2 complete")
+                       .arg(locale.toString(qint64(figures.completedCount)),
+                            locale.toString(qint64(figures.taskCount)));
     if (figures.failedCount != 0) {
-        text = tr("%1, %2 failed").arg(text).arg(figures.failedCount);
+        text = tr("%1, %2 failed").arg(text, locale.toString(qint64(figures.failedCount)));
     }
     if (figures.timeRemaining > 0) {
         text =
