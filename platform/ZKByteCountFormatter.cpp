@@ -49,7 +49,7 @@ QString ZKByteCountFormatter::formatByteCount(quint64 count, quint32 format) {
         // At most 1024 here.
         return QCoreApplication::translate("ZKByteCountFormatter", "%n bytes", nullptr, int(count));
     }
-    return QStringLiteral("%1 %2").arg(formatFixed(value, units == 0 ? 0 : 1),
+    return QStringLiteral("%1 %2").arg(formatDecimal(value, units == 0 ? 0 : 1),
                                        unitNameForFormat(format, units));
 }
 

@@ -11,7 +11,8 @@ enum ZKByteCountFormat : quint32 {
     ZKByteCountFormatDataRate = 1,
 };
 
-// Sizes and data rates in binary units: "1.5 KB", "1024 bytes", "3.2 MB/s".
+// Sizes and data rates in binary units: "1.5 KB", "1024 bytes", "3.2 MB/s",
+// with the decimal point of the user's language ("1,5 KB" in German).
 class ZKByteCountFormatter : public ZKNumberFormatter {
 public:
     explicit ZKByteCountFormatter(quint32 format = ZKByteCountFormatFileSize);

@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 
+#include <QLocale>
 #include <QMetaType>
 
 ZKNumberFormatter::~ZKNumberFormatter() = default;
@@ -55,4 +56,13 @@ QString ZKNumberFormatter::formatFixed(double value, int decimals) {
     if (result.ec != std::errc())
         return QStringLiteral("?");
     return QString::fromLatin1(buffer, result.ptr - buffer);
+}
+
+QString ZKNumberFormatter::formatDecimal(double value, int decimals) {
+    QString text = formatFixed(value, decimals);
+    const QString point = QLocale().decimalPoint();
+    if (point != QLatin1String(".") && std::isfinite(value)) {
+        text.replace(QLatin1Char('.'), point);
+    }
+    return text;
 }

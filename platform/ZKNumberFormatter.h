@@ -23,7 +23,12 @@ public:
     static bool isNumber(const QVariant &value);
 
 protected:
-    // printf-style fixed notation, always with a '.' whatever the user's
-    // locale, because the texts are also written to logs and terminals.
+    // printf-style fixed notation, always with a '.' whatever the C
+    // library's locale.
     static QString formatFixed(double value, int decimals);
+    // The same with the decimal point of the default QLocale, which the
+    // programs set from the user's session: "1,5" in German. The C library's
+    // locale never counts, and no digits are grouped, so English reads as
+    // formatFixed() does.
+    static QString formatDecimal(double value, int decimals);
 };

@@ -28,7 +28,7 @@ QString ZKTimeFormatter::formatTime(double seconds) {
         if (days < 1.1)
             return text(QT_TRANSLATE_NOOP("ZKTimeFormatter", "about a day"));
         return text(QT_TRANSLATE_NOOP("ZKTimeFormatter", "about %1 days"))
-            .arg(formatFixed(days, 1));
+            .arg(formatDecimal(days, 1));
     }
     // 86400 itself stays here and reads "about 24.0 hours".
     if (t > 3600.0) {
@@ -36,7 +36,7 @@ QString ZKTimeFormatter::formatTime(double seconds) {
         if (hours < 1.1)
             return text(QT_TRANSLATE_NOOP("ZKTimeFormatter", "about an hour"));
         return text(QT_TRANSLATE_NOOP("ZKTimeFormatter", "about %1 hours"))
-            .arg(formatFixed(hours, 1));
+            .arg(formatDecimal(hours, 1));
     }
     if (t <= 55.0) {
         // Whole seconds to a multiple of five, rounding up from two past one:

@@ -18,7 +18,8 @@ private Q_SLOTS:
     void unitNameForFormat();
     void stringForObjectValue_data();
     void stringForObjectValue();
-    void ignoresTheUserLocale();
+    void followsTheLanguageNotTheCLibrary_data();
+    void followsTheLanguageNotTheCLibrary();
 };
 
 void TestZKByteCountFormatter::formatByteCount_data() {
@@ -84,20 +85,50 @@ void TestZKByteCountFormatter::stringForObjectValue() {
     QCOMPARE(text, expected);
 }
 
-void TestZKByteCountFormatter::ignoresTheUserLocale() {
-    // Both the Qt default locale and the C locale may be German in a user's
-    // session; neither may turn the point into a comma.
+void TestZKByteCountFormatter::followsTheLanguageNotTheCLibrary_data() {
+    QTest::addColumn<QString>("language");   // the default QLocale
+    QTest::addColumn<QByteArray>("numbers"); // the C library's LC_NUMERIC
+    QTest::addColumn<quint64>("count");
+    QTest::addColumn<QString>("size");
+    QTest::addColumn<QString>("rate");
+
+    QTest::newRow("C") << "C" << QByteArray("C") << quint64(1536) << "1.5 KB"
+                       << "1.5 KB/s";
+    QTest::newRow("English") << "en_US" << QByteArray("C") << quint64(1536) << "1.5 KB"
+                             << "1.5 KB/s";
+    QTest::newRow("German") << "de_DE" << QByteArray("C") << quint64(1536) << "1,5 KB"
+                            << "1,5 KB/s";
+    // No digits are grouped, in any language.
+    QTest::newRow("English, 1024.0")
+        << "en_US" << QByteArray("C") << quint64(1048576) << "1024.0 KB"
+        << "1024.0 KB/s";
+    QTest::newRow("German, 1024,0") << "de_DE" << QByteArray("C") << quint64(1048576) << "1024,0 KB"
+                                    << "1024,0 KB/s";
+    QTest::newRow("C library German")
+        << "C" << QByteArray("de_DE.UTF-8") << quint64(1536) << "1.5 KB"
+        << "1.5 KB/s";
+    QTest::newRow("both German") << "de_DE" << QByteArray("de_DE.UTF-8") << quint64(1536)
+                                 << "1,5 KB"
+                                 << "1,5 KB/s";
+}
+
+void TestZKByteCountFormatter::followsTheLanguageNotTheCLibrary() {
+    QFETCH(QString, language);
+    QFETCH(QByteArray, numbers);
+    QFETCH(quint64, count);
+    QFETCH(QString, size);
+    QFETCH(QString, rate);
     const QLocale previous;
-    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
-    const bool haveCLocale = std::setlocale(LC_NUMERIC, "de_DE.UTF-8") != nullptr;
-    const QString size = ZKByteCountFormatter::formatFileSize(1536);
-    const QString rate = ZKByteCountFormatter::formatDataRate(1536);
+    QLocale::setDefault(QLocale(language));
+    const bool haveCLocale = std::setlocale(LC_NUMERIC, numbers.constData()) != nullptr;
+    const QString shownSize = ZKByteCountFormatter::formatFileSize(count);
+    const QString shownRate = ZKByteCountFormatter::formatDataRate(count);
     std::setlocale(LC_NUMERIC, "C");
     QLocale::setDefault(previous);
-    QCOMPARE(size, QStringLiteral("1.5 KB"));
-    QCOMPARE(rate, QStringLiteral("1.5 KB/s"));
+    QCOMPARE(shownSize, size);
+    QCOMPARE(shownRate, rate);
     if (!haveCLocale)
-        qInfo("de_DE.UTF-8 is not installed; only the Qt locale was changed");
+        qInfo("%s is not installed; only the Qt locale was changed", numbers.constData());
 }
 
 QTEST_GUILESS_MAIN(TestZKByteCountFormatter)

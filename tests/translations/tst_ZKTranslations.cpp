@@ -92,6 +92,7 @@ private Q_SLOTS:
     void menusReadGerman();
     void preferencesKeepTheirShortcut();
     void pluralsReadCorrectEnglish();
+    void sizesReadGerman();
     void cliSpeaksGerman();
 };
 
@@ -159,6 +160,12 @@ void TestZKTranslations::pluralsReadCorrectEnglish() {
     QCOMPARE(one, QStringLiteral("1 byte"));
     QCOMPARE(two, QStringLiteral("2 bytes"));
     QCOMPARE(ZKByteCountFormatter::formatFileSize(1), QStringLiteral("1 Byte"));
+}
+
+void TestZKTranslations::sizesReadGerman() {
+    // The session's language alone sets the notation, as it does the texts.
+    QCOMPARE(ZKByteCountFormatter::formatFileSize(1536), QStringLiteral("1,5 KB"));
+    QCOMPARE(ZKByteCountFormatter::formatDataRate(1536), QStringLiteral("1,5 KB/s"));
 }
 
 void TestZKTranslations::cliSpeaksGerman() {
