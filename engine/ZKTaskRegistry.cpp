@@ -10,6 +10,7 @@
 #include <QHash>
 
 #include <typeinfo>
+#include <unordered_map>
 
 using S = ZKTaskState;
 
@@ -63,6 +64,109 @@ QString lastName(const QUrl &url) {
     return name;
 }
 
+size_t nameHash(const QString &name) {
+    return qHash(name, size_t(0));
+}
+
+size_t sourceNameHash(const ZKTask &task) {
+    const ZKReaderPtr source = task.source();
+    return source ? nameHash(lastName(source->url())) : 0;
+}
+
+// The tasks of one open queue by the last part of their source's address,
+// so that a check looks at the few tasks whose source ends alike instead of
+// a queue of 100,000. It follows the queue as tasks join it and leave it,
+// and as a task's source changes (the queue tells of any change a row
+// shows). Tasks that left are dropped in sweeps: an entry only points the
+// way, and is looked up in the queue before it counts.
+class NameIndex {
+public:
+    static const NameIndex &of(const ZKTaskQueue &queue) {
+        // Node-based: an index stays where it is while others come and go.
+        static std::unordered_map<const ZKTaskQueue *, NameIndex> indexes;
+        auto found = indexes.find(&queue);
+        if (found == indexes.end()) {
+            found = indexes.emplace(&queue, NameIndex()).first;
+            QObject::connect(&queue, &QObject::destroyed, [key = &queue] { indexes.erase(key); });
+            QObject::connect(&queue, &ZKTaskQueue::tasksInserted, &queue,
+                             [&queue](const ZKIndexList &at) { indexes[&queue].join(queue, at); });
+            QObject::connect(
+                &queue, &ZKTaskQueue::tasksRemoved, &queue,
+                [&queue](const ZKIndexList &at) { indexes[&queue].leave(queue, at.size()); });
+            QObject::connect(&queue, &ZKTaskQueue::taskChanged, &queue,
+                             [&queue](const ZKTaskPtr &task) { indexes[&queue].refile(*task); });
+            found->second.rebuild(queue);
+        } else if (NameIndex &index = found->second;
+                   index.m_filed.size() - index.m_gone != queue.count()) {
+            // Out of step with the queue, as it should never be: start from
+            // what the queue holds.
+            index.rebuild(queue);
+        }
+        return found->second;
+    }
+
+    QList<const ZKTask *> tasksNamed(const QString &name) const {
+        return m_byName.values(nameHash(name));
+    }
+
+private:
+    void file(const ZKTask &task) {
+        const auto filed = m_filed.constFind(&task);
+        if (filed != m_filed.cend()) {
+            // Back after it left, or a new task where a gone one lived.
+            m_byName.remove(*filed, &task);
+            --m_gone;
+        }
+        const size_t hash = sourceNameHash(task);
+        m_filed.insert(&task, hash);
+        m_byName.insert(hash, &task);
+    }
+
+    void join(const ZKTaskQueue &queue, const ZKIndexList &at) {
+        const QList<ZKTaskPtr> tasks = queue.tasks();
+        for (const qsizetype i : at) {
+            if (i >= 0 && i < tasks.size()) {
+                file(*tasks.at(i));
+            }
+        }
+    }
+
+    void leave(const ZKTaskQueue &queue, qsizetype count) {
+        m_gone += count;
+        if (m_gone > 64 && m_gone > m_filed.size() / 2) {
+            rebuild(queue);
+        }
+    }
+
+    void refile(const ZKTask &task) {
+        const auto filed = m_filed.find(&task);
+        if (filed == m_filed.end()) {
+            return;
+        }
+        const size_t hash = sourceNameHash(task);
+        if (hash != *filed) {
+            m_byName.remove(*filed, &task);
+            m_byName.insert(hash, &task);
+            *filed = hash;
+        }
+    }
+
+    void rebuild(const ZKTaskQueue &queue) {
+        m_byName.clear();
+        m_filed.clear();
+        m_gone = 0;
+        const QList<ZKTaskPtr> tasks = queue.tasks();
+        for (const ZKTaskPtr &task : tasks) {
+            file(*task);
+        }
+    }
+
+    QMultiHash<size_t, const ZKTask *> m_byName;
+    QHash<const ZKTask *, size_t> m_filed;
+    // Of the filed tasks, how many have left the queue.
+    qsizetype m_gone = 0;
+};
+
 int defaultPort(const QString &scheme) {
     if (scheme == QLatin1String("http")) {
         return 80;
@@ -113,8 +217,8 @@ QStringList ZKTaskRegistry::refusals(const QList<Candidate> &candidates) {
         return keys[i];
     };
     // The candidates still looked for, by the last part of their source's
-    // address: a queue may hold 100,000 tasks, and one whose source ends
-    // otherwise is passed over without its addresses being spelt out.
+    // address: only the tasks whose source ends alike are looked at, and
+    // their addresses spelt out.
     struct Group {
         QList<qsizetype> members;
         QHash<QString, qsizetype> byKey;
@@ -155,28 +259,31 @@ QStringList ZKTaskRegistry::refusals(const QList<Candidate> &candidates) {
         }
     }
     for (const ZKFerrowickDocument *document : std::as_const(openQueues())) {
-        for (const ZKTaskPtr &task : document->taskQueue().tasks()) {
+        const ZKTaskQueue &queue = document->taskQueue();
+        const NameIndex &index = NameIndex::of(queue);
+        for (auto group = groups.begin(); group != groups.end(); ++group) {
             if (remaining == 0) {
                 return reasons;
             }
-            if (hasEnded(task->state()) || themselves.contains(task.get())) {
-                continue;
-            }
-            const auto source = task->source();
-            const auto destination = task->destination();
-            if (!source || !destination) {
-                continue;
-            }
-            const auto group = groups.find(lastName(source->url()));
-            if (group == groups.end()) {
-                continue;
-            }
-            keyGroup(*group);
-            const auto found = group->byKey.constFind(transferKey(*source, *destination));
-            if (found != group->byKey.cend()) {
-                reasons[*found] = alreadyQueued(*candidates[*found].source, *document);
-                group->byKey.erase(found);
-                --remaining;
+            for (const ZKTask *address : index.tasksNamed(group.key())) {
+                // The index only points the way: what counts is the task as
+                // the queue holds it now.
+                const ZKTaskPtr task = queue.taskWithAddress(address);
+                if (!task || hasEnded(task->state()) || themselves.contains(task.get())) {
+                    continue;
+                }
+                const auto source = task->source();
+                const auto destination = task->destination();
+                if (!source || !destination) {
+                    continue;
+                }
+                keyGroup(*group);
+                const auto found = group->byKey.constFind(transferKey(*source, *destination));
+                if (found != group->byKey.cend()) {
+                    reasons[*found] = alreadyQueued(*candidates[*found].source, *document);
+                    group->byKey.erase(found);
+                    --remaining;
+                }
             }
         }
     }

@@ -70,6 +70,8 @@ private Q_SLOTS:
     void sourcesWithoutDestinationAskForOne();
     void sameTransferIsQueuedOnce_data();
     void sameTransferIsQueuedOnce();
+    void queuedTransferIsFollowed_data();
+    void queuedTransferIsFollowed();
     void refusalsOfOneArrivalComeTogether();
 
 private:
@@ -977,6 +979,60 @@ void TestZKFerrowickDocument::sameTransferIsQueuedOnce() {
     if (refused) {
         QCOMPARE(told.first().first().toStringList(), message);
     }
+}
+
+void TestZKFerrowickDocument::queuedTransferIsFollowed_data() {
+    QTest::addColumn<QString>("change"); // of the queued task, from "b"
+    QTest::addColumn<QString>("source"); // of the task added afterwards
+    QTest::addColumn<bool>("refused");
+
+    const auto row = [](const char *name, const char *change, const char *source, bool refused) {
+        QTest::newRow(name) << QString(change) << QString(source) << refused;
+    };
+    row("source changed to it", "new source", "a", true);
+    row("source changed from it", "new source", "b", false);
+    row("taken out", "taken out", "b", false);
+    row("taken out and put back", "put back", "b", true);
+    row("dragged to another queue", "dragged", "b", true);
+}
+
+// The queued task is found as it stands now, not as it joined.
+void TestZKFerrowickDocument::queuedTransferIsFollowed() {
+    QFETCH(QString, change);
+    QFETCH(QString, source);
+    QFETCH(bool, refused);
+
+    for (const QString name : {"a", "b"}) {
+        QVERIFY(writeFile(path(name), name.toUtf8()));
+    }
+    ZKFerrowickDocument queued;
+    ZKFerrowickDocument other;
+    for (auto *document : {&queued, &other}) {
+        document->setState(ZKQueueState::Paused);
+    }
+    const auto task = queued.addTasks({reader("b")}, outFolder(), 0).first();
+    if (change == "new source") {
+        // Once the queue has told of the change, as the row shows it.
+        bool told = false;
+        connect(&queued.taskQueue(), &ZKTaskQueue::taskChanged, &queued,
+                [&] { told = task->filename() == QStringLiteral("a"); });
+        queued.changeSourceForTask(task, reader("a"));
+        QTRY_VERIFY(told);
+    } else if (change == "taken out" || change == "put back") {
+        queued.removeTasksAtIndexes({0});
+        if (change == "put back") {
+            QCOMPARE(queued.insertTasks({task}, {0}).size(), 1);
+        }
+    } else {
+        ZKMimeDataPasteboard pasteboard;
+        queued.dragItemFromIndex(0, pasteboard);
+        QVERIFY(other.dropItemsAtIndex(0, *pasteboard.mimeData()));
+        queued.draggedItemWasTaken(0, Qt::CopyAction);
+        QCOMPARE(other.indexOfTask(task), 0);
+    }
+    QStringList reasons;
+    const auto added = queued.addTasks({reader(source)}, outFolder(), 0, &reasons);
+    QVERIFY2(added.size() == (refused ? 0 : 1), qUtf8Printable(reasons.join(' ')));
 }
 
 // A drop of several items tells of all it could not add at once, and adds
