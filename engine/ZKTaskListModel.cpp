@@ -7,10 +7,13 @@
 #include <QList>
 #include <QUrl>
 
+#include <algorithm>
+
 ZKTaskListModel::ZKTaskListModel(ZKTaskQueue &queue, QObject *parent)
     : QAbstractListModel(parent)
     , m_queue(queue)
     , m_rows(queue.tasks()) {
+    renumber();
     connect(&queue, &ZKTaskQueue::tasksInserted, this, &ZKTaskListModel::insertRows);
     connect(&queue, &ZKTaskQueue::tasksRemoved, this, &ZKTaskListModel::removeRows);
     connect(&queue, &ZKTaskQueue::taskMoved, this, &ZKTaskListModel::moveRow);
@@ -33,13 +36,13 @@ ZKTaskPtr ZKTaskListModel::taskAt(int row) const {
 }
 
 int ZKTaskListModel::rowOfTask(const ZKTask *task) const {
-    if (m_rowOf.isEmpty() && !m_rows.isEmpty()) {
-        m_rowOf.reserve(m_rows.size());
-        for (int i = 0; i < m_rows.size(); ++i) {
-            m_rowOf.insert(m_rows.at(i).get(), i);
-        }
+    const auto key = m_keyOf.constFind(task);
+    if (key == m_keyOf.cend()) {
+        return -1;
     }
-    return m_rowOf.value(task, -1);
+    const auto at = std::lower_bound(m_keys.cbegin(), m_keys.cend(), *key);
+    const qsizetype row = at - m_keys.cbegin();
+    return row < m_rows.size() && m_rows.at(row).get() == task ? int(row) : -1;
 }
 
 QVariant ZKTaskListModel::data(const QModelIndex &index, int role) const {
@@ -134,7 +137,6 @@ QHash<int, QByteArray> ZKTaskListModel::roleNames() const {
 
 void ZKTaskListModel::insertRows(const ZKIndexList &indexes) {
     const QList<ZKTaskPtr> now = m_queue.tasks();
-    m_rowOf.clear();
     // Ascending, so each index is where its task stands once the ones before
     // it are in; runs of neighbours go in together.
     for (qsizetype i = 0; i < indexes.size();) {
@@ -149,16 +151,20 @@ void ZKTaskListModel::insertRows(const ZKIndexList &indexes) {
             return;
         }
         beginInsertRows({}, int(first), int(last));
+        // In one move of the rows below: a list of 100,000 is not shifted
+        // once per row.
+        m_rows.insert(first, last - first + 1, nullptr);
+        m_keys.insert(first, last - first + 1, 0);
         for (qsizetype k = first; k <= last; ++k) {
-            m_rows.insert(k, now.at(k));
+            m_rows[k] = now.at(k);
         }
+        keyRows(first, last);
         endInsertRows();
         i = j;
     }
 }
 
 void ZKTaskListModel::removeRows(const ZKIndexList &indexes) {
-    m_rowOf.clear();
     // From the end, so the earlier indexes still hold.
     for (qsizetype j = indexes.size(); j > 0;) {
         qsizetype i = j - 1;
@@ -172,7 +178,11 @@ void ZKTaskListModel::removeRows(const ZKIndexList &indexes) {
             return;
         }
         beginRemoveRows({}, int(first), int(last));
+        for (qsizetype k = first; k <= last; ++k) {
+            m_keyOf.remove(m_rows.at(k).get());
+        }
         m_rows.remove(first, last - first + 1);
+        m_keys.remove(first, last - first + 1);
         endRemoveRows();
         j = i;
     }
@@ -186,16 +196,51 @@ void ZKTaskListModel::moveRow(qsizetype from, qsizetype to) {
         reload();
         return;
     }
-    m_rowOf.clear();
     // Qt counts the target before the row is taken out.
     beginMoveRows({}, int(from), int(from), {}, int(to > from ? to + 1 : to));
     m_rows.move(from, to);
+    m_keys.remove(from);
+    m_keys.insert(to, 0);
+    keyRows(to, to);
     endMoveRows();
 }
 
 void ZKTaskListModel::reload() {
     beginResetModel();
     m_rows = m_queue.tasks();
-    m_rowOf.clear();
+    renumber();
     endResetModel();
+}
+
+namespace {
+// Far apart, so that rows put between two others rarely use the room up.
+constexpr qint64 keyStep = qint64(1) << 16;
+} // namespace
+
+void ZKTaskListModel::keyRows(qsizetype first, qsizetype last) {
+    const qint64 count = last - first + 1;
+    const qsizetype size = m_keys.size();
+    const qint64 after = last + 1 < size ? m_keys[last + 1]
+                         : first > 0     ? m_keys[first - 1] + (count + 1) * keyStep
+                                         : 0;
+    const qint64 before = first > 0 ? m_keys[first - 1] : after - (count + 1) * keyStep;
+    const qint64 room = after - before;
+    if (room <= count) {
+        renumber();
+        return;
+    }
+    for (qsizetype k = first; k <= last; ++k) {
+        m_keys[k] = before + room * (k - first + 1) / (count + 1);
+        m_keyOf.insert(m_rows.at(k).get(), m_keys[k]);
+    }
+}
+
+void ZKTaskListModel::renumber() {
+    m_keys.resize(m_rows.size());
+    m_keyOf.clear();
+    m_keyOf.reserve(m_rows.size());
+    for (qsizetype k = 0; k < m_rows.size(); ++k) {
+        m_keys[k] = qint64(k) * keyStep;
+        m_keyOf.insert(m_rows.at(k).get(), m_keys[k]);
+    }
 }
