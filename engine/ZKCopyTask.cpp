@@ -261,10 +261,8 @@ void ZKCopyTask::prepare() {
     runOperation(operation, S::Preparing, [this](ZKFileOperation &op) { endPrepare(op); });
 }
 
-void ZKCopyTask::process() {
-    setState(S::Processing);
-    auto operation =
-        std::make_shared<ZKCopyOperation>(source(), destination(), m_bytesCopied.load());
+std::shared_ptr<ZKCopyOperation> ZKCopyTask::makeCopyOperation(quint64 offset) const {
+    auto operation = std::make_shared<ZKCopyOperation>(source(), destination(), offset);
     configure(*operation);
     auto &defaults = ZKUserDefaults::standard();
     operation->setCopyCreationTime(defaults.boolForKey(ZKPreferences::copyCreationTime));
@@ -275,17 +273,28 @@ void ZKCopyTask::process() {
         qint32(defaults.integerForKey(ZKPreferences::symbolicLinkAction)));
     // A verified copy takes its real name once the verification passed.
     operation->setGivesRealNames(!isVerifyEnabled());
-    runOperation(operation, S::Processing, [this](ZKFileOperation &op) { endProcess(op); });
+    return operation;
 }
 
-void ZKCopyTask::verify() {
-    setState(S::Verifying);
+std::shared_ptr<ZKVerifyFileOperation> ZKCopyTask::makeVerifyOperation() const {
     auto operation =
         std::make_shared<ZKVerifyFileOperation>(source(), destination(), m_bytesVerified.load());
     configure(*operation);
     operation->setSymbolicLinkHandling(
         qint32(ZKUserDefaults::standard().integerForKey(ZKPreferences::symbolicLinkAction)));
-    runOperation(operation, S::Verifying, [this](ZKFileOperation &op) { endVerify(op); });
+    return operation;
+}
+
+void ZKCopyTask::process() {
+    setState(S::Processing);
+    runOperation(makeCopyOperation(m_bytesCopied.load()), S::Processing,
+                 [this](ZKFileOperation &op) { endProcess(op); });
+}
+
+void ZKCopyTask::verify() {
+    setState(S::Verifying);
+    runOperation(makeVerifyOperation(), S::Verifying,
+                 [this](ZKFileOperation &op) { endVerify(op); });
 }
 
 void ZKCopyTask::remove() {
@@ -320,41 +329,11 @@ void ZKCopyTask::runOperation(const std::shared_ptr<ZKFileOperation> &operation,
                 });
         });
     }
-    const std::weak_ptr<ZKFileOperation> weak = operation;
-    operation->setCompletionBlock([this, weak, runningState, endHandler = std::move(endHandler)] {
-        {
-            std::lock_guard locker(m_lock);
-            m_currentOperation.reset();
-        }
-        // The worker does not wait for the main thread: the step counts as
-        // running until its end handler has run there, which is what those
-        // who wait for it wait for. The figures are brought up to date in the
-        // same visit, since each visit costs the main thread a wake-up and
-        // the worker two switches, most of a small file's time. A task let
-        // go meanwhile (one whose state no longer said it was running waits
-        // only for its operation queue, done by now) is left alone.
-        auto end = [this, guard = QPointer<ZKCopyTask>(this), operation = weak.lock(), runningState,
-                    endHandler] {
-            if (!guard) {
-                return;
-            }
-            refreshSourceName();
-            if (runningState == S::Processing) {
-                // A later run passes over the files this one finished.
-                std::lock_guard locker(m_lock);
-                m_filesAlreadyDone += m_filesDoneThisRun;
-                m_filesDoneThisRun = 0;
-            }
-            endHandler(*operation);
-            refreshNow();
-            signalOperationFinished();
-        };
-        if (QCoreApplication::instance()) {
-            ZKMainQueue::async(std::move(end));
-        } else {
-            end(); // no main thread to hand it to
-        }
-    });
+    // The visit holds its operations until its end handlers have run; each
+    // operation holds the visit only until its completion has run.
+    auto visit = std::make_shared<std::vector<Step>>();
+    visit->push_back({operation, runningState, std::move(endHandler), nullptr});
+    operation->setCompletionBlock([this, visit] { endStepOnWorker(visit); });
     {
         std::lock_guard locker(m_completionLock);
         m_operationStarted = true;
@@ -364,6 +343,168 @@ void ZKCopyTask::runOperation(const std::shared_ptr<ZKFileOperation> &operation,
         m_currentOperation = operation;
     }
     m_operationQueue.addOperation(operation);
+}
+
+void ZKCopyTask::endStepOnWorker(const Visit &visit) {
+    // A small local file's next step costs less than the two hand-overs
+    // between the threads that a rest in between takes: when the queue would
+    // start it at once anyway, it follows here, and the main thread hears of
+    // both steps in one visit.
+    if (auto next = followingStep(visit)) {
+        const auto previous = visit->back().operation;
+        const auto operation = next->operation;
+        visit->push_back(std::move(*next));
+        operation->setCompletionBlock([this, visit] { endStepOnWorker(visit); });
+        {
+            std::lock_guard locker(m_lock);
+            m_currentOperation = operation;
+        }
+        m_operationQueue.addOperation(operation);
+        // A pause that cancelled the step before the next one was queued
+        // cancels that one too; one after it finds it queued.
+        if (previous->isCancelled()) {
+            operation->cancel();
+        }
+        return;
+    }
+    {
+        std::lock_guard locker(m_lock);
+        m_currentOperation.reset();
+    }
+    // The worker does not wait for the main thread: the steps count as
+    // running until their end handlers have run there, which is what those
+    // who wait for them wait for. The figures are brought up to date in the
+    // same visit, since each visit costs the main thread a wake-up and the
+    // worker two switches, most of a small file's time. A task let go
+    // meanwhile (one whose state no longer said it was running waits only
+    // for its operation queue, done by now) is left alone.
+    auto end = [this, guard = QPointer<ZKCopyTask>(this), visit] {
+        if (guard) {
+            endVisit(visit);
+        }
+    };
+    if (QCoreApplication::instance()) {
+        ZKMainQueue::async(std::move(end));
+    } else {
+        end(); // no main thread to hand it to
+    }
+}
+
+std::optional<ZKCopyTask::Step> ZKCopyTask::followingStep(const Visit &visit) {
+    // About what a local disk moves in the time of a hand-over to the main
+    // thread and back; a larger file shows its progress in its own step.
+    constexpr quint64 smallFileLimit = 1024 * 1024;
+    const Step &last = visit->back();
+    ZKFileOperation &done = *last.operation;
+    StepsMayFollow mayFollow;
+    {
+        std::lock_guard locker(m_lock);
+        mayFollow = m_stepsMayFollow;
+    }
+    // A speed limit paces a step that the queue's pause must reach.
+    if (!mayFollow || done.isCancelled() || done.error() || m_maximumTransferRate.load() != 0 ||
+        !done.source() || !done.source()->isLocal() || !done.destination() ||
+        !done.destination()->isLocal()) {
+        return std::nullopt;
+    }
+    Step next;
+    switch (last.runningState) {
+    case S::Preparing: {
+        const auto &analysis = static_cast<const ZKAnalyseCopyOperation &>(done);
+        const quint64 total = analysis.totalBytes();
+        const quint64 already = analysis.bytesAlreadyCopied();
+        // Only where endPrepare() rests in PendingProcessing.
+        if (analysis.isDirectory() || total > smallFileLimit ||
+            analysis.mutableSkippedUrls().contains(
+                ZKFileOperation::standardizedUrl(done.source()->url())) ||
+            (total != 0 && total == already && !analysis.hasUnfinishedFiles()) ||
+            !mayFollow(*this)) {
+            return std::nullopt;
+        }
+        auto operation = makeCopyOperation(already);
+        operation->setSkippedUrls(analysis.mutableSkippedUrls());
+        operation->setReplacedUrls(analysis.mutableReplacedUrls());
+        next.operation = operation;
+        next.runningState = S::Processing;
+        next.endHandler = [this](ZKFileOperation &op) {
+            endProcess(op);
+        };
+        break;
+    }
+    case S::Processing: {
+        // Only where endProcess() rests in PendingVerification.
+        if (!isVerifyEnabled() || !mayFollow(*this)) {
+            return std::nullopt;
+        }
+        auto operation = makeVerifyOperation();
+        operation->setSkippedUrls(done.skippedUrls());
+        operation->setReplacedUrls(done.replacedUrls());
+        next.operation = operation;
+        next.runningState = S::Verifying;
+        next.endHandler = [this](ZKFileOperation &op) {
+            endVerify(op);
+        };
+        break;
+    }
+    default:
+        return std::nullopt;
+    }
+    // Its reports wait for its running state, which the main thread sets
+    // when it hears of the step.
+    next.heldActivity = std::make_shared<ZKOperationActivity>();
+    next.operation->setActivityHandler([held = next.heldActivity](const ZKOperationActivity &r) {
+        held->bytes += r.bytes;
+        held->totalBytes = r.totalBytes;
+        held->timePassed += r.timePassed;
+        held->totalTimePassed = r.totalTimePassed;
+        held->currentFile = r.currentFile;
+        held->filesDone = r.filesDone;
+    });
+    return next;
+}
+
+void ZKCopyTask::endVisit(const Visit &visit) {
+    refreshSourceName();
+    for (size_t i = 0; i < visit->size(); ++i) {
+        const Step &step = (*visit)[i];
+        ZKFileOperation &operation = *step.operation;
+        if (i > 0) {
+            // The step followed without a rest: the task shows the resting
+            // state and the running state it passed through, in order. An
+            // end handler that did not rest where the step began (a
+            // cancellation, a failure) has the last word.
+            const ZKTaskState resting =
+                step.runningState == S::Processing ? S::PendingProcessing : S::PendingVerification;
+            if (state() != resting) {
+                break;
+            }
+            // A step cancelled by a pause leaves the task resting as it is.
+            if (!operation.isCancelled()) {
+                {
+                    std::lock_guard locker(m_lock);
+                    m_filesDoneThisRun = 0;
+                    m_currentFile.clear();
+                }
+                setState(step.runningState);
+                if (step.heldActivity && step.heldActivity->bytes != 0) {
+                    const quint64 bytes =
+                        step.runningState == S::Processing
+                            ? static_cast<ZKCopyOperation &>(operation).bytesCopied()
+                            : static_cast<ZKVerifyFileOperation &>(operation).bytesVerified();
+                    takeActivity(step.runningState, bytes, *step.heldActivity);
+                }
+            }
+        }
+        if (step.runningState == S::Processing) {
+            // A later run passes over the files this one finished.
+            std::lock_guard locker(m_lock);
+            m_filesAlreadyDone += m_filesDoneThisRun;
+            m_filesDoneThisRun = 0;
+        }
+        step.endHandler(operation);
+    }
+    refreshNow();
+    signalOperationFinished();
 }
 
 bool ZKCopyTask::endsByCancellation(ZKFileOperation &operation, ZKTaskState restingState) {
@@ -1066,6 +1207,11 @@ QStringList ZKCopyTask::notes() const {
 void ZKCopyTask::setThrottle(std::shared_ptr<ZKTransferThrottle> throttle) {
     std::lock_guard locker(m_lock);
     m_throttle = std::move(throttle);
+}
+
+void ZKCopyTask::setStepsMayFollow(StepsMayFollow mayFollow) {
+    std::lock_guard locker(m_lock);
+    m_stepsMayFollow = std::move(mayFollow);
 }
 
 QSet<QUrl> ZKCopyTask::preExistingUrls() const {

@@ -16,8 +16,11 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <vector>
 
+class ZKCopyOperation;
 class ZKFileOperation;
+class ZKVerifyFileOperation;
 
 // The one concrete task: analyse, copy, verify (when enabled) and remove the
 // source (in Move mode), one step per start(). Every state change and every
@@ -92,6 +95,7 @@ public:
     QStringList notes() const override;
     ZKTaskProgress progress() const override;
     void setThrottle(std::shared_ptr<ZKTransferThrottle> throttle) override;
+    void setStepsMayFollow(StepsMayFollow mayFollow) override;
     // Destination files the first analysis found and took as done without
     // this task writing them; a move compares them in full.
     QSet<QUrl> preExistingUrls() const;
@@ -132,8 +136,28 @@ private:
     void process();
     void verify();
     void remove();
+    // One step of a visit to the worker: its operation, the state it runs
+    // in, its end handler and, for a step that followed another there, the
+    // progress it reported meanwhile (worker, then main thread).
+    struct Step {
+        std::shared_ptr<ZKFileOperation> operation;
+        ZKTaskState runningState = ZKTaskState::PendingPreparation;
+        std::function<void(ZKFileOperation &)> endHandler;
+        std::shared_ptr<ZKOperationActivity> heldActivity;
+    };
+    using Visit = std::shared_ptr<std::vector<Step>>;
+    std::shared_ptr<ZKCopyOperation> makeCopyOperation(quint64 offset) const;
+    std::shared_ptr<ZKVerifyFileOperation> makeVerifyOperation() const;
     void runOperation(const std::shared_ptr<ZKFileOperation> &operation, ZKTaskState runningState,
                       std::function<void(ZKFileOperation &)> endHandler);
+    // Worker: what the visit ran last has ended.
+    void endStepOnWorker(const Visit &visit);
+    // Worker: the step that follows the visit's last one without a rest, or
+    // nothing.
+    std::optional<Step> followingStep(const Visit &visit);
+    // Main thread: the end handlers of the visit's steps, in order, and the
+    // running states of the steps that followed without a rest.
+    void endVisit(const Visit &visit);
     void endPrepare(ZKFileOperation &operation);
     void endProcess(ZKFileOperation &operation);
     void endVerify(ZKFileOperation &operation);
@@ -218,5 +242,6 @@ private:
     ZKFileHandler m_unwritableFileHandler;
     ZKFileHandler m_preExistingFileHandler;
     ZKFileHandler m_preExistingDestinationHandler;
+    StepsMayFollow m_stepsMayFollow; // guarded by m_lock
     double m_minimumTimeBetweenNotifications = 1.0;
 };

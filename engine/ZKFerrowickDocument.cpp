@@ -41,6 +41,7 @@ QSet<ZKFerrowickDocument *> &liveDocuments() {
 ZKFerrowickDocument::ZKFerrowickDocument(QObject *parent)
     : QObject(parent) {
     liveDocuments().insert(this);
+    m_workerGate->document = this;
     auto &defaults = ZKUserDefaults::standard();
     m_state = defaults.integerForKey(ZKPreferences::queueState) == ZKQueueState::Paused
                   ? ZKQueueState::Paused
@@ -101,6 +102,11 @@ ZKFerrowickDocument::ZKFerrowickDocument(QObject *parent)
 ZKFerrowickDocument::~ZKFerrowickDocument() {
     liveDocuments().remove(this);
     m_closing = true;
+    {
+        // A removed task may outlive the document.
+        std::lock_guard locker(m_workerGate->lock);
+        m_workerGate->document = nullptr;
+    }
     // First: the waits below must not wait for a worker that waits for an
     // answer. Its step is told to stop before it hears Cancel, so that it
     // rests where it was instead of failing on that answer.
@@ -292,6 +298,13 @@ void ZKFerrowickDocument::startTask(const ZKTaskPtr &task) {
     });
     // Not an edit: a queue that merely runs has nothing unsaved, since its
     // progress is kept by itself (saveProgress).
+}
+
+bool ZKFerrowickDocument::stepsMayFollow(const ZKTask &task) const {
+    // Rather than analyse the tasks after it first, a running queue lets a
+    // small file go on to its copy: it is done sooner than the next analysis
+    // could start, and what the user sees of it is the same.
+    return !m_closing && state() == ZKQueueState::Running && m_taskQueue.isNextToRun(task);
 }
 
 bool ZKFerrowickDocument::shouldStartNextTaskWithStateChange(ZKTaskState from, ZKTaskState to) {
@@ -546,6 +559,10 @@ void ZKFerrowickDocument::connectTask(const ZKTaskPtr &task) {
     m_questions.connectTask(task);
     // One pace for the whole queue: a limit holds across its tasks.
     task->setThrottle(m_throttle);
+    task->setStepsMayFollow([gate = m_workerGate](const ZKTask &t) {
+        std::lock_guard locker(gate->lock);
+        return gate->document && gate->document->stepsMayFollow(t);
+    });
     ZKTask *raw = task.get();
     m_lastStates.insert(raw, raw->state());
 }

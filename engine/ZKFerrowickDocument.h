@@ -24,6 +24,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 
 class ZKPasteboard;
@@ -338,6 +339,9 @@ private:
     // destination, and starts it over.
     void changeEndpointOfTask(const ZKTaskPtr &task, std::function<void()> change);
     void connectTask(const ZKTaskPtr &task);
+    // Asked on a task's worker: whether the task's next step would start at
+    // once, so that it may follow there without a rest.
+    bool stepsMayFollow(const ZKTask &task) const;
     void onTaskStateChanged(ZKTask *task, const std::weak_ptr<ZKTask> &weak);
     void followUp(const std::weak_ptr<ZKTask> &task, ZKTaskState newState);
     // Tells of the figures once the changes on their way are in.
@@ -348,6 +352,12 @@ private:
     void sortTasksWithDescriptor(const QString &key, bool caseInsensitive = false);
 
     std::atomic<bool> m_closing{false};
+    // How the tasks' workers reach the document; cut when it closes.
+    struct WorkerGate {
+        std::mutex lock;
+        const ZKFerrowickDocument *document = nullptr;
+    };
+    std::shared_ptr<WorkerGate> m_workerGate = std::make_shared<WorkerGate>();
     // The tasks' conflict questions, shown for this queue.
     ZKTaskQuestions m_questions{this};
     ZKTaskQueue m_taskQueue;

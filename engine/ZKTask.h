@@ -95,6 +95,11 @@ public:
     virtual QStringList notes() const { return {}; }
     // The pacing state of the queue's speed limit, shared by all its tasks.
     virtual void setThrottle(std::shared_ptr<ZKTransferThrottle> throttle) = 0;
+    // Asked on the task's worker when a step has ended: whether its queue
+    // would start the task's next step at once anyway, so that the step may
+    // follow without the task first coming to rest on the main thread.
+    using StepsMayFollow = std::function<bool(const ZKTask &)>;
+    virtual void setStepsMayFollow(StepsMayFollow mayFollow) { Q_UNUSED(mayFollow); }
 
     // How the queue answers the task's conflicts, and what it remembers of
     // an answer given for all items.

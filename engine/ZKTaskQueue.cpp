@@ -108,21 +108,21 @@ void ZKTaskQueue::renumber() {
     }
 }
 
-bool ZKTaskQueue::keyBetweenNeighbours(const QSet<ZKTask *> &fresh) {
+bool ZKTaskQueue::keyBetweenNeighbours(const ZKIndexList &fresh) {
     const auto keyOf = [this](qsizetype index) {
         return m_entries.constFind(m_tasks[index].get())->key;
     };
     std::vector<std::pair<qint64, ZKTask *>> placed;
     const qsizetype size = m_tasks.size();
-    for (qsizetype i = 0; i < size;) {
-        if (!fresh.contains(m_tasks[i].get())) {
-            ++i;
-            continue;
+    // Run by run of neighbours: the rest of a long queue is not looked at.
+    for (qsizetype first = 0; first < fresh.size();) {
+        qsizetype last = first;
+        while (last + 1 < fresh.size() && fresh[last + 1] == fresh[last] + 1) {
+            ++last;
         }
-        qsizetype end = i;
-        while (end < size && fresh.contains(m_tasks[end].get())) {
-            ++end;
-        }
+        const qsizetype i = fresh[first];
+        const qsizetype end = fresh[last] + 1;
+        first = last + 1;
         const qint64 run = end - i;
         const qint64 after = end < size ? keyOf(end) : m_lastKey + (run + 1) * keyStep;
         const qint64 before = i > 0 ? keyOf(i - 1) : after - (run + 1) * keyStep;
@@ -133,7 +133,6 @@ bool ZKTaskQueue::keyBetweenNeighbours(const QSet<ZKTask *> &fresh) {
         for (qint64 j = 0; j < run; ++j) {
             placed.emplace_back(before + room * (j + 1) / (run + 1), m_tasks[i + j].get());
         }
-        i = end;
     }
     for (const auto &[key, task] : placed) {
         Entry &entry = m_entries[task];
@@ -276,6 +275,7 @@ void ZKTaskQueue::insertTasks(const QList<ZKTaskPtr> &tasks, ZKIndexList indexes
         const auto n = std::min(tasks.size(), indexes.size());
         bool appended = true;
         QSet<ZKTask *> fresh;
+        ZKIndexList placedAt;
         for (qsizetype i = 0; i < n; ++i) {
             const ZKTaskPtr &task = tasks[i];
             if (!task || m_entries.contains(task.get()) || fresh.contains(task.get())) {
@@ -286,6 +286,14 @@ void ZKTaskQueue::insertTasks(const QList<ZKTaskPtr> &tasks, ZKIndexList indexes
             m_tasks.insert(at, task);
             fresh.insert(task.get());
             added.append(task.get());
+            // Places are given in order, and a later one leaves the earlier
+            // ones where they are; any other order moves those below it.
+            if (!placedAt.isEmpty() && at <= placedAt.last()) {
+                for (qsizetype &place : placedAt) {
+                    place += place >= at ? 1 : 0;
+                }
+            }
+            placedAt.insert(std::lower_bound(placedAt.begin(), placedAt.end(), at), at);
             adopt(task);
         }
         if (appended) {
@@ -300,14 +308,10 @@ void ZKTaskQueue::insertTasks(const QList<ZKTaskPtr> &tasks, ZKIndexList indexes
         } else {
             // Renumbering re-keys every task of the queue and rebuilds the
             // sets by state: in a long queue most of an insertion's time.
-            if (!keyBetweenNeighbours(fresh)) {
+            if (!keyBetweenNeighbours(placedAt)) {
                 renumber();
             }
-            for (qsizetype i = 0; i < m_tasks.size(); ++i) {
-                if (fresh.contains(m_tasks[i].get())) {
-                    inserted.append(i);
-                }
-            }
+            inserted = placedAt;
         }
     }
     for (ZKTask *task : std::as_const(added)) {
@@ -575,6 +579,27 @@ ZKTaskPtr ZKTaskQueue::nextPreparationTask() const {
 
 ZKTaskPtr ZKTaskQueue::nextTask() const {
     return firstInStates({S::PendingProcessing, S::PendingVerification, S::PendingRemoval});
+}
+
+bool ZKTaskQueue::isNextToRun(const ZKTask &task) const {
+    std::shared_lock locker(m_lock);
+    const auto found = m_entries.constFind(&task);
+    if (found == m_entries.cend() || found->state != S::Preparing) {
+        return false;
+    }
+    for (const ZKTaskState running : {S::Processing, S::Verifying, S::Removing}) {
+        if (!byState(running).empty()) {
+            return false;
+        }
+    }
+    for (const ZKTaskState resting :
+         {S::PendingProcessing, S::PendingVerification, S::PendingRemoval}) {
+        const StateSet &set = byState(resting);
+        if (!set.empty() && set.begin()->first < found->key) {
+            return false;
+        }
+    }
+    return true;
 }
 
 // The calls into tasks below work on a snapshot, outside the lock: pausing

@@ -70,6 +70,10 @@ public:
     ZKTaskPtr currentTask() const;
     ZKTaskPtr nextPreparationTask() const;
     ZKTaskPtr nextTask() const;
+    // Whether the task, analysing now, would be the next to run once
+    // analysed in a running queue where nothing waits for analysis: no other
+    // task has a step running and none analysed before waits above it.
+    bool isNextToRun(const ZKTask &task) const;
 
     void pauseAll();
     void pauseAllResumableTasks();
@@ -180,9 +184,10 @@ private:
     void adopt(const ZKTaskPtr &task);
     void forget(ZKTask *task);
     void renumber();
-    // Keys for tasks just put among others, between their neighbours'
-    // keys; false, with nothing changed, where a place has no room left.
-    bool keyBetweenNeighbours(const QSet<ZKTask *> &fresh);
+    // Keys for the tasks just put at these places (ascending), between
+    // their neighbours' keys; false, with nothing changed, where a place has
+    // no room left.
+    bool keyBetweenNeighbours(const ZKIndexList &fresh);
     void account(const Entry &entry, int sign);
     qsizetype countUnfinished() const;
     ZKTaskPtr firstInStates(std::initializer_list<ZKTaskState> states) const;

@@ -45,6 +45,8 @@ private Q_SLOTS:
     void init();
     void pausedQueueAnalysesButDoesNotCopy();
     void taskAddedAboveTakesOver();
+    void smallFilesGoOnWithoutARest_data();
+    void smallFilesGoOnWithoutARest();
     void autoRetryResetsFailedTasks_data();
     void autoRetryResetsFailedTasks();
     void askingWorkerIsLetGo_data();
@@ -141,6 +143,80 @@ void TestZKFerrowickDocument::taskAddedAboveTakesOver() {
     QTRY_COMPARE_WITH_TIMEOUT(taskA->state(), S::Completed, 20000);
     QCOMPARE(readFile(path("out/a")), a);
     QCOMPARE(readFile(path("out/b")), b);
+}
+
+void TestZKFerrowickDocument::smallFilesGoOnWithoutARest_data() {
+    QTest::addColumn<bool>("verify");
+    QTest::addColumn<qint32>("mode");
+    QTest::addColumn<bool>("pausedDuringAnalysis");
+    QTest::addColumn<QList<ZKTaskState>>("expected");
+
+    const QList<ZKTaskState> copied{S::Preparing, S::PendingProcessing, S::Processing,
+                                    S::Completed};
+    QTest::newRow("copy") << false << qint32(ZKTransferMode::Copy) << false << copied;
+    QTest::newRow("move with verify") << true << qint32(ZKTransferMode::Move) << false
+                                      << QList<ZKTaskState>{S::Preparing,  S::PendingProcessing,
+                                                            S::Processing, S::PendingVerification,
+                                                            S::Verifying,  S::PendingRemoval,
+                                                            S::Removing,   S::Completed};
+    // The pause lands while the first analysis waits for an answer: no copy
+    // may follow it until the queue runs again.
+    QTest::newRow("queue paused during the analysis")
+        << false << qint32(ZKTransferMode::Copy) << true << copied;
+}
+
+// Every task still passes through each state, in order, however few of its
+// steps rest in between.
+void TestZKFerrowickDocument::smallFilesGoOnWithoutARest() {
+    QFETCH(bool, verify);
+    QFETCH(qint32, mode);
+    QFETCH(bool, pausedDuringAnalysis);
+    QFETCH(QList<ZKTaskState>, expected);
+
+    const QStringList names{"a", "b", "c"};
+    for (const QString &name : names) {
+        QVERIFY(writeFile(path(name), name.toUtf8().repeated(3000)));
+    }
+    const QByteArray old("another file, in the way");
+    if (pausedDuringAnalysis) {
+        QVERIFY(writeFile(path("out/a"), old));
+        m_presenter.setHolding(true);
+        m_presenter.setAnswer({0, false}); // Replace
+    }
+    ZKFerrowickDocument document;
+    document.setIsVerifyEnabled(verify);
+    document.setDefaultTransferMode(mode);
+    QHash<ZKTask *, QList<ZKTaskState>> states;
+    connect(&document.taskQueue(), &ZKTaskQueue::taskStateChanged, this,
+            [&](const ZKTaskPtr &task) { states[task.get()] << task->state(); });
+    QList<ZKReaderPtr> sources;
+    for (const QString &name : names) {
+        sources << reader(name);
+    }
+    const auto tasks = document.addTasks(sources, outFolder(), 0);
+    if (pausedDuringAnalysis) {
+        QTRY_COMPARE_WITH_TIMEOUT(m_presenter.heldCount(), 1, 10000);
+        document.setState(ZKQueueState::Paused);
+        m_presenter.answerHeld();
+        for (const auto &task : tasks) {
+            QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::PendingProcessing, 10000);
+        }
+        QTest::qWait(200);
+        QCOMPARE(tasks.first()->state(), S::PendingProcessing);
+        QCOMPARE(readFile(path("out/a")), old);
+        document.setState(ZKQueueState::Running);
+    }
+    for (const auto &task : tasks) {
+        QTRY_COMPARE_WITH_TIMEOUT(task->state(), S::Completed, 10000);
+        QCOMPARE(states.value(task.get()), expected);
+        QCOMPARE(task->progressBytes(), quint64(3000));
+        QTRY_VERIFY2(task->detail().endsWith(QStringLiteral(" - done")),
+                     qUtf8Printable(task->detail()));
+    }
+    for (const QString &name : names) {
+        QCOMPARE(readFile(path("out/" + name)), name.toUtf8().repeated(3000));
+        QCOMPARE(QFile::exists(path(name)), mode == ZKTransferMode::Copy);
+    }
 }
 
 void TestZKFerrowickDocument::autoRetryResetsFailedTasks_data() {
