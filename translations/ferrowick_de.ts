@@ -1145,11 +1145,11 @@ Verbinden Sie nur, wenn Sie wissen, dass dies der Schlüssel des Servers ist; er
     </message>
     <message>
         <source>&amp;Retry failed tasks after</source>
-        <translation>Fehlgeschlagene Aufgaben &amp;wiederholen nach</translation>
+        <translation>Bei Fehlern &amp;wiederholen nach</translation>
     </message>
     <message>
         <source>Retry failed tasks after</source>
-        <translation>Fehlgeschlagene Aufgaben wiederholen nach</translation>
+        <translation>Bei Fehlern wiederholen nach</translation>
     </message>
     <message>
         <source>New queues:</source>
