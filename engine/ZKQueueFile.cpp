@@ -12,6 +12,7 @@
 #include "ZKSchedulePanel.h"
 #include "ZKSpeedLimitPanel.h"
 #include "ZKTaskRegistry.h"
+#include "ZKTaskState.h"
 #include "ZKTransferMode.h"
 
 #include <QCoreApplication>
@@ -175,6 +176,14 @@ QString taskEntryProblem(qsizetype index, const QVariant &entry) {
     }
     return {};
 }
+
+// Making a task in one of these states starts its work again at once (see
+// ZKCopyTask::create).
+bool resumesWhenMade(const QVariant &entry) {
+    const ZKTaskState state = ZKTaskStates::parse(entry.toMap().value(kTaskState).toString());
+    return state == ZKTaskState::Processing || state == ZKTaskState::Verifying ||
+           state == ZKTaskState::Cancelling;
+}
 } // namespace
 
 ZKQueueFile::ZKQueueFile(ZKFerrowickDocument &document)
@@ -290,6 +299,18 @@ QString ZKQueueFile::unreadableTaskEntryReason(const QVariant &entry) {
         }
     }
     return {};
+}
+
+ZKTaskPtr ZKQueueFile::taskFromEntry(const QVariant &entry, QString *reason) {
+    *reason = unreadableTaskEntryReason(entry);
+    if (!reason->isEmpty()) {
+        return nullptr;
+    }
+    if (auto task = ZKPropertyListParser::parseObjectOfType<ZKTask>(entry.toMap())) {
+        return task;
+    }
+    *reason = QStringLiteral("It cannot be re-created.");
+    return nullptr;
 }
 
 namespace {
@@ -485,7 +506,8 @@ bool ZKQueueFile::readFromPropertyList(const QVariantMap &plist) {
 bool ZKQueueFile::loadPropertyList(
     const QVariantMap &plist, qsizetype entryCount,
     const std::function<QVariant(qsizetype)> &entryAt,
-    const std::function<SavedEntry(qsizetype, const QVariant &)> &keep) {
+    const std::function<SavedEntry(qsizetype, const QVariant &)> &keep,
+    const std::function<ZKTaskPtr(qsizetype)> &madeAhead) {
     // Tasks taken out while they work would go on writing beside the ones
     // read in their place.
     m_document.m_dispatchQueue.waitUntilAllOperationsAreFinished();
@@ -523,16 +545,19 @@ bool ZKQueueFile::loadPropertyList(
     QList<SavedEntry> entries; // as the file holds them, for saving progress into it
     entries.reserve(entryCount);
     for (qsizetype i = 0; i < entryCount; ++i) {
+        if (ZKTaskPtr task = madeAhead ? madeAhead(i) : nullptr) {
+            entries.append(keep(i, QVariant()));
+            tasks.append(std::move(task));
+            taskEntries.append(i);
+            continue;
+        }
         const QVariant entry = entryAt(i);
         entries.append(keep(i, entry));
-        QString reason = unreadableTaskEntryReason(entry);
-        if (reason.isEmpty()) {
-            if (auto task = ZKPropertyListParser::parseObjectOfType<ZKTask>(entry.toMap())) {
-                tasks.append(task);
-                taskEntries.append(i);
-                continue;
-            }
-            reason = QStringLiteral("It cannot be re-created.");
+        QString reason;
+        if (auto task = taskFromEntry(entry, &reason)) {
+            tasks.append(task);
+            taskEntries.append(i);
+            continue;
         }
         qCWarning(lcEngine).noquote()
             << QStringLiteral("Keeping task entry %1 unread: %2").arg(i + 1).arg(reason);
@@ -592,13 +617,24 @@ bool ZKQueueFile::readFromFile(const QString &path, ZKError *error) {
                           error);
     }
     QString taskProblem;
+    QList<ZKTaskPtr> madeAhead; // by entry
     ZKPropertyListSerialization::ElementPlaces places;
     ZKError parseError;
     const QVariant value = ZKPropertyListSerialization::propertyListFromFile(
         &file, kTasks,
         [&](qsizetype i, const QVariant &entry) {
-            if (taskProblem.isEmpty()) {
-                taskProblem = taskEntryProblem(i, entry);
+            if (!taskProblem.isEmpty()) {
+                return;
+            }
+            taskProblem = taskEntryProblem(i, entry);
+            // Made while the entry is at hand, so that a long queue's text is
+            // not read twice. A task that would resume its step as it is made
+            // waits until the queue it replaces is gone, as does one that
+            // cannot be made, whose reason the loader gives.
+            if (taskProblem.isEmpty() && !resumesWhenMade(entry)) {
+                QString reason;
+                madeAhead.resize(i + 1);
+                madeAhead[i] = taskFromEntry(entry, &reason);
             }
         },
         &places, &parseError);
@@ -618,6 +654,7 @@ bool ZKQueueFile::readFromFile(const QString &path, ZKError *error) {
     }
     m_document.setFileName(path);
     if (!places.isStreamed) {
+        madeAhead.clear();
         return readFromPropertyList(plist);
     }
     // The file stays open, so a file put in its place meanwhile is not
@@ -641,7 +678,8 @@ bool ZKQueueFile::readFromFile(const QString &path, ZKError *error) {
         [&](qsizetype i) { return ZKPropertyListSerialization::elementFromText(textAt(i)); },
         [&](qsizetype i, const QVariant &) {
             return SavedEntry{{}, {}, places.offsets[i], places.lengths[i], qHash(textAt(i))};
-        });
+        },
+        [&](qsizetype i) { return i < madeAhead.size() ? std::move(madeAhead[i]) : nullptr; });
 }
 
 bool ZKQueueFile::saveToFile(const QString &path, ZKError *error) {

@@ -48,6 +48,8 @@ public:
     // Why a task entry cannot be re-created, found without re-creating it
     // (which would resume its step); empty when it can be.
     static QString unreadableTaskEntryReason(const QVariant &entry);
+    // The task made from a saved entry, or null and why it cannot be.
+    static ZKTaskPtr taskFromEntry(const QVariant &entry, QString *reason);
     // Reads and checks a queue file without loading it. A damaged or foreign
     // file is refused with a clear error.
     static bool readPropertyListFromFile(const QString &path, QVariantMap *plist,
@@ -88,10 +90,12 @@ private:
     // readFromPropertyList() once the dictionary passed its checks, with the
     // task entries asked for one at a time.
     struct SavedEntry;
-    // keep: what is remembered of an entry that was read (see SavedEntry).
+    // keep: what is remembered of an entry that was read (see SavedEntry);
+    // madeAhead: the task already made from an entry, if any.
     bool loadPropertyList(const QVariantMap &plist, qsizetype entryCount,
                           const std::function<QVariant(qsizetype)> &entryAt,
-                          const std::function<SavedEntry(qsizetype, const QVariant &)> &keep);
+                          const std::function<SavedEntry(qsizetype, const QVariant &)> &keep,
+                          const std::function<ZKTaskPtr(qsizetype)> &madeAhead = {});
     // Writes the queue one task at a time; with written, also tells where
     // each entry went.
     bool writeQueueToFile(const QString &path, ZKError *error, QList<SavedEntry> *written) const;
