@@ -6,6 +6,7 @@
 #include "ZKPropertyListObject.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <limits>
 #include <memory>
@@ -19,6 +20,7 @@
 #include <QStringDecoder>
 #include <QStringList>
 #include <QTimeZone>
+#include <QVarLengthArray>
 #include <QXmlStreamReader>
 #include <QtEndian>
 
@@ -885,20 +887,22 @@ QVariant variantFromElement(QByteArrayView text, const QString &arrayKey, qsizet
 }
 
 // Finds the elements of the array under arrayKey in the top dictionary of an
-// XML property list, by their places in the data: it reads the bytes as
-// Latin-1, one character for each byte, so that the reader's offsets are
-// offsets in the file. Everything outside the elements is kept as the
-// document's head, which libplist then reads with the array empty.
-// Anything unusual on the way (another top, the key twice or spelt
-// otherwise, markup this reading sees differently) makes it unfit, and the
-// file is read whole instead.
+// XML property list, by their places in the data. Everything outside the
+// elements is kept as the document's head, which libplist then reads with
+// the array empty.
+// It reads the bytes itself, the markup a writer of property lists makes and
+// little more: ASCII names, at most the attributes of a plain start tag,
+// comments, the five entities and character references. Whatever else it
+// meets (another top, the key twice or spelt otherwise, sections, entities
+// of a document type) makes it unfit, and the file is read whole instead.
+// Bytes below 0x20 count as blanks, as the checker counts them.
 class ElementLocator {
 public:
     using Element = std::function<void(qint64 offset, QByteArrayView text)>;
 
     ElementLocator(const QString &arrayKey, Element element)
-        : m_arrayKey(arrayKey)
-        , m_rawKey(QStringLiteral("<key>%1</key>").arg(arrayKey).toUtf8())
+        : m_arrayKey(arrayKey.toUtf8())
+        , m_rawKey("<key>" + m_arrayKey + "</key>")
         , m_element(std::move(element)) {}
 
     enum Verdict { NeedsMore, Done, Unfit };
@@ -907,10 +911,7 @@ public:
         if (m_verdict != NeedsMore) {
             return m_verdict;
         }
-        if (!piece.isEmpty()) {
-            m_window.append(piece);
-            m_reader.addData(markupOf(QString::fromLatin1(piece)));
-        }
+        m_window.append(piece);
         m_verdict = walk(piece.isEmpty());
         return m_verdict;
     }
@@ -923,90 +924,355 @@ public:
     }
 
 private:
+    enum Step { Advanced, Incomplete, Refused };
+    enum Phase { Prolog, Content, Epilog };
+
+    // No tag, comment or declaration of a property list is longer; a longer
+    // one is left to the whole reading rather than searched for its end.
+    static constexpr qsizetype maximumMarkupSize = 64 * 1024;
+
+    static bool isBlank(char c) { return uchar(c) <= 0x20; }
+    static bool isNameStart(char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+    }
+    static bool isNameChar(char c) {
+        return isNameStart(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
+    }
+    static bool isContainer(QByteArrayView name) { return name == "array" || name == "dict"; }
+
     Verdict walk(bool isAtEnd) {
         while (true) {
-            const QXmlStreamReader::TokenType token = m_reader.readNext();
-            m_lastEnd = m_reader.characterOffset();
-            switch (token) {
-            case QXmlStreamReader::StartElement:
-                // The reader's offset after text is one character on, past
-                // the "<" of the tag that ends it; a start tag holds no other
-                // "<" than its first.
-                if (!startElement(m_windowStart +
-                                  m_window.lastIndexOf('<', m_lastEnd - m_windowStart - 1))) {
-                    return Unfit;
-                }
+            switch (m_phase == Prolog ? prolog() : content()) {
+            case Advanced:
                 continue;
-            case QXmlStreamReader::EndElement:
-                if (!endElement()) {
-                    return Unfit;
-                }
-                continue;
-            case QXmlStreamReader::Characters:
-                if (m_isInKey) {
-                    m_keyText += m_reader.text();
-                }
-                continue;
-            case QXmlStreamReader::EndDocument:
-                return m_hasTop ? Done : Unfit;
-            case QXmlStreamReader::Invalid:
-                break;
-            default:
-                continue;
-            }
-            if (m_reader.error() != QXmlStreamReader::PrematureEndOfDocumentError || isAtEnd) {
+            case Refused:
                 return Unfit;
+            case Incomplete:
+                break;
             }
-            return NeedsMore;
+            if (!isAtEnd) {
+                return NeedsMore;
+            }
+            const QByteArrayView rest = QByteArrayView(m_window).sliced(m_at);
+            const bool isBlankRest = std::all_of(rest.begin(), rest.end(), isBlank);
+            return m_phase == Epilog && m_hasTop && isBlankRest ? Done : Unfit;
         }
     }
 
-    bool startElement(qint64 tokenStart) {
+    qsizetype size() const { return m_window.size(); }
+    char at(qsizetype i) const { return m_window.at(i); }
+    bool startsWith(qsizetype i, QByteArrayView text) const {
+        return QByteArrayView(m_window).sliced(i).startsWith(text);
+    }
+    // Where text is found from i on, or -1 while the window has not got it.
+    qsizetype find(QByteArrayView text, qsizetype from) const {
+        return QByteArrayView(m_window).indexOf(text, from);
+    }
+    // A construct that has not ended yet: more data may end it.
+    Step unended(qsizetype start) const {
+        return size() - start > maximumMarkupSize ? Refused : Incomplete;
+    }
+
+    // Declarations and comments before the top element. Once it comes, what
+    // went before is checked by Qt's reader: it is short, and a document type
+    // is easier to get wrong than anything after it.
+    Step prolog() {
+        while (m_at < size() && isBlank(at(m_at))) {
+            ++m_at;
+        }
+        if (m_at + 1 >= size()) {
+            return Incomplete;
+        }
+        if (at(m_at) != '<') {
+            return Refused;
+        }
+        const char next = at(m_at + 1);
+        if (next == '?' || next == '!') {
+            if (m_at + 4 > size()) {
+                return Incomplete;
+            }
+            const QByteArrayView close = next == '?'                ? "?>"
+                                         : startsWith(m_at, "<!--") ? "-->"
+                                                                    : ">";
+            const qsizetype end = find(close, m_at + 2);
+            if (end < 0) {
+                return unended(m_at);
+            }
+            m_at = end + close.size();
+            return m_at > maximumMarkupSize ? Refused : Advanced;
+        }
+        if (!isNameStart(next)) {
+            return Refused;
+        }
+        const QByteArrayView before = QByteArrayView(m_window).first(m_at);
+        // An internal subset may declare entities and defaults.
+        if (before.contains('[')) {
+            return Refused;
+        }
+        QXmlStreamReader reader(markupOf(QString::fromLatin1(before)) + QStringLiteral("<a/>"));
+        while (!reader.atEnd()) {
+            reader.readNext();
+        }
+        if (reader.hasError()) {
+            return Refused;
+        }
+        m_phase = Content;
+        return Advanced;
+    }
+
+    Step content() {
+        if (m_at == size()) {
+            return Incomplete;
+        }
+        if (at(m_at) != '<') {
+            const qsizetype open = m_window.indexOf('<', std::max(m_at, m_searched));
+            if (open < 0) {
+                m_searched = size();
+                return Incomplete;
+            }
+            m_searched = 0;
+            if (!isTextFine(QByteArrayView(m_window).sliced(m_at, open - m_at))) {
+                return Refused;
+            }
+            m_at = open;
+        }
+        if (m_at + 4 > size()) {
+            return unended(m_at);
+        }
+        const char next = at(m_at + 1);
+        if (next == '/') {
+            return endTag();
+        }
+        if (startsWith(m_at, "<!--")) {
+            return comment();
+        }
+        if (m_phase == Epilog || !isNameStart(next)) {
+            return Refused;
+        }
+        return startTag();
+    }
+
+    // Text between tags: the references XML knows without a document type,
+    // and no "]]>"; blanks only outside the top element.
+    bool isTextFine(QByteArrayView text) const {
+        if (m_depth == 0) {
+            return std::all_of(text.begin(), text.end(), isBlank);
+        }
+        if (text.contains("]]>")) {
+            return false;
+        }
+        for (qsizetype amp = text.indexOf('&'); amp >= 0; amp = text.indexOf('&', amp + 1)) {
+            const qsizetype semicolon = text.indexOf(';', amp);
+            if (semicolon < 0 || !isReference(text.sliced(amp + 1, semicolon - amp - 1))) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    static bool isReference(QByteArrayView name) {
+        if (name == "lt" || name == "gt" || name == "amp" || name == "quot" || name == "apos") {
+            return true;
+        }
+        if (!name.startsWith('#') || name.size() < 2 || name.size() > 8) {
+            return false;
+        }
+        const bool isHex = name[1] == 'x';
+        const QByteArrayView digits = name.sliced(isHex ? 2 : 1);
+        // toUInt() would also take signs and blanks.
+        const auto isDigit = [&](char c) {
+            return isHex ? std::isxdigit(uchar(c)) != 0 : std::isdigit(uchar(c)) != 0;
+        };
+        if (digits.isEmpty() || !std::all_of(digits.begin(), digits.end(), isDigit)) {
+            return false;
+        }
+        const uint code = digits.toUInt(nullptr, isHex ? 16 : 10);
+        return code == 0x9 || code == 0xA || code == 0xD || (code >= 0x20 && code <= 0xD7FF) ||
+               (code >= 0xE000 && code <= 0xFFFD) || (code >= 0x10000 && code <= 0x10FFFF);
+    }
+
+    Step comment() {
+        const qsizetype end = find("-->", m_at + 4);
+        if (end < 0) {
+            return unended(m_at);
+        }
+        const QByteArrayView text = QByteArrayView(m_window).sliced(m_at + 4, end - m_at - 4);
+        if (text.contains("--") || text.endsWith('-')) {
+            return Refused;
+        }
+        m_at = end + 3;
+        return Advanced;
+    }
+
+    // The name that starts at i, and where it ends; empty when the window
+    // ends in it.
+    QByteArrayView nameAt(qsizetype i, qsizetype *end) const {
+        qsizetype j = i;
+        while (j < size() && isNameChar(at(j))) {
+            ++j;
+        }
+        *end = j;
+        return j == size() ? QByteArrayView() : QByteArrayView(m_window).sliced(i, j - i);
+    }
+
+    Step skipBlanks(qsizetype *i) const {
+        while (*i < size() && isBlank(at(*i))) {
+            ++*i;
+        }
+        return *i < size() ? Advanced : unended(m_at);
+    }
+
+    Step startTag() {
+        const qsizetype start = m_at;
+        qsizetype i = 0;
+        const QByteArrayView name = nameAt(start + 1, &i);
+        if (name.isEmpty()) {
+            return unended(start);
+        }
+        QVarLengthArray<QByteArrayView, 4> attributes;
+        while (true) {
+            const qsizetype beforeBlanks = i;
+            if (skipBlanks(&i) != Advanced) {
+                return unended(start);
+            }
+            if (at(i) == '>' || at(i) == '/') {
+                break;
+            }
+            // An attribute, after a blank.
+            qsizetype nameEnd = 0;
+            const QByteArrayView attribute = nameAt(i, &nameEnd);
+            if (nameEnd == size()) {
+                return unended(start);
+            }
+            if (i == beforeBlanks || !isNameStart(at(i))) {
+                return Refused;
+            }
+            if (std::find(attributes.begin(), attributes.end(), attribute) != attributes.end()) {
+                return Refused;
+            }
+            attributes.append(attribute);
+            i = nameEnd;
+            if (skipBlanks(&i) != Advanced) {
+                return unended(start);
+            }
+            if (at(i) != '=') {
+                return Refused;
+            }
+            ++i;
+            if (skipBlanks(&i) != Advanced) {
+                return unended(start);
+            }
+            const char quote = at(i);
+            if (quote != '"' && quote != '\'') {
+                return Refused;
+            }
+            const qsizetype close = m_window.indexOf(quote, i + 1);
+            if (close < 0) {
+                return unended(start);
+            }
+            const QByteArrayView value = QByteArrayView(m_window).sliced(i + 1, close - i - 1);
+            if (value.contains('<') || value.contains('&')) {
+                return Refused;
+            }
+            i = close + 1;
+        }
+        const bool isEmpty = at(i) == '/';
+        if (isEmpty && i + 1 == size()) {
+            return unended(start);
+        }
+        if (isEmpty && at(i + 1) != '>') {
+            return Refused;
+        }
+        const qsizetype end = i + (isEmpty ? 2 : 1);
+        const QByteArray owned = name.toByteArray(); // the window may move below
+        m_at = end;
+        if (!startElement(owned, m_windowStart + start, m_windowStart + end)) {
+            return Refused;
+        }
+        m_open.push_back(owned);
+        if (isEmpty) {
+            return endElement(m_windowStart + m_at) ? Advanced : Refused;
+        }
+        return Advanced;
+    }
+
+    Step endTag() {
+        const qsizetype start = m_at;
+        qsizetype i = 0;
+        const QByteArrayView name = nameAt(start + 2, &i);
+        if (name.isEmpty()) {
+            return i == size() ? unended(start) : Refused;
+        }
+        if (m_open.empty() || name != QByteArrayView(m_open.back())) {
+            return Refused;
+        }
+        if (skipBlanks(&i) != Advanced) {
+            return unended(start);
+        }
+        if (at(i) != '>') {
+            return Refused;
+        }
+        m_at = i + 1;
+        return endElement(m_windowStart + m_at) ? Advanced : Refused;
+    }
+
+    bool startElement(QByteArrayView name, qint64 tokenStart, qint64 tokenEnd) {
         ++m_depth;
-        const QStringView name = m_reader.name();
         // Nested deeper than the checker allows: it would refuse this.
-        m_containers += isContainerElement(name) ? 1 : 0;
+        m_containers += isContainer(name) ? 1 : 0;
         if (m_containers > ZKPropertyListSerialization::maximumNestingDepth ||
             m_depth > ZKPropertyListSerialization::maximumNestingDepth + 2) {
             return false;
         }
         if (m_depth == 1) {
-            return name == u"plist";
+            return name == "plist";
         }
         if (m_depth == 2) {
-            if (m_hasTop || name != u"dict") {
+            if (m_hasTop || name != "dict") {
                 return false;
             }
             m_hasTop = true;
             return true;
         }
         if (m_depth == 3) {
-            if (name == u"key") {
+            if (name == "key") {
                 m_isInKey = true;
                 m_keyStart = tokenStart;
-                m_keyText.clear();
+                m_keyTextStart = tokenEnd;
                 return true;
             }
-            m_isInArray = m_followsArrayKey && name == u"array";
+            m_isInArray = m_followsArrayKey && name == "array";
             m_followsArrayKey = false;
             return true;
         }
         if (m_depth == 4 && m_isInArray) {
-            m_head.append(m_window.first(tokenStart - m_windowStart));
+            m_head.append(QByteArrayView(m_window).first(tokenStart - m_windowStart));
             drop(tokenStart);
         }
         return true;
     }
 
-    bool endElement() {
+    bool endElement(qint64 tokenEnd) {
+        const QByteArray name = std::move(m_open.back());
+        m_open.pop_back();
         const int depth = m_depth--;
-        m_containers -= isContainerElement(m_reader.name()) ? 1 : 0;
-        if (depth == 3 && m_isInKey) {
+        m_containers -= isContainer(name) ? 1 : 0;
+        if (depth == 1) {
+            m_phase = Epilog;
+        } else if (depth == 3 && m_isInKey) {
             m_isInKey = false;
             m_followsArrayKey = false;
-            if (m_keyText == m_arrayKey) {
+            const qsizetype textEnd = m_window.lastIndexOf('<', tokenEnd - m_windowStart - 1);
+            const QByteArrayView text = QByteArrayView(m_window).sliced(
+                m_keyTextStart - m_windowStart, textEnd - (m_keyTextStart - m_windowStart));
+            // A key spelt with references or markup might read as the
+            // array's key.
+            if (text.contains('&') || text.contains('<')) {
+                return false;
+            }
+            if (text == QByteArrayView(m_arrayKey)) {
                 const QByteArrayView raw = QByteArrayView(m_window).sliced(
-                    m_keyStart - m_windowStart, m_lastEnd - m_keyStart);
+                    m_keyStart - m_windowStart, tokenEnd - m_keyStart);
                 if (m_hasArrayKey || raw != QByteArrayView(m_rawKey)) {
                     return false;
                 }
@@ -1016,33 +1282,38 @@ private:
         } else if (depth == 3) {
             m_isInArray = false;
         } else if (depth == 4 && m_isInArray) {
-            m_element(m_windowStart, QByteArrayView(m_window).first(m_lastEnd - m_windowStart));
-            drop(m_lastEnd);
+            m_element(m_windowStart, QByteArrayView(m_window).first(tokenEnd - m_windowStart));
+            drop(tokenEnd);
         }
         return true;
     }
 
     // Forgets the bytes before the offset.
     void drop(qint64 offset) {
-        m_window.remove(0, offset - m_windowStart);
+        const qsizetype count = offset - m_windowStart;
+        m_window.remove(0, count);
         m_windowStart = offset;
+        m_at -= count;
+        m_searched = 0;
     }
 
-    const QString m_arrayKey;
+    const QByteArray m_arrayKey;
     const QByteArray m_rawKey;
     const Element m_element;
-    QXmlStreamReader m_reader;
     Verdict m_verdict = NeedsMore;
+    Phase m_phase = Prolog;
     QByteArray m_window; // the bytes from m_windowStart on
     qint64 m_windowStart = 0;
-    qint64 m_lastEnd = 0;
+    qsizetype m_at = 0;       // in the window: the first byte not yet read
+    qsizetype m_searched = 0; // in the window: where the search for a tag goes on
     QByteArray m_head;
+    std::vector<QByteArray> m_open; // the names of the open elements
     int m_depth = 0;
     int m_containers = 0;
     bool m_hasTop = false;
     bool m_isInKey = false;
     qint64 m_keyStart = 0;
-    QString m_keyText;
+    qint64 m_keyTextStart = 0;
     bool m_hasArrayKey = false;
     bool m_followsArrayKey = false;
     bool m_isInArray = false;

@@ -14,7 +14,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-targets=(ftp_listing ftp_reply ftp_passive ftp_url http_head queue_loader)
+targets=(ftp_listing ftp_reply ftp_passive ftp_url http_head queue_loader queue_stream)
 target=${1:-ftp_listing}
 seconds=${2:-60}
 build=build-fuzz

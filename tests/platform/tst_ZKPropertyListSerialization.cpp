@@ -483,6 +483,30 @@ void tst_ZKPropertyListSerialization::streamedReadMatchesWholeRead_data() {
         << replaced("<dict/>",
                     QByteArray("<array>").repeated(300) + QByteArray("</array>").repeated(300))
         << true;
+    // Markup a writer seldom makes: read as it is, or the file read whole.
+    QTest::newRow("references in a task")
+        << replaced("/tmp/f1", "/tmp/&lt;a&gt; &amp; &#233;&#x41;") << true;
+    QTest::newRow("reference to no character") << replaced("/tmp/f1", "/tmp/&#0;") << true;
+    QTest::newRow("undeclared entity") << replaced("/tmp/f1", "/tmp/&nbsp;") << true;
+    QTest::newRow("bare ampersand") << replaced("/tmp/f1", "/tmp/a & b") << true;
+    QTest::newRow("section end in text") << replaced("/tmp/f1", "/tmp/a]]>") << true;
+    QTest::newRow("character data section") << replaced("/tmp/f1", "<![CDATA[/tmp/<a>]]>") << false;
+    QTest::newRow("processing instruction in a task")
+        << replaced("<true/>", "<?x y?><true/>") << false;
+    QTest::newRow("double hyphen in a comment")
+        << replaced("\t\t</dict>\n", "\t\t</dict><!-- a -- b -->\n") << true;
+    QTest::newRow("attributes in a task")
+        << replaced("<true/>", "<true a=\"1 > 0\" b='x'/>") << true;
+    QTest::newRow("attribute twice") << replaced("<true/>", "<true a=\"1\" a=\"2\"/>") << true;
+    QTest::newRow("attributes without a blank between")
+        << replaced("<true/>", "<true a=\"1\"b=\"2\"/>") << true;
+    QTest::newRow("name with a prefix") << replaced("<true/>", "<x:true/>") << false;
+    QTest::newRow("blanks in end tags") << replaced("</dict>", "</dict \n>") << true;
+    QTest::newRow("entity declared in the document type")
+        << replaced("<plist", "<!DOCTYPE plist [<!ENTITY a \"/tmp\">]>\n<plist")
+               .replace("/tmp/f1", "&a;/f1")
+        << false;
+    QTest::newRow("control characters in a task") << replaced("/tmp/f1", "/tmp/\x01\x1f") << true;
     QTest::newRow("array at the top") << S::dataFromPropertyList(QVariantList{1, 2}) << false;
     QTest::newRow("binary") << S::binaryDataFromPropertyList(queueLike({taskLike(0)})) << false;
     QTest::newRow("empty") << QByteArray() << false;
