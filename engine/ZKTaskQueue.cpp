@@ -276,25 +276,50 @@ void ZKTaskQueue::insertTasks(const QList<ZKTaskPtr> &tasks, ZKIndexList indexes
         bool appended = true;
         QSet<ZKTask *> fresh;
         ZKIndexList placedAt;
+        QList<std::pair<qsizetype, ZKTaskPtr>> joining; // each place as it is given
+        bool inOrder = true;
         for (qsizetype i = 0; i < n; ++i) {
             const ZKTaskPtr &task = tasks[i];
             if (!task || m_entries.contains(task.get()) || fresh.contains(task.get())) {
                 continue; // a task is in a queue once
             }
-            const qsizetype at = std::clamp<qsizetype>(indexes[i], 0, m_tasks.size());
-            appended = appended && at == m_tasks.size();
-            m_tasks.insert(at, task);
+            const qsizetype size = m_tasks.size() + joining.size();
+            const qsizetype at = std::clamp<qsizetype>(indexes[i], 0, size);
+            appended = appended && at == size;
+            joining.append({at, task});
             fresh.insert(task.get());
             added.append(task.get());
             // Places are given in order, and a later one leaves the earlier
             // ones where they are; any other order moves those below it.
             if (!placedAt.isEmpty() && at <= placedAt.last()) {
+                inOrder = false;
                 for (qsizetype &place : placedAt) {
                     place += place >= at ? 1 : 0;
                 }
             }
             placedAt.insert(std::lower_bound(placedAt.begin(), placedAt.end(), at), at);
             adopt(task);
+        }
+        if (inOrder && joining.size() > 1) {
+            // In one pass: one at a time, 100 tasks put near the top of
+            // 100,000 would move all the rest 100 times.
+            QList<ZKTaskPtr> merged;
+            merged.reserve(m_tasks.size() + joining.size());
+            qsizetype old = 0;
+            for (auto &[at, task] : joining) {
+                while (merged.size() < at) {
+                    merged.append(std::move(m_tasks[old++]));
+                }
+                merged.append(std::move(task));
+            }
+            while (old < m_tasks.size()) {
+                merged.append(std::move(m_tasks[old++]));
+            }
+            m_tasks = std::move(merged);
+        } else {
+            for (auto &[at, task] : joining) {
+                m_tasks.insert(at, std::move(task));
+            }
         }
         if (appended) {
             for (qsizetype i = oldSize; i < m_tasks.size(); ++i) {
