@@ -302,14 +302,21 @@ QString ZKQueueFile::unreadableTaskEntryReason(const QVariant &entry) {
 }
 
 ZKTaskPtr ZKQueueFile::taskFromEntry(const QVariant &entry, QString *reason) {
+    // Made at once where it can be, so that its endpoints are not made twice;
+    // only a failure asks why.
+    if (entry.typeId() == QMetaType::QVariantMap) {
+        const QVariantMap dict = entry.toMap();
+        if (dict.value(ZKPropertyListObject::typeKey).toString() == kCopyTaskType) {
+            if (auto task = ZKPropertyListParser::parseObjectOfType<ZKTask>(dict)) {
+                reason->clear();
+                return task;
+            }
+        }
+    }
     *reason = unreadableTaskEntryReason(entry);
-    if (!reason->isEmpty()) {
-        return nullptr;
+    if (reason->isEmpty()) {
+        *reason = QStringLiteral("It cannot be re-created.");
     }
-    if (auto task = ZKPropertyListParser::parseObjectOfType<ZKTask>(entry.toMap())) {
-        return task;
-    }
-    *reason = QStringLiteral("It cannot be re-created.");
     return nullptr;
 }
 
