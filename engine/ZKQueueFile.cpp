@@ -269,7 +269,7 @@ bool ZKQueueFile::validatePropertyList(const QVariantMap &plist, QString *reason
 
 QString ZKQueueFile::unreadableTaskEntryReason(const QVariant &entry) {
     if (entry.typeId() != QMetaType::QVariantMap) {
-        return QStringLiteral("It is not a dictionary.");
+        return QCoreApplication::translate("ZKQueueFile", "It is not a dictionary.");
     }
     const QVariantMap dict = entry.toMap();
     ZKError error;
@@ -278,24 +278,27 @@ QString ZKQueueFile::unreadableTaskEntryReason(const QVariant &entry) {
     }
     const QString type = dict.value(ZKPropertyListObject::typeKey).toString();
     if (type != kCopyTaskType) {
-        return QStringLiteral("'%1' is not a kind of task.").arg(type);
+        return QCoreApplication::translate("ZKQueueFile", "'%1' is not a kind of task.").arg(type);
     }
     // The endpoints are made without touching anything; the task itself is
     // not, since making it resumes its step.
     for (const QString &key : {kTaskSource, kTaskDestination}) {
         const QVariant part = dict.value(key);
         if (part.typeId() != QMetaType::QVariantMap) {
-            return QStringLiteral("Its \"%1\" is missing or not a dictionary.").arg(key);
+            return QCoreApplication::translate("ZKQueueFile",
+                                               "Its \"%1\" is missing or not a dictionary.")
+                .arg(key);
         }
         ZKError partError;
         const auto object = ZKPropertyListParser::parseObject(part.toMap(), &partError);
         const bool fits = key == kTaskSource ? bool(std::dynamic_pointer_cast<ZKReader>(object))
                                              : bool(std::dynamic_pointer_cast<ZKWriter>(object));
         if (!fits) {
-            return QStringLiteral("Its \"%1\" cannot be re-created: %2")
-                .arg(key, object || partError.localizedDescription().isEmpty()
-                              ? QStringLiteral("it is of the wrong kind.")
-                              : partError.localizedDescription());
+            return QCoreApplication::translate("ZKQueueFile", "Its \"%1\" cannot be re-created: %2")
+                .arg(key,
+                     object || partError.localizedDescription().isEmpty()
+                         ? QCoreApplication::translate("ZKQueueFile", "it is of the wrong kind.")
+                         : partError.localizedDescription());
         }
     }
     return {};
@@ -315,7 +318,7 @@ ZKTaskPtr ZKQueueFile::taskFromEntry(const QVariant &entry, QString *reason) {
     }
     *reason = unreadableTaskEntryReason(entry);
     if (reason->isEmpty()) {
-        *reason = QStringLiteral("It cannot be re-created.");
+        *reason = QCoreApplication::translate("ZKQueueFile", "It cannot be re-created.");
     }
     return nullptr;
 }

@@ -1432,6 +1432,30 @@ Verbinden Sie nur, wenn Sie wissen, dass dies der Schlüssel des Servers ist; er
         <source>The file was changed since the queue last saved into it</source>
         <translation>Die Datei wurde geändert, seit die Warteschlange zuletzt in sie gespeichert hat</translation>
     </message>
+    <message>
+        <source>It is not a dictionary.</source>
+        <translation>Er ist kein Wörterbuch.</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; is not a kind of task.</source>
+        <translation>„%1“ ist keine Art von Aufgabe.</translation>
+    </message>
+    <message>
+        <source>Its &quot;%1&quot; is missing or not a dictionary.</source>
+        <translation>Sein „%1“ fehlt oder ist kein Wörterbuch.</translation>
+    </message>
+    <message>
+        <source>Its &quot;%1&quot; cannot be re-created: %2</source>
+        <translation>Sein „%1“ kann nicht neu erzeugt werden: %2</translation>
+    </message>
+    <message>
+        <source>it is of the wrong kind.</source>
+        <translation>Es ist von der falschen Art.</translation>
+    </message>
+    <message>
+        <source>It cannot be re-created.</source>
+        <translation>Er kann nicht neu erzeugt werden.</translation>
+    </message>
 </context>
 <context>
     <name>ZKQueueFileErrors</name>
