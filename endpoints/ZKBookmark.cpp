@@ -1,21 +1,16 @@
 // SPDX-FileCopyrightText: 2026 Ferrowick developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKBookmark.h"
+#include "ZKInodeGeneration.h"
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <linux/fs.h>
-#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <cerrno>
-#include <mutex>
 
 #include <QDataStream>
 #include <QFile>
 #include <QIODevice>
-#include <QSet>
 
 namespace {
 
@@ -42,22 +37,12 @@ struct BookmarkData {
 };
 
 // Only files and folders are opened to ask: opening a device or a pipe may
-// have effects of its own.
-// File systems that keep no generations (tmpfs among them) say so for every
-// file: once known, their files are not opened to ask again, which would
-// cost a queue of small files three calls to the kernel per file.
-std::mutex generationlessLock;
-QSet<dev_t> generationlessDevices; // with generationlessLock held
-
+// have effects of its own. A file system known to keep no generations is not
+// opened at all.
 std::optional<quint32> generationOf(const QByteArray &path, const struct stat &status) {
-    if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
+    if ((!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) ||
+        ZKInodeGeneration::isKnownGenerationless(quint64(status.st_dev))) {
         return std::nullopt;
-    }
-    {
-        std::lock_guard locker(generationlessLock);
-        if (generationlessDevices.contains(status.st_dev)) {
-            return std::nullopt;
-        }
     }
     const int fd =
         ::open(path.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
@@ -66,17 +51,9 @@ std::optional<quint32> generationOf(const QByteArray &path, const struct stat &s
     }
     std::optional<quint32> generation;
     struct stat opened {};
-    // The kernel writes an int or a long depending on the file system; a
-    // long holds either.
-    long value = 0;
     if (::fstat(fd, &opened) == 0 && opened.st_dev == status.st_dev &&
         opened.st_ino == status.st_ino) {
-        if (::ioctl(fd, FS_IOC_GETVERSION, &value) == 0) {
-            generation = quint32(value);
-        } else if (errno == ENOTTY || errno == EOPNOTSUPP) {
-            std::lock_guard locker(generationlessLock);
-            generationlessDevices.insert(status.st_dev);
-        }
+        generation = ZKInodeGeneration::ofOpenFile(fd, quint64(opened.st_dev));
     }
     ::close(fd);
     return generation;
@@ -148,6 +125,11 @@ QByteArray ZKBookmark::create(const QString &path) {
            << encoded << identity.size << identity.modifiedSeconds << identity.modifiedNanoseconds
            << identity.generation.has_value() << identity.generation.value_or(0);
     return bookmark;
+}
+
+bool ZKBookmark::names(const QByteArray &bookmark, quint64 device, quint64 inode) {
+    const std::optional<BookmarkData> data = decode(bookmark);
+    return data && data->device == device && data->inode == inode;
 }
 
 std::optional<QString> ZKBookmark::resolve(const QByteArray &bookmark, QString *failure) {

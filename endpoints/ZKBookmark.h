@@ -30,4 +30,9 @@ public:
     // Handles made before those facts were kept never lead to another path.
     // Nothing when the item is gone; failure then says why.
     static std::optional<QString> resolve(const QByteArray &bookmark, QString *failure);
+
+    // Whether the handle was made of the item with this device and inode:
+    // what resolving asks of the recorded path first, asked of an item that
+    // is open already, so that its path need not be looked up again.
+    static bool names(const QByteArray &bookmark, quint64 device, quint64 inode);
 };

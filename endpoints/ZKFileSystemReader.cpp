@@ -7,6 +7,7 @@
 #include "ZKBookmark.h"
 #include "ZKEndpointErrors.h"
 #include "ZKFileSystemWriter.h"
+#include "ZKInodeGeneration.h"
 #include "ZKLogging.h"
 #include "ZKPartialFile.h"
 
@@ -18,9 +19,8 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <linux/fs.h>
-#include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -390,12 +390,15 @@ void ZKFileSystemReader::acquireBookmark() {
     m_bookmarkUrl = QUrl::fromLocalFile(*resolved);
     m_startedAccessing = true;
 
+    if (resolved->isEmpty() || m_bookmarkUrl == m_url) {
+        return;
+    }
     // A link keeps its own path: the bookmark names the link, and following a
     // renamed link would not be what the user queued either.
     struct stat status {};
     const QByteArray path = encodedPath();
     const bool isLinkHere = ::lstat(path.constData(), &status) == 0 && S_ISLNK(status.st_mode);
-    if (!resolved->isEmpty() && !isLinkHere && m_bookmarkUrl != m_url) {
+    if (!isLinkHere) {
         qCInfo(lcEndpoints) << "Following" << m_url.toLocalFile() << "to" << *resolved;
         setUrlAndFilename(m_bookmarkUrl);
     }
@@ -462,20 +465,34 @@ bool ZKFileSystemReader::open() {
         setError(ZKError::application(ZKErrorCode::readFailed, m_skipReason));
         return false;
     }
-    acquireBookmark();
     closeHandle();
     resetAttributes();
+    const unsigned int wanted = STATX_BASIC_STATS | STATX_BTIME;
+    const auto named = [this] {
+        return !m_url.isEmpty() && m_url.isLocalFile() && !m_url.toLocalFile().isEmpty() &&
+               !m_filename.isEmpty();
+    };
+    if (named() && openAsBookmarked(wanted)) {
+        return true;
+    }
+    acquireBookmark();
 
-    if (m_url.isEmpty() || !m_url.isLocalFile() || m_url.toLocalFile().isEmpty() ||
-        m_filename.isEmpty()) {
+    if (!named()) {
         setError(ZKEndpointErrors::error(ZKEndpointErrors::InvalidFilePath, {m_url.toString()}));
         return false;
     }
     const QString path = m_url.toLocalFile();
     const QByteArray encoded = encodedPath();
-    const unsigned int wanted = STATX_BASIC_STATS | STATX_BTIME;
-    if (openDirectly(encoded, wanted)) {
+    int openErrno = 0;
+    if (openDirectly(encoded, wanted, &openErrno)) {
         return true;
+    }
+    if (openErrno == ENOENT) {
+        // Nothing under that name, which a look by path would only confirm:
+        // the usual answer for a copy that is not there yet.
+        setError(ZKEndpointErrors::error(ZKEndpointErrors::UnableToDetermineSize,
+                                         {path, errnoText(openErrno)}));
+        return false;
     }
 
     struct statx attributes {};
@@ -539,7 +556,29 @@ bool ZKFileSystemReader::open() {
     m_size = quint64(opened.st_size);
     m_openedSize = m_size;
     m_openedModification = opened.st_mtim;
+    m_openedDevice = quint64(opened.st_dev);
+    m_openedInode = quint64(opened.st_ino);
     return true;
+}
+
+// The item still where its bookmark says, opened and checked as one: the
+// descriptor's own device and inode answer what resolving the bookmark by path
+// would. Anything else (no bookmark, a link, another file in its place, a
+// source given another name) is left to the bookmark to sort out.
+bool ZKFileSystemReader::openAsBookmarked(unsigned int wanted) {
+    if (m_startedAccessing || m_bookmark.isEmpty()) {
+        return false;
+    }
+    int openErrno = 0;
+    if (openDirectly(encodedPath(), wanted, &openErrno) &&
+        ZKBookmark::names(m_bookmark, m_openedDevice, m_openedInode)) {
+        m_bookmarkUrl = m_url;
+        m_startedAccessing = true;
+        return true;
+    }
+    closeHandle();
+    resetAttributes();
+    return false;
 }
 
 void ZKFileSystemReader::takeAttributes(const struct statx &attributes) {
@@ -560,14 +599,20 @@ void ZKFileSystemReader::takeAttributes(const struct statx &attributes) {
 // with the attributes of the item actually opened. Anything else (a link, a
 // file that cannot be opened) is left to the slower look, which says what is
 // wrong in the user's words.
-bool ZKFileSystemReader::openDirectly(const QByteArray &encoded, unsigned int wanted) {
+bool ZKFileSystemReader::openDirectly(const QByteArray &encoded, unsigned int wanted,
+                                      int *openErrno) {
     // O_NONBLOCK: a FIFO put here must not hang the open.
     const int fd = ::open(encoded.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
     if (fd < 0) {
+        *openErrno = errno;
         return false;
     }
     struct statx attributes {};
     const bool known = ::statx(fd, "", AT_EMPTY_PATH, wanted, &attributes) == 0;
+    if (known) {
+        m_openedDevice = quint64(makedev(attributes.stx_dev_major, attributes.stx_dev_minor));
+        m_openedInode = attributes.stx_ino;
+    }
     if (known && S_ISREG(attributes.stx_mode)) {
         m_exists = true;
         takeAttributes(attributes);
@@ -611,19 +656,16 @@ QByteArray ZKFileSystemReader::identity() const {
     if (!m_identity.isEmpty() || m_fd < 0) {
         return m_identity;
     }
-    struct stat status {};
-    if (::fstat(m_fd, &status) != 0) {
-        return {};
-    }
     // The date in nanoseconds and the inode's generation tell a file
     // rewritten in place, or a new one on a reused inode, from the old.
-    QByteArrayList validators{"dev " + QByteArray::number(quint64(status.st_dev)),
-                              "ino " + QByteArray::number(quint64(status.st_ino)),
+    QByteArrayList validators{"dev " + QByteArray::number(m_openedDevice),
+                              "ino " + QByteArray::number(m_openedInode),
                               "mtime " + QByteArray::number(qint64(m_openedModification.tv_sec)) +
                                   '.' + QByteArray::number(qint64(m_openedModification.tv_nsec))};
-    int generation = 0;
-    if (::ioctl(m_fd, FS_IOC_GETVERSION, &generation) == 0) {
-        validators.append("gen " + QByteArray::number(generation));
+    if (const std::optional<quint32> generation =
+            ZKInodeGeneration::ofOpenFile(m_fd, m_openedDevice)) {
+        // As a signed number, as identities kept by earlier versions say it.
+        validators.append("gen " + QByteArray::number(qint32(*generation)));
     }
     m_identity = ZKPartialFile::identity(m_url, m_openedSize, validators);
     return m_identity;
@@ -986,8 +1028,8 @@ std::shared_ptr<ZKWriter> ZKFileSystemReader::asWriter() {
         setError(ZKError::application(ZKErrorCode::readFailed, m_skipReason));
         return nullptr;
     }
-    auto writer = m_isDirectory ? ZKFileSystemWriter::writerWithDirectory(m_url)
-                                : ZKFileSystemWriter::writerWithFile(m_url);
+    auto writer = std::make_shared<ZKFileSystemWriter>(m_url, m_isDirectory,
+                                                       ZKFileSystemWriter::DeferredBookmark);
     writer->setBookmark(m_bookmark);
     return writer;
 }

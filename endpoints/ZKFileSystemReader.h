@@ -101,7 +101,10 @@ public:
     QString skipReason() const { return m_skipReason; }
 
     QByteArray bookmark() const { return m_bookmark; }
-    void setBookmark(const QByteArray &bookmark) { m_bookmark = bookmark; }
+    void setBookmark(const QByteArray &bookmark) {
+        m_bookmark = bookmark;
+        m_bookmarkDeferred = false;
+    }
     // Resolves the bookmark and follows a renamed source to its new path.
     void acquireBookmark() override;
     void releaseBookmark();
@@ -115,7 +118,8 @@ private:
     void markUncopyable();
     void closeHandle();
     void takeAttributes(const struct statx &attributes);
-    bool openDirectly(const QByteArray &encoded, unsigned int wanted);
+    bool openDirectly(const QByteArray &encoded, unsigned int wanted, int *openErrno);
+    bool openAsBookmarked(unsigned int wanted);
     QByteArray encodedPath() const;
     ZKEnumerationResult walkFileInfo(const QByteArray &root, QByteArrayList &chain,
                                      const FileInfoBlock &block);
@@ -135,6 +139,9 @@ private:
     // Length and date of the open file as it was opened.
     quint64 m_openedSize = 0;
     struct timespec m_openedModification {};
+    // Of the item opened, whether file or folder.
+    quint64 m_openedDevice = 0;
+    quint64 m_openedInode = 0;
     QByteArray m_begunIdentity;
     mutable QByteArray m_identity;
 

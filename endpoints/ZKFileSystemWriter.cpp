@@ -171,6 +171,12 @@ ZKFileSystemWriter::ZKFileSystemWriter(const QUrl &url, bool isDirectory)
     }
 }
 
+ZKFileSystemWriter::ZKFileSystemWriter(const QUrl &url, bool isDirectory, Deferred)
+    : m_isDirectory(isDirectory)
+    , m_bookmarkDeferred(true) {
+    setUrlAndFilename(url);
+}
+
 ZKFileSystemWriter::ZKFileSystemWriter(const QVariantMap &propertyList)
     : m_isDirectory(propertyList.value(isDirectoryKey).toBool()) {
     const QString path = propertyList.value(pathKey).toString();
@@ -263,7 +269,6 @@ void ZKFileSystemWriter::closeHandle() {
 }
 
 bool ZKFileSystemWriter::open() {
-    acquireBookmark();
     closeHandle();
 
     if (m_url.isEmpty() || !m_url.isLocalFile() || path().isEmpty() || m_filename.isEmpty()) {
@@ -275,6 +280,7 @@ bool ZKFileSystemWriter::open() {
     const QByteArray encoded = QFile::encodeName(shownPath);
 
     if (!m_isDirectory) {
+        acquireBookmark();
         // The usual case in a copy: nothing stands there yet, and the file
         // this makes is a new, empty, regular one. O_EXCL never follows a
         // link. Anything else is sorted out below.
@@ -294,6 +300,17 @@ bool ZKFileSystemWriter::open() {
     const bool exists = (m_refusesLinks ? ::lstat(encoded.constData(), &status)
                                         : ::stat(encoded.constData(), &status)) == 0;
     const bool isFolder = exists && S_ISDIR(status.st_mode);
+    if (m_isDirectory) {
+        // The folder found is the one the bookmark names, which is all that
+        // resolving it by path would find out.
+        if (isFolder && !m_startedAccessing && !m_bookmark.isEmpty() &&
+            ZKBookmark::names(m_bookmark, quint64(status.st_dev), quint64(status.st_ino))) {
+            m_bookmarkUrl = m_url;
+            m_startedAccessing = true;
+        } else {
+            acquireBookmark();
+        }
+    }
     if (exists && S_ISLNK(status.st_mode)) {
         setError(ZKEndpointErrors::error(m_isDirectory ? ZKEndpointErrors::LinkInPlaceOfFolder
                                                        : ZKEndpointErrors::LinkInPlaceOfFile,
@@ -557,7 +574,7 @@ bool ZKFileSystemWriter::remove(const std::function<bool()> &isCancelled) {
 }
 
 std::shared_ptr<ZKReader> ZKFileSystemWriter::asReader() {
-    auto reader = ZKFileSystemReader::readerWithUrl(m_url);
+    auto reader = std::make_shared<ZKFileSystemReader>(m_url, ZKFileSystemReader::DeferredBookmark);
     reader->setBookmark(m_bookmark);
     return reader;
 }

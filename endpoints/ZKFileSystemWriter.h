@@ -27,6 +27,9 @@ public:
 
     // Construct through std::make_shared: createLink() may hand out shared_from_this.
     ZKFileSystemWriter(const QUrl &url, bool isDirectory);
+    // For a writer whose bookmark is set at once: none is made to be replaced.
+    enum Deferred { DeferredBookmark };
+    ZKFileSystemWriter(const QUrl &url, bool isDirectory, Deferred);
     // Restores the saved form; makes no new bookmark.
     explicit ZKFileSystemWriter(const QVariantMap &propertyList);
     ~ZKFileSystemWriter() override;
@@ -78,7 +81,10 @@ public:
     size_t hash() const;
 
     QByteArray bookmark() const { return m_bookmark; }
-    void setBookmark(const QByteArray &bookmark) { m_bookmark = bookmark; }
+    void setBookmark(const QByteArray &bookmark) {
+        m_bookmark = bookmark;
+        m_bookmarkDeferred = false;
+    }
     // Resolves the bookmark; unlike the reader, the writer keeps its own url.
     void acquireBookmark();
     void releaseBookmark();

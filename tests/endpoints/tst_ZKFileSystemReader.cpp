@@ -496,6 +496,16 @@ private Q_SLOTS:
         QCOMPARE(reader->filename(), QStringLiteral("renamed.bin"));
         QCOMPARE(reader->readBlock(), QByteArray("payload"));
 
+        // A new file under the queued name is not the source, though it is
+        // what opening that name finds first.
+        reader->close();
+        QVERIFY(writeFile(before, "impostor"));
+        const auto again = std::make_shared<ZKFileSystemReader>(saved);
+        QVERIFY2(again->open(), qPrintable(errorText(*again)));
+        QCOMPARE(again->url(), QUrl::fromLocalFile(after));
+        QCOMPARE(again->readBlock(), QByteArray("payload"));
+        again->close();
+
         QString failure;
         QVERIFY(QFile::remove(after));
         QVERIFY(!ZKBookmark::resolve(reader->bookmark(), &failure) && !failure.isEmpty());
