@@ -89,6 +89,20 @@ QFormLayout *formLayout() {
     return form;
 }
 
+// A list of choices, filled whenever the settings are loaded. It is first
+// measured empty, before any loading, and a combo box keeps that measure of
+// its least width; in a language with longer words the window then squeezes
+// it and cuts its text short. So its width follows its choices, and it never
+// gets narrower than the longest of them.
+QComboBox *choiceList(const QString &key, const QString &accessibleName) {
+    auto *list = new QComboBox;
+    list->setObjectName(key);
+    list->setAccessibleName(accessibleName);
+    list->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    list->setSizePolicy(QSizePolicy::Fixed, list->sizePolicy().verticalPolicy());
+    return list;
+}
+
 // Several check boxes under one label.
 QWidget *column(const QList<QWidget *> &widgets) {
     auto *box = new QWidget;
@@ -400,9 +414,7 @@ QComboBox *ZKPreferencesWindow::bindChoices(const QString &key, const QString &a
                                             std::function<QList<Choice>()> choices,
                                             std::function<QString(int)> otherLabel,
                                             int firstRunValue) {
-    auto *list = new QComboBox;
-    list->setObjectName(key);
-    list->setAccessibleName(accessibleName);
+    auto *list = choiceList(key, accessibleName);
     addLoader(key, [this, list, key, choices, otherLabel, firstRunValue] {
         const int stored =
             m_defaults->hasObject(key) ? int(m_defaults->integerForKey(key)) : firstRunValue;
@@ -430,9 +442,7 @@ QComboBox *ZKPreferencesWindow::bindChoices(const QString &key, const QString &a
 }
 
 QComboBox *ZKPreferencesWindow::bindSound(const QString &key, const QString &accessibleName) {
-    auto *list = new QComboBox;
-    list->setObjectName(key);
-    list->setAccessibleName(accessibleName);
+    auto *list = choiceList(key, accessibleName);
     addLoader(key, [this, list, key] {
         const QString stored = m_defaults->stringForKey(key);
         const QStringList names = ZKNotificationManager::soundNames();
