@@ -583,11 +583,11 @@ Verbinden Sie nur, wenn Sie wissen, dass dies der Schlüssel des Servers ist; er
     </message>
     <message>
         <source>Retry (Auto retry after %1)</source>
-        <translation>Erneut versuchen (automatisch nach %1)</translation>
+        <translation>Wiederholen (automatisch nach %1)</translation>
     </message>
     <message>
         <source>Retry</source>
-        <translation>Erneut versuchen</translation>
+        <translation>Wiederholen</translation>
     </message>
     <message>
         <source>Clear (Auto clear on)</source>
@@ -911,7 +911,7 @@ Verbinden Sie nur, wenn Sie wissen, dass dies der Schlüssel des Servers ist; er
     </message>
     <message>
         <source>Retry</source>
-        <translation>Erneut versuchen</translation>
+        <translation>Wiederholen</translation>
     </message>
 </context>
 <context>
@@ -1762,15 +1762,15 @@ Verbinden Sie nur, wenn Sie wissen, dass dies der Schlüssel des Servers ist; er
     </message>
     <message>
         <source>Retry</source>
-        <translation>Erneut versuchen</translation>
+        <translation>Wiederholen</translation>
     </message>
     <message>
         <source>Retry Failed Tasks</source>
-        <translation>Fehlgeschlagene Aufgaben erneut versuchen</translation>
+        <translation>Fehlgeschlagene Aufgaben wiederholen</translation>
     </message>
     <message>
         <source>Retry Automatically</source>
-        <translation>Automatisch erneut versuchen</translation>
+        <translation>Automatisch wiederholen</translation>
     </message>
     <message>
         <source>Clear Completed</source>
@@ -1934,7 +1934,7 @@ Verbinden Sie nur, wenn Sie wissen, dass dies der Schlüssel des Servers ist; er
     </message>
     <message>
         <source>Verify</source>
-        <translation>Überprüfen</translation>
+        <translation>Prüfen</translation>
     </message>
     <message>
         <source>Compare every copy with its original</source>
@@ -2401,7 +2401,7 @@ Der Fingerabdruck des %2-Schlüssels ist %3.</translation>
     </message>
     <message>
         <source>Retry</source>
-        <translation>Erneut versuchen</translation>
+        <translation>Wiederholen</translation>
     </message>
     <message>
         <source>Show in Folder</source>

@@ -132,7 +132,11 @@ ZKQueueWindow::ZKQueueWindow(std::unique_ptr<ZKFerrowickDocument> document, QWid
     // What the queue did survives the window and the program.
     m_document->setSavesProgress(true);
 
-    resize(720, 520);
+    // Wide enough for the toolbar in the user's language, whose words may be
+    // much longer than the English ones: none of its controls starts out
+    // hidden behind the overflow arrow.
+    const auto *bar = findChild<QToolBar *>(QStringLiteral("queueToolBar"));
+    resize(qMax(720, bar->sizeHint().width()), 520);
     setMinimumSize(480, 260);
 }
 
@@ -324,6 +328,19 @@ void ZKQueueWindow::buildToolBar() {
 
     QAction *startStop = action("startStop");
     bar->addAction(startStop);
+    // Start and Pause take turns on one button. As wide as the longer of
+    // them, it neither shifts the buttons beside it nor outgrows the window
+    // once the queue runs.
+    if (auto *button = qobject_cast<QToolButton *>(bar->widgetForAction(startStop))) {
+        const QString shown = startStop->text();
+        int width = 0;
+        for (const QString &text : {tr("Start"), tr("Pause")}) {
+            startStop->setText(text);
+            width = qMax(width, button->sizeHint().width());
+        }
+        startStop->setText(shown);
+        button->setMinimumWidth(width);
+    }
 
     // A click runs the first command, a longer press shows the others.
     auto popup = [this, bar](const QString &text, const QString &image, QMenu *menu) {

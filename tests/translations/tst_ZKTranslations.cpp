@@ -3,19 +3,27 @@
 #include "ZKAppDelegate.h"
 #include "ZKByteCountFormatter.h"
 #include "ZKDocumentController.h"
+#include "ZKFerrowickDocument.h"
 #include "ZKPreferences.h"
 #include "ZKPreferencesWindow.h"
+#include "ZKQueueState.h"
 #include "ZKQueueWindow.h"
 #include "ZKTranslations.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QMenuBar>
 #include <QProcess>
 #include <QStandardPaths>
+#include <QStyleOptionComboBox>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QToolBar>
+#include <QToolButton>
 #include <QTranslator>
+
+#include <optional>
 
 namespace {
 
@@ -76,6 +84,56 @@ private:
     QList<QTranslator *> m_translators;
 };
 
+// The combo boxes of the preferences whose current text does not fit them,
+// page by page, as the window shows them.
+QStringList clippedChoices() {
+    ZKPreferencesWindow preferences;
+    preferences.show();
+    QStringList clipped;
+    for (const QString &page : {QStringLiteral("General"), QStringLiteral("Defaults"),
+                                QStringLiteral("Downloads"), QStringLiteral("Sounds")}) {
+        preferences.showPage(page);
+        QCoreApplication::processEvents();
+        const auto lists =
+            preferences.findChild<QTabWidget *>()->currentWidget()->findChildren<QComboBox *>();
+        for (const QComboBox *list : lists) {
+            QStyleOptionComboBox option;
+            option.initFrom(list);
+            const QSize text(list->fontMetrics().horizontalAdvance(list->currentText()),
+                             list->fontMetrics().height());
+            const int needed =
+                list->style()->sizeFromContents(QStyle::CT_ComboBox, &option, text, list).width();
+            if (list->width() < needed) {
+                clipped << QStringLiteral("%1 (%2 of %3 pixels)")
+                               .arg(list->currentText())
+                               .arg(list->width())
+                               .arg(needed);
+            }
+        }
+    }
+    return clipped;
+}
+
+// What a new queue window at its own size cannot show on its toolbar, from
+// a queue that opens paused and is then started (Pause may be longer than
+// Start).
+QString toolBarOverflow() {
+    auto document = std::make_unique<ZKFerrowickDocument>();
+    document->setState(ZKQueueState::Paused);
+    ZKQueueWindow window(std::move(document));
+    window.show();
+    window.document()->setState(ZKQueueState::Running);
+    QCoreApplication::processEvents();
+    const auto *bar = window.findChild<QToolBar *>();
+    const auto *more = bar->findChild<QToolButton *>(QStringLiteral("qt_toolbar_ext_button"));
+    if (more && more->isVisible()) {
+        return QStringLiteral("%1 pixels wanted in a window of %2")
+            .arg(bar->sizeHint().width())
+            .arg(window.width());
+    }
+    return {};
+}
+
 void setGermanEnvironment() {
     qputenv("LANG", "de_DE.UTF-8");
     for (const char *name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES"}) {
@@ -93,7 +151,10 @@ private Q_SLOTS:
     void preferencesKeepTheirShortcut();
     void pluralsReadCorrectEnglish();
     void sizesReadGerman();
+    void unreadTaskEntriesReadGerman();
     void cliSpeaksGerman();
+    void textsFitTheirControls_data();
+    void textsFitTheirControls();
 };
 
 void TestZKTranslations::menusReadGerman() {
@@ -168,6 +229,12 @@ void TestZKTranslations::sizesReadGerman() {
     QCOMPARE(ZKByteCountFormatter::formatDataRate(1536), QStringLiteral("1,5 KB/s"));
 }
 
+void TestZKTranslations::unreadTaskEntriesReadGerman() {
+    // Why an entry stays unread reaches the user beside the report of it.
+    QCOMPARE(ZKFerrowickDocument::unreadableTaskEntryReason(QVariant(42)),
+             QStringLiteral("Er ist kein Wörterbuch."));
+}
+
 void TestZKTranslations::cliSpeaksGerman() {
     QTemporaryDir dir;
     QProcess cli;
@@ -178,6 +245,26 @@ void TestZKTranslations::cliSpeaksGerman() {
     const QString output = QString::fromUtf8(cli.readAll());
     QCOMPARE(cli.exitCode(), 1);
     QVERIFY2(output.contains(QStringLiteral("Fehlgeschlagen")), qUtf8Printable(output));
+}
+
+void TestZKTranslations::textsFitTheirControls_data() {
+    QTest::addColumn<bool>("german");
+    QTest::newRow("English") << false;
+    QTest::newRow("German") << true;
+}
+
+void TestZKTranslations::textsFitTheirControls() {
+    // Longer words must not cut a choice short or push the toolbar's
+    // controls behind its overflow arrow.
+    QFETCH(bool, german);
+    std::optional<EnglishOnly> englishOnly;
+    if (!german) {
+        englishOnly.emplace();
+    }
+    const QStringList clipped = clippedChoices();
+    QVERIFY2(clipped.isEmpty(), qUtf8Printable(clipped.join(u", ")));
+    const QString overflow = toolBarOverflow();
+    QVERIFY2(overflow.isEmpty(), qUtf8Printable(overflow));
 }
 
 int main(int argc, char **argv) {
