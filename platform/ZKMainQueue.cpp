@@ -3,6 +3,7 @@
 #include "ZKMainQueue.h"
 
 #include <QCoreApplication>
+#include <QMetaMethod>
 #include <QThread>
 #include <QTimer>
 
@@ -30,7 +31,7 @@ std::vector<std::function<void()>> waitingCalls; // with applicationLock held
 class ZKMainQueueWaker : public QObject {
     Q_OBJECT
 
-public:
+public Q_SLOTS:
     void runWaitingCalls() {
         std::vector<std::function<void()>> calls;
         {
@@ -85,9 +86,13 @@ void ZKMainQueue::async(std::function<void()> fn) {
     // up (sendPostedEvents for MetaCall) serve these too: the wake-up is a
     // MetaCall event.
     if (waitingCalls.size() == 1) {
-        // By pointer, not by name: a name is looked up anew at each call,
-        // and a queue of small files makes a few calls per file.
-        QMetaObject::invokeMethod(waker, &ZKMainQueueWaker::runWaitingCalls, Qt::QueuedConnection);
+        // Through its meta-method, found once: a name is looked up anew at
+        // each call, and a queue of small files makes a few calls per file.
+        // (A member pointer would be wrapped in an object of ours, which the
+        // sanitizer then sees cross threads through Qt's queue.)
+        static const QMetaMethod wakeUp = ZKMainQueueWaker::staticMetaObject.method(
+            ZKMainQueueWaker::staticMetaObject.indexOfSlot("runWaitingCalls()"));
+        wakeUp.invoke(waker, Qt::QueuedConnection);
     }
 }
 
