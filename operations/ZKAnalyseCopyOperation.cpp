@@ -258,7 +258,11 @@ void ZKAnalyseCopyOperation::main() {
         setError(*refusal);
     } else {
         m_destinationFolderReader = m_destination->asReader();
-        m_destinationFolderReader->open();
+        // The writer has just found a local folder there; it is looked at
+        // again only for what a conflict needs to show.
+        if (!m_destinationFolderReader->isLocal()) {
+            m_destinationFolderReader->open();
+        }
         m_destinationReader = m_destinationFolderReader->childWithName(m_source->filename());
         m_destinationReader->open();
         analyseCopyFrom(*m_source, *m_destinationReader);
@@ -432,6 +436,9 @@ bool ZKAnalyseCopyOperation::analyseExistingFile(ZKReader &source, ZKReader &cop
     }
     if (isCancelled()) {
         return false;
+    }
+    if (m_destinationFolderReader && m_destinationFolderReader->isLocal()) {
+        m_destinationFolderReader->open();
     }
     std::optional<ZKFileInfo> existing =
         m_destinationFolderReader ? m_destinationFolderReader->fileInfoForChild(copy.filename())
