@@ -14,6 +14,7 @@
 #include "ZKQueueState.h"
 #include "ZKQueueWindow.h"
 #include "ZKReaderFactory.h"
+#include "ZKRunningApplication.h"
 #include "ZKSessionBus.h"
 #include "ZKSpeedLimitPanel.h"
 #include "ZKTaskState.h"
@@ -64,7 +65,7 @@ private Q_SLOTS:
     void quittingAsksEachQueueInTurn();
 
 private:
-    QString path(const QString &name) const { return QDir(m_dir->path()).filePath(name); }
+    QString path(const QString &name) const { return m_app.path(name); }
     // A second ferrowick as a user starts it beside the running one: in the
     // test's folder, on the test's bus, with the test's settings.
     void prepareSecondProcess(QProcess &second) const;
@@ -80,40 +81,20 @@ private:
 
     ZKSessionBus m_programBus;
 
-    ZKSessionBus m_bus;
-    std::unique_ptr<ZKAppDelegate> m_delegate;
-    std::unique_ptr<ZKApplicationService> m_service;
-    std::unique_ptr<QTemporaryDir> m_dir;
+    ZKRunningApplication m_app;
 };
 
 void TestZKApplication::initTestCase() {
-    // Before anything asks for the session bus: it is ours from then on.
-    QVERIFY2(m_bus.start(), qUtf8Printable(m_bus.errorString()));
-    ZKPreferences::initialiseUserDefaults();
-    ZKUserDefaults::standard().setString(ZKPreferences::completionSound, QString());
-    ZKUserDefaults::standard().setString(ZKPreferences::failureSound, QString());
+    QVERIFY2(m_app.startBus(), qUtf8Printable(m_app.busError()));
     ZKQuestionPresenter::setShared(&ZKQueueWindow::presenter());
 }
 
 void TestZKApplication::init() {
-    m_dir = std::make_unique<QTemporaryDir>();
-    QDir(m_dir->path()).mkdir(QStringLiteral("out"));
-    ZKUserDefaults::standard().setInteger(ZKPreferences::queueState, ZKQueueState::Paused);
-    m_delegate = std::make_unique<ZKAppDelegate>();
-    m_delegate->applicationWillFinishLaunching();
-    m_service = std::make_unique<ZKApplicationService>(*m_delegate, QDBusConnection::sessionBus());
-    QCOMPARE(m_service->claim(), ZKApplicationService::Claim::Owned);
-    m_delegate->applicationDidFinishLaunching();
+    QVERIFY(m_app.launch());
 }
 
 void TestZKApplication::cleanup() {
-    for (ZKQueueWindow *window : m_delegate->documentController().windows()) {
-        window->setDiscardChanges(true);
-        window->close();
-    }
-    QTRY_VERIFY(m_delegate->documentController().documents().isEmpty());
-    m_service.reset();
-    m_delegate.reset();
+    QVERIFY2(m_app.quit(), "a queue outlived its window");
 }
 
 QString TestZKApplication::savedQueue(const QString &name, qint32 state) {
@@ -157,9 +138,9 @@ qint64 TestZKApplication::bytesBelow(const QString &folder) const {
 }
 
 void TestZKApplication::prepareSecondProcess(QProcess &second) const {
-    second.setWorkingDirectory(m_dir->path());
+    second.setWorkingDirectory(m_app.folder());
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_bus.address());
+    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_app.busAddress());
     environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
     environment.insert(QStringLiteral("XDG_CONFIG_HOME"), path("config"));
     second.setProcessEnvironment(environment);
@@ -167,21 +148,15 @@ void TestZKApplication::prepareSecondProcess(QProcess &second) const {
 
 bool TestZKApplication::runGdbus(const QStringList &arguments, QString *output, QString *error,
                                  const QString &bus) {
-    return ZKTestSupport::runServing(
-        QStringLiteral("gdbus"),
-        QStringList{QStringLiteral("call"), QStringLiteral("--address"),
-                    bus.isEmpty() ? m_bus.address() : bus, QStringLiteral("--dest"),
-                    ZKApplicationService::serviceName, QStringLiteral("--object-path"),
-                    ZKApplicationService::objectPath, QStringLiteral("--method")} +
-            arguments,
-        output, error);
+    return ZKTestSupport::runServing(QStringLiteral("gdbus"),
+                                     m_app.gdbusCall(arguments.first(), bus) + arguments.mid(1),
+                                     output, error);
 }
-
 void TestZKApplication::queueFilesOpenOnceEach() {
-    ZKDocumentController &controller = m_delegate->documentController();
+    ZKDocumentController &controller = m_app.documents();
     const QString first = savedQueue(QStringLiteral("first"));
     const QString second = savedQueue(QStringLiteral("second"));
-    QVERIFY(m_delegate->openFiles({first, second}));
+    QVERIFY(m_app.delegate().openFiles({first, second}));
     QCOMPARE(controller.windows().size(), 2);
     const QList<ZKFerrowickDocument *> opened = controller.documents();
     for (ZKFerrowickDocument *document : opened) {
@@ -203,7 +178,7 @@ void TestZKApplication::queueFilesOpenOnceEach() {
 }
 
 void TestZKApplication::untitledQueuesAreNumbered() {
-    ZKDocumentController &controller = m_delegate->documentController();
+    ZKDocumentController &controller = m_app.documents();
     ZKQueueWindow *first = controller.newDocument();
     ZKQueueWindow *second = controller.newDocument();
     QCOMPARE(first->document()->displayName(), QStringLiteral("Untitled"));
@@ -225,11 +200,11 @@ void TestZKApplication::untitledQueuesAreNumbered() {
 }
 
 void TestZKApplication::dockFollowsRunningQueues() {
-    ZKDocumentController &controller = m_delegate->documentController();
+    ZKDocumentController &controller = m_app.documents();
     ZKFerrowickDocument *a = controller.newDocument()->document();
     ZKFerrowickDocument *b = controller.newDocument()->document();
-    ZKProgressTracker &tracker = m_delegate->progressTracker();
-    ZKProgressDockTile &tile = m_delegate->dockTile();
+    ZKProgressTracker &tracker = m_app.delegate().progressTracker();
+    ZKProgressDockTile &tile = m_app.delegate().dockTile();
     auto report = [](ZKFerrowickDocument *document, qint32 state, quint64 bytes, quint64 total) {
         ZKQueueFigures figures;
         figures.state = state;
@@ -272,7 +247,7 @@ void TestZKApplication::terminalQueueOpensWithItsProgress() {
                                               QStringLiteral("--save"), path("terminal.queue")});
     QVERIFY(cli.waitForFinished(30000));
     QVERIFY2(cli.exitCode() == 0, cli.readAllStandardError().constData());
-    ZKQueueWindow *window = m_delegate->documentController().openDocument(path("terminal.queue"));
+    ZKQueueWindow *window = m_app.documents().openDocument(path("terminal.queue"));
     QVERIFY(window);
     QCOMPARE(window->document()->countOfTasks(), 1);
     const ZKTaskPtr copied = window->document()->objectInTasksAtIndex(0);
@@ -285,7 +260,7 @@ void TestZKApplication::finishedQueueAsksForAttentionWithoutNotifications() {
     // The private bus has no notification service: the window is alerted.
     QObject *alerted = nullptr;
     ZKNotificationManager::setAttentionRequest([&](QObject *origin) { alerted = origin; });
-    ZKQueueWindow *window = m_delegate->documentController().newDocument();
+    ZKQueueWindow *window = m_app.documents().newDocument();
     ZKNotificationManager::QueueNotice notice;
     notice.name = window->document()->displayName();
     notice.origin = window->document();
@@ -294,7 +269,7 @@ void TestZKApplication::finishedQueueAsksForAttentionWithoutNotifications() {
 }
 
 void TestZKApplication::secondProcessHandsItsItemsOver() {
-    ZKDocumentController &controller = m_delegate->documentController();
+    ZKDocumentController &controller = m_app.documents();
     ZKQueueWindow *main = controller.openDocument(savedQueue(QStringLiteral("main")));
     QVERIFY(main);
     QVERIFY(writeFile(path("plain.iso"), randomBytes(1000, 3)));
@@ -347,8 +322,7 @@ void TestZKApplication::handedItemsAreCopiedOrMovedAsAsked() {
     QFETCH(qint32, queueMode);
     QFETCH(qint32, expectedMode);
 
-    ZKQueueWindow *main =
-        m_delegate->documentController().openDocument(savedQueue(QStringLiteral("main")));
+    ZKQueueWindow *main = m_app.documents().openDocument(savedQueue(QStringLiteral("main")));
     QVERIFY(main);
     main->document()->setDefaultTransferMode(queueMode);
     const QString file = QStringLiteral("\u00e9t\u00e9 photos.iso");
@@ -380,15 +354,15 @@ void TestZKApplication::handedItemsAreCopiedOrMovedAsAsked() {
 }
 
 void TestZKApplication::scriptsDriveAQueue() {
-    QVERIFY(QDir(m_dir->path()).mkpath(QStringLiteral("folder/inner")));
+    QVERIFY(QDir(m_app.folder()).mkpath(QStringLiteral("folder/inner")));
     const QByteArray content = randomBytes(200000, 4);
     QVERIFY(writeFile(path("folder/inner/data"), content));
-    ZKQueueWindow *window = m_delegate->documentController().newDocument();
-    const quint32 id = m_delegate->documentController().identifierOfDocument(window->document());
+    ZKQueueWindow *window = m_app.documents().newDocument();
+    const quint32 id = m_app.documents().identifierOfDocument(window->document());
 
     QProcess monitor;
     monitor.start(QStringLiteral("gdbus"),
-                  {QStringLiteral("monitor"), QStringLiteral("--address"), m_bus.address(),
+                  {QStringLiteral("monitor"), QStringLiteral("--address"), m_app.busAddress(),
                    QStringLiteral("--dest"), ZKApplicationService::serviceName});
     QVERIFY(monitor.waitForStarted(5000));
     QTest::qWait(300); // its subscription is in place
@@ -470,9 +444,8 @@ void TestZKApplication::badScriptCallsGetClearErrors() {
     QFETCH(QStringList, call);
     QFETCH(QString, message);
 
-    ZKQueueWindow *window = m_delegate->documentController().newDocument();
-    const QString id =
-        QString::number(m_delegate->documentController().identifierOfDocument(window->document()));
+    ZKQueueWindow *window = m_app.documents().newDocument();
+    const QString id = QString::number(m_app.documents().identifierOfDocument(window->document()));
     for (QString &argument : call) {
         argument.replace(QStringLiteral("@ID@"), id).replace(QStringLiteral("@OUT@"), path("out"));
     }
@@ -490,7 +463,7 @@ void TestZKApplication::badScriptCallsGetClearErrors() {
 // dropped twice: one task, and a refusal that names the queue holding it.
 void TestZKApplication::sourcesAreQueuedOncePerDestination() {
     QVERIFY(writeFile(path("a"), "a") && writeFile(path("b"), "b"));
-    ZKDocumentController &controller = m_delegate->documentController();
+    ZKDocumentController &controller = m_app.documents();
     ZKQueueWindow *first = controller.newDocument();
     ZKQueueWindow *second = controller.newDocument();
     const QString firstId = QString::number(controller.identifierOfDocument(first->document()));
@@ -641,7 +614,7 @@ void TestZKApplication::killedUntitledQueueComesBack() {
     window.kill();
     QVERIFY(window.waitForFinished(5000));
 
-    ZKDocumentController &controller = m_delegate->documentController();
+    ZKDocumentController &controller = m_app.documents();
     QCOMPARE(controller.reopenRecoveredDocuments(), 1);
     ZKQueueWindow *recovered = controller.windows().value(0);
     QVERIFY(recovered);
@@ -671,12 +644,12 @@ void TestZKApplication::quittingAsksEachQueueInTurn() {
     QFETCH(QString, secondAnswer);
     QFETCH(bool, secondCloses);
 
-    ZKDocumentController &controller = m_delegate->documentController();
+    ZKDocumentController &controller = m_app.documents();
     QList<QPointer<ZKQueueWindow>> windows;
     QHash<ZKQueueWindow *, QString> folders;
     for (const QString name : {"first", "second"}) {
         QVERIFY(writeFile(path(name), randomBytes(4000000, name.size())));
-        QVERIFY(QDir(m_dir->path()).mkpath(name + QStringLiteral("-out")));
+        QVERIFY(QDir(m_app.folder()).mkpath(name + QStringLiteral("-out")));
         ZKQueueWindow *window = controller.newDocument();
         ZKFerrowickDocument *document = window->document();
         document->speedLimit().setMaximumTransferRate(1000000);

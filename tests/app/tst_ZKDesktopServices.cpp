@@ -11,7 +11,7 @@
 #include "ZKQueueScriptingAdaptor.h"
 #include "ZKQueueState.h"
 #include "ZKQueueWindow.h"
-#include "ZKSessionBus.h"
+#include "ZKRunningApplication.h"
 #include "ZKSpeedLimitPanel.h"
 #include "ZKTaskState.h"
 #include "ZKTestSupport.h"
@@ -108,7 +108,7 @@ private Q_SLOTS:
     void everyMenuShowsItsKeys();
 
 private:
-    QString path(const QString &name) const { return QDir(m_dir->path()).filePath(name); }
+    QString path(const QString &name) const { return m_app.path(name); }
     bool gdbus(const QStringList &arguments, QString *output, QString *error);
     bool call(const QString &method, const QStringList &arguments, QString *output, QString *error);
     // The new queue's number, as ListQueues gives it.
@@ -117,21 +117,17 @@ private:
     bool offer(const QString &name, const QString &objectPath, QObject *service);
     bool runToTheEnd(ZKFerrowickDocument *document);
 
-    ZKSessionBus m_bus;
+    ZKRunningApplication m_app;
     QDBusConnection m_fakes{QString()};
     QStringList m_offered;
     QByteArray m_path;
-    std::unique_ptr<ZKAppDelegate> m_delegate;
-    std::unique_ptr<ZKApplicationService> m_service;
-    std::unique_ptr<QTemporaryDir> m_dir;
     QList<std::pair<qint64, QVariantMap>> m_taskChanges;
     QElapsedTimer m_clock;
 };
 
 void TestZKDesktopServices::initTestCase() {
-    // Before anything asks for the session bus: it is ours from then on.
-    QVERIFY2(m_bus.start(), qUtf8Printable(m_bus.errorString()));
-    m_fakes = QDBusConnection::connectToBus(m_bus.address(), QStringLiteral("fakes"));
+    QVERIFY2(m_app.startBus(), qUtf8Printable(m_app.busError()));
+    m_fakes = QDBusConnection::connectToBus(m_app.busAddress(), QStringLiteral("fakes"));
     QVERIFY(m_fakes.isConnected());
     QVERIFY(m_fakes.connect(ZKApplicationService::serviceName, ZKApplicationService::objectPath,
                             queueInterface, QStringLiteral("TaskChanged"), this,
@@ -141,33 +137,17 @@ void TestZKDesktopServices::initTestCase() {
     // every machine; the test's home is its own.
     QVERIFY(writeFile(QDir::home().filePath(QStringLiteral(".asoundrc")),
                       "pcm.!default { type null }\nctl.!default { type hw card 0 }\n"));
-    ZKPreferences::initialiseUserDefaults();
-    ZKUserDefaults::standard().setString(ZKPreferences::completionSound, QString());
-    ZKUserDefaults::standard().setString(ZKPreferences::failureSound, QString());
     ZKUserDefaults::standard().setBool(ZKPreferences::automaticRetryEnabled, false);
     m_clock.start();
 }
 
 void TestZKDesktopServices::init() {
-    m_dir = std::make_unique<QTemporaryDir>();
-    QDir(m_dir->path()).mkdir(QStringLiteral("out"));
-    ZKUserDefaults::standard().setInteger(ZKPreferences::queueState, ZKQueueState::Paused);
-    m_delegate = std::make_unique<ZKAppDelegate>();
-    m_delegate->applicationWillFinishLaunching();
-    m_service = std::make_unique<ZKApplicationService>(*m_delegate, QDBusConnection::sessionBus());
-    QCOMPARE(m_service->claim(), ZKApplicationService::Claim::Owned);
-    m_delegate->applicationDidFinishLaunching();
+    QVERIFY(m_app.launch());
     m_taskChanges.clear();
 }
 
 void TestZKDesktopServices::cleanup() {
-    for (ZKQueueWindow *window : m_delegate->documentController().windows()) {
-        window->setDiscardChanges(true);
-        window->close();
-    }
-    QTRY_VERIFY(m_delegate->documentController().documents().isEmpty());
-    m_service.reset();
-    m_delegate.reset();
+    QVERIFY2(m_app.quit(), "a queue outlived its window");
     for (const QString &name : std::as_const(m_offered)) {
         m_fakes.unregisterService(name);
     }
@@ -188,18 +168,12 @@ bool TestZKDesktopServices::gdbus(const QStringList &arguments, QString *output,
 
 bool TestZKDesktopServices::call(const QString &method, const QStringList &arguments,
                                  QString *output, QString *error) {
-    return gdbus(QStringList{QStringLiteral("call"), QStringLiteral("--address"), m_bus.address(),
-                             QStringLiteral("--dest"), ZKApplicationService::serviceName,
-                             QStringLiteral("--object-path"), ZKApplicationService::objectPath,
-                             QStringLiteral("--method"),
-                             queueInterface + QLatin1Char('.') + method} +
-                     arguments,
-                 output, error);
+    return gdbus(m_app.gdbusCall(queueInterface + QLatin1Char('.') + method) + arguments, output,
+                 error);
 }
 
 QString TestZKDesktopServices::queueNumber(ZKQueueWindow *window) const {
-    return QString::number(
-        m_delegate->documentController().identifierOfDocument(window->document()));
+    return QString::number(m_app.documents().identifierOfDocument(window->document()));
 }
 
 bool TestZKDesktopServices::offer(const QString &name, const QString &objectPath,
@@ -269,7 +243,7 @@ void TestZKDesktopServices::scriptsChooseHowSourcesAreAdded() {
 
     const QByteArray content = randomBytes(100000, 7);
     QVERIFY(writeFile(path("a"), content));
-    ZKQueueWindow *window = m_delegate->documentController().newDocument();
+    ZKQueueWindow *window = m_app.documents().newDocument();
     ZKFerrowickDocument *document = window->document();
     document->setDefaultTransferMode(queueMode);
     document->setIsVerifyEnabled(queueVerifies);
@@ -338,11 +312,11 @@ void TestZKDesktopServices::badAdditionsAreRefusedAtTheCall() {
     QFETCH(QString, message);
 
     QVERIFY(writeFile(path("a"), "a") && writeFile(path("b"), "b"));
-    ZKQueueWindow *window = m_delegate->documentController().newDocument();
+    ZKQueueWindow *window = m_app.documents().newDocument();
     for (QString &argument : sourcesDestinationOptions) {
-        argument.replace(QStringLiteral("@DIR@"), m_dir->path());
+        argument.replace(QStringLiteral("@DIR@"), m_app.folder());
     }
-    message.replace(QStringLiteral("@DIR@"), m_dir->path());
+    message.replace(QStringLiteral("@DIR@"), m_app.folder());
     QString output, error;
     QVERIFY2(!call(QStringLiteral("AddSourcesWithOptions"),
                    QStringList{queueNumber(window)} + sourcesDestinationOptions, &output, &error),
@@ -358,14 +332,14 @@ void TestZKDesktopServices::badAdditionsAreRefusedAtTheCall() {
 void TestZKDesktopServices::taskChangesAreToldAFewTimesASecond() {
     const qint64 size = 2500000;
     QVERIFY(writeFile(path("big"), randomBytes(size, 9)));
-    ZKQueueWindow *window = m_delegate->documentController().newDocument();
+    ZKQueueWindow *window = m_app.documents().newDocument();
     ZKFerrowickDocument *document = window->document();
     document->speedLimit().setMaximumTransferRate(1000000);
     document->speedLimit().setEnabled(true);
     // When they leave, apart from how late the bus delivers them.
     QList<qint64> sent;
     const QObject listening;
-    connect(m_service->findChild<ZKQueueScriptingAdaptor *>(),
+    connect(m_app.service().findChild<ZKQueueScriptingAdaptor *>(),
             &ZKQueueScriptingAdaptor::TaskChanged, &listening,
             [&sent, this] { sent << m_clock.elapsed(); });
     QString output, error;
@@ -404,7 +378,7 @@ void TestZKDesktopServices::taskChangesAreToldAFewTimesASecond() {
 
 void TestZKDesktopServices::introspectionNamesEveryArgument() {
     QString output, error;
-    QVERIFY2(gdbus({QStringLiteral("introspect"), QStringLiteral("--address"), m_bus.address(),
+    QVERIFY2(gdbus({QStringLiteral("introspect"), QStringLiteral("--address"), m_app.busAddress(),
                     QStringLiteral("--dest"), ZKApplicationService::serviceName,
                     QStringLiteral("--object-path"), ZKApplicationService::objectPath},
                    &output, &error),
@@ -443,7 +417,7 @@ void TestZKDesktopServices::finishedQueueNoticesCanBeActedOn() {
         offer(notificationsName, QStringLiteral("/org/freedesktop/Notifications"), &notifications));
     QVERIFY(offer(fileManagerName, QStringLiteral("/org/freedesktop/FileManager1"), &fileManager));
     QVERIFY(writeFile(path("a"), "a"));
-    ZKQueueWindow *window = m_delegate->documentController().newDocument();
+    ZKQueueWindow *window = m_app.documents().newDocument();
     ZKFerrowickDocument *document = window->document();
     // Running already: a task that fails while the queue is paused ends
     // nothing the user waits for.
@@ -452,7 +426,7 @@ void TestZKDesktopServices::finishedQueueNoticesCanBeActedOn() {
     QVERIFY2(
         call(QStringLiteral("AddSources"),
              {queueNumber(window),
-              QStringLiteral("['%1']").arg(source.replace(QStringLiteral("@DIR@"), m_dir->path())),
+              QStringLiteral("['%1']").arg(source.replace(QStringLiteral("@DIR@"), m_app.folder())),
               path("out")},
              &output, &error),
         qUtf8Printable(error));
@@ -506,7 +480,7 @@ void TestZKDesktopServices::showInFolderFallsBackAndSaysWhenNothingWorks() {
         QVERIFY(offer(fileManagerName, QStringLiteral("/org/freedesktop/FileManager1"), &manager));
     }
     // The desktop's opener, as a script that notes what it opens.
-    QVERIFY(QDir(m_dir->path()).mkdir(QStringLiteral("bin")));
+    QVERIFY(QDir(m_app.folder()).mkdir(QStringLiteral("bin")));
     if (opener >= 0) {
         const QString script = path("bin/xdg-open");
         QVERIFY(writeFile(script, QStringLiteral("#!/bin/sh\necho \"$1\" >> '%1'\nexit %2\n")
@@ -518,7 +492,7 @@ void TestZKDesktopServices::showInFolderFallsBackAndSaysWhenNothingWorks() {
     qputenv("PATH", path("bin").toLocal8Bit());
 
     QVERIFY(writeFile(path("out/a"), "a"));
-    ZKQueueWindow *window = m_delegate->documentController().newDocument();
+    ZKQueueWindow *window = m_app.documents().newDocument();
     ZKFileBrowser::reveal(QUrl::fromLocalFile(path("out/a")));
     if (fileManager) {
         QTRY_COMPARE(manager.shown.size(), 1);
@@ -554,12 +528,12 @@ void TestZKDesktopServices::soundsAreThoseThatExist() {
 }
 
 void TestZKDesktopServices::everyMenuShowsItsKeys() {
-    ZKQueueWindow *window = m_delegate->documentController().newDocument();
+    ZKQueueWindow *window = m_app.documents().newDocument();
     window->show();
     window->activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(window));
     QTest::keyClick(window, Qt::Key_Comma, Qt::ControlModifier);
-    QTRY_VERIFY2(m_delegate->preferencesWindow().isVisible(), "Ctrl+, opened nothing");
+    QTRY_VERIFY2(m_app.delegate().preferencesWindow().isVisible(), "Ctrl+, opened nothing");
 
     // The bar's menus and the buttons' pop-ups alike.
     int keys = 0;
