@@ -80,25 +80,26 @@ class TestZKFaultScenarios : public QObject {
         return process.exitCode();
     }
 
-    // Without all: a cut and a reset only.
-    static void scenarios(bool ftp, bool all = true) {
-        QTest::addColumn<int>("fault");
-        QTest::addColumn<int>("times");
-        QTest::addColumn<int>("target");
+    // The rows of one way through the relay, "FTP download" say; without
+    // all, a cut and a reset only.
+    static void scenarios(const char *way, bool all = true) {
         const int data = int(Target::Data);
-        QTest::newRow("cut once") << int(Fault::Cut) << 1 << data;
-        QTest::newRow("reset") << int(Fault::Reset) << 1 << data;
+        const auto row = [way](const char *name, Fault fault, int times, int target) {
+            QTest::addRow("%s, %s", way, name)
+                << QString::fromLatin1(way) << int(fault) << times << target;
+        };
+        row("cut once", Fault::Cut, 1, data);
+        row("reset", Fault::Reset, 1, data);
         if (!all) {
             return;
         }
-        QTest::newRow("cut three times") << int(Fault::Cut) << 3 << data;
-        QTest::newRow("stall past the time-out") << int(Fault::Stall) << 1 << data;
+        row("cut three times", Fault::Cut, 3, data);
+        row("stall past the time-out", Fault::Stall, 1, data);
         // Every connection, for about three seconds each: slow, but never
         // silent for as long as the time-out.
-        QTest::newRow("trickle") << int(Fault::Trickle) << 1000 << data;
-        if (ftp) {
-            QTest::newRow("control cut during the transfer")
-                << int(Fault::Cut) << 1 << int(Target::Control);
+        row("trickle", Fault::Trickle, 1000, data);
+        if (QByteArray(way).startsWith("FTP")) {
+            row("control cut during the transfer", Fault::Cut, 1, int(Target::Control));
         }
     }
 
@@ -235,89 +236,88 @@ private Q_SLOTS:
         }
     }
 
-    void ftpDownload_data() { scenarios(true); }
+    void transfers_data() {
+        QTest::addColumn<QString>("way");
+        QTest::addColumn<int>("fault");
+        QTest::addColumn<int>("times");
+        QTest::addColumn<int>("target");
+        for (const char *way :
+             {"FTP download", "FTP upload", "SFTP download", "SFTP upload", "HTTP download"}) {
+            scenarios(way);
+        }
+        // A server that answers a Range with 200 and the whole body: the
+        // retry must start the file over, never append the body to what is
+        // there.
+        scenarios("HTTP download without ranges", false);
+    }
 
-    void ftpDownload() {
+    // Every SFTP connection is one SSH session that carries the transfer:
+    // the fault counts its bytes from the handshake on. nginx answers Range
+    // requests, Python's http.server does not.
+    void transfers() {
+        QFETCH(QString, way);
         const Scenario scenario = fetchScenario();
-        ZKFtpServers server(ZKFtpServers::Vsftpd);
-        ZK_REQUIRE_STARTED(server.start(), server.errorString());
-        QVERIFY(QFile::copy(path("source.bin"), QDir(server.root()).filePath("served.bin")));
-        ZKFaultRelay relay(QStringLiteral("127.0.0.1"), server.port(), ZKFaultRelay::Protocol::Ftp);
-        const QString url = relay.relayed(server.url("/served.bin")).toString();
-        runTrials(QStringLiteral("FTP download, %1").arg(QTest::currentDataTag()), [&](int i) {
+        const bool ftp = way.startsWith(QLatin1String("FTP"));
+        const bool sftp = way.startsWith(QLatin1String("SFTP"));
+        const bool upload = way.endsWith(QLatin1String("upload"));
+        ZKFtpServers ftpServer(ZKFtpServers::Vsftpd);
+        ZKSshServer sshServer;
+        ZKHttpServers webServers;
+        QString root; // what the server serves
+        std::function<QUrl(const QString &)> url;
+        if (ftp) {
+            ZK_REQUIRE_STARTED(ftpServer.start(), ftpServer.errorString());
+            root = ftpServer.root();
+            url = [&](const QString &name) {
+                return ftpServer.url("/" + name);
+            };
+        } else if (sftp) {
+            ZK_REQUIRE_STARTED(sshServer.start(), sshServer.errorString());
+            root = sshServer.root();
+            url = [&](const QString &name) {
+                return sshServer.url(name);
+            };
+        } else {
+            root = path("www");
+            QVERIFY(QDir().mkpath(root));
+            const bool ranges = !way.contains(QLatin1String("without"));
+            ZK_REQUIRE_STARTED(ranges ? webServers.startNginx(root)
+                                      : webServers.startPythonServer(root),
+                               webServers.errorString());
+            url = [&webServers, ranges](const QString &name) {
+                return ranges ? webServers.nginxUrl("/" + name) : webServers.pythonUrl("/" + name);
+            };
+        }
+        const QString served = QDir(root).filePath("served.bin");
+        if (!upload) {
+            QFile::remove(served);
+            QVERIFY(QFile::copy(path("source.bin"), served));
+        }
+        ZKFaultRelay relay(QStringLiteral("127.0.0.1"), quint16(url(QString()).port()),
+                           ftp ? ZKFaultRelay::Protocol::Ftp : ZKFaultRelay::Protocol::Plain);
+        if (sftp) {
+            QVERIFY(prepareHome(sshServer, relay.port()));
+        }
+        // A download over HTTP asks once for the head and the body, and one
+        // whose data all came before its FTP control connection went is
+        // complete: there only the bytes and the faults struck are judged.
+        runTrials(QTest::currentDataTag(), [&](int i) {
+            if (upload) {
+                const QString folder = QStringLiteral("up%1").arg(i);
+                QDir(root).mkpath(folder);
+                return trial(
+                    relay, scenario,
+                    {"copy", path("source.bin"), relay.relayed(url(folder + "/")).toString()},
+                    path("source.bin"), QDir(root).filePath(folder + "/source.bin"));
+            }
             const QString folder =
-                path(QStringLiteral("down-%1-%2").arg(QTest::currentDataTag()).arg(i));
+                path(QStringLiteral("%1 %2").arg(QTest::currentDataTag()).arg(i));
             QDir().mkpath(folder);
-            return trial(relay, scenario, {"copy", url, folder}, path("source.bin"),
-                         QDir(folder).filePath("served.bin"), false);
+            return trial(relay, scenario,
+                         {"copy", relay.relayed(url("served.bin")).toString(), folder},
+                         path("source.bin"), QDir(folder).filePath("served.bin"), false);
         });
     }
-
-    void ftpUpload_data() { scenarios(true); }
-
-    void ftpUpload() {
-        const Scenario scenario = fetchScenario();
-        ZKFtpServers server(ZKFtpServers::Vsftpd);
-        ZK_REQUIRE_STARTED(server.start(), server.errorString());
-        ZKFaultRelay relay(QStringLiteral("127.0.0.1"), server.port(), ZKFaultRelay::Protocol::Ftp);
-        runTrials(QStringLiteral("FTP upload, %1").arg(QTest::currentDataTag()), [&](int i) {
-            const QString folder = QStringLiteral("up%1").arg(i);
-            QDir(server.root()).mkpath(folder);
-            const QString url = relay.relayed(server.url("/" + folder + "/")).toString();
-            return trial(relay, scenario, {"copy", path("source.bin"), url}, path("source.bin"),
-                         QDir(server.root()).filePath(folder + "/source.bin"));
-        });
-    }
-
-    void sftpDownload_data() { scenarios(false); }
-
-    // Every connection is one SSH session that carries the transfer; the
-    // fault counts its bytes from the handshake on.
-    void sftpDownload() {
-        const Scenario scenario = fetchScenario();
-        ZKSshServer server;
-        ZK_REQUIRE_STARTED(server.start(), server.errorString());
-        QVERIFY(QFile::copy(path("source.bin"), QDir(server.root()).filePath("served.bin")));
-        ZKFaultRelay relay(QStringLiteral("127.0.0.1"), server.port(),
-                           ZKFaultRelay::Protocol::Plain);
-        QVERIFY(prepareHome(server, relay.port()));
-        const QString url = relay.relayed(server.url("served.bin")).toString();
-        runTrials(QStringLiteral("SFTP download, %1").arg(QTest::currentDataTag()), [&](int i) {
-            const QString folder =
-                path(QStringLiteral("sftp-down-%1-%2").arg(QTest::currentDataTag()).arg(i));
-            QDir().mkpath(folder);
-            return trial(relay, scenario, {"copy", url, folder}, path("source.bin"),
-                         QDir(folder).filePath("served.bin"), false);
-        });
-    }
-
-    void sftpUpload_data() { scenarios(false); }
-
-    void sftpUpload() {
-        const Scenario scenario = fetchScenario();
-        ZKSshServer server;
-        ZK_REQUIRE_STARTED(server.start(), server.errorString());
-        ZKFaultRelay relay(QStringLiteral("127.0.0.1"), server.port(),
-                           ZKFaultRelay::Protocol::Plain);
-        QVERIFY(prepareHome(server, relay.port()));
-        runTrials(QStringLiteral("SFTP upload, %1").arg(QTest::currentDataTag()), [&](int i) {
-            const QString folder = QStringLiteral("up%1").arg(i);
-            QDir(server.root()).mkpath(folder);
-            const QString url = relay.relayed(server.url(folder + "/")).toString();
-            return trial(relay, scenario, {"copy", path("source.bin"), url}, path("source.bin"),
-                         QDir(server.root()).filePath(folder + "/source.bin"));
-        });
-    }
-
-    void httpDownload_data() { scenarios(false); }
-
-    void httpDownload() { downloadOverHttp(true); }
-
-    // A server that answers a Range with 200 and the whole body: the retry
-    // must start the file over, never append the body to what is there.
-    void httpDownloadWithoutRanges_data() { scenarios(false, false); }
-
-    void httpDownloadWithoutRanges() { downloadOverHttp(false); }
 
     void serverRestarted_data() {
         QTest::addColumn<QString>("kind");
@@ -414,37 +414,6 @@ private Q_SLOTS:
         QVERIFY2(output.contains("Retrying"), output.constData());
         QVERIFY2(ZKTestSupport::readFile(copied) == ZKTestSupport::readFile(source),
                  output.constData());
-    }
-
-private:
-    // nginx answers Range requests, Python's http.server does not.
-    void downloadOverHttp(bool ranges) {
-        const Scenario scenario = fetchScenario();
-        QVERIFY(QDir().mkpath(path("www")));
-        QFile::remove(path("www/served.bin"));
-        QVERIFY(QFile::copy(path("source.bin"), path("www/served.bin")));
-        ZKHttpServers servers;
-        const bool started =
-            ranges ? servers.startNginx(path("www")) : servers.startPythonServer(path("www"));
-        ZK_REQUIRE_STARTED(started, servers.errorString());
-        const QUrl served =
-            ranges ? servers.nginxUrl("/served.bin") : servers.pythonUrl("/served.bin");
-        ZKFaultRelay relay(QStringLiteral("127.0.0.1"), quint16(served.port()),
-                           ZKFaultRelay::Protocol::Plain);
-        const QString url = relay.relayed(served).toString();
-        const QString name = ranges ? QStringLiteral("HTTP download, %1")
-                                    : QStringLiteral("HTTP download without ranges, %1");
-        // One request serves the look at the head and the download: the
-        // faults strike it from the first connection on. An answer broken
-        // while it waits for the copy is asked for again without a retry,
-        // so only the bytes and the faults struck are judged.
-        runTrials(name.arg(QTest::currentDataTag()), [&](int i) {
-            const QString folder = path(
-                QStringLiteral("web-%1-%2-%3").arg(ranges).arg(QTest::currentDataTag()).arg(i));
-            QDir().mkpath(folder);
-            return trial(relay, scenario, {"copy", url, folder}, path("source.bin"),
-                         QDir(folder).filePath("served.bin"), false);
-        });
     }
 };
 
