@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <unordered_map>
@@ -859,6 +860,403 @@ bool ZKPropertyListSerialization::writeDictionaryWithArray(
 
 namespace {
 
+// Reads the text of one element straight to its value, without libplist's
+// tree: the markup libplist writes and little more. Whatever it is not
+// certain to read as libplist does it declines, and the element goes to
+// libplist after all: comments, sections, attributes, empty numbers, numbers
+// spelt otherwise (libplist reads "010" as octal and cuts "1e" short),
+// references libplist takes loosely, a key twice or without its value, and
+// every value libplist's reading would refuse, so that the errors stay
+// libplist's.
+class ElementReader {
+public:
+    explicit ElementReader(QByteArrayView text)
+        : m_at(text.data())
+        , m_end(text.data() + text.size()) {}
+
+    // The value variantFromNode() gives for libplist's tree of the element
+    // two containers deep; an invalid QVariant when declined.
+    QVariant read() {
+        QVariant value;
+        skipBlanks();
+        if (!readValue(2, &value)) {
+            return {};
+        }
+        skipBlanks();
+        return m_at == m_end ? value : QVariant();
+    }
+
+private:
+    // The blanks libplist skips between elements; anything else there is an
+    // error to it.
+    static bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+
+    qsizetype left() const { return m_end - m_at; }
+
+    void skipBlanks() {
+        while (m_at != m_end && isBlank(*m_at)) {
+            ++m_at;
+        }
+    }
+
+    bool take(QByteArrayView markup) {
+        if (left() < markup.size() || std::memcmp(m_at, markup.data(), markup.size()) != 0) {
+            return false;
+        }
+        m_at += markup.size();
+        return true;
+    }
+
+    // A start tag without attributes: its name, and whether it is empty.
+    bool readStartTag(QByteArrayView *name, bool *isEmpty) {
+        if (m_at == m_end || *m_at != '<') {
+            return false;
+        }
+        const char *start = m_at + 1;
+        const char *i = start;
+        while (i != m_end && *i >= 'a' && *i <= 'z') {
+            ++i;
+        }
+        *name = QByteArrayView(start, i - start);
+        m_at = i;
+        *isEmpty = take("/>");
+        return !name->isEmpty() && (*isEmpty || take(">"));
+    }
+
+    // The text up to the end tag of the element, which must follow at once:
+    // text with markup in it is left to libplist.
+    bool readContent(QByteArrayView name, QByteArrayView *content) {
+        const auto *open = static_cast<const char *>(std::memchr(m_at, '<', left()));
+        if (!open) {
+            return false;
+        }
+        *content = QByteArrayView(m_at, open - m_at);
+        m_at = open;
+        return take("</") && take(name) && take(">");
+    }
+
+    bool readValue(int depth, QVariant *value) {
+        QByteArrayView name;
+        bool isEmpty = false;
+        if (!readStartTag(&name, &isEmpty)) {
+            return false;
+        }
+        if (name == "dict" || name == "array") {
+            if (depth >= ZKPropertyListSerialization::maximumNestingDepth) {
+                return false;
+            }
+            const bool isDictionary = name == "dict";
+            if (isEmpty) {
+                *value = isDictionary ? QVariant(QVariantMap()) : QVariant(QVariantList());
+                return true;
+            }
+            return isDictionary ? readDictionary(depth + 1, value) : readArray(depth + 1, value);
+        }
+        if (name == "true" || name == "false") {
+            *value = name == "true";
+            return isEmpty;
+        }
+        if (isEmpty) {
+            if (name != "string") {
+                return false;
+            }
+            *value = QString::fromUtf8("", 0);
+            return true;
+        }
+        QByteArrayView content;
+        if (name == "string") {
+            QString text;
+            if (!readContent(name, &content) || !textOf(content, &text)) {
+                return false;
+            }
+            *value = text;
+            return true;
+        }
+        if (!readContent(name, &content)) {
+            return false;
+        }
+        if (name == "integer") {
+            return integerOf(content, value);
+        }
+        if (name == "real") {
+            return realOf(content, value);
+        }
+        if (name == "date") {
+            return dateOf(content, value);
+        }
+        if (name == "data") {
+            return dataOf(content, value);
+        }
+        return false;
+    }
+
+    bool readDictionary(int depth, QVariant *value) {
+        QVariantMap map;
+        while (true) {
+            skipBlanks();
+            if (take("</dict>")) {
+                *value = map;
+                return true;
+            }
+            QByteArrayView content;
+            QString key;
+            QVariant child;
+            if (!take("<key>") || !readContent("key", &content) || !textOf(content, &key)) {
+                return false;
+            }
+            skipBlanks();
+            if (!readValue(depth, &child)) {
+                return false;
+            }
+            const qsizetype before = map.size();
+            map.insert(key, child);
+            if (map.size() == before) {
+                return false;
+            }
+        }
+    }
+
+    bool readArray(int depth, QVariant *value) {
+        QVariantList list;
+        while (true) {
+            skipBlanks();
+            if (take("</array>")) {
+                *value = list;
+                return true;
+            }
+            QVariant child;
+            if (!readValue(depth, &child)) {
+                return false;
+            }
+            list.append(child);
+        }
+    }
+
+    // Text with the five entities and character references resolved to the
+    // bytes libplist makes of them, then read as UTF-8 as libplist's text is.
+    static bool textOf(QByteArrayView content, QString *text) {
+        if (content.contains('\0')) {
+            return false; // libplist's copy would end there
+        }
+        qsizetype amp = content.indexOf('&');
+        if (amp < 0) {
+            *text = QString::fromUtf8(content);
+            return true;
+        }
+        QByteArray bytes;
+        bytes.reserve(content.size());
+        qsizetype from = 0;
+        for (; amp >= 0; amp = content.indexOf('&', from)) {
+            bytes.append(content.sliced(from, amp - from));
+            const qsizetype semicolon = content.indexOf(';', amp);
+            if (semicolon < 0 ||
+                !appendReference(content.sliced(amp + 1, semicolon - amp - 1), &bytes)) {
+                return false;
+            }
+            from = semicolon + 1;
+        }
+        bytes.append(content.sliced(from));
+        *text = QString::fromUtf8(bytes);
+        return true;
+    }
+
+    static bool appendReference(QByteArrayView name, QByteArray *bytes) {
+        static constexpr std::pair<QByteArrayView, char> entities[] = {
+            {"lt", '<'}, {"gt", '>'}, {"amp", '&'}, {"quot", '"'}, {"apos", '\''}};
+        for (const auto &[entity, c] : entities) {
+            if (name == entity) {
+                bytes->append(c);
+                return true;
+            }
+        }
+        // libplist takes at most eight characters, and only a code point.
+        if (name.size() < 2 || name.size() > 8 || name[0] != '#') {
+            return false;
+        }
+        const bool isHex = name[1] == 'x' || name[1] == 'X';
+        const QByteArrayView digits = name.sliced(isHex ? 2 : 1);
+        const auto isDigit = [&](char c) {
+            return isHex ? std::isxdigit(uchar(c)) != 0 : std::isdigit(uchar(c)) != 0;
+        };
+        if (digits.isEmpty() || !std::all_of(digits.begin(), digits.end(), isDigit)) {
+            return false;
+        }
+        const uint code = digits.toUInt(nullptr, isHex ? 16 : 10);
+        if (code == 0 || code > 0x10FFFF) {
+            return false;
+        }
+        // UTF-8 as libplist writes it, surrogates included.
+        if (code < 0x80) {
+            bytes->append(char(code));
+        } else if (code < 0x800) {
+            bytes->append(char(0xC0 | (code >> 6))).append(char(0x80 | (code & 0x3F)));
+        } else if (code < 0x10000) {
+            bytes->append(char(0xE0 | (code >> 12)))
+                .append(char(0x80 | ((code >> 6) & 0x3F)))
+                .append(char(0x80 | (code & 0x3F)));
+        } else {
+            bytes->append(char(0xF0 | (code >> 18)))
+                .append(char(0x80 | ((code >> 12) & 0x3F)))
+                .append(char(0x80 | ((code >> 6) & 0x3F)))
+                .append(char(0x80 | (code & 0x3F)));
+        }
+        return true;
+    }
+
+    static QByteArrayView trimmed(QByteArrayView content) {
+        while (!content.isEmpty() && isBlank(content.front())) {
+            content = content.sliced(1);
+        }
+        while (!content.isEmpty() && isBlank(content.back())) {
+            content.chop(1);
+        }
+        return content;
+    }
+
+    // Decimal digits alone: libplist reads the rest with strtoull() in any
+    // base and saturates.
+    static bool integerOf(QByteArrayView content, QVariant *value) {
+        QByteArrayView digits = trimmed(content);
+        const bool isNegative = digits.startsWith('-');
+        digits = digits.sliced(isNegative ? 1 : 0);
+        if (digits.isEmpty() || digits.size() > 20 || (digits.size() > 1 && digits[0] == '0')) {
+            return false;
+        }
+        quint64 magnitude = 0;
+        for (const char c : digits) {
+            const auto digit = quint64(c - '0');
+            if (c < '0' || c > '9' ||
+                magnitude > (std::numeric_limits<quint64>::max() - digit) / 10) {
+                return false;
+            }
+            magnitude = magnitude * 10 + digit;
+        }
+        constexpr auto signedMaximum = quint64(std::numeric_limits<qint64>::max());
+        if (isNegative) {
+            if (magnitude > signedMaximum + 1) {
+                return false;
+            }
+            *value = qint64(0 - magnitude);
+        } else if (magnitude <= signedMaximum) {
+            *value = qint64(magnitude);
+        } else {
+            *value = magnitude;
+        }
+        return true;
+    }
+
+    // libplist reads a real with atof(), so whatever the text this gives the
+    // same number, in the same locale.
+    static bool realOf(QByteArrayView content, QVariant *value) {
+        QVarLengthArray<char, 64> text(content.begin(), content.end());
+        text.append('\0');
+        *value = std::strtod(text.data(), nullptr);
+        return true;
+    }
+
+    // Only the spelling libplist writes, within the readable range.
+    static bool dateOf(QByteArrayView text, QVariant *value) {
+        static constexpr char pattern[] = "dddd-dd-ddTdd:dd:ddZ";
+        if (text.size() != qsizetype(sizeof pattern) - 1) {
+            return false;
+        }
+        for (qsizetype i = 0; i < text.size(); ++i) {
+            const bool isDigit = text[i] >= '0' && text[i] <= '9';
+            if (pattern[i] == 'd' ? !isDigit : text[i] != pattern[i]) {
+                return false;
+            }
+        }
+        const auto number = [&](qsizetype at, qsizetype length) {
+            return text.sliced(at, length).toInt();
+        };
+        const int year = number(0, 4), month = number(5, 2), day = number(8, 2);
+        const int hour = number(11, 2), minute = number(14, 2), second = number(17, 2);
+        if (!QDate::isValid(year, month, day) || hour > 23 || minute > 59 || second > 59) {
+            return false;
+        }
+        constexpr qint64 unixEpochDay = 2440588;
+        const qint64 seconds = (QDate(year, month, day).toJulianDay() - unixEpochDay) * 86400 +
+                               hour * 3600 + minute * 60 + second;
+        const qint64 relative = seconds - referenceDateOffset;
+        if (relative <= std::numeric_limits<int32_t>::min() ||
+            relative > std::numeric_limits<int32_t>::max()) {
+            return false;
+        }
+        *value = QDateTime::fromMSecsSinceEpoch(seconds * 1000, QTimeZone::utc());
+        return true;
+    }
+
+    static int base64Digit(char c) {
+        if (c >= 'A' && c <= 'Z') {
+            return c - 'A';
+        }
+        if (c >= 'a' && c <= 'z') {
+            return c - 'a' + 26;
+        }
+        if (c >= '0' && c <= '9') {
+            return c - '0' + 52;
+        }
+        return c == '+' ? 62 : c == '/' ? 63 : -1;
+    }
+
+    // Lines of whole groups of four, padded only at the very end: libplist
+    // reads a group cut by a line break or padding in the middle its own way.
+    static bool dataOf(QByteArrayView content, QVariant *value) {
+        const QByteArrayView text = trimmed(content);
+        if (text.isEmpty()) {
+            *value = QByteArray(); // libplist has no buffer for it
+            return true;
+        }
+        QByteArray bytes;
+        bytes.reserve(text.size() / 4 * 3);
+        quint32 group = 0;
+        int count = 0;
+        int padding = 0;
+        for (qsizetype i = 0; i < text.size(); ++i) {
+            const char c = text[i];
+            if (isBlank(c)) {
+                if (count != 0) {
+                    return false;
+                }
+                continue;
+            }
+            int digit = 0;
+            if (c == '=') {
+                if (count < 2) {
+                    return false;
+                }
+                ++padding;
+            } else if (padding > 0 || (digit = base64Digit(c)) < 0) {
+                return false;
+            }
+            group = (group << 6) | quint32(digit);
+            if (++count < 4) {
+                continue;
+            }
+            bytes.append(char(group >> 16));
+            if (padding < 2) {
+                bytes.append(char(group >> 8));
+            }
+            if (padding < 1) {
+                bytes.append(char(group));
+            }
+            if (padding > 0 && i + 1 != text.size()) {
+                return false;
+            }
+            group = 0;
+            count = 0;
+        }
+        if (count != 0) {
+            return false;
+        }
+        *value = bytes;
+        return true;
+    }
+
+    const char *m_at;
+    const char *const m_end;
+};
+
 // libplist's tree of one element of a streamed array, which lies in the file
 // as the text of one element. Null when libplist cannot read it.
 PlistPointer parseElement(QByteArrayView text) {
@@ -872,6 +1270,10 @@ PlistPointer parseElement(QByteArrayView text) {
 // two containers deep, its place in the error path.
 QVariant variantFromElement(QByteArrayView text, const QString &arrayKey, qsizetype index,
                             Problem *problem, bool *isReadable) {
+    *isReadable = true;
+    if (QVariant value = ElementReader(text).read(); value.isValid()) {
+        return value;
+    }
     const PlistPointer root = parseElement(text);
     *isReadable = bool(root);
     if (!root) {

@@ -18,7 +18,7 @@ class QIODevice;
 // Supported values: QVariantMap (dictionary), QVariantList and QStringList
 // (array), QString, bool, the integer types (integer), double and float
 // (real), QByteArray (data) and QDateTime (date). Dates are kept to the second
-// in XML and may lie between 1933-12-13 and 2069-01-19 (UTC). Read integers
+// in XML and may lie between 1932-12-13 and 2069-01-19 (UTC). Read integers
 // come back as qint64, or as quint64 when they exceed the signed range; read
 // dates come back in UTC.
 //

@@ -6,10 +6,12 @@
 
 #include <QBuffer>
 #include <QDateTime>
+#include <QStringDecoder>
 #include <QTemporaryFile>
 #include <QTest>
 #include <QTimeZone>
 
+#include <cstring>
 #include <limits>
 
 using S = ZKPropertyListSerialization;
@@ -21,6 +23,10 @@ namespace {
 bool sameTyped(const QVariant &a, const QVariant &b) {
     if (a.typeId() != b.typeId()) {
         return false;
+    }
+    if (a.typeId() == QMetaType::Double) { // NaN and -0 too
+        const double x = a.toDouble(), y = b.toDouble();
+        return std::memcmp(&x, &y, sizeof x) == 0;
     }
     if (a.typeId() == QMetaType::QVariantList) {
         const QVariantList x = a.toList(), y = b.toList();
@@ -37,6 +43,9 @@ bool sameTyped(const QVariant &a, const QVariant &b) {
 QByteArray binaryFromXml(const QByteArray &xml) {
     plist_t root = nullptr;
     plist_from_xml(xml.constData(), uint32_t(xml.size()), &root);
+    if (!root) {
+        return {};
+    }
     char *bytes = nullptr;
     uint32_t length = 0;
     plist_to_bin(root, &bytes, &length);
@@ -119,6 +128,8 @@ private Q_SLOTS:
     void streamedWriteIsByteForByte();
     void streamedReadMatchesWholeRead_data();
     void streamedReadMatchesWholeRead();
+    void elementReadsAsLibplistReadsIt_data();
+    void elementReadsAsLibplistReadsIt();
 };
 
 void tst_ZKPropertyListSerialization::roundTrip_data() {
@@ -592,6 +603,147 @@ void tst_ZKPropertyListSerialization::streamedReadMatchesWholeRead() {
         read = map;
     }
     QVERIFY(sameTyped(read, whole));
+}
+
+void tst_ZKPropertyListSerialization::elementReadsAsLibplistReadsIt_data() {
+    QTest::addColumn<QByteArray>("element");
+
+    const auto nested = [](int depth) {
+        return QByteArray("<array>").repeated(depth) + QByteArray("</array>").repeated(depth);
+    };
+    const QList<std::pair<const char *, QByteArray>> rows{
+        // Text, with what libplist and other writers make of it.
+        {"entities", "<string>a &lt;b&gt; &amp;lt; &quot;&apos;</string>"},
+        {"character references", "<string>&#233;&#x41;&#X1F600;&#38;lt;&#0000065;</string>"},
+        {"reference to a surrogate", "<string>&#xD800;x</string>"},
+        {"reference of nine characters", "<string>&#00000065;</string>"},
+        {"reference to nothing", "<string>&#0;</string>"},
+        {"reference with a blank", "<string>&# 65;</string>"},
+        {"reference without semicolon", "<string>&#65</string>"},
+        {"entity name run on", "<string>&ampx;</string>"},
+        {"ampersand at the end", "<string>a&</string>"},
+        {"bare ampersand", "<string>a & b;</string>"},
+        {"blanks kept in text", "<string>\r\n\t x \n</string>"},
+        {"control characters", "<string>a\x01\x1f</string>"},
+        {"NUL", QByteArray("<string>a\0b</string>", 20)},
+        {"not UTF-8", "<string>caf\xE9 \xC3</string>"},
+        {"non-ASCII", "<dict><key>\xE6\x97\xA5\xE6\x9C\xAC</key><string>\xC3\xA9</string></dict>"},
+        {"raw greater-than", "<string>a>b</string>"},
+        {"empty texts", "<array><string/><string></string><dict><key></key><true/></dict></array>"},
+        {"comment in text", "<string>a<!-- c -->b</string>"},
+        {"character data", "<string><![CDATA[<x>]]>y</string>"},
+        {"blanks around elements",
+         "<dict>\r\n\t <key>k</key>\n <array>\n\t<true/> <false/>\r\n</array>\n</dict>"},
+        {"blank in a tag", "<dict ><key>a</key><true/></dict >"},
+        {"attribute", "<array><true a=\"1\"/></array>"},
+        {"text in a container", "<array>x<true/></array>"},
+        {"control character in a container", "<array>\x01<true/></array>"},
+        // Numbers.
+        {"integers", "<array><integer>0</integer><integer>-0</integer><integer> 42 </integer>"
+                     "<integer>9223372036854775807</integer><integer>9223372036854775808</integer>"
+                     "<integer>18446744073709551615</integer>"
+                     "<integer>-9223372036854775808</integer></array>"},
+        {"integer beyond 64 bits", "<integer>18446744073709551616</integer>"},
+        {"integer below the signed range", "<integer>-9223372036854775809</integer>"},
+        {"octal integer", "<integer>010</integer>"},
+        {"hexadecimal integer", "<integer>0x10</integer>"},
+        {"integer with plus", "<integer>+5</integer>"},
+        {"integer with two minus", "<integer>--5</integer>"},
+        {"integer and text", "<integer>5x</integer>"},
+        {"no integer", "<array><integer></integer><integer/><integer>x</integer></array>"},
+        {"reals", "<array><real>1e300</real><real>-0</real><real>0.1</real><real> 2.5 </real>"
+                  "<real>+infinity</real><real>-infinity</real><real>1e400</real></array>"},
+        {"real not a number", "<real>nan</real>"},
+        {"real spelt otherwise", "<array><real>0x1p3</real><real>1,5</real><real>1e</real>"
+                                 "<real>inf</real><real>x</real><real></real><real/></array>"},
+        {"booleans", "<array><true/><false/></array>"},
+        {"booleans with end tags", "<array><true></true><true>x</true></array>"},
+        // Containers.
+        {"empty containers", "<array><dict/><array/><dict></dict><array></array></array>"},
+        {"deepest allowed", nested(ZKPropertyListSerialization::maximumNestingDepth - 2)},
+        {"one too deep", nested(ZKPropertyListSerialization::maximumNestingDepth - 1)},
+        {"far too deep", nested(1000)},
+        {"key twice", "<dict><key>a</key><true/><key>a</key><false/><key>b</key><true/></dict>"},
+        {"key without value", "<dict><key>a</key></dict>"},
+        {"key as value", "<dict><key>a</key><key>b</key></dict>"},
+        {"value without key", "<dict><true/></dict>"},
+        {"empty key tag", "<dict><key/><true/></dict>"},
+        {"key outside a dictionary", "<array><key>a</key></array>"},
+        // Dates, at the edges of the range.
+        {"dates", "<array><date>2026-11-26T12:00:01Z</date><date>1932-12-13T20:45:53Z</date>"
+                  "<date>2069-01-19T03:14:07Z</date><date>2000-02-29T23:59:59Z</date></array>"},
+        {"date before the range", "<date>1932-12-13T20:45:52Z</date>"},
+        {"date after the range", "<date>2069-01-19T03:14:08Z</date>"},
+        {"date February 31", "<date>2026-02-31T12:00:01Z</date>"},
+        {"date second 60", "<date>2026-11-26T12:00:60Z</date>"},
+        {"date with blanks", "<date> 2026-11-26T12:00:01Z\n</date>"},
+        {"date without zone", "<date>2026-11-26T12:00:01</date>"},
+        {"no date", "<array><date/><date>x</date></array>"},
+        // Data.
+        {"data in lines", "<data>\n\t\t\tAAECAwQFBgcICQoLDA0ODxAR\n\t\t\tEhMUFQ==\n\t\t</data>"},
+        {"data one byte", "<data>/w==</data>"},
+        {"data empty", "<array><data>\n\t\t</data><data></data></array>"},
+        {"data empty tag", "<data/>"},
+        {"data padded twice", "<data>AA==\nAA==</data>"},
+        {"data group across lines", "<data>AAA\nA</data>"},
+        {"data unpadded", "<data>AAECAw</data>"},
+        {"data padding inside", "<data>AB=C</data>"},
+        {"data other characters", "<data>AA!A AAEC&#65;</data>"},
+        // Damaged.
+        {"crossed tags", "<array><true/></dict>"},
+        {"truncated", "<array><true/>"},
+        {"truncated text", "<string>abc"},
+        {"end tag misspelt", "<string>a</strin>"},
+        {"unknown element", "<maybe/>"},
+        {"plist inside", "<array><plist><true/></plist></array>"},
+        {"more after the element", "<true/><false/>"},
+        {"nothing", ""},
+    };
+    for (const auto &[name, element] : rows) {
+        QTest::newRow(name) << element;
+    }
+}
+
+// libplist's own reading of an element, with no check of the XML before it,
+// is held to: through the binary form, two containers deep as in a queue.
+void tst_ZKPropertyListSerialization::elementReadsAsLibplistReadsIt() {
+    QFETCH(QByteArray, element);
+
+    const QByteArray head = "<plist version=\"1.0\"><dict><key>Tasks</key><array>";
+    const QByteArray tail = "</array></dict></plist>";
+    const QVariantList byLibplist =
+        S::propertyListFromData(binaryFromXml(head + element + tail)).toMap()["Tasks"].toList();
+    ZKError error;
+    const QVariant read = S::elementFromText(element, &error);
+    // The binary form keeps text only when it is UTF-8.
+    QStringDecoder decoder(QStringDecoder::Utf8);
+    const QString text = decoder(element);
+    if (byLibplist.size() == 1 && !decoder.hasError() && !text.contains(QChar(0)) &&
+        !element.contains("&#xD")) {
+        QVERIFY2(sameTyped(read, byLibplist.first()),
+                 qUtf8Printable(QDebug::toString(read) + error.localizedDescription()));
+    }
+
+    // In a saved queue, read one task at a time and whole.
+    QByteArray queue = S::dataFromPropertyList(queueLike({}));
+    queue.replace("<array/>", "<array>" + element + "</array>");
+    ZKError wholeError;
+    const QVariant whole = S::propertyListFromData(queue, &wholeError);
+    QBuffer file(&queue);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QVariantList handed;
+    S::ElementPlaces places;
+    ZKError streamedError;
+    QVariant streamed = S::propertyListFromFile(
+        &file, "Tasks", [&](qsizetype, const QVariant &value) { handed.append(value); }, &places,
+        &streamedError);
+    QCOMPARE(streamedError, wholeError);
+    if (places.isStreamed) {
+        QVariantMap map = streamed.toMap();
+        map.insert("Tasks", handed);
+        streamed = map;
+    }
+    QVERIFY2(sameTyped(streamed, whole), qUtf8Printable(QDebug::toString(streamed)));
 }
 
 QTEST_GUILESS_MAIN(tst_ZKPropertyListSerialization)
