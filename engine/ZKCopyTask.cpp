@@ -30,6 +30,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <utility>
 
 using S = ZKTaskState;
 
@@ -109,10 +110,11 @@ std::shared_ptr<ZKCopyTask> ZKCopyTask::create(const QVariantMap &plist) {
         task->m_error = ZKError(ZKError::applicationDomain, 0, message);
     }
 
-    // Work interrupted by quitting continues by itself. A removal is not run
-    // again: it stays Removing until the user acts. An analysis starts over
-    // when the queue starts it, once its questions have somebody to ask:
-    // resumed here, it would take every conflict as cancelled.
+    // Work interrupted by quitting continues by itself, once the task is in
+    // a queue (see resumeInterruptedStep()). A removal is not run again: it
+    // stays Removing until the user acts. An analysis starts over when the
+    // queue starts it, once its questions have somebody to ask: resumed
+    // here, it would take every conflict as cancelled.
     switch (state) {
     case S::Preparing:
         task->m_state = S::PendingPreparation;
@@ -122,7 +124,7 @@ std::shared_ptr<ZKCopyTask> ZKCopyTask::create(const QVariantMap &plist) {
         break;
     case S::Processing:
         task->m_bytesCopied = progress;
-        task->process();
+        task->m_resumesWhenQueued = true;
         break;
     case S::PendingVerification:
         task->m_bytesCopied = total;
@@ -131,10 +133,10 @@ std::shared_ptr<ZKCopyTask> ZKCopyTask::create(const QVariantMap &plist) {
     case S::Verifying:
         task->m_bytesCopied = total;
         task->m_bytesVerified = progress;
-        task->verify();
+        task->m_resumesWhenQueued = true;
         break;
     case S::Cancelling:
-        task->cancel();
+        task->m_resumesWhenQueued = true;
         break;
     case S::Suspended:
     case S::Failed:
@@ -283,6 +285,25 @@ std::shared_ptr<ZKVerifyFileOperation> ZKCopyTask::makeVerifyOperation() const {
     operation->setSymbolicLinkHandling(
         qint32(ZKUserDefaults::standard().integerForKey(ZKPreferences::symbolicLinkAction)));
     return operation;
+}
+
+void ZKCopyTask::resumeInterruptedStep() {
+    if (!std::exchange(m_resumesWhenQueued, false)) {
+        return;
+    }
+    switch (state()) {
+    case S::Processing:
+        process();
+        break;
+    case S::Verifying:
+        verify();
+        break;
+    case S::Cancelling:
+        cancel();
+        break;
+    default:
+        break;
+    }
 }
 
 void ZKCopyTask::process() {

@@ -51,6 +51,7 @@ public:
     void resume() override;
     void revealSource() override;
     void revealDestination() override;
+    void resumeInterruptedStep() override;
 
     ZKTaskState state() const override { return m_state.load(); }
     void setState(ZKTaskState state) override;
@@ -188,7 +189,8 @@ private:
 
     ZKOperationQueue m_operationQueue;
     std::shared_ptr<ZKFileOperation> m_currentOperation;
-    mutable std::mutex m_lock; // guards the endpoints, the sets, the handlers and the error
+    bool m_resumesWhenQueued = false; // main thread
+    mutable std::mutex m_lock;        // guards the endpoints, the sets, the handlers and the error
     ZKOptionalError m_error;
     std::atomic<bool> m_refreshPending{false};
     std::atomic<quint64> m_bytesCopied{0};

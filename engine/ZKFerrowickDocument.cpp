@@ -599,6 +599,9 @@ QList<ZKTaskPtr> ZKFerrowickDocument::insertTasks(const QList<ZKTaskPtr> &tasks,
         connectTask(task);
     }
     m_taskQueue.insertTasks(taken, takenIndexes);
+    for (const auto &task : taken) {
+        task->resumeInterruptedStep();
+    }
     Q_EMIT tasksChanged();
     announceFigures();
     updateChangeCount();

@@ -177,13 +177,6 @@ QString taskEntryProblem(qsizetype index, const QVariant &entry) {
     return {};
 }
 
-// Making a task in one of these states starts its work again at once (see
-// ZKCopyTask::create).
-bool resumesWhenMade(const QVariant &entry) {
-    const ZKTaskState state = ZKTaskStates::parse(entry.toMap().value(kTaskState).toString());
-    return state == ZKTaskState::Processing || state == ZKTaskState::Verifying ||
-           state == ZKTaskState::Cancelling;
-}
 } // namespace
 
 ZKQueueFile::ZKQueueFile(ZKFerrowickDocument &document)
@@ -638,10 +631,9 @@ bool ZKQueueFile::readFromFile(const QString &path, ZKError *error) {
             }
             taskProblem = taskEntryProblem(i, entry);
             // Made while the entry is at hand, so that a long queue's text is
-            // not read twice. A task that would resume its step as it is made
-            // waits until the queue it replaces is gone, as does one that
-            // cannot be made, whose reason the loader gives.
-            if (taskProblem.isEmpty() && !resumesWhenMade(entry)) {
+            // not read twice. One that cannot be made waits for the loader,
+            // which gives the reason.
+            if (taskProblem.isEmpty()) {
                 QString reason;
                 madeAhead.resize(i + 1);
                 madeAhead[i] = taskFromEntry(entry, &reason);

@@ -57,6 +57,9 @@ public:
     // Tells the running step to stop and returns at once; the task comes to
     // rest as after pause() once the step has ended.
     virtual void stopSteps() = 0;
+    // A task read back in the middle of a step takes the step up again; its
+    // queue asks once the task is in, so that one turned away never starts.
+    virtual void resumeInterruptedStep() {}
 
     virtual ZKTaskState state() const = 0;
     virtual void setState(ZKTaskState state) = 0;

@@ -497,6 +497,7 @@ void TestZKCopyTask::moveFinishedAfterItsLastSave() {
 
     auto reopened = ZKCopyTask::create(saved);
     QVERIFY(reopened);
+    reopened->resumeInterruptedStep(); // as its queue does
     runToEnd(*reopened);
     QTRY_VERIFY_WITH_TIMEOUT(isResting(reopened->state()), 20000);
     QVERIFY2(reopened->state() == expected, qUtf8Printable(reopened->detail()));

@@ -75,6 +75,7 @@ private Q_SLOTS:
     void queuedTransferIsFollowed_data();
     void queuedTransferIsFollowed();
     void refusalsOfOneArrivalComeTogether();
+    void refusedTaskStartsNoWork();
 
 private:
     QString path(const QString &name) const { return QDir(m_dir->path()).filePath(name); }
@@ -1134,6 +1135,30 @@ void TestZKFerrowickDocument::refusalsOfOneArrivalComeTogether() {
     const QStringList reasons = told.first().first().toStringList();
     QCOMPARE(reasons.size(), 3);
     QVERIFY2(reasons[1].contains("given more than once"), qUtf8Printable(reasons[1]));
+}
+
+// A pasted task saved mid-copy resumes only once it is in a queue: one the
+// queue turns away must not write beside the task it repeats.
+void TestZKFerrowickDocument::refusedTaskStartsNoWork() {
+    QVERIFY(writeFile(path("a"), randomBytes(1 << 20, 7)));
+    ZKFerrowickDocument document;
+    document.setState(ZKQueueState::Paused);
+    const auto task = document.addTasks({reader("a")}, outFolder(), 0).first();
+    QTRY_COMPARE(task->state(), ZKTaskState::PendingProcessing);
+    ZKMimeDataPasteboard pasteboard;
+    document.copyItems({0}, pasteboard);
+    const auto items =
+        ZKMimeDataPasteboard::itemsOfType(*pasteboard.mimeData(), ZKTaskQueue::pasteboardType);
+    QCOMPARE(items.size(), 1);
+    QVariantMap entry = ZKPropertyListSerialization::propertyListFromData(items[0]).toMap();
+    entry.insert(QStringLiteral("State"), ZKTaskStates::convertToString(ZKTaskState::Processing));
+    const QByteArray working = ZKPropertyListSerialization::binaryDataFromPropertyList(entry);
+    QSignalSpy refused(&document, &ZKFerrowickDocument::tasksRefused);
+    QCOMPARE(document.paste({working}, {}, 1), 0);
+    QCOMPARE(refused.size(), 1);
+    QTest::qWait(300);
+    const QStringList written = QDir(path("out")).entryList(QDir::Files | QDir::Hidden);
+    QVERIFY2(written.isEmpty(), qUtf8Printable(written.join(' ')));
 }
 
 int main(int argc, char **argv) {
