@@ -377,6 +377,7 @@ private:
     struct Container {
         quint64 references = 0; // offset of the first reference
         quint64 count = 0;      // number of references, keys included
+        quint64 keys = 0;       // of a dictionary, whose keys come first
     };
     struct Frame {
         quint64 object;
@@ -432,19 +433,10 @@ private:
         if (!*isContainer) {
             return true;
         }
-        quint64 count = marker & 0x0F;
-        quint64 at = offset + 1;
-        if (count == 0x0F) {
-            if (at >= m_objectsEnd || (m_data[at] >> 4) != 0x1 || (m_data[at] & 0x0F) > 3) {
-                return false;
-            }
-            const int length = 1 << (m_data[at] & 0x0F);
-            ++at;
-            if (m_objectsEnd - at < quint64(length)) {
-                return false;
-            }
-            count = readBigEndian(m_data + at, length);
-            at += quint64(length);
+        quint64 count = 0;
+        quint64 at = 0;
+        if (!readCount(offset, &count, &at)) {
+            return false;
         }
         const quint64 perEntry = kind == 0xD ? 2 : 1;
         const quint64 room = (m_objectsEnd - at) / quint64(m_referenceSize);
@@ -453,6 +445,48 @@ private:
         }
         container->references = at;
         container->count = count * perEntry;
+        container->keys = kind == 0xD ? count : 0;
+        return true;
+    }
+
+    // The count of entries or characters of the object at offset, and where
+    // its contents start.
+    bool readCount(quint64 offset, quint64 *count, quint64 *at) const {
+        *count = m_data[offset] & 0x0F;
+        *at = offset + 1;
+        if (*count != 0x0F) {
+            return true;
+        }
+        if (*at >= m_objectsEnd || (m_data[*at] >> 4) != 0x1 || (m_data[*at] & 0x0F) > 3) {
+            return false;
+        }
+        const int length = 1 << (m_data[*at] & 0x0F);
+        ++*at;
+        if (m_objectsEnd - *at < quint64(length)) {
+            return false;
+        }
+        *count = readBigEndian(m_data + *at, length);
+        *at += quint64(length);
+        return true;
+    }
+
+    // libplist aborts the program when it hands out a key that holds a NUL,
+    // which only a key in UTF-16 can.
+    bool isKeyReadable(quint64 object) const {
+        quint64 offset = 0;
+        quint64 count = 0;
+        quint64 at = 0;
+        if (!offsetOf(object, &offset) || (m_data[offset] >> 4) != 0x6) {
+            return true;
+        }
+        if (!readCount(offset, &count, &at) || count > (m_objectsEnd - at) / 2) {
+            return false;
+        }
+        for (quint64 i = at; i < at + 2 * count; i += 2) {
+            if (m_data[i] == 0 && m_data[i + 1] == 0) {
+                return false;
+            }
+        }
         return true;
     }
 
@@ -488,13 +522,14 @@ private:
             const quint64 child = readBigEndian(m_data + frame.container.references +
                                                     frame.next * quint64(m_referenceSize),
                                                 m_referenceSize);
+            const bool isKey = frame.next < frame.container.keys;
             ++frame.next;
             if (child >= m_objectCount) {
                 note(problem, ZKPropertyListErrors::BinaryDamaged);
                 return false;
             }
             Container container;
-            if (!readObject(child, &isContainer, &container)) {
+            if (!readObject(child, &isContainer, &container) || (isKey && !isKeyReadable(child))) {
                 note(problem, ZKPropertyListErrors::BinaryDamaged);
                 return false;
             }

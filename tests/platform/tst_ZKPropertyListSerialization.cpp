@@ -314,6 +314,11 @@ void tst_ZKPropertyListSerialization::refusesHostileData_data() {
                                 bigEndian(9, 8);
     QTest::newRow("binary offset width 3") << oddWidth << damaged;
     QTest::newRow("binary reference out of range") << binaryPlist({arrayOf(1, 9)}) << damaged;
+    // libplist would abort the program on this key.
+    QTest::newRow("binary key with NUL")
+        << binaryPlist({char(0xD1) + bigEndian(1, 4) + bigEndian(2, 4),
+                        QByteArray::fromHex("6200610000"), QByteArray::fromHex("1001")})
+        << damaged;
     QTest::newRow("binary UID") << binaryPlist({QByteArray::fromHex("8005")}) << "kind";
     QTest::newRow("binary cycle") << binaryPlist({arrayOf(1, 0)}) << "includes itself";
     QTest::newRow("binary 257 deep") << nestedBinary(S::maximumNestingDepth + 1) << tooDeep;
