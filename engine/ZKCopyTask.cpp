@@ -148,17 +148,21 @@ std::shared_ptr<ZKCopyTask> ZKCopyTask::create(const QVariantMap &plist) {
     default:
         break;
     }
-    task->refresh();
+    task->settleFigures();
     return task;
 }
 
 ZKCopyTask::ZKCopyTask(ZKReaderPtr source, ZKWriterPtr destination)
     : m_throttle(std::make_shared<ZKTransferThrottle>()) {
-    setSource(std::move(source));
-    setDestination(std::move(destination));
     // The texts follow whatever they are made of: the setters of those parts
     // refresh them (a connection per task would cost memory in big queues).
-    refresh();
+    // A new task's texts are made when first read, not posted for now: a
+    // long queue shows a few rows, and its tasks are made in one go.
+    m_refreshPending = true;
+    setSource(std::move(source));
+    setDestination(std::move(destination));
+    settleFigures();
+    m_refreshPending = false;
 }
 
 ZKCopyTask::~ZKCopyTask() {
@@ -826,12 +830,35 @@ void ZKCopyTask::refresh() {
 
 void ZKCopyTask::refreshNow() {
     m_refreshPending = false;
-    refreshIsIndeterminate();
-    refreshTimeRemaining();
-    refreshPercentCompleted();
+    settleFigures();
+    {
+        // From here on the texts are kept up to date; one made for a reader
+        // meanwhile gives way to these.
+        std::lock_guard locker(m_lock);
+        m_textsPending = false;
+    }
     refreshDescription();
     refreshDetail();
     Q_EMIT progressChanged(progress());
+}
+
+void ZKCopyTask::settleFigures() {
+    refreshIsIndeterminate();
+    refreshTimeRemaining();
+    refreshPercentCompleted();
+}
+
+void ZKCopyTask::makePendingTexts() const {
+    if (!m_textsPending.load()) {
+        return;
+    }
+    QString description = describedText();
+    QString detail = detailText();
+    std::lock_guard locker(m_lock);
+    if (m_textsPending.exchange(false)) {
+        m_description = std::move(description);
+        m_detail = std::move(detail);
+    }
 }
 
 void ZKCopyTask::refreshIsIndeterminate() {
@@ -874,6 +901,18 @@ void ZKCopyTask::refreshPercentCompleted() {
 }
 
 void ZKCopyTask::refreshDescription() {
+    const QString text = describedText();
+    {
+        std::lock_guard locker(m_lock);
+        if (text == m_description) {
+            return;
+        }
+        m_description = text;
+    }
+    Q_EMIT descriptionChanged();
+}
+
+QString ZKCopyTask::describedText() const {
     enum Table { Copy, Move, Download };
     const Table table = transferMode() == ZKTransferMode::Move ? Move
                         : !m_sourceIsLocal                     ? Download
@@ -904,17 +943,14 @@ void ZKCopyTask::refreshDescription() {
         text = tr(texts[table][0]).arg(filename(), destinationDirectory());
         break;
     }
-    {
-        std::lock_guard locker(m_lock);
-        if (text == m_description) {
-            return;
-        }
-        m_description = text;
-    }
-    Q_EMIT descriptionChanged();
+    return text;
 }
 
 void ZKCopyTask::refreshDetail() {
+    setDetail(detailText());
+}
+
+QString ZKCopyTask::detailText() const {
     const ZKTaskProgress now = progress();
     const quint64 total = now.totalBytes;
     const auto s = state();
@@ -979,7 +1015,7 @@ void ZKCopyTask::refreshDetail() {
         detail = size;
         break;
     }
-    setDetail(detail);
+    return detail;
 }
 
 // ---- properties
@@ -1132,10 +1168,12 @@ QString ZKCopyTask::destinationDirectory() const {
 }
 
 QString ZKCopyTask::description() const {
+    makePendingTexts();
     return locked(m_lock, m_description);
 }
 
 QString ZKCopyTask::detail() const {
+    makePendingTexts();
     return locked(m_lock, m_detail);
 }
 

@@ -174,6 +174,10 @@ private:
 
     // The derived figures at once; main thread.
     void refreshNow();
+    void settleFigures();
+    void makePendingTexts() const;
+    QString describedText() const;
+    QString detailText() const;
     void refreshSourceName();
     void refreshIsIndeterminate();
     void refreshTimeRemaining();
@@ -215,8 +219,9 @@ private:
     // Set with the source, which may be changed on a worker; read by the
     // row's texts on the main thread.
     std::atomic<bool> m_sourceIsLocal{true};
-    QString m_detail;
-    QString m_description;
+    mutable QString m_detail;
+    mutable QString m_description;
+    mutable std::atomic<bool> m_textsPending{true}; // made when first read
     std::atomic<double> m_dataRate{0};
     std::atomic<quint64> m_totalBytes{0};
     std::atomic<quint64> m_progressBytes{0};
