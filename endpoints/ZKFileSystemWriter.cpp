@@ -11,7 +11,9 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <limits>
+#include <optional>
 #include <typeinfo>
 
 #include <dirent.h>
@@ -143,7 +145,93 @@ int removeItem(int parentFd, const QByteArray &name, const QByteArray &shownPath
     return 0;
 }
 
+// The mode bits the kernel takes away from every file this process makes.
+// Read once: umask() itself can only be read by setting it, which would race
+// with the files other threads make meanwhile. Nothing when it cannot be
+// known (a kernel older than 4.7).
+std::optional<mode_t> processUmask() {
+    static const std::optional<mode_t> mask = []() -> std::optional<mode_t> {
+        QFile status(QStringLiteral("/proc/self/status"));
+        if (!status.open(QIODevice::ReadOnly)) {
+            return std::nullopt;
+        }
+        for (const QByteArray &line : status.readAll().split('\n')) {
+            if (line.startsWith("Umask:")) {
+                bool ok = false;
+                const uint value = line.mid(6).trimmed().toUInt(&ok, 8);
+                return ok ? std::optional<mode_t>(mode_t(value & 0777)) : std::nullopt;
+            }
+        }
+        return std::nullopt;
+    }();
+    return mask;
+}
+
+// Every new file is asked for with this mode; the umask or the folder's
+// default ACL then takes bits away.
+constexpr mode_t newFileMode = 0666;
+
 } // namespace
+
+// What a file made inside a folder is given by the kernel: the effective
+// group, or the folder's when the folder has the set-group-ID bit, and the
+// mode asked for less the umask, unless a default ACL of the folder decides
+// instead. Looked up once per folder, and only as far as asked.
+struct ZKFileSystemWriter::MadeInside {
+    explicit MadeInside(QByteArray folderPath)
+        : path(std::move(folderPath)) {}
+
+    void take(const struct stat &status) {
+        looked = true;
+        known = true;
+        group = status.st_gid;
+        setsGroup = (status.st_mode & S_ISGID) != 0;
+    }
+
+    std::optional<gid_t> groupOfNewFile() {
+        if (!looked) {
+            looked = true;
+            struct stat status {};
+            if (::stat(path.constData(), &status) == 0 && S_ISDIR(status.st_mode)) {
+                take(status);
+            }
+        }
+        if (!known) {
+            return std::nullopt;
+        }
+        if (setsGroup) {
+            return group;
+        }
+        // Some mounts give every new file its folder's group; where the
+        // folder's group is the effective one, both ways agree.
+        static const gid_t effective = ::getegid();
+        return group == effective ? std::optional<gid_t>(effective) : std::nullopt;
+    }
+
+    std::optional<mode_t> modeOfNewFile() {
+        const std::optional<mode_t> mask = processUmask();
+        if (!mask) {
+            return std::nullopt;
+        }
+        if (!aclAsked) {
+            aclAsked = true;
+            if (::getxattr(path.constData(), "system.posix_acl_default", nullptr, 0) >= 0) {
+                hasDefaultAcl = true;
+            } else {
+                hasDefaultAcl = errno != ENODATA && errno != EOPNOTSUPP; // unknown counts as one
+            }
+        }
+        return hasDefaultAcl ? std::nullopt : std::optional<mode_t>(newFileMode & ~*mask);
+    }
+
+    const QByteArray path;
+    bool looked = false;
+    bool known = false;
+    gid_t group = 0;
+    bool setsGroup = false;
+    bool aclAsked = false;
+    bool hasDefaultAcl = false;
+};
 
 std::shared_ptr<ZKFileSystemWriter> ZKFileSystemWriter::writerWithDirectory(const QUrl &url) {
     return std::make_shared<ZKFileSystemWriter>(url, true);
@@ -153,13 +241,19 @@ std::shared_ptr<ZKFileSystemWriter> ZKFileSystemWriter::writerWithFile(const QUr
     return std::make_shared<ZKFileSystemWriter>(url, false);
 }
 
-std::shared_ptr<ZKFileSystemWriter> ZKFileSystemWriter::childWriter(const QByteArray &path,
+std::shared_ptr<ZKFileSystemWriter> ZKFileSystemWriter::childWriter(const QByteArray &itemPath,
                                                                     bool isDirectory) {
     auto child = std::make_shared<ZKFileSystemWriter>(QVariantMap());
-    child->setUrlAndFilename(QUrl::fromLocalFile(QFile::decodeName(path)));
+    child->setUrlAndFilename(QUrl::fromLocalFile(QFile::decodeName(itemPath)));
     child->m_isDirectory = isDirectory;
     child->m_refusesLinks = true;
     child->m_bookmarkDeferred = true;
+    if (!isDirectory) {
+        if (!m_madeInside) {
+            m_madeInside = std::make_shared<MadeInside>(QFile::encodeName(path()));
+        }
+        child->m_madeInside = m_madeInside;
+    }
     return child;
 }
 
@@ -301,6 +395,11 @@ bool ZKFileSystemWriter::open() {
                                         : ::stat(encoded.constData(), &status)) == 0;
     const bool isFolder = exists && S_ISDIR(status.st_mode);
     if (m_isDirectory) {
+        // Looked at again on every open: the folder may have been replaced.
+        m_madeInside = std::make_shared<MadeInside>(encoded);
+        if (isFolder) {
+            m_madeInside->take(status);
+        }
         // The folder found is the one the bookmark names, which is all that
         // resolving it by path would find out.
         if (isFolder && !m_startedAccessing && !m_bookmark.isEmpty() &&
@@ -390,6 +489,7 @@ bool ZKFileSystemWriter::open() {
     // O_NONBLOCK stays: it changes nothing for a regular file, and clearing
     // it costs two calls for every file of a copy.
     m_fd = fd;
+    m_createdHere = !exists;
     if (!lockHandle(shownPath)) {
         return false; // the caller closes
     }
@@ -610,6 +710,9 @@ void ZKFileSystemWriter::setPermissions(quint16 permissions) {
         return;
     }
     if (m_fd >= 0) {
+        if (wasMadeWithPermissions(permissions)) {
+            return;
+        }
         if (::fchmod(m_fd, mode_t(permissions & 07777)) != 0) {
             logSetFailure("permissions", QString::number(permissions, 8), errno);
         }
@@ -646,11 +749,32 @@ void ZKFileSystemWriter::setGroup(quint64 group) {
         logSetFailure("group", QString::number(group), EINVAL);
         return;
     }
+    if (wasMadeWithGroup(group)) {
+        return;
+    }
     if ((m_fd >= 0
              ? ::fchown(m_fd, uid_t(-1), gid_t(group))
              : ::lchown(QFile::encodeName(path()).constData(), uid_t(-1), gid_t(group))) != 0) {
         logSetFailure("group", QString::number(group), errno);
     }
+}
+
+bool ZKFileSystemWriter::wasMadeWithGroup(quint64 group) const {
+    if (m_fd < 0 || !m_createdHere || !m_madeInside) {
+        return false;
+    }
+    const std::optional<gid_t> given = m_madeInside->groupOfNewFile();
+    return given && quint64(*given) == group;
+}
+
+bool ZKFileSystemWriter::wasMadeWithPermissions(quint16 permissions) const {
+    if (m_fd < 0 || !m_createdHere || !m_madeInside) {
+        return false;
+    }
+    // Set-user-ID, set-group-ID and sticky bits are never given: asked for,
+    // they always need the call.
+    const std::optional<mode_t> given = m_madeInside->modeOfNewFile();
+    return given && *given == mode_t(permissions & 07777);
 }
 
 void ZKFileSystemWriter::setIsExtensionHidden(bool hidden) {

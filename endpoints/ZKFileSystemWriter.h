@@ -96,8 +96,12 @@ private:
     QString path() const;
     QByteArray childPath(const QString &name) const;
     // A writer for an item made inside this folder: see m_refusesLinks.
-    static std::shared_ptr<ZKFileSystemWriter> childWriter(const QByteArray &path,
-                                                           bool isDirectory);
+    std::shared_ptr<ZKFileSystemWriter> childWriter(const QByteArray &itemPath, bool isDirectory);
+    struct MadeInside;
+    // Whether the file this writer made has these already, as the kernel
+    // gave them to it: then setting them would change nothing.
+    bool wasMadeWithGroup(quint64 group) const;
+    bool wasMadeWithPermissions(quint16 permissions) const;
     bool lockHandle(const QString &shownPath);
 
     QUrl m_url;
@@ -116,5 +120,9 @@ private:
     int m_fd = -1;
     // The open file was made by this open, so it belongs to this process's user.
     bool m_createdHere = false;
+    // For a folder, what the files made inside it get from the kernel; for
+    // a file, that of its folder. Shared so that a folder is looked at once
+    // for all its files.
+    std::shared_ptr<MadeInside> m_madeInside;
     quint64 m_size = 0;
 };

@@ -40,6 +40,8 @@ private Q_SLOTS:
     void parseRate_data();
     void parseRate();
     void copiesAndMoves();
+    void modesSurviveAnyUmask_data();
+    void modesSurviveAnyUmask();
     void survivesRepeatedKills();
     void killedInItsFirstSecondLeavesItsQueue();
     void transfersOverFtpAndHttp();
@@ -175,6 +177,52 @@ void TestZKCommandLine::copiesAndMoves() {
         QVERIFY2(output.contains("cannot be opened"), output.constData());
     }
     QCOMPARE(readFile(file), QByteArray("<plist><dict>"));
+}
+
+void TestZKCommandLine::modesSurviveAnyUmask_data() {
+    QTest::addColumn<int>("mask");
+    QTest::newRow("022") << 022;
+    QTest::newRow("077, strips bits") << 077;
+    QTest::newRow("000") << 0;
+    QTest::newRow("002") << 02;
+}
+
+// The copy spares the calls that would give a file the mode it was made
+// with; the process's umask decides which those are.
+void TestZKCommandLine::modesSurviveAnyUmask() {
+    QFETCH(int, mask);
+    const QString root = path(QStringLiteral("umask/%1").arg(mask, 3, 8, QLatin1Char('0')));
+    QVERIFY(QDir().mkpath(root + "/tree"));
+    const QList<mode_t> modes = {0644, 0600, 0666, 0664, 0640, 0444, 04755, 02750, 01644};
+    QStringList arguments{QStringLiteral("copy")};
+    for (const mode_t mode : modes) {
+        const QString name = QString::number(mode, 8);
+        for (const QString &file : {root + '/' + name, root + "/tree/" + name}) {
+            QVERIFY(writeFile(file, name.toUtf8()));
+            QVERIFY(::chmod(QFile::encodeName(file).constData(), mode) == 0);
+        }
+        arguments << root + '/' + name;
+    }
+    arguments << root + "/tree" << root + "/out"
+              << "--on-conflict"
+              << "cancel";
+
+    QProcess process;
+    process.setChildProcessModifier([mask] { ::umask(mode_t(mask)); });
+    startCli(process, arguments);
+    QVERIFY(process.waitForFinished(120000));
+    QVERIFY2(process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0,
+             process.readAll().constData());
+    for (const mode_t mode : modes) {
+        const QString name = QString::number(mode, 8);
+        for (const QString &copy : {root + "/out/" + name, root + "/out/tree/" + name}) {
+            struct stat status {};
+            QVERIFY2(::stat(QFile::encodeName(copy).constData(), &status) == 0, qPrintable(copy));
+            QVERIFY2((status.st_mode & 07777) == mode,
+                     qPrintable(copy + " has " + QString::number(status.st_mode & 07777, 8)));
+            QCOMPARE(status.st_gid, ::getegid());
+        }
+    }
 }
 
 void TestZKCommandLine::survivesRepeatedKills() {

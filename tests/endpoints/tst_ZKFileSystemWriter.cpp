@@ -9,6 +9,7 @@
 
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <QDir>
@@ -34,6 +35,35 @@ int tryLockFromAnotherProcess(const QString &path) {
 mode_t permissions(const QString &path) {
     struct stat status {};
     return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & 07777 : 0;
+}
+
+// A group of the account other than its effective one, or -1 when it has none.
+gid_t otherGroup() {
+    if (::geteuid() == 0) {
+        return ::getegid() == 65534 ? 65533 : 65534;
+    }
+    gid_t groups[64];
+    const int count = ::getgroups(64, groups);
+    for (int i = 0; i < count; ++i) {
+        if (groups[i] != ::getegid()) {
+            return groups[i];
+        }
+    }
+    return gid_t(-1);
+}
+
+// A default ACL that gives new files rw------- whatever the umask says:
+// user::rw-, group::---, other::--- in the kernel's own layout.
+bool giveDefaultAcl(const QString &folder) {
+    const quint32 header = 2;
+    const struct {
+        quint16 tag, permissions;
+        quint32 id;
+    } entries[] = {{0x01, 6, quint32(-1)}, {0x04, 0, quint32(-1)}, {0x20, 0, quint32(-1)}};
+    QByteArray value(reinterpret_cast<const char *>(&header), sizeof header);
+    value.append(reinterpret_cast<const char *>(entries), sizeof entries);
+    return ::setxattr(QFile::encodeName(folder).constData(), "system.posix_acl_default",
+                      value.constData(), size_t(value.size()), 0) == 0;
 }
 
 } // namespace
@@ -265,6 +295,82 @@ private Q_SLOTS:
         if (!immutable) {
             QSKIP("This file system or account cannot set the immutable flag");
         }
+    }
+
+    // A file made here is given a group and a mode by the kernel, and the
+    // calls that would set the same are spared: whatever was spared, the
+    // file must end with exactly the group and mode asked for.
+    void attributesEndAsAsked_data() {
+        QTest::addColumn<QString>("folderKind");  // own, other group, set-group-ID, default ACL
+        QTest::addColumn<QByteArray>("existing"); // what stands there before: a file to replace
+        QTest::addColumn<int>("mode");            // -1: what a new file is given
+        QTest::addColumn<bool>("wantsOtherGroup");
+        QTest::newRow("as made") << "own" << QByteArray() << -1 << false;
+        QTest::newRow("wider than the umask allows") << "own" << QByteArray() << 0666 << false;
+        QTest::newRow("narrower") << "own" << QByteArray() << 0600 << false;
+        QTest::newRow("set-user-ID") << "own" << QByteArray() << 04755 << false;
+        QTest::newRow("set-group-ID, other group") << "own" << QByteArray() << 02750 << true;
+        QTest::newRow("sticky") << "own" << QByteArray() << 01644 << false;
+        QTest::newRow("other group") << "own" << QByteArray() << -1 << true;
+        QTest::newRow("folder of another group") << "other" << QByteArray() << -1 << false;
+        QTest::newRow("folder of another group, its group")
+            << "other" << QByteArray() << -1 << true;
+        QTest::newRow("set-group-ID folder") << "setgid" << QByteArray() << -1 << false;
+        QTest::newRow("set-group-ID folder, its group") << "setgid" << QByteArray() << -1 << true;
+        QTest::newRow("default ACL") << "acl" << QByteArray() << -1 << false;
+        QTest::newRow("replaced") << "own" << QByteArray("") << -1 << false;
+        QTest::newRow("resumed") << "own" << QByteArray("begun") << -1 << false;
+    }
+
+    void attributesEndAsAsked() {
+        QFETCH(QString, folderKind);
+        QFETCH(QByteArray, existing);
+        QFETCH(int, mode);
+        QFETCH(bool, wantsOtherGroup);
+        const gid_t other = otherGroup();
+        if (other == gid_t(-1)) {
+            QSKIP("This account belongs to no second group");
+        }
+        const QString folder = path(QStringLiteral("made/%1").arg(QTest::currentDataTag()));
+        QVERIFY(QDir().mkpath(folder));
+        const QByteArray encodedFolder = QFile::encodeName(folder);
+        if (folderKind != "own") {
+            QVERIFY(::chown(encodedFolder.constData(), uid_t(-1), other) == 0);
+        }
+        if (folderKind == "setgid") {
+            QVERIFY(::chmod(encodedFolder.constData(), 02755) == 0);
+        }
+        if (folderKind == "acl" && !giveDefaultAcl(folder)) {
+            QSKIP("This file system keeps no ACLs");
+        }
+        const mode_t mask = ::umask(0);
+        ::umask(mask);
+        const mode_t wanted = mode < 0 ? (0666 & ~mask) : mode_t(mode);
+        const gid_t group = wantsOtherGroup ? other : ::getegid();
+        const QString file = folder + "/f";
+        if (!existing.isNull()) {
+            // What the kernel would give a new file must not be presumed.
+            QVERIFY(writeFile(file, existing));
+            QVERIFY(::chown(QFile::encodeName(file).constData(), uid_t(-1), other) == 0);
+            QVERIFY(::chmod(QFile::encodeName(file).constData(), 0604) == 0);
+        }
+
+        auto parent = ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(folder));
+        QVERIFY2(parent->open(), qPrintable(errorText(*parent)));
+        const ZKWriterPtr writer = parent->createFile("f");
+        QVERIFY2(writer->open(), qPrintable(errorText(*writer)));
+        QVERIFY(writer->appendBlock("new"));
+        writer->setGroup(group);
+        writer->setOwner(::geteuid());
+        writer->setPermissions(quint16(wanted));
+        writer->close();
+        parent->close();
+
+        struct stat status {};
+        QVERIFY(::stat(QFile::encodeName(file).constData(), &status) == 0);
+        QCOMPARE(status.st_mode & 07777, wanted);
+        QCOMPARE(status.st_gid, group);
+        QCOMPARE(readFile(file), existing + "new");
     }
 
     void removal() {
