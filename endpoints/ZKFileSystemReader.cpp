@@ -190,6 +190,9 @@ struct WalkEntry {
     QByteArray name;
     int parentFd = -1;
     int statError = 0; // errno of a failed lstat; status is then undefined
+    // False for a plain file known from the folder's listing alone: status
+    // then holds its type and nothing else.
+    bool statusKnown = true;
     struct stat status {};
 };
 
@@ -211,7 +214,7 @@ bool isUnreadableFolder(int number) {
 
 template <typename Visit>
 WalkEnd walkTree(const QByteArray &root, QByteArrayList &chain, Visit visit, QByteArray *failedPath,
-                 int *failedErrno) {
+                 int *failedErrno, bool typeOfFilesSuffices = false) {
     const qsizetype chainBase = chain.size();
     std::vector<Level> levels;
     auto finish = [&](WalkEnd end) {
@@ -268,7 +271,11 @@ WalkEnd walkTree(const QByteArray &root, QByteArrayList &chain, Visit visit, QBy
         entry.path = joinPath(entry.parent, entry.name);
         entry.parentFd = ::dirfd(directory);
         entry.statError = 0;
-        if (::fstatat(entry.parentFd, name, &entry.status, AT_SYMLINK_NOFOLLOW) != 0) {
+        entry.statusKnown = !typeOfFilesSuffices || item->d_type != DT_REG;
+        if (!entry.statusKnown) {
+            entry.status = {};
+            entry.status.st_mode = S_IFREG;
+        } else if (::fstatat(entry.parentFd, name, &entry.status, AT_SYMLINK_NOFOLLOW) != 0) {
             if (errno == ENOENT) {
                 continue; // removed while we walk: nothing left to miss
             }
@@ -826,7 +833,9 @@ ZKEnumerationResult ZKFileSystemReader::walkFileInfo(const QByteArray &root, QBy
         info.directory = S_ISDIR(mode);
         info.symbolicLink = S_ISLNK(mode);
         info.size = S_ISREG(mode) ? quint64(entry.status.st_size) : 0;
-        info.modificationDate = dateFrom(entry.status.st_mtim);
+        if (entry.statusKnown) {
+            info.modificationDate = dateFrom(entry.status.st_mtim);
+        }
         // Reported, never copied, and the walk goes on: one such item must
         // not keep the rest of the folder from being copied.
         if (!isRepresentable(entry.name)) {
@@ -914,7 +923,8 @@ ZKEnumerationResult ZKFileSystemReader::walkFileInfo(const QByteArray &root, QBy
 
     QByteArray failedPath;
     int failedErrno = 0;
-    const WalkEnd end = walkTree(root, chain, visit, &failedPath, &failedErrno);
+    const WalkEnd end =
+        walkTree(root, chain, visit, &failedPath, &failedErrno, !m_walkReportsFileStatus);
     if (end == WalkEnd::Failed && !error()) {
         attributesError(failedPath, errnoText(failedErrno));
     }

@@ -435,6 +435,33 @@ private Q_SLOTS:
         QCOMPARE(child->modificationDate, expected);
     }
 
+    // A walk without the files' sizes and dates tells every item apart just
+    // as the full one does.
+    void walkWithoutFileStatusTellsItemsAlike() {
+        const QString root = path("unstatted");
+        QVERIFY(QDir().mkpath(root + "/sub") && writeFile(root + "/f", "12345"));
+        QVERIFY(writeFile(root + "/sub/g", "1"));
+        QVERIFY(QFile::link("f", root + "/to-file") && QFile::link("sub", root + "/to-folder"));
+        QVERIFY(::mkfifo(QFile::encodeName(root + "/pipe").constData(), 0600) == 0);
+        auto reader = openedReader(root);
+        reader->setWalkAccessChecks(ZKReader::NoAccessCheck);
+        const Walk full = walk(*reader, root);
+        reader->setWalkReportsFileStatus(false);
+        const Walk light = walk(*reader, root);
+        QCOMPARE(light.paths, full.paths);
+        QCOMPARE(full.paths.size(), 7); // the folder behind its link comes twice
+        for (qsizetype i = 0; i < full.infos.size(); ++i) {
+            const ZKFileInfo &a = full.infos.at(i);
+            const ZKFileInfo &b = light.infos.at(i);
+            QVERIFY2(a.directory == b.directory && a.symbolicLink == b.symbolicLink &&
+                         a.skipReason == b.skipReason && a.targetUrl == b.targetUrl,
+                     qPrintable(full.paths.at(i)));
+            const bool plainFile = !a.directory && !a.symbolicLink && a.skipReason.isEmpty();
+            QCOMPARE(b.size, plainFile ? quint64(0) : a.size);
+            QCOMPARE(b.modificationDate.isValid(), !plainFile);
+        }
+    }
+
     // A link in a destination folder is an item of its own: what it points
     // to is never reported as lying inside the folder.
     void linkInADestinationIsNotEntered() {
