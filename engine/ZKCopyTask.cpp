@@ -831,14 +831,18 @@ void ZKCopyTask::refresh() {
 void ZKCopyTask::refreshNow() {
     m_refreshPending = false;
     settleFigures();
+    bool textsPending = false;
     {
-        // From here on the texts are kept up to date; one made for a reader
-        // meanwhile gives way to these.
+        // Texts nobody has read yet are made when first read; one being
+        // made for a reader meanwhile is made again from what is now.
         std::lock_guard locker(m_lock);
-        m_textsPending = false;
+        textsPending = m_textsPending.load();
+        m_textsGeneration += textsPending ? 1 : 0;
     }
-    refreshDescription();
-    refreshDetail();
+    if (!textsPending) {
+        refreshDescription();
+        refreshDetail();
+    }
     Q_EMIT progressChanged(progress());
 }
 
@@ -849,15 +853,16 @@ void ZKCopyTask::settleFigures() {
 }
 
 void ZKCopyTask::makePendingTexts() const {
-    if (!m_textsPending.load()) {
-        return;
-    }
-    QString description = describedText();
-    QString detail = detailText();
-    std::lock_guard locker(m_lock);
-    if (m_textsPending.exchange(false)) {
-        m_description = std::move(description);
-        m_detail = std::move(detail);
+    while (m_textsPending.load()) {
+        const quint64 generation = locked(m_lock, m_textsGeneration);
+        QString description = describedText();
+        QString detail = detailText();
+        std::lock_guard locker(m_lock);
+        if (m_textsPending.load() && m_textsGeneration == generation) {
+            m_description = std::move(description);
+            m_detail = std::move(detail);
+            m_textsPending = false;
+        }
     }
 }
 

@@ -222,6 +222,7 @@ private:
     mutable QString m_detail;
     mutable QString m_description;
     mutable std::atomic<bool> m_textsPending{true}; // made when first read
+    quint64 m_textsGeneration = 0;                  // guarded by m_lock: refreshes while pending
     std::atomic<double> m_dataRate{0};
     std::atomic<quint64> m_totalBytes{0};
     std::atomic<quint64> m_progressBytes{0};
