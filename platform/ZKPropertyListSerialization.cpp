@@ -9,9 +9,11 @@
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include <plist/plist.h>
@@ -1027,10 +1029,13 @@ private:
 
     bool readDictionary(int depth, QVariant *value) {
         QVariantMap map;
+        // Writers put the keys in order after the type: each new one most
+        // likely goes just after the one before.
+        QVariantMap::const_iterator next = map.cend();
         while (true) {
             skipBlanks();
             if (take("</dict>")) {
-                *value = map;
+                *value = std::move(map);
                 return true;
             }
             QByteArrayView content;
@@ -1044,7 +1049,7 @@ private:
                 return false;
             }
             const qsizetype before = map.size();
-            map.insert(key, child);
+            next = std::next(map.insert(next, key, child));
             if (map.size() == before) {
                 return false;
             }
@@ -1056,14 +1061,14 @@ private:
         while (true) {
             skipBlanks();
             if (take("</array>")) {
-                *value = list;
+                *value = std::move(list);
                 return true;
             }
             QVariant child;
             if (!readValue(depth, &child)) {
                 return false;
             }
-            list.append(child);
+            list.append(std::move(child));
         }
     }
 
