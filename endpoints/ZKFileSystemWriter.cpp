@@ -167,6 +167,11 @@ std::optional<mode_t> processUmask() {
     return mask;
 }
 
+template <class T> T locked(std::mutex &lock, const T &field) {
+    std::lock_guard locker(lock);
+    return field;
+}
+
 // Every new file is asked for with this mode; the umask or the folder's
 // default ACL then takes bits away.
 constexpr mode_t newFileMode = 0666;
@@ -182,6 +187,11 @@ struct ZKFileSystemWriter::MadeInside {
         : path(std::move(folderPath)) {}
 
     void take(const struct stat &status) {
+        std::lock_guard locker(lock);
+        takeLocked(status);
+    }
+
+    void takeLocked(const struct stat &status) {
         looked = true;
         known = true;
         group = status.st_gid;
@@ -189,11 +199,12 @@ struct ZKFileSystemWriter::MadeInside {
     }
 
     std::optional<gid_t> groupOfNewFile() {
+        std::lock_guard locker(lock);
         if (!looked) {
             looked = true;
             struct stat status {};
             if (::stat(path.constData(), &status) == 0 && S_ISDIR(status.st_mode)) {
-                take(status);
+                takeLocked(status);
             }
         }
         if (!known) {
@@ -213,6 +224,7 @@ struct ZKFileSystemWriter::MadeInside {
         if (!mask) {
             return std::nullopt;
         }
+        std::lock_guard locker(lock);
         if (!aclAsked) {
             aclAsked = true;
             if (::getxattr(path.constData(), "system.posix_acl_default", nullptr, 0) >= 0) {
@@ -225,6 +237,7 @@ struct ZKFileSystemWriter::MadeInside {
     }
 
     const QByteArray path;
+    std::mutex lock; // the files of a folder may be made on several threads
     bool looked = false;
     bool known = false;
     gid_t group = 0;
@@ -249,6 +262,7 @@ std::shared_ptr<ZKFileSystemWriter> ZKFileSystemWriter::childWriter(const QByteA
     child->m_refusesLinks = true;
     child->m_bookmarkDeferred = true;
     if (!isDirectory) {
+        std::lock_guard locker(m_madeInsideLock);
         if (!m_madeInside) {
             m_madeInside = std::make_shared<MadeInside>(QFile::encodeName(path()));
         }
@@ -396,10 +410,12 @@ bool ZKFileSystemWriter::open() {
     const bool isFolder = exists && S_ISDIR(status.st_mode);
     if (m_isDirectory) {
         // Looked at again on every open: the folder may have been replaced.
-        m_madeInside = std::make_shared<MadeInside>(encoded);
+        auto madeInside = std::make_shared<MadeInside>(encoded);
         if (isFolder) {
-            m_madeInside->take(status);
+            madeInside->take(status);
         }
+        std::lock_guard locker(m_madeInsideLock);
+        m_madeInside = std::move(madeInside);
         // The folder found is the one the bookmark names, which is all that
         // resolving it by path would find out.
         if (isFolder && !m_startedAccessing && !m_bookmark.isEmpty() &&
@@ -760,20 +776,22 @@ void ZKFileSystemWriter::setGroup(quint64 group) {
 }
 
 bool ZKFileSystemWriter::wasMadeWithGroup(quint64 group) const {
-    if (m_fd < 0 || !m_createdHere || !m_madeInside) {
+    const auto madeInside = locked(m_madeInsideLock, m_madeInside);
+    if (m_fd < 0 || !m_createdHere || !madeInside) {
         return false;
     }
-    const std::optional<gid_t> given = m_madeInside->groupOfNewFile();
+    const std::optional<gid_t> given = madeInside->groupOfNewFile();
     return given && quint64(*given) == group;
 }
 
 bool ZKFileSystemWriter::wasMadeWithPermissions(quint16 permissions) const {
-    if (m_fd < 0 || !m_createdHere || !m_madeInside) {
+    const auto madeInside = locked(m_madeInsideLock, m_madeInside);
+    if (m_fd < 0 || !m_createdHere || !madeInside) {
         return false;
     }
     // Set-user-ID, set-group-ID and sticky bits are never given: asked for,
     // they always need the call.
-    const std::optional<mode_t> given = m_madeInside->modeOfNewFile();
+    const std::optional<mode_t> given = madeInside->modeOfNewFile();
     return given && *given == mode_t(permissions & 07777);
 }
 

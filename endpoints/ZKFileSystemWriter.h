@@ -10,6 +10,7 @@
 #include <QVariantMap>
 
 #include <memory>
+#include <mutex>
 
 // The writer of a local destination: the destination folder of a task and each
 // file, folder or link made inside it. A file is appended to, never rewritten,
@@ -122,7 +123,9 @@ private:
     bool m_createdHere = false;
     // For a folder, what the files made inside it get from the kernel; for
     // a file, that of its folder. Shared so that a folder is looked at once
-    // for all its files.
-    std::shared_ptr<MadeInside> m_madeInside;
+    // for all its files. A destination folder serves several tasks, whose
+    // steps may open it and make files in it on different threads at once.
+    std::shared_ptr<MadeInside> m_madeInside; // guarded by m_madeInsideLock
+    mutable std::mutex m_madeInsideLock;
     quint64 m_size = 0;
 };
