@@ -1299,8 +1299,38 @@ private:
 
 // libplist's tree of one element of a streamed array, which lies in the file
 // as the text of one element. Null when libplist cannot read it.
-PlistPointer parseElement(QByteArrayView text) {
+// Whether the containers of an element's text open deeper than any value can
+// be, counted as loosely as libplist reads: a tag that closes itself opens
+// nothing. The exact limit, which counts the containers around the element,
+// is left to the reading of the tree.
+bool isNestedTooDeep(QByteArrayView text) {
+    int depth = 0;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text[i] != '<') {
+            continue;
+        }
+        const QByteArrayView tag = text.sliced(i + 1);
+        if (tag.startsWith("/dict") || tag.startsWith("/array")) {
+            --depth;
+        } else if (tag.startsWith("dict") || tag.startsWith("array")) {
+            const qsizetype end = tag.indexOf('>');
+            const bool closesItself = end > 0 && tag[end - 1] == '/';
+            if (!closesItself && ++depth > ZKPropertyListSerialization::maximumNestingDepth) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+PlistPointer parseElement(QByteArrayView text, Problem *problem) {
     const QByteArray wrapped = "<plist version=\"1.0\">" + text.toByteArray() + "</plist>";
+    // libplist reads and frees a tree by recursion, and an element read
+    // again may no longer be the text the first pass checked.
+    if (isNestedTooDeep(text)) {
+        noteTooDeep(problem, ZKPropertyListErrors::TooDeepToRead);
+        return PlistPointer(nullptr);
+    }
     plist_t parsed = nullptr;
     plist_from_xml(wrapped.constData(), uint32_t(wrapped.size()), &parsed);
     return PlistPointer(parsed);
@@ -1314,10 +1344,15 @@ QVariant variantFromElement(QByteArrayView text, const QString &arrayKey, qsizet
     if (QVariant value = ElementReader(text).read(); value.isValid()) {
         return value;
     }
-    const PlistPointer root = parseElement(text);
+    Problem checked;
+    const PlistPointer root = parseElement(text, &checked);
     *isReadable = bool(root);
     if (!root) {
-        note(problem, ZKPropertyListErrors::NotPropertyList);
+        if (checked.message != ZKPropertyListErrors::MessageCount) {
+            *problem = checked;
+        } else {
+            note(problem, ZKPropertyListErrors::NotPropertyList);
+        }
         return {};
     }
     QVariant value = variantFromNode(static_cast<plist_t>(root.get()), 2, problem);

@@ -341,6 +341,12 @@ void tst_ZKPropertyListSerialization::refusesHostileData() {
     QVERIFY2(error.localizedDescription().contains(message),
              qPrintable(error.localizedDescription()));
     QVERIFY(!S::propertyListFromData(data).isValid());
+    // The same markup as a queue's element, read again from its place.
+    const QByteArray head = "<plist version=\"1.0\">";
+    if (data.startsWith(head) && data.endsWith("</plist>")) {
+        const QByteArray element = data.sliced(head.size(), data.size() - head.size() - 8);
+        QVERIFY(!S::elementFromText(element).isValid());
+    }
 }
 
 void tst_ZKPropertyListSerialization::truncationIsNeverSilent() {
