@@ -12,6 +12,7 @@
 #include <iterator>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -897,6 +898,24 @@ bool ZKPropertyListSerialization::writeDictionaryWithArray(
 
 namespace {
 
+// The code point a character reference names ("#65", "#x41"), when it is one
+// of at most eight characters; upperX: whether "#X41" is hexadecimal too.
+std::optional<uint> referenceCode(QByteArrayView name, bool upperX) {
+    if (name.size() < 2 || name.size() > 8 || name[0] != '#') {
+        return std::nullopt;
+    }
+    const bool isHex = name[1] == 'x' || (upperX && name[1] == 'X');
+    const QByteArrayView digits = name.sliced(isHex ? 2 : 1);
+    // toUInt() would also take signs and blanks.
+    const auto isDigit = [&](char c) {
+        return isHex ? std::isxdigit(uchar(c)) != 0 : std::isdigit(uchar(c)) != 0;
+    };
+    if (digits.isEmpty() || !std::all_of(digits.begin(), digits.end(), isDigit)) {
+        return std::nullopt;
+    }
+    return digits.toUInt(nullptr, isHex ? 16 : 10);
+}
+
 // Reads the text of one element straight to its value, without libplist's
 // tree: the markup libplist writes and little more. Whatever it is not
 // certain to read as libplist does it declines, and the element goes to
@@ -1110,18 +1129,8 @@ private:
             }
         }
         // libplist takes at most eight characters, and only a code point.
-        if (name.size() < 2 || name.size() > 8 || name[0] != '#') {
-            return false;
-        }
-        const bool isHex = name[1] == 'x' || name[1] == 'X';
-        const QByteArrayView digits = name.sliced(isHex ? 2 : 1);
-        const auto isDigit = [&](char c) {
-            return isHex ? std::isxdigit(uchar(c)) != 0 : std::isdigit(uchar(c)) != 0;
-        };
-        if (digits.isEmpty() || !std::all_of(digits.begin(), digits.end(), isDigit)) {
-            return false;
-        }
-        const uint code = digits.toUInt(nullptr, isHex ? 16 : 10);
+        const std::optional<uint> reference = referenceCode(name, true);
+        const uint code = reference.value_or(0);
         if (code == 0 || code > 0x10FFFF) {
             return false;
         }
@@ -1551,19 +1560,11 @@ private:
         if (name == "lt" || name == "gt" || name == "amp" || name == "quot" || name == "apos") {
             return true;
         }
-        if (!name.startsWith('#') || name.size() < 2 || name.size() > 8) {
+        const std::optional<uint> reference = referenceCode(name, false);
+        if (!reference) {
             return false;
         }
-        const bool isHex = name[1] == 'x';
-        const QByteArrayView digits = name.sliced(isHex ? 2 : 1);
-        // toUInt() would also take signs and blanks.
-        const auto isDigit = [&](char c) {
-            return isHex ? std::isxdigit(uchar(c)) != 0 : std::isdigit(uchar(c)) != 0;
-        };
-        if (digits.isEmpty() || !std::all_of(digits.begin(), digits.end(), isDigit)) {
-            return false;
-        }
-        const uint code = digits.toUInt(nullptr, isHex ? 16 : 10);
+        const uint code = *reference;
         return code == 0x9 || code == 0xA || code == 0xD || (code >= 0x20 && code <= 0xD7FF) ||
                (code >= 0xE000 && code <= 0xFFFD) || (code >= 0x10000 && code <= 0x10FFFF);
     }
