@@ -305,6 +305,7 @@ private Q_SLOTS:
             saved.insert(QStringLiteral("State"), then);
             task = ZKCopyTask::create(saved);
             QVERIFY(task);
+            task->resumeInterruptedStep(); // as its queue does
             QTRY_VERIFY_WITH_TIMEOUT(task->state() != S::Processing, 30000);
         }
         if (task->state() == S::Failed) {
