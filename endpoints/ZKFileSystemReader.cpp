@@ -924,7 +924,7 @@ ZKEnumerationResult ZKFileSystemReader::walkFileInfo(const QByteArray &root, QBy
     QByteArray failedPath;
     int failedErrno = 0;
     const WalkEnd end =
-        walkTree(root, chain, visit, &failedPath, &failedErrno, !m_walkReportsFileStatus);
+        walkTree(root, chain, visit, &failedPath, &failedErrno, !walkReportsFileStatus());
     if (end == WalkEnd::Failed && !error()) {
         attributesError(failedPath, errnoText(failedErrno));
     }

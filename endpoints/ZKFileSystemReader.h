@@ -95,12 +95,6 @@ public:
     // The open file itself (-1 when none), for copies the kernel makes: a
     // path looked up again might meanwhile name another file.
     int descriptor() const { return m_fd; }
-    // Whether a walk reports the size and date of each plain file. A walk
-    // whose files are all opened anyway can do without: a plain file is
-    // then told from the rest by the folder's listing alone, which spares a
-    // look at each. Its size is 0 and its date invalid; every other item is
-    // reported in full.
-    void setWalkReportsFileStatus(bool reports) { m_walkReportsFileStatus = reports; }
 
     static constexpr quint64 uncopyableSize = std::numeric_limits<quint64>::max();
     // Empty unless this reader stands for an item that cannot be copied.
@@ -163,5 +157,4 @@ private:
     bool m_isLink = false;
     QString m_linkTarget;
     QString m_skipReason;
-    bool m_walkReportsFileStatus = true;
 };

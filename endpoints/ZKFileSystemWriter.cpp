@@ -167,11 +167,6 @@ std::optional<mode_t> processUmask() {
     return mask;
 }
 
-template <class T> T locked(std::mutex &lock, const T &field) {
-    std::lock_guard locker(lock);
-    return field;
-}
-
 // Every new file is asked for with this mode; the umask or the folder's
 // default ACL then takes bits away.
 constexpr mode_t newFileMode = 0666;
@@ -775,8 +770,13 @@ void ZKFileSystemWriter::setGroup(quint64 group) {
     }
 }
 
+std::shared_ptr<ZKFileSystemWriter::MadeInside> ZKFileSystemWriter::madeInside() const {
+    std::lock_guard locker(m_madeInsideLock);
+    return m_madeInside;
+}
+
 bool ZKFileSystemWriter::wasMadeWithGroup(quint64 group) const {
-    const auto madeInside = locked(m_madeInsideLock, m_madeInside);
+    const auto madeInside = this->madeInside();
     if (m_fd < 0 || !m_createdHere || !madeInside) {
         return false;
     }
@@ -785,7 +785,7 @@ bool ZKFileSystemWriter::wasMadeWithGroup(quint64 group) const {
 }
 
 bool ZKFileSystemWriter::wasMadeWithPermissions(quint16 permissions) const {
-    const auto madeInside = locked(m_madeInsideLock, m_madeInside);
+    const auto madeInside = this->madeInside();
     if (m_fd < 0 || !m_createdHere || !madeInside) {
         return false;
     }

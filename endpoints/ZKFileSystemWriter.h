@@ -99,6 +99,7 @@ private:
     // A writer for an item made inside this folder: see m_refusesLinks.
     std::shared_ptr<ZKFileSystemWriter> childWriter(const QByteArray &itemPath, bool isDirectory);
     struct MadeInside;
+    std::shared_ptr<MadeInside> madeInside() const;
     // Whether the file this writer made has these already, as the kernel
     // gave them to it: then setting them would change nothing.
     bool wasMadeWithGroup(quint64 group) const;

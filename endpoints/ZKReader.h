@@ -122,6 +122,12 @@ public:
     enum AccessCheck { NoAccessCheck = 0, ReadAccessCheck = 1, WriteAccessCheck = 2 };
     int walkAccessChecks() const { return m_walkAccessChecks; }
     void setWalkAccessChecks(int checks) { m_walkAccessChecks = checks; }
+    // Whether a walk reports the size and date of each plain file. A walk
+    // whose files are all opened anyway can do without: where the listing
+    // tells a plain file from the rest, a look at each is spared; its size
+    // is then 0 and its date invalid. Every other item is reported in full.
+    bool walkReportsFileStatus() const { return m_walkReportsFileStatus; }
+    void setWalkReportsFileStatus(bool reports) { m_walkReportsFileStatus = reports; }
 
     // Readers of the same class are equal when their URLs are.
     virtual bool isEqual(const ZKReader &other) const;
@@ -134,6 +140,7 @@ protected:
 private:
     ZKOptionalError m_error;
     int m_walkAccessChecks = ReadAccessCheck | WriteAccessCheck;
+    bool m_walkReportsFileStatus = true;
 };
 
 using ZKReaderPtr = std::shared_ptr<ZKReader>;

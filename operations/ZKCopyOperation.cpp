@@ -177,10 +177,7 @@ void ZKCopyOperation::copyDirectoryFrom(ZKReader &reader, ZKWriter &folder) {
         reader.setWalkAccessChecks(ZKReader::NoAccessCheck);
         // Where nothing stands yet, every file is written whatever its size,
         // and opening it to copy it finds out the rest.
-        auto *localReader = dynamic_cast<ZKFileSystemReader *>(&reader);
-        if (localReader && index.isEmpty()) {
-            localReader->setWalkReportsFileStatus(false);
-        }
+        reader.setWalkReportsFileStatus(!index.isEmpty());
         reader.enumerateFileInfoWithBlock([&](const ZKFileInfo &item) {
             // A followed link's contents come under the target's path before
             // the link; they are copied when the link itself is.
@@ -216,9 +213,7 @@ void ZKCopyOperation::copyDirectoryFrom(ZKReader &reader, ZKWriter &folder) {
             }
             return inProgress() ? ZKEnumerationResultSkip : ZKEnumerationResultStop;
         });
-        if (localReader) {
-            localReader->setWalkReportsFileStatus(true);
-        }
+        reader.setWalkReportsFileStatus(true);
         if (reader.error() && !hasError()) {
             setError(*reader.error());
         }
