@@ -145,6 +145,8 @@ int runDocument(ZKFerrowickDocument &document, const QString &queueFile, const R
     runner.setRetries(runtime.retries, runtime.retryDelay, !live);
     printer.setAttempts([&runner](const ZKTask &task) { return runner.attemptOf(task); },
                         runner.maximumAttempts());
+    QObject::connect(&runner, &ZKQueueRunner::attemptsCounted, &printer,
+                     &ZKProgressPrinter::lookAgain);
     printer.start();
     const int status = runner.exec();
     printer.finish();

@@ -5,6 +5,7 @@
 #include "ZKFerrowickDocument.h"
 #include "ZKTaskListModel.h"
 
+#include <algorithm>
 #include <cmath>
 
 ZKProgressPrinter::ZKProgressPrinter(ZKFerrowickDocument &document, FILE *out, bool live)
@@ -13,6 +14,31 @@ ZKProgressPrinter::ZKProgressPrinter(ZKFerrowickDocument &document, FILE *out, b
     , m_live(live) {
     m_timer.setInterval(live ? 200 : 500);
     connect(&m_timer, &QTimer::timeout, this, [this] { m_live ? redraw() : printChanges(); });
+    if (live) {
+        return;
+    }
+    const ZKTaskListModel &model = document.taskListModel();
+    connect(&model, &QAbstractItemModel::dataChanged, this,
+            [this](const QModelIndex &top, const QModelIndex &bottom) {
+                noteRows(top.row(), bottom.row());
+            });
+    connect(&model, &QAbstractItemModel::rowsInserted, this,
+            [this](const QModelIndex &, int first, int last) { noteRows(first, last); });
+    connect(&model, &QAbstractItemModel::modelReset, this, &ZKProgressPrinter::lookAgain);
+    lookAgain();
+}
+
+void ZKProgressPrinter::noteRows(int first, int last) {
+    const ZKTaskListModel &model = m_document.taskListModel();
+    for (int row = first; row <= last; ++row) {
+        if (const ZKTaskPtr task = model.taskAt(row)) {
+            m_changed.insert(task.get());
+        }
+    }
+}
+
+void ZKProgressPrinter::lookAgain() {
+    noteRows(0, m_document.taskListModel().rowCount() - 1);
 }
 
 void ZKProgressPrinter::setAttempts(std::function<int(const ZKTask &)> attemptOf, int maximum) {
@@ -80,7 +106,17 @@ QString ZKProgressPrinter::summary() const {
 void ZKProgressPrinter::printChanges() {
     using M = ZKTaskListModel;
     const ZKTaskListModel &model = m_document.taskListModel();
-    for (int i = 0; i < model.rowCount(); ++i) {
+    // A task taken out since it changed has no row, and no line.
+    QList<int> rows;
+    rows.reserve(m_changed.size());
+    for (const ZKTask *task : std::as_const(m_changed)) {
+        if (const int row = model.rowOfTask(task); row >= 0) {
+            rows.append(row);
+        }
+    }
+    m_changed.clear();
+    std::sort(rows.begin(), rows.end());
+    for (const int i : std::as_const(rows)) {
         const QModelIndex row = model.index(i);
         const ZKTaskPtr task = model.taskAt(i);
         const QString title = row.data(M::TitleRole).toString();

@@ -4,6 +4,7 @@
 
 #include <QHash>
 #include <QObject>
+#include <QSet>
 #include <QString>
 #include <QTimer>
 
@@ -28,6 +29,9 @@ public:
     void setAttempts(std::function<int(const ZKTask &)> attemptOf, int maximum);
 
     void start();
+    // Every task is looked at again on the next print: what a line says of
+    // its attempts changed, and no row of the list did.
+    void lookAgain();
     // Draws the final lines and the summary.
     void finish();
 
@@ -38,6 +42,7 @@ public:
 private:
     void redraw();
     void printChanges();
+    void noteRows(int first, int last);
     // The queue's line: tasks done and failed, the time, bytes and rate.
     QString summary() const;
     QString attemptsText(const ZKTask &task) const;
@@ -48,6 +53,9 @@ private:
     int m_linesDrawn = 0;
     QTimer m_timer;
     QHash<const ZKTask *, QString> m_lastPrinted;
+    // Tasks whose rows changed since the last print: a long queue is not
+    // read whole twice a second.
+    QSet<const ZKTask *> m_changed;
     std::function<int(const ZKTask &)> m_attemptOf;
     int m_maximumAttempts = 1;
 };

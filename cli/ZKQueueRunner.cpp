@@ -114,6 +114,7 @@ void ZKQueueRunner::queueCompleted() {
     if (failed == 0) {
         return;
     }
+    Q_EMIT attemptsCounted();
     if (round > m_retries) {
         m_document.setAutoRetryItems(false); // the last attempt is spent
         return;
@@ -137,11 +138,18 @@ bool ZKQueueRunner::isFinished() const {
     // Between the countdown's end and the tasks' reset, failed tasks with
     // attempts left are still failed: the queue is not over yet.
     const bool retrying = m_retries > 0 && m_document.autoRetryItems();
-    for (const auto &task : m_document.taskQueue().tasks()) {
-        const auto state = task->state();
+    const ZKTaskQueue &queue = m_document.taskQueue();
+    const qsizetype count = queue.count();
+    // Asked ten times a second: a long queue is not walked whole, nor
+    // copied, while one of its tasks is still going.
+    for (qsizetype looked = 0; looked < count; ++looked) {
+        const qsizetype index = (m_unendedHint + looked) % count;
+        const ZKTaskPtr task = queue.taskAtIndex(index);
+        const auto state = task ? task->state() : S::Completed;
         const bool ended = state == S::Completed || (state == S::Failed && !retrying) ||
                            state == S::Cancelled || state == S::Suspended;
         if (!ended) {
+            m_unendedHint = index;
             return false;
         }
     }

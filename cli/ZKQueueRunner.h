@@ -47,6 +47,11 @@ public:
     bool isFinished() const;
     int exitStatus() const;
 
+Q_SIGNALS:
+    // The failures of a round were counted: what attemptOf() answers for
+    // the failed tasks changed, with no change of theirs to tell it.
+    void attemptsCounted();
+
 private:
     void save();
     void check();
@@ -55,6 +60,9 @@ private:
     void queueCompleted();
 
     ZKFerrowickDocument &m_document;
+    // Where the last look found a task not yet ended: tasks end in order,
+    // so the next look mostly starts at one that is still going.
+    mutable qsizetype m_unendedHint = 0;
     QString m_queueFile;
     QTimer m_timer;
     QSocketNotifier *m_signalNotifier = nullptr;
