@@ -79,7 +79,11 @@ bool ZKPropertyListParser::canParseObject(const QVariantMap &dict, ZKError *erro
 
 QSet<QUrl> ZKPropertyListParser::parseUrls(const QVariantList &texts) {
     QSet<QUrl> urls;
-    urls.reserve(texts.size());
+    // An empty set holds no storage; reserving nothing would still make some,
+    // and a loaded queue has two such sets in each of its tasks.
+    if (!texts.isEmpty()) {
+        urls.reserve(texts.size());
+    }
     for (const QVariant &text : texts) {
         const QUrl url(text.toString());
         if (!url.isValid() || url.isEmpty()) {
