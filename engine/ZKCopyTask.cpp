@@ -67,6 +67,28 @@ void deleteOnMainThread(ZKCopyTask *task) {
     }
 }
 
+// Equal entries hash alike; unequal ones rarely do.
+size_t hashOfEntry(const QVariant &value, size_t seed = 0) {
+    switch (value.typeId()) {
+    case QMetaType::QVariantMap: {
+        const QVariantMap map = value.toMap();
+        for (auto it = map.cbegin(); it != map.cend(); ++it) {
+            seed = hashOfEntry(it.value(), qHash(it.key(), seed));
+        }
+        return seed;
+    }
+    case QMetaType::QVariantList:
+        for (const QVariant &item : value.toList()) {
+            seed = hashOfEntry(item, seed);
+        }
+        return seed;
+    case QMetaType::QByteArray:
+        return qHash(value.toByteArray(), seed);
+    default:
+        return qHash(value.toString(), seed ^ size_t(value.typeId()));
+    }
+}
+
 // Stores a value and announces it, when it changed.
 template <class T, class V> bool store(std::atomic<T> &field, V value) {
     return field.exchange(T(value)) != T(value);
@@ -80,9 +102,31 @@ std::shared_ptr<ZKCopyTask> ZKCopyTask::create(ZKReaderPtr source, ZKWriterPtr d
 }
 
 std::shared_ptr<ZKCopyTask> ZKCopyTask::create(const QVariantMap &plist) {
+    return create(plist, ZKPropertyListParser::parseObjectOfType<ZKWriter>(
+                             plist.value(kDestination).toMap()));
+}
+
+std::shared_ptr<ZKCopyTask> ZKCopyTask::create(const QVariantMap &plist,
+                                               Destinations &destinations) {
+    return create(plist, destinations.writerFor(plist.value(kDestination).toMap()));
+}
+
+ZKWriterPtr ZKCopyTask::Destinations::writerFor(const QVariantMap &entry) {
+    QList<std::pair<QVariantMap, ZKWriterPtr>> &alike = m_made[hashOfEntry(entry)];
+    for (const auto &[made, writer] : std::as_const(alike)) {
+        if (made == entry) {
+            return writer;
+        }
+    }
+    ZKWriterPtr writer = ZKPropertyListParser::parseObjectOfType<ZKWriter>(entry);
+    if (writer) {
+        alike.append({entry, writer});
+    }
+    return writer;
+}
+
+std::shared_ptr<ZKCopyTask> ZKCopyTask::create(const QVariantMap &plist, ZKWriterPtr destination) {
     auto source = ZKPropertyListParser::parseObjectOfType<ZKReader>(plist.value(kSource).toMap());
-    auto destination =
-        ZKPropertyListParser::parseObjectOfType<ZKWriter>(plist.value(kDestination).toMap());
     if (!source || !destination) {
         return nullptr;
     }
@@ -152,8 +196,7 @@ std::shared_ptr<ZKCopyTask> ZKCopyTask::create(const QVariantMap &plist) {
     return task;
 }
 
-ZKCopyTask::ZKCopyTask(ZKReaderPtr source, ZKWriterPtr destination)
-    : m_throttle(std::make_shared<ZKTransferThrottle>()) {
+ZKCopyTask::ZKCopyTask(ZKReaderPtr source, ZKWriterPtr destination) {
     // The texts follow whatever they are made of: the setters of those parts
     // refresh them (a connection per task would cost memory in big queues).
     // A new task's texts are made when first read, not posted for now: a
@@ -170,8 +213,36 @@ ZKCopyTask::~ZKCopyTask() {
     const ZKTaskQuestions::Refusal refusal(this);
     pause();
     // Nothing queued may outlive the members it uses.
-    m_operationQueue.cancelAllOperations();
-    m_operationQueue.waitUntilAllOperationsAreFinished();
+    if (Worker *worker = existingWorker()) {
+        worker->operationQueue.cancelAllOperations();
+        worker->operationQueue.waitUntilAllOperationsAreFinished();
+        delete worker;
+    }
+}
+
+ZKCopyTask::Worker &ZKCopyTask::worker() const {
+    Worker *existing = existingWorker();
+    if (existing) {
+        return *existing;
+    }
+    auto made = std::make_unique<Worker>();
+    if (m_worker.compare_exchange_strong(existing, made.get(), std::memory_order_acq_rel)) {
+        return *made.release();
+    }
+    return *existing; // another thread made it first
+}
+
+void ZKCopyTask::forgetStepReport() {
+    if (Worker *worker = existingWorker()) {
+        worker->filesDoneThisRun = 0;
+        worker->currentFile.clear();
+    }
+}
+
+void ZKCopyTask::stopSteps() {
+    if (Worker *worker = existingWorker()) {
+        worker->operationQueue.cancelAllOperations();
+    }
 }
 
 QVariantMap ZKCopyTask::asPropertyList() const {
@@ -246,6 +317,11 @@ void ZKCopyTask::configure(ZKFileOperation &operation) const {
     std::lock_guard locker(m_lock);
     operation.setSkippedUrls(m_skippedUrls);
     operation.setReplacedUrls(m_replacedUrls);
+    // A task of a queue paces with the queue's other tasks; one on its own
+    // makes its pace when it first runs.
+    if (!m_throttle) {
+        m_throttle = std::make_shared<ZKTransferThrottle>();
+    }
     operation.setThrottle(m_throttle);
 }
 
@@ -255,10 +331,23 @@ void ZKCopyTask::prepare() {
     configure(*operation);
     {
         std::lock_guard locker(m_lock);
-        operation->setUnreadableFileHandler(m_unreadableFileHandler);
-        operation->setUnwritableFileHandler(m_unwritableFileHandler);
-        operation->setPreExistingFileHandler(m_preExistingFileHandler);
-        operation->setPreExistingDestinationHandler(m_preExistingDestinationHandler);
+        if (m_questions) {
+            // The operation ends before the task does: its destructor waits
+            // for it.
+            auto handler = [this, questions = *m_questions](auto method) {
+                return [this, questions, method](const ZKFileInfo &item) {
+                    return (questions.*method)(item, *this);
+                };
+            };
+            operation->setUnreadableFileHandler(
+                handler(&ZKTaskQuestions::showUnreadableAlertForFile));
+            operation->setUnwritableFileHandler(
+                handler(&ZKTaskQuestions::showUnwritableAlertForFile));
+            operation->setPreExistingFileHandler(
+                handler(&ZKTaskQuestions::showPreExistingAlertForFile));
+            operation->setPreExistingDestinationHandler(
+                handler(&ZKTaskQuestions::showPreExistingDestinationAlertForFile));
+        }
         operation->setPreExistingUrls(m_preExistingUrls.value_or(QSet<QUrl>()),
                                       m_preExistingUrls.has_value());
     }
@@ -334,10 +423,10 @@ void ZKCopyTask::runOperation(const std::shared_ptr<ZKFileOperation> &operation,
                               ZKTaskState runningState,
                               std::function<void(ZKFileOperation &)> endHandler) {
     ZKFileOperation *raw = operation.get();
+    Worker &work = worker();
     {
         std::lock_guard locker(m_lock);
-        m_filesDoneThisRun = 0;
-        m_currentFile.clear();
+        forgetStepReport();
     }
     if (runningState == S::Processing || runningState == S::Verifying) {
         // Progress is taken from the operation's counters at each report,
@@ -360,14 +449,14 @@ void ZKCopyTask::runOperation(const std::shared_ptr<ZKFileOperation> &operation,
     visit->push_back({operation, runningState, std::move(endHandler), nullptr});
     operation->setCompletionBlock([this, visit] { endStepOnWorker(visit); });
     {
-        std::lock_guard locker(m_completionLock);
-        m_operationStarted = true;
+        std::lock_guard locker(work.completionLock);
+        work.operationStarted = true;
     }
     {
         std::lock_guard locker(m_lock);
-        m_currentOperation = operation;
+        work.currentOperation = operation;
     }
-    m_operationQueue.addOperation(operation);
+    work.operationQueue.addOperation(operation);
 }
 
 void ZKCopyTask::endStepOnWorker(const Visit &visit) {
@@ -380,11 +469,12 @@ void ZKCopyTask::endStepOnWorker(const Visit &visit) {
         const auto operation = next->operation;
         visit->push_back(std::move(*next));
         operation->setCompletionBlock([this, visit] { endStepOnWorker(visit); });
+        Worker &work = worker();
         {
             std::lock_guard locker(m_lock);
-            m_currentOperation = operation;
+            work.currentOperation = operation;
         }
-        m_operationQueue.addOperation(operation);
+        work.operationQueue.addOperation(operation);
         // A pause that cancelled the step before the next one was queued
         // cancels that one too; one after it finds it queued.
         if (previous->isCancelled()) {
@@ -394,7 +484,7 @@ void ZKCopyTask::endStepOnWorker(const Visit &visit) {
     }
     {
         std::lock_guard locker(m_lock);
-        m_currentOperation.reset();
+        worker().currentOperation.reset();
     }
     // The worker does not wait for the main thread: the steps count as
     // running until their end handlers have run there, which is what those
@@ -507,8 +597,7 @@ void ZKCopyTask::endVisit(const Visit &visit) {
             if (!operation.isCancelled()) {
                 {
                     std::lock_guard locker(m_lock);
-                    m_filesDoneThisRun = 0;
-                    m_currentFile.clear();
+                    forgetStepReport();
                 }
                 setState(step.runningState);
                 if (step.heldActivity && step.heldActivity->bytes != 0) {
@@ -523,8 +612,9 @@ void ZKCopyTask::endVisit(const Visit &visit) {
         if (step.runningState == S::Processing) {
             // A later run passes over the files this one finished.
             std::lock_guard locker(m_lock);
-            m_filesAlreadyDone += m_filesDoneThisRun;
-            m_filesDoneThisRun = 0;
+            Worker &work = worker();
+            m_filesAlreadyDone += work.filesDoneThisRun;
+            work.filesDoneThisRun = 0;
         }
         step.endHandler(operation);
     }
@@ -646,7 +736,7 @@ void ZKCopyTask::cancelAndWait() {
     // The wait may be the main thread's, which shows the questions: a step
     // waiting for an answer gets Cancel instead, once it is cancelled, so
     // that it rests instead of failing on that answer.
-    m_operationQueue.cancelAllOperations();
+    stopSteps();
     const ZKTaskQuestions::Refusal refusal(this);
     waitUntilAllOperationsAreFinished();
 }
@@ -688,7 +778,7 @@ void ZKCopyTask::cancel() {
         onMain([this] { setState(S::Cancelled); });
         refresh();
     });
-    m_operationQueue.addOperation(operation);
+    worker().operationQueue.addOperation(operation);
     refresh();
 }
 
@@ -788,29 +878,34 @@ void ZKCopyTask::revealDestination() {
 // ---- completion handshake
 
 void ZKCopyTask::waitUntilAllOperationsAreFinished() {
-    m_operationQueue.waitUntilAllOperationsAreFinished();
+    Worker *work = existingWorker();
+    if (!work) {
+        return; // nothing ever ran
+    }
+    work->operationQueue.waitUntilAllOperationsAreFinished();
     using namespace std::chrono;
     const auto deadline = steady_clock::now() + seconds(10);
     const bool onMainThread = ZKMainQueue::isMainThread();
-    std::unique_lock locker(m_completionLock);
-    while (m_operationStarted && steady_clock::now() < deadline) {
+    std::unique_lock locker(work->completionLock);
+    while (work->operationStarted && steady_clock::now() < deadline) {
         if (onMainThread) {
             // The completion callback sets the state through the main
             // thread; serve it while waiting.
-            m_completionCondition.wait_for(locker, milliseconds(5));
+            work->completionCondition.wait_for(locker, milliseconds(5));
             locker.unlock();
             QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
             locker.lock();
         } else {
-            m_completionCondition.wait_until(locker, deadline);
+            work->completionCondition.wait_until(locker, deadline);
         }
     }
 }
 
 void ZKCopyTask::signalOperationFinished() {
-    std::lock_guard locker(m_completionLock);
-    m_operationStarted = false;
-    m_completionCondition.notify_all();
+    Worker &work = worker();
+    std::lock_guard locker(work.completionLock);
+    work.operationStarted = false;
+    work.completionCondition.notify_all();
 }
 
 // ---- derived figures
@@ -1052,8 +1147,9 @@ void ZKCopyTask::takeActivity(ZKTaskState runningState, quint64 bytes,
     m_ownBytesPerSecond = m_ownRate->bytesPerSecond();
     {
         std::lock_guard locker(m_lock);
-        m_currentFile = report.currentFile;
-        m_filesDoneThisRun = report.filesDone;
+        Worker &work = worker();
+        work.currentFile = report.currentFile;
+        work.filesDoneThisRun = report.filesDone;
     }
     Q_EMIT activity(report.bytes, report.timePassed);
     setProgressBytes(bytes);
@@ -1077,11 +1173,12 @@ ZKTaskProgress ZKCopyTask::progress() const {
     if (m_filesTotal > 1) {
         p.filesTotal = m_filesTotal;
         // Verifying walks every file again.
-        p.filesDone =
-            std::min(m_filesTotal, s == S::Verifying ? m_filesDoneThisRun
-                                                     : m_filesAlreadyDone + m_filesDoneThisRun);
-        if (s == S::Processing || s == S::Verifying) {
-            p.currentFile = m_currentFile;
+        const Worker *work = existingWorker();
+        const quint64 doneThisRun = work ? work->filesDoneThisRun : 0;
+        p.filesDone = std::min(m_filesTotal,
+                               s == S::Verifying ? doneThisRun : m_filesAlreadyDone + doneThisRun);
+        if (work && (s == S::Processing || s == S::Verifying)) {
+            p.currentFile = work->currentFile;
         }
     }
     return p;
@@ -1236,8 +1333,9 @@ void ZKCopyTask::setMaximumTransferRate(quint64 bytesPerSecond) {
     // A limit changed while a step runs takes effect within that step.
     {
         std::lock_guard locker(m_lock);
-        if (m_currentOperation) {
-            m_currentOperation->setMaximumTransferRate(bytesPerSecond);
+        const Worker *work = existingWorker();
+        if (work && work->currentOperation) {
+            work->currentOperation->setMaximumTransferRate(bytesPerSecond);
         }
     }
     onMain([&] {
@@ -1295,22 +1393,10 @@ void ZKCopyTask::setReplacedUrls(const QSet<QUrl> &urls) {
     onMain([this] { Q_EMIT replacedUrlsChanged(); });
 }
 
-#define ZK_HANDLER_ACCESSORS(Getter, Setter, field)                                                \
-    ZKFileHandler ZKCopyTask::Getter() const {                                                     \
-        return locked(m_lock, field);                                                              \
-    }                                                                                              \
-    void ZKCopyTask::Setter(ZKFileHandler handler) {                                               \
-        std::lock_guard locker(m_lock);                                                            \
-        field = std::move(handler);                                                                \
-    }
-
-ZK_HANDLER_ACCESSORS(unreadableFileHandler, setUnreadableFileHandler, m_unreadableFileHandler)
-ZK_HANDLER_ACCESSORS(unwritableFileHandler, setUnwritableFileHandler, m_unwritableFileHandler)
-ZK_HANDLER_ACCESSORS(preExistingFileHandler, setPreExistingFileHandler, m_preExistingFileHandler)
-ZK_HANDLER_ACCESSORS(preExistingDestinationHandler, setPreExistingDestinationHandler,
-                     m_preExistingDestinationHandler)
-
-#undef ZK_HANDLER_ACCESSORS
+void ZKCopyTask::setQuestions(const ZKTaskQuestions &questions) {
+    std::lock_guard locker(m_lock);
+    m_questions = questions;
+}
 
 ZKOptionalError ZKCopyTask::error() const {
     return locked(m_lock, m_error);

@@ -7,8 +7,11 @@
 #include "ZKOperationActivity.h"
 #include "ZKOperationQueue.h"
 #include "ZKTask.h"
+#include "ZKTaskQuestions.h"
 #include "ZKTaskState.h"
 
+#include <QHash>
+#include <QList>
 #include <QVariantMap>
 
 #include <atomic>
@@ -35,6 +38,18 @@ public:
     // thread.
     static std::shared_ptr<ZKCopyTask> create(ZKReaderPtr source, ZKWriterPtr destination);
     static std::shared_ptr<ZKCopyTask> create(const QVariantMap &propertyList);
+    // The destinations made from saved entries so far: the tasks of a loaded
+    // queue share a writer where their entries name the same one, as tasks
+    // added together do, instead of one writer each.
+    class Destinations {
+    public:
+        ZKWriterPtr writerFor(const QVariantMap &entry);
+
+    private:
+        QHash<size_t, QList<std::pair<QVariantMap, ZKWriterPtr>>> m_made;
+    };
+    static std::shared_ptr<ZKCopyTask> create(const QVariantMap &propertyList,
+                                              Destinations &destinations);
 
     ~ZKCopyTask() override;
 
@@ -46,7 +61,7 @@ public:
     void cancel() override;
     void reset() override;
     void forgetAnalysis() override;
-    void stopSteps() override { m_operationQueue.cancelAllOperations(); }
+    void stopSteps() override;
     void suspend() override;
     void resume() override;
     void revealSource() override;
@@ -101,14 +116,7 @@ public:
     // this task writing them; a move compares them in full.
     QSet<QUrl> preExistingUrls() const;
 
-    ZKFileHandler unreadableFileHandler() const;
-    void setUnreadableFileHandler(ZKFileHandler handler) override;
-    ZKFileHandler unwritableFileHandler() const;
-    void setUnwritableFileHandler(ZKFileHandler handler) override;
-    ZKFileHandler preExistingFileHandler() const;
-    void setPreExistingFileHandler(ZKFileHandler handler) override;
-    ZKFileHandler preExistingDestinationHandler() const;
-    void setPreExistingDestinationHandler(ZKFileHandler handler) override;
+    void setQuestions(const ZKTaskQuestions &questions) override;
 
     qint32 unreadableFileResponse() const override { return m_unreadableFileResponse.load(); }
     void setUnreadableFileResponse(qint32 response) override;
@@ -132,6 +140,8 @@ public:
 
 private:
     ZKCopyTask(ZKReaderPtr source, ZKWriterPtr destination);
+    static std::shared_ptr<ZKCopyTask> create(const QVariantMap &propertyList,
+                                              ZKWriterPtr destination);
 
     void prepare();
     void process();
@@ -191,8 +201,26 @@ private:
     // Main thread: a report of the running step.
     void takeActivity(ZKTaskState runningState, quint64 bytes, const ZKOperationActivity &report);
 
-    ZKOperationQueue m_operationQueue;
-    std::shared_ptr<ZKFileOperation> m_currentOperation;
+    // What only a task that runs steps needs: a queue of 100,000 waiting
+    // tasks would hold a worker queue, locks and a condition each for
+    // nothing. Made by the first thread that needs it and kept until the
+    // task goes, since any thread may be using it by then.
+    struct Worker {
+        ZKOperationQueue operationQueue;
+        std::shared_ptr<ZKFileOperation> currentOperation; // guarded by m_lock
+        bool operationStarted = false;                     // guarded by completionLock
+        std::mutex completionLock;
+        std::condition_variable completionCondition;
+        // Guarded by m_lock: what the running step reported.
+        quint64 filesDoneThisRun = 0;
+        QString currentFile;
+    };
+    Worker &worker() const;
+    Worker *existingWorker() const { return m_worker.load(std::memory_order_acquire); }
+    // Clears what the running step reported; with m_lock held.
+    void forgetStepReport();
+
+    mutable std::atomic<Worker *> m_worker{nullptr};
     bool m_resumesWhenQueued = false; // main thread
     mutable std::mutex m_lock;        // guards the endpoints, the sets, the handlers and the error
     ZKOptionalError m_error;
@@ -200,9 +228,6 @@ private:
     std::atomic<quint64> m_bytesCopied{0};
     std::atomic<quint64> m_bytesVerified{0};
     std::atomic<quint64> m_maximumTransferRate{0};
-    bool m_operationStarted = false; // guarded by m_completionLock
-    std::mutex m_completionLock;
-    std::condition_variable m_completionCondition;
     std::atomic<bool> m_isIndeterminate{true};
     std::atomic<bool> m_isVerifyEnabled{false};
     std::atomic<bool> m_isVerifiedOk{false};
@@ -239,17 +264,13 @@ private:
     // progress() reads its figure from any thread.
     std::unique_ptr<ZKDataRateCalculator> m_ownRate;
     std::atomic<double> m_ownBytesPerSecond{0};
-    // Guarded by m_lock: the files of the tree, those the analysis found
-    // done, and what the running step reported.
+    // Guarded by m_lock: the files of the tree and those the analysis found
+    // done.
     quint64 m_filesTotal = 0;
     quint64 m_filesAlreadyDone = 0;
-    quint64 m_filesDoneThisRun = 0;
-    QString m_currentFile;
-    std::shared_ptr<ZKTransferThrottle> m_throttle;
-    ZKFileHandler m_unreadableFileHandler;
-    ZKFileHandler m_unwritableFileHandler;
-    ZKFileHandler m_preExistingFileHandler;
-    ZKFileHandler m_preExistingDestinationHandler;
+    mutable std::shared_ptr<ZKTransferThrottle> m_throttle; // guarded by m_lock
+    // The queue's line of questions, which answers the analysis's conflicts.
+    std::optional<ZKTaskQuestions> m_questions;
     StepsMayFollow m_stepsMayFollow; // guarded by m_lock
     double m_minimumTimeBetweenNotifications = 1.0;
 };

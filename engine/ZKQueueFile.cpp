@@ -297,13 +297,16 @@ QString ZKQueueFile::unreadableTaskEntryReason(const QVariant &entry) {
     return {};
 }
 
-ZKTaskPtr ZKQueueFile::taskFromEntry(const QVariant &entry, QString *reason) {
+ZKTaskPtr ZKQueueFile::taskFromEntry(const QVariant &entry, QString *reason,
+                                     ZKCopyTask::Destinations *destinations) {
     // Made at once where it can be, so that its endpoints are not made twice;
     // only a failure asks why.
     if (entry.typeId() == QMetaType::QVariantMap) {
         const QVariantMap dict = entry.toMap();
         if (dict.value(ZKPropertyListObject::typeKey).toString() == kCopyTaskType) {
-            if (auto task = ZKPropertyListParser::parseObjectOfType<ZKTask>(dict)) {
+            if (ZKTaskPtr task = destinations
+                                     ? ZKCopyTask::create(dict, *destinations)
+                                     : ZKPropertyListParser::parseObjectOfType<ZKTask>(dict)) {
                 reason->clear();
                 return task;
             }
@@ -499,18 +502,20 @@ bool ZKQueueFile::readFromPropertyList(const QVariantMap &plist) {
         return false;
     }
     const QVariantList entries = plist.value(kTasks).toList();
+    ZKCopyTask::Destinations destinations;
     return loadPropertyList(
         plist, entries.size(), [&](qsizetype i) { return entries[i]; },
         [](qsizetype, const QVariant &entry) {
             return SavedEntry{{}, entry};
-        });
+        },
+        destinations);
 }
 
 bool ZKQueueFile::loadPropertyList(
     const QVariantMap &plist, qsizetype entryCount,
     const std::function<QVariant(qsizetype)> &entryAt,
     const std::function<SavedEntry(qsizetype, const QVariant &)> &keep,
-    const std::function<ZKTaskPtr(qsizetype)> &madeAhead) {
+    ZKCopyTask::Destinations &destinations, const std::function<ZKTaskPtr(qsizetype)> &madeAhead) {
     // Tasks taken out while they work would go on writing beside the ones
     // read in their place.
     m_document.m_dispatchQueue.waitUntilAllOperationsAreFinished();
@@ -557,7 +562,7 @@ bool ZKQueueFile::loadPropertyList(
         const QVariant entry = entryAt(i);
         entries.append(keep(i, entry));
         QString reason;
-        if (auto task = taskFromEntry(entry, &reason)) {
+        if (auto task = taskFromEntry(entry, &reason, &destinations)) {
             tasks.append(task);
             taskEntries.append(i);
             continue;
@@ -621,6 +626,7 @@ bool ZKQueueFile::readFromFile(const QString &path, ZKError *error) {
     }
     QString taskProblem;
     QList<ZKTaskPtr> madeAhead; // by entry
+    ZKCopyTask::Destinations destinations;
     ZKPropertyListSerialization::ElementPlaces places;
     ZKError parseError;
     const QVariant value = ZKPropertyListSerialization::propertyListFromFile(
@@ -636,7 +642,7 @@ bool ZKQueueFile::readFromFile(const QString &path, ZKError *error) {
             if (taskProblem.isEmpty()) {
                 QString reason;
                 madeAhead.resize(i + 1);
-                madeAhead[i] = taskFromEntry(entry, &reason);
+                madeAhead[i] = taskFromEntry(entry, &reason, &destinations);
             }
         },
         &places, &parseError);
@@ -681,6 +687,7 @@ bool ZKQueueFile::readFromFile(const QString &path, ZKError *error) {
         [&](qsizetype i, const QVariant &) {
             return SavedEntry{{}, {}, places.offsets[i], places.lengths[i], qHash(textAt(i))};
         },
+        destinations,
         [&](qsizetype i) { return i < madeAhead.size() ? std::move(madeAhead[i]) : nullptr; });
 }
 

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "ZKCopyTask.h"
 #include "ZKError.h"
 #include "ZKTask.h"
 
@@ -48,8 +49,10 @@ public:
     // Why a task entry cannot be re-created, found without re-creating it
     // (which would resume its step); empty when it can be.
     static QString unreadableTaskEntryReason(const QVariant &entry);
-    // The task made from a saved entry, or null and why it cannot be.
-    static ZKTaskPtr taskFromEntry(const QVariant &entry, QString *reason);
+    // The task made from a saved entry, or null and why it cannot be. The
+    // entries of one queue share the destinations made for each other.
+    static ZKTaskPtr taskFromEntry(const QVariant &entry, QString *reason,
+                                   ZKCopyTask::Destinations *destinations = nullptr);
     // Reads and checks a queue file without loading it. A damaged or foreign
     // file is refused with a clear error.
     static bool readPropertyListFromFile(const QString &path, QVariantMap *plist,
@@ -95,6 +98,7 @@ private:
     bool loadPropertyList(const QVariantMap &plist, qsizetype entryCount,
                           const std::function<QVariant(qsizetype)> &entryAt,
                           const std::function<SavedEntry(qsizetype, const QVariant &)> &keep,
+                          ZKCopyTask::Destinations &destinations,
                           const std::function<ZKTaskPtr(qsizetype)> &madeAhead = {});
     // Writes the queue one task at a time; with written, also tells where
     // each entry went.

@@ -20,6 +20,7 @@
 #include <functional>
 #include <memory>
 
+class ZKTaskQuestions;
 class ZKTransferThrottle;
 
 // One queue item: moves one source item into one destination folder. The
@@ -104,12 +105,10 @@ public:
     using StepsMayFollow = std::function<bool(const ZKTask &)>;
     virtual void setStepsMayFollow(StepsMayFollow mayFollow) { Q_UNUSED(mayFollow); }
 
-    // How the queue answers the task's conflicts, and what it remembers of
-    // an answer given for all items.
-    virtual void setUnreadableFileHandler(ZKFileHandler handler) = 0;
-    virtual void setUnwritableFileHandler(ZKFileHandler handler) = 0;
-    virtual void setPreExistingFileHandler(ZKFileHandler handler) = 0;
-    virtual void setPreExistingDestinationHandler(ZKFileHandler handler) = 0;
+    // How the queue answers the task's conflicts (through its line of
+    // questions, which every task of the queue shares), and what it
+    // remembers of an answer given for all items.
+    virtual void setQuestions(const ZKTaskQuestions &questions) = 0;
     virtual qint32 unreadableFileResponse() const = 0;
     virtual void setUnreadableFileResponse(qint32 response) = 0;
     virtual qint32 unwritableFileResponse() const = 0;

@@ -193,20 +193,8 @@ ZKFileResponse ZKTaskQuestions::askAbout(const QString &message, const QString &
 }
 
 void ZKTaskQuestions::connectTask(const std::shared_ptr<ZKTask> &task) const {
-    // The task keeps the handlers: they hold it weakly, and the line itself.
-    const std::weak_ptr<ZKTask> weak = task;
-    const ZKTaskQuestions line = *this;
-    auto handler = [line, weak](auto method) {
-        return [line, weak, method](const ZKFileInfo &item) {
-            const auto held = weak.lock();
-            return held ? (line.*method)(item, *held) : ZKFileResponseCancel;
-        };
-    };
-    task->setUnreadableFileHandler(handler(&ZKTaskQuestions::showUnreadableAlertForFile));
-    task->setUnwritableFileHandler(handler(&ZKTaskQuestions::showUnwritableAlertForFile));
-    task->setPreExistingFileHandler(handler(&ZKTaskQuestions::showPreExistingAlertForFile));
-    task->setPreExistingDestinationHandler(
-        handler(&ZKTaskQuestions::showPreExistingDestinationAlertForFile));
+    // A copy shares the line: the task holds no handler of its own.
+    task->setQuestions(*this);
 }
 
 ZKFileResponse ZKTaskQuestions::showUnreadableAlertForFile(const ZKFileInfo &item,

@@ -202,7 +202,10 @@ void TestZKCopyTask::replacedFileIsCountedOnce() {
     QVERIFY(writeFile(path("d/a"), randomBytes(18, 3)) &&
             writeFile(path("out/d/a"), "stale stale 16 b"));
     auto task = makeTask("d");
-    task->setPreExistingFileHandler([](const ZKFileInfo &) { return ZKFileResponseReplace; });
+    // Answered by the remembered response, as after "Apply to all".
+    const ZKTaskQuestions questions(nullptr);
+    task->setQuestions(questions);
+    task->setPreExistingFileResponse(ZKFileResponseReplace);
     runToEnd(*task);
     QCOMPARE(task->state(), S::Completed);
     QCOMPARE(readFile(path("out/d/a")), randomBytes(18, 3));

@@ -637,15 +637,21 @@ void TestZKFerrowickDocument::malformedFilesAreRefused() {
 
 // A long queue is read and written one task at a time: what is loaded and
 // saved again is the file it came from, byte for byte, the entries that
-// cannot be read included.
+// cannot be read included. Tasks read back share the writer of a
+// destination they name alike, and only then.
 void TestZKFerrowickDocument::reopenedQueueIsWrittenBackAsItWas() {
-    QVERIFY(writeFile(path("a"), "a"));
+    QVERIFY(writeFile(path("a"), "a") && QDir().mkpath(path("other")));
     QVariantMap task = ZKCopyTask::create(reader("a"), outFolder())->asPropertyList();
     task[QStringLiteral("State")] = QStringLiteral("Completed"); // nothing runs
     QVariantMap alien = task;
     alien[QStringLiteral("Type")] = QStringLiteral("TeleportTask");
+    QVariantMap elsewhere = task;
+    elsewhere[QStringLiteral("Destination")] =
+        ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(path("other")))
+            ->asPropertyList();
     QVariantList tasks(20, task);
     tasks[3] = alien;
+    tasks[5] = elsewhere;
     tasks[7] = QStringLiteral("not even a dictionary");
     QVariantMap plist;
     {
@@ -664,6 +670,11 @@ void TestZKFerrowickDocument::reopenedQueueIsWrittenBackAsItWas() {
     QCOMPARE(document.countOfTasks(), 18);
     QCOMPARE(document.unreadTaskEntries().size(), 2);
     QCOMPARE(document.unreadTaskEntries().last().entry, tasks[7]);
+    const ZKWriterPtr shared = document.objectInTasksAtIndex(0)->destination();
+    QCOMPARE(document.objectInTasksAtIndex(17)->destination(), shared);
+    const ZKWriterPtr other = document.objectInTasksAtIndex(4)->destination(); // entry 5
+    QVERIFY(other != shared);
+    QCOMPARE(other->url(), QUrl::fromLocalFile(path("other")));
     QVERIFY2(document.writeToFile(path("again.queue"), &error),
              qUtf8Printable(error.localizedDescription()));
     QCOMPARE(readFile(path("again.queue")), written);
