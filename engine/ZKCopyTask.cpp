@@ -151,7 +151,7 @@ std::shared_ptr<ZKCopyTask> ZKCopyTask::create(const QVariantMap &plist, ZKWrite
     task->m_maximumTransferRate = plist.value(kMaximumTransferRate).toULongLong();
     const QString message = plist.value(kErrorMessage).toString();
     if (state == S::Failed && !message.isEmpty()) {
-        task->m_error = ZKError(ZKError::applicationDomain, 0, message);
+        task->m_error = std::make_unique<const ZKError>(ZKError::applicationDomain, 0, message);
     }
 
     // Work interrupted by quitting continues by itself, once the task is in
@@ -641,7 +641,7 @@ bool ZKCopyTask::endsByCancellation(ZKFileOperation &operation, ZKTaskState rest
 void ZKCopyTask::fail(const ZKOptionalError &error) {
     {
         std::lock_guard locker(m_lock);
-        m_error = error;
+        m_error = error ? std::make_unique<const ZKError>(*error) : nullptr;
     }
     if (totalBytes() == 0) {
         setProgressBytes(0);
@@ -938,7 +938,7 @@ void ZKCopyTask::refreshNow() {
         refreshDescription();
         refreshDetail();
     }
-    Q_EMIT progressChanged(progress());
+    announceProgressChanged(progress());
 }
 
 void ZKCopyTask::settleFigures() {
@@ -1131,7 +1131,7 @@ void ZKCopyTask::setState(ZKTaskState state) {
                 m_ownRate.reset(); // a rate is of a step that runs
                 m_ownBytesPerSecond = 0;
             }
-            Q_EMIT stateChanged(state);
+            announceStateChanged(state);
             refresh();
         }
     });
@@ -1151,7 +1151,7 @@ void ZKCopyTask::takeActivity(ZKTaskState runningState, quint64 bytes,
         work.currentFile = report.currentFile;
         work.filesDoneThisRun = report.filesDone;
     }
-    Q_EMIT activity(report.bytes, report.timePassed);
+    announceActivity(report.bytes, report.timePassed);
     setProgressBytes(bytes);
     refresh();
 }
@@ -1308,7 +1308,7 @@ void ZKCopyTask::setDetail(const QString &detail) {
         onMain([&] {                                                                               \
             if (store(field, value)) {                                                             \
                 Q_EMIT signal();                                                                   \
-                Q_EMIT progressChanged(progress());                                                \
+                announceProgressChanged(progress());                                               \
             }                                                                                      \
         });                                                                                        \
     }
@@ -1399,7 +1399,8 @@ void ZKCopyTask::setQuestions(const ZKTaskQuestions &questions) {
 }
 
 ZKOptionalError ZKCopyTask::error() const {
-    return locked(m_lock, m_error);
+    std::lock_guard locker(m_lock);
+    return m_error ? ZKOptionalError(*m_error) : std::nullopt;
 }
 
 void ZKCopyTask::setMinimumTimeBetweenNotifications(double seconds) {

@@ -223,7 +223,7 @@ private:
     mutable std::atomic<Worker *> m_worker{nullptr};
     bool m_resumesWhenQueued = false; // main thread
     mutable std::mutex m_lock;        // guards the endpoints, the sets, the handlers and the error
-    ZKOptionalError m_error;
+    std::unique_ptr<const ZKError> m_error; // only a failed task has one
     std::atomic<bool> m_refreshPending{false};
     std::atomic<quint64> m_bytesCopied{0};
     std::atomic<quint64> m_bytesVerified{0};

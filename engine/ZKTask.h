@@ -42,6 +42,25 @@ class ZKTask : public QObject, public ZKPropertyListObject {
 public:
     using QObject::QObject;
 
+    // Hears of the task's changes on the main thread before its signals go
+    // out: the queue that holds it, which would otherwise pay three
+    // connections a task (some 560 bytes) in a queue of 100,000 tasks.
+    class Follower {
+    public:
+        // The state or the figures of progressChanged changed.
+        virtual void taskDidChange(ZKTask &task) = 0;
+        // As activity().
+        virtual void taskDidMove(ZKTask &task, quint64 bytes, double seconds) = 0;
+
+    protected:
+        ~Follower() = default;
+    };
+    // One follower at a time: false, with nothing changed, while another
+    // follows the task. Any thread.
+    bool follow(Follower *follower);
+    // Stops the follower's following, when it is the one that follows.
+    void unfollow(Follower *follower);
+
     virtual void start() = 0;
     virtual void pause() = 0;
     virtual void cancel() = 0;
@@ -146,4 +165,13 @@ Q_SIGNALS:
     void replacedUrlsChanged();
     void responsesChanged();
     void notesChanged();
+
+protected:
+    // Main thread: the follower first, then the signal.
+    void announceStateChanged(ZKTaskState state);
+    void announceProgressChanged(const ZKTaskProgress &progress);
+    void announceActivity(quint64 bytes, double seconds);
+
+private:
+    std::atomic<Follower *> m_follower{nullptr};
 };

@@ -176,19 +176,26 @@ qsizetype ZKTaskQueue::countInStates(std::initializer_list<ZKTaskState> states) 
 }
 
 void ZKTaskQueue::startFollowing(ZKTask *task) {
-    // The queue hears of a change before anyone else who follows the task:
-    // it connects first, when the task joins.
+    // The queue hears of a change before anyone else who follows the task.
+    if (task->follow(this)) {
+        return;
+    }
+    // Followed by another queue as well: by connections, which cost more.
     connect(task, &ZKTask::stateChanged, this, [this, task] { taskDidChange(*task); });
     connect(task, &ZKTask::progressChanged, this, [this, task] { taskDidChange(*task); });
-    connect(task, &ZKTask::activity, this, [this, task](quint64 bytes, double seconds) {
-        if (const ZKTaskPtr held = taskWithAddress(task)) {
-            Q_EMIT taskActivity(held, bytes, seconds);
-        }
-    });
+    connect(task, &ZKTask::activity, this,
+            [this, task](quint64 bytes, double seconds) { taskDidMove(*task, bytes, seconds); });
 }
 
 void ZKTaskQueue::stopFollowing(ZKTask *task) {
+    task->unfollow(this);
     disconnect(task, nullptr, this, nullptr);
+}
+
+void ZKTaskQueue::taskDidMove(ZKTask &task, quint64 bytes, double seconds) {
+    if (const ZKTaskPtr held = taskWithAddress(&task)) {
+        Q_EMIT taskActivity(held, bytes, seconds);
+    }
 }
 
 void ZKTaskQueue::taskDidChange(ZKTask &task) {

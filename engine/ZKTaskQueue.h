@@ -30,7 +30,7 @@ using ZKIndexList = QList<qsizetype>; // ascending, without repeats
 // one of them changes state: it follows its tasks' states and byte counts as
 // they change (on the main thread, where tasks change), so the questions of
 // the running queue and its sums take no walk over the tasks.
-class ZKTaskQueue : public QObject {
+class ZKTaskQueue : public QObject, private ZKTask::Follower {
     Q_OBJECT
 
 public:
@@ -196,7 +196,8 @@ private:
     // The tasks with a step running, which the rate and the limit reach.
     QList<ZKTaskPtr> runningTasks() const;
     // On the main thread, when a task says it changed.
-    void taskDidChange(ZKTask &task);
+    void taskDidChange(ZKTask &task) override;
+    void taskDidMove(ZKTask &task, quint64 bytes, double seconds) override;
     // Answers the task when its state changed and it starts to run.
     bool refreshEntry(ZKTask *task, ZKTaskPtr *changed, ZKTaskPtr *held);
     void startFollowing(ZKTask *task);

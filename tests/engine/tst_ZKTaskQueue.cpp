@@ -32,6 +32,7 @@ private Q_SLOTS:
     void indexedSignalsTellWhatChanged();
     void followedAnswersMatchAWalk_data();
     void followedAnswersMatchAWalk();
+    void taskInTwoQueuesCountsInBoth();
 
 private:
     ZKTaskPtr makeTask(const QString &name, ZKTaskState state = ZKTaskState::PendingPreparation);
@@ -623,6 +624,36 @@ void TestZKTaskQueue::followedAnswersMatchAWalk() {
                                                         .arg(queue.count())
                                                         .arg(problems.join("; "))));
     }
+}
+
+// A queue follows its tasks without connections while it is their only
+// follower; a second queue must hear of them all the same, and so must
+// either one once the other let them go.
+void TestZKTaskQueue::taskInTwoQueuesCountsInBoth() {
+    const ZKTaskPtr task = makeTask(QStringLiteral("shared"));
+    ZKTaskQueue second;
+    const auto changeAndCheck = [&](ZKTaskQueue &queue, quint64 total) {
+        copyTask(task).setTotalBytes(total);
+        task->setState(S::Failed);
+        const bool followed = queue.totalBytes() == total && queue.failedCount() == 1;
+        task->setState(S::PendingPreparation);
+        return followed && queue.failedCount() == 0;
+    };
+    {
+        ZKTaskQueue first;
+        first.insertTask(task, 0);
+        second.insertTask(task, 0);
+        QVERIFY2(changeAndCheck(first, 10), "the first queue did not follow");
+        QVERIFY2(changeAndCheck(second, 20), "the second queue did not follow");
+        second.removeTask(task);
+        QVERIFY2(changeAndCheck(first, 30), "the first queue stopped following");
+        second.insertTask(task, 0);
+    }
+    QVERIFY2(changeAndCheck(second, 40), "the second queue stopped following");
+    ZKTaskQueue third;
+    third.insertTask(task, 0);
+    second.removeAll();
+    QVERIFY2(changeAndCheck(third, 50), "a queue that came later did not follow");
 }
 
 int main(int argc, char **argv) {
