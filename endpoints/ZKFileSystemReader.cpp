@@ -212,9 +212,11 @@ bool isUnreadableFolder(int number) {
            number == ELOOP;
 }
 
+// rootFolder: a handle of the root, which is then listed without its path
+// being looked up again; -1 to open the root by its path.
 template <typename Visit>
-WalkEnd walkTree(const QByteArray &root, QByteArrayList &chain, Visit visit, QByteArray *failedPath,
-                 int *failedErrno, bool typeOfFilesSuffices = false) {
+WalkEnd walkTree(const QByteArray &root, int rootFolder, QByteArrayList &chain, Visit visit,
+                 QByteArray *failedPath, int *failedErrno, bool typeOfFilesSuffices = false) {
     const qsizetype chainBase = chain.size();
     std::vector<Level> levels;
     auto finish = [&](WalkEnd end) {
@@ -230,7 +232,10 @@ WalkEnd walkTree(const QByteArray &root, QByteArrayList &chain, Visit visit, QBy
         return finish(WalkEnd::Failed);
     };
 
-    const int rootFd = ::open(root.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    // Its own descriptor: a listing has a position of its own.
+    const int rootFd = rootFolder >= 0
+                           ? ::openat(rootFolder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)
+                           : ::open(root.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (rootFd < 0) {
         const int number = errno;
         if (isUnreadableFolder(number)) {
@@ -361,6 +366,30 @@ void ZKFileSystemReader::setUrlAndFilename(const QUrl &url) {
     m_filename = m_url.fileName();
     // Asked for at every open and for every child of a walk.
     m_encodedPath = QFile::encodeName(m_url.toLocalFile());
+    // Another path: the folder it was found in may no longer hold it.
+    m_folder.reset();
+    m_nameInFolder.clear();
+}
+
+void ZKFileSystemReader::setFolder(const std::weak_ptr<ZKFolderHandle> &folder,
+                                   const QByteArray &name) {
+    const bool plain = ZKFolderHandle::isPlainName(name);
+    m_folder = plain ? folder : std::weak_ptr<ZKFolderHandle>();
+    m_nameInFolder = plain ? name : QByteArray();
+}
+
+ZKFolderHandle::Place ZKFileSystemReader::place() const {
+    return ZKFolderHandle::Place(m_folder, m_nameInFolder, m_encodedPath);
+}
+
+// Found inside this folder while it is open: looked up in it, by name.
+std::shared_ptr<ZKFileSystemReader> ZKFileSystemReader::child(const QUrl &url,
+                                                              const QByteArray &name) const {
+    std::shared_ptr<ZKFileSystemReader> item = childReader(url);
+    if (m_folderHandle) {
+        item->setFolder(m_folderHandle, name);
+    }
+    return item;
 }
 
 QVariantMap ZKFileSystemReader::asPropertyList() const {
@@ -461,6 +490,7 @@ void ZKFileSystemReader::closeHandle() {
         ::close(m_fd);
         m_fd = -1;
     }
+    m_folderHandle.reset();
     m_offset = 0;
     m_identity.clear();
 }
@@ -489,9 +519,8 @@ bool ZKFileSystemReader::open() {
         return false;
     }
     const QString path = m_url.toLocalFile();
-    const QByteArray encoded = encodedPath();
     int openErrno = 0;
-    if (openDirectly(encoded, wanted, &openErrno)) {
+    if (openDirectly(wanted, &openErrno)) {
         return true;
     }
     if (openErrno == ENOENT) {
@@ -502,8 +531,9 @@ bool ZKFileSystemReader::open() {
         return false;
     }
 
+    const ZKFolderHandle::Place item = place();
     struct statx attributes {};
-    if (::statx(AT_FDCWD, encoded.constData(), AT_SYMLINK_NOFOLLOW, wanted, &attributes) != 0) {
+    if (::statx(item.folder(), item.name(), AT_SYMLINK_NOFOLLOW, wanted, &attributes) != 0) {
         setError(ZKEndpointErrors::error(ZKEndpointErrors::UnableToDetermineSize,
                                          {path, errnoText(errno)}));
         return false;
@@ -513,7 +543,8 @@ bool ZKFileSystemReader::open() {
     if (S_ISLNK(attributes.stx_mode)) {
         m_isLink = true;
         QByteArray target(PATH_MAX, Qt::Uninitialized);
-        const ssize_t length = ::readlink(encoded.constData(), target.data(), target.size());
+        const ssize_t length =
+            ::readlinkat(item.folder(), item.name(), target.data(), size_t(target.size()));
         if (length < 0) {
             setError(ZKEndpointErrors::error(ZKEndpointErrors::UnableToResolveLink,
                                              {path, errnoText(errno)}));
@@ -524,7 +555,7 @@ bool ZKFileSystemReader::open() {
         // The kernel resolves the target relative to the link's folder, link by
         // link; a dangling link keeps its own attributes.
         struct statx targetAttributes {};
-        if (::statx(AT_FDCWD, encoded.constData(), 0, wanted, &targetAttributes) == 0) {
+        if (::statx(item.folder(), item.name(), 0, wanted, &targetAttributes) == 0) {
             attributes = targetAttributes;
         }
     }
@@ -536,7 +567,7 @@ bool ZKFileSystemReader::open() {
     }
 
     // O_NONBLOCK: a FIFO put here meanwhile must not hang the open.
-    const int fd = ::open(encoded.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    const int fd = ::openat(item.folder(), item.name(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0) {
         setError(ZKEndpointErrors::error(ZKEndpointErrors::UnableToOpen, {path, errnoText(errno)}));
         return false;
@@ -577,7 +608,7 @@ bool ZKFileSystemReader::openAsBookmarked(unsigned int wanted) {
         return false;
     }
     int openErrno = 0;
-    if (openDirectly(encodedPath(), wanted, &openErrno) &&
+    if (openDirectly(wanted, &openErrno) &&
         ZKBookmark::names(m_bookmark, m_openedDevice, m_openedInode)) {
         m_bookmarkUrl = m_url;
         m_startedAccessing = true;
@@ -606,10 +637,11 @@ void ZKFileSystemReader::takeAttributes(const struct statx &attributes) {
 // with the attributes of the item actually opened. Anything else (a link, a
 // file that cannot be opened) is left to the slower look, which says what is
 // wrong in the user's words.
-bool ZKFileSystemReader::openDirectly(const QByteArray &encoded, unsigned int wanted,
-                                      int *openErrno) {
+bool ZKFileSystemReader::openDirectly(unsigned int wanted, int *openErrno) {
     // O_NONBLOCK: a FIFO put here must not hang the open.
-    const int fd = ::open(encoded.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
+    const ZKFolderHandle::Place item = place();
+    const int fd =
+        ::openat(item.folder(), item.name(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
     if (fd < 0) {
         *openErrno = errno;
         return false;
@@ -629,13 +661,15 @@ bool ZKFileSystemReader::openDirectly(const QByteArray &encoded, unsigned int wa
         m_openedModification = {attributes.stx_mtime.tv_sec, attributes.stx_mtime.tv_nsec};
         return true;
     }
-    ::close(fd);
     if (known && S_ISDIR(attributes.stx_mode)) {
         m_exists = true;
         takeAttributes(attributes);
         m_size = 0;
+        // Kept while the folder is open: what is inside is looked up in it.
+        m_folderHandle = ZKFolderHandle::adopt(fd);
         return true;
     }
+    ::close(fd);
     return false;
 }
 
@@ -762,9 +796,16 @@ ZKFileSystemReader::enumerateContentsOfDirectoryWithBlock(const ReaderBlock &blo
         return ZKEnumerationResultContinue;
     }
     const QByteArray path = encodedPath();
-    DIR *directory = ::opendir(path.constData());
+    const int listed =
+        m_folderHandle
+            ? ::openat(m_folderHandle->descriptor(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)
+            : ::open(path.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    DIR *directory = listed >= 0 ? ::fdopendir(listed) : nullptr;
     if (!directory) {
         const int number = errno;
+        if (listed >= 0) {
+            ::close(listed);
+        }
         qCInfo(lcEndpoints) << "Skipping unreadable folder" << path << errnoText(number);
         return ZKEnumerationResultContinue;
     }
@@ -793,7 +834,7 @@ ZKFileSystemReader::enumerateContentsOfDirectoryWithBlock(const ReaderBlock &blo
             const QByteArray childPath = joinPath(path, name);
             child = uncopyableReader(urlForPath(childPath), notCopyableReason(childPath));
         } else {
-            child = childReader(urlForPath(joinPath(path, name)));
+            child = this->child(urlForPath(joinPath(path, name)), name);
         }
         result = block(child);
         if (result == ZKEnumerationResultStop) {
@@ -810,10 +851,11 @@ ZKEnumerationResult ZKFileSystemReader::enumerateFileInfoWithBlock(const FileInf
     }
     clearError();
     QByteArrayList chain;
-    return walkFileInfo(encodedPath(), chain, block);
+    return walkFileInfo(encodedPath(), folderDescriptor(), chain, block);
 }
 
-ZKEnumerationResult ZKFileSystemReader::walkFileInfo(const QByteArray &root, QByteArrayList &chain,
+ZKEnumerationResult ZKFileSystemReader::walkFileInfo(const QByteArray &root, int rootFolder,
+                                                     QByteArrayList &chain,
                                                      const FileInfoBlock &block) {
     ZKEnumerationResult last = ZKEnumerationResultContinue;
     auto attributesError = [this](const QByteArray &path, const QString &reason) {
@@ -893,7 +935,7 @@ ZKEnumerationResult ZKFileSystemReader::walkFileInfo(const QByteArray &root, QBy
                     info.size = quint64(targetStatus.st_size);
                 } else if (!wouldLoop(*target, chain)) {
                     // The target's contents come before the link itself.
-                    const ZKEnumerationResult nested = walkFileInfo(*target, chain, block);
+                    const ZKEnumerationResult nested = walkFileInfo(*target, -1, chain, block);
                     if (error()) {
                         return WalkStep::Fail;
                     }
@@ -923,8 +965,8 @@ ZKEnumerationResult ZKFileSystemReader::walkFileInfo(const QByteArray &root, QBy
 
     QByteArray failedPath;
     int failedErrno = 0;
-    const WalkEnd end =
-        walkTree(root, chain, visit, &failedPath, &failedErrno, !walkReportsFileStatus());
+    const WalkEnd end = walkTree(root, rootFolder, chain, visit, &failedPath, &failedErrno,
+                                 !walkReportsFileStatus());
     if (end == WalkEnd::Failed && !error()) {
         attributesError(failedPath, errnoText(failedErrno));
     }
@@ -938,11 +980,12 @@ quint64 ZKFileSystemReader::calculateDirectorySizeFollowingLinks(bool followLink
     }
     QByteArrayList chain;
     bool stopped = false;
-    return sizeOfTree(encodedPath(), chain, followLinks, block, &stopped);
+    return sizeOfTree(encodedPath(), folderDescriptor(), chain, followLinks, block, &stopped);
 }
 
-quint64 ZKFileSystemReader::sizeOfTree(const QByteArray &root, QByteArrayList &chain,
-                                       bool followLinks, const NameBlock &block, bool *stopped) {
+quint64 ZKFileSystemReader::sizeOfTree(const QByteArray &root, int rootFolder,
+                                       QByteArrayList &chain, bool followLinks,
+                                       const NameBlock &block, bool *stopped) {
     quint64 total = 0;
     auto visit = [&](const WalkEntry &entry) -> WalkStep {
         if (entry.statError != 0) {
@@ -972,7 +1015,7 @@ quint64 ZKFileSystemReader::sizeOfTree(const QByteArray &root, QByteArrayList &c
             } else if (S_ISDIR(target.st_mode)) {
                 const std::optional<QByteArray> real = realPath(entry.path);
                 if (real && !wouldLoop(*real, chain)) {
-                    total += sizeOfTree(*real, chain, followLinks, block, stopped);
+                    total += sizeOfTree(*real, -1, chain, followLinks, block, stopped);
                     if (*stopped) {
                         return WalkStep::Stop;
                     }
@@ -985,7 +1028,7 @@ quint64 ZKFileSystemReader::sizeOfTree(const QByteArray &root, QByteArrayList &c
     };
     QByteArray failedPath;
     int failedErrno = 0;
-    if (walkTree(root, chain, visit, &failedPath, &failedErrno) == WalkEnd::Failed) {
+    if (walkTree(root, rootFolder, chain, visit, &failedPath, &failedErrno) == WalkEnd::Failed) {
         qCWarning(lcEndpoints) << "Size count incomplete at" << failedPath
                                << errnoText(failedErrno);
     }
@@ -997,9 +1040,13 @@ std::optional<ZKFileInfo> ZKFileSystemReader::fileInfoForChild(const QString &na
         return std::nullopt;
     }
     const QByteArray path = encodedPath();
-    const QByteArray childPath = joinPath(path, QFile::encodeName(name));
+    const QByteArray encodedName = QFile::encodeName(name);
+    const QByteArray childPath = joinPath(path, encodedName);
+    const ZKFolderHandle::Place item(
+        m_folderHandle, ZKFolderHandle::isPlainName(encodedName) ? encodedName : QByteArray(),
+        childPath);
     struct stat status {};
-    if (::lstat(childPath.constData(), &status) != 0) {
+    if (::fstatat(item.folder(), item.name(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
         return std::nullopt;
     }
     ZKFileInfo info;
@@ -1027,8 +1074,8 @@ std::shared_ptr<ZKReader> ZKFileSystemReader::childWithName(const QString &name)
     if (name.isEmpty() || m_url.isEmpty()) {
         return shared_from_this();
     }
-    const QByteArray path = joinPath(encodedPath(), QFile::encodeName(name));
-    return childReader(urlForPath(path));
+    const QByteArray encodedName = QFile::encodeName(name);
+    return child(urlForPath(joinPath(encodedPath(), encodedName)), encodedName);
 }
 
 std::shared_ptr<ZKWriter> ZKFileSystemReader::asWriter() {

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "ZKFolderHandle.h"
 #include "ZKReader.h"
 
 #include <QByteArray>
@@ -110,6 +111,10 @@ public:
     void releaseBookmark();
     bool startedAccessingSecurityScopedResource() const { return m_startedAccessing; }
 
+    // The item is name in the folder whose handle this is: while the handle
+    // is held, the item is looked up there rather than by its path.
+    void setFolder(const std::weak_ptr<ZKFolderHandle> &folder, const QByteArray &name);
+
     size_t hash() const;
 
 private:
@@ -118,13 +123,17 @@ private:
     void markUncopyable();
     void closeHandle();
     void takeAttributes(const struct statx &attributes);
-    bool openDirectly(const QByteArray &encoded, unsigned int wanted, int *openErrno);
+    ZKFolderHandle::Place place() const;
+    std::shared_ptr<ZKFileSystemReader> child(const QUrl &url, const QByteArray &name) const;
+    bool openDirectly(unsigned int wanted, int *openErrno);
     bool openAsBookmarked(unsigned int wanted);
     QByteArray encodedPath() const;
-    ZKEnumerationResult walkFileInfo(const QByteArray &root, QByteArrayList &chain,
+    // rootFolder: the root's handle, or -1 to open it by its path.
+    ZKEnumerationResult walkFileInfo(const QByteArray &root, int rootFolder, QByteArrayList &chain,
                                      const FileInfoBlock &block);
-    quint64 sizeOfTree(const QByteArray &root, QByteArrayList &chain, bool followLinks,
-                       const NameBlock &block, bool *stopped);
+    quint64 sizeOfTree(const QByteArray &root, int rootFolder, QByteArrayList &chain,
+                       bool followLinks, const NameBlock &block, bool *stopped);
+    int folderDescriptor() const { return m_folderHandle ? m_folderHandle->descriptor() : -1; }
 
     QUrl m_url;
     QString m_filename;
@@ -135,6 +144,11 @@ private:
     bool m_startedAccessing = false;
 
     int m_fd = -1;
+    // An open folder's own handle, for the items inside it.
+    std::shared_ptr<ZKFolderHandle> m_folderHandle;
+    // The folder this item was found in, and its name there.
+    std::weak_ptr<ZKFolderHandle> m_folder;
+    QByteArray m_nameInFolder;
     quint64 m_offset = 0;
     // Length and date of the open file as it was opened.
     quint64 m_openedSize = 0;

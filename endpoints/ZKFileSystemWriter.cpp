@@ -46,9 +46,10 @@ void logSetFailure(const char *attribute, const QString &value, int number) {
                .arg(QLatin1String(attribute), value, errnoText(number));
 }
 
-bool isLinkAt(const QByteArray &path) {
+bool isLinkAt(const ZKFolderHandle::Place &item) {
     struct stat status {};
-    return ::lstat(path.constData(), &status) == 0 && S_ISLNK(status.st_mode);
+    return ::fstatat(item.folder(), item.name(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+           S_ISLNK(status.st_mode);
 }
 
 // Creates every missing folder of path. Returns 0 or the errno of the first
@@ -249,10 +250,15 @@ std::shared_ptr<ZKFileSystemWriter> ZKFileSystemWriter::writerWithFile(const QUr
     return std::make_shared<ZKFileSystemWriter>(url, false);
 }
 
-std::shared_ptr<ZKFileSystemWriter> ZKFileSystemWriter::childWriter(const QByteArray &itemPath,
+std::shared_ptr<ZKFileSystemWriter> ZKFileSystemWriter::childWriter(const QString &name,
                                                                     bool isDirectory) {
     auto child = std::make_shared<ZKFileSystemWriter>(QVariantMap());
-    child->setUrlAndFilename(QUrl::fromLocalFile(QFile::decodeName(itemPath)));
+    child->setUrlAndFilename(QUrl::fromLocalFile(QFile::decodeName(childPath(name))));
+    const QByteArray encodedName = QFile::encodeName(name);
+    if (ZKFolderHandle::isPlainName(encodedName)) {
+        child->m_folder = folderHandle();
+        child->m_nameInFolder = encodedName;
+    }
     child->m_isDirectory = isDirectory;
     child->m_refusesLinks = true;
     child->m_bookmarkDeferred = true;
@@ -294,6 +300,25 @@ ZKFileSystemWriter::~ZKFileSystemWriter() {
 void ZKFileSystemWriter::setUrlAndFilename(const QUrl &url) {
     m_url = url.path() == QLatin1String("/") ? url : url.adjusted(QUrl::StripTrailingSlash);
     m_filename = m_url.fileName();
+    // Another path: the folder it was made in may not hold it.
+    m_folder.reset();
+    m_nameInFolder.clear();
+}
+
+ZKFolderHandle::Place ZKFileSystemWriter::place() const {
+    return ZKFolderHandle::Place(m_folder, m_nameInFolder, QFile::encodeName(path()));
+}
+
+ZKFolderHandle::Place ZKFileSystemWriter::placeOfChild(const QString &name) const {
+    const QByteArray encodedName = QFile::encodeName(name);
+    return ZKFolderHandle::Place(
+        folderHandle(), ZKFolderHandle::isPlainName(encodedName) ? encodedName : QByteArray(),
+        childPath(name));
+}
+
+std::weak_ptr<ZKFolderHandle> ZKFileSystemWriter::folderHandle() const {
+    std::lock_guard locker(m_folderHandleLock);
+    return m_folderHandle;
 }
 
 void ZKFileSystemWriter::setUrl(const QUrl &url) {
@@ -369,6 +394,8 @@ void ZKFileSystemWriter::closeHandle() {
         m_fd = -1;
     }
     m_createdHere = false;
+    std::lock_guard locker(m_folderHandleLock);
+    m_folderHandle.reset();
 }
 
 bool ZKFileSystemWriter::open() {
@@ -381,14 +408,15 @@ bool ZKFileSystemWriter::open() {
     }
     const QString shownPath = path();
     const QByteArray encoded = QFile::encodeName(shownPath);
+    const ZKFolderHandle::Place item = place();
 
     if (!m_isDirectory) {
         acquireBookmark();
         // The usual case in a copy: nothing stands there yet, and the file
         // this makes is a new, empty, regular one. O_EXCL never follows a
         // link. Anything else is sorted out below.
-        const int fd =
-            ::open(encoded.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NONBLOCK, 0666);
+        const int fd = ::openat(item.folder(), item.name(),
+                                O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NONBLOCK, 0666);
         if (fd >= 0) {
             m_fd = fd;
             m_createdHere = true;
@@ -400,8 +428,8 @@ bool ZKFileSystemWriter::open() {
     // An item made inside the destination never goes through a link that
     // stands in its place: what it points to is not the destination's to fill.
     struct stat status {};
-    const bool exists = (m_refusesLinks ? ::lstat(encoded.constData(), &status)
-                                        : ::stat(encoded.constData(), &status)) == 0;
+    const bool exists = ::fstatat(item.folder(), item.name(), &status,
+                                  m_refusesLinks ? AT_SYMLINK_NOFOLLOW : 0) == 0;
     const bool isFolder = exists && S_ISDIR(status.st_mode);
     if (m_isDirectory) {
         // Looked at again on every open: the folder may have been replaced.
@@ -429,22 +457,33 @@ bool ZKFileSystemWriter::open() {
     }
 
     if (m_isDirectory) {
-        if (isFolder) {
-            return true;
+        if (!isFolder) {
+            QByteArray failedPath = encoded;
+            int number = 0;
+            if (item.isRelative()) {
+                // Its folder is open, so that is all there is to make.
+                number = ::mkdirat(item.folder(), item.name(), 0777) == 0 ? 0 : errno;
+                if (number == EEXIST &&
+                    ::fstatat(item.folder(), item.name(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+                    S_ISDIR(status.st_mode)) {
+                    number = 0; // made meanwhile by someone else
+                }
+            } else {
+                number = makePath(encoded, &failedPath);
+            }
+            if (number == EEXIST && failedPath == encoded && m_refusesLinks && isLinkAt(item)) {
+                setError(
+                    ZKEndpointErrors::error(ZKEndpointErrors::LinkInPlaceOfFolder, {shownPath}));
+                return false;
+            }
+            if (number != 0) {
+                setError(ZKEndpointErrors::systemError(
+                    ZKEndpointErrors::UnableToCreateFolder, number,
+                    {QFile::decodeName(failedPath), errnoText(number)}));
+                return false;
+            }
         }
-        QByteArray failedPath;
-        const int number = makePath(encoded, &failedPath);
-        if (number == EEXIST && failedPath == encoded && m_refusesLinks && isLinkAt(encoded)) {
-            setError(ZKEndpointErrors::error(ZKEndpointErrors::LinkInPlaceOfFolder, {shownPath}));
-            return false;
-        }
-        if (number != 0) {
-            setError(
-                ZKEndpointErrors::systemError(ZKEndpointErrors::UnableToCreateFolder, number,
-                                              {QFile::decodeName(failedPath), errnoText(number)}));
-            return false;
-        }
-        return true;
+        return openFolderHandle(item, shownPath, !isFolder);
     }
 
     if (isFolder) {
@@ -456,11 +495,11 @@ bool ZKFileSystemWriter::open() {
     int fd = -1;
     if (!exists) {
         // O_EXCL: a dangling link here must not make us create its target.
-        fd =
-            ::open(encoded.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NONBLOCK, 0666);
+        fd = ::openat(item.folder(), item.name(),
+                      O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NONBLOCK, 0666);
         if (fd < 0) {
             const int number = errno;
-            if (number == EEXIST && m_refusesLinks && isLinkAt(encoded)) {
+            if (number == EEXIST && m_refusesLinks && isLinkAt(item)) {
                 setError(ZKEndpointErrors::error(ZKEndpointErrors::LinkInPlaceOfFile, {shownPath}));
                 return false;
             }
@@ -472,10 +511,10 @@ bool ZKFileSystemWriter::open() {
         // O_NONBLOCK: a FIFO here must not hang the open. O_NOFOLLOW: a link
         // put here since the look above is refused too.
         const int noFollow = m_refusesLinks ? O_NOFOLLOW : 0;
-        fd = ::open(encoded.constData(), O_WRONLY | O_CLOEXEC | O_NONBLOCK | noFollow);
+        fd = ::openat(item.folder(), item.name(), O_WRONLY | O_CLOEXEC | O_NONBLOCK | noFollow);
         if (fd < 0) {
             const int number = errno;
-            if (number == ELOOP && m_refusesLinks && isLinkAt(encoded)) {
+            if (number == ELOOP && m_refusesLinks && isLinkAt(item)) {
                 setError(ZKEndpointErrors::error(ZKEndpointErrors::LinkInPlaceOfFile, {shownPath}));
                 return false;
             }
@@ -516,6 +555,33 @@ bool ZKFileSystemWriter::open() {
     }
     // Measured under the lock: the bytes a resumed copy continues from.
     m_size = quint64(end);
+    return true;
+}
+
+// The folder, held open while it is: the items made in it are made there,
+// by name, and a link put in its place meanwhile is not gone through.
+bool ZKFileSystemWriter::openFolderHandle(const ZKFolderHandle::Place &item,
+                                          const QString &shownPath, bool made) {
+    const int fd = ::openat(item.folder(), item.name(),
+                            O_PATH | O_DIRECTORY | O_CLOEXEC | (m_refusesLinks ? O_NOFOLLOW : 0));
+    if (fd < 0 && (errno == ENOTDIR || errno == ELOOP)) {
+        const int number = errno;
+        setError(m_refusesLinks && isLinkAt(item)
+                     ? ZKEndpointErrors::error(ZKEndpointErrors::LinkInPlaceOfFolder, {shownPath})
+                     : ZKEndpointErrors::systemError(ZKEndpointErrors::UnableToCreateFolder, number,
+                                                     {shownPath, errnoText(number)}));
+        return false;
+    }
+    struct stat status {};
+    if (fd >= 0 && made && ::fstat(fd, &status) == 0) {
+        // What its files are given comes from the folder made, not from
+        // whatever its path may lead to later; and it saves a look later.
+        madeInside()->take(status);
+    }
+    // Without one (no descriptor to spare), its items are found by path.
+    std::shared_ptr<ZKFolderHandle> handle = ZKFolderHandle::adopt(fd);
+    std::lock_guard locker(m_folderHandleLock);
+    m_folderHandle = std::move(handle);
     return true;
 }
 
@@ -570,7 +636,7 @@ std::shared_ptr<ZKWriter> ZKFileSystemWriter::createDirectory(const QString &nam
         setError(ZKEndpointErrors::error(ZKEndpointErrors::CannotCreateDirectoryIn, {path()}));
         return nullptr;
     }
-    return childWriter(childPath(name), true);
+    return childWriter(name, true);
 }
 
 std::shared_ptr<ZKWriter> ZKFileSystemWriter::createFile(const QString &name) {
@@ -578,7 +644,7 @@ std::shared_ptr<ZKWriter> ZKFileSystemWriter::createFile(const QString &name) {
         setError(ZKEndpointErrors::error(ZKEndpointErrors::CannotCreateFileIn, {path()}));
         return nullptr;
     }
-    return childWriter(childPath(name), false);
+    return childWriter(name, false);
 }
 
 std::shared_ptr<ZKWriter> ZKFileSystemWriter::createLink(const QString &name,
@@ -589,30 +655,34 @@ std::shared_ptr<ZKWriter> ZKFileSystemWriter::createLink(const QString &name,
     }
     const QByteArray child = childPath(name);
     const QByteArray wanted = QFile::encodeName(target);
+    const ZKFolderHandle::Place item = placeOfChild(name);
 
     struct stat status {};
-    if (::lstat(child.constData(), &status) == 0 && S_ISLNK(status.st_mode)) {
+    if (::fstatat(item.folder(), item.name(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+        S_ISLNK(status.st_mode)) {
         QByteArray stored(PATH_MAX, Qt::Uninitialized);
-        const ssize_t length = ::readlink(child.constData(), stored.data(), stored.size());
+        const ssize_t length =
+            ::readlinkat(item.folder(), item.name(), stored.data(), size_t(stored.size()));
         if (length >= 0 && stored.left(length) == wanted) {
-            return childWriter(child, false); // already right: a resumed or repeated copy
+            return childWriter(name, false); // already right: a resumed or repeated copy
         }
     }
     // Stored as given, so that relative links stay relative. An existing item
     // is not removed first: whether to replace it was settled before copying.
-    if (::symlink(wanted.constData(), child.constData()) != 0) {
+    if (::symlinkat(wanted.constData(), item.folder(), item.name()) != 0) {
         const int number = errno;
         setError(ZKEndpointErrors::systemError(ZKEndpointErrors::UnableToCreateLink, number,
                                                {QFile::decodeName(child), errnoText(number)}));
         return nullptr;
     }
-    return childWriter(child, false);
+    return childWriter(name, false);
 }
 
 bool ZKFileSystemWriter::removeFile(const QString &name) {
     const QByteArray child = childPath(name);
+    const ZKFolderHandle::Place item = placeOfChild(name);
     QByteArray failedPath;
-    const int number = removeItem(AT_FDCWD, child, child, &failedPath);
+    const int number = removeItem(item.folder(), item.name(), child, &failedPath);
     if (number != 0) {
         const ZKError failure =
             ZKEndpointErrors::systemError(ZKEndpointErrors::UnableToRemove, number,
@@ -629,16 +699,18 @@ bool ZKFileSystemWriter::removeFile(const QString &name) {
 bool ZKFileSystemWriter::renameItem(const QString &from, const QString &to, bool replace) {
     const QByteArray fromPath = childPath(from);
     const QByteArray toPath = childPath(to);
+    const ZKFolderHandle::Place fromItem = placeOfChild(from);
+    const ZKFolderHandle::Place toItem = placeOfChild(to);
     // One step that no reader can catch half done, and that keeps what the
     // user has under that name unless told to replace it.
-    int result = ::renameat2(AT_FDCWD, fromPath.constData(), AT_FDCWD, toPath.constData(),
+    int result = ::renameat2(fromItem.folder(), fromItem.name(), toItem.folder(), toItem.name(),
                              replace ? 0 : RENAME_NOREPLACE);
     if (result != 0 && !replace && errno == EINVAL) {
         // A file system without the flag: a hard link fails just as well on
         // an existing name, and is as atomic.
-        result = ::link(fromPath.constData(), toPath.constData());
+        result = ::linkat(fromItem.folder(), fromItem.name(), toItem.folder(), toItem.name(), 0);
         if (result == 0) {
-            ::unlink(fromPath.constData());
+            ::unlinkat(fromItem.folder(), fromItem.name(), 0);
         }
     }
     if (result != 0) {
@@ -673,9 +745,10 @@ bool ZKFileSystemWriter::remove(const std::function<bool()> &isCancelled) {
         return false; // the grant stays held until close
     }
     const QByteArray encoded = QFile::encodeName(path());
+    const ZKFolderHandle::Place item = place();
     QByteArray failedPath;
     const int number =
-        encoded.isEmpty() ? ENOENT : removeItem(AT_FDCWD, encoded, encoded, &failedPath);
+        encoded.isEmpty() ? ENOENT : removeItem(item.folder(), item.name(), encoded, &failedPath);
     if (number != 0) {
         setError(ZKEndpointErrors::systemError(ZKEndpointErrors::UnableToRemove, number,
                                                {QFile::decodeName(failedPath), errnoText(number)}));
@@ -687,6 +760,7 @@ bool ZKFileSystemWriter::remove(const std::function<bool()> &isCancelled) {
 std::shared_ptr<ZKReader> ZKFileSystemWriter::asReader() {
     auto reader = std::make_shared<ZKFileSystemReader>(m_url, ZKFileSystemReader::DeferredBookmark);
     reader->setBookmark(m_bookmark);
+    reader->setFolder(m_folder, m_nameInFolder);
     return reader;
 }
 
@@ -709,9 +783,14 @@ void ZKFileSystemWriter::setModificationDate(const QDateTime &date) {
         times[1].tv_nsec += 1000000000;
     }
     // AT_SYMLINK_NOFOLLOW: a copied link gets its own date, its target is left alone.
-    if ((m_fd >= 0 ? ::futimens(m_fd, times)
-                   : ::utimensat(AT_FDCWD, QFile::encodeName(path()).constData(), times,
-                                 AT_SYMLINK_NOFOLLOW)) != 0) {
+    int result = 0;
+    if (m_fd >= 0) {
+        result = ::futimens(m_fd, times);
+    } else {
+        const ZKFolderHandle::Place item = place();
+        result = ::utimensat(item.folder(), item.name(), times, AT_SYMLINK_NOFOLLOW);
+    }
+    if (result != 0) {
         logSetFailure("modificationDate", date.toString(Qt::ISODateWithMs), errno);
     }
 }
@@ -729,12 +808,13 @@ void ZKFileSystemWriter::setPermissions(quint16 permissions) {
         }
         return;
     }
-    const QByteArray encoded = QFile::encodeName(path());
+    const ZKFolderHandle::Place item = place();
     struct stat status {};
-    if (::lstat(encoded.constData(), &status) == 0 && S_ISLNK(status.st_mode)) {
+    if (::fstatat(item.folder(), item.name(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+        S_ISLNK(status.st_mode)) {
         return; // a link has no mode of its own on Linux
     }
-    if (::chmod(encoded.constData(), mode_t(permissions & 07777)) != 0) {
+    if (::fchmodat(item.folder(), item.name(), mode_t(permissions & 07777), 0) != 0) {
         logSetFailure("permissions", QString::number(permissions, 8), errno);
     }
 }
@@ -748,9 +828,7 @@ void ZKFileSystemWriter::setOwner(quint64 owner) {
     if (m_fd >= 0 && m_createdHere && owner == self) {
         return; // already its owner
     }
-    if ((m_fd >= 0
-             ? ::fchown(m_fd, uid_t(owner), gid_t(-1))
-             : ::lchown(QFile::encodeName(path()).constData(), uid_t(owner), gid_t(-1))) != 0) {
+    if (changeOwnership(uid_t(owner), gid_t(-1)) != 0) {
         logSetFailure("owner", QString::number(owner), errno);
     }
 }
@@ -763,11 +841,18 @@ void ZKFileSystemWriter::setGroup(quint64 group) {
     if (wasMadeWithGroup(group)) {
         return;
     }
-    if ((m_fd >= 0
-             ? ::fchown(m_fd, uid_t(-1), gid_t(group))
-             : ::lchown(QFile::encodeName(path()).constData(), uid_t(-1), gid_t(group))) != 0) {
+    if (changeOwnership(uid_t(-1), gid_t(group)) != 0) {
         logSetFailure("group", QString::number(group), errno);
     }
+}
+
+// Of the open file, or else of the item itself, never of a link's target.
+int ZKFileSystemWriter::changeOwnership(uid_t owner, gid_t group) {
+    if (m_fd >= 0) {
+        return ::fchown(m_fd, owner, group);
+    }
+    const ZKFolderHandle::Place item = place();
+    return ::fchownat(item.folder(), item.name(), owner, group, AT_SYMLINK_NOFOLLOW);
 }
 
 std::shared_ptr<ZKFileSystemWriter::MadeInside> ZKFileSystemWriter::madeInside() const {
@@ -802,12 +887,14 @@ void ZKFileSystemWriter::setIsExtensionHidden(bool hidden) {
 
 void ZKFileSystemWriter::setIsImmutable(bool immutable) {
     const QString value = immutable ? QStringLiteral("true") : QStringLiteral("false");
-    const QByteArray encoded = QFile::encodeName(path());
+    const ZKFolderHandle::Place item = place();
     struct stat status {};
-    if (::lstat(encoded.constData(), &status) == 0 && S_ISLNK(status.st_mode)) {
+    if (::fstatat(item.folder(), item.name(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+        S_ISLNK(status.st_mode)) {
         return; // links carry no flags on Linux
     }
-    const int fd = ::open(encoded.constData(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
+    const int fd =
+        ::openat(item.folder(), item.name(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
     if (fd < 0) {
         logSetFailure("isImmutable", value, errno);
         return;

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "ZKFolderHandle.h"
 #include "ZKWriter.h"
 
 #include <QByteArray>
@@ -11,6 +12,8 @@
 
 #include <memory>
 #include <mutex>
+
+#include <sys/types.h>
 
 // The writer of a local destination: the destination folder of a task and each
 // file, folder or link made inside it. A file is appended to, never rewritten,
@@ -97,7 +100,11 @@ private:
     QString path() const;
     QByteArray childPath(const QString &name) const;
     // A writer for an item made inside this folder: see m_refusesLinks.
-    std::shared_ptr<ZKFileSystemWriter> childWriter(const QByteArray &itemPath, bool isDirectory);
+    std::shared_ptr<ZKFileSystemWriter> childWriter(const QString &name, bool isDirectory);
+    ZKFolderHandle::Place place() const;
+    // Where the item name inside this folder is found.
+    ZKFolderHandle::Place placeOfChild(const QString &name) const;
+    std::weak_ptr<ZKFolderHandle> folderHandle() const;
     struct MadeInside;
     std::shared_ptr<MadeInside> madeInside() const;
     // Whether the file this writer made has these already, as the kernel
@@ -105,6 +112,10 @@ private:
     bool wasMadeWithGroup(quint64 group) const;
     bool wasMadeWithPermissions(quint16 permissions) const;
     bool lockHandle(const QString &shownPath);
+    // made: the folder was made by this open.
+    bool openFolderHandle(const ZKFolderHandle::Place &item, const QString &shownPath, bool made);
+    // 0, or -1 with errno set.
+    int changeOwnership(uid_t owner, gid_t group);
 
     QUrl m_url;
     QString m_filename;
@@ -120,6 +131,13 @@ private:
     QUrl m_bookmarkUrl;
     bool m_startedAccessing = false;
     int m_fd = -1;
+    // An open folder's own handle, for the items made inside it. Replaced
+    // and released by the opens and closes of several threads at once.
+    std::shared_ptr<ZKFolderHandle> m_folderHandle; // guarded by m_folderHandleLock
+    mutable std::mutex m_folderHandleLock;
+    // The folder this item is made in, and its name there.
+    std::weak_ptr<ZKFolderHandle> m_folder;
+    QByteArray m_nameInFolder;
     // The open file was made by this open, so it belongs to this process's user.
     bool m_createdHere = false;
     // For a folder, what the files made inside it get from the kernel; for

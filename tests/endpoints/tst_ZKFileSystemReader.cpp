@@ -507,6 +507,51 @@ private Q_SLOTS:
         QVERIFY(!reader->fileInfoForChild("none"));
     }
 
+    // A folder being read that is replaced by a link meanwhile does not send
+    // the reading of its items elsewhere, whether they were found by a walk,
+    // a listing or by name.
+    void folderReplacedByALinkIsNotGoneThrough_data() {
+        QTest::addColumn<QString>("how");
+        QTest::newRow("walk") << "walk";
+        QTest::newRow("listing") << "listing";
+        QTest::newRow("by name") << "name";
+    }
+
+    void folderReplacedByALinkIsNotGoneThrough() {
+        QFETCH(QString, how);
+        const QString root = path(QStringLiteral("swapped/%1").arg(how));
+        QVERIFY(QDir().mkpath(root + "/source") && QDir().mkpath(root + "/elsewhere"));
+        QVERIFY(writeFile(root + "/source/a.txt", "original"));
+        QVERIFY(writeFile(root + "/elsewhere/a.txt", "elsewhere"));
+        auto reader = openedReader(root + "/source");
+        QVERIFY(QFile::rename(root + "/source", root + "/moved"));
+        QVERIFY(QFile::link(root + "/elsewhere", root + "/source"));
+
+        QStringList names;
+        ZKReaderPtr child;
+        if (how == "walk") {
+            reader->enumerateFileInfoWithBlock([&](const ZKFileInfo &info) {
+                names.append(info.url.fileName());
+                return ZKEnumerationResultContinue;
+            });
+            child = reader->childWithName("a.txt");
+        } else if (how == "listing") {
+            reader->enumerateContentsOfDirectoryWithBlock([&](const ZKReaderPtr &item) {
+                names.append(item->filename());
+                child = item;
+                return ZKEnumerationResultContinue;
+            });
+        } else {
+            names.append("a.txt");
+            child = reader->childWithName("a.txt");
+        }
+        QCOMPARE(names, QStringList{"a.txt"});
+        QVERIFY2(child->open(), qPrintable(errorText(*child)));
+        QCOMPARE(child->readBlock(), QByteArray("original"));
+        child->close();
+        reader->close();
+    }
+
     // The saved form is all that survives a restart of the application.
     void savedFormFollowsARenamedSource() {
         const QString before = path("queued.bin");

@@ -193,6 +193,40 @@ private Q_SLOTS:
         QVERIFY(QFileInfo(link).isDir() == isDirectory && !QFileInfo(link).isSymLink());
     }
 
+    // Once a folder is open, what is made in it is made there, even when a
+    // link has taken its name since.
+    void folderReplacedByALinkIsNotWrittenThrough() {
+        const QString root = path("swapped");
+        QVERIFY(QDir().mkpath(root + "/destination") && QDir().mkpath(root + "/outside"));
+        auto destination =
+            ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(root + "/destination"));
+        QVERIFY2(destination->open(), qPrintable(errorText(*destination)));
+        const ZKWriterPtr folder = destination->createDirectory("sub");
+        QVERIFY2(folder->open(), qPrintable(errorText(*folder)));
+        QVERIFY(QFile::rename(root + "/destination/sub", root + "/destination/moved"));
+        QVERIFY(QFile::link(root + "/outside", root + "/destination/sub"));
+
+        const ZKWriterPtr file = folder->createFile("f.part");
+        QVERIFY2(file->open(), qPrintable(errorText(*file)));
+        QVERIFY(file->appendBlock("made"));
+        file->close();
+        file->setModificationDate(QDateTime::fromMSecsSinceEpoch(1234567890000));
+        QVERIFY2(folder->renameItem("f.part", "f", false), qPrintable(errorText(*folder)));
+        QVERIFY(folder->createLink("l", "f"));
+        const ZKWriterPtr inner = folder->createDirectory("inner");
+        QVERIFY2(inner->open(), qPrintable(errorText(*inner)));
+        inner->close();
+        folder->close();
+        destination->close();
+
+        QVERIFY(QDir(root + "/outside").isEmpty());
+        QCOMPARE(readFile(root + "/destination/moved/f"), QByteArray("made"));
+        QCOMPARE(QFileInfo(root + "/destination/moved/f").lastModified().toMSecsSinceEpoch(),
+                 1234567890000);
+        QVERIFY(QFileInfo(root + "/destination/moved/l").isSymLink());
+        QVERIFY(QFileInfo(root + "/destination/moved/inner").isDir());
+    }
+
     void directoryWriterCreatesMissingFolders() {
         auto writer = ZKFileSystemWriter::writerWithDirectory(url("x/y/z"));
         QVERIFY2(writer->open(), qPrintable(errorText(*writer)));

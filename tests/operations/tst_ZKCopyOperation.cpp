@@ -17,6 +17,7 @@
 #include <numeric>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -90,6 +91,7 @@ private Q_SLOTS:
     void linkInTheDestinationIsNeverWrittenThrough();
     void uncopyableItemsAreLeftOut_data();
     void uncopyableItemsAreLeftOut();
+    void deepTreeFitsTheDescriptorLimit();
 
 private:
     std::unique_ptr<QTemporaryDir> m_dir;
@@ -539,6 +541,37 @@ void TestZKCopyOperation::uncopyableItemsAreLeftOut() {
     QVERIFY2(!remove.error(), qPrintable(errorText(remove)));
     QVERIFY(::access(item.constData(), F_OK) == 0);
     ::unlink(item.constData()); // a name the temporary folder's clean-up cannot spell
+}
+
+// The folders being walked and written are held open only as far as the
+// process's descriptors allow; past that, a tree deeper than the limit is
+// copied by full paths, and whole. Nothing stays open afterwards.
+void TestZKCopyOperation::deepTreeFitsTheDescriptorLimit() {
+    constexpr int depth = 120;
+    QString below;
+    for (int level = 0; level < depth; ++level) {
+        below += "/d";
+    }
+    QVERIFY(QDir().mkpath(path("deep") + below) && writeFile(path("deep") + below + "/leaf", "l"));
+    QVERIFY(writeFile(path("deep/top"), "top"));
+    const auto openDescriptors = [] {
+        return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System).size();
+    };
+    const qsizetype before = openDescriptors();
+    struct rlimit saved {};
+    QVERIFY(::getrlimit(RLIMIT_NOFILE, &saved) == 0);
+    // The walk itself keeps a listing open on every level; holding two
+    // handles more on each would not fit.
+    struct rlimit lowered = saved;
+    lowered.rlim_cur = rlim_t(before + depth + 80);
+    QVERIFY(::setrlimit(RLIMIT_NOFILE, &lowered) == 0);
+    auto operation = copier(path("deep"), path("dest"));
+    operation->start();
+    ::setrlimit(RLIMIT_NOFILE, &saved);
+    QVERIFY2(!operation->error(), qPrintable(errorText(*operation)));
+    QCOMPARE(readFile(path("dest/deep/top")), QByteArray("top"));
+    QCOMPARE(readFile(path("dest/deep") + below + "/leaf"), QByteArray("l"));
+    QCOMPARE(openDescriptors(), before);
 }
 
 int main(int argc, char **argv) {
