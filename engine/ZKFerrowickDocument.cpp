@@ -572,7 +572,13 @@ QList<ZKTaskPtr> ZKFerrowickDocument::insertTasks(const QList<ZKTaskPtr> &tasks,
                                                   QStringList *refusals) {
     // The one door into a queue, and so the one place where a transfer that
     // an open queue holds already is turned away.
-    const QStringList reasons = ZKTaskRegistry::refusalsForTasks(tasks);
+    return insertCheckedTasks(tasks, indexes, ZKTaskRegistry::refusalsForTasks(tasks), refusals);
+}
+
+QList<ZKTaskPtr> ZKFerrowickDocument::insertCheckedTasks(const QList<ZKTaskPtr> &tasks,
+                                                         const ZKIndexList &indexes,
+                                                         const QStringList &reasons,
+                                                         QStringList *refusals) {
     QList<ZKTaskPtr> taken;
     ZKIndexList takenIndexes;
     QStringList refused;

@@ -339,6 +339,11 @@ private:
     // destination, and starts it over.
     void changeEndpointOfTask(const ZKTaskPtr &task, std::function<void()> change);
     void connectTask(const ZKTaskPtr &task);
+    // insertTasks() with the refusals already found for the tasks, on the
+    // main thread since then: a loaded queue of 100,000 tasks is not checked
+    // twice.
+    QList<ZKTaskPtr> insertCheckedTasks(const QList<ZKTaskPtr> &tasks, const ZKIndexList &indexes,
+                                        const QStringList &reasons, QStringList *refusals);
     // Asked on a task's worker: whether the task's next step would start at
     // once, so that it may follow there without a rest.
     bool stepsMayFollow(const ZKTask &task) const;

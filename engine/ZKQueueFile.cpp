@@ -590,7 +590,8 @@ bool ZKQueueFile::loadPropertyList(
     for (qsizetype i = 0; i < tasks.size(); ++i) {
         indexes.append(i);
     }
-    m_document.insertTasks(tasks, indexes);
+    // Those left were checked just now, on this thread.
+    m_document.insertCheckedTasks(tasks, indexes, QStringList(tasks.size()), nullptr);
     QVariantMap settings = plist;
     settings.remove(kTasks);
     rememberSavedEntries(settings, std::move(entries), tasks);
