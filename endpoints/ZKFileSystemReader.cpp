@@ -13,6 +13,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <limits>
 #include <vector>
@@ -157,6 +158,23 @@ std::optional<QByteArray> realPath(const QByteArray &path) {
     return result;
 }
 
+// Where an open folder really is, in one call where realpath() takes one for
+// every folder on the way. The kernel's name of a folder removed meanwhile
+// is no path, so that one is asked for by path.
+QByteArray realPathOfOpenFolder(int fd, const QByteArray &path) {
+    char link[32];
+    std::snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
+    QByteArray resolved(PATH_MAX, Qt::Uninitialized);
+    const ssize_t length = ::readlink(link, resolved.data(), size_t(resolved.size()));
+    if (length > 0 && length < resolved.size() && resolved.at(0) == '/') {
+        resolved.truncate(length);
+        if (!resolved.endsWith(" (deleted)")) {
+            return resolved;
+        }
+    }
+    return realPath(path).value_or(path);
+}
+
 QByteArray parentOf(const QByteArray &path) {
     const qsizetype slash = path.lastIndexOf('/');
     return slash <= 0 ? QByteArray("/") : path.left(slash);
@@ -251,7 +269,7 @@ WalkEnd walkTree(const QByteArray &root, int rootFolder, QByteArrayList &chain, 
         return fail(root, number);
     }
     levels.push_back({rootDirectory, root});
-    chain.append(realPath(root).value_or(root));
+    chain.append(realPathOfOpenFolder(rootFd, root));
 
     WalkEntry entry;
     while (!levels.empty()) {

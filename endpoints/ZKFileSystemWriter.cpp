@@ -265,7 +265,7 @@ std::shared_ptr<ZKFileSystemWriter> ZKFileSystemWriter::childWriter(const QStrin
     if (!isDirectory) {
         std::lock_guard locker(m_madeInsideLock);
         if (!m_madeInside) {
-            m_madeInside = std::make_shared<MadeInside>(QFile::encodeName(path()));
+            m_madeInside = std::make_shared<MadeInside>(m_encodedPath);
         }
         child->m_madeInside = m_madeInside;
     }
@@ -300,13 +300,16 @@ ZKFileSystemWriter::~ZKFileSystemWriter() {
 void ZKFileSystemWriter::setUrlAndFilename(const QUrl &url) {
     m_url = url.path() == QLatin1String("/") ? url : url.adjusted(QUrl::StripTrailingSlash);
     m_filename = m_url.fileName();
+    // Asked for by every call that takes a path, and for every item made inside.
+    m_path = m_url.toLocalFile();
+    m_encodedPath = QFile::encodeName(m_path);
     // Another path: the folder it was made in may not hold it.
     m_folder.reset();
     m_nameInFolder.clear();
 }
 
 ZKFolderHandle::Place ZKFileSystemWriter::place() const {
-    return ZKFolderHandle::Place(m_folder, m_nameInFolder, QFile::encodeName(path()));
+    return ZKFolderHandle::Place(m_folder, m_nameInFolder, m_encodedPath);
 }
 
 ZKFolderHandle::Place ZKFileSystemWriter::placeOfChild(const QString &name) const {
@@ -326,11 +329,11 @@ void ZKFileSystemWriter::setUrl(const QUrl &url) {
 }
 
 QString ZKFileSystemWriter::path() const {
-    return m_url.toLocalFile();
+    return m_path;
 }
 
 QByteArray ZKFileSystemWriter::childPath(const QString &name) const {
-    const QByteArray parent = QFile::encodeName(path());
+    const QByteArray &parent = m_encodedPath;
     return (parent.endsWith('/') ? parent : parent + '/') + QFile::encodeName(name);
 }
 
@@ -355,7 +358,7 @@ size_t ZKFileSystemWriter::hash() const {
 }
 
 QString ZKFileSystemWriter::icon() const {
-    const QByteArray encoded = QFile::encodeName(path());
+    const QByteArray &encoded = m_encodedPath;
     struct stat status {};
     if (encoded.isEmpty() || ::stat(encoded.constData(), &status) != 0) {
         return QStringLiteral("ZKMissingFolder");
@@ -406,8 +409,8 @@ bool ZKFileSystemWriter::open() {
         setError(ZKEndpointErrors::error(ZKEndpointErrors::InvalidPath, {shown}));
         return false;
     }
-    const QString shownPath = path();
-    const QByteArray encoded = QFile::encodeName(shownPath);
+    const QString &shownPath = m_path;
+    const QByteArray &encoded = m_encodedPath;
     const ZKFolderHandle::Place item = place();
 
     if (!m_isDirectory) {
@@ -744,7 +747,7 @@ bool ZKFileSystemWriter::remove(const std::function<bool()> &isCancelled) {
     if (isCancelled && isCancelled()) {
         return false; // the grant stays held until close
     }
-    const QByteArray encoded = QFile::encodeName(path());
+    const QByteArray &encoded = m_encodedPath;
     const ZKFolderHandle::Place item = place();
     QByteArray failedPath;
     const int number =

@@ -119,6 +119,8 @@ private:
 
     QUrl m_url;
     QString m_filename;
+    QString m_path; // of m_url, empty when it is not a local file
+    QByteArray m_encodedPath;
     bool m_isDirectory = false;
     // Set for the items made inside the destination: a symbolic link found at
     // their path makes open() fail instead of being followed. The destination

@@ -318,11 +318,16 @@ bool ZKCopyOperation::holdsWholeCopy(ZKReader &reader, ZKWriter &folder, const Q
 
 void ZKCopyOperation::giveRealName(ZKWriter &folder, const QString &partName, const QString &name) {
     // What the user chose to replace goes in the same step; anything else
-    // that took the name since the analysis is kept.
-    QUrl realUrl = folder.url();
-    realUrl.setPath(realUrl.path() +
-                    (realUrl.path().endsWith(u'/') ? QString() : QStringLiteral("/")) + name);
-    if (!folder.renameItem(partName, name, isReplacedUrl(realUrl))) {
+    // that took the name since the analysis is kept. Most tasks replace
+    // nothing, and are spared making the url of every file.
+    bool replace = false;
+    if (!replacedUrls().isEmpty()) {
+        QUrl realUrl = folder.url();
+        realUrl.setPath(realUrl.path() +
+                        (realUrl.path().endsWith(u'/') ? QString() : QStringLiteral("/")) + name);
+        replace = isReplacedUrl(realUrl);
+    }
+    if (!folder.renameItem(partName, name, replace)) {
         takeError(folder.error(),
                   ZKOperationErrors::error(ZKOperationErrors::UnableToRename, {partName, name}));
     }
