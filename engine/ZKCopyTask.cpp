@@ -533,7 +533,7 @@ std::optional<ZKCopyTask::Step> ZKCopyTask::followingStep(const Visit &visit) {
             analysis.mutableSkippedUrls().contains(
                 ZKFileOperation::standardizedUrl(done.source()->url())) ||
             (total != 0 && total == already && !analysis.hasUnfinishedFiles()) ||
-            !mayFollow(*this)) {
+            !(*mayFollow)(*this)) {
             return std::nullopt;
         }
         auto operation = makeCopyOperation(already);
@@ -548,7 +548,7 @@ std::optional<ZKCopyTask::Step> ZKCopyTask::followingStep(const Visit &visit) {
     }
     case S::Processing: {
         // Only where endProcess() rests in PendingVerification.
-        if (!isVerifyEnabled() || !mayFollow(*this)) {
+        if (!isVerifyEnabled() || !(*mayFollow)(*this)) {
             return std::nullopt;
         }
         auto operation = makeVerifyOperation();

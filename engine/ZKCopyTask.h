@@ -221,13 +221,18 @@ private:
     void forgetStepReport();
 
     mutable std::atomic<Worker *> m_worker{nullptr};
-    bool m_resumesWhenQueued = false; // main thread
-    mutable std::mutex m_lock;        // guards the endpoints, the sets, the handlers and the error
+    mutable std::mutex m_lock; // guards the endpoints, the sets, the handlers and the error
     std::unique_ptr<const ZKError> m_error; // only a failed task has one
-    std::atomic<bool> m_refreshPending{false};
     std::atomic<quint64> m_bytesCopied{0};
     std::atomic<quint64> m_bytesVerified{0};
     std::atomic<quint64> m_maximumTransferRate{0};
+    // The flags side by side: a queue holds 100,000 tasks.
+    bool m_resumesWhenQueued = false; // main thread
+    std::atomic<bool> m_refreshPending{false};
+    // Set with the source, which may be changed on a worker; read by the
+    // row's texts on the main thread.
+    std::atomic<bool> m_sourceIsLocal{true};
+    mutable std::atomic<bool> m_textsPending{true}; // made when first read
     std::atomic<bool> m_isIndeterminate{true};
     std::atomic<bool> m_isVerifyEnabled{false};
     std::atomic<bool> m_isVerifiedOk{false};
@@ -241,13 +246,9 @@ private:
     QString m_sourceFilename;
     mutable std::optional<QString> m_sourceIcon;
     QString m_destinationFilename;
-    // Set with the source, which may be changed on a worker; read by the
-    // row's texts on the main thread.
-    std::atomic<bool> m_sourceIsLocal{true};
     mutable QString m_detail;
     mutable QString m_description;
-    mutable std::atomic<bool> m_textsPending{true}; // made when first read
-    quint64 m_textsGeneration = 0;                  // guarded by m_lock: refreshes while pending
+    quint64 m_textsGeneration = 0; // guarded by m_lock: refreshes while pending
     std::atomic<double> m_dataRate{0};
     std::atomic<quint64> m_totalBytes{0};
     std::atomic<quint64> m_progressBytes{0};

@@ -42,6 +42,11 @@ ZKFerrowickDocument::ZKFerrowickDocument(QObject *parent)
     : QObject(parent) {
     liveDocuments().insert(this);
     m_workerGate->document = this;
+    m_stepsMayFollow = std::make_shared<const std::function<bool(const ZKTask &)>>(
+        [gate = m_workerGate](const ZKTask &task) {
+            std::lock_guard locker(gate->lock);
+            return gate->document && gate->document->stepsMayFollow(task);
+        });
     auto &defaults = ZKUserDefaults::standard();
     m_state = defaults.integerForKey(ZKPreferences::queueState) == ZKQueueState::Paused
                   ? ZKQueueState::Paused
@@ -559,10 +564,7 @@ void ZKFerrowickDocument::connectTask(const ZKTaskPtr &task) {
     m_questions.connectTask(task);
     // One pace for the whole queue: a limit holds across its tasks.
     task->setThrottle(m_throttle);
-    task->setStepsMayFollow([gate = m_workerGate](const ZKTask &t) {
-        std::lock_guard locker(gate->lock);
-        return gate->document && gate->document->stepsMayFollow(t);
-    });
+    task->setStepsMayFollow(m_stepsMayFollow);
     ZKTask *raw = task.get();
     m_lastStates.insert(raw, raw->state());
 }

@@ -363,6 +363,8 @@ private:
         const ZKFerrowickDocument *document = nullptr;
     };
     std::shared_ptr<WorkerGate> m_workerGate = std::make_shared<WorkerGate>();
+    // Through the gate; one for all the tasks.
+    ZKTask::StepsMayFollow m_stepsMayFollow;
     // The tasks' conflict questions, shown for this queue.
     ZKTaskQuestions m_questions{this};
     ZKTaskQueue m_taskQueue;

@@ -120,8 +120,9 @@ public:
     virtual void setThrottle(std::shared_ptr<ZKTransferThrottle> throttle) = 0;
     // Asked on the task's worker when a step has ended: whether its queue
     // would start the task's next step at once anyway, so that the step may
-    // follow without the task first coming to rest on the main thread.
-    using StepsMayFollow = std::function<bool(const ZKTask &)>;
+    // follow without the task first coming to rest on the main thread. One
+    // answer serves every task of a queue.
+    using StepsMayFollow = std::shared_ptr<const std::function<bool(const ZKTask &)>>;
     virtual void setStepsMayFollow(StepsMayFollow mayFollow) { Q_UNUSED(mayFollow); }
 
     // How the queue answers the task's conflicts (through its line of
