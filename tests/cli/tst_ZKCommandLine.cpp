@@ -150,6 +150,12 @@ void TestZKCommandLine::copiesAndMoves() {
                                  .arg(pipe)
                                  .toUtf8()),
              output.constData());
+    // The plain log tells each task's end once, also of a task it showed
+    // on its way.
+    QByteArray slow;
+    QCOMPARE(runCli({"copy", path("plain/a"), path("plain/slow"), "--limit", "400K"}, &slow), 0);
+    QVERIFY2(slow.count("Copied \"a\" to \"slow\":") == 1 && slow.count("\n") > 2,
+             slow.constData());
     // Two tasks for one item would write the same files at once.
     QCOMPARE(
         runCli({"copy", path("plain/a"), path("plain/./tree/../a/"), path("plain/twice")}, &output),
