@@ -400,10 +400,18 @@ ZKFolderHandle::Place ZKFileSystemReader::place() const {
     return ZKFolderHandle::Place(m_folder, m_nameInFolder, m_encodedPath);
 }
 
-// Found inside this folder while it is open: looked up in it, by name.
-std::shared_ptr<ZKFileSystemReader> ZKFileSystemReader::child(const QUrl &url,
-                                                              const QByteArray &name) const {
-    std::shared_ptr<ZKFileSystemReader> item = childReader(url);
+// Found inside this folder, and while it is open looked up in it, by name.
+// Made by the thousand in a walk: what a plain name and its path already say
+// is not worked out of the url again.
+std::shared_ptr<ZKFileSystemReader> ZKFileSystemReader::child(const QByteArray &name) const {
+    const QByteArray path = joinPath(m_encodedPath, name);
+    if (!ZKFolderHandle::isPlainName(name)) {
+        return childReader(urlForPath(path));
+    }
+    std::shared_ptr<ZKFileSystemReader> item = childReader(QUrl());
+    item->m_url = urlForPath(path);
+    item->m_filename = QFile::decodeName(name);
+    item->m_encodedPath = path;
     if (m_folderHandle) {
         item->setFolder(m_folderHandle, name);
     }
@@ -852,7 +860,7 @@ ZKFileSystemReader::enumerateContentsOfDirectoryWithBlock(const ReaderBlock &blo
             const QByteArray childPath = joinPath(path, name);
             child = uncopyableReader(urlForPath(childPath), notCopyableReason(childPath));
         } else {
-            child = this->child(urlForPath(joinPath(path, name)), name);
+            child = this->child(name);
         }
         result = block(child);
         if (result == ZKEnumerationResultStop) {
@@ -1093,7 +1101,7 @@ std::shared_ptr<ZKReader> ZKFileSystemReader::childWithName(const QString &name)
         return shared_from_this();
     }
     const QByteArray encodedName = QFile::encodeName(name);
-    return child(urlForPath(joinPath(encodedPath(), encodedName)), encodedName);
+    return child(encodedName);
 }
 
 std::shared_ptr<ZKWriter> ZKFileSystemReader::asWriter() {

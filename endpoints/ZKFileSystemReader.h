@@ -124,7 +124,7 @@ private:
     void closeHandle();
     void takeAttributes(const struct statx &attributes);
     ZKFolderHandle::Place place() const;
-    std::shared_ptr<ZKFileSystemReader> child(const QUrl &url, const QByteArray &name) const;
+    std::shared_ptr<ZKFileSystemReader> child(const QByteArray &name) const;
     bool openDirectly(unsigned int wanted, int *openErrno);
     bool openAsBookmarked(unsigned int wanted);
     QByteArray encodedPath() const;

@@ -253,11 +253,18 @@ std::shared_ptr<ZKFileSystemWriter> ZKFileSystemWriter::writerWithFile(const QUr
 std::shared_ptr<ZKFileSystemWriter> ZKFileSystemWriter::childWriter(const QString &name,
                                                                     bool isDirectory) {
     auto child = std::make_shared<ZKFileSystemWriter>(QVariantMap());
-    child->setUrlAndFilename(QUrl::fromLocalFile(QFile::decodeName(childPath(name))));
     const QByteArray encodedName = QFile::encodeName(name);
-    if (ZKFolderHandle::isPlainName(encodedName)) {
+    if (ZKFolderHandle::isPlainName(encodedName) && !m_path.isEmpty()) {
+        // Made for every file of a copy: what a plain name and this
+        // folder's path already say is not worked out of the url again.
+        child->m_encodedPath = childPath(name);
+        child->m_path = QFile::decodeName(child->m_encodedPath);
+        child->m_url = QUrl::fromLocalFile(child->m_path);
+        child->m_filename = QFile::decodeName(encodedName);
         child->m_folder = folderHandle();
         child->m_nameInFolder = encodedName;
+    } else {
+        child->setUrlAndFilename(QUrl::fromLocalFile(QFile::decodeName(childPath(name))));
     }
     child->m_isDirectory = isDirectory;
     child->m_refusesLinks = true;
