@@ -473,24 +473,17 @@ int ZKCommandLine::show(const QStringList &arguments) {
     // Loading a queue re-enters interrupted steps; showing one must change
     // nothing, so it reads the saved dictionaries and makes no task.
     const QString file = absolute(arguments.at(1));
-    QVariantMap plist;
-    ZKError error;
-    if (!ZKFerrowickDocument::readPropertyListFromFile(file, &plist, &error)) {
-        printError(error.localizedDescription());
-        return badUsage;
-    }
-    std::printf("%s (%s)\n", qPrintable(QFileInfo(file).completeBaseName()),
-                qPrintable(ZKQueueState::convertToString(
-                    ZKQueueState::parse(plist.value(QStringLiteral("State")).toString()))));
+    // Each entry becomes its line as it is read, so a long queue is never
+    // held whole; the lines are printed once the whole file has passed.
+    QStringList lines;
     QList<ZKFerrowickDocument::UnreadTaskEntry> unread;
-    const QVariantList entries = plist.value(QStringLiteral("Tasks")).toList();
-    for (qsizetype i = 0; i < entries.size(); ++i) {
-        const QString reason = ZKFerrowickDocument::unreadableTaskEntryReason(entries[i]);
+    const auto entryLine = [&](qsizetype i, const QVariant &entry) {
+        const QString reason = ZKFerrowickDocument::unreadableTaskEntryReason(entry);
         if (!reason.isEmpty()) {
-            unread.append({i, entries[i], reason});
-            continue;
+            unread.append({i, entry, reason});
+            return;
         }
-        const QVariantMap task = entries[i].toMap();
+        const QVariantMap task = entry.toMap();
         // The endpoints alone are made (a task would resume its step); a
         // local source resolves its bookmark as run would, so the path shown
         // is the one run acts on.
@@ -519,6 +512,18 @@ int ZKCommandLine::show(const QStringList &arguments) {
         if (!message.isEmpty()) {
             line += QStringLiteral("  (%1)").arg(message);
         }
+        lines.append(line);
+    };
+    QVariantMap plist;
+    ZKError error;
+    if (!ZKFerrowickDocument::readPropertyListFromFile(file, &plist, &error, entryLine)) {
+        printError(error.localizedDescription());
+        return badUsage;
+    }
+    std::printf("%s (%s)\n", qPrintable(QFileInfo(file).completeBaseName()),
+                qPrintable(ZKQueueState::convertToString(
+                    ZKQueueState::parse(plist.value(QStringLiteral("State")).toString()))));
+    for (const QString &line : std::as_const(lines)) {
         std::printf("%s\n", line.toLocal8Bit().constData());
     }
     std::fflush(stdout);

@@ -78,8 +78,9 @@ public:
     }
     // Reads and checks a queue file without loading it.
     static bool readPropertyListFromFile(const QString &path, QVariantMap *plist,
-                                         ZKError *error = nullptr) {
-        return ZKQueueFile::readPropertyListFromFile(path, plist, error);
+                                         ZKError *error = nullptr,
+                                         const ZKQueueFile::EntryBlock &entry = {}) {
+        return ZKQueueFile::readPropertyListFromFile(path, plist, error, entry);
     }
     // Written as a whole to a temporary file and renamed over the old one.
     bool writeToFile(const QString &path, ZKError *error = nullptr) const {

@@ -333,8 +333,8 @@ bool refuseFile(const QString &path, QString reason, ZKError *error) {
 }
 } // namespace
 
-bool ZKQueueFile::readPropertyListFromFile(const QString &path, QVariantMap *plist,
-                                           ZKError *error) {
+bool ZKQueueFile::readPropertyListFromFile(const QString &path, QVariantMap *plist, ZKError *error,
+                                           const EntryBlock &entry) {
     auto fail = [&](const QString &reason) {
         return refuseFile(path, reason, error);
     };
@@ -345,20 +345,54 @@ bool ZKQueueFile::readPropertyListFromFile(const QString &path, QVariantMap *pli
     if (file.size() > ZKPropertyListSerialization::maximumDataSize) {
         return fail(ZKQueueFileErrors::text(ZKQueueFileErrors::TooLargeForQueue));
     }
-    const QByteArray data = file.readAll();
+    // Streamed, as a queue is opened: neither the file's text nor a tree of
+    // it is held beside the values.
+    QVariantList entries;
+    QString taskProblem; // of a streamed entry, which the checks below do not see
+    ZKPropertyListSerialization::ElementPlaces places;
     ZKError parseError;
-    const QVariant value = ZKPropertyListSerialization::propertyListFromData(data, &parseError);
+    QVariant value = ZKPropertyListSerialization::propertyListFromFile(
+        &file, kTasks,
+        [&](qsizetype i, const QVariant &element) {
+            if (taskProblem.isEmpty()) {
+                taskProblem = taskEntryProblem(i, element);
+            }
+            if (entry) {
+                entry(i, element);
+            } else {
+                entries.append(element);
+            }
+        },
+        &places, &parseError);
     if (!value.isValid()) {
         return fail(parseError.localizedDescription());
     }
     if (value.typeId() != QMetaType::QVariantMap) {
         return fail(ZKQueueFileErrors::text(ZKQueueFileErrors::NotAQueue));
     }
+    QVariantMap read = value.toMap();
+    value.clear();
     QString reason;
-    if (!validatePropertyList(value.toMap(), &reason)) {
+    if (!validatePropertyList(read, &reason)) {
         return fail(reason);
     }
-    *plist = value.toMap();
+    if (!taskProblem.isEmpty()) {
+        return fail(taskProblem);
+    }
+    if (places.isStreamed) {
+        read.insert(kTasks, entries);
+    }
+    if (entry) {
+        // A file of another shape came back whole: its entries go the same way.
+        const QVariantList whole = read.take(kTasks).toList();
+        if (!places.isStreamed) {
+            for (qsizetype i = 0; i < whole.size(); ++i) {
+                entry(i, whole[i]);
+            }
+        }
+        read.insert(kTasks, QVariantList());
+    }
+    *plist = std::move(read);
     return true;
 }
 

@@ -54,9 +54,12 @@ public:
     static ZKTaskPtr taskFromEntry(const QVariant &entry, QString *reason,
                                    ZKCopyTask::Destinations *destinations = nullptr);
     // Reads and checks a queue file without loading it. A damaged or foreign
-    // file is refused with a clear error.
+    // file is refused with a clear error. With entry, the task entries go to
+    // it one at a time instead of into *plist, so a long queue is never held
+    // whole; entry must not act on them before the answer is true.
+    using EntryBlock = std::function<void(qsizetype, const QVariant &)>;
     static bool readPropertyListFromFile(const QString &path, QVariantMap *plist,
-                                         ZKError *error = nullptr);
+                                         ZKError *error = nullptr, const EntryBlock &entry = {});
     // Written as a whole to a temporary file and renamed over the old one.
     static bool writePropertyListToFile(const QVariantMap &plist, const QString &path,
                                         ZKError *error);
