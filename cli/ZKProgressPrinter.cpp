@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include <sys/ioctl.h>
+
 ZKProgressPrinter::ZKProgressPrinter(ZKFerrowickDocument &document, FILE *out, bool live)
     : m_document(document)
     , m_out(out)
@@ -79,22 +81,55 @@ QString ZKProgressPrinter::lineForRow(const QModelIndex &row, int width, const Q
     return line;
 }
 
+int ZKProgressPrinter::terminalRows() const {
+    struct winsize size {};
+    if (::ioctl(::fileno(m_out), TIOCGWINSZ, &size) == 0 && size.ws_row > 0) {
+        return size.ws_row;
+    }
+    return 24;
+}
+
 void ZKProgressPrinter::redraw() {
     const ZKTaskListModel &model = m_document.taskListModel();
+    const int count = model.rowCount();
+    // A drawing taller than the terminal could not be gone back over: a
+    // long queue shows as many tasks as fit, from the first one still going,
+    // and says how many it leaves out.
+    const int room = std::max(terminalRows() - 2, 2);
+    int first = 0;
+    int shown = count;
+    if (count > room) {
+        shown = room - 1;
+        while (first < count && hasEnded(*model.taskAt(first))) {
+            ++first;
+        }
+        first = std::min(first, count - shown);
+    }
     QString text;
     // Back to the first line of the previous drawing, then over it.
     if (m_linesDrawn > 0) {
         text += QStringLiteral("\x1b[%1F").arg(m_linesDrawn);
     }
-    for (int i = 0; i < model.rowCount(); ++i) {
+    for (int i = first; i < first + shown; ++i) {
         const QModelIndex row = model.index(i);
         text += QStringLiteral("\x1b[2K") + lineForRow(row, 120, attemptsText(*model.taskAt(i))) +
                 QLatin1Char('\n');
     }
+    if (shown < count) {
+        text += QStringLiteral("\x1b[2K") + tr("%n more tasks not shown", nullptr, count - shown) +
+                QLatin1Char('\n');
+    }
     text += QStringLiteral("\x1b[2K") + summary() + QLatin1Char('\n');
-    m_linesDrawn = model.rowCount() + 1;
+    m_linesDrawn = shown + (shown < count ? 1 : 0) + 1;
     std::fputs(text.toLocal8Bit().constData(), m_out);
     std::fflush(m_out);
+}
+
+bool ZKProgressPrinter::hasEnded(const ZKTask &task) {
+    using S = ZKTaskState;
+    const S state = task.state();
+    return state == S::Completed || state == S::Failed || state == S::Cancelled ||
+           state == S::Suspended;
 }
 
 QString ZKProgressPrinter::summary() const {

@@ -41,6 +41,9 @@ public:
 
 private:
     void redraw();
+    // Lines of the terminal the live drawing goes to.
+    int terminalRows() const;
+    static bool hasEnded(const ZKTask &task);
     void printChanges();
     void noteRows(int first, int last);
     // The queue's line: tasks done and failed, the time, bytes and rate.

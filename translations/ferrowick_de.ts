@@ -1326,6 +1326,13 @@ Verbinden Sie nur, wenn Sie wissen, dass dies der Schlüssel des Servers ist; er
         <source>Skipped: %1</source>
         <translation>Übersprungen: %1</translation>
     </message>
+    <message numerus="yes">
+        <source>%n more tasks not shown</source>
+        <translation>
+            <numerusform>%n weitere Aufgabe nicht angezeigt</numerusform>
+            <numerusform>%n weitere Aufgaben nicht angezeigt</numerusform>
+        </translation>
+    </message>
 </context>
 <context>
     <name>ZKPropertyListErrors</name>

@@ -56,6 +56,16 @@
     </message>
 </context>
 <context>
+    <name>ZKProgressPrinter</name>
+    <message numerus="yes">
+        <source>%n more tasks not shown</source>
+        <translation>
+            <numerusform>%n more task not shown</numerusform>
+            <numerusform>%n more tasks not shown</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>ZKQueueRunner</name>
     <message numerus="yes">
         <source>Retrying %n failed tasks in %1 (attempt %2 of %3)</source>

@@ -20,7 +20,9 @@
 #include <QFile>
 #include <QProcess>
 #include <QRandomGenerator>
+#include <QRegularExpression>
 #include <QScopeGuard>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -56,6 +58,7 @@ private Q_SLOTS:
     void conflictAnswersMeanWhatTheySay();
     void interruptedCopyWithoutQueueFileSaysWhatIsLeft();
     void missingWebFileSaysOnlyWhy();
+    void liveDrawingFitsTheTerminal();
 
 private:
     QString path(const QString &name) const { return QDir(m_dir.path()).filePath(name); }
@@ -716,6 +719,37 @@ void TestZKCommandLine::missingWebFileSaysOnlyWhy() {
     QVERIFY2(!output.contains("QNetworkReply"), output.constData());
     QCOMPARE(QDir(out).entryList(QDir::Files | QDir::Hidden), QStringList{"gone.bin"});
     QCOMPARE(readFile(out + "/gone.bin"), QByteArray("kept"));
+}
+
+void TestZKCommandLine::liveDrawingFitsTheTerminal() {
+    // Each drawing goes back over the one before, which it can do only
+    // within the screen: a queue longer than the terminal shows what fits.
+    const QString script = QStandardPaths::findExecutable(QStringLiteral("script"));
+    if (script.isEmpty()) {
+        QSKIP("script (util-linux) is missing");
+    }
+    QDir(m_dir.path()).mkpath("live");
+    QString command = QStringLiteral("stty rows 10 cols 100; exec '%1' copy").arg(FERROWICK_CLI);
+    for (int i = 0; i < 30; ++i) {
+        const QString source = path(QStringLiteral("live/f%1").arg(i));
+        QVERIFY(writeFile(source, randomBytes(20000, i)));
+        command += QStringLiteral(" '%1'").arg(source);
+    }
+    command += QStringLiteral(" '%1' --limit 1M").arg(path("live-out"));
+    QProcess process;
+    process.setProcessEnvironment(m_environment);
+    process.start(script, {"-qfec", command, "/dev/null"});
+    QVERIFY(process.waitForFinished(120000));
+    const QByteArray output = process.readAll();
+    QVERIFY2(process.exitCode() == 0 && output.contains("more tasks not shown"),
+             output.constData());
+    const QRegularExpression up(QStringLiteral("\x1b\\[(\\d+)F"));
+    int drawings = 0;
+    for (const auto &match : up.globalMatch(QString::fromUtf8(output))) {
+        ++drawings;
+        QVERIFY2(match.captured(1).toInt() < 10, qPrintable(match.captured(0).mid(1)));
+    }
+    QVERIFY2(drawings > 0, output.constData());
 }
 
 int main(int argc, char **argv) {
