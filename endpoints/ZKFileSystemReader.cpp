@@ -1114,6 +1114,9 @@ std::shared_ptr<ZKWriter> ZKFileSystemReader::asWriter() {
     auto writer = std::make_shared<ZKFileSystemWriter>(m_url, m_isDirectory,
                                                        ZKFileSystemWriter::DeferredBookmark);
     writer->setBookmark(m_bookmark);
+    // Removed, say, where it was found: not through a link that took the
+    // place of its folder since.
+    writer->setFolder(m_folder, m_nameInFolder);
     return writer;
 }
 

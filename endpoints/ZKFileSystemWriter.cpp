@@ -326,6 +326,13 @@ ZKFolderHandle::Place ZKFileSystemWriter::placeOfChild(const QString &name) cons
         childPath(name));
 }
 
+void ZKFileSystemWriter::setFolder(const std::weak_ptr<ZKFolderHandle> &folder,
+                                   const QByteArray &name) {
+    const bool plain = ZKFolderHandle::isPlainName(name);
+    m_folder = plain ? folder : std::weak_ptr<ZKFolderHandle>();
+    m_nameInFolder = plain ? name : QByteArray();
+}
+
 std::weak_ptr<ZKFolderHandle> ZKFileSystemWriter::folderHandle() const {
     std::lock_guard locker(m_folderHandleLock);
     return m_folderHandle;

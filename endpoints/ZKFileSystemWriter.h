@@ -91,6 +91,9 @@ public:
     }
     // Resolves the bookmark; unlike the reader, the writer keeps its own url.
     void acquireBookmark();
+    // The item is name in the folder whose handle this is: while the handle
+    // is held, the item is reached there rather than by its path.
+    void setFolder(const std::weak_ptr<ZKFolderHandle> &folder, const QByteArray &name);
     void releaseBookmark();
     bool startedAccessingSecurityScopedResource() const { return m_startedAccessing; }
 

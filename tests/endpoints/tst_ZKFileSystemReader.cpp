@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKBookmark.h"
 #include "ZKFileSystemReader.h"
+#include "ZKFileSystemWriter.h"
 #include "ZKTestSupport.h"
 
 #include <cerrno>
@@ -18,6 +19,7 @@
 #include <QTest>
 
 using ZKTestSupport::errorText;
+using ZKTestSupport::readFile;
 using ZKTestSupport::writeFile;
 
 namespace {
@@ -509,12 +511,13 @@ private Q_SLOTS:
 
     // A folder being read that is replaced by a link meanwhile does not send
     // the reading of its items elsewhere, whether they were found by a walk,
-    // a listing or by name.
+    // a listing or by name, nor their removal after a move.
     void folderReplacedByALinkIsNotGoneThrough_data() {
         QTest::addColumn<QString>("how");
         QTest::newRow("walk") << "walk";
         QTest::newRow("listing") << "listing";
         QTest::newRow("by name") << "name";
+        QTest::newRow("removed") << "removal";
     }
 
     void folderReplacedByALinkIsNotGoneThrough() {
@@ -546,6 +549,14 @@ private Q_SLOTS:
             child = reader->childWithName("a.txt");
         }
         QCOMPARE(names, QStringList{"a.txt"});
+        if (how == "removal") {
+            const ZKWriterPtr writer = child->asWriter();
+            QVERIFY2(writer->remove([] { return false; }), qPrintable(errorText(*writer)));
+            reader->close();
+            QVERIFY(!QFile::exists(root + "/moved/a.txt"));
+            QCOMPARE(readFile(root + "/elsewhere/a.txt"), QByteArray("elsewhere"));
+            return;
+        }
         QVERIFY2(child->open(), qPrintable(errorText(*child)));
         QCOMPARE(child->readBlock(), QByteArray("original"));
         child->close();
