@@ -11,6 +11,7 @@
 #include "ZKLogging.h"
 #include "ZKPartialFile.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -45,7 +46,11 @@ QByteArray joinPath(const QByteArray &parent, const QByteArray &name) {
 // Names that are not valid UTF-8 cannot travel through a QString or a QUrl and
 // back; such an item would be silently lost on the way.
 bool isRepresentable(const QByteArray &raw) {
-    return QFile::encodeName(QFile::decodeName(raw)) == raw;
+    // Most names are plain ASCII, which always makes the trip: asked for
+    // every item of every walk, they are spared the two conversions.
+    const bool ascii =
+        std::all_of(raw.cbegin(), raw.cend(), [](char c) { return uchar(c) < 0x80; });
+    return ascii || QFile::encodeName(QFile::decodeName(raw)) == raw;
 }
 
 QUrl urlForPath(const QByteArray &path) {
