@@ -12,6 +12,8 @@
 #include "ZKHttpServers.h"
 #include "ZKPreferences.h"
 #include "ZKReaderFactory.h"
+#include "ZKScriptedPresenter.h"
+#include "ZKTaskQuestions.h"
 #include "ZKTaskState.h"
 #include "ZKTestSupport.h"
 #include "ZKTrustedCertificates.h"
@@ -22,6 +24,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QNetworkReply>
+#include <QScopeGuard>
 #include <QSslSocket>
 #include <QTemporaryDir>
 #include <QTest>
@@ -142,15 +145,16 @@ private Q_SLOTS:
         // The row's resume badge.
         QCOMPARE(task->isResumable(), ranges);
 
-        QStringList asked;
-        task->setPreExistingDestinationHandler([&asked](const ZKFileInfo &info) {
-            asked << info.url.fileName();
-            return ZKFileResponseSkip;
-        });
+        // Asked through a queue's line of questions, as a queued task is.
+        ZKScriptedPresenter presenter;
+        ZKQuestionPresenter::setShared(&presenter);
+        const auto restore = qScopeGuard([] { ZKQuestionPresenter::setShared(nullptr); });
+        const ZKTaskQuestions questions(nullptr);
+        task->setQuestions(questions);
         task->reset();
         runTask(*task);
         QVERIFY2(task->state() == S::Completed, qUtf8Printable(errorText(*task)));
-        QCOMPARE(asked, QStringList());
+        QVERIFY2(presenter.questions().isEmpty(), qUtf8Printable(presenter.messages().join('\n')));
         QCOMPARE(ZKTestSupport::readFile(out(QStringLiteral("data.bin"))), m_data);
         if (ranges) {
             const QByteArray resumed =
