@@ -396,9 +396,8 @@ void ZKFileSystemReader::setUrlAndFilename(const QUrl &url) {
 
 void ZKFileSystemReader::setFolder(const std::weak_ptr<ZKFolderHandle> &folder,
                                    const QByteArray &name) {
-    const bool plain = ZKFolderHandle::isPlainName(name);
-    m_folder = plain ? folder : std::weak_ptr<ZKFolderHandle>();
-    m_nameInFolder = plain ? name : QByteArray();
+    m_folder = folder;
+    m_nameInFolder = name;
 }
 
 ZKFolderHandle::Place ZKFileSystemReader::place() const {
@@ -1073,9 +1072,7 @@ std::optional<ZKFileInfo> ZKFileSystemReader::fileInfoForChild(const QString &na
     const QByteArray path = encodedPath();
     const QByteArray encodedName = QFile::encodeName(name);
     const QByteArray childPath = joinPath(path, encodedName);
-    const ZKFolderHandle::Place item(
-        m_folderHandle, ZKFolderHandle::isPlainName(encodedName) ? encodedName : QByteArray(),
-        childPath);
+    const ZKFolderHandle::Place item(m_folderHandle, encodedName, childPath);
     struct stat status {};
     if (::fstatat(item.folder(), item.name(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
         return std::nullopt;

@@ -257,14 +257,14 @@ std::shared_ptr<ZKFileSystemWriter> ZKFileSystemWriter::childWriter(const QStrin
     if (ZKFolderHandle::isPlainName(encodedName) && !m_path.isEmpty()) {
         // Made for every file of a copy: what a plain name and this
         // folder's path already say is not worked out of the url again.
-        child->m_encodedPath = childPath(name);
+        child->m_encodedPath = childPathOf(encodedName);
         child->m_path = QFile::decodeName(child->m_encodedPath);
         child->m_url = QUrl::fromLocalFile(child->m_path);
         child->m_filename = QFile::decodeName(encodedName);
         child->m_folder = folderHandle();
         child->m_nameInFolder = encodedName;
     } else {
-        child->setUrlAndFilename(QUrl::fromLocalFile(QFile::decodeName(childPath(name))));
+        child->setUrlAndFilename(QUrl::fromLocalFile(QFile::decodeName(childPathOf(encodedName))));
     }
     child->m_isDirectory = isDirectory;
     child->m_refusesLinks = true;
@@ -319,18 +319,17 @@ ZKFolderHandle::Place ZKFileSystemWriter::place() const {
     return ZKFolderHandle::Place(m_folder, m_nameInFolder, m_encodedPath);
 }
 
-ZKFolderHandle::Place ZKFileSystemWriter::placeOfChild(const QString &name) const {
+ZKFolderHandle::Place ZKFileSystemWriter::placeOfChild(const QString &name,
+                                                       QByteArray *path) const {
     const QByteArray encodedName = QFile::encodeName(name);
-    return ZKFolderHandle::Place(
-        folderHandle(), ZKFolderHandle::isPlainName(encodedName) ? encodedName : QByteArray(),
-        childPath(name));
+    *path = childPathOf(encodedName);
+    return ZKFolderHandle::Place(folderHandle(), encodedName, *path);
 }
 
 void ZKFileSystemWriter::setFolder(const std::weak_ptr<ZKFolderHandle> &folder,
                                    const QByteArray &name) {
-    const bool plain = ZKFolderHandle::isPlainName(name);
-    m_folder = plain ? folder : std::weak_ptr<ZKFolderHandle>();
-    m_nameInFolder = plain ? name : QByteArray();
+    m_folder = folder;
+    m_nameInFolder = name;
 }
 
 std::weak_ptr<ZKFolderHandle> ZKFileSystemWriter::folderHandle() const {
@@ -346,9 +345,9 @@ QString ZKFileSystemWriter::path() const {
     return m_path;
 }
 
-QByteArray ZKFileSystemWriter::childPath(const QString &name) const {
+QByteArray ZKFileSystemWriter::childPathOf(const QByteArray &encodedName) const {
     const QByteArray &parent = m_encodedPath;
-    return (parent.endsWith('/') ? parent : parent + '/') + QFile::encodeName(name);
+    return (parent.endsWith('/') ? parent : parent + '/') + encodedName;
 }
 
 QVariantMap ZKFileSystemWriter::asPropertyList() const {
@@ -670,9 +669,9 @@ std::shared_ptr<ZKWriter> ZKFileSystemWriter::createLink(const QString &name,
         setError(ZKEndpointErrors::error(ZKEndpointErrors::CannotCreateLinkIn, {path()}));
         return nullptr;
     }
-    const QByteArray child = childPath(name);
+    QByteArray child;
+    const ZKFolderHandle::Place item = placeOfChild(name, &child);
     const QByteArray wanted = QFile::encodeName(target);
-    const ZKFolderHandle::Place item = placeOfChild(name);
 
     struct stat status {};
     if (::fstatat(item.folder(), item.name(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
@@ -696,8 +695,8 @@ std::shared_ptr<ZKWriter> ZKFileSystemWriter::createLink(const QString &name,
 }
 
 bool ZKFileSystemWriter::removeFile(const QString &name) {
-    const QByteArray child = childPath(name);
-    const ZKFolderHandle::Place item = placeOfChild(name);
+    QByteArray child;
+    const ZKFolderHandle::Place item = placeOfChild(name, &child);
     QByteArray failedPath;
     const int number = removeItem(item.folder(), item.name(), child, &failedPath);
     if (number != 0) {
@@ -714,10 +713,10 @@ bool ZKFileSystemWriter::removeFile(const QString &name) {
 }
 
 bool ZKFileSystemWriter::renameItem(const QString &from, const QString &to, bool replace) {
-    const QByteArray fromPath = childPath(from);
-    const QByteArray toPath = childPath(to);
-    const ZKFolderHandle::Place fromItem = placeOfChild(from);
-    const ZKFolderHandle::Place toItem = placeOfChild(to);
+    QByteArray fromPath;
+    QByteArray toPath;
+    const ZKFolderHandle::Place fromItem = placeOfChild(from, &fromPath);
+    const ZKFolderHandle::Place toItem = placeOfChild(to, &toPath);
     // One step that no reader can catch half done, and that keeps what the
     // user has under that name unless told to replace it.
     int result = ::renameat2(fromItem.folder(), fromItem.name(), toItem.folder(), toItem.name(),

@@ -101,12 +101,13 @@ private:
     void setUrlAndFilename(const QUrl &url);
     void closeHandle();
     QString path() const;
-    QByteArray childPath(const QString &name) const;
+    QByteArray childPathOf(const QByteArray &encodedName) const;
     // A writer for an item made inside this folder: see m_refusesLinks.
     std::shared_ptr<ZKFileSystemWriter> childWriter(const QString &name, bool isDirectory);
     ZKFolderHandle::Place place() const;
-    // Where the item name inside this folder is found.
-    ZKFolderHandle::Place placeOfChild(const QString &name) const;
+    // Where the item name inside this folder is found; its full path goes
+    // to path, for messages.
+    ZKFolderHandle::Place placeOfChild(const QString &name, QByteArray *path) const;
     std::weak_ptr<ZKFolderHandle> folderHandle() const;
     struct MadeInside;
     std::shared_ptr<MadeInside> madeInside() const;

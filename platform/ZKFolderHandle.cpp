@@ -29,7 +29,7 @@ int budget() {
 
 ZKFolderHandle::Place::Place(const std::weak_ptr<ZKFolderHandle> &folder, const QByteArray &name,
                              const QByteArray &path)
-    : m_held(name.isEmpty() ? nullptr : folder.lock())
+    : m_held(isPlainName(name) ? folder.lock() : nullptr)
     , m_folder(m_held ? m_held->descriptor() : AT_FDCWD)
     , m_name(m_held ? name : path) {}
 

@@ -21,8 +21,9 @@ public:
     // path. Keeps the handle open for as long as the place lives.
     class Place {
     public:
-        // name: the item's name in the watched folder (empty when it has
-        // none there); path: its full path.
+        // name: the item's name in the watched folder (empty, or not a
+        // plain name, when it is to be found by its path); path: its full
+        // path.
         Place(const std::weak_ptr<ZKFolderHandle> &folder, const QByteArray &name,
               const QByteArray &path);
         Place(const Place &) = delete;
