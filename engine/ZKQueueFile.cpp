@@ -333,59 +333,72 @@ bool refuseFile(const QString &path, QString reason, ZKError *error) {
 }
 } // namespace
 
-bool ZKQueueFile::readPropertyListFromFile(const QString &path, QVariantMap *plist, ZKError *error,
-                                           const EntryBlock &entry) {
-    auto fail = [&](const QString &reason) {
-        return refuseFile(path, reason, error);
-    };
-    QFile file(path);
+bool ZKQueueFile::readCheckedFile(QFile &file, QVariantMap *plist,
+                                  ZKPropertyListSerialization::ElementPlaces *places,
+                                  const EntryBlock &entry, ZKError *error) {
+    const QString path = file.fileName();
     if (!file.open(QIODevice::ReadOnly)) {
-        return fail(file.errorString());
+        return refuseFile(path, file.errorString(), error);
     }
     if (file.size() > ZKPropertyListSerialization::maximumDataSize) {
-        return fail(ZKQueueFileErrors::text(ZKQueueFileErrors::TooLargeForQueue));
+        return refuseFile(path, ZKQueueFileErrors::text(ZKQueueFileErrors::TooLargeForQueue),
+                          error);
     }
-    // Streamed, as a queue is opened: neither the file's text nor a tree of
-    // it is held beside the values.
-    QVariantList entries;
-    QString taskProblem; // of a streamed entry, which the checks below do not see
-    ZKPropertyListSerialization::ElementPlaces places;
+    // A streamed entry is checked as it passes: the checks below see none.
+    QString taskProblem;
     ZKError parseError;
-    QVariant value = ZKPropertyListSerialization::propertyListFromFile(
+    const QVariant value = ZKPropertyListSerialization::propertyListFromFile(
         &file, kTasks,
         [&](qsizetype i, const QVariant &element) {
-            if (taskProblem.isEmpty()) {
-                taskProblem = taskEntryProblem(i, element);
+            if (!taskProblem.isEmpty()) {
+                return;
             }
-            if (entry) {
+            taskProblem = taskEntryProblem(i, element);
+            if (taskProblem.isEmpty()) {
                 entry(i, element);
-            } else {
-                entries.append(element);
             }
         },
-        &places, &parseError);
+        places, &parseError);
     if (!value.isValid()) {
-        return fail(parseError.localizedDescription());
+        return refuseFile(path, parseError.localizedDescription(), error);
     }
     if (value.typeId() != QMetaType::QVariantMap) {
-        return fail(ZKQueueFileErrors::text(ZKQueueFileErrors::NotAQueue));
+        return refuseFile(path, ZKQueueFileErrors::text(ZKQueueFileErrors::NotAQueue), error);
     }
-    QVariantMap read = value.toMap();
-    value.clear();
+    *plist = value.toMap();
     QString reason;
-    if (!validatePropertyList(read, &reason)) {
-        return fail(reason);
+    if (!validatePropertyList(*plist, &reason)) {
+        return refuseFile(path, reason, error);
     }
     if (!taskProblem.isEmpty()) {
-        return fail(taskProblem);
+        return refuseFile(path, taskProblem, error);
     }
-    if (places.isStreamed) {
-        read.insert(kTasks, entries);
+    return true;
+}
+
+bool ZKQueueFile::readPropertyListFromFile(const QString &path, QVariantMap *plist, ZKError *error,
+                                           const EntryBlock &entry) {
+    // Streamed, as a queue is opened: neither the file's text nor a tree of
+    // it is held beside the values.
+    QFile file(path);
+    QVariantList entries;
+    ZKPropertyListSerialization::ElementPlaces places;
+    QVariantMap read;
+    const EntryBlock collect = [&](qsizetype, const QVariant &element) {
+        entries.append(element);
+    };
+    if (!readCheckedFile(file, &read, &places, entry ? entry : collect, error)) {
+        return false;
     }
-    if (entry) {
-        // A file of another shape came back whole: its entries go the same way.
-        const QVariantList whole = read.take(kTasks).toList();
+    if (!entry) {
+        if (places.isStreamed) {
+            read.insert(kTasks, entries);
+        }
+    } else {
         if (!places.isStreamed) {
+            // A file of another shape came back whole: its entries go the
+            // same way.
+            const QVariantList whole = read.value(kTasks).toList();
             for (qsizetype i = 0; i < whole.size(); ++i) {
                 entry(i, whole[i]);
             }
@@ -652,48 +665,23 @@ bool ZKQueueFile::readFromFile(const QString &path, ZKError *error) {
     // checks in the same order, but the task entries are read one at a time:
     // once to check them all before anything changes, once to load each.
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return refuseFile(path, file.errorString(), error);
-    }
-    if (file.size() > ZKPropertyListSerialization::maximumDataSize) {
-        return refuseFile(path, ZKQueueFileErrors::text(ZKQueueFileErrors::TooLargeForQueue),
-                          error);
-    }
-    QString taskProblem;
     QList<ZKTaskPtr> madeAhead; // by entry
     ZKCopyTask::Destinations destinations;
     ZKPropertyListSerialization::ElementPlaces places;
-    ZKError parseError;
-    const QVariant value = ZKPropertyListSerialization::propertyListFromFile(
-        &file, kTasks,
+    QVariantMap plist;
+    const bool read = readCheckedFile(
+        file, &plist, &places,
         [&](qsizetype i, const QVariant &entry) {
-            if (!taskProblem.isEmpty()) {
-                return;
-            }
-            taskProblem = taskEntryProblem(i, entry);
             // Made while the entry is at hand, so that a long queue's text is
             // not read twice. One that cannot be made waits for the loader,
             // which gives the reason.
-            if (taskProblem.isEmpty()) {
-                QString reason;
-                madeAhead.resize(i + 1);
-                madeAhead[i] = taskFromEntry(entry, &reason, &destinations);
-            }
+            QString reason;
+            madeAhead.resize(i + 1);
+            madeAhead[i] = taskFromEntry(entry, &reason, &destinations);
         },
-        &places, &parseError);
-    if (!value.isValid()) {
-        return refuseFile(path, parseError.localizedDescription(), error);
-    }
-    if (value.typeId() != QMetaType::QVariantMap) {
-        return refuseFile(path, ZKQueueFileErrors::text(ZKQueueFileErrors::NotAQueue), error);
-    }
-    const QVariantMap plist = value.toMap();
-    QString reason;
-    if (!validatePropertyList(plist, &reason)) {
-        return refuseFile(path, reason, error);
-    }
-    if (!taskProblem.isEmpty()) {
-        return refuseFile(path, taskProblem, error);
+        error);
+    if (!read) {
+        return false;
     }
     m_document.setFileName(path);
     if (!places.isStreamed) {

@@ -4,6 +4,7 @@
 
 #include "ZKCopyTask.h"
 #include "ZKError.h"
+#include "ZKPropertyListSerialization.h"
 #include "ZKTask.h"
 
 #include <QElapsedTimer>
@@ -88,6 +89,14 @@ public:
     void noteProgress(bool taskEnded);
 
 private:
+    // Opens and reads a queue file with every check, in the order opening a
+    // queue makes them. The task entries of an XML file are streamed to
+    // entry, which is called only while none has failed its check, and come
+    // back as an empty "Tasks" with places->isStreamed; a file of another
+    // shape comes back whole.
+    static bool readCheckedFile(QFile &file, QVariantMap *plist,
+                                ZKPropertyListSerialization::ElementPlaces *places,
+                                const EntryBlock &entry, ZKError *error);
     QVariantMap settingsAsPropertyList() const; // without the tasks
     QVariantList tasksAsPropertyList() const;
     // Where each saved "Tasks" entry comes from: the index of its task, or
