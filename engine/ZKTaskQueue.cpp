@@ -285,6 +285,13 @@ void ZKTaskQueue::insertTasks(const QList<ZKTaskPtr> &tasks, ZKIndexList indexes
         ZKIndexList placedAt;
         QList<std::pair<qsizetype, ZKTaskPtr>> joining; // each place as it is given
         bool inOrder = true;
+        // A reopened queue comes in at once: grown step by step, the tables
+        // would be rebuilt again and again.
+        fresh.reserve(n);
+        placedAt.reserve(n);
+        joining.reserve(n);
+        added.reserve(n);
+        m_entries.reserve(m_entries.size() + n);
         for (qsizetype i = 0; i < n; ++i) {
             const ZKTaskPtr &task = tasks[i];
             if (!task || m_entries.contains(task.get()) || fresh.contains(task.get())) {

@@ -7,12 +7,16 @@
 
 #include <algorithm>
 #include <cctype>
+#include <condition_variable>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <iterator>
 #include <limits>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <thread>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -1811,47 +1815,201 @@ QVariant variantFromHead(plist_t root, const QString &arrayKey, const Problem &e
 
 } // namespace
 
+namespace {
+
+// The texts of elements found on one thread and read on another. They go
+// over in batches, so that a long file costs few wake-ups, and only a few
+// batches wait at a time, so that a slow reader does not make the finder
+// hold the whole file. Only bytes cross: memory is given back by the thread
+// that took it.
+class ElementChannel {
+public:
+    struct Batch {
+        QByteArray texts;
+        QList<qint64> offsets;
+        QList<qsizetype> ends; // in texts
+    };
+
+    void put(qint64 offset, QByteArrayView text) {
+        m_filling.texts.append(text);
+        m_filling.offsets.append(offset);
+        m_filling.ends.append(m_filling.texts.size());
+        if (m_filling.offsets.size() >= batchSize) {
+            pass();
+        }
+    }
+
+    void close() {
+        pass();
+        const std::lock_guard lock(m_mutex);
+        m_isClosed = true;
+        m_changed.notify_all();
+    }
+
+    // The next batch; false once the finder has closed and all are taken.
+    bool take(Batch *batch) {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(lock, [&] { return !m_ready.empty() || m_isClosed; });
+        if (m_ready.empty()) {
+            return false;
+        }
+        *batch = std::move(m_ready.front());
+        m_ready.pop_front();
+        m_changed.notify_all();
+        return true;
+    }
+
+private:
+    static constexpr qsizetype batchSize = 256;
+    static constexpr size_t maximumWaiting = 4;
+
+    void pass() {
+        if (m_filling.offsets.isEmpty()) {
+            return;
+        }
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(lock, [&] { return m_ready.size() < maximumWaiting; });
+        m_ready.push_back(std::move(m_filling));
+        m_filling = {};
+        m_changed.notify_all();
+    }
+
+    Batch m_filling; // the finder's alone
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::deque<Batch> m_ready;
+    bool m_isClosed = false;
+};
+
+// What the finder made of a file: the streamed array's head, or the value
+// read whole (null after an error).
+struct Found {
+    bool isStreamed = false;
+    QByteArray head;
+    QVariant whole;
+};
+
+Found findElements(QIODevice *file, const QString &arrayKey,
+                   const std::function<void(qint64 offset, QByteArrayView text)> &found,
+                   ZKError *error);
+
+// Reads the elements the finder found, in their order, and the head once
+// all are found.
+class ElementReading {
+public:
+    ElementReading(const QString &arrayKey,
+                   const std::function<void(qsizetype, const QVariant &)> &element,
+                   ZKPropertyListSerialization::ElementPlaces *places)
+        : m_arrayKey(arrayKey)
+        , m_element(element)
+        , m_places(places) {}
+
+    void read(qint64 offset, QByteArrayView text) {
+        const qsizetype index = m_places->offsets.size();
+        m_places->offsets.append(offset);
+        m_places->lengths.append(text.size());
+        // After the first problem the answer is known; the rest is only
+        // walked for the checks of the text.
+        if (m_hasProblem || !m_isEveryReadable) {
+            return;
+        }
+        bool isReadable = false;
+        const QVariant value = variantFromElement(text, m_arrayKey, index, &m_problem, &isReadable);
+        m_isEveryReadable = isReadable;
+        if (!value.isValid()) {
+            m_hasProblem = isReadable;
+            return;
+        }
+        m_element(index, value);
+    }
+
+    QVariant finish(const Found &found, ZKError *error) {
+        if (!found.isStreamed) {
+            *m_places = {};
+            return found.whole;
+        }
+        plist_t parsed = nullptr;
+        plist_from_xml(found.head.constData(), uint32_t(found.head.size()), &parsed);
+        const PlistPointer root(parsed);
+        if (!root || !m_isEveryReadable) {
+            setError(error, ZKPropertyListErrors::NotPropertyList);
+            return {};
+        }
+        Problem problem;
+        QVariant result = variantFromHead(parsed, m_arrayKey, m_problem, m_hasProblem, &problem);
+        if (!result.isValid()) {
+            setError(error, problem);
+            return {};
+        }
+        m_places->isStreamed = true;
+        return result;
+    }
+
+private:
+    const QString &m_arrayKey;
+    const std::function<void(qsizetype, const QVariant &)> &m_element;
+    ZKPropertyListSerialization::ElementPlaces *m_places;
+    Problem m_problem;
+    bool m_hasProblem = false;
+    bool m_isEveryReadable = true;
+};
+
+} // namespace
+
 QVariant ZKPropertyListSerialization::propertyListFromFile(
     QIODevice *file, const QString &arrayKey,
     const std::function<void(qsizetype, const QVariant &)> &element, ElementPlaces *places,
     ZKError *error) {
     *places = {};
+    ElementReading reading(arrayKey, element, places);
+    // A long file's elements are found on a thread of its own while this one
+    // reads those already found.
+    constexpr qint64 aloneBelow = 4 * 1024 * 1024;
+    if (file->size() < aloneBelow) {
+        const Found found = findElements(
+            file, arrayKey, [&](qint64 offset, QByteArrayView text) { reading.read(offset, text); },
+            error);
+        return reading.finish(found, error);
+    }
+    ElementChannel channel;
+    Found found;
+    std::thread finder([&] {
+        found = findElements(
+            file, arrayKey, [&](qint64 offset, QByteArrayView text) { channel.put(offset, text); },
+            error);
+        channel.close();
+    });
+    ElementChannel::Batch batch;
+    while (channel.take(&batch)) {
+        for (qsizetype i = 0, start = 0; i < batch.offsets.size(); start = batch.ends[i++]) {
+            reading.read(batch.offsets[i],
+                         QByteArrayView(batch.texts).sliced(start, batch.ends[i] - start));
+        }
+    }
+    finder.join();
+    return reading.finish(found, error);
+}
+
+namespace {
+
+Found findElements(QIODevice *file, const QString &arrayKey,
+                   const std::function<void(qint64 offset, QByteArrayView text)> &found,
+                   ZKError *error) {
+    using Serialization = ZKPropertyListSerialization;
     const auto readWhole = [&] {
-        *places = {};
         if (!file->seek(0)) {
             setError(error, ZKPropertyListErrors::NotRead);
-            return QVariant();
+            return Found();
         }
-        return propertyListFromData(file->readAll(), error);
+        return Found{false, {}, Serialization::propertyListFromData(file->readAll(), error)};
     };
     const QByteArray start = file->peek(8);
     if (start.isEmpty() || plist_is_binary(start.constData(), uint32_t(start.size())) ||
-        file->size() > maximumDataSize) {
+        file->size() > Serialization::maximumDataSize) {
         return readWhole();
     }
 
-    Problem elementProblem;
-    bool hasElementProblem = false;
-    bool isEveryElementReadable = true;
-    ElementLocator locator(arrayKey, [&](qint64 offset, QByteArrayView text) {
-        const qsizetype index = places->offsets.size();
-        places->offsets.append(offset);
-        places->lengths.append(text.size());
-        // After the first problem the answer is known; the rest is only
-        // walked for the checks of the text.
-        if (hasElementProblem || !isEveryElementReadable) {
-            return;
-        }
-        bool isReadable = false;
-        const QVariant value =
-            variantFromElement(text, arrayKey, index, &elementProblem, &isReadable);
-        isEveryElementReadable = isReadable;
-        if (!value.isValid()) {
-            hasElementProblem = isReadable;
-            return;
-        }
-        element(index, value);
-    });
+    ElementLocator locator(arrayKey, found);
     // The checker reads as propertyListFromData() does. While the text is
     // ASCII alone both readers see the same characters and the locator is
     // unfit for whatever the checker would refuse, so the checker starts
@@ -1887,7 +2045,7 @@ QVariant ZKPropertyListSerialization::propertyListFromFile(
             checked = checker.feed(piece, &problem);
             if (checked == XmlChecker::Failed) {
                 setError(error, problem);
-                return {};
+                return Found();
             }
         }
         located = locator.feed(piece);
@@ -1896,23 +2054,10 @@ QVariant ZKPropertyListSerialization::propertyListFromFile(
         }
     }
 
-    const QByteArray head = locator.takeHead();
-    plist_t parsed = nullptr;
-    plist_from_xml(head.constData(), uint32_t(head.size()), &parsed);
-    const PlistPointer root(parsed);
-    if (!root || !isEveryElementReadable) {
-        setError(error, ZKPropertyListErrors::NotPropertyList);
-        return {};
-    }
-    QVariant result =
-        variantFromHead(parsed, arrayKey, elementProblem, hasElementProblem, &problem);
-    if (!result.isValid()) {
-        setError(error, problem);
-        return {};
-    }
-    places->isStreamed = true;
-    return result;
+    return Found{true, locator.takeHead(), {}};
 }
+
+} // namespace
 
 QVariant ZKPropertyListSerialization::elementFromText(QByteArrayView text, ZKError *error) {
     Problem problem;

@@ -569,6 +569,24 @@ void tst_ZKPropertyListSerialization::streamedReadMatchesWholeRead_data() {
                         "/tmp/x</string><key>D</key>" + QByteArray("<array>").repeated(300) +
                             QByteArray("</array>").repeated(300) + "<key>E</key><string>")
         << true;
+
+    // Long enough for its elements to be read on a thread of their own: the
+    // same answer, the same errors, nothing lost between the threads.
+    QVariantList lots;
+    for (int i = 0; i < 12000; ++i) {
+        lots.append(many[i % many.size()]);
+    }
+    const QByteArray large = S::dataFromPropertyList(queueLike(lots));
+    QVERIFY(large.size() > 8 * 1024 * 1024);
+    const qsizetype last = large.lastIndexOf("/tmp/f150");
+    QTest::newRow("long") << large << true;
+    QTest::newRow("long, unreadable integer late")
+        << QByteArray(large).replace(large.lastIndexOf("<integer>"), 9, "<integer>x") << true;
+    QTest::newRow("long, other bytes late, then crossed tags")
+        << QByteArray(large)
+               .replace(last, 9, "/tmp/\xC3\xA9")
+               .replace(large.size() - 30, 9, "</dict>")
+        << true;
 }
 
 void tst_ZKPropertyListSerialization::streamedReadMatchesWholeRead() {
