@@ -9,8 +9,10 @@
 #include <QDir>
 #include <QHash>
 
+#include <algorithm>
 #include <typeinfo>
 #include <unordered_map>
+#include <vector>
 
 using S = ZKTaskState;
 
@@ -105,9 +107,8 @@ public:
         return found->second;
     }
 
-    QList<const ZKTask *> tasksNamed(const QString &name) const {
-        return m_byName.values(nameHash(name));
-    }
+    QList<const ZKTask *> tasksWithNameHash(size_t hash) const { return m_byName.values(hash); }
+    bool isEmpty() const { return m_byName.isEmpty(); }
 
 private:
     void file(const ZKTask &task) {
@@ -216,30 +217,18 @@ QStringList ZKTaskRegistry::refusals(const QList<Candidate> &candidates) {
         }
         return keys[i];
     };
-    // The candidates still looked for, by the last part of their source's
-    // address: only the tasks whose source ends alike are looked at, and
-    // their addresses spelt out.
-    struct Group {
-        QList<qsizetype> members;
-        QHash<QString, qsizetype> byKey;
-        bool keyed = false;
+    // The candidates still looked for, by the hash of the last part of their
+    // source's address: only the tasks whose source ends alike are looked at,
+    // and their addresses spelt out. Sorted runs rather than a table of
+    // groups, which cost a hundred thousand allocations on opening a long
+    // queue.
+    struct Member {
+        size_t hash;
+        qsizetype index;
+        auto operator<=>(const Member &) const = default;
     };
-    QHash<QString, Group> groups;
-    qsizetype remaining = 0;
-    auto keyGroup = [&](Group &group) {
-        if (group.keyed) {
-            return;
-        }
-        group.keyed = true;
-        for (const qsizetype i : std::as_const(group.members)) {
-            if (group.byKey.contains(keyOf(i))) {
-                reasons[i] = givenTwice(*candidates[i].source);
-                --remaining;
-            } else {
-                group.byKey.insert(keyOf(i), i);
-            }
-        }
-    };
+    std::vector<Member> members;
+    members.reserve(size_t(candidates.size()));
     QSet<const ZKTask *> themselves;
     for (qsizetype i = 0; i < candidates.size(); ++i) {
         const Candidate &candidate = candidates[i];
@@ -250,22 +239,58 @@ QStringList ZKTaskRegistry::refusals(const QList<Candidate> &candidates) {
         if (candidate.task) {
             themselves.insert(candidate.task);
         }
-        groups[lastName(candidate.source->url())].members.append(i);
-        ++remaining;
+        members.push_back({nameHash(lastName(candidate.source->url())), i});
     }
+    std::sort(members.begin(), members.end());
+    struct Group {
+        size_t hash;
+        qsizetype begin;
+        qsizetype end;
+        QHash<QString, qsizetype> byKey;
+        bool keyed = false;
+    };
+    std::vector<Group> groups;
+    for (qsizetype at = 0; at < qsizetype(members.size());) {
+        qsizetype end = at + 1;
+        while (end < qsizetype(members.size()) && members[end].hash == members[at].hash) {
+            ++end;
+        }
+        groups.push_back({members[at].hash, at, end, {}, false});
+        at = end;
+    }
+    qsizetype remaining = qsizetype(members.size());
+    auto keyGroup = [&](Group &group) {
+        if (group.keyed) {
+            return;
+        }
+        group.keyed = true;
+        // In the candidates' order: the later of two alike is refused.
+        for (qsizetype m = group.begin; m < group.end; ++m) {
+            const qsizetype i = members[m].index;
+            if (group.byKey.contains(keyOf(i))) {
+                reasons[i] = givenTwice(*candidates[i].source);
+                --remaining;
+            } else {
+                group.byKey.insert(keyOf(i), i);
+            }
+        }
+    };
     for (Group &group : groups) {
-        if (group.members.size() > 1) {
+        if (group.end - group.begin > 1) {
             keyGroup(group);
         }
     }
     for (const ZKFerrowickDocument *document : std::as_const(openQueues())) {
         const ZKTaskQueue &queue = document->taskQueue();
         const NameIndex &index = NameIndex::of(queue);
-        for (auto group = groups.begin(); group != groups.end(); ++group) {
+        if (index.isEmpty()) {
+            continue;
+        }
+        for (Group &group : groups) {
             if (remaining == 0) {
                 return reasons;
             }
-            for (const ZKTask *address : index.tasksNamed(group.key())) {
+            for (const ZKTask *address : index.tasksWithNameHash(group.hash)) {
                 // The index only points the way: what counts is the task as
                 // the queue holds it now.
                 const ZKTaskPtr task = queue.taskWithAddress(address);
@@ -277,11 +302,11 @@ QStringList ZKTaskRegistry::refusals(const QList<Candidate> &candidates) {
                 if (!source || !destination) {
                     continue;
                 }
-                keyGroup(*group);
-                const auto found = group->byKey.constFind(transferKey(*source, *destination));
-                if (found != group->byKey.cend()) {
+                keyGroup(group);
+                const auto found = group.byKey.constFind(transferKey(*source, *destination));
+                if (found != group.byKey.cend()) {
                     reasons[*found] = alreadyQueued(*candidates[*found].source, *document);
-                    group->byKey.erase(found);
+                    group.byKey.erase(found);
                     --remaining;
                 }
             }
@@ -294,8 +319,10 @@ QStringList ZKTaskRegistry::refusalsForTasks(const QList<ZKTaskPtr> &tasks) {
     QList<Candidate> candidates;
     candidates.reserve(tasks.size());
     for (const ZKTaskPtr &task : tasks) {
-        candidates.append(task ? Candidate{task->source(), task->destination(), task.get()}
-                               : Candidate{});
+        // An ended task is never refused: its endpoints are not even taken.
+        candidates.append(task && !hasEnded(task->state())
+                              ? Candidate{task->source(), task->destination(), task.get()}
+                              : Candidate{});
     }
     return refusals(candidates);
 }
