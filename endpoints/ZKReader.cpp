@@ -19,6 +19,15 @@ ZKEnumerationResult ZKReader::enumerateContentsOfFileWithBlock(const DataBlock &
     return result;
 }
 
+const ZKOptionalError ZKReader::noError;
+
+void ZKReader::setError(ZKError error) {
+    if (!m_error) {
+        m_error = std::make_unique<ZKOptionalError>();
+    }
+    *m_error = std::move(error);
+}
+
 bool ZKReader::isEqual(const ZKReader &other) const {
     return typeid(*this) == typeid(other) && url() == other.url();
 }

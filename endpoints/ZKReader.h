@@ -113,7 +113,7 @@ public:
     // closed; endpoints with nothing to follow keep their address.
     virtual void acquireBookmark() {}
 
-    const ZKOptionalError &error() const { return m_error; }
+    const ZKOptionalError &error() const { return m_error ? *m_error : noError; }
 
     // What enumerateFileInfoWithBlock finds out about access to each item
     // (both unless told otherwise); the other flag is then left false. A
@@ -134,11 +134,19 @@ public:
     QString description() const { return url().path(); }
 
 protected:
-    void setError(ZKError error) { m_error = std::move(error); }
-    void clearError() { m_error.reset(); }
+    void setError(ZKError error);
+    void clearError() {
+        if (m_error) {
+            m_error->reset();
+        }
+    }
 
 private:
-    ZKOptionalError m_error;
+    static const ZKOptionalError noError;
+    // Out of line: most readers of a queue never fail. Once made it stays
+    // until the reader goes, so that an error() another thread holds stays
+    // valid as it does for any other member.
+    std::unique_ptr<ZKOptionalError> m_error;
     int m_walkAccessChecks = ReadAccessCheck | WriteAccessCheck;
     bool m_walkReportsFileStatus = true;
 };
