@@ -358,6 +358,9 @@ ZKFileSystemReader::ZKFileSystemReader(const QUrl &url) {
     setUrlAndFilename(url);
     if (m_url.isLocalFile()) {
         m_bookmark = ZKBookmark::create(m_url.toLocalFile());
+        // Written in growing steps: kept by every waiting task, the room left
+        // over would cost a third of it again.
+        m_bookmark.squeeze();
     }
 }
 
@@ -373,9 +376,9 @@ ZKFileSystemReader::ZKFileSystemReader(const QVariantMap &propertyList) {
 }
 
 ZKFileSystemReader::ZKFileSystemReader(const QUrl &url, const QString &skipReason, UncopyableTag)
-    : m_bookmarkDeferred(true)
-    , m_skipReason(skipReason) {
+    : m_bookmarkDeferred(true) {
     setUrlAndFilename(url);
+    rare().skipReason = skipReason;
     markUncopyable();
 }
 
@@ -386,38 +389,61 @@ ZKFileSystemReader::~ZKFileSystemReader() {
 void ZKFileSystemReader::setUrlAndFilename(const QUrl &url) {
     // "/a/b/" and "/a/b" are one item; the slash would also hide the name.
     m_url = url.path() == QLatin1String("/") ? url : url.adjusted(QUrl::StripTrailingSlash);
-    m_filename = m_url.fileName();
-    // Asked for at every open and for every child of a walk.
-    m_encodedPath = QFile::encodeName(m_url.toLocalFile());
+    if (m_open) {
+        m_open->path.clear();
+    }
     // Another path: the folder it was found in may no longer hold it.
-    m_folder.reset();
-    m_nameInFolder.clear();
+    if (m_rare) {
+        m_rare->folder.reset();
+        m_rare->nameInFolder.clear();
+    }
+}
+
+ZKFileSystemReader::Rare &ZKFileSystemReader::rare() {
+    if (!m_rare) {
+        m_rare = std::make_unique<Rare>();
+    }
+    return *m_rare;
+}
+
+ZKFileSystemReader::OpenItem &ZKFileSystemReader::openItem() {
+    if (!m_open) {
+        m_open = std::make_unique<OpenItem>();
+    }
+    return *m_open;
 }
 
 void ZKFileSystemReader::setFolder(const std::weak_ptr<ZKFolderHandle> &folder,
                                    const QByteArray &name) {
-    m_folder = folder;
-    m_nameInFolder = name;
+    // Without a name it is looked up by its path: nothing to keep.
+    if (name.isEmpty() && !m_rare) {
+        return;
+    }
+    Rare &kept = rare();
+    kept.folder = folder;
+    kept.nameInFolder = name;
 }
 
 ZKFolderHandle::Place ZKFileSystemReader::place() const {
-    return ZKFolderHandle::Place(m_folder, m_nameInFolder, m_encodedPath);
+    static const std::weak_ptr<ZKFolderHandle> none;
+    return m_rare ? ZKFolderHandle::Place(m_rare->folder, m_rare->nameInFolder, encodedPath())
+                  : ZKFolderHandle::Place(none, QByteArray(), encodedPath());
 }
 
 // Found inside this folder, and while it is open looked up in it, by name.
 // Made by the thousand in a walk: what a plain name and its path already say
 // is not worked out of the url again.
 std::shared_ptr<ZKFileSystemReader> ZKFileSystemReader::child(const QByteArray &name) const {
-    const QByteArray path = joinPath(m_encodedPath, name);
+    const QByteArray path = joinPath(encodedPath(), name);
     if (!ZKFolderHandle::isPlainName(name)) {
         return childReader(urlForPath(path));
     }
     std::shared_ptr<ZKFileSystemReader> item = childReader(QUrl());
     item->m_url = urlForPath(path);
-    item->m_filename = QFile::decodeName(name);
-    item->m_encodedPath = path;
-    if (m_folderHandle) {
-        item->setFolder(m_folderHandle, name);
+    // Opened next, most likely: its step finds the path worked out already.
+    item->openItem().path = path;
+    if (m_open && m_open->folderHandle) {
+        item->setFolder(m_open->folderHandle, name);
     }
     return item;
 }
@@ -435,7 +461,10 @@ QVariantMap ZKFileSystemReader::asPropertyList() const {
 }
 
 QByteArray ZKFileSystemReader::encodedPath() const {
-    return m_encodedPath;
+    if (m_open && !m_open->path.isEmpty()) {
+        return m_open->path;
+    }
+    return QFile::encodeName(m_url.toLocalFile());
 }
 
 void ZKFileSystemReader::acquireBookmark() {
@@ -453,10 +482,10 @@ void ZKFileSystemReader::acquireBookmark() {
                    .arg(m_url.toLocalFile(), failure);
         return;
     }
-    m_bookmarkUrl = QUrl::fromLocalFile(*resolved);
+    const QUrl bookmarkUrl = QUrl::fromLocalFile(*resolved);
     m_startedAccessing = true;
 
-    if (resolved->isEmpty() || m_bookmarkUrl == m_url) {
+    if (resolved->isEmpty() || bookmarkUrl == m_url) {
         return;
     }
     // A link keeps its own path: the bookmark names the link, and following a
@@ -464,25 +493,31 @@ void ZKFileSystemReader::acquireBookmark() {
     struct stat status {};
     const QByteArray path = encodedPath();
     const bool isLinkHere = ::lstat(path.constData(), &status) == 0 && S_ISLNK(status.st_mode);
-    if (!isLinkHere) {
+    if (isLinkHere) {
+        rare().bookmarkUrl = bookmarkUrl;
+    } else {
         qCInfo(lcEndpoints) << "Following" << m_url.toLocalFile() << "to" << *resolved;
-        setUrlAndFilename(m_bookmarkUrl);
+        setUrlAndFilename(bookmarkUrl);
     }
 }
 
 void ZKFileSystemReader::releaseBookmark() {
     m_startedAccessing = false;
-    m_bookmarkUrl.clear();
+    if (m_rare) {
+        m_rare->bookmarkUrl.clear();
+    }
 }
 
 QUrl ZKFileSystemReader::urlForPasteboard() {
     acquireBookmark();
-    // Without a bookmark there is nothing to resolve: the path is the best we know.
-    return m_bookmarkUrl.isEmpty() ? m_url : m_bookmarkUrl;
+    // Without a bookmark there is nothing to resolve: the path is the best we
+    // know. A bookmark that led elsewhere was followed, but for a link.
+    return m_rare && !m_rare->bookmarkUrl.isEmpty() ? m_rare->bookmarkUrl : m_url;
 }
 
 QString ZKFileSystemReader::icon() const {
-    const QByteArray path = encodedPath();
+    // Not from a step's cache: the window asks while a step may end.
+    const QByteArray path = QFile::encodeName(m_url.toLocalFile());
     struct stat status {};
     if (!path.isEmpty() && ::stat(path.constData(), &status) == 0 && S_ISDIR(status.st_mode)) {
         return QStringLiteral("folder");
@@ -503,7 +538,9 @@ void ZKFileSystemReader::resetAttributes() {
     m_isImmutable = false;
     m_isDirectory = false;
     m_isLink = false;
-    m_linkTarget.clear();
+    if (m_rare) {
+        m_rare->linkTarget.clear();
+    }
 }
 
 // What the walk saw is all there is: the url may not even be a path. It exists,
@@ -515,29 +552,51 @@ void ZKFileSystemReader::markUncopyable() {
     m_size = uncopyableSize;
 }
 
+// Ends what the open item held; the path worked out for the step stays
+// until close().
 void ZKFileSystemReader::closeHandle() {
-    if (m_fd >= 0) {
-        ::close(m_fd);
-        m_fd = -1;
+    if (!m_open) {
+        return;
     }
-    m_folderHandle.reset();
-    m_offset = 0;
-    m_identity.clear();
+    if (m_open->fd >= 0) {
+        ::close(m_open->fd);
+        m_open->fd = -1;
+    }
+    m_open->folderHandle.reset();
+    m_open->offset = 0;
+    m_open->generation.reset();
+    m_open->identity.clear();
 }
 
 bool ZKFileSystemReader::open() {
-    if (!m_skipReason.isEmpty()) {
+    const bool opened = openItemNow();
+    if (!opened) {
+        // Nothing of a failed open is needed any more.
+        closeHandle();
+        m_open.reset();
+    }
+    return opened;
+}
+
+bool ZKFileSystemReader::openItemNow() {
+    if (m_rare && !m_rare->skipReason.isEmpty()) {
         closeHandle();
         markUncopyable();
-        setError(ZKError::application(ZKErrorCode::readFailed, m_skipReason));
+        setError(ZKError::application(ZKErrorCode::readFailed, m_rare->skipReason));
         return false;
     }
     closeHandle();
     resetAttributes();
     const unsigned int wanted = STATX_BASIC_STATS | STATX_BTIME;
+    // The step's path, worked out once for every look it takes.
+    OpenItem &step = openItem();
+    if (step.path.isEmpty()) {
+        step.path = QFile::encodeName(m_url.toLocalFile());
+    }
+    // A path that ends in "/" after the url lost its last slash has no name.
     const auto named = [this] {
-        return !m_url.isEmpty() && m_url.isLocalFile() && !m_url.toLocalFile().isEmpty() &&
-               !m_filename.isEmpty();
+        const QByteArray path = encodedPath();
+        return m_url.isLocalFile() && !path.isEmpty() && !path.endsWith('/');
     };
     if (named() && openAsBookmarked(wanted)) {
         return true;
@@ -581,7 +640,7 @@ bool ZKFileSystemReader::open() {
             return false;
         }
         target.truncate(length);
-        m_linkTarget = QFile::decodeName(target);
+        rare().linkTarget = QFile::decodeName(target);
         // The kernel resolves the target relative to the link's folder, link by
         // link; a dangling link keeps its own attributes.
         struct statx targetAttributes {};
@@ -618,14 +677,14 @@ bool ZKFileSystemReader::open() {
         return false;
     }
     // O_NONBLOCK stays: it changes nothing for a regular file.
-    m_fd = fd;
-    m_offset = 0;
+    step.fd = fd;
+    step.offset = 0;
     // The size of the file actually opened: what hasMoreData measures against.
     m_size = quint64(opened.st_size);
-    m_openedSize = m_size;
-    m_openedModification = opened.st_mtim;
-    m_openedDevice = quint64(opened.st_dev);
-    m_openedInode = quint64(opened.st_ino);
+    step.openedSize = m_size;
+    step.openedModification = opened.st_mtim;
+    step.openedDevice = quint64(opened.st_dev);
+    step.openedInode = quint64(opened.st_ino);
     return true;
 }
 
@@ -639,8 +698,7 @@ bool ZKFileSystemReader::openAsBookmarked(unsigned int wanted) {
     }
     int openErrno = 0;
     if (openDirectly(wanted, &openErrno) &&
-        ZKBookmark::names(m_bookmark, m_openedDevice, m_openedInode)) {
-        m_bookmarkUrl = m_url;
+        ZKBookmark::names(m_bookmark, m_open->openedDevice, m_open->openedInode)) {
         m_startedAccessing = true;
         return true;
     }
@@ -676,19 +734,20 @@ bool ZKFileSystemReader::openDirectly(unsigned int wanted, int *openErrno) {
         *openErrno = errno;
         return false;
     }
+    OpenItem &step = openItem();
     struct statx attributes {};
     const bool known = ::statx(fd, "", AT_EMPTY_PATH, wanted, &attributes) == 0;
     if (known) {
-        m_openedDevice = quint64(makedev(attributes.stx_dev_major, attributes.stx_dev_minor));
-        m_openedInode = attributes.stx_ino;
+        step.openedDevice = quint64(makedev(attributes.stx_dev_major, attributes.stx_dev_minor));
+        step.openedInode = attributes.stx_ino;
     }
     if (known && S_ISREG(attributes.stx_mode)) {
         m_exists = true;
         takeAttributes(attributes);
-        m_fd = fd;
-        m_offset = 0;
-        m_openedSize = attributes.stx_size;
-        m_openedModification = {attributes.stx_mtime.tv_sec, attributes.stx_mtime.tv_nsec};
+        step.fd = fd;
+        step.offset = 0;
+        step.openedSize = attributes.stx_size;
+        step.openedModification = {attributes.stx_mtime.tv_sec, attributes.stx_mtime.tv_nsec};
         return true;
     }
     if (known && S_ISDIR(attributes.stx_mode)) {
@@ -696,59 +755,98 @@ bool ZKFileSystemReader::openDirectly(unsigned int wanted, int *openErrno) {
         takeAttributes(attributes);
         m_size = 0;
         // Kept while the folder is open: what is inside is looked up in it.
-        m_folderHandle = ZKFolderHandle::adopt(fd);
+        step.folderHandle = ZKFolderHandle::adopt(fd);
         return true;
     }
     ::close(fd);
     return false;
 }
 
+// The end of a step: nothing of it stays with a reader that waits.
 void ZKFileSystemReader::close() {
     closeHandle();
+    m_open.reset();
     releaseBookmark();
 }
 
 bool ZKFileSystemReader::hasMoreData() const {
-    return m_fd >= 0 && m_offset < m_size;
+    return m_open && m_open->fd >= 0 && m_open->offset < m_size;
 }
 
 bool ZKFileSystemReader::hasChanged() const {
     struct stat now {};
-    if (m_fd < 0 || ::fstat(m_fd, &now) != 0) {
+    if (!m_open || m_open->fd < 0 || ::fstat(m_open->fd, &now) != 0) {
         return false;
     }
-    return quint64(now.st_size) != m_openedSize ||
-           now.st_mtim.tv_sec != m_openedModification.tv_sec ||
-           now.st_mtim.tv_nsec != m_openedModification.tv_nsec;
+    return quint64(now.st_size) != m_open->openedSize ||
+           now.st_mtim.tv_sec != m_open->openedModification.tv_sec ||
+           now.st_mtim.tv_nsec != m_open->openedModification.tv_nsec;
+}
+
+// What the file was when opened: the same for as long as it stays open.
+std::optional<ZKFileSystemReader::Version> ZKFileSystemReader::currentVersion() const {
+    if (!m_open || m_open->fd < 0) {
+        return std::nullopt;
+    }
+    if (!m_open->generation) {
+        m_open->generation = ZKInodeGeneration::ofOpenFile(m_open->fd, m_open->openedDevice);
+    }
+    const std::optional<quint32> generation = *m_open->generation;
+    return Version{m_url,
+                   m_open->openedSize,
+                   m_open->openedDevice,
+                   m_open->openedInode,
+                   qint64(m_open->openedModification.tv_sec),
+                   qint32(m_open->openedModification.tv_nsec),
+                   generation.value_or(0),
+                   generation.has_value()};
+}
+
+void ZKFileSystemReader::acceptCurrentVersion() {
+    const std::optional<Version> version = currentVersion();
+    if (!version) {
+        m_begunVersion.reset();
+    } else if (m_begunVersion) {
+        *m_begunVersion = *version;
+    } else {
+        m_begunVersion = std::make_unique<Version>(*version);
+    }
+}
+
+bool ZKFileSystemReader::isBegunVersion() const {
+    return m_begunVersion && *m_begunVersion == currentVersion();
 }
 
 QByteArray ZKFileSystemReader::identity() const {
-    // What the file was when opened: the same for as long as it stays open.
-    if (!m_identity.isEmpty() || m_fd < 0) {
-        return m_identity;
+    if (!m_open || !m_open->identity.isEmpty()) {
+        return m_open ? m_open->identity : QByteArray();
+    }
+    const std::optional<Version> version = currentVersion();
+    if (!version) {
+        return {};
     }
     // The date in nanoseconds and the inode's generation tell a file
     // rewritten in place, or a new one on a reused inode, from the old.
-    QByteArrayList validators{"dev " + QByteArray::number(m_openedDevice),
-                              "ino " + QByteArray::number(m_openedInode),
-                              "mtime " + QByteArray::number(qint64(m_openedModification.tv_sec)) +
-                                  '.' + QByteArray::number(qint64(m_openedModification.tv_nsec))};
-    if (const std::optional<quint32> generation =
-            ZKInodeGeneration::ofOpenFile(m_fd, m_openedDevice)) {
+    QByteArrayList validators{"dev " + QByteArray::number(version->device),
+                              "ino " + QByteArray::number(version->inode),
+                              "mtime " + QByteArray::number(version->modifiedSeconds) + '.' +
+                                  QByteArray::number(version->modifiedNanoseconds)};
+    if (version->hasGeneration) {
         // As a signed number, as identities kept by earlier versions say it.
-        validators.append("gen " + QByteArray::number(qint32(*generation)));
+        validators.append("gen " + QByteArray::number(qint32(version->generation)));
     }
-    m_identity = ZKPartialFile::identity(m_url, m_openedSize, validators);
-    return m_identity;
+    m_open->identity = ZKPartialFile::identity(version->url, version->size, validators);
+    return m_open->identity;
 }
 
 std::optional<QByteArray> ZKFileSystemReader::provenance() const {
     QByteArray value(4096, Qt::Uninitialized);
+    const int fd = descriptor();
     const ssize_t length =
-        m_fd >= 0 ? ::fgetxattr(m_fd, ZKPartialFile::provenanceAttribute, value.data(),
-                                size_t(value.size()))
-                  : ::lgetxattr(encodedPath().constData(), ZKPartialFile::provenanceAttribute,
-                                value.data(), size_t(value.size()));
+        fd >= 0 ? ::fgetxattr(fd, ZKPartialFile::provenanceAttribute, value.data(),
+                              size_t(value.size()))
+                : ::lgetxattr(encodedPath().constData(), ZKPartialFile::provenanceAttribute,
+                              value.data(), size_t(value.size()));
     if (length >= 0) {
         value.truncate(length);
         return value;
@@ -768,12 +866,14 @@ QByteArray ZKFileSystemReader::readBlockOfMaximumLength(quint64 length) {
 }
 
 QByteArray ZKFileSystemReader::readBlockOfLength(quint64 length) {
-    if (m_fd < 0) {
+    if (!m_open || m_open->fd < 0) {
         return {};
     }
+    const int fd = m_open->fd;
+    quint64 &offset = m_open->offset;
     // Never past the size seen by open: a file that grows meanwhile would
     // otherwise keep the copy going for ever.
-    const quint64 wanted = m_offset < m_size ? qMin(length, m_size - m_offset) : 0;
+    const quint64 wanted = offset < m_size ? qMin(length, m_size - offset) : 0;
     if (wanted == 0) {
         return {};
     }
@@ -785,7 +885,7 @@ QByteArray ZKFileSystemReader::readBlockOfLength(quint64 length) {
     QByteArray data(qsizetype(wanted), Qt::Uninitialized);
     quint64 done = 0;
     while (done < wanted) {
-        const ssize_t count = ::read(m_fd, data.data() + done, size_t(wanted - done));
+        const ssize_t count = ::read(fd, data.data() + done, size_t(wanted - done));
         if (count < 0) {
             if (errno == EINTR) {
                 continue;
@@ -797,26 +897,26 @@ QByteArray ZKFileSystemReader::readBlockOfLength(quint64 length) {
         if (count == 0) {
             setError(ZKEndpointErrors::error(
                 ZKEndpointErrors::FileBecameShorter,
-                {path, QString::number(m_size), QString::number(m_offset + done)}));
+                {path, QString::number(m_size), QString::number(offset + done)}));
             return {};
         }
         done += quint64(count);
     }
-    m_offset += done;
+    offset += done;
     return data;
 }
 
 bool ZKFileSystemReader::seekToPosition(quint64 position) {
-    if (m_fd < 0 || position > quint64(std::numeric_limits<off_t>::max())) {
+    if (!m_open || m_open->fd < 0 || position > quint64(std::numeric_limits<off_t>::max())) {
         return false;
     }
-    if (::lseek(m_fd, off_t(position), SEEK_SET) < 0) {
+    if (::lseek(m_open->fd, off_t(position), SEEK_SET) < 0) {
         const int number = errno;
         setError(ZKEndpointErrors::error(ZKEndpointErrors::UnableToReadFrom,
                                          {m_url.toLocalFile(), errnoText(number)}));
         return false;
     }
-    m_offset = position;
+    m_open->offset = position;
     return true;
 }
 
@@ -826,10 +926,9 @@ ZKFileSystemReader::enumerateContentsOfDirectoryWithBlock(const ReaderBlock &blo
         return ZKEnumerationResultContinue;
     }
     const QByteArray path = encodedPath();
-    const int listed =
-        m_folderHandle
-            ? ::openat(m_folderHandle->descriptor(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)
-            : ::open(path.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const int folder = folderDescriptor();
+    const int listed = folder >= 0 ? ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)
+                                   : ::open(path.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     DIR *directory = listed >= 0 ? ::fdopendir(listed) : nullptr;
     if (!directory) {
         const int number = errno;
@@ -1072,7 +1171,8 @@ std::optional<ZKFileInfo> ZKFileSystemReader::fileInfoForChild(const QString &na
     const QByteArray path = encodedPath();
     const QByteArray encodedName = QFile::encodeName(name);
     const QByteArray childPath = joinPath(path, encodedName);
-    const ZKFolderHandle::Place item(m_folderHandle, encodedName, childPath);
+    const ZKFolderHandle::Place item(m_open ? m_open->folderHandle : nullptr, encodedName,
+                                     childPath);
     struct stat status {};
     if (::fstatat(item.folder(), item.name(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
         return std::nullopt;
@@ -1107,10 +1207,10 @@ std::shared_ptr<ZKReader> ZKFileSystemReader::childWithName(const QString &name)
 }
 
 std::shared_ptr<ZKWriter> ZKFileSystemReader::asWriter() {
-    if (!m_skipReason.isEmpty()) {
+    if (m_rare && !m_rare->skipReason.isEmpty()) {
         // Its url need not be its path: removing through it could remove
         // another item.
-        setError(ZKError::application(ZKErrorCode::readFailed, m_skipReason));
+        setError(ZKError::application(ZKErrorCode::readFailed, m_rare->skipReason));
         return nullptr;
     }
     auto writer = std::make_shared<ZKFileSystemWriter>(m_url, m_isDirectory,
@@ -1118,7 +1218,9 @@ std::shared_ptr<ZKWriter> ZKFileSystemReader::asWriter() {
     writer->setBookmark(m_bookmark);
     // Removed, say, where it was found: not through a link that took the
     // place of its folder since.
-    writer->setFolder(m_folder, m_nameInFolder);
+    if (m_rare) {
+        writer->setFolder(m_rare->folder, m_rare->nameInFolder);
+    }
     return writer;
 }
 

@@ -64,7 +64,7 @@ public:
 
     QUrl url() const override { return m_url; }
     QUrl urlForPasteboard() override;
-    QString filename() const override { return m_filename; }
+    QString filename() const override { return m_url.fileName(); }
     QString icon() const override;
     bool exists() const override { return m_exists; }
     quint64 size() const override { return m_size; }
@@ -78,7 +78,7 @@ public:
     bool isImmutable() const override { return m_isImmutable; }
     bool isDirectory() const override { return m_isDirectory; }
     bool isLink() const override { return m_isLink; }
-    QString linkTarget() const override { return m_linkTarget; }
+    QString linkTarget() const override { return m_rare ? m_rare->linkTarget : QString(); }
     bool isLocal() const override { return true; }
     bool canSeek() const override { return true; }
     bool hasMoreData() const override;
@@ -86,20 +86,18 @@ public:
     // read of it may then mix two versions.
     bool hasChanged() const override;
     QByteArray identity() const override;
-    // The identity as it was when a copy began from this reader; kept for
+    // The version as it was when a copy began from this reader; kept for
     // the life of the reader only, not in its saved form.
-    void acceptCurrentVersion() override { m_begunIdentity = identity(); }
-    bool isBegunVersion() const override {
-        return !m_begunIdentity.isEmpty() && m_begunIdentity == identity();
-    }
+    void acceptCurrentVersion() override;
+    bool isBegunVersion() const override;
     std::optional<QByteArray> provenance() const override;
     // The open file itself (-1 when none), for copies the kernel makes: a
     // path looked up again might meanwhile name another file.
-    int descriptor() const { return m_fd; }
+    int descriptor() const { return m_open ? m_open->fd : -1; }
 
     static constexpr quint64 uncopyableSize = std::numeric_limits<quint64>::max();
     // Empty unless this reader stands for an item that cannot be copied.
-    QString skipReason() const { return m_skipReason; }
+    QString skipReason() const { return m_rare ? m_rare->skipReason : QString(); }
 
     QByteArray bookmark() const { return m_bookmark; }
     void setBookmark(const QByteArray &bookmark) {
@@ -118,57 +116,98 @@ public:
     size_t hash() const;
 
 private:
+    // What tells one version of the open file from another: the parts of
+    // its identity, kept as numbers and turned into text only when asked.
+    struct Version {
+        QUrl url;
+        quint64 size = 0;
+        quint64 device = 0;
+        quint64 inode = 0;
+        qint64 modifiedSeconds = 0;
+        qint32 modifiedNanoseconds = 0;
+        quint32 generation = 0;
+        bool hasGeneration = false;
+
+        bool operator==(const Version &other) const = default;
+    };
+    // What a step needs while the item is open: made as a step opens the
+    // item, dropped by close(), so that a reader waiting in a queue holds
+    // none of it. Only the thread that runs the step touches it.
+    struct OpenItem {
+        int fd = -1;
+        // An open folder's own handle, for the items inside it.
+        std::shared_ptr<ZKFolderHandle> folderHandle;
+        quint64 offset = 0;
+        // Length and date of the open file as it was opened, and of the item
+        // opened, whether file or folder, its device and inode.
+        quint64 openedSize = 0;
+        struct timespec openedModification {};
+        quint64 openedDevice = 0;
+        quint64 openedInode = 0;
+        // Worked out once an open; the generation costs a call to the kernel.
+        std::optional<std::optional<quint32>> generation;
+        QByteArray identity;
+        // The path as the kernel takes it, asked for at every look.
+        QByteArray path;
+    };
+    // What few readers ever have. Made when first needed and kept until the
+    // reader goes, so that what another thread reads of it stays valid.
+    struct Rare {
+        QString skipReason;
+        QString linkTarget;
+        // Where the bookmark led, where that is not the url (a link that
+        // kept its own path).
+        QUrl bookmarkUrl;
+        // The folder this item was found in, and its name there.
+        std::weak_ptr<ZKFolderHandle> folder;
+        QByteArray nameInFolder;
+    };
+
     void setUrlAndFilename(const QUrl &url);
+    Rare &rare();
+    OpenItem &openItem();
     void resetAttributes();
     void markUncopyable();
     void closeHandle();
     void takeAttributes(const struct statx &attributes);
     ZKFolderHandle::Place place() const;
     std::shared_ptr<ZKFileSystemReader> child(const QByteArray &name) const;
+    bool openItemNow();
     bool openDirectly(unsigned int wanted, int *openErrno);
     bool openAsBookmarked(unsigned int wanted);
+    // The path of an open item from its step's cache; of any other worked
+    // out of the url.
     QByteArray encodedPath() const;
+    std::optional<Version> currentVersion() const;
     // rootFolder: the root's handle, or -1 to open it by its path.
     ZKEnumerationResult walkFileInfo(const QByteArray &root, int rootFolder, QByteArrayList &chain,
                                      const FileInfoBlock &block);
     quint64 sizeOfTree(const QByteArray &root, int rootFolder, QByteArrayList &chain,
                        bool followLinks, const NameBlock &block, bool *stopped);
-    int folderDescriptor() const { return m_folderHandle ? m_folderHandle->descriptor() : -1; }
+    int folderDescriptor() const {
+        return m_open && m_open->folderHandle ? m_open->folderHandle->descriptor() : -1;
+    }
 
     QUrl m_url;
-    QString m_filename;
-    QByteArray m_encodedPath;
     QByteArray m_bookmark;
-    bool m_bookmarkDeferred = false;
-    QUrl m_bookmarkUrl;
-    bool m_startedAccessing = false;
+    std::unique_ptr<OpenItem> m_open;
+    std::unique_ptr<Rare> m_rare;
+    // Set by a copy that writes its file from the first byte: kept, like
+    // the rest, until the reader goes.
+    std::unique_ptr<Version> m_begunVersion;
 
-    int m_fd = -1;
-    // An open folder's own handle, for the items inside it.
-    std::shared_ptr<ZKFolderHandle> m_folderHandle;
-    // The folder this item was found in, and its name there.
-    std::weak_ptr<ZKFolderHandle> m_folder;
-    QByteArray m_nameInFolder;
-    quint64 m_offset = 0;
-    // Length and date of the open file as it was opened.
-    quint64 m_openedSize = 0;
-    struct timespec m_openedModification {};
-    // Of the item opened, whether file or folder.
-    quint64 m_openedDevice = 0;
-    quint64 m_openedInode = 0;
-    QByteArray m_begunIdentity;
-    mutable QByteArray m_identity;
-
-    bool m_exists = false;
     quint64 m_size = 0;
     QDateTime m_creationDate;
     QDateTime m_modificationDate;
+    // A user and group id is 32 bits on Linux.
+    quint32 m_owner = 0;
+    quint32 m_group = 0;
     quint16 m_permissions = 0;
-    quint64 m_owner = 0;
-    quint64 m_group = 0;
+    // Each of its own byte: another thread may read one while a step sets another.
+    bool m_bookmarkDeferred = false;
+    bool m_startedAccessing = false;
+    bool m_exists = false;
     bool m_isImmutable = false;
     bool m_isDirectory = false;
     bool m_isLink = false;
-    QString m_linkTarget;
-    QString m_skipReason;
 };

@@ -17,6 +17,7 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
 
 using ZKTestSupport::errorText;
 using ZKTestSupport::readFile;
@@ -196,6 +197,63 @@ private Q_SLOTS:
         QVERIFY2(errorText(*reader).startsWith(
                      QStringLiteral("Unable to read from '%1': the file became shorter").arg(file)),
                  qPrintable(errorText(*reader)));
+    }
+
+    // The version a copy began from outlives the step that noted it, and
+    // the identity a partial file keeps has the same text as ever.
+    void begunVersionOutlivesItsStep_data() {
+        QTest::addColumn<QByteArray>("rewrite"); // empty: the file stays as it is
+        QTest::addColumn<bool>("sameTime");      // the rewrite keeps the old date
+        QTest::addColumn<bool>("begun");
+        QTest::newRow("unchanged") << QByteArray() << false << true;
+        QTest::newRow("rewritten in place, same size and date")
+            << QByteArray("12345") << true << true;
+        QTest::newRow("rewritten, same size") << QByteArray("abcde") << false << false;
+        QTest::newRow("grown") << QByteArray("abcdef") << true << false;
+    }
+    void begunVersionOutlivesItsStep() {
+        QFETCH(QByteArray, rewrite);
+        QFETCH(bool, sameTime);
+        QFETCH(bool, begun);
+        const QString file = path("version");
+        QVERIFY(writeFile(file, "12345"));
+        const QByteArray raw = QFile::encodeName(file);
+        struct stat before {};
+        QVERIFY(::stat(raw.constData(), &before) == 0);
+
+        auto reader = openedReader(file);
+        QVERIFY(!reader->isBegunVersion());
+        const QByteArray expected = QUrl::fromLocalFile(file).toEncoded() + "\n5\ndev " +
+                                    QByteArray::number(quint64(before.st_dev)) + "\nino " +
+                                    QByteArray::number(quint64(before.st_ino)) + "\nmtime " +
+                                    QByteArray::number(qint64(before.st_mtim.tv_sec)) + '.' +
+                                    QByteArray::number(qint64(before.st_mtim.tv_nsec));
+        const QByteArray identity = reader->identity();
+        QVERIFY2(identity == expected || identity.startsWith(expected + "\ngen "),
+                 identity.constData());
+        reader->acceptCurrentVersion();
+        QVERIFY(reader->isBegunVersion());
+        reader->close();
+        QCOMPARE(reader->identity(), QByteArray());
+        QVERIFY(!reader->isBegunVersion());
+
+        if (!rewrite.isEmpty()) {
+            QThread::msleep(20); // a later date on file systems that keep coarse ones
+            QVERIFY(writeFile(file, rewrite));
+            if (sameTime) {
+                const struct timespec times[2] = {before.st_atim, before.st_mtim};
+                QVERIFY(::utimensat(AT_FDCWD, raw.constData(), times, 0) == 0);
+            }
+        }
+        QVERIFY2(reader->open(), qPrintable(errorText(*reader)));
+        QCOMPARE(reader->isBegunVersion(), begun);
+        QCOMPARE(reader->identity() == identity, begun);
+        // A source that cannot be opened any more is no version at all.
+        reader->acceptCurrentVersion();
+        reader->close();
+        reader->acceptCurrentVersion();
+        QVERIFY(reader->open());
+        QVERIFY(!reader->isBegunVersion());
     }
 
     void walkIsPreOrderWithPruneAndStop() {
