@@ -9,6 +9,7 @@
 
 #include <QRegularExpression>
 
+#include <atomic>
 #include <cerrno>
 #include <thread>
 
@@ -17,6 +18,9 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 const QString abortLine = QStringLiteral("ABOR\r\n");
+
+// Numbers every parking of a connection, whichever client parks it.
+std::atomic<quint64> lastParking{0};
 
 // What an absent reply reads as inside a message.
 const QString absentText = QStringLiteral("(null)");
@@ -113,6 +117,10 @@ void ZKFtpClient::connectToHost(const QString &host, qint32 port, bool secure) {
 
 void ZKFtpClient::disconnect() {
     forgetListings();
+    closeSockets();
+}
+
+void ZKFtpClient::closeSockets() {
     if (m_dataSocket) {
         m_dataSocket->disconnect();
         m_dataSocket.reset();
@@ -141,6 +149,7 @@ void ZKFtpClient::releaseConnection() {
     if (!m_poolKey.isEmpty() && !m_unreliable && isIdle()) {
         const QString key = m_poolKey;
         auto parked = std::make_unique<ZKFtpClient>();
+        m_parking = ++lastParking;
         parked->moveConnectionFrom(*this);
         ZKFtpConnectionPool::park(key, std::move(parked));
         qCInfo(lcFtp) << "Parked connection";
@@ -164,7 +173,21 @@ bool ZKFtpClient::adoptPooledConnection(const QString &key) {
     if (!parked) {
         return false;
     }
-    disconnect();
+    // What this client listed on the very connection it parked, and gets
+    // back unused by anyone else, is kept while recent: the copy of a tree
+    // walks, through the same reader, the folders its analysis listed
+    // moments before. Of any other connection's folders nothing is known.
+    if (parked->m_parking != m_parking) {
+        forgetListings();
+    }
+    m_madeEmpty.clear();
+    for (const QString &folder : QStringList(m_listingOrder)) {
+        if (Clock::now() - m_listings.value(folder).taken >= listingReuseLimit) {
+            m_listings.remove(folder);
+            m_listingOrder.removeOne(folder);
+        }
+    }
+    closeSockets();
     moveConnectionFrom(*parked);
     clearError();
     // A server that restarted, or a router that forgot the connection, may
@@ -197,10 +220,10 @@ void ZKFtpClient::moveConnectionFrom(ZKFtpClient &other) {
     m_host = other.m_host;
     m_poolKey = std::exchange(other.m_poolKey, {});
     m_unreliable = other.m_unreliable;
-    // Another task may have changed any folder since.
-    forgetListings();
+    m_parking = other.m_parking;
+    // The listings stay where they are: see adoptPooledConnection().
     other.m_referenceCount = 0;
-    other.disconnect();
+    other.closeSockets();
 }
 
 void ZKFtpClient::sendControlRequest(const QString &command, const QString &parameter) {
@@ -842,9 +865,11 @@ std::optional<QList<ZKFtpItem>> ZKFtpClient::listLongItems() {
 
 namespace {
 
-// Enough for the folders a copy has entered and not yet left, in all but
-// the deepest trees; older ones are asked about again.
-constexpr qsizetype maximumListings = 32;
+// Enough for the folders a copy has entered and not yet left, and for what
+// an analysis listed shortly before the copy, in all but the largest trees;
+// older ones are asked about again. The entries bound the memory.
+constexpr qsizetype maximumListings = 256;
+constexpr qsizetype maximumListedEntries = 100000;
 
 QString listingKey(const QStringList &path) {
     return path.join(QLatin1Char('/'));
@@ -855,15 +880,22 @@ QString listingKey(const QStringList &path) {
 void ZKFtpClient::noteListing(const QList<ZKFtpItem> &items) {
     const QString key = listingKey(m_currentPath);
     Listing &listing = m_listings[key];
-    listing.items.clear();
-    listing.changedNames.clear();
-    for (const ZKFtpItem &item : items) {
-        listing.items.insert(item.name(), item);
+    listing.items = items;
+    listing.positions.clear();
+    for (qsizetype i = 0; i < items.size(); ++i) {
+        listing.positions.insert(items.at(i).name(), i);
     }
+    listing.changedNames.clear();
+    listing.taken = Clock::now();
     m_listingOrder.removeOne(key);
     m_listingOrder.append(key);
-    while (m_listingOrder.size() > maximumListings) {
-        m_listings.remove(m_listingOrder.takeFirst());
+    qsizetype entries = 0;
+    for (const Listing &kept : std::as_const(m_listings)) {
+        entries += kept.items.size();
+    }
+    while (m_listingOrder.size() > 1 &&
+           (m_listingOrder.size() > maximumListings || entries > maximumListedEntries)) {
+        entries -= m_listings.take(m_listingOrder.takeFirst()).items.size();
     }
 }
 
@@ -883,7 +915,13 @@ void ZKFtpClient::noteMadeFolder(const QString &name) {
         folder.setName(name);
         folder.setType(ZKFtpItem::Directory);
         folder.setSize(0);
-        listing->items.insert(name, folder);
+        const auto position = listing->positions.constFind(name);
+        if (position != listing->positions.cend()) {
+            listing->items[*position] = folder;
+        } else {
+            listing->positions.insert(name, listing->items.size());
+            listing->items.append(folder);
+        }
         listing->changedNames.remove(name);
     }
     m_madeEmpty.insert(listingKey(m_currentPath + QStringList{name}));
@@ -912,8 +950,9 @@ std::optional<ZKFtpItem> ZKFtpClient::listedItem(const QString &name, bool *list
     }
     m_listingOrder.removeOne(key);
     m_listingOrder.append(key);
-    const auto found = listing->items.constFind(name);
-    return found == listing->items.cend() ? std::nullopt : std::optional<ZKFtpItem>(*found);
+    const auto found = listing->positions.constFind(name);
+    return found == listing->positions.cend() ? std::nullopt
+                                              : std::optional<ZKFtpItem>(listing->items.at(*found));
 }
 
 std::optional<bool> ZKFtpClient::isFile(const QString &name) {
@@ -937,6 +976,19 @@ std::optional<bool> ZKFtpClient::isFile(const QString &name) {
         return std::nullopt;
     }
     return sized;
+}
+
+std::optional<QList<ZKFtpItem>> ZKFtpClient::listItemsReusingRecent() {
+    const QString key = listingKey(m_currentPath);
+    const auto listing = m_listings.constFind(key);
+    if (listing != m_listings.cend() && listing->changedNames.isEmpty() &&
+        Clock::now() - listing->taken < listingReuseLimit && !m_madeEmpty.contains(key)) {
+        clearError();
+        m_listingOrder.removeOne(key);
+        m_listingOrder.append(key);
+        return listing->items;
+    }
+    return listItems();
 }
 
 std::optional<QList<ZKFtpItem>> ZKFtpClient::listItems() {

@@ -106,6 +106,12 @@ public:
     // then SIZE of every name: a name whose SIZE fails is taken for a
     // directory. nullopt on failure.
     std::optional<QList<ZKFtpItem>> listItems();
+    // The listing of the working directory that this connection took less
+    // than listingReuseLimit ago, when this client has changed nothing there
+    // since; else listItems(). A tree's copy walks the folders its analysis
+    // has just listed: listing each again would cost two round trips more.
+    std::optional<QList<ZKFtpItem>> listItemsReusingRecent();
+    static constexpr std::chrono::seconds listingReuseLimit{15};
     bool listsWithMlsd() const { return m_listsWithMlsd; }
     // SIZE, or CWD and CDUP when that fails; nullopt (with CWD's error) when
     // neither works. With thenAsk, SIZE of thenAsk goes along in the same
@@ -180,6 +186,8 @@ private:
     void noteChanged(const QString &name);
     void noteMadeFolder(const QString &name);
     void moveConnectionFrom(ZKFtpClient &other);
+    // disconnect() without forgetting the listings.
+    void closeSockets();
     // SIZE of name: a file of that size, or a directory when refused;
     // nullopt when no answer came.
     std::optional<ZKFtpItem> sizedItem(const QString &name);
@@ -210,12 +218,19 @@ private:
     bool m_listsLong = true;
     bool m_unreliable = false;
     QString m_poolKey;
+    // The last parking of the connection: the same number on the parked
+    // connection and on the client that parked it tells it back unused.
+    quint64 m_parking = 0;
     // The latest listings on this connection, by folder (its components
     // joined by "/"), the most recently used last: a copy goes back to a
-    // folder's listing after each of its subfolders.
+    // folder's listing after each of its subfolders. They stay with this
+    // client while the connection is parked, for when the same connection
+    // comes back to it, and end with the connection.
     struct Listing {
-        QHash<QString, ZKFtpItem> items;
+        QList<ZKFtpItem> items; // in the server's order
+        QHash<QString, qsizetype> positions;
         QSet<QString> changedNames;
+        std::chrono::steady_clock::time_point taken;
     };
     QHash<QString, Listing> m_listings;
     mutable QStringList m_listingOrder;

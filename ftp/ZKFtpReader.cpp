@@ -280,6 +280,9 @@ QByteArray ZKFtpReader::readBlockOfMaximumLength(quint64 length) {
             // closed before the size the server gave.
             fail(ZKFtpErrors::DataConnectionClosedEarly,
                  {host(), QString::number(m_position), QString::number(m_size)});
+            // The listing that gave the size is out of date: a retry
+            // must not take it again.
+            ftp()->forgetListings();
         }
         return data;
     }
@@ -287,8 +290,9 @@ QByteArray ZKFtpReader::readBlockOfMaximumLength(quint64 length) {
     return data;
 }
 
-std::optional<QList<ZKFtpItem>> ZKFtpReader::listWorkingDirectory() {
-    std::optional<QList<ZKFtpItem>> items = ftp()->listItems();
+std::optional<QList<ZKFtpItem>> ZKFtpReader::listWorkingDirectory(bool reuseRecent) {
+    std::optional<QList<ZKFtpItem>> items =
+        reuseRecent ? ftp()->listItemsReusingRecent() : ftp()->listItems();
     if (!items) {
         setError(listingFailure(ftp()->currentPath(), host(), clientDescription()));
         return std::nullopt;
@@ -329,7 +333,9 @@ ZKEnumerationResult ZKFtpReader::walkFileInfo(const FileInfoBlock &block, int de
             ZKFtpErrors::text(ZKFtpErrors::FoldersNestTooDeep, {QString::number(maximumDepth)})));
         return ZKEnumerationResultStop;
     }
-    const std::optional<QList<ZKFtpItem>> items = listWorkingDirectory();
+    // A file changed since the listing is met where it is read (one that
+    // got shorter ends early) or verified (the check lists anew).
+    const std::optional<QList<ZKFtpItem>> items = listWorkingDirectory(true);
     if (!items) {
         return ZKEnumerationResultStop;
     }
@@ -390,7 +396,7 @@ quint64 ZKFtpReader::sizeOfWorkingDirectory(const NameBlock &block, int depth, b
     if (depth >= maximumDepth) {
         return 0;
     }
-    const std::optional<QList<ZKFtpItem>> items = listWorkingDirectory();
+    const std::optional<QList<ZKFtpItem>> items = listWorkingDirectory(true);
     if (!items) {
         *stopped = true;
         return 0;
@@ -440,7 +446,8 @@ ZKEnumerationResult ZKFtpReader::enumerateContentsOfDirectoryWithBlock(const Rea
         fail(ZKFtpErrors::ReaderPathNotFound, {m_url.path(), clientDescription()});
         return ZKEnumerationResultStop;
     }
-    const std::optional<QList<ZKFtpItem>> items = listWorkingDirectory();
+    // What a verification or a removal goes through: told as it is now.
+    const std::optional<QList<ZKFtpItem>> items = listWorkingDirectory(false);
     if (!items) {
         return ZKEnumerationResultStop;
     }

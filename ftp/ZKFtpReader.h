@@ -131,9 +131,11 @@ private:
     QString host() const { return m_url.host(); }
     bool sizeIsKnown() const { return m_exists && !m_isDirectory; }
     std::shared_ptr<ZKFtpReader> makeChild(const QUrl &url, const std::optional<ZKFtpItem> &item);
-    // Lists the working directory; refuses a listing with a name that is not
-    // a plain entry name. nullopt after setting error().
-    std::optional<QList<ZKFtpItem>> listWorkingDirectory();
+    // Lists the working directory, or with reuseRecent takes the listing the
+    // connection took of it moments ago (a copy walking what its analysis
+    // walked); refuses a listing with a name that is not a plain entry name.
+    // nullopt after setting error().
+    std::optional<QList<ZKFtpItem>> listWorkingDirectory(bool reuseRecent);
     ZKEnumerationResult walkFileInfo(const FileInfoBlock &block, int depth);
     quint64 sizeOfWorkingDirectory(const NameBlock &block, int depth, bool *stopped);
 

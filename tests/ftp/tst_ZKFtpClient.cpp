@@ -291,6 +291,31 @@ private Q_SLOTS:
         QCOMPARE(commandsAfterLogin(), QStringList({"EPSV", "PASV", "RETR a.bin"}));
     }
 
+    // A copy walks the folders its analysis has just listed: a recent
+    // listing serves again, until this client changes the folder or the
+    // connection is a new one.
+    void recentListingIsReused() {
+        m_server->setListing("a.bin\r\nb.bin\r\n");
+        m_server->setFile("a.bin", "a");
+        m_server->setFile("b.bin", "bb");
+        const auto listings = [this] {
+            return m_server->commands().count("NLST");
+        };
+        connectAndLogIn();
+        QVERIFY(m_client->listItems());
+        std::optional<QList<ZKFtpItem>> again = m_client->listItemsReusingRecent();
+        QVERIFY2(again && again->size() == 2, qPrintable(errorText(m_client->error())));
+        QCOMPARE(again->at(1).size(), quint64(2));
+        QCOMPARE(listings(), 1);
+        m_client->removeFile(QStringLiteral("a.bin"));
+        QVERIFY(m_client->listItemsReusingRecent());
+        QCOMPARE(listings(), 2);
+        m_client->disconnect();
+        connectAndLogIn();
+        QVERIFY(m_client->listItemsReusingRecent());
+        QCOMPARE(listings(), 3);
+    }
+
     void changePathSendsOnlyTheDifference_data() {
         QTest::addColumn<QStringList>("from");
         QTest::addColumn<QStringList>("to");

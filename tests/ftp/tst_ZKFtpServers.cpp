@@ -487,10 +487,13 @@ private Q_SLOTS:
         QFETCH(bool, upload);
         QFETCH(int, perFile);
         constexpr int files = 60;
+        // Three folders, two of them side by side: the walk goes from one
+        // to the other.
+        const QStringList folders{QString(), QStringLiteral("a/"), QStringLiteral("b/")};
         const QDir tree(upload ? local("tree") : served("tree"));
-        QVERIFY(tree.mkpath(QStringLiteral("nested")));
+        QVERIFY(tree.mkpath(QStringLiteral("a")) && tree.mkpath(QStringLiteral("b")));
         for (int i = 0; i < files; ++i) {
-            const QString name = QStringLiteral("%1f%2").arg(i % 2 ? "nested/" : "").arg(i);
+            const QString name = QStringLiteral("%1f%2").arg(folders.at(i % 3)).arg(i);
             QVERIFY(ZKTestSupport::writeFile(tree.filePath(name), QByteArray(i * 10, 'x')));
         }
         QVERIFY(ZKTestSupport::writeFile(local("single.txt"), "single"));
@@ -529,6 +532,15 @@ private Q_SLOTS:
                                 .arg(allowed)
                                 .arg(summary)));
         qInfo().noquote() << commands->size() << "commands for" << files << "files:" << summary;
+        // The copy takes the listings its analysis took moments before.
+        if (!upload) {
+            const int listings = commands->count("MLSD") + commands->count("LIST");
+            QVERIFY2(listings == folders.size(),
+                     qPrintable(QStringLiteral("%1 listings of %2 folders: %3")
+                                    .arg(listings)
+                                    .arg(folders.size())
+                                    .arg(summary)));
+        }
 
         // The next task finds the connection logged in already; after a
         // restart of the server, a task logs in anew.
@@ -537,6 +549,48 @@ private Q_SLOTS:
         QVERIFY2(m_server->restart(), qPrintable(m_server->errorString()));
         run(localReader("single.txt"), ftpFolder("/"));
         QCOMPARE(m_server->loggedCommands().value_or(QStringList()).count("USER"), 2);
+    }
+
+    void changeAfterAnalysisIsCaught_data() {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<qsizetype>("grown");
+        for (const ZKFtpServers::Kind kind :
+             {ZKFtpServers::Vsftpd, ZKFtpServers::PureFtpd, ZKFtpServers::Proftpd}) {
+            const QString name = ZKFtpServers::name(kind);
+            QTest::addRow("%s, same size", qPrintable(name)) << int(kind) << qsizetype(0);
+            QTest::addRow("%s, longer", qPrintable(name)) << int(kind) << qsizetype(5000);
+            QTest::addRow("%s, shorter", qPrintable(name)) << int(kind) << qsizetype(-5000);
+        }
+    }
+
+    // The copy of a tree goes by the listings its analysis took: a file
+    // replaced on the server in between must never leave a copy that the
+    // task calls good and that is not the file as the server now has it.
+    void changeAfterAnalysisIsCaught() {
+        START_SERVER();
+        QFETCH(qsizetype, grown);
+        const qsizetype size = 20000;
+        const QByteArray before = ZKTestSupport::randomBytes(size, 41);
+        QVERIFY(QDir().mkpath(served("tree/in")));
+        QVERIFY(ZKTestSupport::writeFile(served("tree/in/changing.bin"), before));
+        QVERIFY(ZKTestSupport::writeFile(served("tree/in/steady.txt"), "steady"));
+        m_server->handOver(m_server->root());
+        ZKTaskState state = runTask(ftpReader("/tree/"), localFolder("down"), ZKTransferMode::Copy,
+                                    true, S::PendingProcessing);
+        QVERIFY2(state == S::PendingProcessing, qPrintable(stateText(state)));
+
+        const QByteArray after = ZKTestSupport::randomBytes(size + grown, 42);
+        QVERIFY(ZKTestSupport::writeFile(served("tree/in/changing.bin"), after));
+        QVERIFY(ZKTestSupport::setModified(served("tree/in/changing.bin"),
+                                           QDateTime::currentDateTimeUtc().addSecs(3600)));
+        m_server->handOver(served("tree/in/changing.bin"));
+        state = ZKTestSupport::runTask(*m_task, 120000);
+        const QByteArray copied = ZKTestSupport::readFile(local("down/tree/in/changing.bin"));
+        QVERIFY2(state != S::Completed || copied == after, copied == before
+                                                               ? "the old version, called good"
+                                                               : "neither version, called good");
+        QVERIFY2(state == S::Completed || state == S::Failed, qPrintable(stateText(state)));
+        qInfo().noquote() << stateText(state);
     }
 
     void moveRemovesTheSourceOnlyAfterTheCheck_data() { serverKinds(); }
