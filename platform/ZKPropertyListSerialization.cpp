@@ -928,11 +928,54 @@ std::optional<uint> referenceCode(QByteArrayView name, bool upperX) {
 // references libplist takes loosely, a key twice or without its value, and
 // every value libplist's reading would refuse, so that the errors stay
 // libplist's.
+// Dictionaries within elements that are spelt alike from one element to the
+// next, kept with their values: every task of a queue names the same
+// destination, which is then read once and its value shared. Whatever reads
+// as a dictionary at one depth reads the same at that depth again.
+class DictionaryMemo {
+public:
+    // The value of a kept dictionary whose text starts at `at`, and its text's
+    // length; a null value when none is kept.
+    std::pair<QVariant, qsizetype> find(QByteArrayView at, int depth) {
+        for (Kept &kept : m_kept) {
+            if (kept.depth == depth && at.startsWith(kept.text)) {
+                kept.used = ++m_clock;
+                return {kept.value, kept.text.size()};
+            }
+        }
+        return {};
+    }
+
+    void keep(QByteArrayView text, int depth, const QVariant &value) {
+        if (text.size() > maximumTextSize) {
+            return;
+        }
+        // The one used least lately goes: a dictionary met in every element
+        // stays while those that differ take turns in the others.
+        Kept &kept =
+            *std::min_element(std::begin(m_kept), std::end(m_kept),
+                              [](const Kept &a, const Kept &b) { return a.used < b.used; });
+        kept = {text.toByteArray(), value, depth, ++m_clock};
+    }
+
+private:
+    static constexpr qsizetype maximumTextSize = 4096;
+    struct Kept {
+        QByteArray text;
+        QVariant value;
+        int depth = -1;
+        quint64 used = 0;
+    };
+    Kept m_kept[4];
+    quint64 m_clock = 0;
+};
+
 class ElementReader {
 public:
-    explicit ElementReader(QByteArrayView text)
+    explicit ElementReader(QByteArrayView text, DictionaryMemo *memo = nullptr)
         : m_at(text.data())
-        , m_end(text.data() + text.size()) {}
+        , m_end(text.data() + text.size())
+        , m_memo(memo) {}
 
     // The value variantFromNode() gives for libplist's tree of the element
     // two containers deep; an invalid QVariant when declined.
@@ -996,6 +1039,18 @@ private:
     }
 
     bool readValue(int depth, QVariant *value) {
+        // The element's own dictionary differs in every element; those
+        // within it may not.
+        const bool isRemembered = m_memo && depth > 2;
+        const char *start = m_at;
+        if (isRemembered) {
+            if (auto [kept, size] = m_memo->find(QByteArrayView(m_at, m_end), depth);
+                kept.isValid()) {
+                *value = std::move(kept);
+                m_at += size;
+                return true;
+            }
+        }
         QByteArrayView name;
         bool isEmpty = false;
         if (!readStartTag(&name, &isEmpty)) {
@@ -1010,7 +1065,16 @@ private:
                 *value = isDictionary ? QVariant(QVariantMap()) : QVariant(QVariantList());
                 return true;
             }
-            return isDictionary ? readDictionary(depth + 1, value) : readArray(depth + 1, value);
+            if (!isDictionary) {
+                return readArray(depth + 1, value);
+            }
+            if (!readDictionary(depth + 1, value)) {
+                return false;
+            }
+            if (isRemembered) {
+                m_memo->keep(QByteArrayView(start, m_at), depth, *value);
+            }
+            return true;
         }
         if (name == "true" || name == "false") {
             *value = name == "true";
@@ -1308,6 +1372,7 @@ private:
 
     const char *m_at;
     const char *const m_end;
+    DictionaryMemo *const m_memo;
 };
 
 // libplist's tree of one element of a streamed array, which lies in the file
@@ -1352,9 +1417,9 @@ PlistPointer parseElement(QByteArrayView text, Problem *problem) {
 // An element of the streamed array as the whole tree would have given it:
 // two containers deep, its place in the error path.
 QVariant variantFromElement(QByteArrayView text, const QString &arrayKey, qsizetype index,
-                            Problem *problem, bool *isReadable) {
+                            Problem *problem, bool *isReadable, DictionaryMemo *memo = nullptr) {
     *isReadable = true;
-    if (QVariant value = ElementReader(text).read(); value.isValid()) {
+    if (QVariant value = ElementReader(text, memo).read(); value.isValid()) {
         return value;
     }
     Problem checked;
@@ -1914,7 +1979,8 @@ public:
             return;
         }
         bool isReadable = false;
-        const QVariant value = variantFromElement(text, m_arrayKey, index, &m_problem, &isReadable);
+        const QVariant value =
+            variantFromElement(text, m_arrayKey, index, &m_problem, &isReadable, &m_memo);
         m_isEveryReadable = isReadable;
         if (!value.isValid()) {
             m_hasProblem = isReadable;
@@ -1952,6 +2018,7 @@ private:
     Problem m_problem;
     bool m_hasProblem = false;
     bool m_isEveryReadable = true;
+    DictionaryMemo m_memo;
 };
 
 } // namespace

@@ -535,6 +535,28 @@ void tst_ZKPropertyListSerialization::streamedReadMatchesWholeRead_data() {
     QTest::newRow("plain text") << QByteArray("hello") << false;
     QTest::newRow("byte order mark") << "\xEF\xBB\xBF" + saved << false;
 
+    // Tasks naming one destination, which is read once and shared, and
+    // destinations alike but for one late value, or deeper in one task.
+    const QVariantMap destination{{"Type", "FileSystemWriter"},
+                                  {"Path", "/tmp/out"},
+                                  {"Bookmark", QByteArray(90, 'b')},
+                                  {"Options", QVariantMap{{"A", 1}, {"Z", "z"}}}};
+    QVariantList sharing;
+    for (int i = 0; i < 8; ++i) {
+        QVariantMap task = taskLike(i);
+        QVariantMap writer = destination;
+        if (i == 5) {
+            writer.insert("Options", QVariantMap{{"A", 1}, {"Z", "y"}});
+        } else if (i == 7) {
+            writer.insert("Zone", "last");
+        }
+        task.insert("Destination", writer);
+        task.insert("Deeper", QVariantMap{{"Destination", i == 6 ? QVariant(destination) : i}});
+        sharing.append(task);
+    }
+    QTest::newRow("tasks sharing a destination")
+        << S::dataFromPropertyList(queueLike(sharing)) << true;
+
     // Text of ASCII alone, long enough to be read in several pieces, and
     // other bytes only far into it.
     QVariantList many;
