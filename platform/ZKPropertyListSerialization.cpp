@@ -16,6 +16,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <thread>
 #include <unordered_map>
 #include <utility>
@@ -1613,7 +1614,9 @@ private:
         if (m_depth == 0) {
             return std::all_of(text.begin(), text.end(), isBlank);
         }
-        if (text.contains("]]>")) {
+        // A search for a single byte first: it is far faster than one for
+        // three, and the bracket is rare.
+        if (text.contains(']') && text.contains("]]>")) {
             return false;
         }
         for (qsizetype amp = text.indexOf('&'); amp >= 0; amp = text.indexOf('&', amp + 1)) {
@@ -1731,12 +1734,13 @@ private:
             return Refused;
         }
         const qsizetype end = i + (isEmpty ? 2 : 1);
-        const QByteArray owned = name.toByteArray(); // the window may move below
+        // Kept apart from the window, which may move below.
+        m_openNames.append(name.data(), size_t(name.size()));
+        m_openEnds.push_back(m_openNames.size());
         m_at = end;
-        if (!startElement(owned, m_windowStart + start, m_windowStart + end)) {
+        if (!startElement(openName(), m_windowStart + start, m_windowStart + end)) {
             return Refused;
         }
-        m_open.push_back(owned);
         if (isEmpty) {
             return endElement(m_windowStart + m_at) ? Advanced : Refused;
         }
@@ -1750,7 +1754,7 @@ private:
         if (name.isEmpty()) {
             return i == size() ? unended(start) : Refused;
         }
-        if (m_open.empty() || name != QByteArrayView(m_open.back())) {
+        if (m_openEnds.empty() || name != openName()) {
             return Refused;
         }
         if (skipBlanks(&i) != Advanced) {
@@ -1800,10 +1804,11 @@ private:
     }
 
     bool endElement(qint64 tokenEnd) {
-        const QByteArray name = std::move(m_open.back());
-        m_open.pop_back();
+        const bool wasContainer = isContainer(openName());
+        m_openEnds.pop_back();
+        m_openNames.resize(m_openEnds.empty() ? 0 : m_openEnds.back());
         const int depth = m_depth--;
-        m_containers -= isContainer(name) ? 1 : 0;
+        m_containers -= wasContainer ? 1 : 0;
         if (depth == 1) {
             m_phase = Epilog;
         } else if (depth == 3 && m_isInKey) {
@@ -1854,7 +1859,16 @@ private:
     qsizetype m_at = 0;       // in the window: the first byte not yet read
     qsizetype m_searched = 0; // in the window: where the search for a tag goes on
     QByteArray m_head;
-    std::vector<QByteArray> m_open; // the names of the open elements
+    // The name of the innermost open element.
+    QByteArrayView openName() const {
+        const size_t start = m_openEnds.size() > 1 ? m_openEnds[m_openEnds.size() - 2] : 0;
+        return QByteArrayView(m_openNames.data() + start, qsizetype(m_openEnds.back() - start));
+    }
+
+    // The names of the open elements one after the other, and where each
+    // ends: no allocation per tag.
+    std::string m_openNames;
+    std::vector<size_t> m_openEnds;
     int m_depth = 0;
     int m_containers = 0;
     bool m_hasTop = false;
