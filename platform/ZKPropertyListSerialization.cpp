@@ -17,6 +17,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <unordered_map>
 #include <utility>
@@ -947,6 +948,26 @@ public:
         return {};
     }
 
+    // The key spelt by `spelling`, shared with the entries before: the keys
+    // are few and repeat in every entry. False for a spelling with a
+    // reference in it, which is left to the full reading of text.
+    bool key(QByteArrayView spelling, QString *key) {
+        if (spelling.contains('&') || spelling.contains('\0')) {
+            return false;
+        }
+        const std::string_view name(spelling.data(), size_t(spelling.size()));
+        if (const auto found = m_keys.find(name); found != m_keys.end()) {
+            *key = found->second;
+            return true;
+        }
+        *key = QString::fromUtf8(spelling);
+        if (m_keys.size() < maximumKeyCount) {
+            const std::string &kept = m_keySpellings.emplace_back(name);
+            m_keys.emplace(kept, *key);
+        }
+        return true;
+    }
+
     void keep(QByteArrayView text, int depth, const QVariant &value) {
         if (text.size() > maximumTextSize) {
             return;
@@ -969,6 +990,9 @@ private:
     };
     Kept m_kept[4];
     quint64 m_clock = 0;
+    static constexpr size_t maximumKeyCount = 256;
+    std::deque<std::string> m_keySpellings; // stay where they are as more come
+    std::unordered_map<std::string_view, QString> m_keys;
 };
 
 class ElementReader {
@@ -1129,7 +1153,8 @@ private:
             QByteArrayView content;
             QString key;
             QVariant child;
-            if (!take("<key>") || !readContent("key", &content) || !textOf(content, &key)) {
+            if (!take("<key>") || !readContent("key", &content) ||
+                !((m_memo && m_memo->key(content, &key)) || textOf(content, &key))) {
                 return false;
             }
             skipBlanks();
