@@ -384,26 +384,30 @@ ZKFileSystemReader::ZKFileSystemReader(const QUrl &url, const QString &skipReaso
 
 ZKFileSystemReader::~ZKFileSystemReader() {
     closeHandle();
+    delete m_rare.load();
 }
 
 void ZKFileSystemReader::setUrlAndFilename(const QUrl &url) {
     // "/a/b/" and "/a/b" are one item; the slash would also hide the name.
     m_url = url.path() == QLatin1String("/") ? url : url.adjusted(QUrl::StripTrailingSlash);
-    if (m_open) {
-        m_open->path.clear();
-    }
     // Another path: the folder it was found in may no longer hold it.
-    if (m_rare) {
-        m_rare->folder.reset();
-        m_rare->nameInFolder.clear();
+    if (Rare *kept = rareIfAny()) {
+        kept->folder.reset();
+        kept->nameInFolder.clear();
     }
 }
 
 ZKFileSystemReader::Rare &ZKFileSystemReader::rare() {
-    if (!m_rare) {
-        m_rare = std::make_unique<Rare>();
+    Rare *kept = rareIfAny();
+    if (!kept) {
+        auto made = std::make_unique<Rare>();
+        // Whoever comes second takes the one made first.
+        if (m_rare.compare_exchange_strong(kept, made.get(), std::memory_order_acq_rel,
+                                           std::memory_order_acquire)) {
+            kept = made.release();
+        }
     }
-    return *m_rare;
+    return *kept;
 }
 
 ZKFileSystemReader::OpenItem &ZKFileSystemReader::openItem() {
@@ -413,10 +417,19 @@ ZKFileSystemReader::OpenItem &ZKFileSystemReader::openItem() {
     return *m_open;
 }
 
+// Not where the url changes: the window's thread may change it (following a
+// bookmark) while a step runs, and the step's part is the step's alone.
+void ZKFileSystemReader::takePath(OpenItem &step) const {
+    if (step.path.isEmpty() || step.pathOf != m_url) {
+        step.path = QFile::encodeName(m_url.toLocalFile());
+        step.pathOf = m_url;
+    }
+}
+
 void ZKFileSystemReader::setFolder(const std::weak_ptr<ZKFolderHandle> &folder,
                                    const QByteArray &name) {
     // Without a name it is looked up by its path: nothing to keep.
-    if (name.isEmpty() && !m_rare) {
+    if (name.isEmpty() && !rareIfAny()) {
         return;
     }
     Rare &kept = rare();
@@ -426,8 +439,9 @@ void ZKFileSystemReader::setFolder(const std::weak_ptr<ZKFolderHandle> &folder,
 
 ZKFolderHandle::Place ZKFileSystemReader::place() const {
     static const std::weak_ptr<ZKFolderHandle> none;
-    return m_rare ? ZKFolderHandle::Place(m_rare->folder, m_rare->nameInFolder, encodedPath())
-                  : ZKFolderHandle::Place(none, QByteArray(), encodedPath());
+    const Rare *kept = rareIfAny();
+    return kept ? ZKFolderHandle::Place(kept->folder, kept->nameInFolder, encodedPath())
+                : ZKFolderHandle::Place(none, QByteArray(), encodedPath());
 }
 
 // Found inside this folder, and while it is open looked up in it, by name.
@@ -441,7 +455,9 @@ std::shared_ptr<ZKFileSystemReader> ZKFileSystemReader::child(const QByteArray &
     std::shared_ptr<ZKFileSystemReader> item = childReader(QUrl());
     item->m_url = urlForPath(path);
     // Opened next, most likely: its step finds the path worked out already.
-    item->openItem().path = path;
+    OpenItem &step = item->openItem();
+    step.path = path;
+    step.pathOf = item->m_url;
     if (m_open && m_open->folderHandle) {
         item->setFolder(m_open->folderHandle, name);
     }
@@ -503,8 +519,8 @@ void ZKFileSystemReader::acquireBookmark() {
 
 void ZKFileSystemReader::releaseBookmark() {
     m_startedAccessing = false;
-    if (m_rare) {
-        m_rare->bookmarkUrl.clear();
+    if (Rare *kept = rareIfAny()) {
+        kept->bookmarkUrl.clear();
     }
 }
 
@@ -512,7 +528,8 @@ QUrl ZKFileSystemReader::urlForPasteboard() {
     acquireBookmark();
     // Without a bookmark there is nothing to resolve: the path is the best we
     // know. A bookmark that led elsewhere was followed, but for a link.
-    return m_rare && !m_rare->bookmarkUrl.isEmpty() ? m_rare->bookmarkUrl : m_url;
+    const Rare *kept = rareIfAny();
+    return kept && !kept->bookmarkUrl.isEmpty() ? kept->bookmarkUrl : m_url;
 }
 
 QString ZKFileSystemReader::icon() const {
@@ -538,8 +555,8 @@ void ZKFileSystemReader::resetAttributes() {
     m_isImmutable = false;
     m_isDirectory = false;
     m_isLink = false;
-    if (m_rare) {
-        m_rare->linkTarget.clear();
+    if (Rare *kept = rareIfAny()) {
+        kept->linkTarget.clear();
     }
 }
 
@@ -579,20 +596,17 @@ bool ZKFileSystemReader::open() {
 }
 
 bool ZKFileSystemReader::openItemNow() {
-    if (m_rare && !m_rare->skipReason.isEmpty()) {
+    if (const QString reason = skipReason(); !reason.isEmpty()) {
         closeHandle();
         markUncopyable();
-        setError(ZKError::application(ZKErrorCode::readFailed, m_rare->skipReason));
+        setError(ZKError::application(ZKErrorCode::readFailed, reason));
         return false;
     }
     closeHandle();
     resetAttributes();
     const unsigned int wanted = STATX_BASIC_STATS | STATX_BTIME;
-    // The step's path, worked out once for every look it takes.
     OpenItem &step = openItem();
-    if (step.path.isEmpty()) {
-        step.path = QFile::encodeName(m_url.toLocalFile());
-    }
+    takePath(step);
     // A path that ends in "/" after the url lost its last slash has no name.
     const auto named = [this] {
         const QByteArray path = encodedPath();
@@ -602,6 +616,7 @@ bool ZKFileSystemReader::openItemNow() {
         return true;
     }
     acquireBookmark();
+    takePath(step);
 
     if (!named()) {
         setError(ZKEndpointErrors::error(ZKEndpointErrors::InvalidFilePath, {m_url.toString()}));
@@ -877,9 +892,9 @@ QByteArray ZKFileSystemReader::readBlockOfLength(quint64 length) {
     if (wanted == 0) {
         return {};
     }
-    const QString path = m_url.toLocalFile();
+    // Named only in an error: a block read is no place to make a text.
     if (wanted > quint64(std::numeric_limits<qsizetype>::max())) {
-        setError(ZKEndpointErrors::error(ZKEndpointErrors::BlockTooLarge, {path}));
+        setError(ZKEndpointErrors::error(ZKEndpointErrors::BlockTooLarge, {m_url.toLocalFile()}));
         return {};
     }
     QByteArray data(qsizetype(wanted), Qt::Uninitialized);
@@ -887,17 +902,18 @@ QByteArray ZKFileSystemReader::readBlockOfLength(quint64 length) {
     while (done < wanted) {
         const ssize_t count = ::read(fd, data.data() + done, size_t(wanted - done));
         if (count < 0) {
-            if (errno == EINTR) {
+            const int number = errno;
+            if (number == EINTR) {
                 continue;
             }
             setError(ZKEndpointErrors::error(ZKEndpointErrors::UnableToReadFrom,
-                                             {path, errnoText(errno)}));
+                                             {m_url.toLocalFile(), errnoText(number)}));
             return {};
         }
         if (count == 0) {
             setError(ZKEndpointErrors::error(
                 ZKEndpointErrors::FileBecameShorter,
-                {path, QString::number(m_size), QString::number(offset + done)}));
+                {m_url.toLocalFile(), QString::number(m_size), QString::number(offset + done)}));
             return {};
         }
         done += quint64(count);
@@ -1207,10 +1223,10 @@ std::shared_ptr<ZKReader> ZKFileSystemReader::childWithName(const QString &name)
 }
 
 std::shared_ptr<ZKWriter> ZKFileSystemReader::asWriter() {
-    if (m_rare && !m_rare->skipReason.isEmpty()) {
+    if (const QString reason = skipReason(); !reason.isEmpty()) {
         // Its url need not be its path: removing through it could remove
         // another item.
-        setError(ZKError::application(ZKErrorCode::readFailed, m_rare->skipReason));
+        setError(ZKError::application(ZKErrorCode::readFailed, reason));
         return nullptr;
     }
     auto writer = std::make_shared<ZKFileSystemWriter>(m_url, m_isDirectory,
@@ -1218,8 +1234,8 @@ std::shared_ptr<ZKWriter> ZKFileSystemReader::asWriter() {
     writer->setBookmark(m_bookmark);
     // Removed, say, where it was found: not through a link that took the
     // place of its folder since.
-    if (m_rare) {
-        writer->setFolder(m_rare->folder, m_rare->nameInFolder);
+    if (const Rare *kept = rareIfAny()) {
+        writer->setFolder(kept->folder, kept->nameInFolder);
     }
     return writer;
 }

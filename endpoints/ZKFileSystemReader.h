@@ -12,6 +12,7 @@
 #include <QUrl>
 #include <QVariantMap>
 
+#include <atomic>
 #include <ctime>
 #include <limits>
 #include <memory>
@@ -78,7 +79,10 @@ public:
     bool isImmutable() const override { return m_isImmutable; }
     bool isDirectory() const override { return m_isDirectory; }
     bool isLink() const override { return m_isLink; }
-    QString linkTarget() const override { return m_rare ? m_rare->linkTarget : QString(); }
+    QString linkTarget() const override {
+        const Rare *kept = rareIfAny();
+        return kept ? kept->linkTarget : QString();
+    }
     bool isLocal() const override { return true; }
     bool canSeek() const override { return true; }
     bool hasMoreData() const override;
@@ -97,7 +101,10 @@ public:
 
     static constexpr quint64 uncopyableSize = std::numeric_limits<quint64>::max();
     // Empty unless this reader stands for an item that cannot be copied.
-    QString skipReason() const { return m_rare ? m_rare->skipReason : QString(); }
+    QString skipReason() const {
+        const Rare *kept = rareIfAny();
+        return kept ? kept->skipReason : QString();
+    }
 
     QByteArray bookmark() const { return m_bookmark; }
     void setBookmark(const QByteArray &bookmark) {
@@ -147,8 +154,10 @@ private:
         // Worked out once an open; the generation costs a call to the kernel.
         std::optional<std::optional<quint32>> generation;
         QByteArray identity;
-        // The path as the kernel takes it, asked for at every look.
+        // The path as the kernel takes it, asked for at every look, and
+        // the url it was made of.
         QByteArray path;
+        QUrl pathOf;
     };
     // What few readers ever have. Made when first needed and kept until the
     // reader goes, so that what another thread reads of it stays valid.
@@ -165,7 +174,10 @@ private:
 
     void setUrlAndFilename(const QUrl &url);
     Rare &rare();
+    Rare *rareIfAny() const { return m_rare.load(std::memory_order_acquire); }
     OpenItem &openItem();
+    // The step's path, made again only when the url has changed.
+    void takePath(OpenItem &step) const;
     void resetAttributes();
     void markUncopyable();
     void closeHandle();
@@ -191,7 +203,9 @@ private:
     QUrl m_url;
     QByteArray m_bookmark;
     std::unique_ptr<OpenItem> m_open;
-    std::unique_ptr<Rare> m_rare;
+    // Atomic: the window's thread may make it (a followed bookmark) while a
+    // step does (a link's target).
+    std::atomic<Rare *> m_rare = nullptr;
     // Set by a copy that writes its file from the first byte: kept, like
     // the rest, until the reader goes.
     std::unique_ptr<Version> m_begunVersion;
