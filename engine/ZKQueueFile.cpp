@@ -24,6 +24,7 @@
 
 #include <cmath>
 #include <limits>
+#include <utility>
 
 const QString ZKQueueFile::documentType = QStringLiteral("FerrowickDocument");
 const QString ZKQueueFile::stateKey = QStringLiteral("State");
@@ -161,17 +162,21 @@ QString taskEntryProblem(qsizetype index, const QVariant &entry) {
         return {};
     }
     const QVariantMap task = entry.toMap();
-    const QString number = QString::number(index + 1);
-    const auto of = ZKQueueFileErrors::EntryOfTaskProblem;
-    for (const QString &text :
-         {valueProblem(task, kTaskProgressBytes, of, number, countProblem),
-          valueProblem(task, kTaskTotalBytes, of, number, countProblem),
-          valueProblem(task, kTaskMaximumTransferRate, of, number, countProblem),
-          valueProblem(task, kTaskDataRate, of, number, rateProblem),
-          valueProblem(task, kTaskState, of, number, nameProblem),
-          valueProblem(task, kTaskTransferMode, of, number, nameProblem)}) {
-        if (!text.isEmpty()) {
-            return text;
+    // Every entry of a long queue passes here: one at a time, and the task's
+    // number is spelt out only for a problem.
+    using Rule = QString (*)(const QVariant &);
+    static const std::pair<const QString &, Rule> checks[] = {
+        {kTaskProgressBytes, countProblem},
+        {kTaskTotalBytes, countProblem},
+        {kTaskMaximumTransferRate, countProblem},
+        {kTaskDataRate, rateProblem},
+        {kTaskState, nameProblem},
+        {kTaskTransferMode, nameProblem}};
+    for (const auto &[key, rule] : checks) {
+        const auto found = task.constFind(key);
+        if (found != task.constEnd() && !rule(found.value()).isEmpty()) {
+            return valueProblem(task, key, ZKQueueFileErrors::EntryOfTaskProblem,
+                                QString::number(index + 1), rule);
         }
     }
     return {};
