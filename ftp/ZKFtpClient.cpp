@@ -83,6 +83,7 @@ void ZKFtpClient::connectToHost(const QString &host, qint32 port, bool secure) {
     m_controlResponses.clear();
     m_triesExtendedPassive = true;
     m_listsLong = true;
+    m_cwdTakesPaths = true;
     m_unreliable = false;
     m_poolKey.clear();
     m_secure = secure;
@@ -216,6 +217,7 @@ void ZKFtpClient::moveConnectionFrom(ZKFtpClient &other) {
     m_listsLong = other.m_listsLong;
     m_triesExtendedPassive = other.m_triesExtendedPassive;
     m_canRename = other.m_canRename;
+    m_cwdTakesPaths = other.m_cwdTakesPaths;
     m_secure = other.m_secure;
     m_host = other.m_host;
     m_poolKey = std::exchange(other.m_poolKey, {});
@@ -599,6 +601,24 @@ void ZKFtpClient::changePath(const QStringList &components) {
            m_currentPath.at(common) == target.at(common)) {
         ++common;
     }
+    // A walk goes from a folder to its sibling: "CWD ../b" is one round trip
+    // where CDUP and CWD are two. When the path is refused, the steps one at
+    // a time tell which folder is missing, or, when they all succeed, that
+    // this server takes no paths. Servers change folder as one step: a
+    // refused path leaves the working directory where it was.
+    const qsizetype steps = m_currentPath.size() - common + target.size() - common;
+    bool pathRefused = false;
+    if (steps > 1 && m_cwdTakesPaths) {
+        QStringList path(m_currentPath.size() - common, QStringLiteral(".."));
+        path.append(target.mid(common));
+        command(QStringLiteral("CWD"), path.join(QLatin1Char('/')));
+        if (!error()) {
+            m_currentPath = target;
+            return;
+        }
+        clearError();
+        pathRefused = true;
+    }
     for (qsizetype up = m_currentPath.size() - common; up > 0; --up) {
         leaveSubdirectory();
         if (error()) {
@@ -610,6 +630,10 @@ void ZKFtpClient::changePath(const QStringList &components) {
         if (error()) {
             return;
         }
+    }
+    if (pathRefused) {
+        qCInfo(lcFtp) << "CWD refused a path that its steps reach; one step at a time from now on";
+        m_cwdTakesPaths = false;
     }
 }
 
@@ -942,7 +966,14 @@ void ZKFtpClient::noteChanged(const QString &name) {
 }
 
 std::optional<ZKFtpItem> ZKFtpClient::listedItem(const QString &name, bool *listed) const {
-    const QString key = listingKey(m_currentPath);
+    return listedItemIn(m_currentPath, name, listed);
+}
+
+std::optional<ZKFtpItem> ZKFtpClient::listedItemIn(const QStringList &folder, const QString &name,
+                                                   bool *listed) const {
+    QStringList path = folder;
+    path.removeAll(QStringLiteral("/"));
+    const QString key = listingKey(path);
     const auto listing = m_listings.constFind(key);
     *listed = listing != m_listings.cend() && !listing->changedNames.contains(name);
     if (!*listed) {

@@ -82,8 +82,10 @@ public:
     // absence, is left in error(). Nothing happens when no upload is open.
     void endStore();
 
-    // Moves the server's working directory to the given components with CDUP
-    // and CWD, one component at a time; "/" components are ignored.
+    // Moves the server's working directory to the given components: with
+    // one CWD of a relative path ("../b", "a/b") where that spares a round
+    // trip, else, and wherever the server refuses such a path, with CDUP and
+    // CWD one component at a time; "/" components are ignored.
     void changePath(const QStringList &components);
     void enterSubdirectory(const QString &name);
     void leaveSubdirectory();
@@ -123,6 +125,10 @@ public:
     // removed there since. *listed is false when there is no such listing;
     // else nullopt means that the folder held no such entry.
     std::optional<ZKFtpItem> listedItem(const QString &name, bool *listed) const;
+    // The same for the folder of the given components, wherever the working
+    // directory is: no CWD just to look.
+    std::optional<ZKFtpItem> listedItemIn(const QStringList &folder, const QString &name,
+                                          bool *listed) const;
     void forgetListings();
     // SIZE of name: true for a file the server sizes, false when it refuses
     // (no such file, or a folder); nullopt when no answer came or the server
@@ -216,6 +222,8 @@ private:
     bool m_supportsRfc3659 = true;
     bool m_listsWithMlsd = false;
     bool m_listsLong = true;
+    // Until a CWD of a path fails where the same steps one at a time succeed.
+    bool m_cwdTakesPaths = true;
     bool m_unreliable = false;
     QString m_poolKey;
     // The last parking of the connection: the same number on the parked

@@ -520,15 +520,15 @@ std::shared_ptr<ZKReader> ZKFtpReader::childWithName(const QString &name) {
         child->useAccountOf(*this);
         return child;
     }
-    ftp()->changePath(ZKFtpUrl::pathComponents(m_url));
-    std::optional<ZKFtpItem> item;
-    if (!ftp()->error()) {
-        // A walk of this folder has just listed it (copies go through
-        // their folder's entries that way): asking again would cost a round
-        // trip for every file.
-        bool listed = false;
-        item = ftp()->listedItem(name, &listed);
-        if (!item) {
+    // A walk of this folder has just listed it (copies go through their
+    // folder's entries that way): asking again, or even going there first,
+    // would cost a round trip for every entry.
+    const QStringList folder = ZKFtpUrl::pathComponents(m_url);
+    bool listed = false;
+    std::optional<ZKFtpItem> item = ftp()->listedItemIn(folder, name, &listed);
+    if (!item) {
+        ftp()->changePath(folder);
+        if (!ftp()->error()) {
             item = ftp()->itemWithName(name);
         }
     }

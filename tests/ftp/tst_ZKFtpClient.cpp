@@ -322,26 +322,47 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("sent");
         QTest::newRow("same") << QStringList{"a", "b"} << QStringList{"a", "b"} << QStringList();
         QTest::newRow("slashes dropped")
-            << QStringList() << QStringList{"/", "x", "y"} << QStringList{"CWD x", "CWD y"};
+            << QStringList() << QStringList{"/", "x", "y"} << QStringList{"CWD x/y"};
         QTest::newRow("sideways") << QStringList{"a", "b", "c"} << QStringList{"a", "d"}
-                                  << QStringList{"CDUP", "CDUP", "CWD d"};
+                                  << QStringList{"CWD ../../d"};
         QTest::newRow("to the top") << QStringList{"a"} << QStringList() << QStringList{"CDUP"};
+        QTest::newRow("one down") << QStringList{"a"} << QStringList{"a", "b"}
+                                  << QStringList{"CWD b"};
     }
 
+    // One CWD of a path where it spares a command, on a server that takes
+    // such paths (this one takes exactly those it was given).
     void changePathSendsOnlyTheDifference() {
         QFETCH(QStringList, from);
         QFETCH(QStringList, to);
-        for (const QString &name : from + to) {
-            m_server->setDirectory(name.toUtf8());
+        QFETCH(QStringList, sent);
+        m_server->setDirectory(from.join('/').toUtf8());
+        for (const QString &command : sent) {
+            m_server->setDirectory(command.mid(4).toUtf8());
         }
         connectAndLogIn();
         m_client->changePath(from);
         const qsizetype before = m_server->commands().size();
         m_client->changePath(to);
-        QVERIFY(!m_client->error());
-        QTEST(m_server->commands().mid(before), "sent");
+        QVERIFY2(!m_client->error(), qPrintable(errorText(m_client->error())));
+        QCOMPARE(m_server->commands().mid(before), sent);
         to.removeAll(QStringLiteral("/"));
         QCOMPARE(m_client->currentPath(), to);
+    }
+
+    // A path refused where its steps succeed: the steps from then on.
+    void changePathGoesStepByStepWhereRefused() {
+        for (const char *name : {"a", "b", "c"}) {
+            m_server->setDirectory(name);
+        }
+        connectAndLogIn();
+        const qsizetype before = m_server->commands().size();
+        m_client->changePath({"a", "b"});
+        m_client->changePath({"a", "c"});
+        QVERIFY2(!m_client->error(), qPrintable(errorText(m_client->error())));
+        QCOMPARE(m_server->commands().mid(before),
+                 QStringList({"CWD a/b", "CWD a", "CWD b", "CDUP", "CWD c"}));
+        QCOMPARE(m_client->currentPath(), QStringList({"a", "c"}));
     }
 
     void machineListings_data() {
