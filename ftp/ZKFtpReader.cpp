@@ -160,6 +160,19 @@ bool ZKFtpReader::open() {
     if (onSharedConnection) {
         return true;
     }
+    // A folder's address: one CWD there tells that it is one, where its
+    // look-up in its parent costs SIZE, CWD and CDUP, and the walk that
+    // follows starts there. Anything else there is looked up below.
+    if (m_isDirectory) {
+        ftp()->changePath(ZKFtpUrl::pathComponents(m_url));
+        if (!ftp()->error()) {
+            ZKFtpItem folder;
+            folder.setName(m_filename);
+            folder.setType(ZKFtpItem::Directory);
+            applyItem(folder);
+            return true;
+        }
+    }
     const std::optional<ZKFtpItem> item = findItem(parentPathComponents(), m_filename);
     if (!item) {
         return false;
