@@ -713,7 +713,7 @@ bool ZKQueueFile::readFromFile(const QString &path, ZKError *error) {
         plist, places.offsets.size(),
         [&](qsizetype i) { return ZKPropertyListSerialization::elementFromText(textAt(i)); },
         [&](qsizetype i, const QVariant &) {
-            return SavedEntry{{}, {}, places.offsets[i], places.lengths[i], qHash(textAt(i))};
+            return SavedEntry{{}, {}, places.offsets[i], places.lengths[i], places.hashes[i]};
         },
         destinations,
         [&](qsizetype i) { return i < madeAhead.size() ? std::move(madeAhead[i]) : nullptr; });

@@ -1931,12 +1931,14 @@ public:
     struct Batch {
         QByteArray texts;
         QList<qint64> offsets;
+        QList<size_t> hashes;
         QList<qsizetype> ends; // in texts
     };
 
     void put(qint64 offset, QByteArrayView text) {
         m_filling.texts.append(text);
         m_filling.offsets.append(offset);
+        m_filling.hashes.append(qHash(text));
         m_filling.ends.append(m_filling.texts.size());
         if (m_filling.offsets.size() >= batchSize) {
             pass();
@@ -2008,10 +2010,11 @@ public:
         , m_element(element)
         , m_places(places) {}
 
-    void read(qint64 offset, QByteArrayView text) {
+    void read(qint64 offset, QByteArrayView text, size_t hash) {
         const qsizetype index = m_places->offsets.size();
         m_places->offsets.append(offset);
         m_places->lengths.append(text.size());
+        m_places->hashes.append(hash);
         // After the first problem the answer is known; the rest is only
         // walked for the checks of the text.
         if (m_hasProblem || !m_isEveryReadable) {
@@ -2073,7 +2076,8 @@ QVariant ZKPropertyListSerialization::propertyListFromFile(
     constexpr qint64 aloneBelow = 4 * 1024 * 1024;
     if (file->size() < aloneBelow) {
         const Found found = findElements(
-            file, arrayKey, [&](qint64 offset, QByteArrayView text) { reading.read(offset, text); },
+            file, arrayKey,
+            [&](qint64 offset, QByteArrayView text) { reading.read(offset, text, qHash(text)); },
             error);
         return reading.finish(found, error);
     }
@@ -2089,7 +2093,8 @@ QVariant ZKPropertyListSerialization::propertyListFromFile(
     while (channel.take(&batch)) {
         for (qsizetype i = 0, start = 0; i < batch.offsets.size(); start = batch.ends[i++]) {
             reading.read(batch.offsets[i],
-                         QByteArrayView(batch.texts).sliced(start, batch.ends[i] - start));
+                         QByteArrayView(batch.texts).sliced(start, batch.ends[i] - start),
+                         batch.hashes[i]);
         }
     }
     finder.join();

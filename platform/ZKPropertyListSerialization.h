@@ -68,6 +68,7 @@ public:
         bool isStreamed = false; // else the array came back whole
         QList<qint64> offsets;
         QList<qint64> lengths;
+        QList<size_t> hashes; // qHash() of each element's text
     };
     // Reads a property list from an open file as propertyListFromData()
     // reads the file's data, with the same errors. When the file is an XML

@@ -643,7 +643,9 @@ void tst_ZKPropertyListSerialization::streamedReadMatchesWholeRead() {
         for (qsizetype i = 0; i < handed.size(); ++i) {
             ZKError again;
             QVERIFY(file.seek(places.offsets[i]));
-            const QVariant element = S::elementFromText(file.read(places.lengths[i]), &again);
+            const QByteArray text = file.read(places.lengths[i]);
+            QCOMPARE(places.hashes.value(i), qHash(text));
+            const QVariant element = S::elementFromText(text, &again);
             QVERIFY2(sameTyped(element, handed[i]), qUtf8Printable(again.localizedDescription()));
         }
         QVariantMap map = read.toMap();
