@@ -533,6 +533,11 @@ std::shared_ptr<ZKReader> ZKFtpReader::childWithName(const QString &name) {
         child->useAccountOf(*this);
         return child;
     }
+    // Below a folder found missing nothing stands either: the analysis of
+    // a copy into a new folder would ask in vain about every entry.
+    if (m_initialisedProperties && !m_exists) {
+        return makeChild(ZKFtpUrl::childUrl(m_url, name, false), std::nullopt);
+    }
     // A walk of this folder has just listed it (copies go through their
     // folder's entries that way): asking again, or even going there first,
     // would cost a round trip for every entry.
