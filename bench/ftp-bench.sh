@@ -16,7 +16,8 @@
 #   bench/ftp-bench.sh [BUILD_DIR]      (default: build)
 #
 # Environment: BENCH_BUILD (0: use the build as it is, for a tree that
-# others build under a lock; default 1, build the two programs first), BENCH_DIR (where the data goes; default a folder in /dev/shm,
+# others build under a lock; default 1, build the two programs first),
+# BENCH_DIR (where the data goes; default a folder in /dev/shm,
 # so that no disk takes part), BENCH_RUNS (default 3), BENCH_SIZE_MIB
 # (default 1024), BENCH_FILES (small files of 4 KiB; default 1000),
 # BENCH_RELAY_FILES (small files of 4 KiB through the relay; default 200).
