@@ -508,6 +508,10 @@ QByteArray ZKFtpClient::retrieveBlockOfMaximumLength(quint64 length) {
     return data.value_or(QByteArray());
 }
 
+bool ZKFtpClient::retrieveGoesOn() const {
+    return m_dataSocket && m_dataSocket->waitForMoreData();
+}
+
 void ZKFtpClient::endRetrieve() {
     // Data still on its way, not merely data already here: a reader that
     // takes large blocks often empties the buffer of a transfer that goes on.

@@ -75,6 +75,9 @@ public:
     // Aborts with ABOR when data is still waiting (the download was stopped
     // early), else just closes the data connection and reads its reply.
     void endRetrieve();
+    // Whether the download under way sends more: waits for its next byte or
+    // its end, and takes nothing.
+    bool retrieveGoesOn() const;
 
     void beginStore(const QString &name);
     void storeBlock(const QByteArray &data);

@@ -95,6 +95,10 @@ constexpr Entry entries[] = {
      QT_TRANSLATE_NOOP(
          "ZKFtpErrors",
          "Unable to read file '%1': the data connection closed after %2 of %3 bytes")},
+    {M::DataLongerThanListed, app, ZKErrorCode::readFailed,
+     QT_TRANSLATE_NOOP("ZKFtpErrors",
+                       "Unable to read file '%1': it is longer than the %2 bytes it was listed "
+                       "with, so it changed since it was listed")},
     {M::TopFolderNotListed, app, ZKErrorCode::readFailed,
      QT_TRANSLATE_NOOP("ZKFtpErrors", "Unable to list files in the top folder of %1: %2")},
     {M::FolderNotListed, app, ZKErrorCode::readFailed,

@@ -62,6 +62,7 @@ public:
         NoSuchFile,
         UnableToReadFile,
         DataConnectionClosedEarly,
+        DataLongerThanListed,
         TopFolderNotListed,
         FolderNotListed,
         // Why a folder could not be listed: parts of the texts above.

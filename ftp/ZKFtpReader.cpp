@@ -292,7 +292,7 @@ QByteArray ZKFtpReader::readBlockOfMaximumLength(quint64 length) {
             // Never end a file short without saying so: the data connection
             // closed before the size the server gave.
             fail(ZKFtpErrors::DataConnectionClosedEarly,
-                 {host(), QString::number(m_position), QString::number(m_size)});
+                 {m_url.path(), QString::number(m_position), QString::number(m_size)});
             // The listing that gave the size is out of date: a retry
             // must not take it again.
             ftp()->forgetListings();
@@ -300,6 +300,16 @@ QByteArray ZKFtpReader::readBlockOfMaximumLength(quint64 length) {
         return data;
     }
     m_position += quint64(data.size());
+    // The size is the listing's, and a listing may be some seconds old: a
+    // file that has grown since would be copied short without a word. The
+    // server ends the data connection right after the last byte, so looking
+    // for more costs no round trip.
+    if (sizeIsKnown() && m_position == m_size && ftp()->retrieveGoesOn()) {
+        fail(ZKFtpErrors::DataLongerThanListed, {m_url.path(), QString::number(m_size)});
+        ftp()->forgetListings();
+        m_hasMoreData = false;
+        return {};
+    }
     return data;
 }
 

@@ -831,6 +831,10 @@ Verbinden Sie nur, wenn Sie wissen, dass dies der Schlüssel des Servers ist; er
         <source>Unable to remove directory &apos;%1&apos;: %2</source>
         <translation>Der Ordner „%1“ kann nicht entfernt werden: %2</translation>
     </message>
+    <message>
+        <source>Unable to read file &apos;%1&apos;: it is longer than the %2 bytes it was listed with, so it changed since it was listed</source>
+        <translation>Die Datei „%1“ kann nicht gelesen werden: Sie ist länger als die %2 Bytes, mit denen sie aufgeführt wurde, und hat sich also seitdem geändert</translation>
+    </message>
 </context>
 <context>
     <name>ZKHttpPanel</name>

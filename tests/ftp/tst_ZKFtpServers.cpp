@@ -554,12 +554,19 @@ private Q_SLOTS:
     void changeAfterAnalysisIsCaught_data() {
         QTest::addColumn<int>("kind");
         QTest::addColumn<qsizetype>("grown");
+        QTest::addColumn<bool>("verify");
         for (const ZKFtpServers::Kind kind :
              {ZKFtpServers::Vsftpd, ZKFtpServers::PureFtpd, ZKFtpServers::Proftpd}) {
             const QString name = ZKFtpServers::name(kind);
-            QTest::addRow("%s, same size", qPrintable(name)) << int(kind) << qsizetype(0);
-            QTest::addRow("%s, longer", qPrintable(name)) << int(kind) << qsizetype(5000);
-            QTest::addRow("%s, shorter", qPrintable(name)) << int(kind) << qsizetype(-5000);
+            QTest::addRow("%s, same size", qPrintable(name)) << int(kind) << qsizetype(0) << true;
+            QTest::addRow("%s, longer", qPrintable(name)) << int(kind) << qsizetype(5000) << true;
+            QTest::addRow("%s, shorter", qPrintable(name)) << int(kind) << qsizetype(-5000) << true;
+            // Nothing compares the copy afterwards: the download itself must
+            // notice.
+            QTest::addRow("%s, longer, unverified", qPrintable(name))
+                << int(kind) << qsizetype(5000) << false;
+            QTest::addRow("%s, shorter, unverified", qPrintable(name))
+                << int(kind) << qsizetype(-5000) << false;
         }
     }
 
@@ -569,6 +576,7 @@ private Q_SLOTS:
     void changeAfterAnalysisIsCaught() {
         START_SERVER();
         QFETCH(qsizetype, grown);
+        QFETCH(bool, verify);
         const qsizetype size = 20000;
         const QByteArray before = ZKTestSupport::randomBytes(size, 41);
         QVERIFY(QDir().mkpath(served("tree/in")));
@@ -576,7 +584,7 @@ private Q_SLOTS:
         QVERIFY(ZKTestSupport::writeFile(served("tree/in/steady.txt"), "steady"));
         m_server->handOver(m_server->root());
         ZKTaskState state = runTask(ftpReader("/tree/"), localFolder("down"), ZKTransferMode::Copy,
-                                    true, S::PendingProcessing);
+                                    verify, S::PendingProcessing);
         QVERIFY2(state == S::PendingProcessing, qPrintable(stateText(state)));
 
         const QByteArray after = ZKTestSupport::randomBytes(size + grown, 42);
