@@ -922,18 +922,11 @@ std::optional<uint> referenceCode(QByteArrayView name, bool upperX) {
     return digits.toUInt(nullptr, isHex ? 16 : 10);
 }
 
-// Reads the text of one element straight to its value, without libplist's
-// tree: the markup libplist writes and little more. Whatever it is not
-// certain to read as libplist does it declines, and the element goes to
-// libplist after all: comments, sections, attributes, empty numbers, numbers
-// spelt otherwise (libplist reads "010" as octal and cuts "1e" short),
-// references libplist takes loosely, a key twice or without its value, and
-// every value libplist's reading would refuse, so that the errors stay
-// libplist's.
-// Dictionaries within elements that are spelt alike from one element to the
-// next, kept with their values: every task of a queue names the same
-// destination, which is then read once and its value shared. Whatever reads
-// as a dictionary at one depth reads the same at that depth again.
+// What repeats from one element to the next, kept: the keys, and the
+// dictionaries within elements that are spelt alike with their values.
+// Every task of a queue names the same destination, which is then read once
+// and its value shared. Whatever reads as a dictionary at one depth reads
+// the same at that depth again.
 class DictionaryMemo {
 public:
     // The value of a kept dictionary whose text starts at `at`, and its text's
@@ -995,6 +988,14 @@ private:
     std::unordered_map<std::string_view, QString> m_keys;
 };
 
+// Reads the text of one element straight to its value, without libplist's
+// tree: the markup libplist writes and little more. Whatever it is not
+// certain to read as libplist does it declines, and the element goes to
+// libplist after all: comments, sections, attributes, empty numbers, numbers
+// spelt otherwise (libplist reads "010" as octal and cuts "1e" short),
+// references libplist takes loosely, a key twice or without its value, and
+// every value libplist's reading would refuse, so that the errors stay
+// libplist's.
 class ElementReader {
 public:
     explicit ElementReader(QByteArrayView text, DictionaryMemo *memo = nullptr)
