@@ -37,7 +37,7 @@ using S = ZKTaskState;
 namespace {
 
 // A copy of a field that another thread may be writing.
-template <class T> T locked(std::mutex &lock, const T &field) {
+template <class Lock, class T> T locked(Lock &lock, const T &field) {
     std::lock_guard locker(lock);
     return field;
 }
@@ -134,13 +134,22 @@ std::shared_ptr<ZKCopyTask> ZKCopyTask::create(const QVariantMap &plist, ZKWrite
     task->m_isVerifyEnabled = plist.value(kIsVerifyEnabled).toBool();
     task->m_isVerifiedOk = plist.value(kIsVerifiedOk).toBool();
     task->m_transferMode = ZKTransferMode::parse(plist.value(kTransferMode).toString());
-    task->m_skippedUrls = ZKPropertyListParser::parseUrls(plist.value(kSkippedUrls).toList());
-    task->m_replacedUrls = ZKPropertyListParser::parseUrls(plist.value(kReplacedUrls).toList());
+    // Only a task that has run, or been told what to skip, pays for the sets.
+    QSet<QUrl> skipped = ZKPropertyListParser::parseUrls(plist.value(kSkippedUrls).toList());
+    QSet<QUrl> replaced = ZKPropertyListParser::parseUrls(plist.value(kReplacedUrls).toList());
+    QSet<QUrl> preExisting;
     if (plist.contains(kPreExistingUrls)) {
-        task->m_preExistingUrls =
-            ZKPropertyListParser::parseUrls(plist.value(kPreExistingUrls).toList());
+        task->m_hasPreExistingUrls = true;
+        preExisting = ZKPropertyListParser::parseUrls(plist.value(kPreExistingUrls).toList());
     }
-    task->m_notes = plist.value(kNotes).toStringList();
+    QStringList notes = plist.value(kNotes).toStringList();
+    if (!skipped.isEmpty() || !replaced.isEmpty() || !preExisting.isEmpty() || !notes.isEmpty()) {
+        Rare &kept = task->rare();
+        kept.skippedUrls = std::move(skipped);
+        kept.replacedUrls = std::move(replaced);
+        kept.preExistingUrls = std::move(preExisting);
+        kept.notes = std::move(notes);
+    }
     const ZKTaskState state = ZKTaskStates::parse(plist.value(kState).toString());
     const quint64 progress = plist.value(kProgressBytes).toULongLong();
     const quint64 total = plist.value(kTotalBytes).toULongLong();
@@ -151,7 +160,8 @@ std::shared_ptr<ZKCopyTask> ZKCopyTask::create(const QVariantMap &plist, ZKWrite
     task->m_maximumTransferRate = plist.value(kMaximumTransferRate).toULongLong();
     const QString message = plist.value(kErrorMessage).toString();
     if (state == S::Failed && !message.isEmpty()) {
-        task->m_error = std::make_unique<const ZKError>(ZKError::applicationDomain, 0, message);
+        task->rare().error =
+            std::make_unique<const ZKError>(ZKError::applicationDomain, 0, message);
     }
 
     // Work interrupted by quitting continues by itself, once the task is in
@@ -159,24 +169,26 @@ std::shared_ptr<ZKCopyTask> ZKCopyTask::create(const QVariantMap &plist, ZKWrite
     // stays Removing until the user acts. An analysis starts over when the
     // queue starts it, once its questions have somebody to ask: resumed
     // here, it would take every conflict as cancelled.
+    quint64 copied = 0;
+    quint64 verified = 0;
     switch (state) {
     case S::Preparing:
         task->m_state = S::PendingPreparation;
         break;
     case S::PendingProcessing:
-        task->m_bytesCopied = progress;
+        copied = progress;
         break;
     case S::Processing:
-        task->m_bytesCopied = progress;
+        copied = progress;
         task->m_resumesWhenQueued = true;
         break;
     case S::PendingVerification:
-        task->m_bytesCopied = total;
-        task->m_bytesVerified = progress;
+        copied = total;
+        verified = progress;
         break;
     case S::Verifying:
-        task->m_bytesCopied = total;
-        task->m_bytesVerified = progress;
+        copied = total;
+        verified = progress;
         task->m_resumesWhenQueued = true;
         break;
     case S::Cancelling:
@@ -187,11 +199,13 @@ std::shared_ptr<ZKCopyTask> ZKCopyTask::create(const QVariantMap &plist, ZKWrite
     case S::Cancelled:
         // Only for the bar, which would otherwise say nothing was done: the
         // next run analyses anew.
-        task->m_bytesCopied = std::min(progress, total);
+        copied = std::min(progress, total);
         break;
     default:
         break;
     }
+    task->storeRare(&Rare::bytesCopied, copied, quint64(0));
+    task->storeRare(&Rare::bytesVerified, verified, quint64(0));
     task->settleFigures();
     return task;
 }
@@ -213,39 +227,80 @@ ZKCopyTask::~ZKCopyTask() {
     const ZKTaskQuestions::Refusal refusal(this);
     pause();
     // Nothing queued may outlive the members it uses.
-    if (Worker *worker = existingWorker()) {
-        worker->operationQueue.cancelAllOperations();
-        worker->operationQueue.waitUntilAllOperationsAreFinished();
-        delete worker;
+    if (Rare *kept = rareIfAny()) {
+        kept->operationQueue.cancelAllOperations();
+        kept->operationQueue.waitUntilAllOperationsAreFinished();
+        delete kept;
     }
 }
 
-ZKCopyTask::Worker &ZKCopyTask::worker() const {
-    Worker *existing = existingWorker();
-    if (existing) {
-        return *existing;
+ZKCopyTask::Rare &ZKCopyTask::rare() const {
+    Rare *kept = rareIfAny();
+    if (!kept) {
+        auto made = std::make_unique<Rare>();
+        // Whoever comes second takes the one made first.
+        if (m_rare.compare_exchange_strong(kept, made.get(), std::memory_order_acq_rel,
+                                           std::memory_order_acquire)) {
+            kept = made.release();
+        }
     }
-    auto made = std::make_unique<Worker>();
-    if (m_worker.compare_exchange_strong(existing, made.get(), std::memory_order_acq_rel)) {
-        return *made.release();
+    return *kept;
+}
+
+template <class T> bool ZKCopyTask::storeRare(std::atomic<T> Rare::*field, T value, T resting) {
+    Rare *kept = rareIfAny();
+    if (!kept) {
+        if (value == resting) {
+            return false;
+        }
+        kept = &rare();
     }
-    return *existing; // another thread made it first
+    return (kept->*field).exchange(value) != value;
+}
+
+template <class T> T ZKCopyTask::rareValue(std::atomic<T> Rare::*field, T resting) const {
+    const Rare *kept = rareIfAny();
+    return kept ? (kept->*field).load() : resting;
+}
+
+quint64 ZKCopyTask::bytesCopied() const {
+    return rareValue(&Rare::bytesCopied, quint64(0));
+}
+
+quint64 ZKCopyTask::bytesVerified() const {
+    return rareValue(&Rare::bytesVerified, quint64(0));
+}
+
+double ZKCopyTask::percentCompleted() const {
+    return rareValue(&Rare::percentCompleted, 0.0);
+}
+
+double ZKCopyTask::percentRemaining() const {
+    return rareValue(&Rare::percentRemaining, 1.0);
+}
+
+double ZKCopyTask::timeRemaining() const {
+    return rareValue(&Rare::timeRemaining, 0.0);
 }
 
 void ZKCopyTask::forgetStepReport() {
-    if (Worker *worker = existingWorker()) {
-        worker->filesDoneThisRun = 0;
-        worker->currentFile.clear();
+    if (Rare *kept = rareIfAny()) {
+        kept->filesDoneThisRun = 0;
+        kept->currentFile.clear();
     }
 }
 
 void ZKCopyTask::stopSteps() {
-    if (Worker *worker = existingWorker()) {
-        worker->operationQueue.cancelAllOperations();
+    if (Rare *kept = rareIfAny()) {
+        kept->operationQueue.cancelAllOperations();
     }
 }
 
 QVariantMap ZKCopyTask::asPropertyList() const {
+    const Rare *kept = rareIfAny();
+    const auto urls = [kept](QSet<QUrl> Rare::*set) {
+        return ZKPropertyListParser::formatUrls(kept ? kept->*set : QSet<QUrl>());
+    };
     std::lock_guard locker(m_lock);
     QVariantMap plist{
         {typeKey, QStringLiteral("CopyTask")},
@@ -254,20 +309,20 @@ QVariantMap ZKCopyTask::asPropertyList() const {
         {kIsVerifyEnabled, m_isVerifyEnabled.load()},
         {kIsVerifiedOk, m_isVerifiedOk.load()},
         {kTransferMode, ZKTransferMode::convertToString(m_transferMode.load())},
-        {kSkippedUrls, ZKPropertyListParser::formatUrls(m_skippedUrls)},
-        {kReplacedUrls, ZKPropertyListParser::formatUrls(m_replacedUrls)},
+        {kSkippedUrls, urls(&Rare::skippedUrls)},
+        {kReplacedUrls, urls(&Rare::replacedUrls)},
         {kState, ZKTaskStates::convertToString(m_state.load())},
         {kProgressBytes, m_progressBytes.load()},
         {kTotalBytes, m_totalBytes.load()},
         {kDataRate, m_dataRate.load()},
         {kMaximumTransferRate, m_maximumTransferRate.load()},
-        {kErrorMessage, m_error ? m_error->localizedDescription() : QString()},
+        {kErrorMessage, kept && kept->error ? kept->error->localizedDescription() : QString()},
     };
-    if (m_preExistingUrls) {
-        plist.insert(kPreExistingUrls, ZKPropertyListParser::formatUrls(*m_preExistingUrls));
+    if (m_hasPreExistingUrls) {
+        plist.insert(kPreExistingUrls, urls(&Rare::preExistingUrls));
     }
-    if (!m_notes.isEmpty()) {
-        plist.insert(kNotes, m_notes);
+    if (kept && !kept->notes.isEmpty()) {
+        plist.insert(kNotes, kept->notes);
     }
     return plist;
 }
@@ -311,12 +366,14 @@ void ZKCopyTask::startStep() {
 
 void ZKCopyTask::configure(ZKFileOperation &operation) const {
     operation.setMaximumTransferRate(m_maximumTransferRate.load());
-    operation.setMinimumTimeBetweenNotifications(m_minimumTimeBetweenNotifications);
+    operation.setMinimumTimeBetweenNotifications(minimumTimeBetweenNotifications());
     operation.setSkippedFilePatterns(ZKPreferences::skippedFilePatterns());
     operation.setTemporaryFilePatterns(ZKPreferences::temporaryFilePatterns());
     std::lock_guard locker(m_lock);
-    operation.setSkippedUrls(m_skippedUrls);
-    operation.setReplacedUrls(m_replacedUrls);
+    if (const Rare *kept = rareIfAny()) {
+        operation.setSkippedUrls(kept->skippedUrls);
+        operation.setReplacedUrls(kept->replacedUrls);
+    }
     // A task of a queue paces with the queue's other tasks; one on its own
     // makes its pace when it first runs.
     if (!m_throttle) {
@@ -348,8 +405,9 @@ void ZKCopyTask::prepare() {
             operation->setPreExistingDestinationHandler(
                 handler(&ZKTaskQuestions::showPreExistingDestinationAlertForFile));
         }
-        operation->setPreExistingUrls(m_preExistingUrls.value_or(QSet<QUrl>()),
-                                      m_preExistingUrls.has_value());
+        const Rare *kept = rareIfAny();
+        operation->setPreExistingUrls(kept ? kept->preExistingUrls : QSet<QUrl>(),
+                                      m_hasPreExistingUrls);
     }
     operation->setSymbolicLinkHandling(
         qint32(ZKUserDefaults::standard().integerForKey(ZKPreferences::symbolicLinkAction)));
@@ -373,7 +431,7 @@ std::shared_ptr<ZKCopyOperation> ZKCopyTask::makeCopyOperation(quint64 offset) c
 
 std::shared_ptr<ZKVerifyFileOperation> ZKCopyTask::makeVerifyOperation() const {
     auto operation =
-        std::make_shared<ZKVerifyFileOperation>(source(), destination(), m_bytesVerified.load());
+        std::make_shared<ZKVerifyFileOperation>(source(), destination(), bytesVerified());
     configure(*operation);
     operation->setSymbolicLinkHandling(
         qint32(ZKUserDefaults::standard().integerForKey(ZKPreferences::symbolicLinkAction)));
@@ -401,7 +459,7 @@ void ZKCopyTask::resumeInterruptedStep() {
 
 void ZKCopyTask::process() {
     setState(S::Processing);
-    runOperation(makeCopyOperation(m_bytesCopied.load()), S::Processing,
+    runOperation(makeCopyOperation(bytesCopied()), S::Processing,
                  [this](ZKFileOperation &op) { endProcess(op); });
 }
 
@@ -423,7 +481,7 @@ void ZKCopyTask::runOperation(const std::shared_ptr<ZKFileOperation> &operation,
                               ZKTaskState runningState,
                               std::function<void(ZKFileOperation &)> endHandler) {
     ZKFileOperation *raw = operation.get();
-    Worker &work = worker();
+    Rare &work = rare();
     {
         std::lock_guard locker(m_lock);
         forgetStepReport();
@@ -469,7 +527,7 @@ void ZKCopyTask::endStepOnWorker(const Visit &visit) {
         const auto operation = next->operation;
         visit->push_back(std::move(*next));
         operation->setCompletionBlock([this, visit] { endStepOnWorker(visit); });
-        Worker &work = worker();
+        Rare &work = rare();
         {
             std::lock_guard locker(m_lock);
             work.currentOperation = operation;
@@ -484,7 +542,7 @@ void ZKCopyTask::endStepOnWorker(const Visit &visit) {
     }
     {
         std::lock_guard locker(m_lock);
-        worker().currentOperation.reset();
+        rare().currentOperation.reset();
     }
     // The worker does not wait for the main thread: the steps count as
     // running until their end handlers have run there, which is what those
@@ -612,8 +670,8 @@ void ZKCopyTask::endVisit(const Visit &visit) {
         if (step.runningState == S::Processing) {
             // A later run passes over the files this one finished.
             std::lock_guard locker(m_lock);
-            Worker &work = worker();
-            m_filesAlreadyDone += work.filesDoneThisRun;
+            Rare &work = rare();
+            work.filesAlreadyDone += work.filesDoneThisRun;
             work.filesDoneThisRun = 0;
         }
         step.endHandler(operation);
@@ -641,7 +699,7 @@ bool ZKCopyTask::endsByCancellation(ZKFileOperation &operation, ZKTaskState rest
 void ZKCopyTask::fail(const ZKOptionalError &error) {
     {
         std::lock_guard locker(m_lock);
-        m_error = error ? std::make_unique<const ZKError>(*error) : nullptr;
+        rare().error = error ? std::make_unique<const ZKError>(*error) : nullptr;
     }
     if (totalBytes() == 0) {
         setProgressBytes(0);
@@ -657,18 +715,20 @@ void ZKCopyTask::endPrepare(ZKFileOperation &op) {
     auto &operation = static_cast<ZKAnalyseCopyOperation &>(op);
     const quint64 already = operation.bytesAlreadyCopied();
     const quint64 total = operation.totalBytes();
-    m_bytesCopied = already;
+    Rare &kept = rare();
+    kept.bytesCopied = already;
     {
         std::lock_guard locker(m_lock);
-        m_filesTotal = operation.fileCount();
-        m_filesAlreadyDone = operation.filesAlreadyCopied();
+        kept.filesTotal = operation.fileCount();
+        kept.filesAlreadyDone = operation.filesAlreadyCopied();
     }
     setSkippedUrls(operation.mutableSkippedUrls());
     setReplacedUrls(operation.mutableReplacedUrls());
     {
         std::lock_guard locker(m_lock);
-        m_preExistingUrls = operation.preExistingUrls();
-        m_notes = operation.notes();
+        m_hasPreExistingUrls = true;
+        kept.preExistingUrls = operation.preExistingUrls();
+        kept.notes = operation.notes();
     }
     Q_EMIT notesChanged();
     if (operation.mutableSkippedUrls().contains(
@@ -703,8 +763,9 @@ void ZKCopyTask::endProcess(ZKFileOperation &op) {
     if (endsByCancellation(op, S::PendingProcessing)) {
         return;
     }
-    m_bytesCopied = static_cast<ZKCopyOperation &>(op).bytesCopied();
-    setProgressBytes(m_bytesCopied.load());
+    const quint64 copied = static_cast<ZKCopyOperation &>(op).bytesCopied();
+    rare().bytesCopied = copied;
+    setProgressBytes(copied);
     if (isVerifyEnabled()) {
         setProgressBytes(0);
         setState(S::PendingVerification);
@@ -717,8 +778,9 @@ void ZKCopyTask::endVerify(ZKFileOperation &op) {
     if (endsByCancellation(op, S::PendingVerification)) {
         return;
     }
-    m_bytesVerified = static_cast<ZKVerifyFileOperation &>(op).bytesVerified();
-    setProgressBytes(m_bytesVerified.load());
+    const quint64 verified = static_cast<ZKVerifyFileOperation &>(op).bytesVerified();
+    rare().bytesVerified = verified;
+    setProgressBytes(verified);
     setIsVerifiedOk(true);
     setState(transferMode() == ZKTransferMode::Move ? S::PendingRemoval : S::Completed);
 }
@@ -778,13 +840,13 @@ void ZKCopyTask::cancel() {
         onMain([this] { setState(S::Cancelled); });
         refresh();
     });
-    worker().operationQueue.addOperation(operation);
+    rare().operationQueue.addOperation(operation);
     refresh();
 }
 
 bool ZKCopyTask::isPartialCopy(ZKTaskState previousState) {
     if (previousState == S::PendingPreparation || previousState == S::Completed ||
-        m_bytesCopied.load() == 0) {
+        bytesCopied() == 0) {
         return false;
     }
     const auto src = source();
@@ -837,7 +899,10 @@ void ZKCopyTask::forgetAnalysis() {
     cancelAndWait();
     {
         std::lock_guard locker(m_lock);
-        m_preExistingUrls.reset();
+        m_hasPreExistingUrls = false;
+        if (Rare *kept = rareIfAny()) {
+            kept->preExistingUrls.clear();
+        }
     }
     setSkippedUrls({});
     setReplacedUrls({});
@@ -849,8 +914,8 @@ void ZKCopyTask::forgetAnalysis() {
 
 void ZKCopyTask::startOver(ZKTaskState restingState) {
     cancelAndWait();
-    m_bytesCopied = 0;
-    m_bytesVerified = 0;
+    storeRare(&Rare::bytesCopied, quint64(0), quint64(0));
+    storeRare(&Rare::bytesVerified, quint64(0), quint64(0));
     onMain([this, restingState] {
         setProgressBytes(0);
         setTotalBytes(0);
@@ -878,7 +943,7 @@ void ZKCopyTask::revealDestination() {
 // ---- completion handshake
 
 void ZKCopyTask::waitUntilAllOperationsAreFinished() {
-    Worker *work = existingWorker();
+    Rare *work = rareIfAny();
     if (!work) {
         return; // nothing ever ran
     }
@@ -902,7 +967,7 @@ void ZKCopyTask::waitUntilAllOperationsAreFinished() {
 }
 
 void ZKCopyTask::signalOperationFinished() {
-    Worker &work = worker();
+    Rare &work = rare();
     std::lock_guard locker(work.completionLock);
     work.operationStarted = false;
     work.completionCondition.notify_all();
@@ -932,7 +997,9 @@ void ZKCopyTask::refreshNow() {
         // made for a reader meanwhile is made again from what is now.
         std::lock_guard locker(m_lock);
         textsPending = m_textsPending.load();
-        m_textsGeneration += textsPending ? 1 : 0;
+        if (Rare *kept = rareIfAny(); kept && textsPending) {
+            ++kept->textsGeneration;
+        }
     }
     if (!textsPending) {
         refreshDescription();
@@ -948,14 +1015,19 @@ void ZKCopyTask::settleFigures() {
 }
 
 void ZKCopyTask::makePendingTexts() const {
+    if (!m_textsPending.load()) {
+        return;
+    }
+    // Made before the generation is read: a refresh meanwhile counts.
+    Rare &kept = rare();
     while (m_textsPending.load()) {
-        const quint64 generation = locked(m_lock, m_textsGeneration);
+        const quint64 generation = locked(m_lock, kept.textsGeneration);
         QString description = describedText();
         QString detail = detailText();
         std::lock_guard locker(m_lock);
-        if (m_textsPending.load() && m_textsGeneration == generation) {
-            m_description = std::move(description);
-            m_detail = std::move(detail);
+        if (m_textsPending.load() && kept.textsGeneration == generation) {
+            kept.description = std::move(description);
+            kept.detail = std::move(detail);
             m_textsPending = false;
         }
     }
@@ -1003,11 +1075,12 @@ void ZKCopyTask::refreshPercentCompleted() {
 void ZKCopyTask::refreshDescription() {
     const QString text = describedText();
     {
+        Rare &kept = rare();
         std::lock_guard locker(m_lock);
-        if (text == m_description) {
+        if (text == kept.description) {
             return;
         }
-        m_description = text;
+        kept.description = text;
     }
     Q_EMIT descriptionChanged();
 }
@@ -1127,9 +1200,10 @@ void ZKCopyTask::onMain(const std::function<void()> &fn) {
 void ZKCopyTask::setState(ZKTaskState state) {
     onMain([&] {
         if (store(m_state, state)) {
-            if (state != S::Processing && state != S::Verifying) {
-                m_ownRate.reset(); // a rate is of a step that runs
-                m_ownBytesPerSecond = 0;
+            Rare *kept = rareIfAny();
+            if (kept && state != S::Processing && state != S::Verifying) {
+                kept->ownRate.reset(); // a rate is of a step that runs
+                kept->ownBytesPerSecond = 0;
             }
             announceStateChanged(state);
             refresh();
@@ -1139,15 +1213,15 @@ void ZKCopyTask::setState(ZKTaskState state) {
 
 void ZKCopyTask::takeActivity(ZKTaskState runningState, quint64 bytes,
                               const ZKOperationActivity &report) {
-    (runningState == S::Processing ? m_bytesCopied : m_bytesVerified) = bytes;
-    if (!m_ownRate) {
-        m_ownRate = std::make_unique<ZKDataRateCalculator>();
+    Rare &work = rare();
+    (runningState == S::Processing ? work.bytesCopied : work.bytesVerified) = bytes;
+    if (!work.ownRate) {
+        work.ownRate = std::make_unique<ZKDataRateCalculator>();
     }
-    m_ownRate->addActivity(report.bytes, report.timePassed);
-    m_ownBytesPerSecond = m_ownRate->bytesPerSecond();
+    work.ownRate->addActivity(report.bytes, report.timePassed);
+    work.ownBytesPerSecond = work.ownRate->bytesPerSecond();
     {
         std::lock_guard locker(m_lock);
-        Worker &work = worker();
         work.currentFile = report.currentFile;
         work.filesDoneThisRun = report.filesDone;
     }
@@ -1165,19 +1239,23 @@ ZKTaskProgress ZKCopyTask::progress() const {
     p.isIndeterminate = isIndeterminate();
     const auto s = state();
     if (s == S::Processing || s == S::Verifying) {
-        p.dataRate = m_ownBytesPerSecond.load();
+        p.dataRate = rareValue(&Rare::ownBytesPerSecond, 0.0);
         const double rate = p.dataRate >= 0.1 ? p.dataRate : dataRate();
         p.timeRemaining = rate >= 0.1 ? double(p.remainingWorkBytes) / rate : 0;
     }
+    const Rare *work = rareIfAny();
+    if (!work) {
+        return p;
+    }
     std::lock_guard locker(m_lock);
-    if (m_filesTotal > 1) {
-        p.filesTotal = m_filesTotal;
+    if (work->filesTotal > 1) {
+        p.filesTotal = work->filesTotal;
         // Verifying walks every file again.
-        const Worker *work = existingWorker();
-        const quint64 doneThisRun = work ? work->filesDoneThisRun : 0;
-        p.filesDone = std::min(m_filesTotal,
-                               s == S::Verifying ? doneThisRun : m_filesAlreadyDone + doneThisRun);
-        if (work && (s == S::Processing || s == S::Verifying)) {
+        const quint64 doneThisRun = work->filesDoneThisRun;
+        p.filesDone =
+            std::min(work->filesTotal,
+                     s == S::Verifying ? doneThisRun : work->filesAlreadyDone + doneThisRun);
+        if (s == S::Processing || s == S::Verifying) {
             p.currentFile = work->currentFile;
         }
     }
@@ -1195,7 +1273,9 @@ void ZKCopyTask::setSource(ZKReaderPtr source) {
         m_sourceFilename = m_source ? m_source->filename() : QString();
         // Found when first asked: it takes a look at the file, and a queue of
         // thousands of tasks shows only a few rows.
-        m_sourceIcon.reset();
+        if (Rare *kept = rareIfAny()) {
+            kept->sourceIcon.reset();
+        }
         m_sourceIsLocal = !m_source || m_source->isLocal();
     }
     onMain([this] {
@@ -1254,11 +1334,12 @@ void ZKCopyTask::setTransferMode(qint32 mode) {
 }
 
 QString ZKCopyTask::icon() const {
+    Rare &kept = rare();
     std::lock_guard locker(m_lock);
-    if (!m_sourceIcon) {
-        m_sourceIcon = m_source ? m_source->icon() : QString();
+    if (!kept.sourceIcon) {
+        kept.sourceIcon = m_source ? m_source->icon() : QString();
     }
-    return *m_sourceIcon;
+    return *kept.sourceIcon;
 }
 
 QString ZKCopyTask::filename() const {
@@ -1271,22 +1352,25 @@ QString ZKCopyTask::destinationDirectory() const {
 
 QString ZKCopyTask::description() const {
     makePendingTexts();
-    return locked(m_lock, m_description);
+    const Rare *kept = rareIfAny();
+    return kept ? locked(m_lock, kept->description) : QString();
 }
 
 QString ZKCopyTask::detail() const {
     makePendingTexts();
-    return locked(m_lock, m_detail);
+    const Rare *kept = rareIfAny();
+    return kept ? locked(m_lock, kept->detail) : QString();
 }
 
 void ZKCopyTask::setDetail(const QString &detail) {
     onMain([&] {
         {
+            Rare &kept = rare();
             std::lock_guard locker(m_lock);
-            if (m_detail == detail) {
+            if (kept.detail == detail) {
                 return;
             }
-            m_detail = detail;
+            kept.detail = detail;
         }
         Q_EMIT detailChanged();
     });
@@ -1313,19 +1397,30 @@ void ZKCopyTask::setDetail(const QString &detail) {
         });                                                                                        \
     }
 
+// Of a started task only; a waiting one answers its resting value.
+#define ZK_RARE_SETTER(Setter, Type, field, resting, signal)                                       \
+    void ZKCopyTask::Setter(Type value) {                                                          \
+        onMain([&] {                                                                               \
+            if (storeRare(&Rare::field, value, Type(resting))) {                                   \
+                Q_EMIT signal();                                                                   \
+            }                                                                                      \
+        });                                                                                        \
+    }
+
 ZK_FOLLOWED_SETTER(setTotalBytes, quint64, m_totalBytes, totalBytesChanged)
 ZK_FOLLOWED_SETTER(setProgressBytes, quint64, m_progressBytes, progressBytesChanged)
 ZK_FOLLOWED_SETTER(setIsVerifyEnabled, bool, m_isVerifyEnabled, isVerifyEnabledChanged)
 ZK_ATOMIC_SETTER(setIsIndeterminate, bool, m_isIndeterminate, isIndeterminateChanged, )
-ZK_ATOMIC_SETTER(setPercentCompleted, double, m_percentCompleted, percentCompletedChanged, )
-ZK_ATOMIC_SETTER(setPercentRemaining, double, m_percentRemaining, percentRemainingChanged, )
+ZK_RARE_SETTER(setPercentCompleted, double, percentCompleted, 0.0, percentCompletedChanged)
+ZK_RARE_SETTER(setPercentRemaining, double, percentRemaining, 1.0, percentRemainingChanged)
 ZK_ATOMIC_SETTER(setDataRate, double, m_dataRate, dataRateChanged, refresh())
-ZK_ATOMIC_SETTER(setTimeRemaining, double, m_timeRemaining, timeRemainingChanged, )
+ZK_RARE_SETTER(setTimeRemaining, double, timeRemaining, 0.0, timeRemainingChanged)
 ZK_ATOMIC_SETTER(setIsVerifiedOk, bool, m_isVerifiedOk, isVerifiedOkChanged, )
 ZK_ATOMIC_SETTER(setUnreadableFileResponse, qint32, m_unreadableFileResponse, responsesChanged, )
 ZK_ATOMIC_SETTER(setUnwritableFileResponse, qint32, m_unwritableFileResponse, responsesChanged, )
 ZK_ATOMIC_SETTER(setPreExistingFileResponse, qint32, m_preExistingFileResponse, responsesChanged, )
 
+#undef ZK_RARE_SETTER
 #undef ZK_FOLLOWED_SETTER
 #undef ZK_ATOMIC_SETTER
 
@@ -1333,7 +1428,7 @@ void ZKCopyTask::setMaximumTransferRate(quint64 bytesPerSecond) {
     // A limit changed while a step runs takes effect within that step.
     {
         std::lock_guard locker(m_lock);
-        const Worker *work = existingWorker();
+        const Rare *work = rareIfAny();
         if (work && work->currentOperation) {
             work->currentOperation->setMaximumTransferRate(bytesPerSecond);
         }
@@ -1351,19 +1446,24 @@ bool ZKCopyTask::isResumable() const {
 }
 
 QSet<QUrl> ZKCopyTask::skippedUrls() const {
-    return locked(m_lock, m_skippedUrls);
+    const Rare *kept = rareIfAny();
+    return kept ? locked(m_lock, kept->skippedUrls) : QSet<QUrl>();
 }
 
 void ZKCopyTask::setSkippedUrls(const QSet<QUrl> &urls) {
     {
+        Rare *kept = urls.isEmpty() ? rareIfAny() : &rare();
         std::lock_guard locker(m_lock);
-        m_skippedUrls = urls;
+        if (kept) {
+            kept->skippedUrls = urls;
+        }
     }
     onMain([this] { Q_EMIT skippedUrlsChanged(); });
 }
 
 QStringList ZKCopyTask::notes() const {
-    return locked(m_lock, m_notes);
+    const Rare *kept = rareIfAny();
+    return kept ? locked(m_lock, kept->notes) : QStringList();
 }
 
 void ZKCopyTask::setThrottle(std::shared_ptr<ZKTransferThrottle> throttle) {
@@ -1377,18 +1477,22 @@ void ZKCopyTask::setStepsMayFollow(StepsMayFollow mayFollow) {
 }
 
 QSet<QUrl> ZKCopyTask::preExistingUrls() const {
-    std::lock_guard locker(m_lock);
-    return m_preExistingUrls.value_or(QSet<QUrl>());
+    const Rare *kept = rareIfAny();
+    return kept ? locked(m_lock, kept->preExistingUrls) : QSet<QUrl>();
 }
 
 QSet<QUrl> ZKCopyTask::replacedUrls() const {
-    return locked(m_lock, m_replacedUrls);
+    const Rare *kept = rareIfAny();
+    return kept ? locked(m_lock, kept->replacedUrls) : QSet<QUrl>();
 }
 
 void ZKCopyTask::setReplacedUrls(const QSet<QUrl> &urls) {
     {
+        Rare *kept = urls.isEmpty() ? rareIfAny() : &rare();
         std::lock_guard locker(m_lock);
-        m_replacedUrls = urls;
+        if (kept) {
+            kept->replacedUrls = urls;
+        }
     }
     onMain([this] { Q_EMIT replacedUrlsChanged(); });
 }
@@ -1399,12 +1503,21 @@ void ZKCopyTask::setQuestions(const ZKTaskQuestions &questions) {
 }
 
 ZKOptionalError ZKCopyTask::error() const {
+    const Rare *kept = rareIfAny();
+    if (!kept) {
+        return std::nullopt;
+    }
     std::lock_guard locker(m_lock);
-    return m_error ? ZKOptionalError(*m_error) : std::nullopt;
+    return kept->error ? ZKOptionalError(*kept->error) : std::nullopt;
+}
+
+double ZKCopyTask::minimumTimeBetweenNotifications() const {
+    const Rare *kept = rareIfAny();
+    return kept ? kept->minimumTimeBetweenNotifications : 1.0;
 }
 
 void ZKCopyTask::setMinimumTimeBetweenNotifications(double seconds) {
-    m_minimumTimeBetweenNotifications = seconds;
+    rare().minimumTimeBetweenNotifications = seconds;
 }
 
 namespace {

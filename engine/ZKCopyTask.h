@@ -12,6 +12,7 @@
 
 #include <QHash>
 #include <QList>
+#include <QMutex>
 #include <QVariantMap>
 
 #include <atomic>
@@ -88,13 +89,13 @@ public:
     void setProgressBytes(quint64 bytes);
     bool isIndeterminate() const override { return m_isIndeterminate.load(); }
     void setIsIndeterminate(bool indeterminate);
-    double percentCompleted() const override { return m_percentCompleted.load(); }
+    double percentCompleted() const override;
     void setPercentCompleted(double fraction);
-    double percentRemaining() const override { return m_percentRemaining.load(); }
+    double percentRemaining() const override;
     void setPercentRemaining(double fraction);
     double dataRate() const { return m_dataRate.load(); }
     void setDataRate(double bytesPerSecond) override;
-    double timeRemaining() const override { return m_timeRemaining.load(); }
+    double timeRemaining() const override;
     void setTimeRemaining(double seconds);
     bool isVerifyEnabled() const override { return m_isVerifyEnabled.load(); }
     void setIsVerifyEnabled(bool enabled) override;
@@ -126,9 +127,9 @@ public:
     void setPreExistingFileResponse(qint32 response) override;
 
     ZKOptionalError error() const;
-    quint64 bytesCopied() const { return m_bytesCopied.load(); }
-    quint64 bytesVerified() const { return m_bytesVerified.load(); }
-    double minimumTimeBetweenNotifications() const { return m_minimumTimeBetweenNotifications; }
+    quint64 bytesCopied() const;
+    quint64 bytesVerified() const;
+    double minimumTimeBetweenNotifications() const;
     void setMinimumTimeBetweenNotifications(double seconds);
 
     // Recomputes the derived figures and texts on the main thread, later.
@@ -201,11 +202,11 @@ private:
     // Main thread: a report of the running step.
     void takeActivity(ZKTaskState runningState, quint64 bytes, const ZKOperationActivity &report);
 
-    // What only a task that runs steps needs: a queue of 100,000 waiting
-    // tasks would hold a worker queue, locks and a condition each for
-    // nothing. Made by the first thread that needs it and kept until the
+    // What only a started or unusual task has: a queue of 100,000 waiting
+    // tasks would hold a worker queue, locks, sets, texts and figures each
+    // for nothing. Made by the first thread that needs it and kept until the
     // task goes, since any thread may be using it by then.
-    struct Worker {
+    struct Rare {
         ZKOperationQueue operationQueue;
         std::shared_ptr<ZKFileOperation> currentOperation; // guarded by m_lock
         bool operationStarted = false;                     // guarded by completionLock
@@ -214,20 +215,65 @@ private:
         // Guarded by m_lock: what the running step reported.
         quint64 filesDoneThisRun = 0;
         QString currentFile;
+        std::atomic<quint64> bytesCopied{0};
+        std::atomic<quint64> bytesVerified{0};
+        std::atomic<double> timeRemaining{0};
+        std::atomic<double> percentRemaining{1};
+        std::atomic<double> percentCompleted{0};
+        // Of the running step only (main thread), made on its first report;
+        // progress() reads its figure from any thread.
+        std::unique_ptr<ZKDataRateCalculator> ownRate;
+        std::atomic<double> ownBytesPerSecond{0};
+        // The rest is guarded by m_lock.
+        std::unique_ptr<const ZKError> error; // only a failed task has one
+        QSet<QUrl> skippedUrls;
+        QSet<QUrl> replacedUrls;
+        QSet<QUrl> preExistingUrls; // see m_hasPreExistingUrls
+        QStringList notes;
+        // The files of the tree and those the analysis found done.
+        quint64 filesTotal = 0;
+        quint64 filesAlreadyDone = 0;
+        std::optional<QString> sourceIcon; // found when first asked
+        QString detail;
+        QString description;
+        quint64 textsGeneration = 0; // refreshes while pending
+        double minimumTimeBetweenNotifications = 1.0;
     };
-    Worker &worker() const;
-    Worker *existingWorker() const { return m_worker.load(std::memory_order_acquire); }
+    Rare &rare() const;
+    Rare *rareIfAny() const { return m_rare.load(std::memory_order_acquire); }
     // Clears what the running step reported; with m_lock held.
     void forgetStepReport();
+    // Sets a figure that only a started task has away from its resting value.
+    template <class T> bool storeRare(std::atomic<T> Rare::*field, T value, T resting);
+    template <class T> T rareValue(std::atomic<T> Rare::*field, T resting) const;
 
-    mutable std::atomic<Worker *> m_worker{nullptr};
-    mutable std::mutex m_lock; // guards the endpoints, the sets, the handlers and the error
-    std::unique_ptr<const ZKError> m_error; // only a failed task has one
-    std::atomic<quint64> m_bytesCopied{0};
-    std::atomic<quint64> m_bytesVerified{0};
+    mutable std::atomic<Rare *> m_rare{nullptr};
+    // Guards the endpoints, the sets, the handlers, the error and the texts.
+    // Small: a queue holds 100,000 tasks.
+    mutable QBasicMutex m_lock;
+    ZKReaderPtr m_source;
+    ZKWriterPtr m_destination;
+    QString m_sourceFilename;
+    QString m_destinationFilename;
+    mutable std::shared_ptr<ZKTransferThrottle> m_throttle; // guarded by m_lock
+    // The queue's line of questions, which answers the analysis's conflicts.
+    std::optional<ZKTaskQuestions> m_questions;
+    StepsMayFollow m_stepsMayFollow; // guarded by m_lock
+    std::atomic<quint64> m_totalBytes{0};
+    std::atomic<quint64> m_progressBytes{0};
     std::atomic<quint64> m_maximumTransferRate{0};
-    // The flags side by side: a queue holds 100,000 tasks.
+    // Given to every task of a running queue as it joins, so kept here.
+    std::atomic<double> m_dataRate{0};
+    std::atomic<ZKTaskState> m_state{ZKTaskState::PendingPreparation};
+    std::atomic<qint32> m_transferMode{0};
+    std::atomic<qint32> m_unreadableFileResponse{2};
+    std::atomic<qint32> m_unwritableFileResponse{2};
+    std::atomic<qint32> m_preExistingFileResponse{2};
+    // The flags side by side.
     bool m_resumesWhenQueued = false; // main thread
+    // Guarded by m_lock. Absent until the first analysis succeeded: what
+    // stood at the destination then is all the task did not write itself.
+    bool m_hasPreExistingUrls = false;
     std::atomic<bool> m_refreshPending{false};
     // Set with the source, which may be changed on a worker; read by the
     // row's texts on the main thread.
@@ -236,42 +282,4 @@ private:
     std::atomic<bool> m_isIndeterminate{true};
     std::atomic<bool> m_isVerifyEnabled{false};
     std::atomic<bool> m_isVerifiedOk{false};
-    std::atomic<qint32> m_transferMode{0};
-    std::atomic<ZKTaskState> m_state{ZKTaskState::PendingPreparation};
-    std::atomic<qint32> m_unreadableFileResponse{2};
-    std::atomic<qint32> m_unwritableFileResponse{2};
-    std::atomic<qint32> m_preExistingFileResponse{2};
-    ZKReaderPtr m_source;
-    ZKWriterPtr m_destination;
-    QString m_sourceFilename;
-    mutable std::optional<QString> m_sourceIcon;
-    QString m_destinationFilename;
-    mutable QString m_detail;
-    mutable QString m_description;
-    quint64 m_textsGeneration = 0; // guarded by m_lock: refreshes while pending
-    std::atomic<double> m_dataRate{0};
-    std::atomic<quint64> m_totalBytes{0};
-    std::atomic<quint64> m_progressBytes{0};
-    std::atomic<double> m_timeRemaining{0};
-    std::atomic<double> m_percentRemaining{1};
-    std::atomic<double> m_percentCompleted{0};
-    QSet<QUrl> m_skippedUrls;
-    QSet<QUrl> m_replacedUrls;
-    // Absent until the first analysis succeeded: what stood at the
-    // destination then is all the task did not write itself.
-    std::optional<QSet<QUrl>> m_preExistingUrls;
-    QStringList m_notes;
-    // Of the running step only (main thread), made on its first report;
-    // progress() reads its figure from any thread.
-    std::unique_ptr<ZKDataRateCalculator> m_ownRate;
-    std::atomic<double> m_ownBytesPerSecond{0};
-    // Guarded by m_lock: the files of the tree and those the analysis found
-    // done.
-    quint64 m_filesTotal = 0;
-    quint64 m_filesAlreadyDone = 0;
-    mutable std::shared_ptr<ZKTransferThrottle> m_throttle; // guarded by m_lock
-    // The queue's line of questions, which answers the analysis's conflicts.
-    std::optional<ZKTaskQuestions> m_questions;
-    StepsMayFollow m_stepsMayFollow; // guarded by m_lock
-    double m_minimumTimeBetweenNotifications = 1.0;
 };
