@@ -10,9 +10,9 @@
 #include "ZKTimeFormatter.h"
 
 #include <QLocale>
-#include <QSet>
 
 #include <algorithm>
+#include <bit>
 #include <numeric>
 #include <vector>
 
@@ -31,8 +31,15 @@ bool isActive(ZKTaskState state) {
     return isIn(state, {S::Preparing, S::Processing, S::Verifying, S::Removing});
 }
 
-// Far apart, so that tasks put between two others rarely use the gap up.
-constexpr qint64 keyStep = qint64(1) << 16;
+constexpr size_t wordBits = 64;
+
+// Room for more at once, still growing by half at least: a queue that gets
+// one task at a time must not be copied each time.
+template <class T> void reserveFor(std::vector<T> &items, size_t more) {
+    if (items.size() + more > items.capacity()) {
+        items.reserve(std::max(items.size() + more, items.capacity() * 3 / 2));
+    }
+}
 
 } // namespace
 
@@ -44,22 +51,45 @@ ZKTaskQueue::~ZKTaskQueue() {
 
 // ---- what the queue knows of its tasks (all with m_lock held)
 
-void ZKTaskQueue::adopt(const ZKTaskPtr &task) {
-    Entry &entry = m_entries[task.get()];
-    entry.task = task;
+quint32 ZKTaskQueue::adopt(const ZKTaskPtr &task) {
+    quint32 slot = 0;
+    if (m_freeSlots.empty()) {
+        slot = quint32(m_entries.size());
+        m_entries.emplace_back();
+    } else {
+        slot = m_freeSlots.back();
+        m_freeSlots.pop_back();
+    }
+    Entry &entry = m_entries[slot];
+    entry = Entry();
     entry.state = task->state();
     entry.take(task->progress());
     account(entry, +1);
+    ++m_countIn[size_t(entry.state)];
+    m_slotOf.insert(task.get(), slot);
+    return slot;
 }
 
 void ZKTaskQueue::forget(ZKTask *task) {
-    const auto found = m_entries.find(task);
-    if (found == m_entries.end()) {
+    const auto found = m_slotOf.constFind(task);
+    if (found == m_slotOf.cend()) {
         return;
     }
-    account(found.value(), -1);
-    byState(found->state).erase({found->key, task});
-    m_entries.erase(found);
+    const Entry &entry = m_entries[*found];
+    account(entry, -1);
+    --m_countIn[size_t(entry.state)];
+    m_freeSlots.push_back(*found);
+    m_slotOf.erase(found);
+}
+
+const ZKTaskQueue::Entry *ZKTaskQueue::entryOf(const ZKTask *task) const {
+    const auto found = m_slotOf.constFind(task);
+    return found == m_slotOf.cend() ? nullptr : &m_entries[*found];
+}
+
+ZKTaskQueue::Entry *ZKTaskQueue::entryOf(const ZKTask *task) {
+    const auto found = m_slotOf.constFind(task);
+    return found == m_slotOf.cend() ? nullptr : &m_entries[*found];
 }
 
 // Adds (+1) or takes away (-1) the entry's figures from the sums.
@@ -94,73 +124,66 @@ void ZKTaskQueue::account(const Entry &entry, int sign) {
     }
 }
 
-// Gives the keys anew in list order and files every task under its state.
-void ZKTaskQueue::renumber() {
-    for (StateSet &set : m_byState) {
-        set.clear();
+void ZKTaskQueue::placeAll() {
+    const size_t words = (size_t(m_tasks.size()) + wordBits - 1) / wordBits;
+    for (PlaceBits &bits : m_placed) {
+        bits.assign(words, 0);
     }
-    m_lastKey = 0;
-    for (const ZKTaskPtr &task : std::as_const(m_tasks)) {
-        Entry &entry = m_entries[task.get()];
-        m_lastKey += keyStep;
-        entry.key = m_lastKey;
-        byState(entry.state).insert({entry.key, task.get()});
+    for (size_t position = 0; position < m_slotAt.size(); ++position) {
+        Entry &entry = m_entries[m_slotAt[position]];
+        entry.position = quint32(position);
+        m_placed[size_t(entry.state)][position / wordBits] |= quint64(1) << (position % wordBits);
     }
 }
 
-bool ZKTaskQueue::keyBetweenNeighbours(const ZKIndexList &fresh) {
-    const auto keyOf = [this](qsizetype index) {
-        return m_entries.constFind(m_tasks[index].get())->key;
-    };
-    std::vector<std::pair<qint64, ZKTask *>> placed;
-    const qsizetype size = m_tasks.size();
-    // Run by run of neighbours: the rest of a long queue is not looked at.
-    for (qsizetype first = 0; first < fresh.size();) {
-        qsizetype last = first;
-        while (last + 1 < fresh.size() && fresh[last + 1] == fresh[last] + 1) {
-            ++last;
+void ZKTaskQueue::setPlaced(ZKTaskState state, quint32 position, bool placed) {
+    PlaceBits &bits = m_placed[size_t(state)];
+    const quint64 bit = quint64(1) << (position % wordBits);
+    if (placed) {
+        bits[position / wordBits] |= bit;
+    } else {
+        bits[position / wordBits] &= ~bit;
+    }
+}
+
+qsizetype ZKTaskQueue::firstPlaceIn(std::initializer_list<ZKTaskState> states) const {
+    size_t words = 0;
+    bool any = false;
+    for (const ZKTaskState state : states) {
+        words = std::max(words, m_placed[size_t(state)].size());
+        any = any || m_countIn[size_t(state)] != 0;
+    }
+    for (size_t word = 0; any && word < words; ++word) {
+        quint64 bits = 0;
+        for (const ZKTaskState state : states) {
+            const PlaceBits &placed = m_placed[size_t(state)];
+            bits |= word < placed.size() ? placed[word] : 0;
         }
-        const qsizetype i = fresh[first];
-        const qsizetype end = fresh[last] + 1;
-        first = last + 1;
-        const qint64 run = end - i;
-        const qint64 after = end < size ? keyOf(end) : m_lastKey + (run + 1) * keyStep;
-        const qint64 before = i > 0 ? keyOf(i - 1) : after - (run + 1) * keyStep;
-        const qint64 room = after - before;
-        if (room <= run) {
-            return false;
-        }
-        for (qint64 j = 0; j < run; ++j) {
-            placed.emplace_back(before + room * (j + 1) / (run + 1), m_tasks[i + j].get());
+        if (bits != 0) {
+            return qsizetype(word * wordBits + size_t(std::countr_zero(bits)));
         }
     }
-    for (const auto &[key, task] : placed) {
-        Entry &entry = m_entries[task];
-        entry.key = key;
-        byState(entry.state).insert({key, task});
-        m_lastKey = std::max(m_lastKey, key);
-    }
-    return true;
+    return -1;
 }
 
 ZKTaskPtr ZKTaskQueue::firstInStates(std::initializer_list<ZKTaskState> states) const {
     std::shared_lock locker(m_lock);
-    const std::pair<qint64, ZKTask *> *first = nullptr;
-    for (const ZKTaskState state : states) {
-        const StateSet &set = byState(state);
-        if (!set.empty() && (!first || *set.begin() < *first)) {
-            first = &*set.begin();
-        }
-    }
-    return first ? m_entries.value(first->second).task : nullptr;
+    const qsizetype first = firstPlaceIn(states);
+    return first < 0 ? nullptr : m_tasks[first];
 }
 
 QList<ZKTaskPtr> ZKTaskQueue::tasksInStates(std::initializer_list<ZKTaskState> states) const {
     std::shared_lock locker(m_lock);
     QList<ZKTaskPtr> found;
     for (const ZKTaskState state : states) {
-        for (const auto &member : byState(state)) {
-            found.append(m_entries.value(member.second).task);
+        if (m_countIn[size_t(state)] == 0) {
+            continue;
+        }
+        const PlaceBits &placed = m_placed[size_t(state)];
+        for (size_t word = 0; word < placed.size(); ++word) {
+            for (quint64 bits = placed[word]; bits != 0; bits &= bits - 1) {
+                found.append(m_tasks[qsizetype(word * wordBits + size_t(std::countr_zero(bits)))]);
+            }
         }
     }
     return found;
@@ -170,7 +193,7 @@ qsizetype ZKTaskQueue::countInStates(std::initializer_list<ZKTaskState> states) 
     std::shared_lock locker(m_lock);
     qsizetype count = 0;
     for (const ZKTaskState state : states) {
-        count += qsizetype(byState(state).size());
+        count += m_countIn[size_t(state)];
     }
     return count;
 }
@@ -217,31 +240,33 @@ bool ZKTaskQueue::refreshEntry(ZKTask *task, ZKTaskPtr *changed, ZKTaskPtr *held
     // Read before the lock: the task's getters take locks of their own.
     const ZKTaskProgress progress = task->progress();
     std::lock_guard locker(m_lock);
-    const auto found = m_entries.find(task);
-    if (found == m_entries.end()) {
+    Entry *entry = entryOf(task);
+    if (!entry) {
         return false; // taken out while the change was on its way
     }
-    Entry &entry = found.value();
-    *held = entry.task;
-    // The task is held by the entry, and its getters only read.
+    *held = m_tasks[entry->position];
+    // The task is held by the queue, and its getters only read.
     const ZKTaskState state = task->state();
     bool started = false;
-    account(entry, -1);
-    if (state != entry.state) {
-        byState(entry.state).erase({entry.key, task});
-        byState(state).insert({entry.key, task});
-        started = isActive(state) && !isActive(entry.state);
-        entry.state = state;
-        *changed = entry.task;
+    account(*entry, -1);
+    if (state != entry->state) {
+        setPlaced(entry->state, entry->position, false);
+        setPlaced(state, entry->position, true);
+        --m_countIn[size_t(entry->state)];
+        ++m_countIn[size_t(state)];
+        started = isActive(state) && !isActive(entry->state);
+        entry->state = state;
+        *changed = *held;
     }
-    entry.take(progress);
-    account(entry, +1);
+    entry->take(progress);
+    account(*entry, +1);
     return started;
 }
 
 ZKTaskPtr ZKTaskQueue::taskWithAddress(const void *address) const {
     std::shared_lock locker(m_lock);
-    return m_entries.value(static_cast<const ZKTask *>(address)).task;
+    const Entry *entry = entryOf(static_cast<const ZKTask *>(address));
+    return entry ? m_tasks[entry->position] : nullptr;
 }
 
 void ZKTaskQueue::prepareToRun(ZKTask &task) const {
@@ -281,27 +306,32 @@ void ZKTaskQueue::insertTasks(const QList<ZKTaskPtr> &tasks, ZKIndexList indexes
         }
         const auto n = std::min(tasks.size(), indexes.size());
         bool appended = true;
-        QSet<ZKTask *> fresh;
         ZKIndexList placedAt;
-        QList<std::pair<qsizetype, ZKTaskPtr>> joining; // each place as it is given
+        struct Joining {
+            qsizetype at; // each place as it is given
+            ZKTaskPtr task;
+            quint32 slot;
+        };
+        std::vector<Joining> joining;
         bool inOrder = true;
         // A reopened queue comes in at once: grown step by step, the tables
         // would be rebuilt again and again.
-        fresh.reserve(n);
         placedAt.reserve(n);
-        joining.reserve(n);
+        joining.reserve(size_t(n));
         added.reserve(n);
-        m_entries.reserve(m_entries.size() + n);
+        m_slotOf.reserve(m_slotOf.size() + n);
+        reserveFor(m_entries, size_t(n));
+        reserveFor(m_slotAt, size_t(n));
         for (qsizetype i = 0; i < n; ++i) {
             const ZKTaskPtr &task = tasks[i];
-            if (!task || m_entries.contains(task.get()) || fresh.contains(task.get())) {
+            // Those taken in this call are known by now too.
+            if (!task || m_slotOf.contains(task.get())) {
                 continue; // a task is in a queue once
             }
-            const qsizetype size = m_tasks.size() + joining.size();
+            const qsizetype size = m_tasks.size() + qsizetype(joining.size());
             const qsizetype at = std::clamp<qsizetype>(indexes[i], 0, size);
             appended = appended && at == size;
-            joining.append({at, task});
-            fresh.insert(task.get());
+            joining.push_back({at, task, adopt(task)});
             added.append(task.get());
             // Places are given in order, and a later one leaves the earlier
             // ones where they are; any other order moves those below it.
@@ -312,44 +342,48 @@ void ZKTaskQueue::insertTasks(const QList<ZKTaskPtr> &tasks, ZKIndexList indexes
                 }
             }
             placedAt.insert(std::lower_bound(placedAt.begin(), placedAt.end(), at), at);
-            adopt(task);
         }
         if (inOrder && joining.size() > 1) {
             // In one pass: one at a time, 100 tasks put near the top of
             // 100,000 would move all the rest 100 times.
             QList<ZKTaskPtr> merged;
-            merged.reserve(m_tasks.size() + joining.size());
+            std::vector<quint32> slots;
+            merged.reserve(m_tasks.size() + qsizetype(joining.size()));
+            slots.reserve(merged.capacity());
             qsizetype old = 0;
-            for (auto &[at, task] : joining) {
-                while (merged.size() < at) {
+            for (Joining &join : joining) {
+                while (merged.size() < join.at) {
+                    slots.push_back(m_slotAt[size_t(old)]);
                     merged.append(std::move(m_tasks[old++]));
                 }
-                merged.append(std::move(task));
+                slots.push_back(join.slot);
+                merged.append(std::move(join.task));
             }
             while (old < m_tasks.size()) {
+                slots.push_back(m_slotAt[size_t(old)]);
                 merged.append(std::move(m_tasks[old++]));
             }
             m_tasks = std::move(merged);
+            m_slotAt = std::move(slots);
         } else {
-            for (auto &[at, task] : joining) {
-                m_tasks.insert(at, std::move(task));
+            for (Joining &join : joining) {
+                m_tasks.insert(join.at, std::move(join.task));
+                m_slotAt.insert(m_slotAt.begin() + join.at, join.slot);
             }
         }
         if (appended) {
+            const size_t words = (size_t(m_tasks.size()) + wordBits - 1) / wordBits;
+            for (PlaceBits &bits : m_placed) {
+                bits.resize(words, 0);
+            }
             for (qsizetype i = oldSize; i < m_tasks.size(); ++i) {
-                ZKTask *task = m_tasks[i].get();
-                Entry &entry = m_entries[task];
-                m_lastKey += keyStep;
-                entry.key = m_lastKey;
-                byState(entry.state).insert({entry.key, task});
+                Entry &entry = m_entries[m_slotAt[size_t(i)]];
+                entry.position = quint32(i);
+                setPlaced(entry.state, entry.position, true);
                 inserted.append(i);
             }
         } else {
-            // Renumbering re-keys every task of the queue and rebuilds the
-            // sets by state: in a long queue most of an insertion's time.
-            if (!keyBetweenNeighbours(placedAt)) {
-                renumber();
-            }
+            placeAll();
             inserted = placedAt;
         }
     }
@@ -376,21 +410,28 @@ void ZKTaskQueue::removeTasksAtIndexes(const ZKIndexList &indexes) {
         // One pass, however many leave: clearing a queue of 100,000 tasks
         // must not move the rest once per task.
         QList<ZKTaskPtr> kept;
+        std::vector<quint32> keptSlots;
         kept.reserve(m_tasks.size());
+        keptSlots.reserve(m_slotAt.size());
         for (qsizetype i = 0; i < m_tasks.size(); ++i) {
             if (leaving[size_t(i)]) {
                 removed.append(i);
                 taken.append(m_tasks[i]);
             } else {
                 kept.append(std::move(m_tasks[i]));
+                keptSlots.push_back(m_slotAt[size_t(i)]);
             }
         }
         m_tasks = std::move(kept);
+        m_slotAt = std::move(keptSlots);
         for (const ZKTaskPtr &task : std::as_const(taken)) {
-            if (m_entries.value(task.get()).state == S::Completed) {
+            if (entryOf(task.get())->state == S::Completed) {
                 ++m_removedCompleted;
             }
             forget(task.get());
+        }
+        if (!taken.isEmpty()) {
+            placeAll();
         }
         m_removedTasks.append(taken);
     }
@@ -429,7 +470,10 @@ void ZKTaskQueue::moveTask(qsizetype from, qsizetype to) {
             return;
         }
         m_tasks.move(from, landed);
-        renumber();
+        const quint32 slot = m_slotAt[size_t(from)];
+        m_slotAt.erase(m_slotAt.begin() + from);
+        m_slotAt.insert(m_slotAt.begin() + landed, slot);
+        placeAll();
     }
     Q_EMIT taskMoved(from, landed);
     Q_EMIT tasksChanged();
@@ -459,7 +503,10 @@ void ZKTaskQueue::sortWithDescriptor(const QString &key, bool ascending,
                              const int result = order(a, b);
                              return ascending ? result < 0 : result > 0;
                          });
-        renumber();
+        for (qsizetype i = 0; i < m_tasks.size(); ++i) {
+            m_slotAt[size_t(i)] = m_slotOf.value(m_tasks[i].get());
+        }
+        placeAll();
     }
     Q_EMIT tasksReordered();
     Q_EMIT tasksChanged();
@@ -479,17 +526,15 @@ ZKTaskPtr ZKTaskQueue::taskAtIndex(qsizetype index) const {
 
 qsizetype ZKTaskQueue::indexOfTask(const ZKTaskPtr &task) const {
     std::shared_lock locker(m_lock);
-    if (!task || !m_entries.contains(task.get())) {
-        return -1;
-    }
-    return m_tasks.indexOf(task);
+    const Entry *entry = task ? entryOf(task.get()) : nullptr;
+    return entry ? qsizetype(entry->position) : -1;
 }
 
 bool ZKTaskQueue::isBefore(const ZKTaskPtr &a, const ZKTaskPtr &b) const {
     std::shared_lock locker(m_lock);
-    const auto x = m_entries.constFind(a.get());
-    const auto y = m_entries.constFind(b.get());
-    return x != m_entries.cend() && y != m_entries.cend() && x->key < y->key;
+    const Entry *x = entryOf(a.get());
+    const Entry *y = entryOf(b.get());
+    return x && y && x->position < y->position;
 }
 
 qsizetype ZKTaskQueue::count() const {
@@ -564,20 +609,11 @@ ZKQueueFigures ZKTaskQueue::figures(qint32 queueState) const {
         f.filesDone = m_sums.filesDone;
         f.filesTotal = m_sums.filesTotal;
         f.taskCount = m_tasks.size() + m_removedCompleted;
-        f.completedCount = qsizetype(byState(S::Completed).size()) + m_removedCompleted;
-        f.failedCount = qsizetype(byState(S::Failed).size());
-        const auto first = [this](ZKTaskState state) {
-            return byState(state).empty() ? nullptr : byState(state).begin()->second;
-        };
-        ZKTask *processing = first(S::Processing);
-        ZKTask *verifying = first(S::Verifying);
-        ZKTask *moving = !verifying    ? processing
-                         : !processing ? verifying
-                         : m_entries.value(processing).key < m_entries.value(verifying).key
-                             ? processing
-                             : verifying;
-        if (moving) {
-            running = m_entries.value(moving).task;
+        f.completedCount = m_countIn[size_t(S::Completed)] + m_removedCompleted;
+        f.failedCount = m_countIn[size_t(S::Failed)];
+        const qsizetype moving = firstPlaceIn({S::Processing, S::Verifying});
+        if (moving >= 0) {
+            running = m_tasks[moving];
             f.dataRate = m_dataRate.value_or(0);
         }
         f.isFinished = !m_tasks.isEmpty() && countUnfinished() == 0;
@@ -603,7 +639,7 @@ qsizetype ZKTaskQueue::countUnfinished() const {
     for (const ZKTaskState state :
          {S::PendingPreparation, S::Preparing, S::PendingProcessing, S::Processing,
           S::PendingVerification, S::Verifying, S::Cancelling}) {
-        count += qsizetype(byState(state).size());
+        count += m_countIn[size_t(state)];
     }
     return count;
 }
@@ -622,23 +658,18 @@ ZKTaskPtr ZKTaskQueue::nextTask() const {
 
 bool ZKTaskQueue::isNextToRun(const ZKTask &task) const {
     std::shared_lock locker(m_lock);
-    const auto found = m_entries.constFind(&task);
-    if (found == m_entries.cend() || found->state != S::Preparing) {
+    const Entry *found = entryOf(&task);
+    if (!found || found->state != S::Preparing) {
         return false;
     }
     for (const ZKTaskState running : {S::Processing, S::Verifying, S::Removing}) {
-        if (!byState(running).empty()) {
+        if (m_countIn[size_t(running)] != 0) {
             return false;
         }
     }
-    for (const ZKTaskState resting :
-         {S::PendingProcessing, S::PendingVerification, S::PendingRemoval}) {
-        const StateSet &set = byState(resting);
-        if (!set.empty() && set.begin()->first < found->key) {
-            return false;
-        }
-    }
-    return true;
+    const qsizetype resting =
+        firstPlaceIn({S::PendingProcessing, S::PendingVerification, S::PendingRemoval});
+    return resting < 0 || resting > qsizetype(found->position);
 }
 
 // The calls into tasks below work on a snapshot, outside the lock: pausing

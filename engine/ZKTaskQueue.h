@@ -14,8 +14,8 @@
 #include <array>
 #include <memory>
 #include <optional>
-#include <set>
 #include <shared_mutex>
+#include <vector>
 
 class ZKPasteboard;
 
@@ -131,20 +131,18 @@ Q_SIGNALS:
 
 private:
     static constexpr int stateCount = int(ZKTaskState::Suspended) + 1;
-    // What the queue knows of one of its tasks. The key orders the tasks as
-    // the list does, so the state sets below answer "the first task in such
-    // a state" without a walk.
+    // What the queue knows of one of its tasks. A queue may hold 100,000
+    // entries: they lie side by side, each in a slot that stays its own while
+    // the task is in the queue, and hold of the task's progress only what the
+    // sums need.
     struct Entry {
-        ZKTaskPtr task;
-        qint64 key = 0;
-        ZKTaskState state = ZKTaskState::PendingPreparation;
-        // Of the task's progress, only what the sums need: a queue may hold
-        // 100,000 entries.
         quint64 progressBytes = 0;
         quint64 totalBytes = 0;
         quint64 remainingWorkBytes = 0;
         quint64 filesDone = 0;
         quint64 filesTotal = 0;
+        quint32 position = 0; // in m_tasks
+        ZKTaskState state = ZKTaskState::PendingPreparation;
 
         void take(const ZKTaskProgress &progress) {
             progressBytes = progress.progressBytes;
@@ -178,16 +176,22 @@ private:
             return *this;
         }
     };
-    using StateSet = std::set<std::pair<qint64, ZKTask *>>;
+    // One bit a place in the list for each state: "the first task in such a
+    // state" is a scan of words, and a change of state flips two bits.
+    using PlaceBits = std::vector<quint64>;
 
     // With m_lock held.
-    void adopt(const ZKTaskPtr &task);
+    // Makes the task's entry in a free slot; its place is set by placeAll().
+    quint32 adopt(const ZKTaskPtr &task);
     void forget(ZKTask *task);
-    void renumber();
-    // Keys for the tasks just put at these places (ascending), between
-    // their neighbours' keys; false, with nothing changed, where a place has
-    // no room left.
-    bool keyBetweenNeighbours(const ZKIndexList &fresh);
+    // Gives every entry its place after the list changed, and files it
+    // under its state.
+    void placeAll();
+    void setPlaced(ZKTaskState state, quint32 position, bool placed);
+    // The first place from which a task is in one of the states; -1 when none.
+    qsizetype firstPlaceIn(std::initializer_list<ZKTaskState> states) const;
+    const Entry *entryOf(const ZKTask *task) const;
+    Entry *entryOf(const ZKTask *task);
     void account(const Entry &entry, int sign);
     qsizetype countUnfinished() const;
     ZKTaskPtr firstInStates(std::initializer_list<ZKTaskState> states) const;
@@ -210,11 +214,12 @@ private:
     QList<ZKTaskPtr> m_tasks;
     QList<ZKTaskPtr> m_removedTasks;
     qsizetype m_removedCompleted = 0;
-    QHash<const ZKTask *, Entry> m_entries;
-    std::array<StateSet, stateCount> m_byState;
-    StateSet &byState(ZKTaskState state) { return m_byState[size_t(state)]; }
-    const StateSet &byState(ZKTaskState state) const { return m_byState[size_t(state)]; }
-    qint64 m_lastKey = 0;
+    std::vector<Entry> m_entries;
+    std::vector<quint32> m_freeSlots;
+    QHash<const ZKTask *, quint32> m_slotOf;
+    std::vector<quint32> m_slotAt; // by place in m_tasks
+    std::array<PlaceBits, stateCount> m_placed;
+    std::array<qsizetype, stateCount> m_countIn{};
     Sums m_sums;
     // Absent until told: tasks keep what they were made or loaded with.
     std::optional<double> m_dataRate;
