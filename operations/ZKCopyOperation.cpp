@@ -12,8 +12,13 @@
 #include <QHash>
 
 #include <algorithm>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -25,10 +30,214 @@ ZKError openError(const QString &filename) {
 
 } // namespace
 
+// A tree of small files costs its copy far more in system calls than in
+// bytes, and half of those calls can be made on a second thread while the
+// operation's own thread walks and copies the rest. Only an opened, small,
+// regular file that nothing stands in the way of at the destination goes
+// there, to be copied by the same steps on a copier of its own; its bytes
+// and its error reach the operation when it ends. A large file stays on the
+// operation's thread, whose notifications follow it block by block.
+class ZKCopyOperation::SmallFiles {
+public:
+    struct File {
+        ZKReaderPtr reader; // opened by the operation's thread
+        ZKWriterPtr folder;
+    };
+    struct Results {
+        quint64 bytes = 0;
+        quint64 files = 0;
+        ZKOptionalError failure;
+    };
+
+    explicit SmallFiles(const ZKCopyOperation &owner)
+        : m_owner(owner)
+        , m_copier(nullptr, nullptr, owner.m_offset) {
+        m_copier.m_copyCreationTime = owner.m_copyCreationTime;
+        m_copier.m_copyModificationTime = owner.m_copyModificationTime;
+        m_copier.m_copyPermissions = owner.m_copyPermissions;
+        m_copier.m_copyOwnership = owner.m_copyOwnership;
+        m_copier.m_symbolicLinkHandling = owner.m_symbolicLinkHandling;
+        m_copier.m_givesRealNames = owner.m_givesRealNames;
+        m_copier.m_topLevel = false;
+        m_copier.m_startTime = Clock::now();
+        m_copier.m_pacing = Pacing{m_copier.m_startTime};
+        m_copier.setReplacedUrls(owner.replacedUrls());
+        // It reports nothing itself: its files are counted as they end.
+        m_copier.setMinimumTimeBetweenNotifications(owner.minimumTimeBetweenNotifications());
+        m_thread = std::thread([this] { run(); });
+    }
+
+    ~SmallFiles() {
+        {
+            std::lock_guard locker(m_lock);
+            m_stopping = true;
+        }
+        m_changed.notify_all();
+        m_thread.join();
+        for (const File &file : m_waiting) {
+            file.reader->close();
+        }
+    }
+
+    // Few wait, so that a speed limit set meanwhile finds little to pace
+    // after the fact and few descriptors are held.
+    bool offer(File file) {
+        std::unique_lock locker(m_lock);
+        if (m_waiting.size() >= maximumWaiting || m_results.failure) {
+            return false;
+        }
+        m_waiting.push_back(std::move(file));
+        const bool idle = !m_busy;
+        locker.unlock();
+        if (idle) {
+            m_changed.notify_one();
+        }
+        return true;
+    }
+
+    // A waiting file, for the operation's thread to copy or close itself.
+    std::optional<File> take() {
+        std::lock_guard locker(m_lock);
+        if (m_waiting.empty()) {
+            return std::nullopt;
+        }
+        File file = std::move(m_waiting.front());
+        m_waiting.pop_front();
+        return file;
+    }
+
+    void waitUntilIdle() {
+        std::unique_lock locker(m_lock);
+        m_changed.wait(locker, [this] { return !m_busy && m_waiting.empty(); });
+    }
+
+    bool hasResults() const { return m_hasResults.load(std::memory_order_acquire); }
+    Results takeResults() {
+        std::lock_guard locker(m_lock);
+        Results results = std::move(m_results);
+        m_results = {};
+        m_hasResults.store(false, std::memory_order_relaxed);
+        return results;
+    }
+
+private:
+    static constexpr size_t maximumWaiting = 4;
+
+    void run() {
+        ::pthread_setname_np(::pthread_self(), "ZKSmallFiles");
+        std::unique_lock locker(m_lock);
+        for (;;) {
+            m_changed.wait(locker, [this] { return m_stopping || !m_waiting.empty(); });
+            if (m_waiting.empty()) {
+                return;
+            }
+            File file = std::move(m_waiting.front());
+            m_waiting.pop_front();
+            m_busy = true;
+            const bool goOn = !m_results.failure && !m_owner.isCancelled();
+            locker.unlock();
+
+            quint64 bytes = 0;
+            bool copied = false;
+            ZKOptionalError failure;
+            if (goOn) {
+                const quint64 before = m_copier.m_bytesCopied.load();
+                m_copier.copyFileFrom(*file.reader, *file.folder);
+                m_copier.countCopied();
+                // Counted as the difference: a file begun anew counts down first.
+                bytes = m_copier.m_bytesCopied.load() - before;
+                failure = m_copier.error();
+                copied = !failure;
+            }
+            file.reader->close();
+            file = {};
+
+            locker.lock();
+            m_results.bytes += bytes;
+            m_results.files += copied ? 1 : 0;
+            if (failure && !m_results.failure) {
+                m_results.failure = std::move(failure);
+            }
+            m_busy = false;
+            m_hasResults.store(true, std::memory_order_release);
+            if (m_waiting.empty()) {
+                m_changed.notify_all(); // someone may wait for the last one
+            }
+        }
+    }
+
+    const ZKCopyOperation &m_owner;
+    ZKCopyOperation m_copier; // used by this thread only
+    std::mutex m_lock;
+    std::condition_variable m_changed;
+    std::deque<File> m_waiting;
+    Results m_results;
+    std::atomic<bool> m_hasResults{false};
+    bool m_busy = false;
+    bool m_stopping = false;
+    std::thread m_thread; // last: started once the rest is made
+};
+
 ZKCopyOperation::ZKCopyOperation(ZKReaderPtr source, ZKWriterPtr destination, quint64 offset)
     : ZKFileOperation(std::move(source), std::move(destination))
     , m_offset(offset)
     , m_bytesCopied(offset) {}
+
+ZKCopyOperation::~ZKCopyOperation() = default;
+
+bool ZKCopyOperation::handOver(const ZKReaderPtr &file, const ZKWriterPtr &folder) {
+    if (!file->isLocal() || !folder->isLocal() || file->isDirectory() || file->isLink() ||
+        file->size() > smallFileMaximum || maximumTransferRate() != 0) {
+        return false;
+    }
+    if (!m_smallFiles) {
+        m_smallFiles = std::make_unique<SmallFiles>(*this);
+    }
+    return m_smallFiles->offer({file, folder});
+}
+
+// What the second thread finished: its bytes go into the next
+// notification and through the speed limit as if copied here.
+void ZKCopyOperation::takeSmallFileResults() {
+    if (!m_smallFiles || !m_smallFiles->hasResults()) {
+        return;
+    }
+    SmallFiles::Results results = m_smallFiles->takeResults();
+    m_bytesCopied += results.bytes;
+    m_pacing.unreported += results.bytes;
+    m_bytesWritten += results.bytes;
+    for (quint64 i = 0; i < results.files; ++i) {
+        endFile();
+        m_pacing.filesUnreported = true;
+    }
+    if (results.failure && !hasError()) {
+        setError(*results.failure);
+    }
+    const quint64 rate = maximumTransferRate();
+    if (rate != 0 && results.bytes != 0 && !isCancelled()) {
+        paceTransferOf(results.bytes, rate);
+    }
+    if (secondsSince(m_pacing.lastNotification) > minimumTimeBetweenNotifications()) {
+        report();
+    }
+}
+
+// Before a folder's own attributes, which its files must not change again:
+// the files still waiting are copied here, and the one on its way awaited.
+void ZKCopyOperation::finishSmallFiles() {
+    if (!m_smallFiles) {
+        return;
+    }
+    while (std::optional<SmallFiles::File> file = m_smallFiles->take()) {
+        takeSmallFileResults();
+        if (inProgress()) {
+            copyFileFrom(*file->reader, *file->folder);
+        }
+        file->reader->close();
+    }
+    m_smallFiles->waitUntilIdle();
+    takeSmallFileResults();
+}
 
 void ZKCopyOperation::main() {
     m_startTime = Clock::now();
@@ -61,10 +270,11 @@ void ZKCopyOperation::main() {
     if (inProgress()) {
         copyFrom(*m_source, *m_destination);
     }
+    m_smallFiles.reset();
     m_destination->close();
     m_source->close();
     countCopied();
-    if (m_pacing.unreported != 0) {
+    if (m_pacing.unreported != 0 || m_pacing.filesUnreported) {
         report();
     }
 }
@@ -203,6 +413,13 @@ void ZKCopyOperation::copyDirectoryFrom(ZKReader &reader, ZKWriter &folder) {
                 const ZKReaderPtr child = reader.childWithName(name);
                 // A dangling link cannot be opened, yet it can be recreated.
                 if (child->open() || (child->isLink() && !followsLink(*newFolder))) {
+                    // Nothing of its name there: no resume to weigh up.
+                    const bool fresh =
+                        index.isEmpty() ||
+                        (there == index.cend() && !index.contains(ZKPartialFile::nameFor(name)));
+                    if (fresh && handOver(child, newFolder)) {
+                        return ZKEnumerationResultSkip; // it closes the file
+                    }
                     copyFrom(*child, *newFolder);
                 } else if (!child->exists()) {
                     setError(openError(name));
@@ -211,6 +428,7 @@ void ZKCopyOperation::copyDirectoryFrom(ZKReader &reader, ZKWriter &folder) {
                 }
                 child->close();
             }
+            takeSmallFileResults();
             return inProgress() ? ZKEnumerationResultSkip : ZKEnumerationResultStop;
         });
         reader.setWalkReportsFileStatus(true);
@@ -218,6 +436,7 @@ void ZKCopyOperation::copyDirectoryFrom(ZKReader &reader, ZKWriter &folder) {
             setError(*reader.error());
         }
     }
+    finishSmallFiles();
     newFolder->close();
     // After the contents, so that copying them does not change the date again.
     copyAttributesFrom(reader, *newFolder, inProgress());
@@ -299,6 +518,7 @@ void ZKCopyOperation::copyFileFrom(ZKReader &reader, ZKWriter &folder) {
     }
     if (!isCancelled() && !hasError()) {
         endFile();
+        m_pacing.filesUnreported = true;
     }
 }
 
@@ -444,6 +664,7 @@ void ZKCopyOperation::report() {
                  std::chrono::duration<double>(now - m_startTime).count());
     m_pacing.lastNotification = now;
     m_pacing.unreported = 0;
+    m_pacing.filesUnreported = false;
 }
 
 bool ZKCopyOperation::afterBlock(quint64 length, quint64 rate) {

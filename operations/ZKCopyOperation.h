@@ -21,6 +21,7 @@ class ZKCopyOperation : public ZKFileOperation {
 public:
     // offset: bytes the task already counts as done (0 for a fresh copy).
     ZKCopyOperation(ZKReaderPtr source, ZKWriterPtr destination, quint64 offset = 0);
+    ~ZKCopyOperation() override;
 
     quint64 offset() const { return m_offset; }
 
@@ -64,13 +65,24 @@ private:
     ZKWriterPtr openForResume(ZKReader &reader, ZKWriter &folder, ZKWriterPtr file);
     ZKWriterPtr reopenForAppend(ZKWriterPtr file, quint64 existingSize);
     void removeReplacedLink(ZKWriter &folder, const QString &name);
+
+    // The small local files of a folder, copied on a second thread.
+    class SmallFiles;
+    bool handOver(const ZKReaderPtr &file, const ZKWriterPtr &folder);
+    void takeSmallFileResults();
+    void finishSmallFiles();
+    std::unique_ptr<SmallFiles> m_smallFiles;
+    // Files up to this size may go to the second thread: each costs more in
+    // system calls than in bytes, and its bytes are counted when it ends.
+    static constexpr quint64 smallFileMaximum = 4 * ZKReader::standardBlockSize;
     // Kept across the files of a folder: a notification costs the main
     // thread a wake-up, so a tree of small files is reported at the same
     // pace as one large file, and only bytesCopied() follows every file.
     struct Pacing {
         Clock::time_point lastNotification;
-        quint64 unreported = 0; // in no notification yet
-        quint64 uncounted = 0;  // not yet in bytesCopied()
+        quint64 unreported = 0;       // in no notification yet
+        quint64 uncounted = 0;        // not yet in bytesCopied()
+        bool filesUnreported = false; // an empty file ends without a byte
     };
     // Files this large go through the kernel when both ends are local.
     static constexpr quint64 localCopyMinimum = 16 * ZKReader::standardBlockSize;

@@ -80,6 +80,8 @@ private Q_SLOTS:
     void sourceChangedDuringTheCopyIsCopiedAnew();
     void holesStayHoles();
     void secondCopyOfAFolderCopiesNothing();
+    void treeOfSmallFilesArrivesWhole_data();
+    void treeOfSmallFilesArrivesWhole();
     void links_data();
     void links();
     void linksBackIntoTheTreeEnd();
@@ -309,6 +311,103 @@ void TestZKCopyOperation::secondCopyOfAFolderCopiesNothing() {
     QVERIFY2(!second->error(), qPrintable(errorText(*second)));
     QVERIFY(activity.bytes.isEmpty());
     QCOMPARE(second->bytesCopied(), quint64(0));
+}
+
+void TestZKCopyOperation::treeOfSmallFilesArrivesWhole_data() {
+    QTest::addColumn<bool>("partlyThere");
+    QTest::addColumn<int>("cancelAfterFiles"); // 0: never
+    QTest::newRow("fresh destination") << false << 0;
+    QTest::newRow("some copied, one begun") << true << 0;
+    QTest::newRow("cancelled on the way") << false << 60;
+}
+
+// Small files are copied on two threads; what arrives, what is counted and
+// the folders' dates must be as if one thread had copied them in order.
+void TestZKCopyOperation::treeOfSmallFilesArrivesWhole() {
+    QFETCH(bool, partlyThere);
+    QFETCH(int, cancelAfterFiles);
+    const QDateTime old = QDateTime::fromSecsSinceEpoch(1200000000);
+    QStringList files;
+    quint64 total = 0;
+    for (const QString folder : {"tree/a", "tree/b/c", "tree/b"}) {
+        QVERIFY(QDir().mkpath(path(folder)));
+        for (int i = 0; i < 120; ++i) {
+            const QString name = QStringLiteral("%1/f%2").arg(folder).arg(i);
+            const QByteArray content = randomBytes((i * 97) % 9000, quint32(files.size()));
+            QVERIFY(writeFile(path(name), content));
+            files.append(name);
+            total += quint64(content.size());
+        }
+    }
+    QVERIFY(writeFile(path("tree/b/large"), randomBytes(1500000, 3))); // stays on one thread
+    files.append("tree/b/large");
+    total += 1500000;
+    const struct timespec times[2] = {{old.toSecsSinceEpoch(), 0}, {old.toSecsSinceEpoch(), 0}};
+    for (const QString folder : {"tree/b/c", "tree/b", "tree/a", "tree"}) {
+        QVERIFY(::utimensat(AT_FDCWD, QFile::encodeName(path(folder)).constData(), times, 0) == 0);
+    }
+    quint64 already = 0;
+    if (partlyThere) {
+        QVERIFY(QDir().mkpath(path("dest/tree/a")));
+        for (int i = 0; i < 40; ++i) {
+            const QString name = QStringLiteral("tree/a/f%1").arg(i);
+            QVERIFY(QFile::copy(path(name), path("dest/" + name)));
+            already += quint64(QFileInfo(path(name)).size());
+        }
+        const QString partial = partialPath(path("dest/tree/a"), "f41");
+        QVERIFY(writeFile(partial, readFile(path("tree/a/f41")).left(100)) &&
+                markBegunFrom(partial, path("tree/a/f41")));
+    }
+
+    auto operation = copier(path("tree"), path("dest"));
+    quint64 filesDone = 0;
+    quint64 reported = 0;
+    operation->setActivityHandler([&](const ZKOperationActivity &report) {
+        filesDone = report.filesDone;
+        reported = report.totalBytes;
+        if (cancelAfterFiles != 0 && report.filesDone >= quint64(cancelAfterFiles)) {
+            operation->cancel();
+        }
+    });
+    operation->start();
+    QVERIFY2(!operation->error(), qPrintable(errorText(*operation)));
+
+    // Whatever stands under a real name is whole; a partial file holds the
+    // source's first bytes; both are counted.
+    quint64 arrived = 0;
+    quint64 partial = 0;
+    int arrivedFiles = 0;
+    for (const QString &name : std::as_const(files)) {
+        const QByteArray source = readFile(path(name));
+        const QFileInfo info(path("dest/" + name));
+        const QString part = partialPath(info.absolutePath(), info.fileName());
+        if (info.exists()) {
+            QVERIFY2(readFile(info.filePath()) == source, qPrintable(name));
+            arrived += quint64(source.size());
+            ++arrivedFiles;
+        } else if (QFile::exists(part)) {
+            const QByteArray begun = readFile(part);
+            QVERIFY2(source.startsWith(begun), qPrintable(name));
+            partial += quint64(begun.size());
+        }
+    }
+    // Files found whole are not this run's; a resumed one counts whole, yet
+    // only its bytes written now are reported as moved.
+    const quint64 resumed = partlyThere ? 100 : 0;
+    QCOMPARE(operation->bytesCopied() + already, arrived + partial);
+    QCOMPARE(reported + already + resumed, arrived + partial);
+    if (cancelAfterFiles != 0) {
+        QVERIFY2(arrivedFiles < files.size(), "the cancel came too late to be seen");
+        return;
+    }
+    QCOMPARE(arrivedFiles, files.size());
+    QCOMPARE(filesDone, quint64(files.size() - (partlyThere ? 40 : 0)));
+    QCOMPARE(arrived, total);
+    QVERIFY(!QFile::exists(partialPath(path("dest/tree/a"), "f41")));
+    // A folder's date is set after its last file, on whichever thread it came.
+    for (const QString folder : {"tree/b/c", "tree/b", "tree/a", "tree"}) {
+        QVERIFY2(QFileInfo(path("dest/" + folder)).lastModified() == old, qPrintable(folder));
+    }
 }
 
 void TestZKCopyOperation::links_data() {
