@@ -21,7 +21,9 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/stat.h>
+#include <sys/statfs.h>
 #include <sys/sysmacros.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -205,9 +207,21 @@ std::shared_ptr<ZKFileSystemReader> uncopyableReader(const QUrl &url, const QStr
     return std::make_shared<ZKFileSystemReader>(url, reason, ZKFileSystemReader::Uncopyable);
 }
 
+// A folder the walk is in.
+struct Level {
+    DIR *directory = nullptr;
+    QByteArray path;
+    // Whether the mode of an item here tells its owner all there is to know
+    // about access, and who that owner would be; asked once, when first
+    // needed (-1 until then).
+    int modeDecidesForOwner = -1;
+    uid_t self = 0;
+};
+
 // A walk that keeps only the folders on the way down open, so that its memory
 // does not grow with the size of the tree.
 struct WalkEntry {
+    Level *level = nullptr; // the folder it is in
     QByteArray parent;
     QByteArray path;
     QByteArray name;
@@ -222,10 +236,30 @@ struct WalkEntry {
 enum class WalkStep { Descend, Prune, Stop, Fail };
 enum class WalkEnd { Finished, Stopped, Failed };
 
-struct Level {
-    DIR *directory = nullptr;
-    QByteArray path;
-};
+// Where the owner's bits of the mode are the kernel's whole answer (a local
+// file system keeps any other rules in an ACL, which never narrows the
+// owner's), an owner who may read an item by its mode may read it: asking
+// the kernel again would cost a call for nearly every item of a walk. Any
+// other answer, and any other file system (whose server or daemon may
+// decide otherwise), is left to the kernel.
+bool ownerMayRead(const WalkEntry &entry) {
+    const mode_t mode = entry.status.st_mode;
+    if (!entry.statusKnown || !(mode & S_IRUSR) || !(S_ISREG(mode) || S_ISDIR(mode))) {
+        return false;
+    }
+    Level &level = *entry.level;
+    if (level.modeDecidesForOwner < 0) {
+        struct statfs system {};
+        level.modeDecidesForOwner =
+            ::fstatfs(::dirfd(level.directory), &system) == 0 &&
+            (system.f_type == TMPFS_MAGIC || system.f_type == EXT4_SUPER_MAGIC ||
+             system.f_type == XFS_SUPER_MAGIC || system.f_type == BTRFS_SUPER_MAGIC);
+        // The effective user the kernel would ask for; not kept beyond the
+        // folder, as a process may change it.
+        level.self = ::geteuid();
+    }
+    return level.modeDecidesForOwner == 1 && entry.status.st_uid == level.self;
+}
 
 // Failures to open a folder that only mean "this folder cannot be read" or "it
 // went away"; the walk passes over them. Anything else (no descriptors left,
@@ -297,6 +331,7 @@ WalkEnd walkTree(const QByteArray &root, int rootFolder, QByteArrayList &chain, 
         entry.name = QByteArray(name);
         entry.parent = levels.back().path;
         entry.path = joinPath(entry.parent, entry.name);
+        entry.level = &levels.back();
         entry.parentFd = ::dirfd(directory);
         entry.statError = 0;
         entry.statusKnown = !typeOfFilesSuffices || item->d_type != DT_REG;
@@ -1036,8 +1071,9 @@ ZKEnumerationResult ZKFileSystemReader::walkFileInfo(const QByteArray &root, int
         }
         if (info.skipReason.isEmpty()) {
             const int checks = walkAccessChecks();
-            info.readable = (checks & ReadAccessCheck) &&
-                            ::faccessat(entry.parentFd, name, R_OK, accessFlags) == 0;
+            info.readable =
+                (checks & ReadAccessCheck) &&
+                (ownerMayRead(entry) || ::faccessat(entry.parentFd, name, R_OK, accessFlags) == 0);
             info.writable = (checks & WriteAccessCheck) &&
                             ::faccessat(entry.parentFd, name, W_OK, accessFlags) == 0;
         }

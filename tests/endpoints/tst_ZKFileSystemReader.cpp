@@ -307,6 +307,45 @@ private Q_SLOTS:
         }
     }
 
+    // A walk may tell an owner's access by the mode alone; anyone else's,
+    // and an owner the mode keeps out, are the kernel's to answer.
+    void walkTellsWhoMayRead_data() {
+        QTest::addColumn<bool>("ownedByReader");
+        QTest::addColumn<int>("mode");
+        QTest::addColumn<bool>("readable");
+        QTest::newRow("owner with read") << true << 0400 << true;
+        QTest::newRow("owner without read") << true << 0244 << false;
+        QTest::newRow("other user's private file") << false << 0600 << false;
+        QTest::newRow("other user's shared file") << false << 0644 << true;
+        QTest::newRow("owner of a folder without read") << true << 0300 << false;
+    }
+
+    void walkTellsWhoMayRead() {
+        QFETCH(bool, ownedByReader);
+        QFETCH(int, mode);
+        QFETCH(bool, readable);
+        if (::geteuid() != 0) {
+            QSKIP("Giving a file to another user needs root");
+        }
+        const QString root = path(QStringLiteral("access/%1").arg(QTest::currentDataTag()));
+        const QString item = root + "/item";
+        const bool folder = QByteArray(QTest::currentDataTag()).contains("folder");
+        QVERIFY(QDir().mkpath(folder ? item : root) && (folder || writeFile(item, "x")));
+        const QByteArray raw = QFile::encodeName(item);
+        QVERIFY(!ownedByReader || ::chown(raw.constData(), 65534, 65534) == 0);
+        QVERIFY(::chmod(raw.constData(), mode_t(mode)) == 0);
+        // Asked once as root first, so that nothing learnt for root may
+        // answer for the other account.
+        QVERIFY(walk(*openedReader(root), root).infos.at(0).readable);
+        AsUnprivilegedUser user;
+        QVERIFY(user.usable());
+        auto reader = openedReader(root);
+        const Walk seen = walk(*reader, root);
+        QVERIFY2(!reader->error(), qPrintable(errorText(*reader)));
+        QCOMPARE(seen.infos.size(), 1);
+        QCOMPARE(seen.infos.at(0).readable, readable);
+    }
+
     // Links are reported as links; one leading to an ancestor is not entered.
     void linksAreReportedNotFollowed() {
         const QString root = path("links");
