@@ -79,8 +79,10 @@ size_t sourceNameHash(const ZKTask &task) {
 // so that a check looks at the few tasks whose source ends alike instead of
 // a queue of 100,000. It follows the queue as tasks join it and leave it,
 // and as a task's source changes (the queue tells of any change a row
-// shows). Tasks that left are dropped in sweeps: an entry only points the
-// way, and is looked up in the queue before it counts.
+// shows). An entry only points the way, and is looked up in the queue before
+// it counts: those of tasks that left, or of a name a task no longer has,
+// are dropped in sweeps. Pairs in one sorted vector, since a table cost the
+// queue two hash nodes a task.
 class NameIndex {
 public:
     static const NameIndex &of(const ZKTaskQueue &queue) {
@@ -99,7 +101,7 @@ public:
                              [&queue](const ZKTaskPtr &task) { indexes[&queue].refile(*task); });
             found->second.rebuild(queue);
         } else if (NameIndex &index = found->second;
-                   index.m_filed.size() - index.m_gone != queue.count()) {
+                   qsizetype(index.m_filed.size()) - index.m_gone != queue.count()) {
             // Out of step with the queue, as it should never be: start from
             // what the queue holds.
             index.rebuild(queue);
@@ -107,64 +109,79 @@ public:
         return found->second;
     }
 
-    QList<const ZKTask *> tasksWithNameHash(size_t hash) const { return m_byName.values(hash); }
-    bool isEmpty() const { return m_byName.isEmpty(); }
+    QList<const ZKTask *> tasksWithNameHash(size_t hash) const {
+        QList<const ZKTask *> tasks;
+        for (auto [at, end] = named(hash); at != end; ++at) {
+            tasks.append(at->second);
+        }
+        return tasks;
+    }
+    bool isEmpty() const { return m_filed.empty(); }
 
 private:
-    void file(const ZKTask &task) {
-        const auto filed = m_filed.constFind(&task);
-        if (filed != m_filed.cend()) {
-            // Back after it left, or a new task where a gone one lived.
-            m_byName.remove(*filed, &task);
-            --m_gone;
+    using Filing = std::pair<size_t, const ZKTask *>;
+
+    std::pair<std::vector<Filing>::const_iterator, std::vector<Filing>::const_iterator>
+    named(size_t hash) const {
+        const auto first =
+            std::lower_bound(m_filed.cbegin(), m_filed.cend(), Filing{hash, nullptr});
+        auto end = first;
+        while (end != m_filed.cend() && end->first == hash) {
+            ++end;
         }
-        const size_t hash = sourceNameHash(task);
-        m_filed.insert(&task, hash);
-        m_byName.insert(hash, &task);
+        return {first, end};
     }
 
     void join(const ZKTaskQueue &queue, const ZKIndexList &at) {
         const QList<ZKTaskPtr> tasks = queue.tasks();
+        const auto middle = qsizetype(m_filed.size());
         for (const qsizetype i : at) {
             if (i >= 0 && i < tasks.size()) {
-                file(*tasks.at(i));
+                m_filed.emplace_back(sourceNameHash(*tasks.at(i)), tasks.at(i).get());
             }
         }
+        std::sort(m_filed.begin() + middle, m_filed.end());
+        std::inplace_merge(m_filed.begin(), m_filed.begin() + middle, m_filed.end());
     }
 
     void leave(const ZKTaskQueue &queue, qsizetype count) {
         m_gone += count;
-        if (m_gone > 64 && m_gone > m_filed.size() / 2) {
+        sweepIfStale(queue);
+    }
+
+    void refile(const ZKTask &task) {
+        const size_t hash = sourceNameHash(task);
+        auto [at, end] = named(hash);
+        if (std::any_of(at, end,
+                        [&task](const Filing &filing) { return filing.second == &task; })) {
+            return;
+        }
+        // Filed under the name it had, which now points nowhere.
+        m_filed.insert(end, Filing{hash, &task});
+        ++m_gone;
+    }
+
+    void sweepIfStale(const ZKTaskQueue &queue) {
+        if (m_gone > 64 && m_gone > qsizetype(m_filed.size()) / 2) {
             rebuild(queue);
         }
     }
 
-    void refile(const ZKTask &task) {
-        const auto filed = m_filed.find(&task);
-        if (filed == m_filed.end()) {
-            return;
-        }
-        const size_t hash = sourceNameHash(task);
-        if (hash != *filed) {
-            m_byName.remove(*filed, &task);
-            m_byName.insert(hash, &task);
-            *filed = hash;
-        }
-    }
-
     void rebuild(const ZKTaskQueue &queue) {
-        m_byName.clear();
-        m_filed.clear();
-        m_gone = 0;
         const QList<ZKTaskPtr> tasks = queue.tasks();
+        m_filed.clear();
+        m_filed.shrink_to_fit();
+        m_filed.reserve(size_t(tasks.size()));
+        m_gone = 0;
         for (const ZKTaskPtr &task : tasks) {
-            file(*task);
+            m_filed.emplace_back(sourceNameHash(*task), task.get());
         }
+        std::sort(m_filed.begin(), m_filed.end());
     }
 
-    QMultiHash<size_t, const ZKTask *> m_byName;
-    QHash<const ZKTask *, size_t> m_filed;
-    // Of the filed tasks, how many have left the queue.
+    std::vector<Filing> m_filed; // ascending
+    // Of the filed entries, how many are of a task that left or was filed
+    // again under another name.
     qsizetype m_gone = 0;
 };
 
