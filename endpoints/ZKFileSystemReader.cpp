@@ -56,7 +56,7 @@ bool isRepresentable(const QByteArray &raw) {
 }
 
 QUrl urlForPath(const QByteArray &path) {
-    return QUrl::fromLocalFile(QFile::decodeName(path));
+    return ZKFileSystemReader::urlOfPath(QFile::decodeName(path));
 }
 
 // Length of the UTF-8 sequence the byte at index begins, by its lead bits;
@@ -387,6 +387,19 @@ WalkEnd walkTree(const QByteArray &root, int rootFolder, QByteArrayList &chain, 
 
 std::shared_ptr<ZKFileSystemReader> ZKFileSystemReader::readerWithUrl(const QUrl &url) {
     return std::make_shared<ZKFileSystemReader>(url);
+}
+
+QUrl ZKFileSystemReader::urlOfPath(const QString &path) {
+    // Only a path that begins with two slashes names a host, and only a '%'
+    // reads differently to a decoded and a tolerant path.
+    if (path.size() < 2 || path.at(0) != QLatin1Char('/') || path.at(1) == QLatin1Char('/') ||
+        path.contains(QLatin1Char('%'))) {
+        return QUrl::fromLocalFile(path);
+    }
+    static const QUrl file = QUrl::fromLocalFile(QStringLiteral("/"));
+    QUrl url = file;
+    url.setPath(path, QUrl::TolerantMode);
+    return url;
 }
 
 ZKFileSystemReader::ZKFileSystemReader(const QUrl &url) {

@@ -25,6 +25,10 @@ struct statx;
 class ZKFileSystemReader : public ZKReader {
 public:
     static std::shared_ptr<ZKFileSystemReader> readerWithUrl(const QUrl &url);
+    // The address QUrl::fromLocalFile gives a path, made for every item of
+    // a walk or a copy: an absolute path, as most are, is spared the steps
+    // only other paths need.
+    static QUrl urlOfPath(const QString &path);
 
     // Construct through std::make_shared: enumerations hand out shared_from_this.
     explicit ZKFileSystemReader(const QUrl &url);

@@ -346,6 +346,30 @@ private Q_SLOTS:
         QCOMPARE(seen.infos.at(0).readable, readable);
     }
 
+    // The address of every walked item is made the short way; it must be
+    // the one the long way makes, or a copy would not find its own items.
+    void urlOfPathIsTheLocalFileUrl_data() {
+        QTest::addColumn<QString>("path");
+        QTest::newRow("plain") << "/a/b.txt";
+        QTest::newRow("root") << "/";
+        QTest::newRow("url characters") << "/a b/#x?y;z=1&[v]@h:1";
+        QTest::newRow("percent") << "/x/%41%zz";
+        QTest::newRow("non-ASCII") << QStringLiteral("/d\u00e9j\u00e0/\u20ac\U0001F600");
+        QTest::newRow("host") << "//server/share/f";
+        QTest::newRow("doubled slash inside") << "/a//b/";
+        QTest::newRow("relative") << "a/b";
+        QTest::newRow("empty") << "";
+    }
+
+    void urlOfPathIsTheLocalFileUrl() {
+        QFETCH(QString, path);
+        const QUrl made = ZKFileSystemReader::urlOfPath(path);
+        const QUrl expected = QUrl::fromLocalFile(path);
+        QCOMPARE(made, expected);
+        QCOMPARE(made.toEncoded(), expected.toEncoded());
+        QCOMPARE(made.toLocalFile(), expected.toLocalFile());
+    }
+
     // Links are reported as links; one leading to an ancestor is not entered.
     void linksAreReportedNotFollowed() {
         const QString root = path("links");
