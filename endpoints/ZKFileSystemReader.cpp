@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -890,14 +891,28 @@ QByteArray ZKFileSystemReader::identity() const {
     }
     // The date in nanoseconds and the inode's generation tell a file
     // rewritten in place, or a new one on a reused inode, from the old.
-    QByteArrayList validators{"dev " + QByteArray::number(version->device),
-                              "ino " + QByteArray::number(version->inode),
-                              "mtime " + QByteArray::number(version->modifiedSeconds) + '.' +
-                                  QByteArray::number(version->modifiedNanoseconds)};
+    // One text of all of them, which the identity takes as it would the
+    // lines one by one.
+    QByteArray lines;
+    lines.reserve(128);
+    const auto number = [&lines](auto value) {
+        char digits[24];
+        lines.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr - digits);
+    };
+    lines.append("dev ");
+    number(version->device);
+    lines.append("\nino ");
+    number(version->inode);
+    lines.append("\nmtime ");
+    number(version->modifiedSeconds);
+    lines.append('.');
+    number(version->modifiedNanoseconds);
     if (version->hasGeneration) {
         // As a signed number, as identities kept by earlier versions say it.
-        validators.append("gen " + QByteArray::number(qint32(version->generation)));
+        lines.append("\ngen ");
+        number(qint32(version->generation));
     }
+    const QByteArrayList validators{lines};
     m_open->identity = ZKPartialFile::identity(version->url, version->size, validators);
     return m_open->identity;
 }

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKPartialFile.h"
 
+#include <charconv>
+
 #include <QFile>
 
 const QString ZKPartialFile::suffix = QStringLiteral(".ferrowick.part");
@@ -28,15 +30,26 @@ bool ZKPartialFile::isPartialName(const QString &name) {
 
 QByteArray ZKPartialFile::identity(const QUrl &source, quint64 size,
                                    const QByteArrayList &validators) {
-    // Never a password, even where the address carried one.
-    QByteArrayList parts{source.adjusted(QUrl::RemovePassword).toEncoded(),
-                         QByteArray::number(size)};
+    // Never a password, even where the address carried one. Without any
+    // user part there is none to take away, and the address stays as it is.
+    QByteArray text = source.userInfo().isEmpty()
+                          ? source.toEncoded()
+                          : source.adjusted(QUrl::RemovePassword).toEncoded();
+    // Made for every file a copy begins: in one piece rather than joined.
+    char number[24];
+    const auto end = std::to_chars(number, number + sizeof number, size).ptr;
+    qsizetype length = text.size() + 1 + (end - number);
+    for (const QByteArray &validator : validators) {
+        length += validator.isEmpty() ? 0 : 1 + validator.size();
+    }
+    text.reserve(length);
+    text.append('\n').append(number, end - number);
     for (const QByteArray &validator : validators) {
         if (!validator.isEmpty()) {
-            parts.append(validator);
+            text.append('\n').append(validator);
         }
     }
-    return parts.join('\n');
+    return text;
 }
 
 QUrl ZKPartialFile::sourceOf(const QByteArray &identity) {
