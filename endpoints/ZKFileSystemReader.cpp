@@ -671,11 +671,12 @@ bool ZKFileSystemReader::openItemNow() {
         setError(ZKEndpointErrors::error(ZKEndpointErrors::InvalidFilePath, {m_url.toString()}));
         return false;
     }
-    const QString path = m_url.toLocalFile();
     int openErrno = 0;
     if (openDirectly(wanted, &openErrno)) {
         return true;
     }
+    // For the messages of the rarer cases only.
+    const QString path = m_url.toLocalFile();
     if (openErrno == ENOENT) {
         // Nothing under that name, which a look by path would only confirm:
         // the usual answer for a copy that is not there yet.
