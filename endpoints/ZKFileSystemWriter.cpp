@@ -252,15 +252,22 @@ std::shared_ptr<ZKFileSystemWriter> ZKFileSystemWriter::writerWithFile(const QUr
 
 std::shared_ptr<ZKFileSystemWriter> ZKFileSystemWriter::childWriter(const QString &name,
                                                                     bool isDirectory) {
-    auto child = std::make_shared<ZKFileSystemWriter>(QVariantMap());
+    auto child = std::make_shared<ZKFileSystemWriter>(ChildKey());
     const QByteArray encodedName = QFile::encodeName(name);
     if (ZKFolderHandle::isPlainName(encodedName) && !m_path.isEmpty()) {
         // Made for every file of a copy: what a plain name and this
         // folder's path already say is not worked out of the url again.
         child->m_encodedPath = childPathOf(encodedName);
-        child->m_path = QFile::decodeName(child->m_encodedPath);
-        child->m_url = QUrl::fromLocalFile(child->m_path);
-        child->m_filename = QFile::decodeName(encodedName);
+        if (name.isValidUtf16() && m_path.isValidUtf16()) {
+            // Texts that encode without loss decode to themselves.
+            child->m_path = m_path.endsWith(QLatin1Char('/')) ? m_path + name
+                                                              : m_path + QLatin1Char('/') + name;
+            child->m_filename = name;
+        } else {
+            child->m_path = QFile::decodeName(child->m_encodedPath);
+            child->m_filename = QFile::decodeName(encodedName);
+        }
+        child->m_url = ZKFileSystemReader::urlOfPath(child->m_path);
         child->m_folder = folderHandle();
         child->m_nameInFolder = encodedName;
     } else {
@@ -319,11 +326,12 @@ ZKFolderHandle::Place ZKFileSystemWriter::place() const {
     return ZKFolderHandle::Place(m_folder, m_nameInFolder, m_encodedPath);
 }
 
-ZKFolderHandle::Place ZKFileSystemWriter::placeOfChild(const QString &name,
-                                                       QByteArray *path) const {
-    const QByteArray encodedName = QFile::encodeName(name);
-    *path = childPathOf(encodedName);
-    return ZKFolderHandle::Place(folderHandle(), encodedName, *path);
+ZKFolderHandle::Place ZKFileSystemWriter::placeOfChild(const QByteArray &encodedName) const {
+    // Held while the place is made, so that the place finds it held too.
+    const std::shared_ptr<ZKFolderHandle> held = folderHandle().lock();
+    const bool inFolder = held && ZKFolderHandle::isPlainName(encodedName);
+    return ZKFolderHandle::Place(held, encodedName,
+                                 inFolder ? QByteArray() : childPathOf(encodedName));
 }
 
 void ZKFileSystemWriter::setFolder(const std::weak_ptr<ZKFolderHandle> &folder,
@@ -669,8 +677,8 @@ std::shared_ptr<ZKWriter> ZKFileSystemWriter::createLink(const QString &name,
         setError(ZKEndpointErrors::error(ZKEndpointErrors::CannotCreateLinkIn, {path()}));
         return nullptr;
     }
-    QByteArray child;
-    const ZKFolderHandle::Place item = placeOfChild(name, &child);
+    const QByteArray encodedName = QFile::encodeName(name);
+    const ZKFolderHandle::Place item = placeOfChild(encodedName);
     const QByteArray wanted = QFile::encodeName(target);
 
     struct stat status {};
@@ -687,16 +695,18 @@ std::shared_ptr<ZKWriter> ZKFileSystemWriter::createLink(const QString &name,
     // is not removed first: whether to replace it was settled before copying.
     if (::symlinkat(wanted.constData(), item.folder(), item.name()) != 0) {
         const int number = errno;
-        setError(ZKEndpointErrors::systemError(ZKEndpointErrors::UnableToCreateLink, number,
-                                               {QFile::decodeName(child), errnoText(number)}));
+        setError(ZKEndpointErrors::systemError(
+            ZKEndpointErrors::UnableToCreateLink, number,
+            {QFile::decodeName(childPathOf(encodedName)), errnoText(number)}));
         return nullptr;
     }
     return childWriter(name, false);
 }
 
 bool ZKFileSystemWriter::removeFile(const QString &name) {
-    QByteArray child;
-    const ZKFolderHandle::Place item = placeOfChild(name, &child);
+    const QByteArray encodedName = QFile::encodeName(name);
+    const QByteArray child = childPathOf(encodedName);
+    const ZKFolderHandle::Place item = placeOfChild(encodedName);
     QByteArray failedPath;
     const int number = removeItem(item.folder(), item.name(), child, &failedPath);
     if (number != 0) {
@@ -713,10 +723,10 @@ bool ZKFileSystemWriter::removeFile(const QString &name) {
 }
 
 bool ZKFileSystemWriter::renameItem(const QString &from, const QString &to, bool replace) {
-    QByteArray fromPath;
-    QByteArray toPath;
-    const ZKFolderHandle::Place fromItem = placeOfChild(from, &fromPath);
-    const ZKFolderHandle::Place toItem = placeOfChild(to, &toPath);
+    const QByteArray fromName = QFile::encodeName(from);
+    const QByteArray toName = QFile::encodeName(to);
+    const ZKFolderHandle::Place fromItem = placeOfChild(fromName);
+    const ZKFolderHandle::Place toItem = placeOfChild(toName);
     // One step that no reader can catch half done, and that keeps what the
     // user has under that name unless told to replace it.
     int result = ::renameat2(fromItem.folder(), fromItem.name(), toItem.folder(), toItem.name(),
@@ -731,12 +741,12 @@ bool ZKFileSystemWriter::renameItem(const QString &from, const QString &to, bool
     }
     if (result != 0) {
         const int number = errno;
-        setError(
-            number == EEXIST
-                ? ZKEndpointErrors::systemError(ZKEndpointErrors::NameTaken, number,
-                                                {QFile::decodeName(toPath)})
-                : ZKEndpointErrors::systemError(ZKEndpointErrors::UnableToRename, number,
-                                                {QFile::decodeName(fromPath), errnoText(number)}));
+        setError(number == EEXIST
+                     ? ZKEndpointErrors::systemError(ZKEndpointErrors::NameTaken, number,
+                                                     {QFile::decodeName(childPathOf(toName))})
+                     : ZKEndpointErrors::systemError(
+                           ZKEndpointErrors::UnableToRename, number,
+                           {QFile::decodeName(childPathOf(fromName)), errnoText(number)}));
         return false;
     }
     return true;

@@ -36,6 +36,11 @@ public:
     ZKFileSystemWriter(const QUrl &url, bool isDirectory, Deferred);
     // Restores the saved form; makes no new bookmark.
     explicit ZKFileSystemWriter(const QVariantMap &propertyList);
+    // An item made inside a folder writer, which sets up the rest.
+    struct ChildKey {
+        explicit ChildKey() = default;
+    };
+    explicit ZKFileSystemWriter(ChildKey) {}
     ~ZKFileSystemWriter() override;
 
     ZKFileSystemWriter(const ZKFileSystemWriter &) = delete;
@@ -105,9 +110,10 @@ private:
     // A writer for an item made inside this folder: see m_refusesLinks.
     std::shared_ptr<ZKFileSystemWriter> childWriter(const QString &name, bool isDirectory);
     ZKFolderHandle::Place place() const;
-    // Where the item name inside this folder is found; its full path goes
-    // to path, for messages.
-    ZKFolderHandle::Place placeOfChild(const QString &name, QByteArray *path) const;
+    // Where the item encodedName inside this folder is found. Its full path
+    // is joined only where the folder's handle is not held: messages ask
+    // childPathOf.
+    ZKFolderHandle::Place placeOfChild(const QByteArray &encodedName) const;
     std::weak_ptr<ZKFolderHandle> folderHandle() const;
     struct MadeInside;
     std::shared_ptr<MadeInside> madeInside() const;

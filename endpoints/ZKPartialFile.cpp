@@ -10,8 +10,11 @@ const QString ZKPartialFile::suffix = QStringLiteral(".ferrowick.part");
 const char *const ZKPartialFile::provenanceAttribute = "user.ferrowick.source";
 
 QString ZKPartialFile::nameFor(const QString &name) {
-    const QString candidate = name + suffix;
-    if (QFile::encodeName(candidate).size() <= maximumNameLength) {
+    QString candidate = name + suffix;
+    // No UTF-16 unit takes more than three bytes: most names are told short
+    // enough without encoding them.
+    if (candidate.size() * 3 <= maximumNameLength ||
+        QFile::encodeName(candidate).size() <= maximumNameLength) {
         return candidate;
     }
     // Two long names that begin alike share the shortened name: the lock

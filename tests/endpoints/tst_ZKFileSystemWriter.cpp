@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKFileSystemReader.h"
 #include "ZKFileSystemWriter.h"
+#include "ZKPartialFile.h"
 #include "ZKTestSupport.h"
 
 #include <cerrno>
@@ -100,6 +101,43 @@ private Q_SLOTS:
         QVERIFY(writer->appendBlock(QByteArray(70000, 'z')));
         writer->close();
         QCOMPARE(readFile(file), existing + QByteArray(70000, 'z'));
+    }
+
+    // A file of a copy is made under its partial name and renamed once
+    // whole; both names must be the ones asked for, byte for byte.
+    void fileMadeInsideTakesItsName_data() {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<bool>("shortened");
+        const QString euro(QChar(0x20AC));
+        QTest::newRow("plain") << "report.txt" << false;
+        QTest::newRow("url characters") << "a #?%41;b" << false;
+        QTest::newRow("non-ASCII") << QStringLiteral("d\u00e9j\u00e0 \U0001F600") << false;
+        QTest::newRow("partial name as long as can be") << euro.repeated(80) << false;
+        QTest::newRow("partial name too long") << euro.repeated(81) << true;
+    }
+
+    void fileMadeInsideTakesItsName() {
+        QFETCH(QString, name);
+        QFETCH(bool, shortened);
+        const QString root = path(QStringLiteral("inside/") + QTest::currentDataTag());
+        auto folder = ZKFileSystemWriter::writerWithDirectory(QUrl::fromLocalFile(root));
+        QVERIFY2(folder->open(), qPrintable(errorText(*folder)));
+        const QString partName = ZKPartialFile::nameFor(name);
+        QVERIFY(partName.endsWith(ZKPartialFile::suffix));
+        QVERIFY(QFile::encodeName(partName).size() <= 255);
+        QCOMPARE(partName != name + ZKPartialFile::suffix, shortened);
+
+        const ZKWriterPtr file = folder->createFile(partName);
+        QVERIFY(file);
+        QCOMPARE(file->filename(), partName);
+        QCOMPARE(file->url(), QUrl::fromLocalFile(root + '/' + partName));
+        QVERIFY2(file->open(), qPrintable(errorText(*file)));
+        QVERIFY(file->appendBlock("whole"));
+        file->close();
+        QVERIFY2(folder->renameItem(partName, name, false), qPrintable(errorText(*folder)));
+        folder->close();
+        QCOMPARE(readFile(root + '/' + name), QByteArray("whole"));
+        QVERIFY(!QFileInfo::exists(root + '/' + partName));
     }
 
     void openFailures_data() {
