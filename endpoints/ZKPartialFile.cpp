@@ -27,7 +27,7 @@ QString ZKPartialFile::nameFor(const QString &name) {
     return stem + suffix;
 }
 
-bool ZKPartialFile::isPartialName(const QString &name) {
+bool ZKPartialFile::isPartialName(QStringView name) {
     return name.size() > suffix.size() && name.endsWith(suffix);
 }
 

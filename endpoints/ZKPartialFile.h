@@ -25,7 +25,7 @@ public:
     // The name under which a file called name is written. A name too long
     // for the file system once the suffix is added is shortened first.
     static QString nameFor(const QString &name);
-    static bool isPartialName(const QString &name);
+    static bool isPartialName(QStringView name);
 
     // The parts of an identity that outlive its source: where it came from
     // and how long it is. Empty and 0 when the identity cannot tell.

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 ZKFileOperation::ZKFileOperation(ZKReaderPtr source, ZKWriterPtr destination)
@@ -22,14 +23,73 @@ void ZKFileOperation::setMinimumTimeBetweenNotifications(double seconds) {
     m_minimumTimeBetweenNotifications = seconds;
 }
 
+namespace {
+
+// The one character every match of the expression begins with: a pattern
+// anchored at the start of the name whose first element is a character
+// that cannot be left out. Nothing for any other pattern, or where an
+// option could make the anchor or the character mean something else.
+std::optional<QChar> leadOf(const QRegularExpression &regex) {
+    constexpr QRegularExpression::PatternOptions changesMeaning =
+        QRegularExpression::CaseInsensitiveOption | QRegularExpression::MultilineOption |
+        QRegularExpression::ExtendedPatternSyntaxOption;
+    const QString pattern = regex.pattern();
+    if ((regex.patternOptions() & changesMeaning) || pattern.size() < 2 ||
+        pattern.front() != QLatin1Char('^') || pattern.contains(QLatin1Char('|'))) {
+        return std::nullopt;
+    }
+    static const QString special = QStringLiteral("\\^$.|?*+()[]{}#");
+    const bool escaped = pattern.at(1) == QLatin1Char('\\');
+    const qsizetype after = escaped ? 3 : 2;
+    if (pattern.size() < after) {
+        return std::nullopt;
+    }
+    const QChar lead = pattern.at(after - 1);
+    const bool printable = lead.unicode() > 0x20 && lead.unicode() < 0x7f;
+    // Escaped, only punctuation stands for itself; a letter or digit is a
+    // class, an anchor or a reference.
+    if (!printable || (escaped ? lead.isLetterOrNumber() : special.contains(lead))) {
+        return std::nullopt;
+    }
+    if (after < pattern.size() && QStringView(u"?*{").contains(pattern.at(after))) {
+        return std::nullopt; // a quantifier that may leave it out
+    }
+    return lead;
+}
+
+QString leadsOf(const QList<QRegularExpression> &regexes) {
+    QString leads;
+    for (const QRegularExpression &regex : regexes) {
+        if (!regex.isValid()) {
+            continue; // matches nothing
+        }
+        const std::optional<QChar> lead = leadOf(regex);
+        if (!lead) {
+            return {};
+        }
+        if (!leads.contains(*lead)) {
+            leads.append(*lead);
+        }
+    }
+    return leads;
+}
+
+bool mayMatch(const QString &leads, QStringView name) {
+    return leads.isEmpty() || (!name.isEmpty() && leads.contains(name.front()));
+}
+
+} // namespace
+
 void ZKFileOperation::setSkippedFileRegexes(const QList<QRegularExpression> &regexes) {
     m_skippedFileRegexes = regexes;
     m_skippedFileMatcher = joined(regexes);
+    m_skippedFileLeads = leadsOf(regexes);
 }
 
 void ZKFileOperation::setTemporaryFileRegexes(const QList<QRegularExpression> &regexes) {
     m_temporaryFileRegexes = regexes;
     m_temporaryFileMatcher = joined(regexes);
+    m_temporaryFileLeads = leadsOf(regexes);
 }
 
 namespace {
@@ -43,6 +103,7 @@ struct ZKCompiledPatterns {
     QStringList patterns;
     QList<QRegularExpression> regexes;
     QRegularExpression matcher;
+    QString leads;
 };
 
 ZKCompiledPatterns compiledPatterns(const QStringList &patterns) {
@@ -61,6 +122,7 @@ ZKCompiledPatterns compiledPatterns(const QStringList &patterns) {
     made.patterns = patterns;
     made.regexes = ZKFileOperation::convertPatterns(patterns);
     made.matcher = ZKFileOperation::joined(made.regexes);
+    made.leads = leadsOf(made.regexes);
     std::lock_guard locker(lock);
     recent[next] = made;
     next = (next + 1) % recent.size();
@@ -73,12 +135,14 @@ void ZKFileOperation::setSkippedFilePatterns(const QStringList &patterns) {
     const ZKCompiledPatterns compiled = compiledPatterns(patterns);
     m_skippedFileRegexes = compiled.regexes;
     m_skippedFileMatcher = compiled.matcher;
+    m_skippedFileLeads = compiled.leads;
 }
 
 void ZKFileOperation::setTemporaryFilePatterns(const QStringList &patterns) {
     const ZKCompiledPatterns compiled = compiledPatterns(patterns);
     m_temporaryFileRegexes = compiled.regexes;
     m_temporaryFileMatcher = compiled.matcher;
+    m_temporaryFileLeads = compiled.leads;
 }
 
 QRegularExpression ZKFileOperation::joined(const QList<QRegularExpression> &regexes) {
@@ -146,9 +210,12 @@ QUrl ZKFileOperation::standardizedUrl(const QUrl &url) {
 bool ZKFileOperation::matchesSkipPattern(const QUrl &url) const {
     // An unfinished file of another copy is never copied, moved or removed
     // as if it were the user's: it is not whole.
-    const QString name = url.fileName();
+    // The name as fileName() has it, without a copy of its own.
+    const QString path = url.path();
+    const QStringView name = QStringView(path).mid(path.lastIndexOf(QLatin1Char('/')) + 1);
     return ZKPartialFile::isPartialName(name) ||
-           matchesAny(m_skippedFileRegexes, m_skippedFileMatcher, name);
+           (mayMatch(m_skippedFileLeads, name) &&
+            matchesAny(m_skippedFileRegexes, m_skippedFileMatcher, name.toString()));
 }
 
 bool ZKFileOperation::isSkippedUrl(const QUrl &url) const {
@@ -176,7 +243,8 @@ bool ZKFileOperation::shouldRemoveFile(const QUrl &url) const {
 
 bool ZKFileOperation::isTemporaryFile(const QString &name) const {
     return ZKPartialFile::isPartialName(name) ||
-           matchesAny(m_temporaryFileRegexes, m_temporaryFileMatcher, name);
+           (mayMatch(m_temporaryFileLeads, name) &&
+            matchesAny(m_temporaryFileRegexes, m_temporaryFileMatcher, name));
 }
 
 double ZKFileOperation::secondsSince(Clock::time_point since) {

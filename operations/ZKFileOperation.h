@@ -173,6 +173,11 @@ private:
     // joined (a pattern with groups, whose numbers would shift).
     QRegularExpression m_skippedFileMatcher;
     QRegularExpression m_temporaryFileMatcher;
+    // The characters a name must begin with to match one of each list;
+    // empty where the patterns do not tell (a name is then matched in full).
+    // Most names are thus told apart without running an expression.
+    QString m_skippedFileLeads;
+    QString m_temporaryFileLeads;
     QSet<QUrl> m_skippedUrls;
     QSet<QUrl> m_replacedUrls;
     QStringList m_folderChain;

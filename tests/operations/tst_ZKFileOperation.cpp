@@ -3,6 +3,8 @@
 #include "ZKFileOperation.h"
 #include "ZKTestSupport.h"
 
+#include <algorithm>
+
 #include <QTest>
 
 namespace {
@@ -22,6 +24,8 @@ private Q_SLOTS:
     void skipRules_data();
     void skipRules();
     void invalidPatternMatchesNothing();
+    void quickRejectionAgreesWithTheExpressions_data();
+    void quickRejectionAgreesWithTheExpressions();
 };
 
 void TestZKFileOperation::skipRules_data() {
@@ -63,6 +67,63 @@ void TestZKFileOperation::invalidPatternMatchesNothing() {
     QCOMPARE(operation.skippedFileRegexes().size(), 3);
     QVERIFY(!operation.shouldCopyFile(QUrl::fromLocalFile("/x/b")));
     QVERIFY(operation.shouldCopyFile(QUrl::fromLocalFile("/x/(unclosed")));
+}
+
+// Names are told apart by their first character where the patterns allow;
+// whatever the patterns, the answer must be that of the expressions.
+void TestZKFileOperation::quickRejectionAgreesWithTheExpressions_data() {
+    QTest::addColumn<QStringList>("patterns");
+    QTest::addColumn<int>("options");
+    QTest::addColumn<QString>("name");
+    const int none = QRegularExpression::NoPatternOption;
+    const QStringList usual{"^\\.DS_Store$", "^\\.(_\\.)?Trashes$", "^\\."};
+    QTest::newRow("usual, plain name") << usual << none << "report.txt";
+    QTest::newRow("usual, hidden name") << usual << none << ".hidden";
+    QTest::newRow("usual, empty name") << usual << none << "";
+    QTest::newRow("optional first") << QStringList{"^a?b"} << none << "b";
+    QTest::newRow("repeated first") << QStringList{"^a*b"} << none << "b";
+    QTest::newRow("counted first") << QStringList{"^a{0}b"} << none << "b";
+    QTest::newRow("alternative") << QStringList{"^a|b"} << none << "xb";
+    QTest::newRow("escaped letter") << QStringList{"^\\d"} << none << "1x";
+    QTest::newRow("class") << QStringList{"^[ab]"} << none << "b";
+    QTest::newRow("unanchored") << QStringList{"x$"} << none << "ax";
+    QTest::newRow("option in the pattern") << QStringList{"^(?i)a"} << none << "A";
+    QTest::newRow("case-insensitive")
+        << QStringList{"^a"} << int(QRegularExpression::CaseInsensitiveOption) << "A";
+    QTest::newRow("multiline") << QStringList{"^x"} << int(QRegularExpression::MultilineOption)
+                               << "a\nx";
+    QTest::newRow("extended") << QStringList{"^ a"}
+                              << int(QRegularExpression::ExtendedPatternSyntaxOption) << "a";
+    QTest::newRow("one of two leads") << QStringList{"^~", "^#"} << none << "#x";
+    QTest::newRow("other lead") << QStringList{"^~", "^#"} << none << "x#";
+    QTest::newRow("invalid beside valid") << QStringList{"^~", "(unclosed"} << none << "(unclosed";
+}
+
+void TestZKFileOperation::quickRejectionAgreesWithTheExpressions() {
+    QFETCH(QStringList, patterns);
+    QFETCH(int, options);
+    QFETCH(QString, name);
+    QList<QRegularExpression> regexes;
+    bool expected = false;
+    for (const QString &pattern : patterns) {
+        regexes.append(
+            QRegularExpression(pattern, QRegularExpression::PatternOptions::fromInt(options)));
+        expected = expected || (regexes.back().isValid() && regexes.back().match(name).hasMatch());
+    }
+    ProbeOperation operation;
+    operation.setSkippedFileRegexes(regexes);
+    operation.setTemporaryFileRegexes(regexes);
+    QCOMPARE(operation.shouldCopyFile(QUrl::fromLocalFile("/a/" + name)), !expected);
+    QCOMPARE(operation.isTemporaryFile(name), expected);
+    const bool allValid =
+        std::all_of(regexes.cbegin(), regexes.cend(),
+                    [](const QRegularExpression &regex) { return regex.isValid(); });
+    if (options == QRegularExpression::NoPatternOption && allValid) {
+        // The same lists as the settings give them, shared between steps.
+        ProbeOperation fromPatterns;
+        fromPatterns.setSkippedFilePatterns(patterns);
+        QCOMPARE(fromPatterns.shouldCopyFile(QUrl::fromLocalFile("/a/" + name)), !expected);
+    }
 }
 
 int main(int argc, char **argv) {
