@@ -443,6 +443,7 @@ void ZKFileSystemReader::setUrlAndFilename(const QUrl &url) {
     if (Rare *kept = rareIfAny()) {
         kept->folder.reset();
         kept->nameInFolder.clear();
+        kept->filename.clear();
     }
 }
 
@@ -486,6 +487,11 @@ void ZKFileSystemReader::setFolder(const std::weak_ptr<ZKFolderHandle> &folder,
     kept.nameInFolder = name;
 }
 
+QString ZKFileSystemReader::filename() const {
+    const Rare *kept = rareIfAny();
+    return kept && !kept->filename.isEmpty() ? kept->filename : m_url.fileName();
+}
+
 ZKFolderHandle::Place ZKFileSystemReader::place() const {
     static const std::weak_ptr<ZKFolderHandle> none;
     const Rare *kept = rareIfAny();
@@ -502,7 +508,8 @@ std::shared_ptr<ZKFileSystemReader> ZKFileSystemReader::child(const QByteArray &
         return childReader(urlForPath(path));
     }
     std::shared_ptr<ZKFileSystemReader> item = childReader(QUrl());
-    item->m_url = urlForPath(path);
+    const bool walked = m_open && m_open->walkedPath == path;
+    item->m_url = walked ? m_open->walkedUrl : urlForPath(path);
     // Opened next, most likely: its step finds the path worked out already.
     OpenItem &step = item->openItem();
     step.path = path;
@@ -1096,6 +1103,9 @@ ZKEnumerationResult ZKFileSystemReader::walkFileInfo(const QByteArray &root, int
             info.url = urlForPath(entry.path);
             if (!isCopyableType(mode)) {
                 info.skipReason = notCopyableReason(entry.path);
+            } else if (m_open) {
+                m_open->walkedPath = entry.path;
+                m_open->walkedUrl = info.url;
             }
         }
         if (info.skipReason.isEmpty()) {
@@ -1284,7 +1294,13 @@ std::shared_ptr<ZKReader> ZKFileSystemReader::childWithName(const QString &name)
         return shared_from_this();
     }
     const QByteArray encodedName = QFile::encodeName(name);
-    return child(encodedName);
+    std::shared_ptr<ZKFileSystemReader> item = child(encodedName);
+    // Asked for again and again while it is copied: kept as given, where
+    // it is the name the address ends in.
+    if (Rare *kept = item->rareIfAny(); kept && name.isValidUtf16()) {
+        kept->filename = name;
+    }
+    return item;
 }
 
 std::shared_ptr<ZKWriter> ZKFileSystemReader::asWriter() {

@@ -69,7 +69,7 @@ public:
 
     QUrl url() const override { return m_url; }
     QUrl urlForPasteboard() override;
-    QString filename() const override { return m_url.fileName(); }
+    QString filename() const override;
     QString icon() const override;
     bool exists() const override { return m_exists; }
     quint64 size() const override { return m_size; }
@@ -162,6 +162,10 @@ private:
         // the url it was made of.
         QByteArray path;
         QUrl pathOf;
+        // The last item a walk of this folder reported: the child asked
+        // for next is most likely that one, whose address is made already.
+        QByteArray walkedPath;
+        QUrl walkedUrl;
     };
     // What few readers ever have. Made when first needed and kept until the
     // reader goes, so that what another thread reads of it stays valid.
@@ -171,9 +175,11 @@ private:
         // Where the bookmark led, where that is not the url (a link that
         // kept its own path).
         QUrl bookmarkUrl;
-        // The folder this item was found in, and its name there.
+        // The folder this item was found in, and its name there, also as
+        // text where it was given as such.
         std::weak_ptr<ZKFolderHandle> folder;
         QByteArray nameInFolder;
+        QString filename;
     };
 
     void setUrlAndFilename(const QUrl &url);
