@@ -18,6 +18,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
+#include <string_view>
 #include <vector>
 
 #include <dirent.h>
@@ -58,6 +59,37 @@ bool isRepresentable(const QByteArray &raw) {
 
 QUrl urlForPath(const QByteArray &path) {
     return ZKFileSystemReader::urlOfPath(QFile::decodeName(path));
+}
+
+// What QUrl::toEncoded writes for the address urlForPath makes of path,
+// spelt out for an absolute path of ASCII that names no host: an identity
+// is made of it for every file a copy begins. Empty for any other path,
+// which is left to QUrl.
+QByteArray encodedUrlOfPath(const QByteArray &path) {
+    if (!path.startsWith('/') || path.startsWith("//")) {
+        return {};
+    }
+    // Letters, digits and these stand for themselves; every other ASCII
+    // character is escaped, in capitals.
+    static constexpr std::string_view kept = "-._~/!$&'()*+,;=:@[]";
+    static constexpr char hex[] = "0123456789ABCDEF";
+    QByteArray encoded;
+    encoded.reserve(7 + path.size() + path.size() / 4);
+    encoded.append("file://");
+    for (const char c : path) {
+        const uchar u = uchar(c);
+        if (u >= 0x80) {
+            return {};
+        }
+        const bool alphanumeric =
+            (u >= 'a' && u <= 'z') || (u >= 'A' && u <= 'Z') || (u >= '0' && u <= '9');
+        if (alphanumeric || (u != 0 && kept.find(c) != std::string_view::npos)) {
+            encoded.append(c);
+        } else {
+            encoded.append('%').append(hex[u >> 4]).append(hex[u & 0xF]);
+        }
+    }
+    return encoded;
 }
 
 // Length of the UTF-8 sequence the byte at index begins, by its lead bits;
@@ -473,6 +505,7 @@ void ZKFileSystemReader::takePath(OpenItem &step) const {
     if (step.path.isEmpty() || step.pathOf != m_url) {
         step.path = QFile::encodeName(m_url.toLocalFile());
         step.pathOf = m_url;
+        step.urlFromPath = false;
     }
 }
 
@@ -514,6 +547,7 @@ std::shared_ptr<ZKFileSystemReader> ZKFileSystemReader::child(const QByteArray &
     OpenItem &step = item->openItem();
     step.path = path;
     step.pathOf = item->m_url;
+    step.urlFromPath = true;
     if (m_open && m_open->folderHandle) {
         item->setFolder(m_open->folderHandle, name);
     }
@@ -921,7 +955,13 @@ QByteArray ZKFileSystemReader::identity() const {
         number(qint32(version->generation));
     }
     const QByteArrayList validators{lines};
-    m_open->identity = ZKPartialFile::identity(version->url, version->size, validators);
+    QByteArray encoded;
+    if (m_open->urlFromPath && m_open->pathOf == version->url) {
+        encoded = encodedUrlOfPath(m_open->path);
+    }
+    m_open->identity = encoded.isEmpty()
+                           ? ZKPartialFile::identity(version->url, version->size, validators)
+                           : ZKPartialFile::identity(std::move(encoded), version->size, validators);
     return m_open->identity;
 }
 

@@ -162,6 +162,9 @@ private:
         // the url it was made of.
         QByteArray path;
         QUrl pathOf;
+        // pathOf was made of path, not path of pathOf: the address then
+        // says exactly what the path does.
+        bool urlFromPath = false;
         // The last item a walk of this folder reported: the child asked
         // for next is most likely that one, whose address is made already.
         QByteArray walkedPath;

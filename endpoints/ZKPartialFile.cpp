@@ -35,9 +35,14 @@ QByteArray ZKPartialFile::identity(const QUrl &source, quint64 size,
                                    const QByteArrayList &validators) {
     // Never a password, even where the address carried one. Without any
     // user part there is none to take away, and the address stays as it is.
-    QByteArray text = source.userInfo().isEmpty()
-                          ? source.toEncoded()
-                          : source.adjusted(QUrl::RemovePassword).toEncoded();
+    return identity(source.userInfo().isEmpty() ? source.toEncoded()
+                                                : source.adjusted(QUrl::RemovePassword).toEncoded(),
+                    size, validators);
+}
+
+QByteArray ZKPartialFile::identity(QByteArray encodedSource, quint64 size,
+                                   const QByteArrayList &validators) {
+    QByteArray text = std::move(encodedSource);
     // Made for every file a copy begins: in one piece rather than joined.
     char number[24];
     const auto end = std::to_chars(number, number + sizeof number, size).ptr;

@@ -34,6 +34,10 @@ public:
     // An identity made of the source's address, its size and whatever
     // tells its versions apart (empty validators are left out).
     static QByteArray identity(const QUrl &source, quint64 size, const QByteArrayList &validators);
+    // The same from the address as QUrl::toEncoded writes it, without a
+    // password.
+    static QByteArray identity(QByteArray encodedSource, quint64 size,
+                               const QByteArrayList &validators);
 
 private:
     static constexpr int maximumNameLength = 255;
