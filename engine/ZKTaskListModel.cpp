@@ -13,7 +13,6 @@ ZKTaskListModel::ZKTaskListModel(ZKTaskQueue &queue, QObject *parent)
     : QAbstractListModel(parent)
     , m_queue(queue)
     , m_rows(queue.tasks()) {
-    renumber();
     connect(&queue, &ZKTaskQueue::tasksInserted, this, &ZKTaskListModel::insertRows);
     connect(&queue, &ZKTaskQueue::tasksRemoved, this, &ZKTaskListModel::removeRows);
     connect(&queue, &ZKTaskQueue::taskMoved, this, &ZKTaskListModel::moveRow);
@@ -36,13 +35,18 @@ ZKTaskPtr ZKTaskListModel::taskAt(int row) const {
 }
 
 int ZKTaskListModel::rowOfTask(const ZKTask *task) const {
-    const auto key = m_keyOf.constFind(task);
-    if (key == m_keyOf.cend()) {
-        return -1;
+    // The address is only compared: the task may be gone by now.
+    const qsizetype at = m_queue.indexOfTask(task);
+    if (at < 0) {
+        return -1; // its row, if the views were not told yet, goes too
     }
-    const auto at = std::lower_bound(m_keys.cbegin(), m_keys.cend(), *key);
-    const qsizetype row = at - m_keys.cbegin();
-    return row < m_rows.size() && m_rows.at(row).get() == task ? int(row) : -1;
+    if (at < m_rows.size() && m_rows.at(at).get() == task) {
+        return int(at);
+    }
+    // A change of the list whose signal is still on its way moved it.
+    const auto found = std::find_if(m_rows.cbegin(), m_rows.cend(),
+                                    [task](const ZKTaskPtr &row) { return row.get() == task; });
+    return found == m_rows.cend() ? -1 : int(found - m_rows.cbegin());
 }
 
 QVariant ZKTaskListModel::data(const QModelIndex &index, int role) const {
@@ -154,11 +158,9 @@ void ZKTaskListModel::insertRows(const ZKIndexList &indexes) {
         // In one move of the rows below: a list of 100,000 is not shifted
         // once per row.
         m_rows.insert(first, last - first + 1, nullptr);
-        m_keys.insert(first, last - first + 1, 0);
         for (qsizetype k = first; k <= last; ++k) {
             m_rows[k] = now.at(k);
         }
-        keyRows(first, last);
         endInsertRows();
         i = j;
     }
@@ -178,11 +180,7 @@ void ZKTaskListModel::removeRows(const ZKIndexList &indexes) {
             return;
         }
         beginRemoveRows({}, int(first), int(last));
-        for (qsizetype k = first; k <= last; ++k) {
-            m_keyOf.remove(m_rows.at(k).get());
-        }
         m_rows.remove(first, last - first + 1);
-        m_keys.remove(first, last - first + 1);
         endRemoveRows();
         j = i;
     }
@@ -199,48 +197,11 @@ void ZKTaskListModel::moveRow(qsizetype from, qsizetype to) {
     // Qt counts the target before the row is taken out.
     beginMoveRows({}, int(from), int(from), {}, int(to > from ? to + 1 : to));
     m_rows.move(from, to);
-    m_keys.remove(from);
-    m_keys.insert(to, 0);
-    keyRows(to, to);
     endMoveRows();
 }
 
 void ZKTaskListModel::reload() {
     beginResetModel();
     m_rows = m_queue.tasks();
-    renumber();
     endResetModel();
-}
-
-namespace {
-// Far apart, so that rows put between two others rarely use the room up.
-constexpr qint64 keyStep = qint64(1) << 16;
-} // namespace
-
-void ZKTaskListModel::keyRows(qsizetype first, qsizetype last) {
-    const qint64 count = last - first + 1;
-    const qsizetype size = m_keys.size();
-    const qint64 after = last + 1 < size ? m_keys[last + 1]
-                         : first > 0     ? m_keys[first - 1] + (count + 1) * keyStep
-                                         : 0;
-    const qint64 before = first > 0 ? m_keys[first - 1] : after - (count + 1) * keyStep;
-    const qint64 room = after - before;
-    if (room <= count) {
-        renumber();
-        return;
-    }
-    for (qsizetype k = first; k <= last; ++k) {
-        m_keys[k] = before + room * (k - first + 1) / (count + 1);
-        m_keyOf.insert(m_rows.at(k).get(), m_keys[k]);
-    }
-}
-
-void ZKTaskListModel::renumber() {
-    m_keys.resize(m_rows.size());
-    m_keyOf.clear();
-    m_keyOf.reserve(m_rows.size());
-    for (qsizetype k = 0; k < m_rows.size(); ++k) {
-        m_keys[k] = qint64(k) * keyStep;
-        m_keyOf.insert(m_rows.at(k).get(), m_keys[k]);
-    }
 }

@@ -54,18 +54,10 @@ private:
     void removeRows(const ZKIndexList &indexes);
     void moveRow(qsizetype from, qsizetype to);
     void reload();
-    // Keys for the rows first to last, just put in, between their
-    // neighbours' keys; all rows keyed anew where there is no room.
-    void keyRows(qsizetype first, qsizetype last);
-    void renumber();
 
     ZKTaskQueue &m_queue;
     // What the views were told the list holds: the queue may run ahead of
-    // it between a change and its signal.
+    // it between a change and its signal. A task's row is found through the
+    // queue, which knows its place without a table of its own here.
     QList<ZKTaskPtr> m_rows;
-    // A task's row is found from its key, and the keys grow down the list
-    // with room between neighbours: a row put in or taken out moves no
-    // other row's key, however long the list.
-    QList<qint64> m_keys; // one a row, ascending
-    QHash<const ZKTask *, qint64> m_keyOf;
 };

@@ -525,8 +525,12 @@ ZKTaskPtr ZKTaskQueue::taskAtIndex(qsizetype index) const {
 }
 
 qsizetype ZKTaskQueue::indexOfTask(const ZKTaskPtr &task) const {
+    return indexOfTask(task.get());
+}
+
+qsizetype ZKTaskQueue::indexOfTask(const ZKTask *task) const {
     std::shared_lock locker(m_lock);
-    const Entry *entry = task ? entryOf(task.get()) : nullptr;
+    const Entry *entry = entryOf(task);
     return entry ? qsizetype(entry->position) : -1;
 }
 

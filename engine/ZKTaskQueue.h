@@ -56,6 +56,8 @@ public:
     QList<ZKTaskPtr> tasks() const;
     ZKTaskPtr taskAtIndex(qsizetype index) const;
     qsizetype indexOfTask(const ZKTaskPtr &task) const; // -1 when not there
+    // The same for any address, which is never followed.
+    qsizetype indexOfTask(const ZKTask *task) const;
     // Whether a comes before b in the queue; false when either is not in it.
     bool isBefore(const ZKTaskPtr &a, const ZKTaskPtr &b) const;
     qsizetype count() const;
