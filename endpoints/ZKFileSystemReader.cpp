@@ -520,6 +520,12 @@ void ZKFileSystemReader::setFolder(const std::weak_ptr<ZKFolderHandle> &folder,
     kept.nameInFolder = name;
 }
 
+QByteArray ZKFileSystemReader::resolvedPath() const {
+    const QByteArray path = encodedPath();
+    const int folder = folderDescriptor();
+    return folder >= 0 ? realPathOfOpenFolder(folder, path) : realPath(path).value_or(QByteArray());
+}
+
 QString ZKFileSystemReader::filename() const {
     const Rare *kept = rareIfAny();
     return kept && !kept->filename.isEmpty() ? kept->filename : m_url.fileName();

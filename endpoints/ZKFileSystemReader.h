@@ -102,6 +102,9 @@ public:
     // The open file itself (-1 when none), for copies the kernel makes: a
     // path looked up again might meanwhile name another file.
     int descriptor() const { return m_open ? m_open->fd : -1; }
+    // The item's path with every link on the way resolved, empty where it
+    // cannot be found. An open folder is asked where it is, in one call.
+    QByteArray resolvedPath() const;
 
     static constexpr quint64 uncopyableSize = std::numeric_limits<quint64>::max();
     // Empty unless this reader stands for an item that cannot be copied.

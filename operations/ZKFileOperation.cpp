@@ -2,10 +2,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ZKFileOperation.h"
 
+#include "ZKFileSystemReader.h"
 #include "ZKLogging.h"
 #include "ZKOperationErrors.h"
 #include "ZKPartialFile.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QVariantMap>
 
@@ -331,7 +333,11 @@ void ZKFileOperation::excludeFolder(const QUrl &url) {
 ZKFileOperation::FolderScope::FolderScope(ZKFileOperation &operation, const ZKReader &folder)
     : m_operation(operation) {
     QString real;
-    if (folder.isLocal()) {
+    if (const auto *local = dynamic_cast<const ZKFileSystemReader *>(&folder)) {
+        // Asked of the open folder itself: one call where a lookup by path
+        // takes one for every folder on the way.
+        real = QFile::decodeName(local->resolvedPath());
+    } else if (folder.isLocal()) {
         real = QFileInfo(folder.url().toLocalFile()).canonicalFilePath();
     }
     if (!real.isEmpty() && real == operation.m_excludedFolder) {
