@@ -485,6 +485,7 @@ void ZKCopyTask::runOperation(const std::shared_ptr<ZKFileOperation> &operation,
     {
         std::lock_guard locker(m_lock);
         forgetStepReport();
+        keepSourceName();
     }
     if (runningState == S::Processing || runningState == S::Verifying) {
         // Progress is taken from the operation's counters at each report,
@@ -840,6 +841,10 @@ void ZKCopyTask::cancel() {
         onMain([this] { setState(S::Cancelled); });
         refresh();
     });
+    {
+        std::lock_guard locker(m_lock);
+        keepSourceName();
+    }
     rare().operationQueue.addOperation(operation);
     refresh();
 }
@@ -1270,11 +1275,12 @@ void ZKCopyTask::setSource(ZKReaderPtr source) {
     {
         std::lock_guard locker(m_lock);
         m_source = std::move(source);
-        m_sourceFilename = m_source ? m_source->filename() : QString();
         // Found when first asked: it takes a look at the file, and a queue of
-        // thousands of tasks shows only a few rows.
+        // thousands of tasks shows only a few rows. No step has had the new
+        // reader yet, so its name is its own.
         if (Rare *kept = rareIfAny()) {
             kept->sourceIcon.reset();
+            kept->sourceName.reset();
         }
         m_sourceIsLocal = !m_source || m_source->isLocal();
     }
@@ -1293,9 +1299,11 @@ void ZKCopyTask::setSource(ZKReaderPtr source) {
 void ZKCopyTask::refreshSourceName() {
     bool changed = false;
     {
+        Rare &kept = rare();
         std::lock_guard locker(m_lock);
-        if (m_source && m_source->filename() != m_sourceFilename) {
-            m_sourceFilename = m_source->filename();
+        const QString name = m_source ? m_source->filename() : QString();
+        if (kept.sourceName != name) {
+            kept.sourceName = name;
             changed = true;
         }
     }
@@ -1343,7 +1351,19 @@ QString ZKCopyTask::icon() const {
 }
 
 QString ZKCopyTask::filename() const {
-    return locked(m_lock, m_sourceFilename);
+    std::lock_guard locker(m_lock);
+    const Rare *kept = rareIfAny();
+    if (kept && kept->sourceName) {
+        return *kept->sourceName;
+    }
+    return m_source ? m_source->filename() : QString();
+}
+
+void ZKCopyTask::keepSourceName() {
+    Rare &kept = rare();
+    if (!kept.sourceName) {
+        kept.sourceName = m_source ? m_source->filename() : QString();
+    }
 }
 
 QString ZKCopyTask::destinationDirectory() const {

@@ -233,6 +233,10 @@ private:
         // The files of the tree and those the analysis found done.
         quint64 filesTotal = 0;
         quint64 filesAlreadyDone = 0;
+        // The source's name as the rows know it, once a step has had the
+        // reader: a step may rename it (a web server's answer) on its
+        // worker, so other threads read this copy instead.
+        std::optional<QString> sourceName;
         std::optional<QString> sourceIcon; // found when first asked
         QString detail;
         QString description;
@@ -243,6 +247,8 @@ private:
     Rare *rareIfAny() const { return m_rare.load(std::memory_order_acquire); }
     // Clears what the running step reported; with m_lock held.
     void forgetStepReport();
+    // Before a worker has the reader; with m_lock held.
+    void keepSourceName();
     // Sets a figure that only a started task has away from its resting value.
     template <class T> bool storeRare(std::atomic<T> Rare::*field, T value, T resting);
     template <class T> T rareValue(std::atomic<T> Rare::*field, T resting) const;
@@ -253,7 +259,6 @@ private:
     mutable QBasicMutex m_lock;
     ZKReaderPtr m_source;
     ZKWriterPtr m_destination;
-    QString m_sourceFilename;
     QString m_destinationFilename;
     mutable std::shared_ptr<ZKTransferThrottle> m_throttle; // guarded by m_lock
     // The queue's line of questions, which answers the analysis's conflicts.

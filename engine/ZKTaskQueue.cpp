@@ -482,9 +482,7 @@ void ZKTaskQueue::moveTask(qsizetype from, qsizetype to) {
 void ZKTaskQueue::sortWithDescriptor(const QString &key, bool ascending,
                                      Qt::CaseSensitivity caseSensitivity) {
     const QByteArray name = key.toLatin1();
-    const auto order = [&](const ZKTaskPtr &a, const ZKTaskPtr &b) {
-        const QVariant x = a->property(name.constData());
-        const QVariant y = b->property(name.constData());
+    const auto order = [&](const QVariant &x, const QVariant &y) {
         if (x.typeId() == QMetaType::QString && y.typeId() == QMetaType::QString) {
             return x.toString().compare(y.toString(), caseSensitivity);
         }
@@ -496,16 +494,28 @@ void ZKTaskQueue::sortWithDescriptor(const QString &key, bool ascending,
     Q_EMIT tasksAboutToChange();
     {
         // Property values are read under the lock: they are plain getters of
-        // values the main thread sets, never a wait.
+        // values the main thread sets, never a wait. Each is read once, not
+        // at every comparison: some are made when asked.
         std::lock_guard locker(m_lock);
-        std::stable_sort(m_tasks.begin(), m_tasks.end(),
-                         [&](const ZKTaskPtr &a, const ZKTaskPtr &b) {
-                             const int result = order(a, b);
-                             return ascending ? result < 0 : result > 0;
-                         });
+        std::vector<std::pair<QVariant, quint32>> keyed;
+        keyed.reserve(size_t(m_tasks.size()));
         for (qsizetype i = 0; i < m_tasks.size(); ++i) {
-            m_slotAt[size_t(i)] = m_slotOf.value(m_tasks[i].get());
+            keyed.emplace_back(m_tasks[i]->property(name.constData()), quint32(i));
         }
+        std::stable_sort(keyed.begin(), keyed.end(), [&](const auto &a, const auto &b) {
+            const int result = order(a.first, b.first);
+            return ascending ? result < 0 : result > 0;
+        });
+        QList<ZKTaskPtr> sorted;
+        sorted.reserve(m_tasks.size());
+        std::vector<quint32> slots;
+        slots.reserve(keyed.size());
+        for (const auto &[value, at] : keyed) {
+            sorted.append(std::move(m_tasks[at]));
+            slots.push_back(m_slotAt[at]);
+        }
+        m_tasks = std::move(sorted);
+        m_slotAt = std::move(slots);
         placeAll();
     }
     Q_EMIT tasksReordered();
