@@ -12,6 +12,7 @@
 #include "ZKPartialFile.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <climits>
@@ -69,26 +70,36 @@ QByteArray encodedUrlOfPath(const QByteArray &path) {
     if (!path.startsWith('/') || path.startsWith("//")) {
         return {};
     }
-    // Letters, digits and these stand for themselves; every other ASCII
-    // character is escaped, in capitals.
-    static constexpr std::string_view kept = "-._~/!$&'()*+,;=:@[]";
+    // Letters, digits and -._~/!$&'()*+,;=:@[] stand for themselves; every
+    // other ASCII character is escaped, in capitals.
+    static constexpr auto kept = [] {
+        std::array<bool, 128> table{};
+        for (const char c : std::string_view("-._~/!$&'()*+,;=:@[]0123456789"
+                                             "ABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                             "abcdefghijklmnopqrstuvwxyz")) {
+            table[size_t(c)] = true;
+        }
+        return table;
+    }();
     static constexpr char hex[] = "0123456789ABCDEF";
-    QByteArray encoded;
-    encoded.reserve(7 + path.size() + path.size() / 4);
-    encoded.append("file://");
+    constexpr std::string_view scheme = "file://";
+    // Written in place, with room for the lines an identity adds.
+    QByteArray encoded(qsizetype(scheme.size()) + 3 * path.size() + 128, Qt::Uninitialized);
+    char *out = std::copy(scheme.begin(), scheme.end(), encoded.data());
     for (const char c : path) {
         const uchar u = uchar(c);
         if (u >= 0x80) {
             return {};
         }
-        const bool alphanumeric =
-            (u >= 'a' && u <= 'z') || (u >= 'A' && u <= 'Z') || (u >= '0' && u <= '9');
-        if (alphanumeric || (u != 0 && kept.find(c) != std::string_view::npos)) {
-            encoded.append(c);
+        if (kept[u]) {
+            *out++ = c;
         } else {
-            encoded.append('%').append(hex[u >> 4]).append(hex[u & 0xF]);
+            *out++ = '%';
+            *out++ = hex[u >> 4];
+            *out++ = hex[u & 0xF];
         }
     }
+    encoded.truncate(out - encoded.data());
     return encoded;
 }
 
