@@ -376,10 +376,10 @@ void ZKCopyTask::configure(ZKFileOperation &operation) const {
     }
     // A task of a queue paces with the queue's other tasks; one on its own
     // makes its pace when it first runs.
-    if (!m_throttle) {
-        m_throttle = std::make_shared<ZKTransferThrottle>();
+    if (!m_shared || !m_shared->throttle) {
+        share([](Shared &shared) { shared.throttle = std::make_shared<ZKTransferThrottle>(); });
     }
-    operation.setThrottle(m_throttle);
+    operation.setThrottle(m_shared->throttle);
 }
 
 void ZKCopyTask::prepare() {
@@ -388,10 +388,10 @@ void ZKCopyTask::prepare() {
     configure(*operation);
     {
         std::lock_guard locker(m_lock);
-        if (m_questions) {
+        if (m_shared && m_shared->questions) {
             // The operation ends before the task does: its destructor waits
             // for it.
-            auto handler = [this, questions = *m_questions](auto method) {
+            auto handler = [this, questions = *m_shared->questions](auto method) {
                 return [this, questions, method](const ZKFileInfo &item) {
                     return (questions.*method)(item, *this);
                 };
@@ -573,7 +573,7 @@ std::optional<ZKCopyTask::Step> ZKCopyTask::followingStep(const Visit &visit) {
     StepsMayFollow mayFollow;
     {
         std::lock_guard locker(m_lock);
-        mayFollow = m_stepsMayFollow;
+        mayFollow = m_shared ? m_shared->stepsMayFollow : nullptr;
     }
     // A speed limit paces a step that the queue's pause must reach.
     if (!mayFollow || done.isCancelled() || done.error() || m_maximumTransferRate.load() != 0 ||
@@ -1488,12 +1488,12 @@ QStringList ZKCopyTask::notes() const {
 
 void ZKCopyTask::setThrottle(std::shared_ptr<ZKTransferThrottle> throttle) {
     std::lock_guard locker(m_lock);
-    m_throttle = std::move(throttle);
+    share([&throttle](Shared &shared) { shared.throttle = std::move(throttle); });
 }
 
 void ZKCopyTask::setStepsMayFollow(StepsMayFollow mayFollow) {
     std::lock_guard locker(m_lock);
-    m_stepsMayFollow = std::move(mayFollow);
+    share([&mayFollow](Shared &shared) { shared.stepsMayFollow = std::move(mayFollow); });
 }
 
 QSet<QUrl> ZKCopyTask::preExistingUrls() const {
@@ -1519,7 +1519,30 @@ void ZKCopyTask::setReplacedUrls(const QSet<QUrl> &urls) {
 
 void ZKCopyTask::setQuestions(const ZKTaskQuestions &questions) {
     std::lock_guard locker(m_lock);
-    m_questions = questions;
+    share([&questions](Shared &shared) { shared.questions = questions; });
+}
+
+void ZKCopyTask::share(const std::function<void(Shared &)> &change) const {
+    Shared wanted = m_shared ? *m_shared : Shared();
+    change(wanted);
+    // The parts in use; a queue's tasks are given the same things one after
+    // the other, so there are a few for each open queue.
+    static std::mutex lock;
+    static std::vector<std::weak_ptr<const Shared>> made;
+    std::lock_guard locker(lock);
+    std::erase_if(made, [](const std::weak_ptr<const Shared> &part) { return part.expired(); });
+    for (const std::weak_ptr<const Shared> &part : made) {
+        const auto existing = part.lock();
+        if (existing && existing->throttle == wanted.throttle &&
+            existing->questions == wanted.questions &&
+            existing->stepsMayFollow == wanted.stepsMayFollow) {
+            m_shared = existing;
+            return;
+        }
+    }
+    auto fresh = std::make_shared<const Shared>(std::move(wanted));
+    made.push_back(fresh);
+    m_shared = std::move(fresh);
 }
 
 ZKOptionalError ZKCopyTask::error() const {

@@ -260,10 +260,17 @@ private:
     ZKReaderPtr m_source;
     ZKWriterPtr m_destination;
     QString m_destinationFilename;
-    mutable std::shared_ptr<ZKTransferThrottle> m_throttle; // guarded by m_lock
-    // The queue's line of questions, which answers the analysis's conflicts.
-    std::optional<ZKTaskQuestions> m_questions;
-    StepsMayFollow m_stepsMayFollow; // guarded by m_lock
+    // What a queue gives each of its tasks alike: its pace, its line of
+    // questions (which answers the analysis's conflicts) and its answer
+    // whether steps may follow. Tasks given the same share one.
+    struct Shared {
+        std::shared_ptr<ZKTransferThrottle> throttle;
+        std::optional<ZKTaskQuestions> questions;
+        StepsMayFollow stepsMayFollow;
+    };
+    // The shared part with one thing changed; with m_lock held.
+    void share(const std::function<void(Shared &)> &change) const;
+    mutable std::shared_ptr<const Shared> m_shared; // guarded by m_lock
     std::atomic<quint64> m_totalBytes{0};
     std::atomic<quint64> m_progressBytes{0};
     std::atomic<quint64> m_maximumTransferRate{0};

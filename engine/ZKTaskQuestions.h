@@ -51,6 +51,9 @@ public:
     // Answers the question up, and every later one, as cancelled. Any thread.
     void close() const;
 
+    // Whether both ask through one line.
+    bool operator==(const ZKTaskQuestions &other) const { return m_line == other.m_line; }
+
     // While one lives, every question on behalf of the task, in any line, is
     // answered as cancelled, so that a thread can wait for the task's
     // operations to end.
