@@ -9,6 +9,7 @@
 #include "ZKFileSystemWriter.h"
 #include "ZKInodeGeneration.h"
 #include "ZKLogging.h"
+#include "ZKMadeOnFirstNeed.h"
 #include "ZKPartialFile.h"
 
 #include <algorithm>
@@ -491,16 +492,7 @@ void ZKFileSystemReader::setUrlAndFilename(const QUrl &url) {
 }
 
 ZKFileSystemReader::Rare &ZKFileSystemReader::rare() {
-    Rare *kept = rareIfAny();
-    if (!kept) {
-        auto made = std::make_unique<Rare>();
-        // Whoever comes second takes the one made first.
-        if (m_rare.compare_exchange_strong(kept, made.get(), std::memory_order_acq_rel,
-                                           std::memory_order_acquire)) {
-            kept = made.release();
-        }
-    }
-    return *kept;
+    return madeOnFirstNeed(m_rare);
 }
 
 ZKFileSystemReader::OpenItem &ZKFileSystemReader::openItem() {

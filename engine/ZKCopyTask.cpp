@@ -8,6 +8,7 @@
 #include "ZKCopyOperation.h"
 #include "ZKFileBrowser.h"
 #include "ZKLogging.h"
+#include "ZKMadeOnFirstNeed.h"
 #include "ZKMainQueue.h"
 #include "ZKPartialFile.h"
 #include "ZKPreferences.h"
@@ -235,16 +236,7 @@ ZKCopyTask::~ZKCopyTask() {
 }
 
 ZKCopyTask::Rare &ZKCopyTask::rare() const {
-    Rare *kept = rareIfAny();
-    if (!kept) {
-        auto made = std::make_unique<Rare>();
-        // Whoever comes second takes the one made first.
-        if (m_rare.compare_exchange_strong(kept, made.get(), std::memory_order_acq_rel,
-                                           std::memory_order_acquire)) {
-            kept = made.release();
-        }
-    }
-    return *kept;
+    return madeOnFirstNeed(m_rare);
 }
 
 template <class T> bool ZKCopyTask::storeRare(std::atomic<T> Rare::*field, T value, T resting) {
