@@ -15,6 +15,7 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <system_error>
 #include <thread>
 
 #include <fcntl.h>
@@ -190,10 +191,16 @@ bool ZKCopyOperation::handOver(const ZKReaderPtr &file, const ZKWriterPtr &folde
         file->size() > smallFileMaximum || maximumTransferRate() != 0) {
         return false;
     }
-    if (!m_smallFiles) {
-        m_smallFiles = std::make_unique<SmallFiles>(*this);
+    if (!m_smallFiles && !m_oneThreadOnly) {
+        try {
+            m_smallFiles = std::make_unique<SmallFiles>(*this);
+        } catch (const std::system_error &failure) {
+            // No thread to spare: this thread copies every file, as it can.
+            qCInfo(lcOperations) << "Copying on one thread:" << failure.what();
+            m_oneThreadOnly = true;
+        }
     }
-    return m_smallFiles->offer({file, folder});
+    return m_smallFiles && m_smallFiles->offer({file, folder});
 }
 
 // What the second thread finished: its bytes go into the next

@@ -72,6 +72,7 @@ private:
     void takeSmallFileResults();
     void finishSmallFiles();
     std::unique_ptr<SmallFiles> m_smallFiles;
+    bool m_oneThreadOnly = false; // no second thread could be made
     // Files up to this size may go to the second thread: each costs more in
     // system calls than in bytes, and its bytes are counted when it ends.
     static constexpr quint64 smallFileMaximum = 4 * ZKReader::standardBlockSize;
