@@ -75,9 +75,6 @@ public:
         }
         m_changed.notify_all();
         m_thread.join();
-        for (const File &file : m_waiting) {
-            file.reader->close();
-        }
     }
 
     // Few wait, so that a speed limit set meanwhile finds little to pace
@@ -135,7 +132,9 @@ private:
             File file = std::move(m_waiting.front());
             m_waiting.pop_front();
             m_busy = true;
-            const bool goOn = !m_results.failure && !m_owner.isCancelled();
+            // Whatever still waits at the stop only closes: its folder may
+            // have its attributes already.
+            const bool goOn = !m_stopping && !m_results.failure && !m_owner.isCancelled();
             locker.unlock();
 
             quint64 bytes = 0;
